@@ -1,0 +1,35 @@
+// call_timer [-n COUNT] FILE...: the call itself on each file, the module and the host's values
+// without any text, and what it took: milliseconds (median of COUNT), peak memory, reads.
+
+#include <cstdio>
+#include <cstdlib>
+#include <string_view>
+
+#include "app/sweep.h"
+#include "host/host.h"
+#include "support/call_report.h"
+
+int main(int argumentCount, char** arguments) {
+    int firstFile = 1;
+    int repetitions = 1;
+    if (argumentCount > 2 && std::string_view(arguments[1]) == "-n") {
+        repetitions = std::atoi(arguments[2]);
+        firstFile = 3;
+    }
+    if (firstFile >= argumentCount || repetitions < 1) {
+        std::fputs("usage: call_timer [-n COUNT] FILE...\n", stderr);
+        return 2;
+    }
+    int failures = 0;
+    bench::reportCalls(repetitions, [&] {
+        host::Host host;
+        for (int i = firstFile; i < argumentCount; ++i) {
+            const app::SweepOutcome outcome = app::sweep(host, arguments[i], {});
+            if (outcome.error) {
+                std::fprintf(stderr, "call_timer: %s: %s\n", arguments[i], outcome.error->what());
+                ++failures;
+            }
+        }
+    });
+    return failures == 0 ? 0 : 1;
+}

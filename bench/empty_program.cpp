@@ -1,0 +1,5 @@
+// What starting and ending a program costs.
+
+int main() {
+    return 0;
+}

@@ -1,0 +1,57 @@
+#pragma once
+
+// A built file that a host of its own serves from memory, to be read again and again.
+// Ownership: owns the bytes and the host; outcomes must be gone before it is. One thread.
+
+#include <stdexcept>
+#include <utility>
+#include <vector>
+
+#include "app/sweep.h"
+#include "host/host.h"
+#include "support/tiff_builder.h"
+
+namespace bench {
+
+class MemoryFile {
+public:
+    explicit MemoryFile(fixture::TiffFile tiffFile) : file(std::move(tiffFile)) {
+        callHost.setReadBudget(host::kUnlimitedReads);
+        callHost.files().serve(kName, file.bytes);
+    }
+
+    /// The whole call. Throws std::runtime_error when it ends with an error.
+    [[nodiscard]] app::SweepOutcome sweep() {
+        app::SweepOutcome outcome = app::sweep(callHost, kSystemName, {});
+        if (outcome.error) {
+            throw std::runtime_error(outcome.error->what());
+        }
+        return outcome;
+    }
+
+    [[nodiscard]] const fixture::TiffFile& tiff() const { return file; }
+    [[nodiscard]] host::Host& host() { return callHost; }
+
+    /// The name under which the bytes are served.
+    static constexpr const char16_t* kName = u"bench.tif";
+
+private:
+    static constexpr const char* kSystemName = "bench.tif";
+
+    fixture::TiffFile file;
+    host::Host callHost;
+};
+
+/// A file of these directories.
+[[nodiscard]] inline fixture::TiffFile fileOf(const fixture::Chain& chain, fixture::Format format) {
+    fixture::TiffBuilder builder(format);
+    for (const fixture::Directory& directory : chain) {
+        builder.add(directory);
+    }
+    return builder.build();
+}
+
+inline constexpr fixture::Format kLittleBig{fixture::Layout::big, fixture::ByteOrder::little};
+inline constexpr fixture::Format kSwappedClassic{fixture::Layout::classic, fixture::ByteOrder::big};
+
+}  // namespace bench

@@ -1,0 +1,16 @@
+#pragma once
+
+// Takes output and forgets it, to measure writers without what they write to. No state.
+
+#include <string_view>
+
+#include "app/output.h"
+
+namespace bench {
+
+class NoSink final : public app::ByteSink {
+public:
+    void write(std::string_view /*bytes*/) override {}
+};
+
+}  // namespace bench

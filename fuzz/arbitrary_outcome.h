@@ -1,0 +1,21 @@
+#pragma once
+
+// Arbitrary outcomes for the writers: values of every class, shape and content, also such as no
+// file leads to, made of the bytes of a fuzz case.
+//
+// Ownership: an outcome's values belong to the host that they are made with and must be gone before
+// it. Threads: as the host.
+
+#include "app/sweep.h"
+#include "fuzz_input.h"
+#include "host/host.h"
+
+namespace fuzz {
+
+/// A value, or null, with at most `depth` arrays around one another.
+[[nodiscard]] host::ValueHandle arbitraryValue(host::Host& host, FuzzInput& input, unsigned depth);
+
+/// A whole outcome: file name, numbers, result or error, warnings.
+[[nodiscard]] app::SweepOutcome arbitraryOutcome(host::Host& host, FuzzInput& input);
+
+}  // namespace fuzz

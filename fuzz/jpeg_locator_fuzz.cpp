@@ -1,0 +1,67 @@
+// The JPEG locator on any bytes: what it finds stands behind the Exif signature of an APP1 segment.
+
+#include <algorithm>
+#include <array>
+
+#include "app/jpeg_locator.h"
+#include "fuzz_input.h"
+#include "fuzz_target.h"
+
+namespace {
+
+/// Bytes in memory that end where the file does.
+class MemoryReader final : public app::ByteReader {
+public:
+    explicit MemoryReader(std::span<const std::uint8_t> fileBytes) : bytes(fileBytes) {}
+
+    std::size_t readAt(std::uint64_t position, std::span<std::uint8_t> target) override {
+        ++reads;
+        if (position >= bytes.size()) {
+            return 0;
+        }
+        const auto piece = bytes.subspan(static_cast<std::size_t>(position));
+        const std::size_t length = std::min(piece.size(), target.size());
+        std::copy_n(piece.begin(), length, target.begin());
+        return length;
+    }
+
+    std::size_t reads = 0;
+
+private:
+    std::span<const std::uint8_t> bytes;
+};
+
+app::JpegSearch search(std::span<const std::uint8_t> file) {
+    MemoryReader reader(file);
+    const app::JpegSearch result = app::findExifHeader(reader);
+    // A step goes on by two bytes or more, and needs three reads at most.
+    fuzz::require(reader.reads <= 2 * file.size() + 8, "the walk goes on at every step");
+    return result;
+}
+
+}  // namespace
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    using Outcome = app::JpegSearch::Outcome;
+    const std::span file(data, size);
+    MemoryReader reader(file);
+    const bool isJpeg = size >= 2 && data[0] == 0xFF && data[1] == 0xD8;
+    fuzz::require(app::beginsAsJpeg(reader) == isJpeg, "a JPEG file begins FF D8");
+    const app::JpegSearch found = search(file);
+    const app::JpegSearch again = search(file);
+    fuzz::require(found.outcome == again.outcome && found.position == again.position,
+                  "the same result twice");
+    if (found.outcome == Outcome::found) {
+        constexpr std::array<std::uint8_t, 6> kSignature{'E', 'x', 'i', 'f', 0, 0};
+        fuzz::require(found.position >= 12 && found.position <= size, "the header is in the file");
+        const auto start = static_cast<std::size_t>(found.position) - 10;
+        fuzz::require(data[start] == 0xFF && data[start + 1] == 0xE1, "it is in an APP1 segment");
+        fuzz::require(std::equal(kSignature.begin(), kSignature.end(), data + start + 4),
+                      "it follows the signature");
+    } else if (found.outcome == Outcome::noExif) {
+        fuzz::require(found.position + 1 < size && data[found.position] == 0xFF &&
+                          (data[found.position + 1] == 0xDA || data[found.position + 1] == 0xD9),
+                      "image data or the end of the image comes first");
+    }
+    return 0;
+}

@@ -1,0 +1,18 @@
+// The JSON writer on arbitrary outcomes: what it writes is valid JSON, whatever the values hold.
+
+#include "arbitrary_outcome.h"
+#include "fuzz_target.h"
+#include "written_output.h"
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    host::Host host;
+    {
+        fuzz::FuzzInput input(std::span(data, size));
+        const app::SweepOutcome outcome = fuzz::arbitraryOutcome(host, input);
+        const std::string text = fuzz::written(app::Format::json, outcome);
+        fuzz::requireNaturalJson(text, outcome);
+        fuzz::require(text == fuzz::written(app::Format::json, outcome), "the same text twice");
+    }
+    fuzz::require(host.liveValues() == 0, "every value is freed");
+    return 0;
+}

@@ -1,0 +1,218 @@
+// Writes the seeds of every fuzz target: TIFF streams of the test builder in both layouts and byte
+// orders, the project's samples, and short pieces of noise for the targets that make values of any
+// bytes.
+//
+//   ifdsweep_make_seeds FOLDER [SAMPLE FILE...]
+
+#include <cstdio>
+#include <exception>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <random>
+#include <span>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "support/tiff_builder.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using fixture::Bytes;
+using fixture::Chain;
+using fixture::Format;
+
+/// Writes numbered files to the folder of one target.
+class SeedFolder {
+public:
+    explicit SeedFolder(fs::path path) : folder(std::move(path)) { fs::create_directories(folder); }
+
+    void add(const Bytes& bytes) {
+        const fs::path path = folder / ("seed_" + std::to_string(count++));
+        std::ofstream file(path, std::ios::binary);
+        file.write(std::string(bytes.begin(), bytes.end()).data(),
+                   static_cast<std::streamsize>(bytes.size()));
+        if (!file.flush()) {
+            throw std::runtime_error("cannot write " + path.string());
+        }
+    }
+
+private:
+    fs::path folder;
+    std::size_t count = 0;
+};
+
+std::vector<Chain> chains() {
+    using namespace fixture;
+    const Directory image{shorts(256, {40}),
+                          shorts(257, {30}),
+                          shorts(258, {8, 8, 8}),
+                          shorts(259, {5}),
+                          shorts(262, {2}),
+                          ascii(270, std::string_view("chart\0", 6)),
+                          longs(273, {8, 16, 24}),
+                          shorts(277, {3}),
+                          numbers(282, kRational, {72, 1}),
+                          numbers(283, kRational, {1, 0}),
+                          ascii(306, std::string_view("2024:05:17 09:30:00\0", 20)),
+                          shorts(339, {1, 2, 3})};
+    const Directory exif{numbers(33434, kRational, {1, 250}),
+                         shorts(34850, {2}),
+                         numbers(36864, kUndefined, {48, 50, 51, 50}),
+                         shorts(37383, {5}),
+                         numbers(37380, kSRational, {-1, 3}),
+                         pointer(40965, {{{ascii(1, std::string_view("R98\0", 4))}}})};
+    const Directory gps{numbers(0, kByte, {2, 3, 0, 0}), ascii(1, std::string_view("N\0", 2)),
+                        numbers(2, kRational, {51, 1, 28, 1, 40, 1})};
+    const Directory page{shorts(256, {7}), doubles(60000, {0.5, -1}), floats(60001, {1.5F}),
+                         numbers(60002, kLong8, {1, 2}), numbers(60003, kSLong8, {-5, 7})};
+    std::vector<std::int64_t> ramp(24);
+    for (std::size_t i = 0; i < ramp.size(); ++i) {
+        ramp[i] = static_cast<std::int64_t>(i * 2849);
+    }
+    const Directory special{shorts(320, ramp),
+                            numbers(700, kByte, {'<', 'x', '>', 0xE9, 0x1B}),
+                            numbers(34675, kUndefined, ramp),
+                            numbers(37724, kShort, ramp),
+                            shorts(290, {3}),
+                            ascii(33432, "\xA9 \xE2\x80\xAE\x1B[2J")};
+    Directory main = image;
+    main.entries.push_back(pointer(330, {{image, page}, {page}}));
+    main.entries.push_back(pointer(34665, {{exif}}));
+    main.entries.push_back(pointer(34853, {{gps}}));
+    return {{image},
+            {main, page},
+            {special},
+            {page, page, page},
+            {{{pointer(330, {{{pointer(330, {{{pointer(330, {{page}})}}})}}})}}},
+            {page.withNext(8), page},
+            {page.withEntryCount(3)},
+            {{numbers(60000, kNoType, {1}), shorts(258, {}), shorts(259, {1}).withCount(1U << 31),
+              numbers(60001, 14, {1}), longs(330, {0}), pointer(34853, {{main}})}}};
+}
+
+fixture::TiffBuilder builderOf(Format format, const Chain& chain) {
+    fixture::TiffBuilder builder(format);
+    for (const fixture::Directory& directory : chain) {
+        builder.add(directory);
+    }
+    return builder;
+}
+
+/// A case of the whole call: the bytes that choose layout and numbers, then the stream.
+Bytes wholeCall(std::uint8_t layout, std::uint8_t first, std::uint8_t max, const Bytes& stream) {
+    constexpr std::uint8_t kFindOffset = 0;
+    constexpr std::uint8_t kLargestBudget = 255;
+    Bytes bytes{layout, kFindOffset, first, max, kLargestBudget, 1};
+    bytes.insert(bytes.end(), stream.begin(), stream.end());
+    return bytes;
+}
+
+void addStreams(SeedFolder& wholeCalls, SeedFolder& jpegs) {
+    constexpr std::uint8_t kJpeg = 2;
+    constexpr std::uint8_t kBigEndian = 4;
+    for (const auto layout : {fixture::Layout::classic, fixture::Layout::big}) {
+        for (const auto order : {fixture::ByteOrder::little, fixture::ByteOrder::big}) {
+            const Format format{layout, order};
+            const auto swap = order == fixture::ByteOrder::big ? kBigEndian : std::uint8_t{0};
+            const auto code = static_cast<std::uint8_t>(swap | (format.isBig() ? 1U : 0U));
+            for (const Chain& chain : chains()) {
+                const auto builder = builderOf(format, chain);
+                const Bytes stream = builder.build().bytes;
+                wholeCalls.add(wholeCall(code, 0, 0, stream));
+                wholeCalls.add(wholeCall(code, 1, 1, stream));
+                if (!format.isBig()) {
+                    wholeCalls.add(
+                        wholeCall(static_cast<std::uint8_t>(kJpeg | swap), 0, 0, stream));
+                    jpegs.add(builder.buildInJpeg().bytes);
+                }
+            }
+        }
+    }
+}
+
+void addJpegs(SeedFolder& folder) {
+    const Bytes exif = builderOf(Format{}, chains().front()).buildInJpeg().bytes;
+    const std::vector<Bytes> prefixes{
+        {0xFF, 0xE0, 0, 4, 'J', 'F'},                      // a segment before
+        {0xFF, 0xE1, 0, 8, 'h', 't', 't', 'p', ':', '/'},  // another APP1
+        {0xFF, 0xFF, 0xFF, 0xD0, 0, 0},                    // fill bytes, a marker alone, padding
+        {0xFF, 0xDA, 0, 2},                                // image data
+        {0xFF, 0xE2, 0, 1},                                // a length that cannot be
+    };
+    for (const Bytes& prefix : prefixes) {
+        Bytes jpeg = exif;
+        jpeg.insert(jpeg.begin() + 2, prefix.begin(), prefix.end());
+        folder.add(jpeg);
+    }
+}
+
+void addNames(SeedFolder& folder) {
+    for (const std::string_view name :
+         {"plain.tif", "\xC3\xA9.tif", "\xF0\x9F\x98\x80", "\xFF\xFE", "\xED\xA0\x80\xED\xB2\x80",
+          "\xF4\x90\x80\x80", "a\xC0\x80", "\x3D\xD8\x00\xDE", "\x00\xD8\x80\xDC", "\x80\xDC"}) {
+        for (const std::uint8_t form : {std::uint8_t{0}, std::uint8_t{1}}) {
+            Bytes bytes{form};
+            bytes.insert(bytes.end(), name.begin(), name.end());
+            folder.add(bytes);
+        }
+    }
+}
+
+void addNoise(SeedFolder& folder) {
+    std::mt19937 generator(1);  // the same noise every time
+    for (std::size_t length = 8; length <= 2048; length *= 2) {
+        for (int repeat = 0; repeat < 4; ++repeat) {
+            Bytes bytes(length);
+            for (std::uint8_t& byte : bytes) {
+                byte = static_cast<std::uint8_t>(generator());
+            }
+            folder.add(bytes);
+        }
+    }
+}
+
+void makeSeeds(const fs::path& folder, std::span<char*> samples) {
+    constexpr std::uint8_t kAsIs = 3;
+    SeedFolder wholeCalls(folder / "whole_call");
+    SeedFolder jpegs(folder / "jpeg_locator");
+    addStreams(wholeCalls, jpegs);
+    addJpegs(jpegs);
+    for (const fs::path sample : samples) {
+        std::ifstream file(sample, std::ios::binary);
+        const std::string content{std::istreambuf_iterator<char>(file), {}};
+        const Bytes bytes(content.begin(), content.end());
+        if (bytes.empty()) {
+            throw std::runtime_error("cannot read " + sample.string());
+        }
+        wholeCalls.add(wholeCall(kAsIs, 0, 0, bytes));
+        jpegs.add(bytes);
+    }
+    SeedFolder names(folder / "file_names");
+    addNames(names);
+    for (const char* target : {"typed_writer", "json_writer", "text_writer", "byte_order"}) {
+        SeedFolder noise(folder / target);
+        addNoise(noise);
+    }
+}
+
+}  // namespace
+
+int main(int argumentCount, char** arguments) {
+    if (argumentCount < 2) {
+        std::fputs("usage: ifdsweep_make_seeds FOLDER [SAMPLE FILE...]\n", stderr);
+        return 2;
+    }
+    try {
+        makeSeeds(arguments[1],
+                  std::span(arguments, static_cast<std::size_t>(argumentCount)).subspan(2));
+        return 0;
+    } catch (const std::exception& failure) {
+        std::fprintf(stderr, "ifdsweep_make_seeds: %s\n", failure.what());
+        return 1;
+    }
+}

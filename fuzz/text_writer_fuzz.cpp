@@ -1,0 +1,20 @@
+// The text writer on arbitrary outcomes: nothing in its output controls a terminal, and colour
+// changes nothing but colour.
+
+#include "arbitrary_outcome.h"
+#include "fuzz_target.h"
+#include "written_output.h"
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    host::Host host;
+    {
+        fuzz::FuzzInput input(std::span(data, size));
+        const app::SweepOutcome outcome = fuzz::arbitraryOutcome(host, input);
+        const std::string text = fuzz::written(app::Format::text, outcome);
+        fuzz::requireTerminalSafe(text);
+        const std::string coloured = fuzz::written(app::Format::text, outcome, app::Colour::on);
+        fuzz::require(fuzz::withoutColours(coloured) == text, "colour changes nothing else");
+    }
+    fuzz::require(host.liveValues() == 0, "every value is freed");
+    return 0;
+}

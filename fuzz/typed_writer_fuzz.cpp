@@ -1,0 +1,18 @@
+// The typed writer on arbitrary outcomes: what it writes reads back as the same values.
+
+#include "arbitrary_outcome.h"
+#include "fuzz_target.h"
+#include "written_output.h"
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    host::Host host;
+    {
+        fuzz::FuzzInput input(std::span(data, size));
+        const app::SweepOutcome outcome = fuzz::arbitraryOutcome(host, input);
+        const std::string line = fuzz::written(app::Format::typed, outcome);
+        fuzz::requireTypedReadsBack(line, outcome);
+        fuzz::require(line == fuzz::written(app::Format::typed, outcome), "the same line twice");
+    }
+    fuzz::require(host.liveValues() == 0, "every value is freed");
+    return 0;
+}

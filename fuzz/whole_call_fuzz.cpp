@@ -1,0 +1,107 @@
+// The whole call on bytes in memory, and everything that is made of its result.
+//
+// The input: a byte for layout and byte order, a byte for each of the three numbers, a byte for the
+// read budget, then the TIFF stream. Its first bytes are put right for the layout, so that no
+// mutation is lost on them; one layout leaves them as they are.
+
+#include <array>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "app/messages.h"
+#include "app/sweep.h"
+#include "fuzz_input.h"
+#include "fuzz_target.h"
+#include "host/host.h"
+#include "written_output.h"
+
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+
+enum class Layout : std::uint8_t { classic, big, jpeg, asIs };
+
+/// The file that an input stands for.
+Bytes fileOf(fuzz::FuzzInput& input, std::uint8_t code) {
+    const auto layout = static_cast<Layout>(code % 4);
+    const bool isBigEndian = code / 4 % 2 == 1;
+    Bytes file;
+    if (layout == Layout::jpeg) {
+        file = {0xFF, 0xD8, 0xFF, 0xE1, 0xFF, 0xFF, 'E', 'x', 'i', 'f', 0, 0};
+    }
+    const std::size_t header = file.size();
+    const auto stream = input.rest();
+    file.insert(file.end(), stream.begin(), stream.end());
+    if (layout != Layout::asIs && stream.size() >= 4) {
+        const std::uint8_t version = layout == Layout::big ? 43 : 42;
+        const std::uint8_t mark = isBigEndian ? 'M' : 'I';
+        file[header] = file[header + 1] = mark;
+        file[header + 2] = isBigEndian ? 0 : version;
+        file[header + 3] = isBigEndian ? version : 0;
+    }
+    return file;
+}
+
+double numberOf(std::uint8_t code) {
+    constexpr std::array kSpecial{1e18,  1e19,      -1.0,
+                                  -1.9,  2.9,       1e300,
+                                  4e9,   9.2234e18, std::numeric_limits<double>::quiet_NaN(),
+                                  -1e300};
+    const std::size_t place = 255U - code;
+    return place < kSpecial.size() ? kSpecial[place] : static_cast<double>(code);
+}
+
+app::SweepNumbers numbersOf(fuzz::FuzzInput& input) {
+    app::SweepNumbers numbers;
+    // 0, which most inputs have: the program finds the stream.
+    if (const std::uint8_t offset = input.byte(); offset != 0) {
+        numbers.initialOffset = numberOf(static_cast<std::uint8_t>(offset - 1));
+    }
+    numbers.firstIfdIndex = numberOf(input.byte());
+    numbers.maxIfdCount = numberOf(input.byte());
+    return numbers;
+}
+
+app::SweepOutcome swept(host::Host& host, const app::SweepNumbers& numbers) {
+    app::SweepOutcome outcome = app::sweep(host, "fuzz.tif", numbers);
+    fuzz::require(!outcome.error || (outcome.error->id() != app::kUnexpectedFailureId &&
+                                     outcome.error->id() != app::kOutOfMemoryId),
+                  "no exception but the module's messages reaches the host");
+    fuzz::require(outcome.error.has_value() == (outcome.result == nullptr),
+                  "a call ends with a result or with an error");
+    return outcome;
+}
+
+/// Checks all that is made of an outcome; returns it lossless.
+std::string checked(const app::SweepOutcome& outcome) {
+    std::string line = fuzz::written(app::Format::typed, outcome);
+    fuzz::requireTypedReadsBack(line, outcome);
+    fuzz::requireNaturalJson(fuzz::written(app::Format::json, outcome), outcome);
+    fuzz::requireTerminalSafe(fuzz::written(app::Format::text, outcome));
+    return line;
+}
+
+}  // namespace
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    fuzz::FuzzInput input(std::span(data, size));
+    const std::uint8_t layout = input.byte();
+    const app::SweepNumbers numbers = numbersOf(input);
+    // Small, so that a loop ends soon, and of every size, so that it ends anywhere.
+    const std::uint64_t budget =
+        std::uint64_t{20} * input.byte() + std::uint64_t{4096} * input.below(2);
+    const Bytes file = fileOf(input, layout);
+    // One host for all inputs: its read cache is large, and nothing of a call may stay in it.
+    static host::Host host;
+    host.clear();
+    host.setReadBudget(budget);
+    host.files().serve(u"fuzz.tif", file);
+    const std::string first = checked(swept(host, numbers));
+    fuzz::require(fuzz::written(app::Format::typed, swept(host, numbers)) == first,
+                  "the same result twice");
+    fuzz::require(host.liveValues() == 0, "every value is freed");
+    // Overshoot: one read at most, which is at most the file.
+    fuzz::require(host.files().countedBytes() <= budget + file.size() + 128, "the budget holds");
+    return 0;
+}

@@ -1,0 +1,254 @@
+#include "written_output.h"
+
+#include <array>
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+
+#include <nlohmann/json.hpp>
+
+#include "fuzz_target.h"
+#include "host/file_names.h"
+#include "host/value.h"
+
+namespace fuzz {
+namespace {
+
+using nlohmann::json;
+
+bool isSurrogate(std::uint32_t unit) {
+    return unit >= 0xD800 && unit <= 0xDFFF;
+}
+
+constexpr char16_t kMark = 1;
+
+/// Lone surrogates may be written as escapes, which the parser refuses. Each escaped surrogate, and
+/// each escaped U+0001, becomes U+0001 and its four digits.
+std::string withMarkedSurrogates(std::string_view text) {
+    std::string marked;
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        marked += text[at];
+        if (text[at] != '\\' || at + 1 == text.size()) {
+            continue;
+        }
+        ++at;
+        if (text[at] == 'u' && at + 4 < text.size()) {
+            const std::string digits(text.substr(at + 1, 4));
+            const auto unit = static_cast<std::uint32_t>(std::stoul(digits, nullptr, 16));
+            if (isSurrogate(unit) || unit == kMark) {
+                marked += "u0001" + digits;
+                at += 4;
+                continue;
+            }
+        }
+        marked += text[at];
+    }
+    return marked;
+}
+
+/// The UTF-16 units of a parsed string, marks undone.
+std::u16string unitsOf(const json& text) {
+    require(text.is_string(), "a text is a JSON string");
+    // The parser has checked the UTF-8; this is the conversion that the file names have.
+    const std::u16string marked = host::fileNameFromSystem(text.get_ref<const std::string&>());
+    std::u16string units;
+    for (std::size_t at = 0; at < marked.size(); ++at) {
+        if (marked[at] != kMark) {
+            units += marked[at];
+            continue;
+        }
+        const std::u16string digits = marked.substr(at + 1, 4);
+        units += static_cast<char16_t>(
+            std::stoul(std::string(digits.begin(), digits.end()), nullptr, 16));
+        at += 4;
+    }
+    return units;
+}
+
+void requireNumber(const json& parsed, double number) {
+    if (parsed.is_number()) {
+        const auto back = parsed.get<double>();
+        require(std::bit_cast<std::uint64_t>(back) == std::bit_cast<std::uint64_t>(number),
+                "a number reads back the same");
+        return;
+    }
+    const std::string name = parsed.get<std::string>();
+    require(name == "NaN" ? std::isnan(number)
+                          : (name == "Infinity" || name == "-Infinity") && std::isinf(number) &&
+                                std::signbit(number) == (name[0] == '-'),
+            "a number that is not finite has its name");
+}
+
+/// The members of an object, and no others.
+void requireMembers(const json& object, std::initializer_list<const char*> names) {
+    require(object.is_object() && object.size() == names.size(), "an object has its members alone");
+    for (const char* name : names) {
+        require(object.contains(name), "an object has all its members");
+    }
+}
+
+void requireValue(const json& parsed, const host::Value* value);
+
+/// @param requireElement called with each parsed element and its index
+template <class RequireElement>
+void requireArray(const json& parsed, std::size_t count, RequireElement&& requireElement) {
+    require(parsed.is_array() && parsed.size() == count, "an array has all its elements");
+    for (std::size_t index = 0; index < count; ++index) {
+        requireElement(parsed[index], index);
+    }
+}
+
+void requireRecords(const json& parsed, const host::Value& records) {
+    requireArray(parsed.at("fields"), records.fieldCount(), [&](const json& name, std::size_t f) {
+        require(name.get<std::string>() == records.fieldName(f), "a field has its name");
+    });
+    requireArray(
+        parsed.at("data"), records.elementCount(), [&](const json& element, std::size_t index) {
+            requireArray(element, records.fieldCount(), [&](const json& field, std::size_t f) {
+                requireValue(field, records.field(index, f));
+            });
+        });
+}
+
+void requireValue(const json& parsed, const host::Value* value) {
+    if (value == nullptr) {
+        require(parsed.is_null(), "nothing is null");
+        return;
+    }
+    constexpr std::array kClasses{"double", "uint8", "char", "cell", "struct"};
+    require(
+        parsed.at("class").get<std::string>() == kClasses[static_cast<std::size_t>(value->kind())],
+        "a value has its class");
+    const json& data = parsed.at("data");
+    require(parsed.at("size") == json::array({value->rows(), value->columns()}),
+            "a value has its size");
+    switch (value->kind()) {
+        case host::ValueKind::Double:
+            requireArray(data, value->elementCount(), [&](const json& number, std::size_t index) {
+                requireNumber(number, value->doubles()[index]);
+            });
+            break;
+        case host::ValueKind::Uint8:
+            requireArray(data, value->elementCount(), [&](const json& number, std::size_t index) {
+                require(number == value->bytes()[index], "a byte reads back the same");
+            });
+            break;
+        case host::ValueKind::Char:
+            require(unitsOf(data) == value->text(), "every unit of a text survives");
+            break;
+        case host::ValueKind::Cell:
+            requireArray(data, value->elementCount(), [&](const json& cell, std::size_t index) {
+                requireValue(cell, value->cell(index));
+            });
+            break;
+        case host::ValueKind::Struct:
+            requireRecords(parsed, *value);
+            break;
+    }
+}
+
+void requireTypedArgument(const json& parsed, const qxMessageArgument& argument) {
+    if (const auto* integer = boost::get<std::int64_t>(&argument)) {
+        require(parsed.is_number_integer() && parsed.get<std::int64_t>() == *integer,
+                "an integer argument is whole");
+        return;
+    }
+    const auto& text = boost::get<qxMessageText>(argument);
+    const std::u16string units = unitsOf(parsed);
+    if (const auto* expected = boost::get<std::u16string>(&text)) {
+        require(units == *expected, "every unit of an argument survives");
+        return;
+    }
+    const auto& bytes = boost::get<std::string>(text);
+    require(std::equal(
+                units.begin(), units.end(), bytes.begin(), bytes.end(),
+                [](char16_t unit, char byte) { return unit == static_cast<unsigned char>(byte); }),
+            "every byte of an argument survives");
+}
+
+void requireTypedMessage(const json& parsed, const qxMessage& message) {
+    requireMembers(parsed, {"id", "arguments"});
+    require(parsed.at("id").get<std::string>() == message.id(), "a message has its id");
+    requireArray(parsed.at("arguments"), message.arguments().size(),
+                 [&](const json& argument, std::size_t index) {
+                     requireTypedArgument(argument, message.arguments()[index]);
+                 });
+}
+
+}  // namespace
+
+std::string written(app::Format format, const app::SweepOutcome& outcome, app::Colour colour) {
+    app::StringSink sink;
+    app::Output output(sink);
+    const auto writer = app::makeResultWriter(format, output, colour);
+    writer->begin();
+    writer->write(outcome);
+    writer->end();
+    output.flush();
+    return std::move(sink.text);
+}
+
+void requireTypedReadsBack(std::string_view line, const app::SweepOutcome& outcome) {
+    require(line.ends_with('\n') && line.find('\n') == line.size() - 1, "a file is one line");
+    const json parsed = json::parse(withMarkedSurrogates(line), nullptr, false);
+    require(!parsed.is_discarded(), "the typed line is JSON");
+    requireMembers(parsed, {"file", "arguments", "result", "warnings", "error"});
+    require(host::fileNameToSystem(unitsOf(parsed.at("file"))) == outcome.file,
+            "the file name reads back the same");
+    const json& arguments = parsed.at("arguments");
+    requireMembers(arguments, {"initialOffset", "firstIfdIndex", "maxIfdCount"});
+    requireNumber(arguments.at("initialOffset"), outcome.initialOffset);
+    requireNumber(arguments.at("firstIfdIndex"), outcome.firstIfdIndex);
+    requireNumber(arguments.at("maxIfdCount"), outcome.maxIfdCount);
+    requireValue(parsed.at("result"), outcome.result.get());
+    requireArray(parsed.at("warnings"), outcome.warnings.size(),
+                 [&](const json& warning, std::size_t index) {
+                     requireTypedMessage(warning, outcome.warnings[index]);
+                 });
+    if (outcome.error) {
+        requireTypedMessage(parsed.at("error"), *outcome.error);
+    } else {
+        require(parsed.at("error").is_null(), "no error is null");
+    }
+}
+
+void requireNaturalJson(std::string_view text, const app::SweepOutcome& outcome) {
+    const json parsed = json::parse(text, nullptr, false);
+    require(parsed.is_array() && parsed.size() == 1, "the output is a JSON array of one file");
+    requireMembers(parsed[0], {"file", "records", "warnings", "error"});
+    require(parsed[0].at("warnings").size() == outcome.warnings.size(), "every warning is there");
+    require(parsed[0].at("error").is_null() != outcome.error.has_value(), "an error is there");
+    if (outcome.result != nullptr && outcome.result->kind() == host::ValueKind::Struct) {
+        require(parsed[0].at("records").size() == outcome.result->elementCount(),
+                "every record is there");
+    }
+}
+
+void requireTerminalSafe(std::string_view text) {
+    std::uint32_t beforeUnit = 0;
+    for (const char16_t unit : host::fileNameFromSystem(text)) {
+        require(unit == '\n' || unit >= 0x20, "no control character but the line end");
+        require(unit < 0x7F || unit > 0x9F, "no delete, no C1 control");
+        require(!(unit >= 0x202A && unit <= 0x202E) && !(unit >= 0x2066 && unit <= 0x2069) &&
+                    unit != 0x200E && unit != 0x200F && unit != 0x061C,
+                "no bidirectional control");
+        const bool endsPair = beforeUnit >= 0xD800 && beforeUnit <= 0xDBFF;
+        require(endsPair || unit < 0xDC00 || unit > 0xDFFF, "valid UTF-8");
+        beforeUnit = unit;
+    }
+}
+
+std::string withoutColours(std::string_view text) {
+    std::string plain(text);
+    for (const std::string_view colour :
+         {"\x1b[1m", "\x1b[1;34m", "\x1b[36m", "\x1b[33m", "\x1b[0m"}) {
+        for (std::size_t at = plain.find(colour); at != std::string::npos;
+             at = plain.find(colour, at)) {
+            plain.erase(at, colour.size());
+        }
+    }
+    return plain;
+}
+
+}  // namespace fuzz

@@ -1,0 +1,31 @@
+#pragma once
+
+// The output of the writers and what holds for it, whatever was written. The JSON is read by a
+// parser that is not ours. Functions end the process when a property does not hold. Any thread.
+
+#include <string>
+#include <string_view>
+
+#include "app/arguments.h"
+#include "app/result_writer.h"
+#include "app/sweep.h"
+
+namespace fuzz {
+
+/// An outcome in one format.
+[[nodiscard]] std::string written(app::Format format, const app::SweepOutcome& outcome,
+                                  app::Colour colour = app::Colour::off);
+
+/// One line of JSON that reads back as the same outcome, value by value and unit by unit.
+void requireTypedReadsBack(std::string_view line, const app::SweepOutcome& outcome);
+
+/// A JSON array of one object with the members that the format promises.
+void requireNaturalJson(std::string_view text, const app::SweepOutcome& outcome);
+
+/// Valid UTF-8 in which nothing but line ends controls a terminal or reorders a line.
+void requireTerminalSafe(std::string_view text);
+
+/// The same text without the colours that the text writer sets.
+[[nodiscard]] std::string withoutColours(std::string_view text);
+
+}  // namespace fuzz

@@ -1,0 +1,315 @@
+#include "app/arguments.h"
+
+#include <algorithm>
+#include <cctype>
+#include <charconv>
+#include <cstdlib>
+#include <iterator>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+#include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+
+#include "app/messages.h"
+#include "app/option_table.h"
+#include "app/tag_choice.h"
+#include "host/file_service.h"
+
+namespace app {
+namespace {
+
+/// Reads a whole text as a number: decimal or hexadecimal, with or without a fraction, "inf" and
+/// "nan" too. A number beyond the range of a double is an infinity.
+std::optional<double> parseNumber(const std::string& text) {
+    if (text.empty() || std::isspace(static_cast<unsigned char>(text.front())) != 0) {
+        return std::nullopt;
+    }
+    char* end = nullptr;
+    const double number = std::strtod(text.c_str(), &end);
+    return end == text.c_str() + text.size() ? std::optional(number) : std::nullopt;
+}
+
+std::optional<std::uint64_t> parseByteCount(std::string_view text) {
+    std::uint64_t count = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), count);
+    return error == std::errc() && end == text.data() + text.size() ? std::optional(count)
+                                                                    : std::nullopt;
+}
+
+/// Adds options to the parser with the help of their rows.
+class OptionBinder {
+public:
+    explicit OptionBinder(CLI::App& parsedCommand) : command(parsedCommand) {}
+
+    /// An option whose value is stored by `store`, which says whether it took the text.
+    template <class Store>
+    CLI::Option& value(const std::string& name, const std::string& expected, Store store) {
+        const OptionRow& row = optionRow(name);
+        CLI::Option* option = command.add_option_function<std::string>(
+            name,
+            [name, expected, store](const std::string& text) {
+                if (!store(text)) {
+                    throw CLI::ValidationError(name, "expected " + expected + ", got " + text);
+                }
+            },
+            std::string(row.help));
+        option->type_name(std::string(row.placeholder))->trigger_on_parse();
+        option->group(std::string(row.group));
+        return *option;
+    }
+
+    /// An option with a text that is stored as it is.
+    CLI::Option& text(const std::string& name, std::string& target) {
+        return value(name, "a text", [&target](const std::string& given) {
+            target = given;
+            return !given.empty();
+        });
+    }
+
+    void texts(const std::string& name, std::vector<std::string>& targets) {
+        value(name, "a text", [&targets](const std::string& given) {
+            targets.push_back(given);
+            return !given.empty();
+        });
+    }
+
+    /// An option without a value.
+    template <class Act>
+    CLI::Option& flag(const std::string& name, Act act) {
+        const OptionRow& row = optionRow(name);
+        CLI::Option* option = command.add_flag_callback(name, act, std::string(row.help));
+        option->group(std::string(row.group));
+        return *option;
+    }
+
+    template <class Target>
+    CLI::Option& flag(const std::string& name, Target& target, Target set) {
+        return flag(name, [&target, set] { target = set; });
+    }
+
+private:
+    CLI::App& command;
+};
+
+template <class Target>
+auto storeNumber(Target& target) {
+    return [&target](const std::string& text) {
+        const auto number = parseNumber(text);
+        if (number) {
+            target = *number;
+        }
+        return number.has_value();
+    };
+}
+
+auto storeCount(std::optional<std::uint64_t>& target, std::uint64_t least) {
+    return [&target, least](const std::string& text) {
+        target = parseByteCount(text);
+        return target && *target >= least;
+    };
+}
+
+template <class Value, std::size_t count>
+auto storeWord(Value& target, const std::pair<std::string_view, Value> (&words)[count]) {
+    return [&target, &words](const std::string& text) {
+        for (const auto& [word, value] : words) {
+            if (text == word) {
+                target = value;
+                return true;
+            }
+        }
+        return false;
+    };
+}
+
+constexpr std::pair<std::string_view, Format> kFormats[]{{"text", Format::text},
+                                                         {"json", Format::json},
+                                                         {"ndjson", Format::ndjson},
+                                                         {"typed", Format::typed},
+                                                         {"csv", Format::csv}};
+constexpr std::pair<std::string_view, WarningDetail> kDetails[]{
+    {"each", WarningDetail::each}, {"count", WarningDetail::count}, {"none", WarningDetail::none}};
+
+void addInputOptions(OptionBinder& bind, InputChoice& input) {
+    bind.flag("--no-recursive", input.recursive, false);
+    bind.texts("--include", input.included);
+    bind.texts("--exclude", input.excluded);
+    bind.flag("--all", input.everyFile, true);
+    bind.flag("--follow", input.followLinks, true);
+    bind.text("--files-from", input.listFile);
+    bind.flag("--null", input.nulSeparated, true);
+}
+
+void addReadOptions(OptionBinder& bind, ReadChoice& read) {
+    bind.value("--offset", "a number", storeNumber(read.offset));
+    bind.value("--first", "a number", storeNumber(read.first));
+    bind.value("--max", "a number", storeNumber(read.max));
+    bind.value("--read-budget", "a number of bytes or unlimited", [&read](const std::string& text) {
+        read.readBudget = text == "unlimited" ? host::kUnlimitedReads : parseByteCount(text);
+        return read.readBudget.has_value();
+    });
+}
+
+void addOutputOptions(OptionBinder& bind, OutputChoice& output) {
+    bind.value("--format", "text, json, ndjson, typed or csv", storeWord(output.format, kFormats));
+    bind.text("--output", output.file);
+    bind.value("--tags", "names", [&output](const std::string& text) {
+        TagChoice choice = chooseTags(text);
+        if (!choice.complaint.empty()) {
+            throw CLI::ValidationError(choice.complaint);
+        }
+        std::move(choice.fields.begin(), choice.fields.end(), std::back_inserter(output.fields));
+        return true;
+    });
+    bind.flag("--nested", output.nestedRows, true);
+    bind.value("--shorten", "a number from 1 on or all", [&output](const std::string& text) {
+        output.shorten = text == "all" ? 0 : parseByteCount(text);
+        return output.shorten && (*output.shorten > 0 || text == "all");
+    });
+    CLI::Option& compact = bind.flag("--compact", output.layout, JsonLayout::compact);
+    bind.flag("--pretty", output.layout, JsonLayout::pretty).excludes(&compact);
+}
+
+void addMessageOptions(OptionBinder& bind, Arguments& arguments) {
+    bind.value("--warnings", "each, count or none", storeWord(arguments.output.warnings, kDetails));
+    bind.value("--ignore", "a message id", [&arguments](const std::string& text) {
+        const MessageDescription description = describeMessage(text);
+        if (!description.complaint.empty()) {
+            throw CLI::ValidationError("--ignore: " + description.complaint);
+        }
+        arguments.output.ignored.emplace_back(description.id);
+        return true;
+    });
+    bind.flag("--strict", arguments.run.strict, true);
+    bind.text("--failures", arguments.run.failureFile);
+}
+
+void addRunOptions(OptionBinder& bind, RunChoice& run) {
+    bind.value("--jobs", "a number from 1 to 1024", [&run](const std::string& text) {
+        run.jobs = parseByteCount(text);
+        return run.jobs && *run.jobs >= 1 && *run.jobs <= 1024;
+    });
+    bind.value("--timeout", "a number of seconds above 0", [&run](const std::string& text) {
+        run.timeout = parseNumber(text);
+        return run.timeout && *run.timeout > 0;
+    });
+    bind.value("--memory", "a number of bytes from 1 on", storeCount(run.memory, 1));
+    bind.text("--resume", run.journal);
+    bind.flag("--no-progress", run.progress, false);
+}
+
+void addHelpOptions(OptionBinder& bind, std::optional<std::string>& text) {
+    bind.flag("--list-tags", [&text] { text = tagListText(); });
+    bind.value("--explain", "a message id", [&text](const std::string& id) {
+        const MessageDescription description = describeMessage(id);
+        if (!description.complaint.empty()) {
+            throw CLI::ValidationError("--explain: " + description.complaint);
+        }
+        text = explanationText(description);
+        return true;
+    });
+    bind.flag("--version", [&text] { text = std::string(kVersionText) + '\n'; });
+}
+
+/// What is wrong with options that are each right; empty when nothing is.
+std::string combinationComplaint(const Arguments& arguments) {
+    const OutputChoice& output = arguments.output;
+    const InputChoice& input = arguments.input;
+    const bool readsStandardInput =
+        std::find(input.paths.begin(), input.paths.end(), "-") != input.paths.end();
+    if (input.paths.empty() && input.listFile.empty()) {
+        return "PATH or --files-from is required";
+    }
+    if (readsStandardInput && input.listFile == "-") {
+        return "the standard input is either the image - or the list of --files-from, not both";
+    }
+    if (output.layout != JsonLayout::filePerLine && output.format != Format::json) {
+        return "--compact and --pretty go with --format json";
+    }
+    if (output.nestedRows && output.format != Format::csv) {
+        return "--nested goes with --format csv";
+    }
+    if (output.shorten && output.format != Format::text) {
+        return "--shorten goes with --format text";
+    }
+    if (!arguments.run.journal.empty() && output.format == Format::csv && output.fields.empty()) {
+        return "--resume with --format csv needs --tags: the columns must be known from the start";
+    }
+    return "";
+}
+
+/// Whether the parser would take a file name such as "[a,b]" for a list of names. Leading line
+/// feeds are those of `shield`, so that a name which has some of its own is told apart.
+bool looksLikeList(std::string_view argument) {
+    const std::size_t start = argument.find_first_not_of('\n');
+    return start != std::string_view::npos && argument[start] == '[' && argument.ends_with(']');
+}
+
+/// The command line without the program's name, in the reversed order that the parser takes, each
+/// list-like argument shielded by a line feed.
+std::vector<std::string> shield(int argumentCount, const char* const* arguments) {
+    std::vector<std::string> shielded;
+    for (int index = argumentCount - 1; index > 0; --index) {
+        const std::string argument = arguments[index];
+        shielded.push_back(looksLikeList(argument) ? '\n' + argument : argument);
+    }
+    return shielded;
+}
+
+void unshield(std::vector<std::string>& files) {
+    for (std::string& file : files) {
+        if (looksLikeList(file)) {
+            file.erase(0, 1);
+        }
+    }
+}
+
+}  // namespace
+
+CommandLine parseCommandLine(int argumentCount, const char* const* arguments) {
+    CommandLine result;
+    const auto print = [&result](std::string text) {
+        result.action = CommandLine::Action::print;
+        result.text = std::move(text);
+    };
+    const auto complain = [&result](std::string text) {
+        result.action = CommandLine::Action::usage;
+        result.text = std::move(text);
+    };
+    std::optional<std::string> information;
+    CLI::App command(std::string(kDescription), "ifdsweep");
+    command.set_help_flag();
+    OptionBinder bind(command);
+    addInputOptions(bind, result.arguments.input);
+    addReadOptions(bind, result.arguments.read);
+    addOutputOptions(bind, result.arguments.output);
+    addMessageOptions(bind, result.arguments);
+    addRunOptions(bind, result.arguments.run);
+    addHelpOptions(bind, information);
+    command.set_help_flag("-h,--help", std::string(optionRow("--help").help))
+        ->group(std::string(optionRow("--help").group));
+    command.add_option("PATH", result.arguments.input.paths, "files and folders to read")
+        ->type_name("")
+        ->option_text("...");
+    try {
+        command.parse(shield(argumentCount, arguments));
+        unshield(result.arguments.input.paths);
+        if (information) {
+            print(std::move(*information));
+        } else if (std::string text = combinationComplaint(result.arguments); !text.empty()) {
+            complain(std::move(text));
+        }
+    } catch (const CLI::CallForHelp&) {
+        command.footer(std::string(kFooter));
+        command.get_formatter()->column_width(26);
+        print(command.help());
+    } catch (const CLI::Error& error) {
+        complain(error.what());
+    }
+    return result;
+}
+
+}  // namespace app

@@ -1,0 +1,79 @@
+#pragma once
+
+// Batch run: many files through worker processes, put together in the order of the input. What is
+// held at a time is bounded: files wait for their turn in a window, large parts in temporary files.
+//
+// Ownership: borrows the arguments and the output. Threads: one at a time, and no other thread in
+// the process.
+
+#include <cstdint>
+#include <deque>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "app/arguments.h"
+#include "app/file_sweeper.h"
+#include "app/input_files.h"
+#include "app/interruption.h"
+#include "app/journal.h"
+#include "app/progress.h"
+#include "app/run_log.h"
+#include "app/run_output.h"
+#include "app/worker_pool.h"
+
+namespace app {
+
+class BatchRun {
+public:
+    /// @param standardInput as in FileSweeper
+    /// @param runJournal    null for none
+    /// Throws RunFailure.
+    BatchRun(const Arguments& programArguments, RunOutput& runOutput, Journal* runJournal,
+             Colour colour, int standardInput, const Interruption& runInterruption);
+
+    /// Reads all files; returns early or throws Interrupted after a signal. Throws OutputError.
+    void run();
+
+    /// Tells what came of it, and the exit status of the program.
+    [[nodiscard]] int conclude();
+
+private:
+    /// A file between being found and being written.
+    struct Waiting {
+        InputFile file;
+        std::string journalEntry;
+        bool isDone = false;
+        FileReport report;
+        FilePart part;
+    };
+
+    [[nodiscard]] bool canTake() const;
+    void takeFiles();
+    void takeFile(InputFile file);
+    void take(WorkerAnswer answer);
+    void fail(Waiting& waiting, const qxMessage& error);
+    void keep(Waiting& waiting, FileReport report, FilePart part);
+    void writeFinished();
+
+    const Arguments& arguments;
+    const Interruption& interruption;
+    Journal* journal;
+    RunLog log;
+    RunOutput& output;
+    InputFiles inputs;
+    WorkerPool pool;
+    FilePartSink failurePart;
+    Output failureOutput;
+    FileSweeper failureWriter;
+    Progress progress;
+    bool outputIsTerminal;
+    bool isAtEnd = false;
+    int awaitedInput = -1;  ///< a list that has no whole line yet
+    std::vector<int> awaited;
+    std::uint64_t firstNumber = 0;  ///< of the file at the head of the window
+    std::deque<Waiting> window;
+    std::uint64_t heldBytes = 0;  ///< of finished parts in the window
+};
+
+}  // namespace app

@@ -1,0 +1,16 @@
+#pragma once
+
+// Counted things as text. Pure function; any thread.
+
+#include <cstdint>
+#include <string>
+
+namespace app {
+
+/// "1 file", "2 files".
+[[nodiscard]] inline std::string counted(std::uint64_t count, const std::string& one,
+                                         const std::string& many) {
+    return std::to_string(count) + ' ' + (count == 1 ? one : many);
+}
+
+}  // namespace app

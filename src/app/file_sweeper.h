@@ -1,0 +1,51 @@
+#pragma once
+
+// File sweeper: one file from its path to its piece of the output, with everything that the
+// command line asks for: fields, ignored warnings, format.
+//
+// Ownership: owns its host; borrows the arguments and the output. Threads: one at a time.
+
+#include <memory>
+
+#include "app/arguments.h"
+#include "app/file_report.h"
+#include "app/input_file.h"
+#include "app/output.h"
+#include "app/result_writer.h"
+#include "app/sweep.h"
+#include "host/host.h"
+
+namespace app {
+
+class FileSweeper {
+public:
+    /// @param standardInput an open file with the bytes of the standard input; -1 when it is not
+    ///                      among the files
+    FileSweeper(const Arguments& programArguments, Output& output, Colour colour,
+                int standardInput);
+
+    /// Reads a file. Nothing is written yet.
+    [[nodiscard]] FileReport sweep(const InputFile& file);
+
+    /// The outcome of a failure that no sweep told of, such as that of a worker which died.
+    [[nodiscard]] FileReport fail(const InputFile& file, const qxMessage& error);
+
+    /// Writes what the format shows of the file that was read last.
+    void write();
+
+    /// Frees what is kept of the file that was read last.
+    void forget() { outcome = SweepOutcome(); }
+
+private:
+    void serveStandardInput(int descriptor);
+    void countWarnings(FileReport& report);
+    [[nodiscard]] FileReport finish();
+
+    const Arguments& arguments;
+    host::Host host;
+    SweepNumbers numbers;
+    std::unique_ptr<ResultWriter> writer;
+    SweepOutcome outcome;
+};
+
+}  // namespace app

@@ -1,0 +1,20 @@
+#pragma once
+
+// Input file: one path to be read. Plain value; any thread.
+
+#include <string>
+
+#include "app/sweep.h"
+
+namespace app {
+
+/// The path that stands for the standard input.
+inline constexpr const char* kStandardInput = "-";
+
+struct InputFile {
+    std::string path;
+    Sniff sniff = Sniff::off;  ///< on for what was found in a folder
+    std::string failure;       ///< why the path cannot be read at all; empty when it can be tried
+};
+
+}  // namespace app

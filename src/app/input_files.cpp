@@ -1,0 +1,183 @@
+#include "app/input_files.h"
+
+#include <algorithm>
+#include <utility>
+
+#include <fnmatch.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "app/descriptor.h"
+#include "app/failure_list.h"
+#include "app/output.h"
+
+namespace app {
+namespace {
+
+using Kind = FolderListing::Kind;
+
+bool matchesAny(const std::vector<std::string>& globs, const std::string& path,
+                std::string_view name) {
+    return std::any_of(globs.begin(), globs.end(), [&](const std::string& glob) {
+        const bool wholePath = glob.find('/') != std::string::npos;
+        return ::fnmatch(glob.c_str(), wholePath ? path.c_str() : std::string(name).c_str(), 0) ==
+               0;
+    });
+}
+
+Kind kindOf(const struct stat& status) {
+    return S_ISREG(status.st_mode)   ? Kind::file
+           : S_ISDIR(status.st_mode) ? Kind::folder
+                                     : Kind::other;
+}
+
+/// The kind behind what a folder says of an entry; `other` for what is not to be read.
+Kind resolvedKind(const std::string& path, Kind kind, bool followLinks) {
+    struct stat status {};
+    if (kind == Kind::unknown && ::lstat(path.c_str(), &status) == 0) {
+        kind = S_ISLNK(status.st_mode) ? Kind::link : kindOf(status);
+    }
+    if (kind == Kind::link) {
+        // A link that leads nowhere is tried, so that it is told of.
+        kind = ::stat(path.c_str(), &status) == 0 ? kindOf(status) : Kind::file;
+        return kind == Kind::folder && !followLinks ? Kind::other : kind;
+    }
+    return kind;
+}
+
+std::string pathIn(const std::string& folder, std::string_view name) {
+    std::string path = folder;
+    if (!path.ends_with('/')) {
+        path.push_back('/');
+    }
+    return path.append(name);
+}
+
+}  // namespace
+
+InputFiles::InputFiles(const InputChoice& inputChoice, std::vector<FileIdentity> filesWritten)
+    : choice(inputChoice), written(std::move(filesWritten)) {
+    if (!choice.listFile.empty()) {
+        list.emplace(choice.listFile, choice.nulSeparated);
+    }
+}
+
+std::optional<InputFile> InputFiles::next() {
+    while (true) {
+        std::optional<InputFile> file;
+        if (!folders.empty()) {
+            file = takeFound();
+        } else if (nextPath < choice.paths.size()) {
+            file = takeNamed();
+        } else if (list) {
+            file = takeListed();
+        } else {
+            return std::nullopt;
+        }
+        if (file) {
+            return file;
+        }
+    }
+}
+
+std::optional<InputFile> InputFiles::takeNamed() {
+    return name(choice.paths[nextPath++]);
+}
+
+int InputFiles::awaited() {
+    const bool isAtList = folders.empty() && nextPath == choice.paths.size() && list;
+    try {
+        return isAtList && !list->isReady() ? list->descriptor() : -1;
+    } catch (const OutputError&) {
+        return -1;  // `next` meets it again
+    }
+}
+
+std::optional<InputFile> InputFiles::takeListed() {
+    std::optional<std::string> line;
+    try {
+        line = list->next();
+    } catch (const OutputError& error) {
+        list.reset();
+        return InputFile{choice.listFile, Sniff::off,
+                         "the list cannot be read: " + systemErrorText(error.systemError)};
+    }
+    if (!line) {
+        list.reset();
+        return std::nullopt;
+    }
+    std::string path(choice.nulSeparated ? *line : pathOfFailureLine(*line));
+    if (path.empty()) {
+        return InputFile{choice.listFile, Sniff::off,
+                         "line " + std::to_string(list->line()) + " of the list is empty"};
+    }
+    if (path == kStandardInput) {
+        path.insert(0, "./");  // in a list, the name of a file
+    }
+    return name(std::move(path));
+}
+
+std::optional<InputFile> InputFiles::name(std::string path) {
+    if (path == kStandardInput) {
+        return InputFile{std::move(path), Sniff::off, ""};
+    }
+    struct stat status {};
+    if (::stat(path.c_str(), &status) == 0) {
+        if (S_ISDIR(status.st_mode)) {
+            return enter(std::move(path));
+        }
+        if (S_ISREG(status.st_mode) && isWritten({status.st_dev, status.st_ino})) {
+            return InputFile{std::move(path), Sniff::off, "this is also the output"};
+        }
+        if (S_ISFIFO(status.st_mode) || S_ISSOCK(status.st_mode) || S_ISCHR(status.st_mode)) {
+            return InputFile{
+                std::move(path), Sniff::off,
+                "this is a pipe or device and no file; pass it as standard input to -"};
+        }
+    }
+    return InputFile{std::move(path), Sniff::off, ""};
+}
+
+std::optional<InputFile> InputFiles::enter(std::string path) {
+    FolderListing folder(std::move(path));
+    if (folder.error() != 0) {
+        return InputFile{folder.path(), Sniff::off,
+                         "cannot read the folder: " + systemErrorText(folder.error())};
+    }
+    if (walked.insert(folder.identity()).second) {
+        folders.push_back(std::move(folder));
+    }
+    return std::nullopt;
+}
+
+std::optional<InputFile> InputFiles::takeFound() {
+    if (folders.back().isDone()) {
+        folders.pop_back();
+        return std::nullopt;
+    }
+    const FolderListing::Entry entry = folders.back().take();
+    std::string path = pathIn(folders.back().path(), entry.name);
+    const Kind kind = resolvedKind(path, entry.kind, choice.followLinks);
+    if (kind == Kind::other || isLeftOut(path, entry.name, kind)) {
+        return std::nullopt;
+    }
+    if (kind == Kind::folder) {
+        return choice.recursive ? enter(std::move(path)) : std::nullopt;
+    }
+    if (isWritten({folders.back().identity().first, entry.inode})) {
+        return std::nullopt;
+    }
+    return InputFile{std::move(path), choice.everyFile ? Sniff::off : Sniff::on, ""};
+}
+
+bool InputFiles::isWritten(FileIdentity identity) const {
+    return std::find(written.begin(), written.end(), identity) != written.end();
+}
+
+bool InputFiles::isLeftOut(const std::string& path, std::string_view name, Kind kind) const {
+    const bool isIncluded =
+        kind == Kind::folder || choice.included.empty() || matchesAny(choice.included, path, name);
+    return !isIncluded || matchesAny(choice.excluded, path, name);
+}
+
+}  // namespace app

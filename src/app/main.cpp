@@ -1,0 +1,5 @@
+#include "app/program.h"
+
+int main(int argumentCount, char** arguments) {
+    return app::runProgram(argumentCount, arguments);
+}

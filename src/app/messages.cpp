@@ -1,0 +1,104 @@
+#include "app/messages.h"
+
+#include <array>
+#include <cstddef>
+#include <vector>
+
+#include "app/tag_choice.h"
+
+namespace app {
+namespace {
+
+// clang-format off
+constexpr std::array<host::MessageTextRow, 7> kOwnTexts{{
+    {kNoExifSegmentId, "i",
+     "no Exif segment in this JPEG file: its image data begins at position {1} and none stands before it",
+     "A JPEG file holds its directories in an Exif segment, and this one has none. Argument: where the search ended. Nothing is wrong with the file."},
+    {kBadJpegSegmentId, "i",
+     "no Exif segment in this JPEG file: its segments break off at position {1} and none stands before it",
+     "The segments of the JPEG file are damaged before an Exif segment was found. Argument: where they break off. If you know where the TIFF stream begins, give its --offset."},
+    {kOutOfMemoryId, "",
+     "out of memory",
+     "The file's records need more memory than there is, or than --memory allows. Read fewer directories with --max, or allow more."},
+    {kUnexpectedFailureId, "t",
+     "unexpected failure: {1}",
+     "A failure that no file should lead to. Argument: what happened. Please report the file."},
+    {kWorkerDiedId, "t",
+     "the process that read the file ended: {1}",
+     "The worker process was ended from outside or by a fault while it read this file; the other files are not touched by it. Argument: how it ended. If it happens again, please report the file."},
+    {kTimeoutId, "t",
+     "not finished within {1} s",
+     "Reading the file took longer than --timeout allows. Argument: the seconds. Allow more, or set a smaller --read-budget."},
+    {kInputFailureId, "t",
+     "{1}",
+     "A file or folder that was to be read cannot be opened or is no input. Argument: the reason."},
+}};
+// clang-format on
+
+const host::MessageTextRow* findOwn(std::string_view id) {
+    for (const host::MessageTextRow& row : kOwnTexts) {
+        if (row.id == id) {
+            return &row;
+        }
+    }
+    return nullptr;
+}
+
+template <class Visit>
+void forEachMessage(Visit&& visit) {
+    for (const host::MessageTextRow& row : host::messageTexts()) {
+        visit(row);
+    }
+    for (const host::MessageTextRow& row : kOwnTexts) {
+        visit(row);
+    }
+}
+
+}  // namespace
+
+std::string messageText(const qxMessage& message) {
+    const host::MessageTextRow* own = findOwn(message.id());
+    if (own == nullptr) {
+        return host::messageText(message);
+    }
+    std::string text(own->text);
+    const std::size_t place = text.find("{1}");
+    if (place != std::string::npos) {
+        const bool given = !message.arguments().empty();
+        text.replace(place, 3, given ? host::argumentText(message.arguments()[0]) : "");
+    }
+    return text;
+}
+
+std::string_view shortMessageId(std::string_view id) {
+    return id.substr(id.rfind(':') + 1);
+}
+
+MessageDescription describeMessage(std::string_view shortOrFullId) {
+    MessageDescription found;
+    std::vector<std::string_view> ids;
+    forEachMessage([&](const host::MessageTextRow& row) {
+        ids.push_back(shortMessageId(row.id));
+        if (row.id == shortOrFullId || shortMessageId(row.id) == shortOrFullId) {
+            found = {row.id, row.text, row.explanation, ""};
+        }
+    });
+    if (found.id.empty()) {
+        found.complaint = "no message has the id " + std::string(shortOrFullId);
+        const std::string nearest = nearestNames(shortMessageId(shortOrFullId), ids);
+        found.complaint += nearest.empty() ? ", the ids are: " : ", nearest: " + nearest;
+        for (std::size_t index = 0; nearest.empty() && index < ids.size(); ++index) {
+            found.complaint += (index > 0 ? ", " : "") + std::string(ids[index]);
+        }
+    }
+    return found;
+}
+
+std::string explanationText(const MessageDescription& description) {
+    std::string text(description.id);
+    text.append("\n  ").append(description.text);
+    text.append("\n  ").append(description.explanation).append("\n");
+    return text;
+}
+
+}  // namespace app

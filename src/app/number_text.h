@@ -1,0 +1,59 @@
+#pragma once
+
+// Numbers as text: the shortest digits that read back the same, integers without a fraction.
+// Plain functions over memory of the caller; any thread.
+
+#include <charconv>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+
+namespace app {
+
+/// Room that every number fits into.
+inline constexpr std::size_t kNumberRoom = 32;
+
+/// Largest magnitude below which every integral double is written digit by digit (2^53).
+inline constexpr double kExactIntegers = 9007199254740992.0;
+
+/// Writes a signed integer.
+/// @param text memory for kNumberRoom characters
+/// @return the end of the text
+inline char* formatInteger(char* text, std::int64_t value) {
+    return std::to_chars(text, text + kNumberRoom, value).ptr;
+}
+
+/// Writes a finite double; negative zero is "-0.0", which reads back with its sign.
+/// @param text memory for kNumberRoom characters
+/// @return the end of the text
+inline char* formatFinite(char* text, double value) {
+    // Nearly all numbers of a file are small integers, which need none of the work that the
+    // shortest digits of a fraction take.
+    if (value >= 0.0 && value < kExactIntegers) {
+        const auto integer = static_cast<std::uint64_t>(value);
+        if (static_cast<double>(integer) == value && (integer != 0 || !std::signbit(value))) {
+            return std::to_chars(text, text + kNumberRoom, integer).ptr;
+        }
+    } else if (value < 0.0 && value > -kExactIntegers) {
+        const auto integer = static_cast<std::int64_t>(value);
+        if (static_cast<double>(integer) == value) {
+            return formatInteger(text, integer);
+        }
+    }
+    char* end = std::to_chars(text, text + kNumberRoom, value).ptr;
+    if (value == 0.0) {
+        *end++ = '.';
+        *end++ = '0';
+    }
+    return end;
+}
+
+/// The name of a number that is not finite: "NaN", "Infinity" or "-Infinity".
+inline const char* nonFiniteName(double value) {
+    if (std::isnan(value)) {
+        return "NaN";
+    }
+    return value > 0.0 ? "Infinity" : "-Infinity";
+}
+
+}  // namespace app

@@ -1,0 +1,159 @@
+#include "app/program.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <exception>
+#include <new>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "app/arguments.h"
+#include "app/batch_run.h"
+#include "app/descriptor.h"
+#include "app/error_stream.h"
+#include "app/file_sweeper.h"
+#include "app/input_files.h"
+#include "app/interruption.h"
+#include "app/journal.h"
+#include "app/messages.h"
+#include "app/output.h"
+#include "app/run_failure.h"
+#include "app/run_log.h"
+#include "app/run_output.h"
+#include "app/standard_input.h"
+
+namespace app {
+namespace {
+
+bool isSet(const char* variable) {
+    const char* value = std::getenv(variable);
+    return value != nullptr && *value != '\0';
+}
+
+Colour outputColour(const OutputChoice& choice) {
+    const char* terminal = std::getenv("TERM");
+    const bool capable = terminal != nullptr && std::string_view(terminal) != "dumb";
+    return capable && !isSet("NO_COLOR") && choice.file.empty() && ::isatty(STDOUT_FILENO) == 1
+               ? Colour::on
+               : Colour::off;
+}
+
+/// Whether all there is to do is one file, which needs no process of its own: nothing is behind it
+/// that could be lost with it, and nothing is to be limited.
+bool isOneFile(const Arguments& arguments) {
+    struct stat status {};
+    const RunChoice& run = arguments.run;
+    return arguments.input.paths.size() == 1 && arguments.input.listFile.empty() &&
+           arguments.output.file.empty() && run.failureFile.empty() && run.journal.empty() &&
+           !run.jobs && !run.timeout && !run.memory &&
+           (arguments.input.paths[0] == kStandardInput ||
+            (::stat(arguments.input.paths[0].c_str(), &status) == 0 && S_ISREG(status.st_mode)));
+}
+
+int sweepOneFile(const Arguments& arguments, RunOutput& output, int standardInput,
+                 Interruption& interruption) {
+    RunLog log(arguments, output, nullptr);
+    FileSweeper sweeper(arguments, output.stream(), outputColour(arguments.output), standardInput);
+    const InputFile file = InputFiles(arguments.input, output.identities()).next().value();
+    interruption.endAtOnce();  // nothing is written that could be left half done
+    const FileReport report =
+        file.failure.empty()
+            ? sweeper.sweep(file)
+            : sweeper.fail(file, qxMessage(kInputFailureId, {qxMessageText(file.failure)}));
+    interruption.takeNote();
+    log.begin();
+    log.add(file, report, [&sweeper] { sweeper.write(); });
+    log.end();
+    return log.exitStatus(0);
+}
+
+int sweepManyFiles(const Arguments& arguments, int standardInput,
+                   const Interruption& interruption) {
+    std::optional<Journal> journal;
+    if (!arguments.run.journal.empty()) {
+        journal.emplace(arguments.run.journal);
+    }
+    RunOutput output(arguments.output,
+                     journal ? std::optional(journal->outputLength()) : std::nullopt, interruption);
+    BatchRun batch(arguments, output, journal ? &*journal : nullptr, outputColour(arguments.output),
+                   standardInput, interruption);
+    try {
+        batch.run();
+    } catch (const Interrupted&) {
+        return batch.conclude();
+    }
+    if (interruption.signal() == 0) {
+        output.finish();
+    }
+    return batch.conclude();
+}
+
+int sweepFiles(const Arguments& arguments) {
+    const auto& paths = arguments.input.paths;
+    Descriptor standardInput;
+    if (std::find(paths.begin(), paths.end(), kStandardInput) != paths.end()) {
+        standardInput = openStandardInput();
+    }
+    Interruption interruption;
+    if (!isOneFile(arguments)) {
+        return sweepManyFiles(arguments, standardInput.get(), interruption);
+    }
+    try {
+        RunOutput output(arguments.output, std::nullopt, interruption);
+        return sweepOneFile(arguments, output, standardInput.get(), interruption);
+    } catch (const Interrupted&) {
+        return kSignalBase + interruption.signal();
+    }
+}
+
+int printText(const std::string& text) {
+    FileDescriptorSink sink(STDOUT_FILENO);
+    Output output(sink);
+    output.append(text);
+    output.flush();
+    return kAllRead;
+}
+
+int runCommand(int argumentCount, const char* const* arguments) {
+    const CommandLine commandLine = parseCommandLine(argumentCount, arguments);
+    switch (commandLine.action) {
+        case CommandLine::Action::usage:
+            printError({commandLine.text, "; run ifdsweep --help for help"});
+            return kWrongUsage;
+        case CommandLine::Action::print:
+            return printText(commandLine.text);
+        case CommandLine::Action::sweep:
+            break;
+    }
+    return sweepFiles(commandLine.arguments);
+}
+
+}  // namespace
+
+int runProgram(int argumentCount, const char* const* arguments) noexcept {
+    // Without a reader there is nothing to be told: the failed write ends the program.
+    ::signal(SIGPIPE, SIG_IGN);
+    try {
+        return runCommand(argumentCount, arguments);
+    } catch (const OutputError& failure) {
+        if (failure.systemError == EPIPE) {
+            return kOutputClosed;
+        }
+        printError({"cannot write the output: ", systemErrorText(failure.systemError)});
+    } catch (const RunFailure& failure) {
+        printError({failure.what()});
+    } catch (const std::bad_alloc&) {
+        printError({"out of memory"});
+    } catch (const std::exception& failure) {
+        printError({"unexpected failure: ", failure.what()});
+    }
+    return kSomeFailed;
+}
+
+}  // namespace app

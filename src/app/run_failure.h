@@ -1,0 +1,15 @@
+#pragma once
+
+// Run failure: what makes a whole run impossible, told in one line. Any thread.
+
+#include <stdexcept>
+
+namespace app {
+
+/// A list that cannot be read, an output that cannot be made.
+class RunFailure : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+}  // namespace app

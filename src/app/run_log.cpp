@@ -1,0 +1,122 @@
+#include "app/run_log.h"
+
+#include "app/counted.h"
+#include "app/descriptor.h"
+#include "app/error_stream.h"
+#include "app/program.h"
+
+namespace app {
+
+RunLog::RunLog(const Arguments& programArguments, RunOutput& runOutput, Journal* runJournal)
+    : arguments(programArguments),
+      output(runOutput),
+      journal(runJournal),
+      frame(frameOf(arguments.output.format, writerSettings(arguments.output))) {
+    if (!arguments.run.failureFile.empty()) {
+        const bool goesOn = journal != nullptr && journal->finishedFiles() > 0;
+        failures.emplace(arguments.run.failureFile,
+                         goesOn ? FailureList::Mode::append : FailureList::Mode::anew,
+                         arguments.input.nulSeparated);
+    }
+}
+
+void RunLog::begin() {
+    const bool goesOn =
+        journal != nullptr && !arguments.output.file.empty() && journal->outputLength() > 0;
+    if (goesOn) {
+        anyShown = journal->outputLength() > frame.head.size();
+    } else {
+        output.stream().append(frame.head);
+    }
+}
+
+void RunLog::account(const InputFile& file, const FileReport& report,
+                     const std::string& journalEntry) {
+    ++runState.passed;
+    switch (report.ending) {
+        case FileReport::Ending::skipped:
+            ++filesSkipped;
+            break;
+        case FileReport::Ending::read:
+            ++filesRead;
+            break;
+        case FileReport::Ending::failed:
+            ++runState.failed;
+            tellFailure(file, report);
+            break;
+    }
+    directories += report.directories;
+    for (const auto& [id, count] : report.warnings) {
+        warnings[id] += count;
+    }
+    if (journal != nullptr) {
+        output.stream().flush();
+        journal->add(report, journalEntry, output.bytesWritten());
+    }
+}
+
+void RunLog::tellFailure(const InputFile& file, const FileReport& report) {
+    output.stream().flush();  // so that both streams, shown together, keep the order of the files
+    printError({file.path, ": ", report.failure});
+    if (!failures) {
+        return;
+    }
+    if (!failures->canHold(file.path)) {
+        printError({file.path,
+                    ": not in the list of failures, whose lines cannot hold this name; "
+                    "--null can"});
+        return;
+    }
+    try {
+        failures->add(file.path, report.failure);
+    } catch (const OutputError& error) {
+        printError(
+            {"cannot write ", arguments.run.failureFile, ": ", systemErrorText(error.systemError)});
+        failures.reset();
+    }
+}
+
+void RunLog::commit() {
+    if (journal != nullptr) {
+        journal->commit();
+    }
+}
+
+void RunLog::end() {
+    commit();
+    output.stream().append(frame.tail);
+    output.complete();
+}
+
+void RunLog::summarize(int signal) const {
+    const std::uint64_t before = journal != nullptr ? journal->finishedFiles() : 0;
+    if (filesRead + runState.failed + before + filesSkipped == 1 && signal == 0) {
+        return;
+    }
+    std::string text = counted(filesRead, "file", "files") + " read, " +
+                       std::to_string(runState.failed) + " failed, " +
+                       counted(directories, "directory", "directories");
+    if (filesSkipped > 0) {
+        text += "; no images: " + counted(filesSkipped, "file", "files");
+    }
+    if (before > 0) {
+        text += "; finished before: " + counted(before, "file", "files");
+    }
+    printError({signal != 0 ? "interrupted: " : "", text});
+    for (const auto& [id, count] : warnings) {
+        printError({"  ", counted(count, "warning", "warnings"), " ", id});
+    }
+}
+
+int RunLog::exitStatus(int signal) const {
+    if (signal != 0) {
+        return kSignalBase + signal;
+    }
+    if (runState.failed > 0 || (journal != nullptr && journal->failedFiles() > 0)) {
+        return kSomeFailed;
+    }
+    const bool warned = !warnings.empty() || (journal != nullptr && journal->warnedFiles() > 0);
+    return arguments.run.strict && warned ? kSomeWarned : kAllRead;
+}
+
+}  // namespace app

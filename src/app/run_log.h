@@ -1,0 +1,87 @@
+#pragma once
+
+// Run log: puts the pieces of the files together in their order and keeps account of the run:
+// error lines, the list of failures, the journal, the summary, the exit status.
+//
+// Ownership: borrows the arguments, the output and the journal. Threads: one at a time.
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "app/arguments.h"
+#include "app/failure_list.h"
+#include "app/file_report.h"
+#include "app/input_file.h"
+#include "app/journal.h"
+#include "app/progress.h"
+#include "app/result_writer.h"
+#include "app/run_output.h"
+
+namespace app {
+
+class RunLog {
+public:
+    /// @param runJournal null for none
+    /// Throws RunFailure.
+    RunLog(const Arguments& programArguments, RunOutput& runOutput, Journal* runJournal);
+
+    /// Before the first file.
+    void begin();
+
+    /// One file.
+    /// @param writePart    writes what is shown of it
+    /// @param journalEntry as `Journal::isFinished` gave it
+    template <class WritePart>
+    void add(const InputFile& file, const FileReport& report, WritePart&& writePart,
+             const std::string& journalEntry = {}) {
+        if (report.isShown) {
+            output.stream().append(std::exchange(anyShown, true) ? frame.between : frame.first);
+            writePart();
+        }
+        account(file, report, journalEntry);
+    }
+
+    /// One file that the journal tells of.
+    void leaveOut() { ++runState.passed; }
+
+    /// Makes what was added last: writes it out, then the journal. Cheap when there is no journal.
+    void commit();
+
+    /// Behind the last file, whether or not it is the last of all.
+    void end();
+
+    /// The summary on the error stream, for a run of any number of files but one.
+    /// @param signal that ended the run; 0 for none
+    void summarize(int signal) const;
+
+    [[nodiscard]] int exitStatus(int signal) const;
+
+    /// How far the run is.
+    [[nodiscard]] const RunState& state() const noexcept { return runState; }
+
+    /// The list of failures, when there is one.
+    [[nodiscard]] std::optional<FileIdentity> failureFile() const {
+        return failures ? failures->identity() : std::nullopt;
+    }
+
+private:
+    void account(const InputFile& file, const FileReport& report, const std::string& journalEntry);
+    void tellFailure(const InputFile& file, const FileReport& report);
+
+    const Arguments& arguments;
+    RunOutput& output;
+    Journal* journal;
+    Frame frame;
+    std::optional<FailureList> failures;
+    bool anyShown = false;
+    RunState runState;
+    std::uint64_t filesRead = 0;
+    std::uint64_t filesSkipped = 0;
+    std::uint64_t directories = 0;
+    std::map<std::string, std::uint64_t> warnings;
+};
+
+}  // namespace app

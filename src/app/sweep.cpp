@@ -1,0 +1,148 @@
+#include "app/sweep.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <iterator>
+#include <limits>
+#include <memory>
+#include <new>
+#include <span>
+#include <utility>
+
+#include "app/jpeg_locator.h"
+#include "app/messages.h"
+#include "host/file_names.h"
+
+namespace app {
+namespace {
+
+struct StreamCloser {
+    void operator()(std::FILE* stream) const noexcept { std::fclose(stream); }
+};
+
+/// Reads a stdio stream of the host's, which need not exist.
+class StreamReader final : public ByteReader {
+public:
+    explicit StreamReader(std::FILE* openStream) : stream(openStream) {}
+
+    [[nodiscard]] bool isOpen() const { return stream != nullptr; }
+
+    std::size_t readAt(std::uint64_t position, std::span<std::uint8_t> target) override {
+        const bool reachable =
+            isOpen() && position <= static_cast<std::uint64_t>(std::numeric_limits<off_t>::max()) &&
+            fseeko(stream.get(), static_cast<off_t>(position), SEEK_SET) == 0;
+        return reachable ? std::fread(target.data(), 1, target.size(), stream.get()) : 0;
+    }
+
+private:
+    std::unique_ptr<std::FILE, StreamCloser> stream;
+};
+
+/// What the first bytes of a file say, and where its TIFF stream begins.
+struct Beginning {
+    bool isImage = false;
+    double offset = 0;
+    std::optional<qxMessage> jpegFailure{};  ///< a JPEG file without a stream
+};
+
+bool beginsAsTiff(ByteReader& reader) {
+    static constexpr std::string_view kSignatures[]{
+        {"II*\0", 4}, {"MM\0*", 4}, {"II+\0", 4}, {"MM\0+", 4}};
+    std::array<std::uint8_t, 4> start{};
+    return reader.readAt(0, start) == start.size() &&
+           std::any_of(std::begin(kSignatures), std::end(kSignatures), [&](std::string_view bytes) {
+               return std::memcmp(bytes.data(), start.data(), start.size()) == 0;
+           });
+}
+
+/// Looks at the first bytes. Where a file does not exist, the entry point says so better: it
+/// passes for an image.
+Beginning lookAt(const std::u16string& name, Sniff sniff) {
+    StreamReader reader(qxOpenFile(name, "rb"));
+    if (!reader.isOpen()) {
+        return {.isImage = true};
+    }
+    if (!beginsAsJpeg(reader)) {
+        return {.isImage = sniff == Sniff::off || beginsAsTiff(reader)};
+    }
+    const JpegSearch search = findExifHeader(reader);
+    const auto position = static_cast<std::int64_t>(search.position);
+    switch (search.outcome) {
+        case JpegSearch::Outcome::found:
+            return {.isImage = true, .offset = static_cast<double>(position)};
+        case JpegSearch::Outcome::noExif:
+            return {.jpegFailure = qxMessage(kNoExifSegmentId, {position})};
+        case JpegSearch::Outcome::damaged:
+            break;
+    }
+    return {.jpegFailure = qxMessage(kBadJpegSegmentId, {position})};
+}
+
+/// Finds the position of the TIFF stream; absent when the file is to be left alone.
+std::optional<double> findInitialOffset(const std::u16string& name, const SweepNumbers& numbers,
+                                        Sniff sniff) {
+    if (numbers.initialOffset && sniff == Sniff::off) {
+        return numbers.initialOffset;
+    }
+    const Beginning beginning = lookAt(name, sniff);
+    if (!beginning.isImage && sniff == Sniff::on) {
+        return std::nullopt;
+    }
+    if (numbers.initialOffset) {
+        return numbers.initialOffset;
+    }
+    if (beginning.jpegFailure) {
+        throw qxMessage(*beginning.jpegFailure);
+    }
+    return beginning.offset;
+}
+
+host::ValueHandle callEntryPoint(const std::u16string& name, const SweepOutcome& outcome) {
+    const std::array<host::ValueHandle, 4> inputs{
+        host::ValueHandle(qxCreateUString(name.data(), name.size())),
+        host::ValueHandle(qxCreateDoubleScalar(outcome.initialOffset)),
+        host::ValueHandle(qxCreateDoubleScalar(outcome.firstIfdIndex)),
+        host::ValueHandle(qxCreateDoubleScalar(outcome.maxIfdCount))};
+    std::array<const qxArray*, 4> handles{inputs[0].get(), inputs[1].get(), inputs[2].get(),
+                                          inputs[3].get()};
+    qxArray* output = nullptr;
+    qxeFunction(1, &output, static_cast<int>(handles.size()), handles.data());
+    return host::ValueHandle(output);
+}
+
+qxMessage unexpectedFailure(const std::exception& failure) {
+    return {kUnexpectedFailureId, {qxMessageText(std::string(failure.what()))}};
+}
+
+}  // namespace
+
+SweepOutcome sweep(host::Host& host, std::string_view file, const SweepNumbers& numbers,
+                   Sniff sniff) {
+    SweepOutcome outcome;
+    try {
+        const host::Host::Scope scope(host);
+        outcome.file = file;
+        outcome.firstIfdIndex = numbers.firstIfdIndex;
+        outcome.maxIfdCount = numbers.maxIfdCount;
+        const std::u16string name = host::fileNameFromSystem(file);
+        const auto offset = findInitialOffset(name, numbers, sniff);
+        outcome.isImage = offset.has_value();
+        if (offset) {
+            outcome.initialOffset = *offset;
+            outcome.result = callEntryPoint(name, outcome);
+        }
+    } catch (const qxMessage& message) {
+        outcome.error = message;
+    } catch (const std::bad_alloc&) {
+        outcome.error.emplace(kOutOfMemoryId, std::vector<qxMessageArgument>());
+    } catch (const std::exception& failure) {
+        outcome.error = unexpectedFailure(failure);
+    }
+    outcome.warnings = host.takeWarnings();
+    return outcome;
+}
+
+}  // namespace app

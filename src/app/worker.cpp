@@ -1,0 +1,205 @@
+#include "app/worker.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <limits>
+#include <new>
+#include <string>
+#include <vector>
+
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include "app/file_part.h"
+#include "app/file_sweeper.h"
+#include "app/messages.h"
+#include "app/packed.h"
+
+namespace app {
+namespace {
+
+constexpr std::size_t kReadSize = std::size_t{64} * 1024;
+constexpr std::size_t kSendSize = std::size_t{128} * 1024;
+
+// No real file meets it: a record of 8 GiB of memory comes from a file of about a gigabyte of tags.
+constexpr std::uint64_t kDefaultMemory = std::uint64_t{8} << 30;
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool kAddressSpaceIsOurs = false;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+constexpr bool kAddressSpaceIsOurs = false;
+#else
+constexpr bool kAddressSpaceIsOurs = true;
+#endif
+#else
+constexpr bool kAddressSpaceIsOurs = true;
+#endif
+
+/// Sets the most address space that the process may have. A sanitizer needs terabytes of it, and
+/// then nothing is set.
+void limitMemory(std::uint64_t bytes) {
+    if (kAddressSpaceIsOurs) {
+        const rlim_t most = std::min<std::uint64_t>(bytes, std::numeric_limits<rlim_t>::max());
+        const rlimit limit{most, most};
+        static_cast<void>(::setrlimit(RLIMIT_AS, &limit));
+    }
+}
+
+/// Answers on their way to the main process.
+class AnswerStream {
+public:
+    explicit AnswerStream(int socketToMain) : socket(socketToMain) {}
+
+    void answer(std::uint64_t number, const FileReport& report, const FilePart& part) {
+        std::string body;
+        packed::putNumber(body, number);
+        packReport(body, report);
+        packed::putNumber(body, part.spill.isOpen() ? 1 : 0);
+        if (part.spill.isOpen()) {
+            packed::putNumber(body, part.spillSize);
+        } else {
+            packed::putText(body, part.bytes);
+        }
+        if (part.spill.isOpen()) {
+            flush();
+            std::string message;
+            packed::putText(message, body);
+            sendWithDescriptor(message, part.spill.get());
+            return;
+        }
+        packed::putText(waiting, body);
+        if (waiting.size() >= kSendSize) {
+            flush();
+        }
+    }
+
+    void flush() {
+        FileDescriptorSink(socket).write(waiting);
+        waiting.clear();
+    }
+
+private:
+    void sendWithDescriptor(std::string_view message, int descriptor) {
+        alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(int))> control{};
+        std::string first(message.substr(0, 1));
+        iovec vector{first.data(), first.size()};
+        msghdr header{};
+        header.msg_iov = &vector;
+        header.msg_iovlen = 1;
+        header.msg_control = control.data();
+        header.msg_controllen = control.size();
+        cmsghdr* attached = CMSG_FIRSTHDR(&header);
+        attached->cmsg_level = SOL_SOCKET;
+        attached->cmsg_type = SCM_RIGHTS;
+        attached->cmsg_len = CMSG_LEN(sizeof(int));
+        std::memcpy(CMSG_DATA(attached), &descriptor, sizeof descriptor);
+        while (::sendmsg(socket, &header, MSG_NOSIGNAL) < 0) {
+            if (errno != EINTR) {
+                throw OutputError(errno);
+            }
+        }
+        FileDescriptorSink(socket).write(message.substr(1));
+    }
+
+    int socket;
+    std::string waiting;
+};
+
+class Worker {
+public:
+    Worker(int socketToMain, WorkerState& workerState, const Arguments& arguments, Colour colour,
+           int standardInput)
+        : state(workerState),
+          answers(socketToMain),
+          output(partSink),
+          sweeper(arguments, output, colour, standardInput) {}
+
+    void answerRequest(std::string_view request) {
+        const std::uint64_t number = packed::takeNumber(request);
+        InputFile file;
+        file.sniff = packed::takeNumber(request) != 0 ? Sniff::on : Sniff::off;
+        file.path = packed::takeText(request);
+        state.began = steadyNanoseconds();
+        state.file = number;
+        const FileReport report = read(file);
+        state.file = WorkerState::kNoFile;
+        answers.answer(number, report, partSink.part);
+        partSink.part = FilePart();
+    }
+
+    void flush() { answers.flush(); }
+
+private:
+    FileReport read(const InputFile& file) {
+        try {
+            return readAndWrite([&] { return sweeper.sweep(file); });
+        } catch (const std::bad_alloc&) {
+            return failed(file, qxMessage(kOutOfMemoryId, {}));
+        } catch (const OutputError& error) {
+            return failed(file, qxMessage(kUnexpectedFailureId,
+                                          {qxMessageText("cannot write a temporary file: " +
+                                                         systemErrorText(error.systemError))}));
+        }
+    }
+
+    FileReport failed(const InputFile& file, const qxMessage& error) {
+        output.discard();
+        partSink.part = FilePart();
+        return readAndWrite([&] { return sweeper.fail(file, error); });
+    }
+
+    template <class Sweep>
+    FileReport readAndWrite(Sweep&& sweep) {
+        FileReport report = sweep();
+        if (report.isShown) {
+            sweeper.write();
+            output.flush();
+        }
+        sweeper.forget();
+        return report;
+    }
+
+    WorkerState& state;
+    AnswerStream answers;
+    FilePartSink partSink;
+    Output output;
+    FileSweeper sweeper;
+};
+
+}  // namespace
+
+std::int64_t steadyNanoseconds() {
+    return std::chrono::nanoseconds(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
+
+void runWorker(int socket, WorkerState& state, const Arguments& arguments, Colour colour,
+               int standardInput) {
+    limitMemory(arguments.run.memory.value_or(kDefaultMemory));
+    Worker worker(socket, state, arguments, colour, standardInput);
+    std::string incoming;
+    std::vector<char> piece(kReadSize);
+    while (true) {
+        const ssize_t got = ::read(socket, piece.data(), piece.size());
+        if (got < 0 && errno == EINTR) {
+            continue;
+        }
+        if (got <= 0) {
+            return;
+        }
+        incoming.append(piece.data(), static_cast<std::size_t>(got));
+        std::string_view rest = incoming;
+        std::string_view request;
+        while (packed::takeWholeText(rest, request)) {
+            worker.answerRequest(request);
+        }
+        incoming.erase(0, incoming.size() - rest.size());
+        worker.flush();
+    }
+}
+
+}  // namespace app

@@ -1,0 +1,35 @@
+#pragma once
+
+// Worker: the loop of a worker process. It takes files from a socket and answers each with its
+// report and its part of the output; a part that lies in a temporary file is handed over as such.
+//
+// A request is a packed text with number, sniffing and path; an answer is one with number, report,
+// whether the part lies in a file, and its bytes or size. Requests and answers stand one behind the
+// other; requests are answered in their order.
+//
+// Ownership: borrows everything. Threads: the process's only one.
+
+#include <atomic>
+#include <cstdint>
+
+#include "app/arguments.h"
+#include "app/result_writer.h"
+
+namespace app {
+
+/// What a worker lets the main process see of itself without being asked.
+struct WorkerState {
+    static constexpr std::uint64_t kNoFile = ~std::uint64_t{0};
+
+    std::atomic<std::uint64_t> file{kNoFile};  ///< number of the file that is being read
+    std::atomic<std::int64_t> began{0};        ///< when, in nanoseconds of the steady clock
+};
+
+/// Nanoseconds of the steady clock, which all processes share.
+[[nodiscard]] std::int64_t steadyNanoseconds();
+
+/// Answers requests until the socket ends.
+void runWorker(int socket, WorkerState& state, const Arguments& arguments, Colour colour,
+               int standardInput);
+
+}  // namespace app

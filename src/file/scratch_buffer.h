@@ -1,0 +1,25 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+
+/// Memory that is used again and again: it grows to the largest piece asked for and is not
+/// cleared. Spans given out before hold until the next call of `take`.
+class ScratchBuffer {
+public:
+    [[nodiscard]] std::span<std::uint8_t> take(std::size_t size) {
+        if (size > capacity) {
+            memory.reset();
+            capacity = 0;
+            memory = std::make_unique_for_overwrite<std::uint8_t[]>(size);
+            capacity = size;
+        }
+        return {memory.get(), size};
+    }
+
+private:
+    std::unique_ptr<std::uint8_t[]> memory;
+    std::size_t capacity = 0;
+};

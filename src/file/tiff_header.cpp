@@ -1,0 +1,121 @@
+// The header, the skipping of directories, and the primitive readers of `TagFile`.
+
+#include <cstring>
+
+#include "file/raw2native.h"
+#include "file/tag_file.h"
+#include "gateway/messages.h"
+
+namespace {
+
+constexpr std::uint32_t kLittleEndianMark = 18761;  // "II"
+constexpr std::uint32_t kBigEndianMark = 19789;     // "MM"
+
+}  // namespace
+
+void TagFile::readThroughTiffHeader() {
+    tiffBaseOffset = static_cast<std::int64_t>(position());
+    readTiffHeaderEndianFormat();
+    if (read(headerVersion.data(), headerVersion.size(), 1) != 1) {
+        raise<MessageId::tiffHeaderReadFailure>();
+    }
+    tiffVersion = static_cast<std::uint16_t>(unsignedAt(headerVersion.data(), 2));
+    if (fileFormat == FileFormat::bigTiff) {
+        moveForward(4);  // the size of an offset, and a reserved word
+    }
+    std::uint64_t firstIfd = 0;
+    if (freadNextIfdOffset(firstIfd) != 1) {
+        raise<MessageId::tiffHeaderReadFailure>();
+    }
+    const Wide target = Wide{firstIfd} + baseOffset();
+    if (target > fileStatus.fileSize) {
+        raise<MessageId::badTiffIfdOffset>(lowBits(target), fileStatus.fileSize);
+    }
+    if (!seekTo(target)) {
+        raise<MessageId::badTiffHeaderIfdOffset>();
+    }
+    skipDirectories();
+}
+
+void TagFile::readTiffHeaderEndianFormat() {
+    if (read(headerByteOrder.data(), headerByteOrder.size(), 1) != 1) {
+        raise<MessageId::tiffHeaderReadFailure>();
+    }
+    byteOrderMark = static_cast<std::uint32_t>(headerByteOrder[0] | headerByteOrder[1] << 8);
+    if (byteOrderMark != kLittleEndianMark && byteOrderMark != kBigEndianMark) {
+        raise<MessageId::badEndianness>(headerByteOrder[0], headerByteOrder[1], filename);
+    }
+    needsByteSwap = (hostIsBigEndian && byteOrderMark == kLittleEndianMark) ||
+                    (hostIsLittleEndian && byteOrderMark == kBigEndianMark);
+}
+
+// Where a skip leads depends on where it starts alone, so that once a position returns, whole
+// rounds of the loop can be left out: skipping 10^18 directories takes no longer than the longest
+// way through the file. A position is kept for comparison at every power of two (Brent's method).
+void TagFile::skipDirectories() {
+    std::uint64_t landmark = position();
+    std::uint64_t sinceLandmark = 0;
+    std::uint64_t nextLandmark = 1;
+    bool mayRepeat = true;
+    for (std::uint64_t left = firstIfdIndex; left > 0;) {
+        skipDirectory();
+        --left;
+        if (!mayRepeat) {
+            continue;
+        }
+        ++sinceLandmark;
+        const std::uint64_t here = position();
+        if (here == landmark) {
+            left %= sinceLandmark;
+            mayRepeat = false;
+        } else if (sinceLandmark == nextLandmark) {
+            landmark = here;
+            sinceLandmark = 0;
+            nextLandmark *= 2;
+        }
+    }
+}
+
+// An offset of 0 is followed like any other: to the header.
+void TagFile::skipDirectory() {
+    std::uint64_t entries = 0;
+    (void)freadNumDirectoryEntries(entries);
+    moveForward(Wide{entries} * entrySize);
+    std::uint64_t next = 0;
+    (void)freadNextIfdOffset(next);
+    if (!seekTo(Wide{next} + baseOffset())) {
+        raise<MessageId::badTiffHeaderIfdOffset>();
+    }
+}
+
+std::uint64_t TagFile::unsignedAt(const std::uint8_t* bytes, std::size_t width) const {
+    std::array<std::uint8_t, 8> low{};
+    std::memcpy(low.data(), bytes, width);
+    raw2native(low.data(), width, 1, needsByteSwap);
+    std::uint64_t value;
+    std::memcpy(&value, low.data(), sizeof value);
+    return value;
+}
+
+std::size_t TagFile::readUnsigned(std::size_t width, std::uint64_t& out) {
+    std::array<std::uint8_t, 8> bytes{};
+    const std::size_t count = read(bytes.data(), width, 1);
+    out = count == 1 ? unsignedAt(bytes.data(), width) : 0;
+    return count;
+}
+
+std::size_t TagFile::freadNextIfdOffset(std::uint64_t& out) {
+    return readUnsigned(offsetSize, out);
+}
+
+std::size_t TagFile::freadNumDirectoryEntries(std::uint64_t& out) {
+    return readUnsigned(entryCountSize, out);
+}
+
+std::uint64_t TagFile::readTagDataOffset(const std::uint8_t* entry) const {
+    return unsignedAt(entry + valueOffsetPosition, offsetSize);
+}
+
+std::uint64_t TagFile::readTagNumComponents(const std::uint8_t* entry) const {
+    return unsignedAt(entry + 4, offsetSize);
+}

@@ -1,0 +1,35 @@
+#pragma once
+
+// The two ways in which the module gives a message, and the two exceptions that carry recovery
+// inside it. Stateless; any thread.
+
+#include <stdexcept>
+#include <utility>
+
+#include "gateway/qx.h"
+
+/// The current chain of directories cannot be followed further; what was read is kept.
+class StopProcessingIfdChainException : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// One tag or one directory could not be decoded; the reader that owns the damage goes on.
+class TiffTagsRecoverableError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// Issues a warning with the arguments of its catalogue row; reading goes on.
+template <MessageId message, class... Arguments>
+void warn(Arguments&&... arguments) {
+    qxWarningMsgId(Message<message>(std::forward<Arguments>(arguments)...));
+}
+
+/// Ends the call with an error. Should the host return, the same message is thrown.
+template <MessageId message, class... Arguments>
+[[noreturn]] void raise(Arguments&&... arguments) {
+    const Message<message> error(std::forward<Arguments>(arguments)...);
+    qxRaiseError(error);
+    throw error;
+}

@@ -1,0 +1,19 @@
+#pragma once
+
+// The names that a record's fields can have, for programs that let their users choose among them.
+// Not part of the contract: the loadable module does not export it. Constant data; any thread.
+
+#include <cstdint>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+/// One name that the module gives to a field.
+struct TagListing {
+    std::optional<std::uint16_t> id;  ///< the tag's number; absent for fields that are no tag
+    std::string_view name;
+    std::string_view dictionary;  ///< "TIFF", "GPS", "Interoperability" or "record"
+};
+
+/// Every name: fields that are no tag, then each dictionary in ascending order of its numbers.
+[[nodiscard]] std::vector<TagListing> listTags();

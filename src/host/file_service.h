@@ -1,0 +1,93 @@
+#pragma once
+
+// The host's file service: status, existence and streams of files named in UTF-16, from the file
+// system or served by the caller, with a read budget.
+//
+// Ownership: the service keeps the file that was asked for last open until another is asked for or
+// `forgetFile`; streams share it and are closed by the caller.
+//
+// Threads: one thread at a time.
+
+#include <cstdint>
+#include <cstdio>
+#include <limits>
+#include <map>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+
+#include "gateway/qx.h"
+#include "host/byte_source.h"
+#include "host/fault_plan.h"
+
+namespace host {
+
+class OpenedFile;
+class ReadCache;
+
+/// A read budget that is never spent.
+inline constexpr std::uint64_t kUnlimitedReads = std::numeric_limits<std::uint64_t>::max();
+
+/// A file that the service serves instead of asking the system.
+struct ServedFile {
+    std::shared_ptr<const ByteSource> bytes;
+    qxFileStatus status;  ///< as reported, whatever the bytes are
+};
+
+/// The read budget of a file and its size, told once it is spent.
+struct SpentBudget {
+    std::uint64_t budget;
+    std::uint64_t fileSize;
+};
+
+class FileService {
+public:
+    FileService();
+    ~FileService();
+    FileService(const FileService&) = delete;
+    FileService& operator=(const FileService&) = delete;
+
+    /// See `Host::setReadBudget`; holds for files opened from now on.
+    void setReadBudget(std::optional<std::uint64_t> bytes) noexcept { readBudget = bytes; }
+
+    /// Serves a regular file of these bytes, dated 1970-01-01 00:00:00, under a name. The caller
+    /// keeps the bytes.
+    void serve(const std::u16string& name, std::span<const std::uint8_t> bytes);
+
+    /// Serves a file under a name, with any source and status.
+    void serve(const std::u16string& name, ServedFile file);
+
+    /// Serves no file any more.
+    void serveNothing() noexcept;
+
+    /// What goes wrong in every file opened from now on; an empty plan ends it.
+    void setFaultPlan(FaultPlan plan) { faults = std::move(plan); }
+
+    /// The contract's operations of the same names.
+    [[nodiscard]] qxFileStatus status(const std::u16string& name);
+    [[nodiscard]] bool exists(const std::u16string& name);
+    [[nodiscard]] std::FILE* open(const std::u16string& name, const char* mode);
+
+    /// Reports the spent budget of the file looked at, once.
+    [[nodiscard]] std::optional<SpentBudget> takeSpentBudget() noexcept;
+
+    /// The bytes counted against the budget of the file looked at.
+    [[nodiscard]] std::uint64_t countedBytes() const noexcept;
+
+    /// Ends the look at the current file: its next use asks the system again.
+    void forgetFile() noexcept;
+
+private:
+    [[nodiscard]] std::shared_ptr<OpenedFile> find(const std::u16string& name);
+
+    std::optional<std::uint64_t> readBudget;
+    std::map<std::u16string, ServedFile, std::less<>> served;
+    FaultPlan faults;
+    std::u16string currentName;
+    std::shared_ptr<OpenedFile> currentFile;
+    std::shared_ptr<ReadCache> spareCache;
+    std::optional<SpentBudget> spentBudget;
+};
+
+}  // namespace host

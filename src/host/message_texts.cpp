@@ -1,0 +1,166 @@
+#include "host/message_texts.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+
+#include "host/file_names.h"
+
+namespace host {
+
+namespace {
+
+// clang-format off
+constexpr std::array<MessageTextRow, 33> kMessageTexts{{
+    {"Velmora:pixlore:ifdsweep:statFailure", "",
+     "the file does not exist",
+     "No file has this name. Check the path."},
+    {"Velmora:pixlore:ifdsweep:unableToReadTagData", "",
+     "no directory could be read; the warnings say why",
+     "The first directory was given up, so there is nothing to show. The warnings before this error name the damage."},
+    {"Velmora:pixlore:ifdsweep:tiffHeaderReadFailure", "",
+     "the file ends inside the TIFF header",
+     "The file is shorter than a TIFF header (8 bytes, 16 in a BigTIFF file) at the position where the header was looked for. Check that the file is complete, or the offset that was given."},
+    {"Velmora:pixlore:ifdsweep:badEndianness", "iit",
+     "the TIFF header of \"{3}\" begins with the bytes {1} and {2}, expected 73 73 (\"II\") or 77 77 (\"MM\")",
+     "There is no TIFF header at the position where it was looked for. Arguments: the first byte, the second byte, the file's name. The file is of another kind, or the TIFF stream begins elsewhere: give its offset."},
+    {"Velmora:pixlore:ifdsweep:badTiffIfdOffset", "ii",
+     "the first directory is at position {1}, past the end of the file at {2}",
+     "The header points behind the end of the file. Arguments: the position, the file's size. As a rule the file was cut short."},
+    {"Velmora:pixlore:ifdsweep:badTiffHeaderIfdOffset", "",
+     "the file cannot be positioned at a directory that the header leads to",
+     "The position of the first directory, or of one to be skipped, cannot be reached. The offset is damaged."},
+    {"Velmora:pixlore:ifdsweep:badNextIfdPointerSeek", "",
+     "the file cannot be positioned at the next directory or at the pointer to it",
+     "The chain of directories ends here. The directories before it were read."},
+    {"Velmora:pixlore:ifdsweep:nextIfdPointerOutOfRange", "i",
+     "the next directory is at position {1}, at or past the end of the file",
+     "The pointer to the next directory is damaged or the file was cut short. Argument: the position. The directories before it were read."},
+    {"Velmora:pixlore:ifdsweep:nextIfdOffsetReadError", "i",
+     "the pointer to the next directory, at position {1}, cannot be read",
+     "The file ends inside the pointer, or the read budget is spent. Argument: the pointer's position. The directories before it were read."},
+    {"Velmora:pixlore:ifdsweep:numberOfDirectoryEntriesReadError", "i",
+     "the entry count of the directory at position {1} cannot be read",
+     "The file ends inside the count, or the read budget is spent. Argument: the count's position. The directories before it were read."},
+    {"Velmora:pixlore:ifdsweep:numDirectoryEntriesIsZero", "i",
+     "the directory at position {1} has 0 entries, expected at least 1",
+     "A directory must have an entry. Argument: the directory's position. Its chain ends here; the directories before it were read."},
+    {"Velmora:pixlore:ifdsweep:jpegApp1MaximumLengthExceeded", "i",
+     "the directory has {1} entries, more than an APP1 segment of a JPEG file can hold",
+     "The entries of a directory in a JPEG file must lie inside one segment of 64 KiB. Argument: the entry count, which is damaged."},
+    {"Velmora:pixlore:ifdsweep:badIFDread", "t",
+     "the file ends inside the entries of {1}",
+     "A directory's table could not be read in full. Argument: the directory. As a rule the file was cut short or the entry count is damaged."},
+    {"Velmora:pixlore:ifdsweep:strftimeFailure", "",
+     "the modification date of the file cannot be formatted",
+     "The file system reports a date that cannot be written as text. Set the file's modification time anew."},
+    {"Velmora:pixlore:ifdsweep:zeroComponentCount", "t",
+     "tag \"{1}\" has 0 components, expected at least 1",
+     "The entry has no value. Argument: the tag's name, empty for an unknown tag."},
+    {"Velmora:pixlore:ifdsweep:noTypeFormatId", "t",
+     "tag \"{1}\" has field type 0, expected 1 to 13 or 16 to 18",
+     "The entry has no field type, so its value cannot be read; it is left out. Argument: the tag's name, empty for an unknown tag."},
+    {"Velmora:pixlore:ifdsweep:unrecognizedTagFormatId", "i",
+     "field type {1} is unknown, expected 1 to 13 or 16 to 18",
+     "The value of an entry of this field type cannot be read; it is left out. Argument: the field type."},
+    {"Velmora:pixlore:ifdsweep:unrecognizedTagId", "i",
+     "tag {1} has no default value",
+     "A default was asked for a tag that has none. Argument: the tag's number."},
+    {"Velmora:pixlore:ifdsweep:tagDataPastEOF", "ii",
+     "the value of tag {1}, {2} bytes, reaches past the end of the file",
+     "The entry's offset or count is damaged, or the file was cut short; the entry is left out. Arguments: the tag's number, the size of the value in bytes."},
+    {"Velmora:pixlore:ifdsweep:badTagDataOffsetSeek", "i",
+     "the file cannot be positioned at the value of tag {1}",
+     "The entry's offset is damaged; the entry is left out. Argument: the tag's number."},
+    {"Velmora:pixlore:ifdsweep:unableToReadTiffTag", "ti",
+     "the value of tag \"{1}\" at position {2} cannot be read in full",
+     "The file could not deliver the value, or the read budget is spent; the entry is left out. Arguments: the tag's name, or its number when it has none; the position of the value."},
+    {"Velmora:pixlore:ifdsweep:unrecognizedIfd", "i",
+     "tag {1} has the field type of a directory pointer and is none",
+     "Only the tags that lead to directories may have the types IFD and IFD8; the entry is left out. Argument: the tag's number."},
+    {"Velmora:pixlore:ifdsweep:badTagValueDivisionByZero", "t",
+     "a rational number of tag \"{1}\" has the denominator 0",
+     "The number is shown as not-a-number. Argument: the tag's name, empty for an unknown tag."},
+    {"Velmora:pixlore:ifdsweep:badSubIfdSeek", "i",
+     "the file cannot be positioned at the nested directory at {1}",
+     "The pointer to a nested directory is damaged. Argument: the position."},
+    {"Velmora:pixlore:ifdsweep:illegallyNestedIFD", "it",
+     "tag {1} points to a directory where none may be, in a directory of kind {2} or too deeply nested",
+     "GPS and Interoperability directories point nowhere, and directories are nested at most 64 deep; the entry is left out. Arguments: the tag's number, the kind of the directory that holds it."},
+    {"Velmora:pixlore:ifdsweep:unrecognizedIfdId", "i",
+     "directory kind {1} is unknown, expected 0 to 3",
+     "A directory of no known kind was to be read. Argument: the kind. Please report the file: no file should lead to this."},
+    {"Velmora:pixlore:ifdsweep:badTagDataCount", "itii",
+     "tag {1} (\"{2}\") has {3} components, expected {4}",
+     "A tag that must have a fixed number of values has another, and the file is refused. Arguments: the tag's number, its name, the count found, the count expected."},
+    {"Velmora:pixlore:ifdsweep:expectedTagDataFormat", "ttt",
+     "tag \"{1}\" has field type {2}, expected {3}",
+     "The value is read all the same. Arguments: the tag's name, the field type found, the type expected."},
+    {"Velmora:pixlore:ifdsweep:expectedTagDataFormatMultiple", "ttt",
+     "tag \"{1}\" has field type {2}, expected one of {3}",
+     "The value is read all the same. Arguments: the tag's name, the field type found, the types expected."},
+    {"Velmora:pixlore:validate:argumentOutOfBounds", "",
+     "a number does not fit in the range of its type",
+     "A numeric conversion failed while the file was read. Check the numbers that were given."},
+    {"Velmora:pixlore:ifdsweep:badTiffTagOffsetDataRead", "ti",
+     "the value of tag \"{1}\" at position {2} cannot be read from its offset",
+     "The data that an entry points to could not be read in full. Arguments: the tag's name, or its number when it has none; the position of the value."},
+    {kOpenFailureId, "tt",
+     "cannot open \"{1}\": {2}",
+     "The path exists and cannot be opened for reading. Arguments: the path, the system's reason. Check its permissions, and that it is a file."},
+    {kReadBudgetSpentId, "ii",
+     "the read budget of {1} bytes is spent (file size {2} bytes); the rest is left out, --read-budget sets another",
+     "The file makes its reader read the same bytes again and again, as a loop of directories does. What was read is in the result. Arguments: the budget, the file's size, both in bytes. If the file is sound, give a larger --read-budget, or \"unlimited\"."},
+}};
+// clang-format on
+
+}  // namespace
+
+std::span<const MessageTextRow> messageTexts() noexcept {
+    return kMessageTexts;
+}
+
+const MessageTextRow* findMessageText(std::string_view id) noexcept {
+    const auto row =
+        std::find_if(kMessageTexts.begin(), kMessageTexts.end(),
+                     [id](const MessageTextRow& candidate) { return candidate.id == id; });
+    return row == kMessageTexts.end() ? nullptr : &*row;
+}
+
+std::string argumentText(const qxMessageArgument& argument) {
+    struct TextOf : boost::static_visitor<std::string> {
+        std::string operator()(std::int64_t number) const { return std::to_string(number); }
+        std::string operator()(const std::string& text) const { return text; }
+        std::string operator()(const std::u16string& name) const { return fileNameToSystem(name); }
+        std::string operator()(const qxMessageText& text) const {
+            return boost::apply_visitor(*this, text);
+        }
+    };
+    return boost::apply_visitor(TextOf(), argument);
+}
+
+std::string messageText(const qxMessage& message) {
+    const std::vector<qxMessageArgument>& arguments = message.arguments();
+    const MessageTextRow* row = findMessageText(message.id());
+    if (row == nullptr) {
+        std::string text(message.id());
+        for (const qxMessageArgument& argument : arguments) {
+            text += ' ' + argumentText(argument);
+        }
+        return text;
+    }
+    // Placeholders are "{1}" to "{9}". The arguments put in are not searched for more of them.
+    std::string text;
+    std::string_view rest = row->text;
+    for (std::size_t brace = rest.find('{'); brace != rest.npos; brace = rest.find('{')) {
+        text += rest.substr(0, brace);
+        const std::size_t number = static_cast<std::size_t>(rest[brace + 1] - '1');
+        if (number < arguments.size()) {
+            text += argumentText(arguments[number]);
+        }
+        rest.remove_prefix(brace + 3);
+    }
+    return text.append(rest);
+}
+
+}  // namespace host

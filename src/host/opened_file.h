@@ -1,0 +1,101 @@
+#pragma once
+
+// One file during one call: its bytes behind the read cache, its read budget, its planned faults,
+// and the stdio streams on it.
+//
+// Ownership: shared by the file service and the open streams. Threads: one at a time.
+//
+// An access is what is read between two seeks, or before the first one.
+//
+// The budget: every byte taken counts, and every access after a seek counts `kFreshAccessCost`
+// more, since a jump is what costs a hostile file nothing and the reader much. Only the beginning
+// of such an access can be refused. What follows it without a seek is always delivered: a directory
+// whose count was delivered gets its table too, because a table cut short would be an error that
+// loses all directories before it. One access is at most the file's size, and so is the overshoot.
+//
+// A refused read costs no budget, and a list of pointers may hold millions of them: after
+// `kMostRefusals` seeks fail too, which ends a list at its next pointer.
+//
+// What the C library reads ahead of the module counts until the next seek or the closing of the
+// stream, when what was left unread is taken back.
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <limits>
+#include <memory>
+#include <span>
+
+#include "gateway/qx.h"
+#include "host/byte_source.h"
+#include "host/fault_plan.h"
+#include "host/read_cache.h"
+
+namespace host {
+
+class OpenedFile {
+public:
+    /// What a fresh access counts beside its bytes.
+    static constexpr std::uint64_t kFreshAccessCost = 64;
+
+    /// Refused reads before seeks fail: more than good files have pointers in a list, and no more
+    /// than are refused in a second.
+    static constexpr std::uint64_t kMostRefusals = 262144;
+
+    /// @param budget the bytes to be delivered; `kUnlimitedReads`: no limit
+    OpenedFile(std::shared_ptr<const ByteSource> bytes, const qxFileStatus& fileStatus,
+               std::shared_ptr<ReadCache> readCache, std::uint64_t budget, FaultPlan faultPlan);
+
+    [[nodiscard]] const qxFileStatus& status() const noexcept { return reportedStatus; }
+    [[nodiscard]] std::uint64_t budget() const noexcept { return readBudget; }
+    [[nodiscard]] std::uint64_t countedBytes() const noexcept { return counted; }
+    [[nodiscard]] std::uint64_t size() const noexcept { return source->size(); }
+
+    /// Whether a read has been refused; tells so once.
+    [[nodiscard]] bool takeRefusal() noexcept;
+
+    /// One access: how it began and what is left of it by plan.
+    struct Access {
+        enum class Start : std::uint8_t { pending, afterSeek, going };
+
+        Start start = Start::pending;
+        bool failing = false;
+        std::uint64_t limit = std::numeric_limits<std::uint64_t>::max();
+    };
+
+    /// Reads as part of an access. Returns the bytes delivered, or -1 with errno set.
+    [[nodiscard]] std::ptrdiff_t read(std::uint64_t position, std::span<std::byte> target,
+                                      Access& access) noexcept;
+
+    /// Bytes that were read ahead and not taken.
+    void takeBack(std::uint64_t bytes) noexcept { counted -= bytes; }
+
+    /// The begin of an access after a seek that turned out to be none, with what it delivered.
+    void takeBackAccess(std::uint64_t bytes) noexcept;
+
+    /// Takes note of a seek; false when it is planned to fail, or too many reads were refused.
+    [[nodiscard]] bool seek() noexcept;
+
+private:
+    /// The fault planned for the next operation of a kind, which is counted; null without one.
+    [[nodiscard]] const Fault* nextFault(Fault::Operation operation,
+                                         std::uint64_t& number) noexcept;
+
+    std::shared_ptr<const ByteSource> source;
+    qxFileStatus reportedStatus;
+    std::shared_ptr<ReadCache> cache;
+    std::uint64_t readBudget;
+    std::uint64_t counted = 0;
+    std::uint64_t refusals = 0;
+    bool refusalToTell = false;
+    bool refusalTold = false;
+    FaultPlan faults;
+    std::uint64_t accessNumber = 0;
+    std::uint64_t seekNumber = 0;
+    std::uint64_t cutAt;  ///< bytes from here on are gone, by plan
+};
+
+/// A stream on a file, at its beginning. The caller closes it. Throws std::bad_alloc.
+[[nodiscard]] std::FILE* openStream(std::shared_ptr<OpenedFile> file);
+
+}  // namespace host

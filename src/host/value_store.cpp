@@ -1,0 +1,207 @@
+#include "host/value_store.h"
+
+#include <algorithm>
+#include <new>
+#include <stdexcept>
+#include <utility>
+
+namespace host {
+
+namespace {
+
+std::size_t elementSize(ValueKind kind) noexcept {
+    switch (kind) {
+        case ValueKind::Double:
+            return sizeof(double);
+        case ValueKind::Uint8:
+            return sizeof(std::uint8_t);
+        case ValueKind::Char:
+            return sizeof(char16_t);
+        case ValueKind::Cell:
+        case ValueKind::Struct:
+            break;
+    }
+    return sizeof(Value*);
+}
+
+/// The product of two sizes; std::bad_alloc when no memory can be that large, so that the sum with
+/// a block's head cannot wrap either.
+std::size_t checkedProduct(std::size_t first, std::size_t second) {
+    constexpr std::size_t kLargest = std::size_t{1} << 46;  // half of what a process can address
+    std::size_t product = 0;
+    if (__builtin_mul_overflow(first, second, &product) || product > kLargest) {
+        throw std::bad_alloc();
+    }
+    return product;
+}
+
+constexpr std::size_t kInPlace = 8;  // the room for elements inside a value
+
+}  // namespace
+
+Value* ValueStore::createArray(ValueKind kind, std::size_t rows, std::size_t columns) {
+    if (kind == ValueKind::Cell) {
+        return newSlots(kind, rows, columns, nullptr);
+    }
+    return newValue(kind, rows, columns,
+                    checkedProduct(checkedProduct(rows, columns), elementSize(kind)));
+}
+
+Value* ValueStore::createRecords(std::size_t rows, std::size_t columns,
+                                 std::span<const char* const> fieldNames) {
+    return newSlots(ValueKind::Struct, rows, columns, shareFields(fieldNames));
+}
+
+Value* ValueStore::createScalar(double number) {
+    Value* value = newValue(ValueKind::Double, 1, 1, sizeof number);
+    ::new (elements(*value)) double(number);
+    return value;
+}
+
+Value* ValueStore::createText(std::u16string_view units) {
+    Value* value = createArray(ValueKind::Char, 1, units.size());
+    std::copy(units.begin(), units.end(), static_cast<char16_t*>(elements(*value)));
+    return value;
+}
+
+void* ValueStore::elements(Value& value) noexcept {
+    return value.inPlace ? static_cast<void*>(value.content.bytes) : value.content.block;
+}
+
+void ValueStore::setCell(Value& cells, std::size_t index, Value* value) {
+    if (cells.kind() != ValueKind::Cell || index >= cells.elementCount()) {
+        throw std::invalid_argument("no such cell");
+    }
+    replace(cells.slots()[index], value);
+}
+
+void ValueStore::setField(Value& records, std::size_t index, const char* fieldName, Value* value) {
+    if (records.kind() != ValueKind::Struct || index >= records.elementCount()) {
+        throw std::invalid_argument("no such element");
+    }
+    Value::SlotBlock& block = records.slotBlock();
+    const std::size_t fieldCount = block.fields->size();
+    const std::size_t number = block.fields->findAfter(block.lastField, fieldName);
+    if (number == fieldCount) {
+        throw std::invalid_argument("no such field");
+    }
+    block.lastField = number;
+    replace(records.slots()[index * fieldCount + number], value);
+}
+
+void ValueStore::replace(Value*& slot, Value* value) noexcept {
+    Value* former = std::exchange(slot, value);
+    if (former != nullptr && former != value) {
+        destroy(former);
+    }
+}
+
+void ValueStore::destroy(Value* value) noexcept {
+    if (value == nullptr) {
+        return;
+    }
+    ValueStore* store = static_cast<ValueStore*>(BlockPool::ownerOf(value));
+    // The arrays still to be freed form a list through their own blocks: no recursion, however
+    // deep the nesting, and no memory.
+    Value* pending = nullptr;
+    const auto freeOrQueue = [&pending](Value* part) noexcept {
+        if (part->hasSlots()) {
+            part->slotBlock().nextToFree = std::exchange(pending, part);
+        } else {
+            freeOne(part);
+        }
+    };
+    freeOrQueue(value);
+    while (pending != nullptr) {
+        Value* array = std::exchange(pending, pending->slotBlock().nextToFree);
+        for (Value* part : array->slots()) {
+            if (part != nullptr) {
+                freeOrQueue(part);
+            }
+        }
+        freeOne(array);
+    }
+    if (store->live == 0) {
+        store->pool.reset();
+    }
+}
+
+void ValueStore::freeOne(Value* value) noexcept {
+    ValueStore* store = static_cast<ValueStore*>(BlockPool::ownerOf(value));
+    if (!value->inPlace) {
+        const std::size_t size = contentSizeOf(*value);
+        if (value->hasSlots()) {
+            std::destroy_at(&value->slotBlock());
+        }
+        store->pool.release(value->content.block, size);
+    }
+    store->pool.release(value, sizeof(Value));
+    --store->live;
+}
+
+std::size_t ValueStore::contentSizeOf(const Value& value) noexcept {
+    return value.hasSlots()
+               ? sizeof(Value::SlotBlock) + value.slotBlock().slotCount * sizeof(Value*)
+               : value.elementCount() * elementSize(value.kind());
+}
+
+void ValueStore::failCreation(std::uint64_t number, std::exception_ptr error) noexcept {
+    creationsUntilFailure = number;
+    creationFailure = std::move(error);
+}
+
+Value* ValueStore::newValue(ValueKind kind, std::size_t rows, std::size_t columns,
+                            std::size_t contentSize) {
+    static_assert(sizeof(Value) == 32, "two values share a cache line");
+    static_assert(sizeof(Value::Content) == kInPlace);
+    if (creationsUntilFailure != 0 && --creationsUntilFailure == 0) {
+        std::rethrow_exception(std::exchange(creationFailure, nullptr));
+    }
+    const bool inPlace = contentSize <= kInPlace;
+    void* block = inPlace ? nullptr : pool.allocate(contentSize);
+    void* node = nullptr;
+    try {
+        node = pool.allocate(sizeof(Value));
+    } catch (...) {
+        if (!inPlace) {
+            pool.release(block, contentSize);
+        }
+        throw;
+    }
+    Value* value = ::new (node) Value(kind, rows, columns);
+    if (!inPlace) {
+        value->content.block = block;
+        value->inPlace = false;
+    }
+    ++live;
+    return value;
+}
+
+Value* ValueStore::newSlots(ValueKind kind, std::size_t rows, std::size_t columns,
+                            FieldListPointer fields) {
+    const std::size_t elementCount = checkedProduct(rows, columns);
+    const std::size_t fieldCount = fields == nullptr ? 1 : fields->size();
+    const std::size_t slotCount = checkedProduct(elementCount, fieldCount);
+    const std::size_t slotBytes = checkedProduct(slotCount, sizeof(Value*));
+    Value* value = newValue(kind, rows, columns, sizeof(Value::SlotBlock) + slotBytes);
+    ::new (value->content.block)
+        Value::SlotBlock{std::move(fields), slotCount, fieldCount, nullptr};
+    std::uninitialized_fill_n(value->slots().data(), slotCount, nullptr);
+    return value;
+}
+
+const ValueStore::FieldListPointer& ValueStore::shareFields(
+    std::span<const char* const> fieldNames) {
+    for (const FieldListPointer& recent : recentFields) {
+        if (recent != nullptr && recent->matches(fieldNames)) {
+            return recent;
+        }
+    }
+    auto fields = std::make_shared<const FieldList>(fieldNames);
+    FieldListPointer& place = recentFields[nextRecent];
+    nextRecent = (nextRecent + 1) % recentFields.size();
+    place = std::move(fields);
+    return place;
+}
+
+}  // namespace host

@@ -1,0 +1,106 @@
+#include "ifd/ifd.h"
+
+#include <algorithm>
+#include <array>
+#include <string>
+#include <utility>
+
+#include "dict/required_fields.h"
+#include "dict/tag_names.h"
+#include "file/tag_file.h"
+#include "gateway/messages.h"
+#include "tag/special_tags.h"
+#include "tag/tiff_tag.h"
+
+namespace {
+
+/// A directory in a JPEG lies in one APP1 segment, which holds less than 64 KiB.
+constexpr std::uint64_t kMaximumApp1Bytes = 65536;
+
+}  // namespace
+
+void IFD::process() {
+    ifdOffset = tagFile->position();
+    if (tagFile->freadNumDirectoryEntries(numEntries) != 1) {
+        warn<MessageId::numberOfDirectoryEntriesReadError>(ifdOffset);
+        throw StopProcessingIfdChainException("IFD::process");
+    }
+    if (numEntries == 0) {
+        warn<MessageId::numDirectoryEntriesIsZero>(ifdOffset);
+        throw StopProcessingIfdChainException("IFD::process");
+    }
+    const Wide size = Wide{numEntries} * tagFile->entrySize;
+    entryBytes = lowBits(size);
+    if (size > kMaximumApp1Bytes && tagFile->fileFormat == FileFormat::jpeg) {
+        warn<MessageId::jpegApp1MaximumLengthExceeded>(numEntries);
+        throw TiffTagsRecoverableError("IFD::process");
+    }
+    // Nothing is reserved for entries that the file cannot hold.
+    std::span<std::uint8_t> entries;
+    if (size <= tagFile->fileStatus.fileSize) {
+        entries = tagFile->entryBuffers[tagFile->nestingDepth].take(entryBytes);
+    }
+    if (entries.empty() || tagFile->read(entries.data(), 1, entries.size()) != entries.size()) {
+        // The number is the directory's own size so far, and one: always 1.
+        raise<MessageId::badIFDread>("IFD #" + std::to_string(this->size() + 1));
+    }
+    processIfdTags(entries);
+}
+
+void IFD::processIfdTags(std::span<const std::uint8_t> entries) {
+    // What nearly every directory holds; one with more known tags than there are names grows.
+    tags.reserve(std::min<std::uint64_t>(numEntries, kMaximumNames) + kRequiredFields.size());
+    for (; !entries.empty(); entries = entries.subspan(tagFile->entrySize)) {
+        try {
+            TiffTag tag(tagFile, entries.data(), ifdType);
+            flagDefaultValues(tag);
+            keep(tag);
+        } catch (const TiffTagsRecoverableError&) {
+            // The entry is dropped; whoever threw has warned.
+        }
+    }
+    if (ifdType == primaryIFD && tagFile->fileFormat != FileFormat::jpeg) {
+        processRequiredFields();
+    }
+}
+
+void IFD::keep(TiffTag& tag) {
+    const std::uint16_t id = tag.getId();
+    if (id == kImageWidth || id == kImageLength) {
+        if (!tag.numericValues.empty()) {
+            (id == kImageWidth ? width : height) = tag.getNumericValue(0);
+        }
+        return;
+    }
+    const bool isPointer = id == kSubIfds || id == kExif || id == kGps || id == kInteroperability;
+    if (isPointer && tag.subIfdSize() == 0) {
+        return;
+    }
+    if (tag.nameRow != TextMap::kNotFound) {
+        tags.push_back({static_cast<std::uint16_t>(tag.nameRow), tag.getQxArray()});
+    } else {
+        unknownTags.push_back({id, tag.dataOffset, tag.getQxArrayUnknown()});
+    }
+}
+
+void IFD::ifd2struct(qxArray* records, std::size_t index) {
+    const TextMap& names = dictionaryOf(ifdType);
+    for (KnownTag& tag : tags) {
+        setField(records, index, names.valueAt(tag.row), std::move(tag.value));
+    }
+    if (unknownTags.empty()) {
+        return;
+    }
+    constexpr std::array<const char*, 3> kFields{"ID", "Offset", "Value"};
+    OwnedValue unknown = makeRecords(unknownTags.size(), kFields.size(), kFields.data());
+    for (std::size_t i = 0; i < unknownTags.size(); ++i) {
+        unknownTags[i].setUnknownTagQx(unknown.get(), i);
+    }
+    setField(records, index, "UnknownTags", std::move(unknown));
+}
+
+void UnknownTag::setUnknownTagQx(qxArray* records, std::size_t index) {
+    setField(records, index, "ID", makeDoubleScalar(tagId));
+    setField(records, index, "Offset", makeDoubleScalar(static_cast<double>(dataOffset)));
+    setField(records, index, "Value", std::move(value));
+}

@@ -1,0 +1,75 @@
+#pragma once
+
+// One image file directory: what is kept of it until the chain's record is made. It owns the host
+// values of its tags; the tags themselves are gone once their directory is read.
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "dict/ifd_type.h"
+#include "gateway/values.h"
+
+class TagFile;
+class TiffTag;
+
+/// A tag with a name: the row of its name in the dictionary of the directory's kind, and its
+/// value, null when it has nothing to show.
+struct KnownTag {
+    std::uint16_t row;
+    OwnedValue value;
+};
+
+/// A tag that no dictionary names.
+struct UnknownTag {
+    std::uint16_t tagId;
+    std::uint64_t dataOffset;  ///< from the TIFF header; 0 when the data lay in the entry
+    OwnedValue value;          ///< text or a double row
+
+    /// Fills the fields "ID", "Offset" and "Value" of one element; the value is handed over.
+    void setUnknownTagQx(qxArray* records, std::size_t index);
+};
+
+class IFD {
+public:
+    IFD(TagFile* file, IFDtype_t_ kind) : tagFile(file), ifdType(kind) {}
+
+    /// Reads the directory at the stream's position. Throws `StopProcessingIfdChainException`
+    /// when it has no readable entry count (`numberOfDirectoryEntriesReadError`) or no entries
+    /// (`numDirectoryEntriesIsZero`), and `TiffTagsRecoverableError` when it is too large for a
+    /// JPEG (`jpegApp1MaximumLengthExceeded`); a table that ends early is the error `badIFDread`.
+    void process();
+
+    /// The number of fields that the directory contributes.
+    [[nodiscard]] std::size_t size() const { return tags.size() + (unknownTags.empty() ? 0U : 1U); }
+
+    /// Sets "ColorType" of one element: a name, or the number of an unlisted interpretation.
+    void setColorType(qxArray* records, std::size_t index) const;
+
+    /// Sets "BitDepth" of one element: the sum of BitsPerSample.
+    void setBitDepth(qxArray* records, std::size_t index) const;
+
+    /// Hands the values of all tags over to one element.
+    void ifd2struct(qxArray* records, std::size_t index);
+
+    std::vector<KnownTag> tags;  ///< in entry order, then the defaults
+    std::vector<UnknownTag> unknownTags;
+    std::uint64_t numEntries = 0;
+    TagFile* tagFile;             ///< not owned
+    std::uint64_t ifdOffset = 0;  ///< file position of the entry count
+    IFDtype_t_ ifdType;
+    std::uint64_t entryBytes = 0;  ///< size of the entries
+    double width = 0;
+    double height = 0;
+    std::uint32_t requiredFieldFlags = 0;  ///< bit N: row N of the required fields was seen
+    std::int32_t photometric = -1;
+    std::vector<double> bitsPerSample;
+    std::uint64_t samplesPerPixel = 1;  ///< the number of values of tag 277
+
+private:
+    void processIfdTags(std::span<const std::uint8_t> entries);
+    void flagDefaultValues(const TiffTag& tag);
+    void keep(TiffTag& tag);
+    void processRequiredFields();
+};

@@ -1,0 +1,68 @@
+#include "ifd/ifd_tree.h"
+
+#include <utility>
+
+#include "file/tag_file.h"
+#include "gateway/messages.h"
+
+IFDTree::IFDTree(TagFile* file, IFDtype_t_ kind) : tagFile(file), ifdType(kind) {
+    processIfdSet();
+}
+
+void IFDTree::processIfdSet() {
+    for (;;) {
+        const std::uint64_t start = tagFile->position();
+        IFD ifd(tagFile, ifdType);
+        try {
+            ifd.process();
+        } catch (const StopProcessingIfdChainException&) {
+            return;
+        }
+        const Wide nextField = Wide{start} + tagFile->entryCountSize + ifd.entryBytes;
+        if (ifd.size() != 0) {
+            push_back(std::move(ifd));
+        }
+        // Only primary chains and SubIFDs go on to a next directory.
+        if (ifdType != primaryIFD) {
+            return;
+        }
+        if (tagFile->maxIfdCount != 0 && tagFile->maxIfdCount == size()) {
+            return;
+        }
+        if (!tagFile->seekTo(nextField)) {
+            warn<MessageId::badNextIfdPointerSeek>();
+            return;
+        }
+        const std::uint64_t next = readNextIfdOffset();
+        if (next == 0) {
+            return;
+        }
+        const Wide target = Wide{next} + tagFile->baseOffset();
+        if (target >= tagFile->fileStatus.fileSize) {
+            warn<MessageId::nextIfdPointerOutOfRange>(lowBits(target));
+            return;
+        }
+        if (!tagFile->seekTo(target)) {
+            warn<MessageId::badNextIfdPointerSeek>();
+            return;
+        }
+    }
+}
+
+void IFDTree::push_back(IFD ifd) {
+    for (const KnownTag& tag : ifd.tags) {
+        tagNames.add(tag.row);
+    }
+    hasUnknownTags = hasUnknownTags || !ifd.unknownTags.empty();
+    ifds.push_back(std::move(ifd));
+}
+
+std::uint64_t IFDTree::readNextIfdOffset() {
+    const std::uint64_t position = tagFile->position();
+    std::uint64_t next = 0;
+    if (tagFile->freadNextIfdOffset(next) != 1) {
+        warn<MessageId::nextIfdOffsetReadError>(position);
+        return 0;
+    }
+    return next;
+}

@@ -1,0 +1,48 @@
+#pragma once
+
+// One chain of directories of one kind. Constructing a tree reads the whole chain; making its
+// record hands all values over. It owns its directories.
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "dict/ifd_type.h"
+#include "dict/row_set.h"
+#include "gateway/values.h"
+#include "ifd/ifd.h"
+
+class TagFile;
+
+class IFDTree {
+public:
+    /// An empty tree of the primary kind.
+    IFDTree() = default;
+
+    /// Reads the chain that begins at the stream's position. Damage that ends the chain warns
+    /// (`badNextIfdPointerSeek`, `nextIfdPointerOutOfRange`, `nextIfdOffsetReadError`) and keeps
+    /// what was read; other exceptions leave the constructor, and the chain is lost.
+    IFDTree(TagFile* file, IFDtype_t_ kind);
+
+    /// The number of directories.
+    [[nodiscard]] std::size_t size() const { return ifds.size(); }
+
+    /// The [N, 1] record array of the chain, one element per directory; an empty 0-by-0 double
+    /// array when there is none. It takes the values out of the tree.
+    [[nodiscard]] OwnedValue repackageIfds();
+
+private:
+    void processIfdSet();
+    void push_back(IFD ifd);
+    [[nodiscard]] std::uint64_t readNextIfdOffset();
+    [[nodiscard]] std::vector<const char*> fieldNames() const;
+    [[nodiscard]] bool tagAlreadyOnDefaultList(std::size_t row) const;
+    void setDefaultQxFields(qxArray* records);
+    void setDerivedFields(qxArray* records, std::size_t index) const;
+
+    TagFile* tagFile = nullptr;  // not owned
+    IFDtype_t_ ifdType = primaryIFD;
+    std::vector<IFD> ifds;  // in the order read
+    RowSet tagNames;        // rows of the kind's dictionary: names that occur
+    bool hasUnknownTags = false;
+};

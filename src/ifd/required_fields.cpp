@@ -1,0 +1,107 @@
+// The fields that a directory must show, and those derived from its tags.
+
+#include "dict/required_fields.h"
+
+#include <numeric>
+
+#include "dict/number_conversion.h"
+#include "dict/tag_names.h"
+#include "gateway/messages.h"
+#include "ifd/ifd.h"
+#include "tag/special_tags.h"
+#include "tag/tiff_tag.h"
+
+namespace {
+
+// TIFF 6.0 section 8, its supplements and DNG.
+constexpr Row<const char*> kColorTypeRows[] = {
+    {0, "grayscale"},
+    {1, "grayscale"},
+    {2, "truecolor"},
+    {3, "indexed"},
+    {4, "Transparency Mask"},
+    {5, "CMYK"},
+    {6, "YCbCr"},
+    {8, "CIELab"},
+    {9, "ICCLab"},
+    {10, "ITULab"},
+    {32803, "CFA"},
+    {32844, "LogL"},
+    {32845, "LogLuv"},
+    {34892, "LinearRaw"},
+};
+constexpr OrderedRows kColorTypes(kColorTypeRows);
+constexpr TextMap kColorTypeNames(kColorTypes);
+
+std::vector<double> copyOf(const NumericValues& numbers) {
+    std::vector<double> copy(numbers.size());
+    numbers.copyTo(copy.data());
+    return copy;
+}
+
+}  // namespace
+
+void IFD::flagDefaultValues(const TiffTag& tag) {
+    const std::uint16_t id = tag.getId();
+    if (const RequiredField* field = requiredField(id)) {
+        requiredFieldFlags |= std::uint32_t{1} << (field - kRequiredFields.data());
+    }
+    switch (id) {
+        case kBitsPerSample:
+            bitsPerSample = copyOf(tag.numericValues);
+            break;
+        case kSamplesPerPixel:
+            samplesPerPixel = tag.numericValues.size();
+            break;
+        case kPhotometricInterpretation:
+            if (!tag.numericValues.empty()) {
+                photometric = toSigned32(tag.getNumericValue(0));
+            }
+            break;
+        default:
+            break;
+    }
+}
+
+void IFD::processRequiredFields() {
+    for (std::size_t row = 0; row < kRequiredFields.size(); ++row) {
+        if ((requiredFieldFlags >> row & 1U) != 0) {
+            continue;
+        }
+        const RequiredField& field = kRequiredFields[row];
+        // A field without a value is empty as it is.
+        switch (field.kind) {
+            case DefaultValue::empty:
+                break;
+            case DefaultValue::number: {
+                TiffTag tag(field.id, ifdType);
+                keep(tag);
+                break;
+            }
+            case DefaultValue::onePerSample: {
+                bitsPerSample.insert(bitsPerSample.end(), samplesPerPixel, 1.0);
+                TiffTag tag(int{field.id}, ifdType, samplesPerPixel);
+                keep(tag);
+                break;
+            }
+            case DefaultValue::fromBits: {
+                TiffTag tag(field.id, ifdType, bitsPerSample);
+                keep(tag);
+                break;
+            }
+        }
+    }
+}
+
+void IFD::setColorType(qxArray* records, std::size_t index) const {
+    const bool inTable = photometric >= 0 && photometric <= 0xFFFF;
+    const char* const* name =
+        inTable ? kColorTypeNames.find(static_cast<std::uint16_t>(photometric)) : nullptr;
+    setField(records, index, "ColorType",
+             name == nullptr ? makeDoubleScalar(photometric) : makeString(*name));
+}
+
+void IFD::setBitDepth(qxArray* records, std::size_t index) const {
+    setField(records, index, "BitDepth",
+             makeDoubleScalar(std::accumulate(bitsPerSample.begin(), bitsPerSample.end(), 0.0)));
+}

@@ -1,0 +1,89 @@
+// Tags that point at further directories.
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+#include "file/tag_file.h"
+#include "gateway/messages.h"
+#include "ifd/ifd_tree.h"
+#include "tag/special_tags.h"
+#include "tag/tiff_tag.h"
+
+namespace {
+
+/// The kind of the directories that a pointer tag leads to.
+IFDtype_t_ kindOfChain(std::uint16_t pointerId) {
+    switch (pointerId) {
+        case kInteroperability:
+            return interopIFD;
+        case kGps:
+            return GPSIFD;
+        case kExif:
+            return exifIFD;
+        default:
+            return primaryIFD;
+    }
+}
+
+const char* kindText(IFDtype_t_ kind) {
+    switch (kind) {
+        case primaryIFD:
+            return "Primary";
+        case exifIFD:
+            return "Exif";
+        case GPSIFD:
+            return "GPS";
+        default:
+            return "Interoperability";
+    }
+}
+
+/// The offsets that a pointer tag holds: one from each 4-byte slot that begins inside its data,
+/// whatever the field type. A slot that reaches past the end is padded with zero bytes.
+std::vector<std::uint32_t> readOffsets(std::span<const std::uint8_t> data, std::uint64_t count) {
+    const std::size_t slots = (data.size() + 3) / 4;
+    std::vector<std::uint32_t> offsets(std::min<std::uint64_t>(count, slots), 0);
+    if (!offsets.empty()) {
+        std::memcpy(offsets.data(), data.data(), std::min(data.size(), 4 * offsets.size()));
+    }
+    return offsets;
+}
+
+}  // namespace
+
+bool TiffTag::isPointer() const {
+    return tagId == kSubIfds || tagId == kExif || tagId == kGps || tagId == kInteroperability;
+}
+
+void TiffTag::processSubIfds() {
+    const std::uint64_t position = tagFile->position();
+    // Copied: nested tags use the same data buffer.
+    for (const std::uint32_t offset : readOffsets(rawData, componentCount)) {
+        processSubIfd(offset);
+    }
+    tagFile->seekTo(position);
+}
+
+void TiffTag::processSubIfd(std::uint64_t offset) {
+    const Wide position = Wide{offset} + tagFile->baseOffset();
+    if (!tagFile->seekTo(position)) {
+        warn<MessageId::badSubIfdSeek>(lowBits(position));
+        drop();
+    }
+    checkThatProposedNewSubIfdIsLegal();
+    const TagFile::NestingLevel level(*tagFile);
+    IFDTree tree(tagFile, kindOfChain(tagId));
+    // All chains of a SubIFDs tag are shown, of the other pointers the first one.
+    if (tree.size() != 0 && (tagId == kSubIfds || subIfds.empty())) {
+        subIfds.push_back(tree.repackageIfds());
+    }
+}
+
+void TiffTag::checkThatProposedNewSubIfdIsLegal() const {
+    const bool mayPoint = ifdType == primaryIFD || ifdType == exifIFD;
+    if (!mayPoint || tagFile->nestingDepth >= TagFile::kMaximumNesting) {
+        warn<MessageId::illegallyNestedIFD>(tagId, kindText(ifdType));
+        drop();
+    }
+}

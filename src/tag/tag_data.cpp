@@ -1,0 +1,65 @@
+// The data of a tag by field type.
+
+#include "dict/data_types.h"
+#include "gateway/messages.h"
+#include "tag/special_tags.h"
+#include "tag/tiff_tag.h"
+
+void TiffTag::processNormalTagData() {
+    if (tagId == kImageSourceData) {
+        byteData = rawData.first(componentCount);  // every type is at least a byte wide
+        return;
+    }
+    switch (dataType) {
+        case TIFF_ASCII:
+            stringValue = std::string_view(
+                static_cast<const char*>(static_cast<const void*>(rawData.data())), rawData.size());
+            return;
+        case TIFF_BYTE:
+        case TIFF_SHORT:
+        case TIFF_LONG:
+        case TIFF_SBYTE:
+        case TIFF_UNDEFINED:
+        case TIFF_SSHORT:
+        case TIFF_SLONG:
+        case TIFF_FLOAT:
+        case TIFF_DOUBLE:
+        case TIFF_LONG8:
+            return setNumbers(static_cast<TIFFDataType>(dataType));
+        case TIFF_SLONG8:
+            // Read as 32-bit numbers from the first half of the data, swapped as 64-bit items.
+            return setNumbers(TIFF_SLONG);
+        case TIFF_RATIONAL:
+            return processTiffTagRational();
+        case TIFF_SRATIONAL:
+            return processTiffTagSRational();
+        case TIFF_IFD:
+        case TIFF_IFD8:
+            warn<MessageId::unrecognizedIfd>(tagId);
+            drop();
+        case TIFF_NOTYPE:
+            warn<MessageId::noTypeFormatId>(tagName);
+            drop();
+        default:
+            raise<MessageId::unrecognizedTagFormatId>(dataType);
+    }
+}
+
+void TiffTag::setNumbers(TIFFDataType itemType) {
+    numericValues = NumericValues(rawData.data(), componentCount, itemType);
+}
+
+void TiffTag::processTiffTagRational() {
+    setNumbers(TIFF_RATIONAL);
+    if (numericValues.zeroDenominators() != 0) {
+        warn<MessageId::badTagValueDivisionByZero>(tagName);
+    }
+}
+
+// Unlike an unsigned rational, a signed one warns once for every bad value.
+void TiffTag::processTiffTagSRational() {
+    setNumbers(TIFF_SRATIONAL);
+    for (std::size_t zeros = numericValues.zeroDenominators(); zeros > 0; --zeros) {
+        warn<MessageId::badTagValueDivisionByZero>(tagName);
+    }
+}

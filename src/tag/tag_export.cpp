@@ -1,0 +1,118 @@
+// The host value of a tag.
+
+#include <algorithm>
+#include <utility>
+
+#include "dict/number_conversion.h"
+#include "tag/special_tags.h"
+#include "tag/tiff_tag.h"
+
+namespace {
+
+// TIFF 6.0 section 19, and the complex types of its supplement.
+constexpr Row<const char*> kSampleFormatRows[] = {
+    {1, "Unsigned integer"},    {2, "Two's complement signed integer"},
+    {3, "IEEE floating point"}, {4, "Undefined"},
+    {5, "Complex integer"},     {6, "Complex IEEE floating point"},
+};
+constexpr OrderedRows kSampleFormats(kSampleFormatRows);
+constexpr TextMap kSampleFormatNames(kSampleFormats);
+
+OwnedValue sampleFormatName(double code) {
+    return makeString(search_map(&kSampleFormatNames, toLowBits<16>(code)));
+}
+
+OwnedValue doubleRow(const NumericValues& numbers) {
+    if (numbers.size() == 1) {
+        return makeDoubleScalar(numbers[0]);
+    }
+    OwnedValue row = makeNumericArray(1, numbers.size(), qxDOUBLE_CLASS);
+    numbers.copyTo(qxGetDoubles(row.get()));
+    return row;
+}
+
+}  // namespace
+
+OwnedValue trim_nulls(std::string_view text) {
+    const std::size_t end = text.find_last_not_of('\0');
+    if (end == std::string_view::npos) {
+        return makeCharArray(0, 0);
+    }
+    OwnedValue row = makeCharArray(1, end + 1);
+    std::transform(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(end + 1),
+                   qxGetChars(row.get()), [](char character) {
+                       const auto byte = static_cast<unsigned char>(character);
+                       return static_cast<char16_t>(byte < 0x80 ? byte : 0xFF00 | byte);
+                   });
+    return row;
+}
+
+OwnedValue TiffTag::getQxArray() {
+    switch (tagId) {
+        case kExif:
+        case kGps:
+        case kInteroperability:
+            return std::move(subIfds.front());
+        case kSubIfds: {
+            OwnedValue cells = makeCellRow(subIfds.size());
+            for (std::size_t i = 0; i < subIfds.size(); ++i) {
+                qxSetCell(cells.get(), i, subIfds[i].release());
+            }
+            return cells;
+        }
+        case kColorMap:
+            return getQxArrayColormap();
+        case kSampleFormat:
+            return getQxArraySampleFormat();
+        case kImageSourceData:
+            return getQxArrayImageSourceData();
+        default:
+            break;
+    }
+    if (!valueName.empty()) {
+        return trim_nulls(valueName);
+    }
+    if (!stringValue.empty()) {
+        return trim_nulls(stringValue);
+    }
+    return numericValues.empty() ? OwnedValue() : doubleRow(numericValues);
+}
+
+OwnedValue TiffTag::getQxArrayColormap() const {
+    if (numericValues.empty()) {
+        return OwnedValue();
+    }
+    // The values stand as all reds, all greens, all blues: the columns of the result, in storage
+    // order. What is left over when the count is no multiple of 3 is dropped.
+    constexpr double kFullIntensity = 65535.0;
+    const std::size_t rows = numericValues.size() / 3;
+    OwnedValue map = makeNumericArray(rows, 3, qxDOUBLE_CLASS);
+    double* out = qxGetDoubles(map.get());
+    numericValues.first(3 * rows).copyTo(out);
+    std::transform(out, out + 3 * rows, out, [](double value) { return value / kFullIntensity; });
+    return map;
+}
+
+OwnedValue TiffTag::getQxArraySampleFormat() const {
+    if (numericValues.size() == 1) {
+        return sampleFormatName(numericValues[0]);
+    }
+    OwnedValue cells = makeCellRow(numericValues.size());
+    for (std::size_t i = 0; i < numericValues.size(); ++i) {
+        qxSetCell(cells.get(), i, sampleFormatName(numericValues[i]).release());
+    }
+    return cells;
+}
+
+OwnedValue TiffTag::getQxArrayImageSourceData() const {
+    OwnedValue row = makeNumericArray(1, byteData.size(), qxUINT8_CLASS);
+    std::copy(byteData.begin(), byteData.end(), qxGetUint8s(row.get()));
+    return row;
+}
+
+OwnedValue TiffTag::getQxArrayUnknown() const {
+    if (stringValue.empty()) {
+        return doubleRow(numericValues);
+    }
+    return makeString(std::string(stringValue).c_str());
+}

@@ -1,0 +1,122 @@
+// Readable names of enumerated values, and the tags with a treatment of their own.
+
+#include <string>
+
+#include "dict/number_conversion.h"
+#include "gateway/messages.h"
+#include "tag/tiff_tag.h"
+
+/// What is done to a tag once its data are loaded, by its id.
+struct TiffTag::Decoders {
+    // clang-format off
+    static constexpr Row<void (TiffTag::*)()> kRows[] = {
+        {259, &TiffTag::processCompression},
+        {262, &TiffTag::processPhotometricInterpretation},
+        {270, &TiffTag::processImageDescription},
+        {284, &TiffTag::processPlanarConfiguration},
+        {290, &TiffTag::processGrayResponseUnit},
+        {296, &TiffTag::processResolutionUnit},
+        {317, &TiffTag::processPredictor},
+        {332, &TiffTag::processInkSet},
+        {512, &TiffTag::processJPEGProc},
+        {531, &TiffTag::processYCbCrPositioning},
+        {700, &TiffTag::processXMP},
+        {34675, &TiffTag::processICCProfile},
+        {34850, &TiffTag::processExposureProgram},
+        {37383, &TiffTag::processMeteringMode},
+        {37384, &TiffTag::processLightSource},
+        {40961, &TiffTag::processColorSpace},
+        {41495, &TiffTag::processSensingMethod},
+        {41728, &TiffTag::processFileSource},
+        {41729, &TiffTag::processSceneType},
+        {41985, &TiffTag::processCustomRendered},
+        {41986, &TiffTag::processExposureMode},
+        {41987, &TiffTag::processWhiteBalance},
+        {41990, &TiffTag::processSceneCaptureType},
+        {41991, &TiffTag::processGainControl},
+        {41992, &TiffTag::processContrast},
+        {41993, &TiffTag::processSaturation},
+        {41994, &TiffTag::processSharpness},
+        {41996, &TiffTag::processSubjectDistanceRange},
+    };
+    // clang-format on
+    static constexpr OrderedRows kOrderedRows{kRows};
+    static constexpr OrderedMap<void (TiffTag::*)()> kById{kOrderedRows};
+};
+
+void TiffTag::processSpecificTag() {
+    if (componentCount == 0 && !isDefault) {
+        return;
+    }
+    switch (ifdType) {
+        case GPSIFD:
+        case interopIFD:
+            return;
+        case primaryIFD:
+        case exifIFD:
+            break;
+        default:
+            raise<MessageId::unrecognizedIfdId>(static_cast<std::uint32_t>(ifdType));
+    }
+    if (const auto* decode = Decoders::kById.find(tagId)) {
+        (this->**decode)();
+    }
+}
+
+// An unlisted value, or none at all, is "unknown".
+void TiffTag::nameValue(const TextMap& names) {
+    valueName =
+        numericValues.empty() ? "unknown" : search_map(&names, toLowBits<16>(numericValues[0]));
+}
+
+// A unit that is stored as text keeps its text.
+void TiffTag::processResolutionUnit() {
+    if (stringValue.empty()) {
+        nameValue(resolutionUnitNames);
+    }
+}
+
+// The stored code becomes the factor that it stands for; other values stay as they are.
+void TiffTag::processGrayResponseUnit() {
+    if (numericValues.empty()) {
+        return;
+    }
+    const double code = numericValues[0];
+    const std::uint16_t key = toLowBits<16>(code);
+    const double* factor = grayResponseUnits.find(key);
+    if (factor == nullptr || static_cast<double>(key) != code) {
+        return;
+    }
+    defaultNumbers.resize(numericValues.size());
+    numericValues.copyTo(defaultNumbers.data());
+    defaultNumbers[0] = *factor;
+    numericValues = NumericValues(defaultNumbers);
+}
+
+// The last character is the stored terminator, and goes whatever it is.
+void TiffTag::processImageDescription() {
+    if (!stringValue.empty()) {
+        stringValue.remove_suffix(1);
+    }
+}
+
+// The packet is text, although it is stored as numbers.
+void TiffTag::processXMP() {
+    const std::span<const std::uint8_t> bytes = numericValues.asBytes();
+    if (!bytes.empty()) {
+        valueName = std::string_view(
+            static_cast<const char*>(static_cast<const void*>(bytes.data())), bytes.size());
+        return;
+    }
+    packet.reserve(numericValues.size());
+    for (std::size_t i = 0; i < numericValues.size(); ++i) {
+        packet.push_back(static_cast<char>(toLowBits<8>(numericValues[i])));
+    }
+    valueName = packet;
+}
+
+// The record says where the profile lies, not what it holds.
+void TiffTag::processICCProfile() {
+    singleNumber = static_cast<double>(dataOffset);
+    numericValues = NumericValues(std::span(&singleNumber, 1));
+}

@@ -1,0 +1,153 @@
+#include "tag/tiff_tag.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstring>
+#include <string>
+
+#include "dict/data_types.h"
+#include "dict/required_fields.h"
+#include "dict/tag_names.h"
+#include "dict/tag_rules.h"
+#include "file/raw2native.h"
+#include "file/tag_file.h"
+#include "gateway/messages.h"
+
+namespace {
+
+std::uint16_t readUnsigned16(const std::uint8_t* bytes, bool swap) {
+    std::uint16_t value;
+    std::memcpy(&value, bytes, sizeof value);
+    raw2native(&value, sizeof value, 1, swap);
+    return value;
+}
+
+}  // namespace
+
+void TiffTag::drop() {
+    throw TiffTagsRecoverableError("TIiffTag::TiffTag");
+}
+
+TiffTag::TiffTag(TagFile* file, const std::uint8_t* entry, IFDtype_t_ kind)
+    : tagFile(file), tagId(readUnsigned16(entry, file->needsByteSwap)), ifdType(kind) {
+    setTagName();
+    dataType = readUnsigned16(entry + 2, file->needsByteSwap);
+    const std::uint32_t width = dataTypeWidth(dataType);
+    if (width == 0 && dataType != TIFF_NOTYPE) {
+        warn<MessageId::unrecognizedTagFormatId>(dataType);
+        throw TiffTagsRecoverableError("TiffTag::TiffTag");
+    }
+    if (dataType == TIFF_NOTYPE) {
+        warn<MessageId::noTypeFormatId>(tagName);
+        drop();
+    }
+    componentCount = file->readTagNumComponents(entry);
+    if (componentCount == 0) {
+        warn<MessageId::zeroComponentCount>(tagName);
+    }
+    validate_tag_against_number_of_components(tagId, componentCount);
+    setTagDataOffset(entry, width);
+    processGenericTag();
+}
+
+TiffTag::TiffTag(unsigned short id, IFDtype_t_ kind) : tagId(id), isDefault(true), ifdType(kind) {
+    setTagName();
+    const RequiredField* field = requiredField(id);
+    if (field == nullptr ||
+        (field->kind != DefaultValue::number && field->kind != DefaultValue::empty)) {
+        warn<MessageId::unrecognizedTagId>(id);
+        drop();
+    }
+    if (field->kind == DefaultValue::number) {
+        singleNumber = field->number;
+        numericValues = NumericValues(std::span(&singleNumber, 1));
+    }
+    processSpecificTag();
+}
+
+TiffTag::TiffTag(int id, IFDtype_t_ kind, unsigned long n)
+    : tagId(static_cast<std::uint16_t>(id)),
+      isDefault(true),
+      ifdType(kind),
+      defaultNumbers(n, 1.0) {
+    setTagName();
+    numericValues = NumericValues(defaultNumbers);
+    processSpecificTag();
+}
+
+TiffTag::TiffTag(unsigned short id, IFDtype_t_ kind, std::vector<double> bits)
+    : tagId(id), isDefault(true), ifdType(kind), defaultNumbers(std::move(bits)) {
+    componentCount = defaultNumbers.size();
+    for (double& number : defaultNumbers) {
+        number = id == 280 ? 0.0 : std::exp2(number) - 1.0;
+    }
+    numericValues = NumericValues(defaultNumbers);
+    setTagName();
+    processSpecificTag();
+}
+
+void TiffTag::setTagName() {
+    const TextMap& names = dictionaryOf(ifdType);
+    nameRow = names.rowOf(tagId);
+    tagName = nameRow == TextMap::kNotFound ? "" : names.valueAt(nameRow);
+}
+
+void TiffTag::setTagDataOffset(const std::uint8_t* entry, std::uint32_t width) {
+    // A rational is two 32-bit numbers, each in the file's byte order.
+    const bool isPair = dataType == TIFF_RATIONAL || dataType == TIFF_SRATIONAL;
+    const std::uint64_t itemSize = isPair ? width / 2 : width;
+    const Wide itemCount = Wide{componentCount} * (isPair ? 2U : 1U);
+    const Wide size = itemCount * itemSize;
+    dataSize = lowBits(size);
+    if (size > tagFile->offsetSize) {
+        dataOffset = tagFile->readTagDataOffset(entry);
+        const Wide position = Wide{dataOffset} + tagFile->baseOffset();
+        if (!tagFile->seekTo(position)) {
+            warn<MessageId::badTagDataOffsetSeek>(tagId);
+            drop();
+        }
+        if (position + size > tagFile->fileStatus.fileSize) {
+            warn<MessageId::tagDataPastEOF>(tagId, dataSize);
+            drop();
+        }
+        // From here on the size is at most the file's.
+        rawData = tagFile->dataBuffer.take(dataSize);
+        if (tagFile->read(rawData.data(), itemSize, lowBits(itemCount)) != itemCount) {
+            warn<MessageId::unableToReadTiffTag>(
+                *tagName != '\0' ? std::string(tagName) : std::to_string(tagId), lowBits(position));
+            drop();
+        }
+    } else {
+        std::copy_n(entry + tagFile->valueOffsetPosition, dataSize, inlineData.begin());
+        rawData = std::span(inlineData.data(), dataSize);
+    }
+    raw2native(rawData.data(), itemSize, lowBits(itemCount), tagFile->needsByteSwap);
+}
+
+void TiffTag::validateTag() const {
+    const FieldTypeRule* rule = fieldTypeRule(tagId);
+    if (rule == nullptr || rule->accepts(dataType)) {
+        return;
+    }
+    const char* actual = get_datatype_name(static_cast<TIFFDataType>(dataType));
+    if (rule->message == MessageId::expectedTagDataFormat) {
+        warn<MessageId::expectedTagDataFormat>(tagName, actual, rule->expected);
+    } else {
+        warn<MessageId::expectedTagDataFormatMultiple>(tagName, actual, rule->expected);
+    }
+}
+
+void TiffTag::processGenericTag() {
+    validateTag();
+    if (isPointer()) {
+        processSubIfds();
+    } else {
+        processNormalTagData();
+        processSpecificTag();
+    }
+}
+
+double TiffTag::getNumericValue(int /*index*/) const {
+    return numericValues[0];
+}

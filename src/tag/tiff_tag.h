@@ -1,0 +1,169 @@
+#pragma once
+
+// One directory entry, from its raw form to its host value.
+//
+// A tag lives only while its directory is being read: the constructor decodes the entry, the
+// directory takes the host value (`getQxArray`, `setUnknownTagQx`) and the tag goes. Its data are
+// views of the tag file's buffer, valid until the next entry is decoded; nothing is copied on the
+// way from the file to the host's value. Texts of names are the constant tables' own.
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "dict/ifd_type.h"
+#include "dict/value_names.h"
+#include "gateway/values.h"
+#include "tag/numeric_values.h"
+
+class TagFile;
+
+class TiffTag {
+public:
+    /// Decodes a raw entry of a directory of the given kind, in file byte order (`entry` holds
+    /// 12 bytes, 20 in a BigTIFF). Gives every warning and error about the entry, follows the
+    /// pointers of tags 330, 34665, 34853 and 40965, and throws `TiffTagsRecoverableError` when
+    /// the entry must be dropped.
+    TiffTag(TagFile* file, const std::uint8_t* entry, IFDtype_t_ kind);
+
+    /// The default of a required field with a fixed or no value. Any other id warns
+    /// `unrecognizedTagId` and throws `TiffTagsRecoverableError`.
+    TiffTag(unsigned short id, IFDtype_t_ kind);
+
+    /// The default of BitsPerSample: `n` values of 1.
+    TiffTag(int id, IFDtype_t_ kind, unsigned long n);
+
+    /// The default of MinSampleValue (280), a 0 for each element of `bits`, or of MaxSampleValue,
+    /// 2^b - 1 for each element b.
+    TiffTag(unsigned short id, IFDtype_t_ kind, std::vector<double> bits);
+
+    TiffTag(const TiffTag&) = delete;
+    TiffTag& operator=(const TiffTag&) = delete;
+    ~TiffTag() = default;
+
+    [[nodiscard]] std::uint16_t getId() const { return tagId; }
+
+    /// The name of the tag; empty when the dictionary of its directory kind has none.
+    [[nodiscard]] const char* getName() const { return tagName; }
+
+    /// The first value, whatever the index; `numericValues` must not be empty.
+    [[nodiscard]] double getNumericValue(int index) const;
+
+    /// How many chains with at least one directory were reached through this tag.
+    [[nodiscard]] std::size_t subIfdSize() const { return subIfds.size(); }
+
+    /// The host value: a double row, a 1-by-N char row (0-by-0 when it holds NULs only), the
+    /// special shapes of ColorMap, SampleFormat and ImageSourceData, nested records, or null when
+    /// the tag has nothing to show. Nested records can be taken once.
+    [[nodiscard]] OwnedValue getQxArray();
+
+    /// ColorMap (320): count/3 rows by 3 columns between 0 and 1; null without values.
+    [[nodiscard]] OwnedValue getQxArrayColormap() const;
+
+    /// SampleFormat (339): a name, or a 1-by-N cell of names when there is not exactly one.
+    [[nodiscard]] OwnedValue getQxArraySampleFormat() const;
+
+    /// ImageSourceData (37724): the bytes as a 1-by-N unsigned 8-bit row.
+    [[nodiscard]] OwnedValue getQxArrayImageSourceData() const;
+
+    /// The value of an unknown tag: its text up to the first NUL, or a double row.
+    [[nodiscard]] OwnedValue getQxArrayUnknown() const;
+
+    /// Checks the field type by the tag's rule; a type that is not accepted warns
+    /// `expectedTagDataFormat` or `expectedTagDataFormatMultiple` (name, actual, expected).
+    void validateTag() const;
+
+    /// `validateTag()`, then the decoding of the data.
+    void processGenericTag();
+
+    /// Turns the data into numbers, text or bytes by field type. Warns `unrecognizedIfd`,
+    /// `noTypeFormatId` or `badTagValueDivisionByZero`.
+    void processNormalTagData();
+
+    /// Names enumerated values and gives a few tags their special treatment. A directory kind
+    /// outside the four raises the error `unrecognizedIfdId`.
+    void processSpecificTag();
+
+    // The tag as decoded.
+    std::span<const std::uint8_t> byteData;  ///< filled for ImageSourceData alone
+    NumericValues numericValues;             ///< empty for text and pointers
+    std::string_view stringValue;            ///< the text with every NUL that was stored
+    std::string_view valueName;              ///< readable value of an enumerated tag
+    TagFile* tagFile = nullptr;              ///< not owned; null for defaults
+    std::uint16_t tagId = 0;
+    std::uint32_t dataType = 0;  ///< field type code; 0 for defaults
+    std::uint64_t componentCount = 0;
+    std::uint64_t dataOffset = 0;  ///< from the TIFF header; 0 when inline
+    bool isDefault = false;
+    std::uint64_t dataSize = 0;       ///< bytes
+    IFDtype_t_ ifdType = primaryIFD;  ///< kind of the directory that holds the tag
+    /// Row of the name in the dictionary of the kind; `TextMap::kNotFound` when it has none.
+    std::size_t nameRow = TextMap::kNotFound;
+    const char* tagName = "";
+    std::span<std::uint8_t> rawData;  ///< the data in host byte order
+    std::vector<OwnedValue> subIfds;  ///< records of the chains that are shown
+
+private:
+    void setTagName();
+    void setTagDataOffset(const std::uint8_t* entry, std::uint32_t width);
+    void readDataAt(std::uint64_t itemSize, std::uint64_t itemCount);
+    [[nodiscard]] bool isPointer() const;
+    [[noreturn]] static void drop();
+
+    // Values by field type.
+    void setNumbers(TIFFDataType itemType);
+    void processTiffTagRational();
+    void processTiffTagSRational();
+
+    // Nested directories.
+    void processSubIfds();
+    void processSubIfd(std::uint64_t offset);
+    void checkThatProposedNewSubIfdIsLegal() const;
+
+    // Value names and special treatments.
+    struct Decoders;
+    void nameValue(const TextMap& names);
+    void processResolutionUnit();
+    void processGrayResponseUnit();
+    void processImageDescription();
+    void processXMP();
+    void processICCProfile();
+    // clang-format off
+    void processCompression() { nameValue(compressionNames); }
+    void processPhotometricInterpretation() { nameValue(photometricInterpretationNames); }
+    void processPlanarConfiguration() { nameValue(planarConfigurationNames); }
+    void processPredictor() { nameValue(predictorNames); }
+    void processInkSet() { nameValue(inkSetNames); }
+    void processJPEGProc() { nameValue(jpegProcNames); }
+    void processYCbCrPositioning() { nameValue(yCbCrPositioningNames); }
+    void processExposureProgram() { nameValue(exposureProgramNames); }
+    void processMeteringMode() { nameValue(meteringModeNames); }
+    void processLightSource() { nameValue(lightSourceNames); }
+    void processColorSpace() { nameValue(colorSpaceNames); }
+    void processSensingMethod() { nameValue(sensingMethodNames); }
+    void processFileSource() { nameValue(fileSourceNames); }
+    void processSceneType() { nameValue(sceneTypeNames); }
+    void processCustomRendered() { nameValue(customRenderedNames); }
+    void processExposureMode() { nameValue(exposureModeNames); }
+    void processWhiteBalance() { nameValue(whiteBalanceNames); }
+    void processSceneCaptureType() { nameValue(sceneCaptureTypeNames); }
+    void processGainControl() { nameValue(gainControlNames); }
+    void processContrast() { nameValue(contrastNames); }
+    void processSaturation() { nameValue(saturationNames); }
+    void processSharpness() { nameValue(sharpnessNames); }
+    void processSubjectDistanceRange() { nameValue(subjectDistanceRangeNames); }
+    // clang-format on
+
+    std::array<std::uint8_t, 8> inlineData{};  ///< data that lay in the entry
+    double singleNumber = 0;                   ///< a number that is not in the file
+    std::vector<double> defaultNumbers;        ///< several of them
+    std::string packet;                        ///< XMP that is not stored as bytes
+};
+
+/// Text as a char row: trailing NULs removed, bytes widened with their sign to 16 bits (0xE9 gives
+/// U+FFE9); 0-by-0 when nothing is left.
+[[nodiscard]] OwnedValue trim_nulls(std::string_view text);

@@ -1,0 +1,141 @@
+#include "app/jpeg_locator.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+using Outcome = app::JpegSearch::Outcome;
+
+/// Serves bytes in memory and counts the reads.
+class MemoryReader final : public app::ByteReader {
+public:
+    explicit MemoryReader(Bytes fileBytes) : bytes(std::move(fileBytes)) {}
+
+    std::size_t readAt(std::uint64_t position, std::span<std::uint8_t> target) override {
+        ++reads;
+        if (position >= bytes.size()) {
+            return 0;
+        }
+        const auto start = bytes.begin() + static_cast<std::ptrdiff_t>(position);
+        const std::size_t size =
+            std::min(target.size(), bytes.size() - static_cast<std::size_t>(position));
+        std::copy_n(start, size, target.begin());
+        return size;
+    }
+
+    Bytes bytes;
+    std::size_t reads = 0;
+};
+
+Bytes operator+(Bytes left, const Bytes& right) {
+    left.insert(left.end(), right.begin(), right.end());
+    return left;
+}
+
+Bytes segment(std::uint8_t marker, const Bytes& payload) {
+    const std::size_t length = payload.size() + 2;
+    return Bytes{0xFF, marker, static_cast<std::uint8_t>(length >> 8),
+                 static_cast<std::uint8_t>(length)} +
+           payload;
+}
+
+const Bytes kStart{0xFF, 0xD8};
+const Bytes kEnd{0xFF, 0xD9};
+const Bytes kScan = segment(0xDA, {1, 1, 0, 0, 63, 0}) + Bytes{0x12, 0x34} + kEnd;
+const Bytes kExif = segment(0xE1, {'E', 'x', 'i', 'f', 0, 0, 'I', 'I', 42, 0});
+const Bytes kJfif = segment(0xE0, {'J', 'F', 'I', 'F', 0, 1, 2, 0, 0, 1, 0, 1, 0, 0});
+const Bytes kXmp = segment(0xE1, {'h', 't', 't', 'p', ':', '/', '/', 'n'});
+const Bytes kShortApp1 = segment(0xE1, {'E', 'x', 'i', 'f'});
+const Bytes kLong(60000, 0xAB);
+
+struct Case {
+    const char* name;
+    Bytes file;
+    Outcome outcome;
+    std::uint64_t position;
+};
+
+void PrintTo(const Case& row, std::ostream* stream) {
+    *stream << row.name;
+}
+
+const Case kCases[] = {
+    {"exifFirst", kStart + kExif + kScan, Outcome::found, 12},
+    {"exifBehindJfif", kStart + kJfif + kExif + kScan, Outcome::found, 30},
+    {"exifBehindXmp", kStart + kXmp + kExif + kScan, Outcome::found, 24},
+    {"exifBehindShortApp1", kStart + kShortApp1 + kExif + kScan, Outcome::found, 20},
+    {"exifBehindLongSegments", kStart + segment(0xE2, kLong) + segment(0xE2, kLong) + kExif,
+     Outcome::found, 2 + 2 * 60004 + 10},
+    {"firstOfTwo", kStart + kExif + kExif + kScan, Outcome::found, 12},
+    {"fillBytes", kStart + Bytes{0xFF, 0xFF, 0xFF} + kExif, Outcome::found, 15},
+    {"standaloneMarkers", kStart + Bytes{0xFF, 0x01, 0xFF, 0xD0, 0xFF, 0xD7} + kExif,
+     Outcome::found, 18},
+    {"paddedSegment", kStart + kJfif + Bytes{0, 0, 0} + kExif, Outcome::found, 33},
+    {"paddingWithEscapedByte", kStart + kJfif + Bytes{0xFF, 0x00} + kExif, Outcome::found, 32},
+    {"headerAtTheVeryEnd", kStart + segment(0xE1, {'E', 'x', 'i', 'f', 0, 0}), Outcome::found, 12},
+    {"scanFirst", kStart + kScan + kExif, Outcome::noExif, 2},
+    {"endFirst", kStart + kEnd + kExif, Outcome::noExif, 2},
+    {"jfifOnly", kStart + kJfif + kScan, Outcome::noExif, 20},
+    {"app1OfAnotherKind", kStart + kXmp + kScan, Outcome::noExif, 14},
+    {"signatureWithoutSecondNul",
+     kStart + segment(0xE1, {'E', 'x', 'i', 'f', 0, 1, 'I', 'I'}) + kScan, Outcome::noExif, 14},
+    {"signatureInAnotherSegment", kStart + segment(0xE2, {'E', 'x', 'i', 'f', 0, 0}) + kScan,
+     Outcome::noExif, 12},
+    {"startAlone", kStart, Outcome::damaged, 2},
+    {"markerCutOff", kStart + Bytes{0xFF}, Outcome::damaged, 2},
+    {"lengthCutOff", kStart + Bytes{0xFF, 0xE1, 0x00}, Outcome::damaged, 4},
+    {"signatureCutOff", kStart + Bytes{0xFF, 0xE1, 0x00, 0x20, 'E', 'x'}, Outcome::damaged, 36},
+    {"lengthZero", kStart + Bytes{0xFF, 0xE1, 0x00, 0x00} + kExif, Outcome::damaged, 4},
+    {"lengthOne", kStart + Bytes{0xFF, 0xE1, 0x00, 0x01} + kExif, Outcome::damaged, 4},
+    {"lengthTwo", kStart + Bytes{0xFF, 0xE1, 0x00, 0x02} + kExif, Outcome::found, 16},
+    {"mostPadding", kStart + Bytes(65536, 0) + kExif, Outcome::found, 2 + 65536 + 10},
+    {"tooMuchPadding", kStart + Bytes(65537, 0) + kExif, Outcome::damaged, 2 + 65537},
+};
+
+class JpegLocatorTest : public testing::TestWithParam<Case> {};
+
+TEST_P(JpegLocatorTest, findsTheHeaderOrSaysWhy) {
+    MemoryReader reader(GetParam().file);
+    const app::JpegSearch search = app::findExifHeader(reader);
+    EXPECT_EQ(search.outcome, GetParam().outcome);
+    EXPECT_EQ(search.position, GetParam().position);
+}
+
+INSTANTIATE_TEST_SUITE_P(All, JpegLocatorTest, testing::ValuesIn(kCases),
+                         [](const auto& instance) { return std::string(instance.param.name); });
+
+TEST(JpegLocatorTest, endsForEveryLengthOfAFile) {
+    const Bytes whole = kStart + kJfif + kXmp + kExif;
+    for (std::size_t size = 2; size < whole.size(); ++size) {
+        MemoryReader reader(
+            Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size)));
+        const app::JpegSearch search = app::findExifHeader(reader);
+        const bool complete = size >= whole.size() - 4;  // the TIFF header itself is not looked at
+        EXPECT_EQ(search.outcome, complete ? Outcome::found : Outcome::damaged) << size;
+    }
+}
+
+TEST(JpegLocatorTest, neighbouringSegmentsCostOneRead) {
+    MemoryReader reader(kStart + kJfif + kXmp + kExif + kScan);
+    EXPECT_EQ(app::findExifHeader(reader).outcome, Outcome::found);
+    EXPECT_EQ(reader.reads, 1U);
+}
+
+TEST(JpegLocatorTest, knowsTheStartOfAJpegFile) {
+    const std::pair<Bytes, bool> starts[] = {{{0xFF, 0xD8}, true},  {{0xFF, 0xD8, 0xFF}, true},
+                                             {{0xFF}, false},       {{}, false},
+                                             {{0xFF, 0xD9}, false}, {{'I', 'I', 42, 0}, false}};
+    for (const auto& [bytes, expected] : starts) {
+        MemoryReader reader(bytes);
+        EXPECT_EQ(app::beginsAsJpeg(reader), expected) << testing::PrintToString(bytes);
+    }
+}
+
+}  // namespace

@@ -1,0 +1,108 @@
+#include "app/sweep.h"
+
+#include <exception>
+#include <new>
+#include <stdexcept>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "app/messages.h"
+#include "support/tiff_builder.h"
+
+namespace {
+
+fixture::TiffBuilder smallFile() {
+    fixture::TiffBuilder builder({fixture::Layout::classic, fixture::ByteOrder::big});
+    builder.add(fixture::Directory{fixture::shorts(256, {4}), fixture::shorts(257, {2})});
+    return builder;
+}
+
+class SweepTest : public testing::Test {
+protected:
+    ~SweepTest() override { EXPECT_EQ(host.liveValues(), 0U); }
+
+    app::SweepOutcome sweep(const fixture::Bytes& bytes, const app::SweepNumbers& numbers = {}) {
+        host.files().serve(u"a.tif", bytes);
+        return app::sweep(host, "a.tif", numbers);
+    }
+
+    host::Host host;
+};
+
+TEST_F(SweepTest, readsAFile) {
+    const fixture::Bytes bytes = smallFile().build().bytes;
+    const app::SweepOutcome outcome = sweep(bytes, {std::nullopt, 0.5, 2.5});
+    EXPECT_FALSE(outcome.error.has_value());
+    ASSERT_NE(outcome.result, nullptr);
+    EXPECT_EQ(outcome.result->rows(), 1U);
+    EXPECT_EQ(outcome.file, "a.tif");
+    EXPECT_EQ(outcome.initialOffset, 0);
+    EXPECT_EQ(outcome.firstIfdIndex, 0.5);
+    EXPECT_EQ(outcome.maxIfdCount, 2.5);
+}
+
+TEST_F(SweepTest, findsTheExifDataOfAJpegFileUnlessToldWhere) {
+    const fixture::TiffFile file = smallFile().buildInJpeg();
+    const app::SweepOutcome found = sweep(file.bytes);
+    EXPECT_EQ(found.initialOffset, static_cast<double>(file.base));
+    EXPECT_NE(found.result, nullptr);
+    const app::SweepOutcome told = sweep(file.bytes, {0.0, 0, 0});
+    EXPECT_EQ(told.initialOffset, 0);
+    ASSERT_TRUE(told.error.has_value());
+    EXPECT_EQ(told.error->id(), "Velmora:pixlore:ifdsweep:badEndianness");
+}
+
+TEST_F(SweepTest, aMissingFileIsAnErrorOfItsOwn) {
+    const app::SweepOutcome outcome = app::sweep(host, "/no/such/file", {});
+    ASSERT_TRUE(outcome.error.has_value());
+    EXPECT_EQ(outcome.error->id(), "Velmora:pixlore:ifdsweep:statFailure");
+    EXPECT_EQ(outcome.result, nullptr);
+}
+
+TEST_F(SweepTest, exhaustedMemoryCostsOneFile) {
+    const fixture::Bytes bytes = smallFile().build().bytes;
+    std::uint64_t creation = 0;
+    app::SweepOutcome outcome;
+    // Every value of the call in turn, the inputs too, until a call needs fewer.
+    do {
+        host.failValueCreation(++creation, std::make_exception_ptr(std::bad_alloc()));
+        outcome = sweep(bytes);
+        if (outcome.error) {
+            ASSERT_EQ(outcome.error->id(), app::kOutOfMemoryId) << creation;
+            ASSERT_EQ(outcome.result, nullptr);
+            ASSERT_EQ(host.liveValues(), 0U) << creation;
+        }
+    } while (outcome.error);
+    EXPECT_GT(creation, 10U);
+}
+
+TEST_F(SweepTest, anUnexpectedFailureSaysWhat) {
+    host.failValueCreation(7, std::make_exception_ptr(std::runtime_error("strange")));
+    const app::SweepOutcome outcome = sweep(smallFile().build().bytes);
+    ASSERT_TRUE(outcome.error.has_value());
+    EXPECT_EQ(outcome.error->id(), app::kUnexpectedFailureId);
+    EXPECT_EQ(app::messageText(*outcome.error), "unexpected failure: strange");
+}
+
+TEST_F(SweepTest, warningsBelongToTheirFile) {
+    fixture::TiffBuilder builder = smallFile();
+    builder.add(fixture::Directory{fixture::shorts(256, {4}), fixture::shorts(50000, {})});
+    const app::SweepOutcome first = sweep(builder.build().bytes);
+    EXPECT_EQ(first.warnings.size(), 1U);
+    const app::SweepOutcome second = sweep(smallFile().build().bytes);
+    EXPECT_EQ(second.warnings.size(), 0U);
+}
+
+TEST(MessagesTest, textsOfTheProgramsOwn) {
+    const auto text = [](const char* id, std::vector<qxMessageArgument> arguments) {
+        return app::messageText(qxMessage(id, std::move(arguments)));
+    };
+    EXPECT_EQ(text(app::kOutOfMemoryId, {}), "out of memory");
+    EXPECT_NE(text(app::kNoExifSegmentId, {std::int64_t{20}}).find("position 20 "),
+              std::string::npos);
+    EXPECT_NE(text(app::kBadJpegSegmentId, {std::int64_t{20}}).find("position 20 "),
+              std::string::npos);
+}
+
+}  // namespace

@@ -1,0 +1,251 @@
+// Texts in all the forms that the writers give them: natural reading, JSON strings, base64 and
+// terminal escapes.
+
+#include <ostream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "app/json_text.h"
+#include "app/natural_text.h"
+#include "app/terminal_text.h"
+#include "rendering.h"
+
+namespace {
+
+using app::TextForm;
+using app::TextOrigin;
+using rendering::rendered;
+
+/// The units that a tag's bytes become.
+std::u16string signExtended(std::string_view bytes) {
+    std::u16string units;
+    for (const char byte : bytes) {
+        units += static_cast<char16_t>(static_cast<signed char>(byte));
+    }
+    return units;
+}
+
+std::u16string zeroExtended(std::string_view bytes) {
+    std::u16string units;
+    for (const char byte : bytes) {
+        units += static_cast<char16_t>(static_cast<unsigned char>(byte));
+    }
+    return units;
+}
+
+std::string jsonNatural(std::u16string_view units, TextOrigin origin = TextOrigin::tag) {
+    return rendered([&](app::Output& output) { appendJsonNaturalText(output, units, origin); });
+}
+
+std::string terminalBytes(std::string_view bytes) {
+    return rendered([&](app::Output& output) { app::appendTerminalText(output, bytes); });
+}
+
+std::string terminalNatural(std::u16string_view units, std::size_t limit = 1000,
+                            TextOrigin origin = TextOrigin::tag) {
+    return rendered(
+        [&](app::Output& output) { app::appendTerminalText(output, units, origin, limit); });
+}
+
+std::string jsonBytes(std::string_view bytes) {
+    return rendered([&](app::Output& output) { app::appendJsonString(output, bytes); });
+}
+
+std::string jsonUnits(std::u16string_view units) {
+    return rendered([&](app::Output& output) { app::appendJsonUnits(output, units); });
+}
+
+struct NaturalCase {
+    const char* name;
+    std::u16string units;
+    TextOrigin origin;
+    TextForm form;
+    std::string text;  ///< in UTF-8
+};
+
+void PrintTo(const NaturalCase& row, std::ostream* stream) {
+    *stream << row.name;
+}
+
+const NaturalCase kNaturalCases[] = {
+    {"empty", u"", TextOrigin::tag, TextForm::ascii, ""},
+    {"ascii", u"Camera", TextOrigin::tag, TextForm::ascii, "Camera"},
+    {"utf8", signExtended("Z\xC3\xBCrich"), TextOrigin::tag, TextForm::utf8Bytes, "Zürich"},
+    {"utf8FourBytes", signExtended("\xF0\x9F\x93\xB7"), TextOrigin::tag, TextForm::utf8Bytes,
+     "\xF0\x9F\x93\xB7"},
+    {"latin", signExtended("Z\xFCrich"), TextOrigin::tag, TextForm::windows1252Bytes, "Zürich"},
+    {"codePage", signExtended("\x80 \x93x\x94"), TextOrigin::tag, TextForm::windows1252Bytes,
+     "€ “x”"},
+    {"undefinedInCodePage", signExtended("\x81\x8D\x8F\x90\x9D"), TextOrigin::tag,
+     TextForm::windows1252Bytes, "\u0081\u008D\u008F\u0090\u009D"},
+    {"overlongIsNoUtf8", signExtended("\xC0\x80"), TextOrigin::tag, TextForm::windows1252Bytes,
+     "À€"},
+    {"surrogateIsNoUtf8", signExtended("\xED\xA0\x80"), TextOrigin::tag, TextForm::windows1252Bytes,
+     "í\u00A0€"},
+    {"aboveUnicodeIsNoUtf8", signExtended("\xF4\x90\x80\x80"), TextOrigin::tag,
+     TextForm::windows1252Bytes, "ô\u0090€€"},
+    {"cutUtf8", signExtended("x\xE2\x82"), TextOrigin::tag, TextForm::windows1252Bytes, "xâ‚"},
+    {"zeroExtendedUtf8", zeroExtended("\xC3\xA9"), TextOrigin::tag, TextForm::utf8Bytes, "é"},
+    {"zeroExtendedLatin", zeroExtended("\xE9t\xE9"), TextOrigin::tag, TextForm::windows1252Bytes,
+     "été"},
+    {"neitherWidening", u"\u20AC\uFFE9", TextOrigin::tag, TextForm::utf16, "€\uFFE9"},
+    {"fileName", u"caf\u00E9", TextOrigin::fileName, TextForm::utf16, "café"},
+    {"fileNameOfHalfWidthLetters", u"\uFF83\uFF7D\uFF84", TextOrigin::fileName, TextForm::utf16,
+     "ﾃｽﾄ"},
+    {"fileNamePair", u"\U0001F4F7", TextOrigin::fileName, TextForm::utf16, "\U0001F4F7"},
+};
+
+class NaturalTextTest : public testing::TestWithParam<NaturalCase> {};
+
+TEST_P(NaturalTextTest, readsTheText) {
+    const NaturalCase& row = GetParam();
+    EXPECT_EQ(app::textForm(row.units, row.origin), row.form);
+    EXPECT_EQ(nlohmann::json::parse(jsonNatural(row.units, row.origin)), row.text);
+}
+
+INSTANTIATE_TEST_SUITE_P(All, NaturalTextTest, testing::ValuesIn(kNaturalCases),
+                         [](const auto& instance) { return std::string(instance.param.name); });
+
+TEST(NaturalTextTest, onlyTheFileNameIsTrueUtf16) {
+    EXPECT_EQ(app::fieldTextOrigin("Filename"), TextOrigin::fileName);
+    EXPECT_EQ(app::fieldTextOrigin("Artist"), TextOrigin::tag);
+    EXPECT_EQ(app::fieldTextOrigin(""), TextOrigin::tag);
+}
+
+TEST(NaturalTextTest, aPrefixCutsNoCodePoint) {
+    const std::u16string utf8 = signExtended("a\xE2\x82\xAC");
+    for (const auto& [limit, length] :
+         {std::pair{0U, 0U}, {1U, 1U}, {2U, 1U}, {3U, 1U}, {4U, 4U}}) {
+        EXPECT_EQ(app::naturalPrefix(utf8, TextForm::utf8Bytes, limit).size(), length) << limit;
+    }
+    const std::u16string pair = u"a\U0001F4F7";
+    EXPECT_EQ(app::naturalPrefix(pair, TextForm::utf16, 2), u"a");
+    EXPECT_EQ(app::naturalPrefix(pair, TextForm::utf16, 3), pair);
+}
+
+TEST(JsonTextTest, escapesWhatMustBe) {
+    EXPECT_EQ(jsonBytes("plain"), R"("plain")");
+    EXPECT_EQ(jsonBytes("\"\\/\b\f\n\r\t"), R"("\"\\/\b\f\n\r\t")");
+    EXPECT_EQ(jsonBytes(std::string_view("\0\x1F\x7F", 3)), "\"\\u0000\\u001f\\u007f\"");
+    EXPECT_EQ(jsonBytes("Zürich €"), "\"Zürich €\"");
+}
+
+TEST(JsonTextTest, replacesBytesThatAreNoUtf8) {
+    EXPECT_EQ(jsonBytes("a\xFFz\xC3"), "\"a\uFFFDz\uFFFD\"");
+    EXPECT_EQ(jsonBytes("\xED\xA0\x80"), "\"\uFFFD\uFFFD\uFFFD\"");
+}
+
+TEST(JsonTextTest, everyUnitSurvives) {
+    EXPECT_EQ(jsonUnits(u"a\uFFE9"), "\"a\uFFE9\"");
+    EXPECT_EQ(jsonUnits(u"\U0001F4F7"), "\"\U0001F4F7\"");
+    EXPECT_EQ(jsonUnits({u"\xD83D", 1}), "\"\\ud83d\"");
+    EXPECT_EQ(jsonUnits({u"\xDCF7\xD83D", 2}), "\"\\udcf7\\ud83d\"");
+    EXPECT_EQ(jsonUnits({u"\xD83Dx", 2}), "\"\\ud83dx\"");
+    EXPECT_EQ(jsonUnits({u"a\0b", 3}), "\"a\\u0000b\"");
+}
+
+TEST(JsonTextTest, naturalTextReplacesLoneSurrogates) {
+    EXPECT_EQ(jsonNatural({u"a\xDC80", 2}, TextOrigin::fileName), "\"a\uFFFD\"");
+}
+
+TEST(JsonTextTest, everySingleUnitIsValidJson) {
+    for (std::uint32_t unit = 0; unit < 0x10000; ++unit) {
+        const std::u16string text(1, static_cast<char16_t>(unit));
+        ASSERT_TRUE(nlohmann::json::accept(jsonNatural(text))) << unit;
+        ASSERT_TRUE(nlohmann::json::accept(jsonNatural(text, TextOrigin::fileName))) << unit;
+    }
+}
+
+TEST(JsonTextTest, longTextsCrossEveryBoundary) {
+    for (const std::size_t size : {63U, 64U, 65U, 131071U, 131072U, 400000U}) {
+        std::string text(size, 'x');
+        text[size / 2] = '\n';
+        EXPECT_EQ(nlohmann::json::parse(jsonBytes(text)), text);
+        EXPECT_EQ(nlohmann::json::parse(jsonNatural(signExtended(text))), text);
+    }
+}
+
+TEST(JsonTextTest, base64) {
+    // The examples of RFC 4648, section 10.
+    const std::pair<std::string_view, std::string_view> rows[] = {{"", ""},
+                                                                  {"f", "Zg=="},
+                                                                  {"fo", "Zm8="},
+                                                                  {"foo", "Zm9v"},
+                                                                  {"foob", "Zm9vYg=="},
+                                                                  {"fooba", "Zm9vYmE="},
+                                                                  {"foobar", "Zm9vYmFy"}};
+    for (const auto& [plain, expected] : rows) {
+        const std::vector<std::uint8_t> bytes(plain.begin(), plain.end());
+        const std::string text =
+            rendered([&](app::Output& output) { app::appendJsonBase64(output, bytes); });
+        EXPECT_EQ(text, '"' + std::string(expected) + '"');
+    }
+    const std::vector<std::uint8_t> high{0xFB, 0xFF, 0xBF};
+    EXPECT_EQ(rendered([&](app::Output& output) { app::appendJsonBase64(output, high); }),
+              R"("+/+/")");
+}
+
+TEST(JsonTextTest, longBase64HasNoPaddingInside) {
+    const std::vector<std::uint8_t> bytes(100000, 0);
+    const std::string text =
+        rendered([&](app::Output& output) { app::appendJsonBase64(output, bytes); });
+    EXPECT_EQ(text.size(), 2U + 133336U);
+    EXPECT_EQ(text.find('='), text.size() - 3);  // 100000 = 3 * 33333 + 1: two at the very end
+}
+
+struct TerminalCase {
+    const char* name;
+    std::string bytes;
+    std::string shown;
+};
+
+void PrintTo(const TerminalCase& row, std::ostream* stream) {
+    *stream << row.name;
+}
+
+const TerminalCase kTerminalCases[] = {
+    {"plain", "photo 1.tif", "photo 1.tif"},
+    {"letters", "Zürich 写真 \U0001F4F7", "Zürich 写真 \U0001F4F7"},
+    {"escapeSequence", "\x1b[31mred\x1b[0m", R"(\x1b[31mred\x1b[0m)"},
+    {"lineEnds", "a\nb\rc\td", R"(a\nb\rc\td)"},
+    {"nulAndDelete", std::string("\0\x7F", 2), R"(\x00\x7f)"},
+    {"backslash", R"(C:\x1b)", R"(C:\\x1b)"},
+    {"c1Control", "\u009b31m", R"(\u009b31m)"},
+    {"invalidBytes", "a\xFF\x80z", R"(a\xff\x80z)"},
+    {"cutSequence", "\xE2\x82", R"(\xe2\x82)"},
+    {"bidirectional", "\u202Egnp.exe\u2066\u200F\u061C", R"(\u202egnp.exe\u2066\u200f\u061c)"},
+    {"separators", "\u2028\u2029", R"(\u2028\u2029)"},
+    {"invisible", "\u00AD\u200B\uFEFF", R"(\u00ad\u200b\ufeff)"},
+    {"tagCharacter", "\U000E0041", R"(\U000e0041)"},
+};
+
+class TerminalTextTest : public testing::TestWithParam<TerminalCase> {};
+
+TEST_P(TerminalTextTest, showsNothingThatATerminalObeys) {
+    EXPECT_EQ(terminalBytes(GetParam().bytes), GetParam().shown);
+}
+
+INSTANTIATE_TEST_SUITE_P(All, TerminalTextTest, testing::ValuesIn(kTerminalCases),
+                         [](const auto& instance) { return std::string(instance.param.name); });
+
+TEST(TerminalTextTest, tagTextIsReadNaturallyAndEscaped) {
+    EXPECT_EQ(terminalNatural(signExtended("Z\xFCrich\x1b[0m")), R"(Zürich\x1b[0m)");
+    EXPECT_EQ(terminalNatural(signExtended("\x9D")), R"(\u009d)");
+}
+
+TEST(TerminalTextTest, bytesOfAFileNameShowAsBytes) {
+    EXPECT_EQ(terminalNatural({u"a\xDCFF\xD800", 3}, 1000, TextOrigin::fileName), R"(a\xff\ud800)");
+}
+
+TEST(TerminalTextTest, longTextIsCutWithItsLength) {
+    EXPECT_EQ(terminalNatural(u"abcdef", 6), "abcdef");
+    EXPECT_EQ(terminalNatural(u"abcdefg", 6), "abcdef ... (7 characters)");
+    // The part that is shown alone would be no UTF-8.
+    EXPECT_EQ(terminalNatural(signExtended("a\xC3\xBC"), 2), "a ... (3 characters)");
+}
+
+}  // namespace

@@ -1,0 +1,113 @@
+#include "host/message_texts.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <set>
+#include <string>
+
+namespace {
+
+using host::findMessageText;
+using host::messageText;
+using host::MessageTextRow;
+using host::messageTexts;
+
+TEST(MessageTexts, EveryMessageOfTheModuleHasARowWithItsArguments) {
+    for (const MessageRow& message : kMessageCatalogue) {
+        const MessageTextRow* row = findMessageText(message.id);
+        ASSERT_NE(row, nullptr) << message.id;
+        EXPECT_EQ(row->arguments, message.arguments) << message.id;
+    }
+}
+
+TEST(MessageTexts, EveryRowIsAMessageOfTheModuleOrTheHost) {
+    std::set<std::string_view> known{host::kOpenFailureId, host::kReadBudgetSpentId,
+                                     "Velmora:pixlore:ifdsweep:badTiffTagOffsetDataRead"};
+    for (const MessageRow& message : kMessageCatalogue) {
+        known.insert(message.id);
+    }
+    std::set<std::string_view> found;
+    for (const MessageTextRow& row : messageTexts()) {
+        EXPECT_TRUE(known.contains(row.id)) << row.id;
+        EXPECT_TRUE(found.insert(row.id).second) << row.id << " has two rows";
+    }
+    EXPECT_EQ(found.size(), known.size());
+}
+
+TEST(MessageTexts, ModuleRowsStandInTheContractsOrder) {
+    ASSERT_GE(messageTexts().size(), kMessageCatalogue.size());
+    for (std::size_t index = 0; index < kMessageCatalogue.size(); ++index) {
+        EXPECT_EQ(messageTexts()[index].id, kMessageCatalogue[index].id);
+    }
+}
+
+TEST(MessageTexts, EveryTextUsesEveryArgumentAndNoOther) {
+    for (const MessageTextRow& row : messageTexts()) {
+        std::set<char> used;
+        for (std::size_t brace = row.text.find('{'); brace != row.text.npos;
+             brace = row.text.find('{', brace + 1)) {
+            ASSERT_LT(brace + 2, row.text.size()) << row.id;
+            EXPECT_EQ(row.text[brace + 2], '}') << row.id;
+            used.insert(row.text[brace + 1]);
+        }
+        std::set<char> expected;
+        for (std::size_t number = 0; number < row.arguments.size(); ++number) {
+            expected.insert(static_cast<char>('1' + static_cast<int>(number)));
+        }
+        EXPECT_EQ(used, expected) << row.id;
+    }
+}
+
+TEST(MessageTexts, TextsAreWorded) {
+    for (const MessageTextRow& row : messageTexts()) {
+        ASSERT_FALSE(row.text.empty()) << row.id;
+        EXPECT_TRUE(row.text.front() >= 'a' && row.text.front() <= 'z') << row.text;
+        EXPECT_NE(row.text.back(), '.') << row.text;
+        EXPECT_EQ(row.explanation.substr(row.explanation.size() - 1), ".") << row.id;
+    }
+}
+
+TEST(MessageTexts, BudgetTextNamesTheOption) {
+    EXPECT_NE(findMessageText(host::kReadBudgetSpentId)->text.find("--read-budget"),
+              std::string_view::npos);
+}
+
+struct TextCase {
+    const char* name;
+    qxMessage message;
+    std::string text;
+};
+
+class Texts : public testing::TestWithParam<TextCase> {};
+
+TEST_P(Texts, HaveTheirArguments) {
+    EXPECT_EQ(messageText(GetParam().message), GetParam().text);
+}
+
+const TextCase kTexts[] = {
+    {"None", Message<MessageId::statFailure>(), "the file does not exist"},
+    {"Integers", Message<MessageId::badTiffIfdOffset>(-1, 20),
+     "the first directory is at position -1, past the end of the file at 20"},
+    {"FileName", Message<MessageId::badEndianness>(77, 73, u"\u00E9.tif"),
+     "the TIFF header of \"\xC3\xA9.tif\" begins with the bytes 77 and 73, expected 73 73 (\"II\") "
+     "or 77 77 (\"MM\")"},
+    {"FileNameOfAnyBytes",
+     qxMessage(host::kOpenFailureId,
+               {qxMessageText(std::u16string{0xDCE9}), qxMessageText(std::string("reason"))}),
+     "cannot open \"\xE9\": reason"},
+    {"ArgumentsAreNotSearchedForPlaces",
+     Message<MessageId::expectedTagDataFormat>("{2}", "{3}", "{1}"),
+     "tag \"{2}\" has field type {3}, expected {1}"},
+    {"ControlCharactersStay", Message<MessageId::badIFDread>("a\x1b\n"),
+     "the file ends inside the entries of a\x1b\n"},
+    {"MissingArgument", qxMessage("Velmora:pixlore:ifdsweep:badIFDread", {}),
+     "the file ends inside the entries of "},
+    {"UnknownId", qxMessage("Other:id", {std::int64_t{5}, qxMessageText(std::string("x"))}),
+     "Other:id 5 x"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Messages, Texts, testing::ValuesIn(kTexts),
+                         [](const auto& testCase) { return std::string(testCase.param.name); });
+
+}  // namespace

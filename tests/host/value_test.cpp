@@ -1,0 +1,282 @@
+#include "host/value.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <limits>
+#include <new>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "host/value_store.h"
+
+namespace {
+
+using host::Value;
+using host::ValueHandle;
+using host::ValueKind;
+using host::ValueStore;
+
+class Values : public testing::Test {
+protected:
+    void TearDown() override { EXPECT_EQ(store.liveValues(), 0U); }
+
+    [[nodiscard]] ValueHandle records(std::size_t count, std::vector<const char*> names) {
+        return ValueHandle(store.createRecords(count, 1, names));
+    }
+
+    ValueStore store;
+};
+
+TEST_F(Values, ScalarHoldsItsNumber) {
+    const ValueHandle value(store.createScalar(2.5));
+    EXPECT_EQ(value->kind(), ValueKind::Double);
+    EXPECT_EQ(value->rows(), 1U);
+    EXPECT_EQ(value->columns(), 1U);
+    ASSERT_EQ(value->doubles().size(), 1U);
+    EXPECT_EQ(value->doubles()[0], 2.5);
+    EXPECT_TRUE(value->bytes().empty());
+    EXPECT_TRUE(value->text().empty());
+    EXPECT_EQ(value->cell(0), nullptr);
+    EXPECT_EQ(value->fieldCount(), 0U);
+    EXPECT_EQ(value->field(0, 0), nullptr);
+    EXPECT_EQ(value->fieldIndex("a"), std::nullopt);
+}
+
+TEST_F(Values, ArraysOfEverySizeHoldTheirElements) {
+    // From inside the value over small blocks to blocks of their own and huge ones.
+    for (const std::size_t count :
+         {std::size_t{0}, std::size_t{1}, std::size_t{2}, std::size_t{4}, std::size_t{5},
+          std::size_t{8}, std::size_t{9}, std::size_t{128}, std::size_t{129}, std::size_t{100'000},
+          std::size_t{524'288}, std::size_t{600'000}}) {
+        const ValueHandle value(store.createArray(ValueKind::Double, 1, count));
+        double* elements = static_cast<double*>(ValueStore::elements(*value));
+        for (std::size_t index = 0; index < count; ++index) {
+            elements[index] = static_cast<double>(index);
+        }
+        ASSERT_EQ(value->doubles().size(), count);
+        ASSERT_TRUE(count == 0 || value->doubles()[count - 1] == static_cast<double>(count - 1));
+
+        const ValueHandle bytes(store.createArray(ValueKind::Uint8, count, 1));
+        std::fill_n(static_cast<std::uint8_t*>(ValueStore::elements(*bytes)), count,
+                    std::uint8_t{7});
+        ASSERT_EQ(bytes->bytes().size(), count);
+        ASSERT_TRUE(count == 0 || bytes->bytes().back() == 7);
+
+        const ValueHandle text(store.createText(std::u16string(count, u'x')));
+        ASSERT_EQ(text->text(), std::u16string(count, u'x'));
+        ASSERT_EQ(text->rows(), 1U);
+    }
+}
+
+TEST_F(Values, CellsOwnTheirValues) {
+    const ValueHandle cells(store.createArray(ValueKind::Cell, 1, 3));
+    EXPECT_EQ(cells->cell(0), nullptr);
+    Value* first = store.createScalar(1);
+    ValueStore::setCell(*cells, 0, first);
+    ValueStore::setCell(*cells, 2, store.createScalar(3));
+    EXPECT_EQ(cells->cell(0), first);
+    EXPECT_EQ(cells->cell(1), nullptr);
+    EXPECT_EQ(cells->cell(2)->doubles()[0], 3);
+    EXPECT_EQ(cells->cell(3), nullptr);
+    EXPECT_EQ(store.liveValues(), 3U);
+    ValueStore::setCell(*cells, 2, nullptr);
+    EXPECT_EQ(cells->cell(2), nullptr);
+    EXPECT_EQ(store.liveValues(), 2U);
+    EXPECT_THROW(ValueStore::setCell(*cells, 3, nullptr), std::invalid_argument);
+    EXPECT_THROW(ValueStore::setCell(*first, 0, nullptr), std::invalid_argument);
+}
+
+TEST_F(Values, FieldsStartEmptyAndKeepTheirOrder) {
+    const ValueHandle value = records(2, {"B", "A", "C"});
+    EXPECT_EQ(value->fieldCount(), 3U);
+    EXPECT_EQ(value->fieldName(0), "B");
+    EXPECT_EQ(value->fieldName(2), "C");
+    EXPECT_EQ(value->fieldName(3), "");
+    EXPECT_EQ(value->fieldIndex("A"), 1U);
+    EXPECT_EQ(value->fieldIndex("D"), std::nullopt);
+    for (std::size_t field = 0; field < 4; ++field) {
+        EXPECT_EQ(value->field(0, field), nullptr);
+    }
+}
+
+TEST_F(Values, FieldsAreSetInAnyOrder) {
+    const ValueHandle value = records(3, {"A", "B", "C"});
+    const std::array<std::array<const char*, 3>, 3> orders{
+        {{"C", "A", "B"}, {"C", "A", "B"}, {"B", "B", "A"}}};
+    for (std::size_t element = 0; element < 3; ++element) {
+        for (std::size_t step = 0; step < 3; ++step) {
+            ValueStore::setField(*value, element, orders[element][step],
+                                 store.createScalar(static_cast<double>(step)));
+        }
+    }
+    const auto number = [&value](std::size_t element, const char* name) {
+        return value->field(element, value->fieldIndex(name).value())->doubles()[0];
+    };
+    EXPECT_EQ(number(0, "C"), 0);
+    EXPECT_EQ(number(0, "A"), 1);
+    EXPECT_EQ(number(1, "B"), 2);
+    EXPECT_EQ(number(2, "B"), 1);
+    EXPECT_EQ(number(2, "A"), 2);
+    EXPECT_EQ(value->field(2, 2), nullptr);
+    EXPECT_EQ(value->field(3, 0), nullptr);
+}
+
+TEST_F(Values, ReplacingAFieldFreesWhatItHeld) {
+    const ValueHandle value = records(1, {"A"});
+    ValueStore::setField(*value, 0, "A", store.createScalar(1));
+    ValueStore::setField(*value, 0, "A", store.createScalar(2));
+    EXPECT_EQ(store.liveValues(), 2U);
+    EXPECT_EQ(value->field(0, 0)->doubles()[0], 2);
+    ValueStore::setField(*value, 0, "A", nullptr);
+    EXPECT_EQ(value->field(0, 0), nullptr);
+    EXPECT_EQ(store.liveValues(), 1U);
+}
+
+TEST_F(Values, SettingAFieldToItsOwnValueKeepsIt) {
+    const ValueHandle value = records(1, {"A"});
+    Value* number = store.createScalar(1);
+    ValueStore::setField(*value, 0, "A", number);
+    ValueStore::setField(*value, 0, "A", number);
+    EXPECT_EQ(value->field(0, 0)->doubles()[0], 1);
+}
+
+TEST_F(Values, AbsentFieldsAndElementsAreRefused) {
+    const ValueHandle value = records(1, {"A"});
+    const ValueHandle number(store.createScalar(1));
+    EXPECT_THROW(ValueStore::setField(*value, 0, "B", number.get()), std::invalid_argument);
+    EXPECT_THROW(ValueStore::setField(*value, 1, "A", number.get()), std::invalid_argument);
+    EXPECT_THROW(ValueStore::setField(*number, 0, "A", nullptr), std::invalid_argument);
+    EXPECT_EQ(number->doubles()[0], 1);
+}
+
+TEST_F(Values, NamesAreCopied) {
+    std::string name = "First";
+    const ValueHandle value = records(1, {name.c_str()});
+    name = "Other";
+    EXPECT_EQ(value->fieldName(0), "First");
+    EXPECT_THROW(ValueStore::setField(*value, 0, name.c_str(), nullptr), std::invalid_argument);
+}
+
+TEST_F(Values, ManyFieldListsLiveSideBySide) {
+    std::vector<ValueHandle> all;
+    for (int list = 0; list < 40; ++list) {
+        const std::string own = "Field" + std::to_string(list % 20);
+        all.push_back(records(1, {"Common", own.c_str()}));
+    }
+    for (std::size_t list = 0; list < all.size(); ++list) {
+        EXPECT_EQ(all[list]->fieldName(1), "Field" + std::to_string(list % 20));
+        EXPECT_EQ(all[list]->fieldIndex("Field" + std::to_string(list % 20)), 1U);
+    }
+}
+
+TEST_F(Values, RecordsWithoutFieldsOrElements) {
+    const ValueHandle noFields = records(4, {});
+    EXPECT_EQ(noFields->fieldCount(), 0U);
+    EXPECT_EQ(noFields->elementCount(), 4U);
+    EXPECT_THROW(ValueStore::setField(*noFields, 0, "A", nullptr), std::invalid_argument);
+    const ValueHandle noElements = records(0, {"A"});
+    EXPECT_EQ(noElements->elementCount(), 0U);
+    EXPECT_EQ(noElements->fieldName(0), "A");
+}
+
+TEST_F(Values, RepeatedNamesMeanTheFirst) {
+    const ValueHandle value = records(1, {"A", "A"});
+    EXPECT_EQ(value->fieldIndex("A"), 0U);
+}
+
+TEST_F(Values, DeepNestingIsFreedWithoutRecursion) {
+    const std::array names{"A"};
+    ValueHandle outer(store.createScalar(0));
+    for (int level = 0; level < 200'000; ++level) {
+        ValueHandle holder;
+        if (level % 2 == 0) {
+            holder.reset(store.createRecords(1, 1, names));
+            ValueStore::setField(*holder, 0, "A", outer.release());
+        } else {
+            holder.reset(store.createArray(ValueKind::Cell, 1, 1));
+            ValueStore::setCell(*holder, 0, outer.release());
+        }
+        outer = std::move(holder);
+    }
+    EXPECT_EQ(store.liveValues(), 200'001U);
+}
+
+TEST_F(Values, ValuesOfTwoStoresMayMeet) {
+    ValueStore other;
+    const ValueHandle cells(store.createArray(ValueKind::Cell, 1, 1));
+    ValueStore::setCell(*cells, 0, other.createScalar(1));
+    EXPECT_EQ(other.liveValues(), 1U);
+    EXPECT_EQ(store.liveValues(), 1U);
+    ValueStore::setCell(*cells, 0, nullptr);
+    EXPECT_EQ(other.liveValues(), 0U);
+}
+
+TEST_F(Values, MemoryIsUsedAgain) {
+    const void* first = nullptr;
+    for (int round = 0; round < 3; ++round) {
+        const ValueHandle cells(store.createArray(ValueKind::Cell, 1, 50'000));
+        for (std::size_t cell = 0; cell < 50'000; ++cell) {
+            ValueStore::setCell(*cells, cell, store.createScalar(static_cast<double>(cell)));
+        }
+        EXPECT_EQ(cells->cell(49'999)->doubles()[0], 49'999);
+        EXPECT_TRUE(first == nullptr || first == cells.get());
+        first = cells.get();
+    }
+}
+
+struct SizeCase {
+    const char* name;
+    ValueKind kind;
+    std::size_t rows;
+    std::size_t columns;
+};
+
+class ImpossibleSizes : public testing::TestWithParam<SizeCase> {};
+
+TEST_P(ImpossibleSizes, AreBadAlloc) {
+    ValueStore store;
+    const std::array names{"A", "B"};
+    const auto create = [&] {
+        const auto& [name, kind, rows, columns] = GetParam();
+        return kind == ValueKind::Struct ? store.createRecords(rows, columns, names)
+                                         : store.createArray(kind, rows, columns);
+    };
+    EXPECT_THROW(static_cast<void>(create()), std::bad_alloc);
+    EXPECT_EQ(store.liveValues(), 0U);
+    const ValueHandle next(store.createScalar(1));
+    EXPECT_EQ(store.liveValues(), 1U);
+}
+
+constexpr std::size_t kMost = std::numeric_limits<std::size_t>::max();
+constexpr std::size_t kHalf = std::size_t{1} << 32;
+
+const SizeCase kImpossible[] = {
+    {"ProductWrapsToZero", ValueKind::Double, kHalf, kHalf},
+    {"ProductWrapsToSmall", ValueKind::Uint8, kHalf + 1, kHalf},
+    {"BytesWrap", ValueKind::Double, kMost / 8 + 2, 1},
+    {"CharBytesWrap", ValueKind::Char, kMost / 2 + 2, 1},
+    {"TooManyBytes", ValueKind::Uint8, kMost, 1},
+    {"TooManyDoubles", ValueKind::Double, std::size_t{1} << 56, 1},
+    {"Cells", ValueKind::Cell, kHalf, kHalf},
+    {"CellBytesWrap", ValueKind::Cell, kMost / 8 + 1, 1},
+    {"RecordSlotsWrap", ValueKind::Struct, kMost / 2 + 1, 1},
+    {"RecordBytesWrap", ValueKind::Struct, kMost / 16 + 1, 1},
+};
+
+INSTANTIATE_TEST_SUITE_P(Sizes, ImpossibleSizes, testing::ValuesIn(kImpossible),
+                         [](const auto& testCase) { return std::string(testCase.param.name); });
+
+TEST_F(Values, PlannedCreationFailureComesOnce) {
+    store.failCreation(3, std::make_exception_ptr(std::range_error("planned")));
+    const ValueHandle first(store.createScalar(1));
+    const ValueHandle second(store.createText(u"a text of its own block"));
+    EXPECT_THROW(static_cast<void>(store.createArray(ValueKind::Cell, 2, 2)), std::range_error);
+    EXPECT_EQ(store.liveValues(), 2U);
+    const ValueHandle third(store.createScalar(3));
+    EXPECT_EQ(third->doubles()[0], 3);
+}
+
+}  // namespace

@@ -1,0 +1,214 @@
+// Memory that runs out: each request of a call fails in turn. The call ends with the exception that
+// says so, nothing is lost, and the next call works.
+
+#include <array>
+#include <functional>
+#include <new>
+#include <ostream>
+
+#include "hostile/captured_program.h"
+#include "hostile/failing_memory.h"
+#include "hostile/temporary_file.h"
+#include "support/record_dump.h"
+#include "support/tiff_matrix.h"
+
+namespace fixture {
+namespace {
+
+/// One page with everything that a record can hold, and several warnings.
+Directory everything() {
+    const Directory exif{numbers(33434, kRational, {1, 0}), shorts(37383, {5}),
+                         pointer(40965, {{{ascii(1, "R98")}}})};
+    return {shorts(256, {40}),
+            shorts(258, {8, 8, 8}),
+            shorts(259, {1}),
+            ascii(271, std::string(3000, 'x')),
+            longs(273, std::vector<std::int64_t>(500, 1)),
+            shorts(320, {0, 1, 2, 3, 4, 5}),
+            shorts(339, {1, 2, 3}),
+            numbers(700, kShort, {'<', '>'}),
+            numbers(37724, kUndefined, {1, 2, 3}),
+            doubles(60000, {1, 2}),
+            ascii(60001, "unknown"),
+            shorts(60002, {}),
+            numbers(60003, kNoType, {1}),
+            shorts(290, {3}),
+            pointer(330, {{{ascii(315, "one")}}, {{ascii(315, "two")}, {ascii(315, "three")}}}),
+            pointer(34665, {{exif}}),
+            pointer(34853, {{{numbers(0, kByte, {2, 3, 0, 0}), pointer(34665, {{exif}})}}})};
+}
+
+struct Case {
+    const char* name;
+    std::function<TiffFile()> make;
+
+    friend std::ostream& operator<<(std::ostream& out, const Case& shown) {
+        return out << shown.name;
+    }
+};
+
+TiffBuilder twoPages(Layout layout, ByteOrder byteOrder) {
+    TiffBuilder builder({layout, byteOrder});
+    builder.add(everything()).add(everything());
+    return builder;
+}
+
+const Case kCases[] = {
+    {"Classic", [] { return twoPages(Layout::classic, ByteOrder::little).build(); }},
+    {"ClassicSwapped", [] { return twoPages(Layout::classic, ByteOrder::big).build(); }},
+    {"BigTiff", [] { return twoPages(Layout::big, ByteOrder::little).build(); }},
+    {"Jpeg", [] { return twoPages(Layout::classic, ByteOrder::big).buildInJpeg(); }},
+    {"NoDirectory",
+     [] { return TiffBuilder(Format{}).add(Directory{}.withEntryCount(0)).build(); }},
+    {"NoTiff",
+     [] {
+         TiffFile file;
+         file.bytes = Bytes(40, 'x');
+         return file;
+     }},
+};
+
+/// One call on a host: its outcome as text, or nothing when memory ran out.
+class Caller {
+public:
+    explicit Caller(const TiffFile& file, std::u16string fileName)
+        : offset(static_cast<double>(file.base)), name(std::move(fileName)) {}
+
+    /// Calls the entry point while a request fails. True when the call ended for want of memory.
+    bool call(std::uint64_t failingRequest, Requests counted) {
+        text.clear();
+        ended = false;
+        const host::Host::Scope scope(host);
+        const std::array<host::ValueHandle, 2> inputs{
+            host::ValueHandle(qxCreateUString(name.data(), name.size())),
+            host::ValueHandle(qxCreateDoubleScalar(offset))};
+        const host::ValueHandle zero(qxCreateDoubleScalar(0));
+        std::array<const qxArray*, 4> arguments{inputs[0].get(), inputs[1].get(), zero.get(),
+                                                zero.get()};
+        qxArray* output = nullptr;
+        std::string error;
+        bool outOfMemory = false;
+        {
+            const FailingRequest failing(failingRequest, counted);
+            try {
+                qxeFunction(1, &output, 4, arguments.data());
+            } catch (const std::bad_alloc&) {
+                outOfMemory = true;
+            } catch (const qxMessage& message) {
+                const FailingRequest none(0);
+                error = messageDump(message);
+            }
+            ended = !failing.hasFailed();
+        }
+        const host::ValueHandle result(output);
+        EXPECT_EQ(host.liveValues(), 3U + (result == nullptr ? 0U : countOf(*result)));
+        text = error + (result == nullptr ? "" : dump(result.get()));
+        for (const qxMessage& warning : host.takeWarnings()) {
+            text += '\n' + messageDump(warning);
+        }
+        return outOfMemory;
+    }
+
+    /// Whether the last call made fewer requests than would have failed.
+    [[nodiscard]] bool madeAllRequests() const { return ended; }
+    [[nodiscard]] const std::string& outcome() const { return text; }
+    [[nodiscard]] host::Host& usedHost() { return host; }
+
+private:
+    /// Values in a value, itself included.
+    static std::size_t countOf(const host::Value& value) {
+        std::size_t count = 1;
+        for (std::size_t element = 0; element < value.elementCount(); ++element) {
+            if (const host::Value* cell = value.cell(element)) {
+                count += countOf(*cell);
+            }
+            for (std::size_t field = 0; field < value.fieldCount(); ++field) {
+                if (const host::Value* member = value.field(element, field)) {
+                    count += countOf(*member);
+                }
+            }
+        }
+        return count;
+    }
+
+    host::Host host;
+    double offset;
+    std::u16string name;
+    std::string text;
+    bool ended = false;
+};
+
+class AllocationFailure : public testing::TestWithParam<Case> {
+protected:
+    AllocationFailure() : file(GetParam().make()), onDisk("memory.tif", file.bytes) {}
+
+    /// Fails request after request until the call makes no more of them.
+    template <class Check>
+    void failEachInTurn(Requests counted, const Check& check) {
+        Caller reference(file, onDisk.name());
+        ASSERT_FALSE(reference.call(0, counted));
+        const std::string expected = reference.outcome();
+        for (std::uint64_t number = 1;; ++number) {
+            // A host that has served nothing yet makes all its requests anew.
+            Caller caller(file, onDisk.name());
+            const bool outOfMemory = caller.call(number, counted);
+            if (caller.madeAllRequests()) {
+                EXPECT_FALSE(outOfMemory);
+                EXPECT_EQ(caller.outcome(), expected);
+                EXPECT_GT(number, 3U) << "the call asks for memory";
+                return;
+            }
+            check(number, outOfMemory, caller.outcome() == expected);
+            ASSERT_FALSE(caller.call(0, counted)) << "the call after request " << number;
+            ASSERT_EQ(caller.outcome(), expected) << "the call after request " << number;
+            ASSERT_EQ(caller.usedHost().liveValues(), 0U);
+        }
+    }
+
+    TiffFile file;
+    TemporaryFile onDisk;
+};
+
+INSTANTIATE_TEST_SUITE_P(Files, AllocationFailure, testing::ValuesIn(kCases),
+                         [](const testing::TestParamInfo<Case>& made) {
+                             return std::string(made.param.name);
+                         });
+
+TEST_P(AllocationFailure, EndsTheCallWithTheException) {
+    failEachInTurn(Requests::operatorNew, [](std::uint64_t number, bool outOfMemory, bool) {
+        ASSERT_TRUE(outOfMemory) << "request " << number;
+    });
+}
+
+// The C library asks for memory too: for its streams, where failure ends the call, and for
+// exceptions on their way, where it has a reserve and goes on.
+TEST_P(AllocationFailure, InTheLibraryEndsTheCallOrChangesNothing) {
+    std::size_t survived = 0;
+    failEachInTurn(Requests::all, [&](std::uint64_t number, bool outOfMemory, bool isWhole) {
+        ASSERT_TRUE(outOfMemory || isWhole) << "request " << number;
+        survived += outOfMemory ? 0U : 1U;
+    });
+    EXPECT_TRUE(seesLibraryRequests() || survived == 0);
+}
+
+TEST(ProgramOutOfMemory, SaysSoAndGoesOn) {
+    const TiffFile large = TiffBuilder(Format{})
+                               .add({numbers(60000, kByte, std::vector<std::int64_t>(3000000, 1))})
+                               .build();
+    const TiffFile small = TiffBuilder(Format{}).add({ascii(315, "after the large one")}).build();
+    const TemporaryFile first("large.tif", large.bytes);
+    const TemporaryFile second("small.tif", small.bytes);
+    const CapturedProgram program =
+        runCaptured({first.path(), second.path()}, [] { failRequestsAbove(8000000); });
+    EXPECT_EQ(program.status, 1);
+    EXPECT_EQ(program.errors,
+              "ifdsweep: " + first.path() +
+                  ": out of memory (ifdsweep:outOfMemory)\n"
+                  "ifdsweep: 1 file read, 1 failed, 1 directory\n");
+    EXPECT_EQ(program.output.find(first.path()), std::string::npos);
+    EXPECT_NE(program.output.find(second.path()), std::string::npos);
+    EXPECT_NE(program.output.find("after the large one"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace fixture

@@ -1,0 +1,152 @@
+// The read budget through the whole call: it cuts what is read at any place, never makes an error
+// of directories that are there, and says itself once.
+
+#include <algorithm>
+#include <set>
+
+#include "support/tiff_matrix.h"
+
+namespace fixture {
+namespace {
+
+Chain threePages() {
+    const Directory page{ascii(271, "Example Optics"), shorts(60000, {7}),
+                         pointer(330, {{{ascii(305, "Example Software")}}}),
+                         pointer(34665, {{{ascii(36867, "2024:05:17 09:30:00")}}})};
+    return {page, page, page};
+}
+
+class ReadBudget : public TiffMatrix {
+protected:
+    ReadBudget() : file(fileOf(threePages())) {}
+
+    [[nodiscard]] Sweep sweptWith(std::uint64_t budget) const {
+        return sweep(file.bytes, {}, [&](host::Host& host) { host.setReadBudget(budget); });
+    }
+
+    /// The bytes that the whole file counts, found by trying.
+    [[nodiscard]] std::uint64_t enough() const {
+        std::uint64_t budget = 0;
+        while (!sweptWith(budget).warnings.empty() || !sweptWith(budget).error.empty()) {
+            ++budget;
+        }
+        return budget;
+    }
+
+    [[nodiscard]] std::string spent(std::uint64_t budget) const {
+        return "Velmora:filesystem:readBudgetSpent(" + std::to_string(budget) + ", " +
+               std::to_string(file.bytes.size()) + ')';
+    }
+
+    TiffFile file;
+};
+IFDSWEEP_TIFF_MATRIX(ReadBudget);
+
+TEST_P(ReadBudget, CutsAnywhereWithoutAnError) {
+    const std::uint64_t whole = enough();
+    std::size_t recordsBefore = 0;
+    // The header is read first: without it there is nothing to lose.
+    for (std::uint64_t budget = 80; budget < whole; ++budget) {
+        const Sweep swept = sweptWith(budget);
+        ASSERT_EQ(swept.error, "") << "budget " << budget;
+        ASSERT_FALSE(swept.warnings.empty()) << "budget " << budget;
+        ASSERT_EQ(swept.warnings[0], spent(budget));
+        ASSERT_EQ(std::count(swept.warnings.begin(), swept.warnings.end(), spent(budget)), 1);
+        ASSERT_GE(swept.records.size(), recordsBefore) << "budget " << budget;
+        recordsBefore = swept.records.size();
+    }
+    EXPECT_EQ(recordsBefore, 3U);
+    EXPECT_EQ(sweptWith(whole).records.size(), 3U);
+}
+
+TEST_P(ReadBudget, TellsWhatItLeavesAtEveryCut) {
+    // Each fresh access of the first page, and the warnings when the budget ends before it.
+    const auto at = [](std::size_t position) { return '(' + std::to_string(position) + ')'; };
+    const Place& page = file.places[0];
+    const Place& sub = file.places[1];
+    const Place& exif = file.places[2];
+    const Format& widths = file.format;
+    const std::string count = "numberOfDirectoryEntriesReadError";
+    const std::string next = "nextIfdOffsetReadError";
+    const auto value = [](const char* name, std::size_t position) {
+        return std::string("unableToReadTiffTag('") + name + "', " + std::to_string(position) + ')';
+    };
+    constexpr std::uint64_t kJump = 64;
+    const std::uint64_t countCost = kJump + widths.entryCountSize();
+    const std::uint64_t nextCost = kJump + widths.offsetSize();
+
+    struct Cut {
+        std::uint64_t cost;  ///< of the access that the budget still allows
+        Lines warnings;      ///< when it ends before this access
+        std::string added;   ///< of the first page
+    };
+    const std::string make = "Make='Example Optics'";
+    const std::string unknown = "UnknownTags=(ID=60000 Offset=0 Value=7)";
+    const std::string subField = "SubIFDs={(Software='Example Software')}";
+    const std::string subEmpty = "SubIFDs={()}";
+    const std::string exifField = "DigitalCamera=(DateTimeOriginal='2024:05:17 09:30:00')";
+    const std::vector<Cut> cuts{
+        {countCost + 4 * widths.entrySize(), {count + at(page.position)}, "none"},
+        {kJump + 14,
+         {value("Make", page.data[0]), count + at(sub.position), count + at(exif.position),
+          next + at(page.next)},
+         unknown},
+        {countCost + widths.entrySize(),
+         {count + at(sub.position), count + at(exif.position), next + at(page.next)},
+         make + ' ' + unknown},
+        {kJump + 16,
+         {value("Software", sub.data[0]), next + at(sub.next), count + at(exif.position),
+          next + at(page.next)},
+         make + ' ' + subEmpty + ' ' + unknown},
+        {nextCost,
+         {next + at(sub.next), count + at(exif.position), next + at(page.next)},
+         make + ' ' + subField + ' ' + unknown},
+        {countCost + widths.entrySize(),
+         {count + at(exif.position), next + at(page.next)},
+         make + ' ' + subField + ' ' + unknown},
+        {kJump + 19,
+         {value("DateTimeOriginal", exif.data[0]), next + at(page.next)},
+         make + ' ' + subField + ' ' + unknown},
+        {nextCost, {next + at(page.next)}, make + ' ' + subField + ' ' + exifField + ' ' + unknown},
+    };
+    // The first bytes, looked at twice, and the header.
+    std::uint64_t counted = 2 + 4 + widths.headerSize() + (widths.isBig() ? kJump - 4 : 0);
+    for (const Cut& cut : cuts) {
+        // From one byte more than the access before needed to start, to what refuses this one.
+        const Sweep swept = sweptWith(counted);
+        Lines expected{spent(counted)};
+        expected.insert(expected.end(), cut.warnings.begin(), cut.warnings.end());
+        EXPECT_EQ(swept.warnings, expected) << "budget " << counted;
+        EXPECT_EQ(swept.records.empty() ? "none" : swept.added(), cut.added)
+            << "budget " << counted;
+        EXPECT_LE(swept.records.size(), 1U);
+        counted += cut.cost;
+    }
+}
+
+TEST_P(ReadBudget, GivesAnyTableWhoseCountItGave) {
+    // The table is larger than all that the budget has left.
+    constexpr std::size_t kEntries = 500;
+    const TiffFile wide =
+        fileOf({{shorts(60000, {1})}, Directory(std::vector<Entry>(kEntries, shorts(60000, {1})))});
+    const std::uint64_t first = 2 + 4 + wide.format.headerSize() + (wide.format.isBig() ? 60 : 0) +
+                                64 + wide.format.entryCountSize() + wide.format.entrySize() + 64 +
+                                wide.format.offsetSize();
+    const Sweep swept =
+        sweep(wide.bytes, {}, [&](host::Host& host) { host.setReadBudget(first + 1); });
+    EXPECT_EQ(swept.error, "");
+    EXPECT_EQ(swept.records.size(), 2U);
+    EXPECT_EQ(swept.warnings,
+              (Lines{"Velmora:filesystem:readBudgetSpent(" + std::to_string(first + 1) + ", " +
+                         std::to_string(wide.bytes.size()) + ')',
+                     "nextIfdOffsetReadError(" + std::to_string(wide.places[1].next) + ')'}));
+}
+
+TEST_P(ReadBudget, CanBeTakenAway) {
+    const Sweep swept = sweptWith(host::kUnlimitedReads);
+    EXPECT_EQ(swept.warnings, Lines{});
+    EXPECT_EQ(swept.records.size(), 3U);
+}
+
+}  // namespace
+}  // namespace fixture

@@ -1,0 +1,100 @@
+// A good file cut at every length and with every byte changed: what lies before the damage is read.
+
+#include <algorithm>
+#include <set>
+
+#include "support/tiff_matrix.h"
+
+namespace fixture {
+namespace {
+
+/// A page with values of all shapes and nested directories.
+Directory richPage() {
+    const Directory exif{numbers(33434, kRational, {1, 250}), ascii(36867, "2024:05:17 09:30:00"),
+                         pointer(40965, {{{ascii(1, "R98")}}})};
+    const Directory gps{numbers(0, kByte, {2, 3, 0, 0}),
+                        numbers(2, kRational, {51, 1, 28, 1, 40, 1})};
+    return {shorts(256, {40}),
+            shorts(257, {30}),
+            shorts(258, {8, 8, 8}),
+            shorts(262, {2}),
+            ascii(271, "Example Optics"),
+            longs(273, {8, 16, 24}),
+            shorts(320, {0, 1, 2, 3, 4, 5}),
+            doubles(60000, {0.5, -1}),
+            pointer(330, {{{ascii(315, "sub")}}}),
+            pointer(34665, {{exif}}),
+            pointer(34853, {{gps}})};
+}
+
+class Damage : public TiffMatrix {
+protected:
+    Damage() : file(fileOf({richPage(), richPage()})), whole(firstRecord(sweep(file.bytes))) {}
+
+    /// What the first record holds, without the size of the file. Fields that only the second one
+    /// fills are left out.
+    static std::string firstRecord(const Sweep& swept) {
+        std::string text;
+        for (const auto& [name, value] : swept.records.at(0)) {
+            if (name != "FileSize" && value != "empty") {
+                text += name + '=' + value + ' ';
+            }
+        }
+        return text;
+    }
+
+    /// Where the second page begins: everything of the first one lies before.
+    [[nodiscard]] std::size_t secondPage() const {
+        const auto behindFirst =
+            std::find_if(file.places.begin() + 1, file.places.end(), [&](const Place& place) {
+                return place.entries.size() == file.places[0].entries.size();
+            });
+        return behindFirst->position;
+    }
+
+    TiffFile file;
+    std::string whole;
+};
+IFDSWEEP_TIFF_MATRIX(Damage);
+
+/// Errors that damage may lead to; every other is none of the module's.
+bool isExpected(const std::string& error) {
+    static const std::set<std::string> kErrors{
+        "",           "tiffHeaderReadFailure", "badEndianness",      "badTiffIfdOffset",
+        "badIFDread", "badTagDataCount",       "unableToReadTagData"};
+    return kErrors.count(error.substr(0, error.find('('))) == 1;
+}
+
+TEST_P(Damage, CutAtEveryLength) {
+    std::size_t read = 0;
+    for (std::size_t length = 0; length <= file.bytes.size(); ++length) {
+        const Sweep swept = sweep(truncated(file.bytes, length));
+        ASSERT_TRUE(isExpected(swept.error)) << "cut at " << length << ": " << swept.error;
+        if (length >= secondPage() && swept.error.empty()) {
+            ASSERT_EQ(firstRecord(swept), whole) << "cut at " << length;
+            ++read;
+        } else if (length >= secondPage()) {
+            // The table of a directory that is cut is the one error that takes the rest with it.
+            ASSERT_EQ(swept.error, "badIFDread('IFD #1')") << "cut at " << length;
+        }
+        ASSERT_EQ(swept.error.empty() && swept.warnings.empty(), length == file.bytes.size())
+            << "cut at " << length;
+    }
+    EXPECT_GT(read, 100U);
+}
+
+TEST_P(Damage, EveryByteChanged) {
+    for (std::size_t position = 0; position < file.bytes.size(); ++position) {
+        for (const int mask : {0x01, 0x80, 0xFF}) {
+            const Sweep swept =
+                sweep(flipped(file.bytes, position, static_cast<std::uint8_t>(mask)));
+            ASSERT_TRUE(isExpected(swept.error)) << "at " << position << ": " << swept.error;
+            if (position >= secondPage() && swept.error.empty()) {
+                ASSERT_EQ(firstRecord(swept), whole) << "at " << position;
+            }
+        }
+    }
+}
+
+}  // namespace
+}  // namespace fixture

@@ -1,0 +1,433 @@
+// Files made to hang a reader or to take all its memory: each ends soon, within memory, with what
+// could be read and the warnings that say what was left.
+
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <ostream>
+
+#include "hostile/measured_call.h"
+#include "support/tiff_matrix.h"
+
+namespace fixture {
+namespace {
+
+constexpr std::uint16_t kUnknown = 60000;
+constexpr std::uint16_t kSubIfds = 330;
+constexpr std::uint16_t kExif = 34665;
+constexpr std::uint16_t kProfile = 34675;
+
+TiffFile build(Format format, const Chain& chain) {
+    TiffBuilder builder(format);
+    for (const Directory& directory : chain) {
+        builder.add(directory);
+    }
+    return builder.build();
+}
+
+/// Pages that are told apart by their number.
+Chain pages(std::size_t count) {
+    Chain chain;
+    for (std::size_t page = 0; page < count; ++page) {
+        chain.push_back({shorts(kUnknown, {static_cast<std::int64_t>(page)})});
+    }
+    return chain;
+}
+
+/// Pages whose last one leads to another.
+TiffFile loop(Format format, std::size_t count, std::size_t target) {
+    TiffFile file = build(format, pages(count));
+    file.setOffset(file.places[count - 1].next, file.offsetOf(file.places[target].position));
+    return file;
+}
+
+/// Directories that each lead to the next through a pointer tag, `width` times.
+TiffFile levels(Format format, std::size_t count, std::size_t width) {
+    const std::vector<std::int64_t> offsets(width, 0);
+    Chain chain;
+    for (std::size_t level = 0; level < count; ++level) {
+        chain.push_back(Directory{longs(kSubIfds, offsets)}.withNext(0));
+    }
+    chain.push_back(Directory{shorts(kUnknown, {1})}.withNext(0));
+    TiffFile file = build(format, chain);
+    for (std::size_t level = 0; level < count; ++level) {
+        for (std::size_t i = 0; i < width; ++i) {
+            setWord(file.bytes, file.places[level].data[0] + 4 * i, 4,
+                    file.offsetOf(file.places[level + 1].position), format.byteOrder);
+        }
+    }
+    return file;
+}
+
+/// A directory whose pointer tag leads to itself.
+TiffFile pointsAtItself(Format format, std::uint16_t tag) {
+    TiffFile file = build(format, {{longs(tag, {0}), shorts(kUnknown, {7})}});
+    setWord(file.bytes, file.places[0].data[0], 4, file.offsetOf(file.places[0].position),
+            format.byteOrder);
+    return file;
+}
+
+/// The budget's rules once more, in plain numbers: what a call may be given of a file.
+class Budget {
+public:
+    explicit Budget(const TiffFile& tiff)
+        : format(tiff.format), limit((std::uint64_t{16} << 20U) + 8 * tiff.bytes.size()) {
+        // The first bytes are looked at twice, then the header is read.
+        spent = 2 + 4 + format.headerSize() + (format.isBig() ? kJump - 4 : 0);
+    }
+
+    /// Whether a read of so many bytes after a jump is delivered.
+    bool jumpAndRead(std::uint64_t bytes) {
+        if (spent >= limit) {
+            return false;
+        }
+        spent += kJump + bytes;
+        return true;
+    }
+    bool count() { return jumpAndRead(format.entryCountSize()); }
+    bool next() { return jumpAndRead(format.offsetSize()); }
+    void table(std::size_t entries) { spent += entries * format.entrySize(); }
+
+private:
+    static constexpr std::uint64_t kJump = 64;
+
+    Format format;
+    std::uint64_t limit;
+    std::uint64_t spent;
+};
+
+std::string records(std::size_t count) {
+    return "struct " + std::to_string(count) + "x1";
+}
+
+/// A chain of directories of one inline entry that never ends.
+std::string endlessChain(const TiffFile& file) {
+    Budget budget(file);
+    std::size_t kept = 0;
+    const char* end = nullptr;
+    while (end == nullptr) {
+        if (!budget.count()) {
+            end = "numberOfDirectoryEntriesReadError";
+            break;
+        }
+        budget.table(1);
+        ++kept;
+        if (!budget.next()) {
+            end = "nextIfdOffsetReadError";
+        }
+    }
+    return records(kept) + "; Velmora:filesystem:readBudgetSpent x1; " + end + " x1";
+}
+
+/// Values of `size` bytes at one place, one in every entry of a single directory.
+std::string sharedByEntries(const TiffFile& file, std::size_t entries, std::size_t size) {
+    Budget budget(file);
+    budget.count();
+    budget.table(entries);
+    std::size_t delivered = 0;
+    while (delivered < entries && budget.jumpAndRead(size)) {
+        ++delivered;
+    }
+    return "struct 1x1; Velmora:filesystem:readBudgetSpent x1; unableToReadTiffTag x" +
+           std::to_string(entries - delivered) + "; nextIfdOffsetReadError x1";
+}
+
+/// A value of `size` bytes at one place, one in every page.
+std::string sharedByPages(const TiffFile& file, std::size_t size) {
+    Budget budget(file);
+    std::size_t kept = 0;
+    while (budget.count()) {
+        budget.table(1);
+        ++kept;
+        if (!budget.jumpAndRead(size)) {
+            return records(kept) +
+                   "; Velmora:filesystem:readBudgetSpent x1; unableToReadTiffTag x1; "
+                   "nextIfdOffsetReadError x1";
+        }
+        if (!budget.next()) {
+            return records(kept) +
+                   "; Velmora:filesystem:readBudgetSpent x1; nextIfdOffsetReadError x1";
+        }
+    }
+    return records(kept) +
+           "; Velmora:filesystem:readBudgetSpent x1; numberOfDirectoryEntriesReadError x1";
+}
+
+/// A file and the outcome that its format leads to.
+struct Hostile {
+    TiffFile file;
+    std::string outcome;
+};
+
+struct Case {
+    const char* name;
+    std::function<Hostile(Format)> make;
+
+    friend std::ostream& operator<<(std::ostream& out, const Case& shown) {
+        return out << shown.name;
+    }
+};
+
+Hostile endless(TiffFile file) {
+    std::string outcome = endlessChain(file);
+    return {std::move(file), std::move(outcome)};
+}
+
+/// The file's second page says that it has so many entries.
+Hostile entryCount(Format format, std::uint64_t count) {
+    Chain chain = pages(2);
+    chain[1].entryCount = count;
+    return {build(format, chain), "error badIFDread"};
+}
+
+Hostile sharedValues(Format format) {
+    constexpr std::size_t kSize = 60000;
+    constexpr std::size_t kEntries = 65535;
+    Entry value = numbers(kUnknown, kUndefined, std::vector<std::int64_t>(kSize, 1));
+    std::vector<Entry> entries(kEntries, numbers(kUnknown, kUndefined, {}).withCount(kSize));
+    entries[0] = std::move(value);
+    TiffFile file = build(format, {Directory(std::move(entries))});
+    const Place& place = file.places[0];
+    for (const std::size_t entry : place.entries) {
+        file.setOffset(entry + format.valuePosition(), file.offsetOf(place.data[0]));
+    }
+    std::string outcome = sharedByEntries(file, kEntries, kSize);
+    return {std::move(file), std::move(outcome)};
+}
+
+Hostile sharedProfile(Format format) {
+    constexpr std::size_t kSize = 1000000;
+    Chain chain(1000, {numbers(kProfile, kUndefined, {}).withCount(kSize)});
+    chain[0] = {numbers(kProfile, kUndefined, std::vector<std::int64_t>(kSize, 1))};
+    TiffFile file = build(format, chain);
+    for (const Place& place : file.places) {
+        file.setOffset(place.entries[0] + format.valuePosition(),
+                       file.offsetOf(file.places[0].data[0]));
+    }
+    std::string outcome = sharedByPages(file, kSize);
+    return {std::move(file), std::move(outcome)};
+}
+
+constexpr std::uint64_t kTooDeep = 20000;
+
+const Case kCases[] = {
+    {"NextIsItself", [](Format format) { return endless(loop(format, 1, 0)); }},
+    {"LoopOfThreePages", [](Format format) { return endless(loop(format, 3, 0)); }},
+    {"LastOf500PagesLeadsBack", [](Format format) { return endless(loop(format, 500, 249)); }},
+    {"SubIfdsLeadToTheirOwnDirectory",
+     [](Format format) {
+         return Hostile{pointsAtItself(format, kSubIfds), "struct 1x1; illegallyNestedIFD x1"};
+     }},
+    {"ExifLeadsToItself",
+     [](Format format) {
+         return Hostile{pointsAtItself(format, kExif), "struct 1x1; illegallyNestedIFD x1"};
+     }},
+    {"TwentyThousandNestedSubIfds",
+     [](Format format) {
+         return Hostile{levels(format, kTooDeep, 1), "struct 1x1; illegallyNestedIFD x1"};
+     }},
+    {"EveryEntryPointsAtTheSameValue", sharedValues},
+    {"AThousandPagesShareAProfile", sharedProfile},
+    {"EntryCountOf16Bits", [](Format format) { return entryCount(format, 0xFFFF); }},
+    {"EntryCountOf32Bits",
+     [](Format format) {
+         return entryCount(format, format.isBig() ? std::uint64_t{1} << 32U : 0xFFFE);
+     }},
+    {"EntryCountTimesSizeWraps",
+     [](Format format) {
+         return entryCount(format, format.isBig() ? std::uint64_t{1} << 61U : 0x8000);
+     }},
+    {"EntryCountOf63Bits",
+     [](Format format) {
+         return entryCount(format, format.isBig() ? ~std::uint64_t{0} >> 1U : 0x7FFF);
+     }},
+    {"EntryCountOf64Bits",
+     [](Format format) { return entryCount(format, format.isBig() ? ~std::uint64_t{0} : 0xFFFF); }},
+};
+
+class HostileFile : public testing::TestWithParam<std::tuple<Format, Case>> {};
+
+INSTANTIATE_TEST_SUITE_P(Files, HostileFile,
+                         testing::Combine(testing::ValuesIn(kFormats), testing::ValuesIn(kCases)),
+                         [](const testing::TestParamInfo<std::tuple<Format, Case>>& made) {
+                             return std::string(std::get<1>(made.param).name) + "In" +
+                                    nameOf(std::get<0>(made.param));
+                         });
+
+void expectCheap(const MeasuredCall& call) {
+    EXPECT_LT(call.megabytes, kMostMegabytes);
+}
+
+TEST_P(HostileFile, EndsWithItsRecordsAndWarnings) {
+    const auto& [format, hostile] = GetParam();
+    const Hostile made = hostile.make(format);
+    const MeasuredCall call = measuredCall(made.file.bytes);
+    EXPECT_EQ(call.outcome, made.outcome);
+    expectCheap(call);
+}
+
+class SharedDirectories : public TiffMatrix {
+protected:
+    /// The budget ends the walk somewhere inside: that, and the one record, are what is certain.
+    static void expectEndedByBudget(const TiffFile& file) {
+        const MeasuredCall call = measuredCall(file.bytes);
+        EXPECT_EQ(call.outcome.rfind("struct 1x1; Velmora:filesystem:readBudgetSpent x1; ", 0), 0U)
+            << call.outcome;
+        EXPECT_EQ(call.outcome.find("error"), std::string::npos);
+        expectCheap(call);
+    }
+};
+IFDSWEEP_TIFF_MATRIX(SharedDirectories);
+
+TEST_P(SharedDirectories, TwentySixLevelsOfTwo) {
+    expectEndedByBudget(levels(format(), 26, 2));
+}
+
+TEST_P(SharedDirectories, EightLevelsOfSixteen) {
+    expectEndedByBudget(levels(format(), 8, 16));
+}
+
+TEST_P(SharedDirectories, TwoLevelsOfAHundredThousand) {
+    expectEndedByBudget(levels(format(), 2, 100000));
+}
+
+TEST_P(SharedDirectories, AMegabyteOfPointersToTheirOwnDirectory) {
+    constexpr std::size_t kPointers = 250000;
+    TiffFile file = levels(format(), 1, kPointers);
+    for (std::size_t i = 0; i < kPointers; ++i) {
+        setWord(file.bytes, file.places[0].data[0] + 4 * i, 4,
+                file.offsetOf(file.places[0].position), format().byteOrder);
+    }
+    expectEndedByBudget(file);
+}
+
+// The field list of the first directory is that of all: as wide as the dictionary.
+TEST_P(SharedDirectories, AnEndlessChainOfWideRecords) {
+    std::vector<Entry> entries;
+    for (std::uint16_t id = 250; id < 65000; ++id) {
+        const bool endsCallOrNests = id == 256 || id == 257 || id == 277 || id == 278 ||
+                                     id == 284 || id == 322 || id == 323 || id == kSubIfds ||
+                                     id == kExif || id == 34853 || id == 40965;
+        if (!endsCallOrNests) {
+            entries.push_back(ascii(id, "x"));
+        }
+    }
+    TiffFile file = build(format(), {Directory(std::move(entries)), {shorts(258, {1})}});
+    file.setOffset(file.places[1].next, file.offsetOf(file.places[1].position));
+    const MeasuredCall call = measuredCall(file.bytes);
+    EXPECT_EQ(call.outcome.rfind("struct 15", 0), 0U) << call.outcome;
+    EXPECT_NE(call.outcome.find("; Velmora:filesystem:readBudgetSpent x1; "), std::string::npos);
+    expectCheap(call);
+}
+
+// A warning for every bad value, and the value shared by pages.
+TEST_P(SharedDirectories, MillionsOfWarnings) {
+    constexpr std::size_t kValues = 100000;
+    Chain chain(1000, {numbers(kUnknown, kSRational, {}).withCount(kValues)});
+    chain[0] = {numbers(kUnknown, kSRational, std::vector<std::int64_t>(2 * kValues, 0))};
+    TiffFile file = build(format(), chain);
+    for (const Place& place : file.places) {
+        file.setOffset(place.entries[0] + format().valuePosition(),
+                       file.offsetOf(file.places[0].data[0]));
+    }
+    const MeasuredCall call = measuredCall(file.bytes);
+    const std::size_t pages = std::stoul(call.outcome.substr(7));
+    EXPECT_GT(pages, 25U);
+    EXPECT_EQ(call.outcome,
+              records(pages) + "; badTagValueDivisionByZero x" + std::to_string(pages * kValues) +
+                  "; Velmora:filesystem:readBudgetSpent x1; nextIfdOffsetReadError x1");
+    expectCheap(call);
+}
+
+class Wrapping : public TiffMatrix {};
+IFDSWEEP_TIFF_MATRIX(Wrapping);
+
+TEST_P(Wrapping, AProductOfCountAndSizeThatWrapsLiesPastTheEnd) {
+    struct Wrap {
+        std::uint16_t type;
+        std::uint64_t classicCount;
+        std::uint64_t bigCount;
+        std::uint64_t classicSize;  // in 64 bits, which nothing classic can wrap
+        std::uint64_t bigSize;
+    };
+    constexpr std::uint64_t kWord = std::uint64_t{1} << 32U;
+    const Wrap wraps[] = {
+        {kDouble, kWord / 8, std::uint64_t{1} << 61U, kWord, 0},
+        {kLong, kWord / 4 + 1, (std::uint64_t{1} << 62U) + 1, kWord + 4, 4},
+        {kDouble, kWord / 8 + 1, (std::uint64_t{1} << 61U) + 1, kWord + 8, 8},
+        {kRational, kWord / 8 + 1, (std::uint64_t{1} << 61U) + 1, kWord + 8, 8},
+        {kShort, kWord - 1, std::uint64_t{1} << 63U, 2 * kWord - 2, 0},
+    };
+    for (const Wrap& wrap : wraps) {
+        const bool isBig = format().isBig();
+        const Entry entry = numbers(kUnknown, wrap.type, {1, 2, 3, 4})
+                                .withCount(isBig ? wrap.bigCount : wrap.classicCount)
+                                .withValueField(8);
+        const Sweep swept = sweepOf({{entry, shorts(kUnknown + 1, {5})}});
+        EXPECT_EQ(swept.warnings,
+                  (Lines{"tagDataPastEOF(60000, " +
+                         std::to_string(isBig ? wrap.bigSize : wrap.classicSize) + ')'}));
+        EXPECT_EQ(swept.added(), "UnknownTags=(ID=60001 Offset=0 Value=5)");
+    }
+}
+
+TEST_P(Wrapping, OffsetsAtTheLimits) {
+    struct Limit {
+        std::uint64_t offset;
+        const char* dataWarning;
+        const char* shown;  // as a signed number
+    };
+    std::vector<Limit> limits{{0xFFFFFFFF, "tagDataPastEOF(60000, 16)", "4294967295"}};
+    if (format().isBig()) {
+        limits.push_back(
+            {~std::uint64_t{0} >> 1U, "tagDataPastEOF(60000, 16)", "9223372036854775807"});
+        limits.push_back({~std::uint64_t{0}, "badTagDataOffsetSeek(60000)", "-1"});
+    }
+    for (const Limit& limit : limits) {
+        const Entry far = numbers(kUnknown, kUndefined, std::vector<std::int64_t>(16, 1))
+                              .withValueField(limit.offset);
+        const Directory page{far, shorts(kUnknown + 1, {5})};
+        const Sweep swept = sweepOf({page.withNext(limit.offset)});
+        EXPECT_EQ(swept.warnings,
+                  (Lines{limit.dataWarning,
+                         std::string("nextIfdPointerOutOfRange(") + limit.shown + ')'}));
+        EXPECT_EQ(swept.added(), "UnknownTags=(ID=60001 Offset=0 Value=5)");
+
+        TiffBuilder builder(format());
+        const TiffFile header = builder.add(page).withFirstOffset(limit.offset).build();
+        EXPECT_EQ(sweep(header.bytes).error, std::string("badTiffIfdOffset(") + limit.shown + ", " +
+                                                 std::to_string(header.bytes.size()) + ')');
+    }
+}
+
+class EndlessSkip : public TiffMatrix {};
+IFDSWEEP_TIFF_MATRIX(EndlessSkip);
+
+TEST_P(EndlessSkip, ALoopIsSkippedByWholeRounds) {
+    // 10^18 is 1 modulo 3; -1 stands for 2^64 - 1, which is 0 modulo 3.
+    const TiffFile file = loop(format(), 3, 0);
+    for (const auto& [first, page] : {std::pair(1e18, "1"), std::pair(-1.0, "0")}) {
+        const Sweep swept = sweep(file.bytes, {.firstIfdIndex = first, .maxIfdCount = 1});
+        EXPECT_EQ(swept.error, "");
+        EXPECT_EQ(swept.warnings, Lines{});
+        EXPECT_EQ(swept.added(), std::string("UnknownTags=(ID=60000 Offset=0 Value=") + page + ')');
+        expectCheap(measuredCall(file.bytes, {.firstIfdIndex = first, .maxIfdCount = 1}));
+    }
+}
+
+TEST_P(EndlessSkip, BehindTheLastDirectoryStandsTheHeader) {
+    const TiffFile file = build(format(), pages(3));
+    const bool leadsBack = format().isBig() && format().byteOrder == ByteOrder::big;
+    for (const double first : {3.0, 1e18, -1.0}) {
+        // Read as a directory, the header has more entries than the file can hold, and no next one
+        // stands behind them. In one format they reach further than positions do, so that the skip
+        // finds the first offset instead, and 10^18 is a multiple of that round of 4.
+        const bool isFirstPage = leadsBack && first == 1e18;
+        const MeasuredCall call = measuredCall(file.bytes, {.firstIfdIndex = first});
+        EXPECT_EQ(call.outcome, isFirstPage ? "struct 3x1" : "error badIFDread");
+        expectCheap(call);
+    }
+}
+
+}  // namespace
+}  // namespace fixture

@@ -1,0 +1,180 @@
+// One directory: its table and the sorting of its entries.
+
+#include "support/tiff_matrix.h"
+
+namespace fixture {
+namespace {
+
+class DirectoryTable : public TiffMatrix {};
+IFDSWEEP_TIFF_MATRIX(DirectoryTable);
+
+/// So many entries of unknown tags.
+Directory unknownEntries(std::size_t count) {
+    return Directory(std::vector<Entry>(count, shorts(60000, {1})));
+}
+
+std::size_t countOf(const std::string& text, std::string_view part) {
+    std::size_t count = 0;
+    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) {
+        ++count;
+    }
+    return count;
+}
+
+TEST_P(DirectoryTable, WidthAndHeightAreTakenOutById) {
+    const Sweep swept = sweepOf({{shorts(256, {640}), longs(257, {480}), ascii(315, "x")}});
+    EXPECT_EQ(swept.value("Width"), "640");
+    EXPECT_EQ(swept.value("Height"), "480");
+    EXPECT_EQ(swept.value("Length"), "no field");
+    EXPECT_EQ(swept.added(), "Artist='x'");
+}
+
+TEST_P(DirectoryTable, WidthAndHeightNeverBecomeFieldsInAnyDirectory) {
+    for (const std::uint16_t tag : Codes{34665, 34853, 40965}) {
+        const Sweep swept = sweepOf(
+            {{shorts(256, {3}),
+              pointer(tag, {{{shorts(256, {640}), shorts(257, {480}), shorts(60000, {1})}}})}});
+        EXPECT_EQ(swept.value("Width"), "3");
+        EXPECT_NE(swept.added().find("=(UnknownTags=(ID=60000 Offset=0 Value=1))"),
+                  std::string::npos);
+    }
+}
+
+TEST_P(DirectoryTable, WidthWithoutANumberKeepsWhatWasThere) {
+    const Sweep swept = sweepOf({{shorts(256, {640}), ascii(256, "x"), ascii(257, "y")}});
+    EXPECT_EQ(swept.value("Width"), "640");
+    EXPECT_EQ(swept.value("Height"), "0");
+    EXPECT_EQ(
+        swept.warnings,
+        (Lines{"expectedTagDataFormatMultiple('Width', 'TIFF_ASCII', 'TIFF_SHORT, TIFF_LONG')",
+               "expectedTagDataFormatMultiple('Length', 'TIFF_ASCII', "
+               "'TIFF_SHORT, TIFF_LONG')"}));
+}
+
+TEST_P(DirectoryTable, TheLaterWidthWins) {
+    EXPECT_EQ(sweepOf({{shorts(256, {640}), doubles(256, {0.5})}}).value("Width"), "0.5");
+}
+
+TEST_P(DirectoryTable, OfEntriesWithTheSameIdTheLaterValueWins) {
+    const Sweep swept = sweepOf({{ascii(315, "first"), ascii(316, "host"), ascii(315, "second")}});
+    EXPECT_EQ(swept.added(), "Artist='second' HostComputer='host'");
+}
+
+TEST_P(DirectoryTable, AnEmptyValueAfterARealOneEmptiesTheField) {
+    const Sweep swept = sweepOf({{ascii(315, "first"), ascii(315, "")}});
+    EXPECT_EQ(swept.value("Artist"), "empty");
+}
+
+TEST_P(DirectoryTable, EntriesNeedNotBeSorted) {
+    const Sweep swept =
+        sweepOf({{ascii(33432, "c"), ascii(315, "a"), shorts(257, {2}), shorts(256, {1})}});
+    EXPECT_EQ(swept.value("Width"), "1");
+    EXPECT_EQ(swept.value("Height"), "2");
+    EXPECT_EQ(swept.added(), "Artist='a' Copyright='c'");
+}
+
+TEST_P(DirectoryTable, ABadEntryIsSkippedAndTheNextIsRead) {
+    const Sweep swept =
+        sweepOf({{ascii(315, "x").withType(14), ascii(316, "host"),
+                  ascii(305, "0123456789").withValueField(0x7FFFFFFF), ascii(272, "model")}});
+    EXPECT_EQ(swept.added(), "Model='model' HostComputer='host'");
+    EXPECT_EQ(swept.warnings, (Lines{"unrecognizedTagFormatId(14)", "tagDataPastEOF(305, 10)"}));
+}
+
+TEST_P(DirectoryTable, ATruncatedTableEndsTheCall) {
+    const TiffFile file = fileOf({{ascii(315, "x")}, {ascii(315, "y"), ascii(316, "z")}});
+    const std::size_t table = file.places[1].entries[0];
+    for (std::size_t length = table; length < file.places[1].next; ++length) {
+        const Sweep swept = sweep(truncated(file.bytes, length));
+        EXPECT_EQ(swept.error, "badIFDread('IFD #1')");
+        EXPECT_EQ(swept.result, "");
+    }
+}
+
+TEST_P(DirectoryTable, AnEntryCountThatTheFileCannotHoldEndsTheCall) {
+    const std::vector<std::uint64_t> counts =
+        format().isBig()
+            ? std::vector<std::uint64_t>{2,
+                                         1000000,
+                                         0xFFFFFFFF,
+                                         std::uint64_t{1} << 60U,
+                                         std::uint64_t{1} << 62U,  // times 20 wraps to 0
+                                         922337203685477581U,
+                                         1844674407370955162U,
+                                         ~std::uint64_t{0}}
+            : std::vector<std::uint64_t>{3, 1000, 65535};
+    for (const std::uint64_t count : counts) {
+        const Sweep swept = sweepOf({Directory{shorts(256, {1})}.withEntryCount(count)});
+        EXPECT_EQ(swept.error, "badIFDread('IFD #1')") << count;
+        EXPECT_EQ(swept.warnings, Lines{});
+    }
+}
+
+TEST_P(DirectoryTable, AnEntryCountTooSmallReadsTheNextOffsetFromTheTable) {
+    const Sweep swept = sweepOf({Directory{shorts(256, {1}), numbers(0, 0, {})}.withEntryCount(1)});
+    EXPECT_EQ(swept.value("Width"), "1");
+    EXPECT_EQ(swept.warnings, Lines{});
+}
+
+TEST_P(DirectoryTable, ADirectoryOfATiffMayBeLargerThanAnApp1Segment) {
+    const Sweep swept = sweepOf({unknownEntries(5462)});
+    EXPECT_EQ(swept.error, "");
+    EXPECT_EQ(swept.warnings, Lines{});
+    EXPECT_EQ(countOf(swept.value("UnknownTags"), "ID="), 5462U);
+}
+
+TEST_P(DirectoryTable, TheMostEntriesOfAClassicCountAreRead) {
+    const Sweep swept = sweepOf({unknownEntries(65535)});
+    EXPECT_EQ(countOf(swept.value("UnknownTags"), "ID="), 65535U);
+}
+
+class JpegDirectory : public testing::TestWithParam<ByteOrder> {
+protected:
+    static Sweep sweepOf(const Chain& chain) {
+        TiffBuilder builder({Layout::classic, GetParam()});
+        for (const Directory& directory : chain) {
+            builder.add(directory);
+        }
+        return sweep(builder.buildInJpeg().bytes, {.initialOffset = 12});
+    }
+};
+INSTANTIATE_TEST_SUITE_P(ByteOrders, JpegDirectory,
+                         testing::Values(ByteOrder::little, ByteOrder::big));
+
+TEST_P(JpegDirectory, TheLargestTableOfAnApp1SegmentIsRead) {
+    const Sweep swept = sweepOf({unknownEntries(5461)});
+    EXPECT_EQ(swept.error, "");
+    EXPECT_EQ(countOf(swept.value("UnknownTags"), "ID="), 5461U);
+    EXPECT_EQ(swept.warnings, Lines{});
+}
+
+TEST_P(JpegDirectory, OneEntryMoreIsRefused) {
+    const Sweep swept = sweepOf({unknownEntries(5462)});
+    EXPECT_EQ(swept.error, "unableToReadTagData()");
+    EXPECT_EQ(swept.warnings, (Lines{"jpegApp1MaximumLengthExceeded(5462)"}));
+}
+
+TEST_P(JpegDirectory, ASecondDirectoryTooLargeEndsThePrimaryReadAsAWhole) {
+    const Sweep swept = sweepOf({{ascii(315, "lost")}, unknownEntries(5462)});
+    EXPECT_EQ(swept.error, "unableToReadTagData()");
+    EXPECT_EQ(swept.warnings, (Lines{"jpegApp1MaximumLengthExceeded(5462)"}));
+}
+
+TEST_P(JpegDirectory, ANestedDirectoryTooLargeDropsItsPointerOnly) {
+    const Sweep swept = sweepOf(
+        {{ascii(315, "kept"), pointer(34665, {{unknownEntries(5462)}}), ascii(316, "too")}});
+    EXPECT_EQ(swept.error, "");
+    EXPECT_EQ(swept.value("Artist"), "'kept'");
+    EXPECT_EQ(swept.value("HostComputer"), "'too'");
+    EXPECT_EQ(swept.value("DigitalCamera"), "no field");
+    EXPECT_EQ(swept.warnings, (Lines{"jpegApp1MaximumLengthExceeded(5462)"}));
+}
+
+TEST_P(JpegDirectory, ADeclaredCountTooLargeIsRefusedBeforeItIsRead) {
+    const Sweep swept = sweepOf({Directory{ascii(315, "x")}.withEntryCount(65535)});
+    EXPECT_EQ(swept.error, "unableToReadTagData()");
+    EXPECT_EQ(swept.warnings, (Lines{"jpegApp1MaximumLengthExceeded(65535)"}));
+}
+
+}  // namespace
+}  // namespace fixture

@@ -1,0 +1,184 @@
+#include "support/sweep.h"
+
+#include <array>
+#include <stdexcept>
+
+#include "support/record_dump.h"
+
+namespace fixture {
+namespace {
+
+struct ArgumentDump : boost::static_visitor<std::string> {
+    std::string operator()(std::int64_t number) const { return std::to_string(number); }
+    std::string operator()(const qxMessageText& text) const {
+        return boost::apply_visitor(*this, text);
+    }
+    std::string operator()(const std::string& text) const {
+        std::u16string units;
+        for (const char byte : text) {
+            units += static_cast<char16_t>(static_cast<unsigned char>(byte));
+        }
+        return quotedText(units);
+    }
+    std::string operator()(const std::u16string& text) const { return 'u' + quotedText(text); }
+};
+
+std::vector<Record> recordsOf(const host::Value& value) {
+    std::vector<Record> records;
+    if (value.kind() != host::ValueKind::Struct) {
+        return records;
+    }
+    for (std::size_t element = 0; element < value.elementCount(); ++element) {
+        Record& record = records.emplace_back();
+        for (std::size_t f = 0; f < value.fieldCount(); ++f) {
+            record.emplace_back(value.fieldName(f), dump(value.field(element, f)));
+        }
+    }
+    return records;
+}
+
+/// The call alone; every host value is gone when it returns.
+Sweep call(const std::u16string& fileName, const Numbers& numbers, const Inspection& inspection) {
+    const std::array<host::ValueHandle, 4> inputs{
+        host::ValueHandle(qxCreateUString(fileName.data(), fileName.size())),
+        host::ValueHandle(qxCreateDoubleScalar(numbers.initialOffset)),
+        host::ValueHandle(qxCreateDoubleScalar(numbers.firstIfdIndex)),
+        host::ValueHandle(qxCreateDoubleScalar(numbers.maxIfdCount))};
+    std::array<const qxArray*, 4> arguments{};
+    for (std::size_t i = 0; i < inputs.size(); ++i) {
+        arguments[i] = inputs[i].get();
+    }
+    Sweep sweep;
+    qxArray* output = nullptr;
+    try {
+        qxeFunction(1, &output, 4, arguments.data());
+        const host::ValueHandle result(output);
+        if (result == nullptr) {
+            sweep.error = "no result and no error";
+            return sweep;
+        }
+        sweep.result = shapeText(*result);
+        inspection(*result);
+    } catch (const qxMessage& message) {
+        sweep.error = messageDump(message);
+    } catch (const std::exception& exception) {
+        sweep.error = std::string("exception ") + exception.what();
+    }
+    return sweep;
+}
+
+Sweep run(const std::u16string& fileName, const Numbers& numbers, const Preparation& prepare,
+          const Inspection& inspection) {
+    host::Host host;
+    if (prepare) {
+        prepare(host);
+    }
+    Sweep sweep;
+    {
+        const host::Host::Scope scope(host);
+        sweep = call(fileName, numbers, inspection);
+    }
+    for (const qxMessage& warning : host.warnings()) {
+        sweep.warnings.push_back(messageDump(warning));
+    }
+    if (host.liveValues() != 0) {
+        throw std::logic_error(std::to_string(host.liveValues()) + " host values were left alive");
+    }
+    return sweep;
+}
+
+/// Serves bytes before the caller's own preparation.
+Preparation serving(const Bytes& bytes, const Preparation& prepare) {
+    return [&bytes, &prepare](host::Host& host) {
+        host.files().serve(kFileName, bytes);
+        if (prepare) {
+            prepare(host);
+        }
+    };
+}
+
+}  // namespace
+
+std::string messageDump(const qxMessage& message) {
+    constexpr std::string_view kPrefix = "Velmora:pixlore:ifdsweep:";
+    std::string text(message.id());
+    if (text.rfind(kPrefix, 0) == 0) {
+        text.erase(0, kPrefix.size());
+    }
+    text += '(';
+    for (std::size_t i = 0; i < message.arguments().size(); ++i) {
+        text += (i > 0 ? ", " : "") + boost::apply_visitor(ArgumentDump(), message.arguments()[i]);
+    }
+    return text + ')';
+}
+
+Sweep sweepFile(const std::u16string& fileName, const Numbers& numbers,
+                const Preparation& prepare) {
+    std::vector<Record> records;
+    Sweep sweep = run(fileName, numbers, prepare,
+                      [&](const host::Value& result) { records = recordsOf(result); });
+    sweep.records = std::move(records);
+    return sweep;
+}
+
+Sweep sweep(const Bytes& bytes, const Numbers& numbers, const Preparation& prepare) {
+    return sweepFile(kFileName, numbers, serving(bytes, prepare));
+}
+
+Sweep inspectFile(const std::u16string& fileName, const Numbers& numbers,
+                  const Inspection& inspection) {
+    return run(fileName, numbers, {}, inspection);
+}
+
+Sweep inspect(const Bytes& bytes, const Numbers& numbers, const Inspection& inspection) {
+    return run(kFileName, numbers, serving(bytes, {}), inspection);
+}
+
+std::string Sweep::value(std::string_view field, std::size_t element) const {
+    for (const auto& [name, text] : records.at(element)) {
+        if (name == field) {
+            return text;
+        }
+    }
+    return "no field";
+}
+
+std::string Sweep::added(std::size_t element) const {
+    const Record& record = records.at(element);
+    std::string text;
+    for (std::size_t f = headNames().size(); f < record.size(); ++f) {
+        if (record[f].second != "empty") {
+            text += (text.empty() ? "" : " ") + record[f].first + '=' + record[f].second;
+        }
+    }
+    return text;
+}
+
+std::vector<std::string> Sweep::names() const {
+    std::vector<std::string> list;
+    if (!records.empty()) {
+        for (const auto& [name, text] : records.front()) {
+            list.push_back(name);
+        }
+    }
+    return list;
+}
+
+std::string Sweep::text() const {
+    std::string lines;
+    for (const std::string& warning : warnings) {
+        lines += warning + '\n';
+    }
+    if (!error.empty()) {
+        return lines + "error " + error + '\n';
+    }
+    lines += result + '\n';
+    for (const Record& record : records) {
+        for (const auto& [name, value] : record) {
+            lines += name + '=' + value + '\n';
+        }
+    }
+    return lines;
+}
+
+}  // namespace fixture

@@ -1,0 +1,76 @@
+#pragma once
+
+// The whole call for tests: bytes in memory in, everything that the host received out, as text that
+// a test can state in one line. The host and its values live only inside `sweep`; what is returned
+// is plain text. Any thread, one call per thread.
+
+#include <cstddef>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "host/host.h"
+#include "support/byte_verbs.h"
+
+namespace fixture {
+
+/// The three numbers of the entry point.
+struct Numbers {
+    double initialOffset = 0;
+    double firstIfdIndex = 0;
+    double maxIfdCount = 0;
+};
+
+/// One element of the record array: field names and values, in order. A value is in the notation of
+/// `dump`.
+using Record = std::vector<std::pair<std::string, std::string>>;
+
+/// What one call gave. Messages are written as `name(argument, ...)`, their common prefix left out.
+struct Sweep {
+    std::string result{};  ///< "struct 2x1", "double 0x0"; empty after an error
+    std::vector<Record> records{};
+    std::vector<std::string> warnings{};
+    std::string error{};  ///< empty when the call returned
+
+    /// A field of one element; "no field" when the record has none of that name.
+    [[nodiscard]] std::string value(std::string_view field, std::size_t element = 0) const;
+    /// Every field that holds a value, the fixed head of a primary record left out.
+    [[nodiscard]] std::string added(std::size_t element = 0) const;
+    /// The field names in order.
+    [[nodiscard]] std::vector<std::string> names() const;
+    /// Error, warnings and result in one line each, for comparisons as a whole.
+    [[nodiscard]] std::string text() const;
+};
+
+/// The name under which `sweep` serves the bytes.
+inline constexpr const char16_t* kFileName = u"sweep.tif";
+
+/// Prepares the host before the call: fault plans, budgets.
+using Preparation = std::function<void(host::Host&)>;
+
+/// Calls the entry point on bytes in memory. Throws std::logic_error when a host value is left
+/// alive afterwards.
+[[nodiscard]] Sweep sweep(const Bytes& bytes, const Numbers& numbers = {},
+                          const Preparation& prepare = {});
+
+/// Looks at a result while it lives.
+using Inspection = std::function<void(const host::Value&)>;
+
+/// Calls the entry point on bytes in memory and hands its result to `inspect`; not called after an
+/// error. The messages are returned, records are not.
+Sweep inspect(const Bytes& bytes, const Numbers& numbers, const Inspection& inspection);
+
+/// The same for a file on disk.
+Sweep inspectFile(const std::u16string& fileName, const Numbers& numbers,
+                  const Inspection& inspection);
+
+/// `sweep` for a file on disk.
+[[nodiscard]] Sweep sweepFile(const std::u16string& fileName, const Numbers& numbers = {},
+                              const Preparation& prepare = {});
+
+/// A message as text.
+[[nodiscard]] std::string messageDump(const qxMessage& message);
+
+}  // namespace fixture

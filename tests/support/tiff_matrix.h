@@ -1,0 +1,59 @@
+#pragma once
+
+// The four kinds of TIFF file that a test runs over: both layouts in both byte orders. Values only;
+// any thread.
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <string>
+#include <vector>
+
+#include "support/sweep.h"
+#include "support/tiff_builder.h"
+
+namespace fixture {
+
+inline constexpr std::array<Format, 4> kFormats{{
+    {Layout::classic, ByteOrder::little},
+    {Layout::classic, ByteOrder::big},
+    {Layout::big, ByteOrder::little},
+    {Layout::big, ByteOrder::big},
+}};
+
+/// Expected warnings, names and the like.
+using Lines = std::vector<std::string>;
+
+/// "ClassicLittle" and so on.
+[[nodiscard]] inline std::string nameOf(const Format& format) {
+    return std::string(format.isBig() ? "BigTiff" : "Classic") +
+           (format.byteOrder == ByteOrder::little ? "Little" : "Big");
+}
+
+/// A suite that runs once per format.
+class TiffMatrix : public testing::TestWithParam<Format> {
+protected:
+    [[nodiscard]] static Format format() { return GetParam(); }
+    [[nodiscard]] static TiffFile fileOf(const Chain& chain) {
+        TiffBuilder builder(GetParam());
+        for (const Directory& directory : chain) {
+            builder.add(directory);
+        }
+        return builder.build();
+    }
+    [[nodiscard]] static Sweep sweepOf(const Chain& chain, const Numbers& numbers = {}) {
+        return sweep(fileOf(chain).bytes, numbers);
+    }
+};
+
+/// For test names generated from a suite's parameter.
+[[nodiscard]] inline std::string formatName(const testing::TestParamInfo<Format>& info) {
+    return nameOf(info.param);
+}
+
+}  // namespace fixture
+
+/// Runs a suite derived from `TiffMatrix` over every format.
+#define IFDSWEEP_TIFF_MATRIX(Suite)                                                \
+    INSTANTIATE_TEST_SUITE_P(Formats, Suite, testing::ValuesIn(fixture::kFormats), \
+                             fixture::formatName)

@@ -1,0 +1,264 @@
+// Where the data of an entry lie, and what is wrong with an entry as such.
+
+#include <limits>
+
+#include "support/record_dump.h"
+#include "support/tiff_matrix.h"
+
+namespace fixture {
+namespace {
+
+constexpr std::uint16_t kUnknown = 60000;
+constexpr std::uint16_t kArtist = 315;
+constexpr std::uint16_t kMakerNote = 37500;
+
+class TagEntry : public TiffMatrix {};
+IFDSWEEP_TIFF_MATRIX(TagEntry);
+
+/// One field type: components as they are stored and as they are shown.
+struct TypeCase {
+    std::uint16_t type;
+    std::vector<std::int64_t> stored;  ///< for rationals two a component
+    std::vector<double> shown;
+};
+
+constexpr std::int64_t kMost64 = -1;  ///< the bits of 2^64 - 1
+
+const std::vector<TypeCase>& typeCases() {
+    static const std::vector<TypeCase> kCases{
+        {kByte, {0, 1, 0x7F, 0x80, 0xFF}, {0, 1, 127, 128, 255}},
+        {kShort, {0, 0x1234, 0xFFFF}, {0, 4660, 65535}},
+        {kLong, {0x12345678, 0, 0xFFFFFFFF}, {305419896, 0, 4294967295}},
+        {kRational, {72, 1, 1, 4, 0xFFFFFFFF, 0x10000}, {72, 0.25, 4294967295.0 / 65536}},
+        {kSByte, {0x80, 0xFF, 0, 0x7F}, {-128, -1, 0, 127}},
+        {kUndefined, {0, 1, 0x7F, 0x80, 0xFF}, {0, 1, 127, 128, 255}},
+        {kSShort, {0xFFFF, 0x8000, 0x7FFF}, {-1, -32768, 32767}},
+        {kSLong, {-1, -2147483648, 0x12345678}, {-1, -2147483648.0, 305419896}},
+        {kSRational, {-1, 2, 7, -2, -2147483648, 1}, {-0.5, -3.5, -2147483648.0}},
+        {kLong8, {1, 0x0000010000000001, kMost64}, {1, 1099511627777, 18446744073709551615.0}},
+    };
+    return kCases;
+}
+
+/// The first `count` components, beginning anew when there are no more.
+template <class Item>
+std::vector<Item> firstOf(const std::vector<Item>& items, std::size_t count) {
+    std::vector<Item> list;
+    for (std::size_t i = 0; i < count; ++i) {
+        list.push_back(items[i % items.size()]);
+    }
+    return list;
+}
+
+/// What a file shows of one unknown and one known tag of the same data.
+void expectBoth(const Entry& entry, const std::string& value, const Format& format, bool isInline) {
+    Entry known = entry;
+    known.tag = kMakerNote;
+    const TiffFile file = TiffBuilder(format).add({known, entry}).build();
+    const Sweep swept = sweep(file.bytes);
+    const std::size_t offset = isInline ? 0 : file.places[0].data[1];
+    EXPECT_EQ(swept.added(), "MakerNote=" + value + " UnknownTags=(ID=60000 Offset=" +
+                                 std::to_string(offset) + " Value=" + value + ')');
+    EXPECT_EQ(swept.warnings, Lines{});
+}
+
+TEST_P(TagEntry, EveryNumberTypeIsReadInlineAndOutOfLine) {
+    for (const TypeCase& each : typeCases()) {
+        const std::size_t itemsPerComponent = each.stored.size() / each.shown.size();
+        for (std::size_t count = 1; count <= 9; ++count) {
+            SCOPED_TRACE("type " + std::to_string(each.type) + " count " + std::to_string(count));
+            const Entry entry =
+                numbers(kUnknown, each.type, firstOf(each.stored, count * itemsPerComponent));
+            const bool isInline = entry.items.size() * entry.itemSize <= format().offsetSize();
+            expectBoth(entry, rowText(firstOf(each.shown, count)), format(), isInline);
+        }
+    }
+}
+
+TEST_P(TagEntry, FloatsAreReadInlineAndOutOfLine) {
+    const std::vector<float> values{1.5F, -0.25F, std::numeric_limits<float>::infinity()};
+    const std::vector<double> shown{1.5, -0.25, std::numeric_limits<double>::infinity()};
+    for (std::size_t count = 1; count <= 3; ++count) {
+        expectBoth(floats(kUnknown, firstOf(values, count)), rowText(firstOf(shown, count)),
+                   format(), 4 * count <= format().offsetSize());
+    }
+}
+
+TEST_P(TagEntry, DoublesAreReadInlineAndOutOfLine) {
+    const std::vector<double> values{1e300, -0.1, std::numeric_limits<double>::quiet_NaN()};
+    for (std::size_t count = 1; count <= 3; ++count) {
+        expectBoth(doubles(kUnknown, firstOf(values, count)), rowText(firstOf(values, count)),
+                   format(), 8 * count <= format().offsetSize());
+    }
+}
+
+TEST_P(TagEntry, TextIsReadInlineAndOutOfLine) {
+    const std::string letters = "abcdefghij";
+    for (std::size_t count = 1; count <= letters.size(); ++count) {
+        const std::string text = letters.substr(0, count);
+        expectBoth(ascii(kUnknown, text), '\'' + text + '\'', format(),
+                   count <= format().offsetSize());
+    }
+}
+
+TEST_P(TagEntry, SLong8IsReadAsHalvesOfItsFirstComponents) {
+    const Sweep swept = sweepOf(
+        {{numbers(kMakerNote, kSLong8, {5, 7}), numbers(60001, kSLong8, {5}),
+          numbers(60002, kSLong8, {-1}), numbers(60003, kSLong8, {0x0000000200000001, 9, 9})}});
+    EXPECT_EQ(swept.value("MakerNote"), "[5 0]");
+    const std::string unknown = swept.value("UnknownTags");
+    EXPECT_NE(unknown.find("Value=5)"), std::string::npos) << unknown;
+    EXPECT_NE(unknown.find("Value=-1)"), std::string::npos) << unknown;
+    EXPECT_NE(unknown.find("Value=[1 2 9])"), std::string::npos) << unknown;
+}
+
+TEST_P(TagEntry, IfdTypesOutsideThePointersAreDropped) {
+    const Sweep swept = sweepOf({{numbers(kMakerNote, kIfd, {8}), numbers(kUnknown, kIfd8, {8}),
+                                  numbers(60001, kIfd, {8, 8, 8}), ascii(kArtist, "kept")}});
+    EXPECT_EQ(swept.added(), "Artist='kept'");
+    EXPECT_EQ(swept.warnings, (Lines{"unrecognizedIfd(37500)", "unrecognizedIfd(60000)",
+                                     "unrecognizedIfd(60001)"}));
+}
+
+TEST_P(TagEntry, ACheckedTagOfAnIfdTypeWarnsTwiceAndIsDropped) {
+    const Sweep swept = sweepOf({{numbers(kArtist, kIfd, {8}), numbers(259, kIfd8, {8})}});
+    EXPECT_EQ(swept.added(), "");
+    EXPECT_EQ(swept.value("Compression"), "'Uncompressed'");
+    EXPECT_EQ(
+        swept.warnings,
+        (Lines{"expectedTagDataFormat('Artist', 'TIFF_IFD', 'TIFF_ASCII')", "unrecognizedIfd(315)",
+               "expectedTagDataFormat('Compression', 'TIFF_IFD8', 'TIFF_SHORT')",
+               "unrecognizedIfd(259)"}));
+}
+
+TEST_P(TagEntry, UnrecognizedTypesDropTheEntry) {
+    for (const std::uint16_t type : Codes{14, 15, 19, 20, 255, 256, 65535}) {
+        const Sweep swept =
+            sweepOf({{ascii(kArtist, "gone").withType(type), shorts(kUnknown, {1})}});
+        EXPECT_EQ(swept.added(), "UnknownTags=(ID=60000 Offset=0 Value=1)");
+        EXPECT_EQ(swept.warnings, (Lines{"unrecognizedTagFormatId(" + std::to_string(type) + ')'}));
+    }
+}
+
+TEST_P(TagEntry, TypeZeroDropsTheEntryAndNamesIt) {
+    const Sweep swept = sweepOf(
+        {{ascii(kArtist, "gone").withType(kNoType), shorts(kUnknown, {1}).withType(kNoType)}});
+    EXPECT_EQ(swept.added(), "");
+    EXPECT_EQ(swept.warnings, (Lines{"noTypeFormatId('Artist')", "noTypeFormatId('')"}));
+}
+
+TEST_P(TagEntry, ZeroCountWarnsAndKeepsAnEmptyTag) {
+    const Sweep swept = sweepOf({{ascii(kArtist, ""), shorts(kUnknown, {}), ascii(60001, "")}});
+    EXPECT_EQ(swept.value("Artist"), "empty");
+    EXPECT_EQ(swept.value("UnknownTags"),
+              "(ID=60000 Offset=0 Value=double(1x0))(ID=60001 Offset=0 Value=double(1x0))");
+    EXPECT_EQ(swept.warnings, (Lines{"zeroComponentCount('Artist')", "zeroComponentCount('')",
+                                     "zeroComponentCount('')"}));
+}
+
+TEST_P(TagEntry, AZeroCountOfAWrongTypeWarnsTwice) {
+    const Sweep swept = sweepOf({{shorts(kArtist, {})}});
+    EXPECT_EQ(swept.warnings,
+              (Lines{"zeroComponentCount('Artist')",
+                     "expectedTagDataFormat('Artist', 'TIFF_SHORT', 'TIFF_ASCII')"}));
+}
+
+TEST_P(TagEntry, AZeroCountDoesNotHideAnUnrecognizedType) {
+    const Sweep swept = sweepOf({{ascii(kArtist, "").withType(14), ascii(kArtist, "").withType(0),
+                                  ascii(kArtist, "").withType(kIfd)}});
+    EXPECT_EQ(swept.warnings, (Lines{"unrecognizedTagFormatId(14)", "noTypeFormatId('Artist')",
+                                     "zeroComponentCount('Artist')",
+                                     "expectedTagDataFormat('Artist', 'TIFF_IFD', 'TIFF_ASCII')",
+                                     "unrecognizedIfd(315)"}));
+}
+
+TEST_P(TagEntry, DataThatEndWithTheFileAreRead) {
+    const TiffFile file = fileOf({{ascii(kArtist, "at the very end")}});
+    ASSERT_EQ(file.bytes.back(), 'd');
+    EXPECT_EQ(sweep(file.bytes).added(), "Artist='at the very end'");
+
+    const Sweep shortened = sweep(truncated(file.bytes, file.bytes.size() - 1));
+    EXPECT_EQ(shortened.added(), "");
+    EXPECT_EQ(shortened.warnings, (Lines{"tagDataPastEOF(315, 15)"}));
+}
+
+TEST_P(TagEntry, DataPastTheEndGiveNoTypeWarning) {
+    const Sweep swept = sweepOf({{shorts(kArtist, {1}).withCount(5000), shorts(kUnknown, {1})}});
+    EXPECT_EQ(swept.added(), "UnknownTags=(ID=60000 Offset=0 Value=1)");
+    EXPECT_EQ(swept.warnings, (Lines{"tagDataPastEOF(315, 10000)"}));
+}
+
+TEST_P(TagEntry, AnOffsetPastTheEndIsPastTheEnd) {
+    const Sweep swept = sweepOf({{ascii(kArtist, "0123456789").withValueField(0x7FFFFFFF)}});
+    EXPECT_EQ(swept.warnings, (Lines{"tagDataPastEOF(315, 10)"}));
+}
+
+TEST_P(TagEntry, TheLargestCountIsPastTheEndWithoutReservingMemory) {
+    const std::uint64_t most = format().isBig() ? 0x0FFFFFFFFFFFFFFF : 0xFFFFFFFF;
+    const Sweep swept = sweepOf({{ascii(kArtist, "0123456789").withCount(most)}});
+    EXPECT_EQ(swept.warnings, (Lines{"tagDataPastEOF(315, " + std::to_string(most) + ')'}));
+}
+
+TEST_P(TagEntry, AReadThatFailsNamesTheTagOrItsNumber) {
+    const TiffFile file = fileOf(
+        {{ascii(kUnknown, "0123456789"), ascii(kArtist, "0123456789"), ascii(316, "still there")}});
+    const auto swept = [&](std::uint64_t read) {
+        return sweep(file.bytes, {}, [&](host::Host& host) {
+            host.files().setFaultPlan(
+                {{host::Fault::Operation::read, read, host::Fault::Effect::deliverShort, 3}});
+        });
+    };
+    // The reads before are the module's own affair; the first that hits data is looked for.
+    Lines seen;
+    for (std::uint64_t read = 1; read <= 20; ++read) {
+        const Sweep each = swept(read);
+        for (const std::string& warning : each.warnings) {
+            if (warning.rfind("unableToReadTiffTag", 0) == 0) {
+                seen.push_back(warning);
+                EXPECT_EQ(each.warnings.size(), 1U);
+            }
+        }
+    }
+    EXPECT_EQ(
+        seen,
+        (Lines{"unableToReadTiffTag('60000', " + std::to_string(file.places[0].data[0]) + ')',
+               "unableToReadTiffTag('Artist', " + std::to_string(file.places[0].data[1]) + ')',
+               "unableToReadTiffTag('HostComputer', " + std::to_string(file.places[0].data[2]) +
+                   ')'}));
+}
+
+class TagEntryBigTiff : public TiffMatrix {};
+INSTANTIATE_TEST_SUITE_P(Formats, TagEntryBigTiff, testing::Values(kFormats[2], kFormats[3]),
+                         formatName);
+
+TEST_P(TagEntryBigTiff, AnOffsetThatCannotBeSoughtIsABadSeek) {
+    constexpr std::uint64_t kLastPosition = 0x7FFFFFFFFFFFFFFF;
+    const Sweep swept = sweepOf({{ascii(kArtist, "0123456789").withValueField(kLastPosition),
+                                  ascii(kArtist, "0123456789").withValueField(kLastPosition + 1),
+                                  ascii(kArtist, "0123456789").withValueField(~std::uint64_t{0}),
+                                  ascii(316, "still there")}});
+    EXPECT_EQ(swept.added(), "HostComputer='still there'");
+    EXPECT_EQ(swept.warnings, (Lines{"tagDataPastEOF(315, 10)", "badTagDataOffsetSeek(315)",
+                                     "badTagDataOffsetSeek(315)"}));
+}
+
+TEST_P(TagEntryBigTiff, AnOffsetThatOverflowsWithTheBaseIsABadSeek) {
+    TiffBuilder builder(format());
+    builder.add({ascii(kArtist, "0123456789").withValueField(~std::uint64_t{0} - 5)});
+    const TiffFile file = builder.buildBehind(Bytes(64, 'x'));
+    const Sweep swept = sweep(file.bytes, {.initialOffset = 64});
+    EXPECT_EQ(swept.warnings, (Lines{"badTagDataOffsetSeek(315)"}));
+}
+
+TEST_P(TagEntryBigTiff, SizesThatDoNotFitAreReportedByTheirLow64Bits) {
+    const Sweep swept =
+        sweepOf({{longs(kUnknown, {1, 2, 3}).withCount(std::uint64_t{1} << 62U),
+                  numbers(kUnknown, kLong8, {1, 2}).withCount((std::uint64_t{1} << 61U) + 1),
+                  numbers(kUnknown, kRational, {1, 2, 3, 4}).withCount(std::uint64_t{1} << 61U),
+                  ascii(kUnknown, "0123456789").withCount(~std::uint64_t{0})}});
+    EXPECT_EQ(swept.warnings, (Lines{"tagDataPastEOF(60000, 0)", "tagDataPastEOF(60000, 8)",
+                                     "tagDataPastEOF(60000, 0)", "tagDataPastEOF(60000, -1)"}));
+}
+
+}  // namespace
+}  // namespace fixture
