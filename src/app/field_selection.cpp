@@ -15,6 +15,7 @@ using host::ValueHandle;
 
 ValueHandle makeRecords(const Value& likeThese, const std::vector<std::string>& names) {
     std::vector<const char*> pointers;
+    pointers.reserve(names.size());
     for (const std::string& name : names) {
         pointers.push_back(name.c_str());
     }
@@ -117,6 +118,7 @@ struct SelectedField {
 template <class MakeValue>
 SelectedField selectField(const Value& records, std::string_view name, MakeValue&& makeValue) {
     SelectedField field{std::string(name), {}};
+    field.values.reserve(records.elementCount());
     for (std::size_t element = 0; element < records.elementCount(); ++element) {
         field.values.push_back(makeValue(element));
     }
@@ -170,6 +172,7 @@ ValueHandle selectFields(const Value& records, const std::vector<ChosenField>& f
         }
     }
     std::vector<std::string> names;
+    names.reserve(selected.size());
     for (const SelectedField& field : selected) {
         names.push_back(field.name);
     }

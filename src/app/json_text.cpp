@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
 
 namespace app {
 namespace {
@@ -45,6 +47,34 @@ char* putCodePoint(char* text, char32_t codePoint) {
         return putUnicodeEscape(text, static_cast<char16_t>(codePoint));
     }
     return encodeUtf8(text, codePoint);
+}
+
+/// Whether eight bytes are all plain: told for all at once, in the top bit of each.
+constexpr bool arePlain(std::uint64_t bytes) {
+    constexpr std::uint64_t kEach = 0x0101010101010101U;
+    constexpr std::uint64_t kTop = 0x80 * kEach;
+    const auto below = [bytes](std::uint64_t limit) { return (bytes - limit * kEach) & ~bytes; };
+    const auto equal = [bytes](std::uint64_t value) {
+        const std::uint64_t difference = bytes ^ (value * kEach);
+        return (difference - kEach) & ~difference;
+    };
+    return ((bytes | below(0x20) | equal('"') | equal('\\') | equal(0x7F)) & kTop) == 0;
+}
+
+/// Whether a text of at least eight bytes is plain.
+bool isPlainText(std::string_view bytes) {
+    const auto word = [bytes](std::size_t begin) {
+        std::uint64_t eight = 0;
+        std::memcpy(&eight, bytes.data() + begin, sizeof eight);
+        return eight;
+    };
+    constexpr std::size_t kWord = sizeof(std::uint64_t);
+    for (std::size_t begin = 0; begin + kWord < bytes.size(); begin += kWord) {
+        if (!arePlain(word(begin))) {
+            return false;
+        }
+    }
+    return arePlain(word(bytes.size() - kWord));
 }
 
 constexpr std::size_t kCodePointRoom = 6;
@@ -102,6 +132,16 @@ void appendAscii(Output& output, std::basic_string_view<Unit> units) {
 }  // namespace
 
 void appendJsonString(Output& output, std::string_view bytes) {
+    // Nearly all strings are names of fields: short and plain.
+    constexpr std::size_t kShort = 64;
+    if (bytes.size() >= sizeof(std::uint64_t) && bytes.size() <= kShort && isPlainText(bytes)) {
+        char* text = output.reserve(bytes.size() + 2);
+        *text++ = '"';
+        text += bytes.copy(text, bytes.size());
+        *text++ = '"';
+        output.commit(text);
+        return;
+    }
     output.append('"');
     if (isAscii(bytes)) {
         appendAscii(output, bytes);

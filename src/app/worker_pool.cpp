@@ -18,6 +18,7 @@
 #include "app/messages.h"
 #include "app/output.h"
 #include "app/packed.h"
+#include "app/run_failure.h"
 
 namespace app {
 namespace {
@@ -73,6 +74,10 @@ std::int64_t nanosecondsOf(double seconds) {
     return static_cast<std::int64_t>(std::min(seconds, kMostSeconds) * 1e9);
 }
 
+[[noreturn]] void failToStart() {
+    throw RunFailure("cannot start a worker process: " + systemErrorText(errno));
+}
+
 /// Takes the descriptor that came with a message.
 void keepDescriptor(msghdr& header, std::deque<Descriptor>& files) {
     for (cmsghdr* part = CMSG_FIRSTHDR(&header); part != nullptr;
@@ -108,7 +113,8 @@ WorkerPool::WorkerPool(const Arguments& programArguments, Colour outputColour,
       standardInput(standardInputFile),
       timeLimit(nanosecondsOf(arguments.run.timeout.value_or(kDefaultTimeout))),
       memory(mostWorkers),
-      processes(mostWorkers) {}
+      processes(mostWorkers),
+      received(kReceiveSize) {}
 
 WorkerPool::~WorkerPool() {
     for (const Process& process : processes) {
@@ -123,20 +129,17 @@ WorkerPool::~WorkerPool() {
     }
 }
 
-bool WorkerPool::hasRoom(const Process& process) const {
-    return process.requests.size() < std::max(process.depth, kLeastDepth);
-}
-
 bool WorkerPool::hasRoom() const {
     return std::any_of(processes.begin(), processes.end(),
-                       [this](const Process& process) { return hasRoom(process); });
+                       [](const Process& process) { return process.isFilling; });
 }
 
 std::size_t WorkerPool::roomiest() const {
-    const auto least = std::min_element(processes.begin(), processes.end(),
-                                        [](const Process& left, const Process& right) {
-                                            return left.requests.size() < right.requests.size();
-                                        });
+    const auto least = std::min_element(
+        processes.begin(), processes.end(), [](const Process& left, const Process& right) {
+            return std::pair(!left.isFilling, left.requests.size()) <
+                   std::pair(!right.isFilling, right.requests.size());
+        });
     return static_cast<std::size_t>(least - processes.begin());
 }
 
@@ -148,7 +151,7 @@ void WorkerPool::start(std::size_t index) {
     Process& process = processes[index];
     std::array<int, 2> ends{-1, -1};
     if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0) {
-        throw OutputError(errno);
+        failToStart();
     }
     process.socket.reset(ends[0]);
     Descriptor workerEnd(ends[1]);
@@ -157,7 +160,7 @@ void WorkerPool::start(std::size_t index) {
     const pid_t mainProcess = ::getpid();
     process.id = ::fork();
     if (process.id < 0) {
-        throw OutputError(errno);
+        failToStart();
     }
     if (process.id == 0) {
         // A terminal's interrupt goes to all processes; the main one ends the others.
@@ -187,7 +190,7 @@ void WorkerPool::send(std::size_t index, Request request) {
     }
     process.outgoing.append(request.packed);
     process.requests.push_back(std::move(request));
-    sendOutgoing(process);
+    process.isFilling = process.requests.size() < process.depth;
 }
 
 void WorkerPool::sendOutgoing(Process& process) {
@@ -233,7 +236,8 @@ void WorkerPool::endLateOnes() {
 std::vector<WorkerAnswer> WorkerPool::wait(std::chrono::milliseconds most,
                                            const std::vector<int>& others) {
     polled.clear();
-    for (const Process& process : processes) {
+    for (Process& process : processes) {
+        sendOutgoing(process);
         const bool isFull = !process.outgoing.empty();
         polled.push_back({process.id > 0 ? process.socket.get() : -1,
                           static_cast<short>(POLLIN | (isFull ? POLLOUT : 0)), 0});
@@ -260,10 +264,8 @@ std::vector<WorkerAnswer> WorkerPool::wait(std::chrono::milliseconds most,
 void WorkerPool::receive(std::size_t index, std::vector<WorkerAnswer>& answers) {
     Process& process = processes[index];
     while (true) {
-        const std::size_t before = process.incoming.size();
-        process.incoming.resize(before + kReceiveSize);
         alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(int))> control{};
-        iovec vector{process.incoming.data() + before, kReceiveSize};
+        iovec vector{received.data(), received.size()};
         msghdr header{};
         header.msg_iov = &vector;
         header.msg_iovlen = 1;
@@ -271,10 +273,10 @@ void WorkerPool::receive(std::size_t index, std::vector<WorkerAnswer>& answers) 
         header.msg_controllen = control.size();
         const ssize_t got =
             ::recvmsg(process.socket.get(), &header, MSG_DONTWAIT | MSG_CMSG_CLOEXEC);
-        process.incoming.resize(before + static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
         if (got > 0) {
             keepDescriptor(header, process.incomingFiles);
-            takeAnswers(process, answers);
+            takeAnswers(process, std::string_view(received.data(), static_cast<std::size_t>(got)),
+                        answers);
         } else if (got < 0 && errno == EAGAIN) {
             return;
         } else if (got == 0 || errno != EINTR) {
@@ -284,33 +286,48 @@ void WorkerPool::receive(std::size_t index, std::vector<WorkerAnswer>& answers) 
     }
 }
 
-void WorkerPool::takeAnswers(Process& process, std::vector<WorkerAnswer>& answers) {
-    std::string_view rest = process.incoming;
+void WorkerPool::takeAnswers(Process& process, std::string_view bytes,
+                             std::vector<WorkerAnswer>& answers) {
+    // Whole answers are taken from where they were received.
+    const bool isContinued = !process.incoming.empty();
+    if (isContinued) {
+        process.incoming.append(bytes);
+        bytes = process.incoming;
+    }
     std::string_view body;
     std::size_t taken = 0;
-    while (packed::takeWholeText(rest, body)) {
-        WorkerAnswer answer;
-        answer.number = packed::takeNumber(body);
-        answer.report = unpackReport(body);
-        if (packed::takeNumber(body) != 0) {
-            answer.part.spillSize = packed::takeNumber(body);
-            answer.part.spill = std::move(process.incomingFiles.front());
-            process.incomingFiles.pop_front();
-        } else {
-            answer.part.bytes = packed::takeText(body);
-        }
-        answers.push_back(std::move(answer));
+    while (packed::takeWholeText(bytes, body)) {
+        answers.push_back(unpackAnswer(process, body));
         process.requests.pop_front();
         ++taken;
     }
-    process.incoming.erase(0, process.incoming.size() - rest.size());
+    if (isContinued) {
+        process.incoming.erase(0, process.incoming.size() - bytes.size());
+    } else {
+        process.incoming.assign(bytes);
+    }
     if (taken > 0) {
         const std::int64_t now = steadyNanoseconds();
         const auto each = (now - process.lastAnswer) / static_cast<std::int64_t>(taken) + 1;
         const auto depth = static_cast<std::size_t>(kNanosecondsAhead / each);
         process.depth = std::clamp(depth, kLeastDepth, kMostDepth);
+        process.isFilling = process.requests.size() <= process.depth / 2;
         process.lastAnswer = now;
     }
+}
+
+WorkerAnswer WorkerPool::unpackAnswer(Process& process, std::string_view body) {
+    WorkerAnswer answer;
+    answer.number = packed::takeNumber(body);
+    answer.report = unpackReport(body);
+    if (packed::takeNumber(body) != 0) {
+        answer.part.spillSize = packed::takeNumber(body);
+        answer.part.spill = std::move(process.incomingFiles.front());
+        process.incomingFiles.pop_front();
+    } else {
+        answer.part.bytes = packed::takeText(body);
+    }
+    return answer;
 }
 
 void WorkerPool::replace(std::size_t index, std::vector<WorkerAnswer>& answers) {

@@ -75,6 +75,7 @@ private:
         std::string incoming;          ///< not yet a whole answer
         std::deque<Descriptor> incomingFiles;
         std::size_t depth = 0;        ///< most requests at a time
+        bool isFilling = true;        ///< gets requests: from half the depth on, up to all of it
         std::int64_t lastAnswer = 0;  ///< steady nanoseconds
         bool isLate = false;          ///< ended by the time limit
     };
@@ -89,13 +90,14 @@ private:
         std::size_t count;
     };
 
-    [[nodiscard]] bool hasRoom(const Process& process) const;
     [[nodiscard]] std::size_t roomiest() const;
     void start(std::size_t index);
     void send(std::size_t index, Request request);
-    void sendOutgoing(Process& process);
+    static void sendOutgoing(Process& process);
     void receive(std::size_t index, std::vector<WorkerAnswer>& answers);
-    void takeAnswers(Process& process, std::vector<WorkerAnswer>& answers);
+    static void takeAnswers(Process& process, std::string_view bytes,
+                            std::vector<WorkerAnswer>& answers);
+    [[nodiscard]] static WorkerAnswer unpackAnswer(Process& process, std::string_view body);
     void replace(std::size_t index, std::vector<WorkerAnswer>& answers);
     void endLateOnes();
     [[nodiscard]] std::chrono::milliseconds untilNextDeadline(std::chrono::milliseconds most) const;
@@ -107,6 +109,7 @@ private:
     StateMemory memory;
     std::vector<Process> processes;
     std::vector<pollfd> polled;
+    std::vector<char> received;
 };
 
 }  // namespace app

@@ -7,6 +7,7 @@
 #pragma GCC visibility pop
 
 #include <algorithm>
+#include <array>
 #include <span>
 #include <stdexcept>
 #include <string>
@@ -94,10 +95,19 @@ qxArray* qxCreateUString(const char16_t* units, std::size_t length) {
 
 qxArray* qxCreateString(const char* text) {
     const std::string_view bytes = text;
-    Value* value = Host::current().values().createArray(ValueKind::Char, 1, bytes.size());
-    std::transform(
-        bytes.begin(), bytes.end(), elementsOf<char16_t>(value, ValueKind::Char),
-        [](char byte) { return static_cast<char16_t>(static_cast<unsigned char>(byte)); });
+    const auto widen = [bytes](char16_t* units) {
+        std::transform(bytes.begin(), bytes.end(), units, [](char byte) {
+            return static_cast<char16_t>(static_cast<unsigned char>(byte));
+        });
+    };
+    ValueStore& values = Host::current().values();
+    std::array<char16_t, 64> shortText;
+    if (bytes.size() <= shortText.size()) {
+        widen(shortText.data());
+        return values.createText({shortText.data(), bytes.size()});
+    }
+    Value* value = values.createArray(ValueKind::Char, 1, bytes.size());
+    widen(elementsOf<char16_t>(value, ValueKind::Char));
     return value;
 }
 

@@ -55,6 +55,10 @@ std::ptrdiff_t ReadCache::read(const ByteSource& source, std::uint64_t position,
         if (held > 0) {
             continue;
         }
+        // At the end a part is enough: who wants more asks again, and few do.
+        if (got > 0 && position + got == source.size()) {
+            break;
+        }
         const std::ptrdiff_t fetched = fetch(source, position + got, target.subspan(got));
         if (fetched < 0 && got == 0) {
             return fetched;

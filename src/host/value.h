@@ -117,6 +117,7 @@ private:
     std::size_t columnCount;
     host::ValueKind valueKind;
     bool inPlace = true;
+    bool isShared = false;  ///< a text whose block other values have too
 };
 
 namespace host {

@@ -1,8 +1,11 @@
 #include "host/value_store.h"
 
 #include <algorithm>
+#include <cstring>
+#include <memory>
 #include <new>
 #include <stdexcept>
+#include <tuple>
 #include <utility>
 
 namespace host {
@@ -37,6 +40,19 @@ std::size_t checkedProduct(std::size_t first, std::size_t second) {
 
 constexpr std::size_t kInPlace = 8;  // the room for elements inside a value
 
+// Longer texts are hardly ever the same.
+constexpr std::size_t kLongestShared = 64;
+
+/// A hash of the ends and the length of a text that does not fit in place.
+std::size_t hashOf(std::u16string_view units) noexcept {
+    std::uint64_t first = 0;
+    std::uint64_t last = 0;
+    std::memcpy(&first, units.data(), sizeof first);
+    std::memcpy(&last, units.data() + units.size() - 4, sizeof last);
+    return static_cast<std::size_t>((first * 31 + last * 7 + units.size()) * 0x9E3779B97F4A7C15U >>
+                                    56U);
+}
+
 }  // namespace
 
 Value* ValueStore::createArray(ValueKind kind, std::size_t rows, std::size_t columns) {
@@ -59,12 +75,65 @@ Value* ValueStore::createScalar(double number) {
 }
 
 Value* ValueStore::createText(std::u16string_view units) {
-    Value* value = createArray(ValueKind::Char, 1, units.size());
-    std::copy(units.begin(), units.end(), static_cast<char16_t*>(elements(*value)));
+    if (units.size() * sizeof(char16_t) <= kInPlace || units.size() > kLongestShared) {
+        Value* value = createArray(ValueKind::Char, 1, units.size());
+        std::copy(units.begin(), units.end(), static_cast<char16_t*>(elements(*value)));
+        return value;
+    }
+    Value* value = newNode(ValueKind::Char, 1, units.size());
+    SharedText*& recent = recentText(units);
+    if (recent == nullptr || recent->text() != units) {
+        try {
+            recent = newSharedText(units);
+        } catch (...) {
+            freeOne(value);
+            throw;
+        }
+    }
+    ++recent->users;
+    value->content.block = recent->units();
+    value->inPlace = false;
+    value->isShared = true;
     return value;
 }
 
-void* ValueStore::elements(Value& value) noexcept {
+ValueStore::SharedText*& ValueStore::recentText(std::u16string_view units) noexcept {
+    static_assert(std::tuple_size_v<decltype(recentTexts)> == 256, "a hash has 8 bits");
+    return recentTexts[hashOf(units)];
+}
+
+ValueStore::SharedText* ValueStore::newSharedText(std::u16string_view units) {
+    void* block = pool.allocate(sizeof(SharedText) + units.size() * sizeof(char16_t));
+    auto* shared = ::new (block) SharedText{0, static_cast<std::uint32_t>(units.size())};
+    std::uninitialized_copy(units.begin(), units.end(), shared->units());
+    return shared;
+}
+
+void ValueStore::releaseShared(SharedText* shared) noexcept {
+    if (--shared->users > 0) {
+        return;
+    }
+    SharedText*& recent = recentText(shared->text());
+    if (recent == shared) {
+        recent = nullptr;
+    }
+    pool.release(shared, sizeof(SharedText) + shared->length * sizeof(char16_t));
+}
+
+void ValueStore::unshare(Value& value) {
+    auto* store = static_cast<ValueStore*>(BlockPool::ownerOf(&value));
+    SharedText* shared = SharedText::of(value);
+    void* own = store->pool.allocate(shared->length * sizeof(char16_t));
+    std::uninitialized_copy_n(shared->units(), shared->length, static_cast<char16_t*>(own));
+    value.content.block = own;
+    value.isShared = false;
+    store->releaseShared(shared);
+}
+
+void* ValueStore::elements(Value& value) {
+    if (value.isShared) {
+        unshare(value);
+    }
     return value.inPlace ? static_cast<void*>(value.content.bytes) : value.content.block;
 }
 
@@ -122,13 +191,16 @@ void ValueStore::destroy(Value* value) noexcept {
         freeOne(array);
     }
     if (store->live == 0) {
+        store->recentTexts.fill(nullptr);  // every one has gone; the pool forgets their blocks
         store->pool.reset();
     }
 }
 
 void ValueStore::freeOne(Value* value) noexcept {
     ValueStore* store = static_cast<ValueStore*>(BlockPool::ownerOf(value));
-    if (!value->inPlace) {
+    if (value->isShared) {
+        store->releaseShared(SharedText::of(*value));
+    } else if (!value->inPlace) {
         const std::size_t size = contentSizeOf(*value);
         if (value->hasSlots()) {
             std::destroy_at(&value->slotBlock());
@@ -152,27 +224,31 @@ void ValueStore::failCreation(std::uint64_t number, std::exception_ptr error) no
 
 Value* ValueStore::newValue(ValueKind kind, std::size_t rows, std::size_t columns,
                             std::size_t contentSize) {
-    static_assert(sizeof(Value) == 32, "two values share a cache line");
-    static_assert(sizeof(Value::Content) == kInPlace);
-    if (creationsUntilFailure != 0 && --creationsUntilFailure == 0) {
-        std::rethrow_exception(std::exchange(creationFailure, nullptr));
-    }
     const bool inPlace = contentSize <= kInPlace;
     void* block = inPlace ? nullptr : pool.allocate(contentSize);
-    void* node = nullptr;
+    Value* value = nullptr;
     try {
-        node = pool.allocate(sizeof(Value));
+        value = newNode(kind, rows, columns);
     } catch (...) {
         if (!inPlace) {
             pool.release(block, contentSize);
         }
         throw;
     }
-    Value* value = ::new (node) Value(kind, rows, columns);
     if (!inPlace) {
         value->content.block = block;
         value->inPlace = false;
     }
+    return value;
+}
+
+Value* ValueStore::newNode(ValueKind kind, std::size_t rows, std::size_t columns) {
+    static_assert(sizeof(Value) == 32, "two values share a cache line");
+    static_assert(sizeof(Value::Content) == kInPlace);
+    if (creationsUntilFailure != 0 && --creationsUntilFailure == 0) {
+        std::rethrow_exception(std::exchange(creationFailure, nullptr));
+    }
+    Value* value = ::new (pool.allocate(sizeof(Value))) Value(kind, rows, columns);
     ++live;
     return value;
 }

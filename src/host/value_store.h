@@ -40,11 +40,13 @@ public:
     /// A 1-by-1 double.
     [[nodiscard]] Value* createScalar(double number);
 
-    /// A 1-by-length character row.
+    /// A 1-by-length character row. Equal short texts, such as the names of values that occur in
+    /// every directory, share one block.
     [[nodiscard]] Value* createText(std::u16string_view units);
 
-    /// The elements of a double, unsigned 8-bit or character array, for filling.
-    [[nodiscard]] static void* elements(Value& value) noexcept;
+    /// The elements of a double, unsigned 8-bit or character array, for filling. Throws
+    /// std::bad_alloc when they lie in a block that other texts share and cannot be copied.
+    [[nodiscard]] static void* elements(Value& value);
 
     /// Puts a value, or nothing, in a cell and frees what was there. Throws std::invalid_argument
     /// when there is no such cell.
@@ -64,6 +66,20 @@ public:
     void failCreation(std::uint64_t number, std::exception_ptr error) noexcept;
 
 private:
+    /// Head of the block of a text that values share; the units follow it.
+    struct SharedText {
+        std::uint32_t users;
+        std::uint32_t length;
+
+        [[nodiscard]] char16_t* units() noexcept {
+            return static_cast<char16_t*>(static_cast<void*>(this + 1));
+        }
+        [[nodiscard]] std::u16string_view text() noexcept { return {units(), length}; }
+        [[nodiscard]] static SharedText* of(const Value& value) noexcept {
+            return static_cast<SharedText*>(value.content.block) - 1;
+        }
+    };
+
     using FieldListPointer = std::shared_ptr<const FieldList>;
 
     [[nodiscard]] Value* newValue(ValueKind kind, std::size_t rows, std::size_t columns,
@@ -71,6 +87,11 @@ private:
     [[nodiscard]] Value* newSlots(ValueKind kind, std::size_t rows, std::size_t columns,
                                   FieldListPointer fields);
     [[nodiscard]] const FieldListPointer& shareFields(std::span<const char* const> fieldNames);
+    [[nodiscard]] Value* newNode(ValueKind kind, std::size_t rows, std::size_t columns);
+    [[nodiscard]] SharedText*& recentText(std::u16string_view units) noexcept;
+    [[nodiscard]] SharedText* newSharedText(std::u16string_view units);
+    void releaseShared(SharedText* shared) noexcept;
+    static void unshare(Value& value);
     [[nodiscard]] static std::size_t contentSizeOf(const Value& value) noexcept;
     static void replace(Value*& slot, Value* value) noexcept;
     static void freeOne(Value* value) noexcept;
@@ -82,6 +103,9 @@ private:
     /// Lists made last: nearly every record array of a file has one of a few lists.
     std::array<FieldListPointer, 8> recentFields;
     std::size_t nextRecent = 0;
+    /// Shared texts by hash; a text that loses its place to another is shared no further. Not
+    /// owned: a text that goes leaves its place.
+    std::array<SharedText*, 256> recentTexts{};
 };
 
 }  // namespace host

@@ -62,6 +62,8 @@ void IFD::processIfdTags(std::span<const std::uint8_t> entries) {
     if (ifdType == primaryIFD && tagFile->fileFormat != FileFormat::jpeg) {
         processRequiredFields();
     }
+    // There can be millions of directories; the block of this one serves the next.
+    tags.shrink_to_fit();
 }
 
 void IFD::keep(TiffTag& tag) {

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <vector>
 
 #include "dict/ifd_type.h"
@@ -42,7 +43,7 @@ private:
 
     TagFile* tagFile = nullptr;  // not owned
     IFDtype_t_ ifdType = primaryIFD;
-    std::vector<IFD> ifds;  // in the order read
-    RowSet tagNames;        // rows of the kind's dictionary: names that occur
+    std::deque<IFD> ifds;  // in the order read; never moved, there can be millions
+    RowSet tagNames;       // rows of the kind's dictionary: names that occur
     bool hasUnknownTags = false;
 };

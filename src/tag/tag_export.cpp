@@ -1,6 +1,7 @@
 // The host value of a tag.
 
 #include <algorithm>
+#include <array>
 #include <utility>
 
 #include "dict/number_conversion.h"
@@ -38,12 +39,21 @@ OwnedValue trim_nulls(std::string_view text) {
     if (end == std::string_view::npos) {
         return makeCharArray(0, 0);
     }
-    OwnedValue row = makeCharArray(1, end + 1);
-    std::transform(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(end + 1),
-                   qxGetChars(row.get()), [](char character) {
-                       const auto byte = static_cast<unsigned char>(character);
-                       return static_cast<char16_t>(byte < 0x80 ? byte : 0xFF00 | byte);
-                   });
+    text = text.substr(0, end + 1);
+    const auto widen = [text](char16_t* units) {
+        std::transform(text.begin(), text.end(), units, [](char character) {
+            const auto byte = static_cast<unsigned char>(character);
+            return static_cast<char16_t>(byte < 0x80 ? byte : 0xFF00 | byte);
+        });
+    };
+    // A host may keep short texts that are equal once, if it is given them whole.
+    std::array<char16_t, 64> shortText;
+    if (text.size() <= shortText.size()) {
+        widen(shortText.data());
+        return OwnedValue(qxCreateUString(shortText.data(), text.size()));
+    }
+    OwnedValue row = makeCharArray(1, text.size());
+    widen(qxGetChars(row.get()));
     return row;
 }
 

@@ -71,6 +71,41 @@ TEST_F(Values, ArraysOfEverySizeHoldTheirElements) {
     }
 }
 
+TEST_F(Values, EqualShortTextsShareABlockUntilOneIsFilled) {
+    const std::u16string word = u"BlackIsZero";
+    const ValueHandle first(store.createText(word));
+    ValueHandle second(store.createText(word));
+    const ValueHandle other(store.createText(u"BlackIsZera"));
+    EXPECT_EQ(first->text().data(), second->text().data());
+    EXPECT_NE(first->text().data(), other->text().data());
+    static_cast<char16_t*>(ValueStore::elements(*first))[0] = u'b';
+    EXPECT_EQ(first->text(), u"blackIsZero");
+    EXPECT_EQ(second->text(), word);
+    const char16_t* block = second->text().data();
+    const ValueHandle third(store.createText(word));
+    second.reset();
+    EXPECT_EQ(third->text().data(), block);
+    EXPECT_EQ(third->text(), word);
+}
+
+TEST_F(Values, ASharedTextThatIsGoneIsMadeAnew) {
+    const std::u16string longest(64, u'x');
+    for (int round = 0; round < 3; ++round) {
+        // More texts than there are places for them, so that some lose theirs.
+        std::vector<ValueHandle> kept;
+        for (int number = 0; number < 1000; ++number) {
+            std::u16string text = u"number " + std::u16string(1, static_cast<char16_t>(number));
+            kept.emplace_back(store.createText(text));
+            kept.emplace_back(store.createText(text));
+            ASSERT_EQ(kept.back()->text(), text);
+        }
+        kept.emplace_back(store.createText(longest));
+        kept.erase(kept.begin(), kept.begin() + 999);
+        EXPECT_EQ(kept.back()->text(), longest);
+        EXPECT_EQ(kept.front()->text().size(), 8U);
+    }
+}
+
 TEST_F(Values, CellsOwnTheirValues) {
     const ValueHandle cells(store.createArray(ValueKind::Cell, 1, 3));
     EXPECT_EQ(cells->cell(0), nullptr);

@@ -25,8 +25,8 @@ inline constexpr bool kSanitized = false;
 inline constexpr bool kSanitized = false;
 #endif
 
-/// The memory that a hostile file may cost at default settings. How long one takes is measured by
-/// the hostile benchmark; here a call is ended only when it hangs.
+/// The memory that a hostile file may cost at default settings. How long each takes is told in the
+/// test's report; it is the machine's business too, and only a call that hangs is ended.
 inline constexpr std::size_t kMostMegabytes = kSanitized ? 4000 : 700;
 
 struct MeasuredCall {
