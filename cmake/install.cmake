@@ -1,20 +1,44 @@
-# What `cmake --install` puts in place: the program, the loadable module, the libraries with their
-# headers, and the package files that `find_package(ifdsweep)` reads.
+# What `cmake --install` puts in place: the program with its manual page and completions, the
+# loadable module, the libraries with their headers, and the package files that
+# `find_package(ifdsweep)` reads.
+#
+# Components: program and development; plain is what a Debian package has in another place or form,
+# which is the component debian (cmake/package.cmake).
 include(CMakePackageConfigHelpers)
 include(GNUInstallDirs)
 
 set(IFDSWEEP_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/ifdsweep)
 set(IFDSWEEP_MODULE_DIR ${CMAKE_INSTALL_LIBDIR}/ifdsweep)
 set(IFDSWEEP_HEADER_DIR ${CMAKE_INSTALL_INCLUDEDIR}/ifdsweep)
+set(IFDSWEEP_MANUAL_DIR ${PROJECT_BINARY_DIR}/manual)
 
-install(TARGETS ifdsweep RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-install(TARGETS ifdsweep_module LIBRARY DESTINATION ${IFDSWEEP_MODULE_DIR})
+install(TARGETS ifdsweep RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT program)
+install(TARGETS ifdsweep_module LIBRARY DESTINATION ${IFDSWEEP_MODULE_DIR} COMPONENT plain)
 install(TARGETS ifdsweep_module_static ifdsweep_host
-  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
+
+# Each shell looks for a command's completions in files of these names.
+install(FILES ${IFDSWEEP_MANUAL_DIR}/ifdsweep.bash RENAME ifdsweep
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT program)
+install(FILES ${IFDSWEEP_MANUAL_DIR}/ifdsweep.fish
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT program)
+install(FILES ${IFDSWEEP_MANUAL_DIR}/_ifdsweep
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions COMPONENT plain)
+install(FILES ${IFDSWEEP_MANUAL_DIR}/ifdsweep.1
+  DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT plain)
+
+install(FILES ${PROJECT_SOURCE_DIR}/README.md
+  DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT program)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs
+  DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT program)
+install(FILES ${PROJECT_SOURCE_DIR}/LICENSE
+  DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT plain)
 
 # The contract, and the stand-in host for programs that have no host of their own.
-install(FILES ${PROJECT_SOURCE_DIR}/src/gateway/qx.h DESTINATION ${IFDSWEEP_HEADER_DIR}/gateway)
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/src/host/ DESTINATION ${IFDSWEEP_HEADER_DIR}/host
+install(FILES ${PROJECT_SOURCE_DIR}/src/gateway/qx.h
+  DESTINATION ${IFDSWEEP_HEADER_DIR}/gateway COMPONENT development)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/src/host/
+  DESTINATION ${IFDSWEEP_HEADER_DIR}/host COMPONENT development
   FILES_MATCHING PATTERN "*.h")
 
 # The targets are written out by hand: an exported target would hand our warning flags on.
@@ -28,7 +52,4 @@ install(FILES
   ${PROJECT_BINARY_DIR}/ifdsweepConfig.cmake
   ${CMAKE_CURRENT_LIST_DIR}/ifdsweepTargets.cmake
   ${PROJECT_BINARY_DIR}/ifdsweepConfigVersion.cmake
-  DESTINATION ${IFDSWEEP_PACKAGE_DIR})
-
-install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/LICENSE
-  DESTINATION ${CMAKE_INSTALL_DOCDIR})
+  DESTINATION ${IFDSWEEP_PACKAGE_DIR} COMPONENT development)

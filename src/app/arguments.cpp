@@ -4,7 +4,6 @@
 #include <cctype>
 #include <charconv>
 #include <cstdlib>
-#include <iterator>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -81,6 +80,7 @@ public:
     CLI::Option& flag(const std::string& name, Act act) {
         const OptionRow& row = optionRow(name);
         CLI::Option* option = command.add_flag_callback(name, act, std::string(row.help));
+        option->option_text(" ");  // the help names no options that exclude each other
         option->group(std::string(row.group));
         return *option;
     }
@@ -161,7 +161,14 @@ void addOutputOptions(OptionBinder& bind, OutputChoice& output) {
         if (!choice.complaint.empty()) {
             throw CLI::ValidationError(choice.complaint);
         }
-        std::move(choice.fields.begin(), choice.fields.end(), std::back_inserter(output.fields));
+        for (ChosenField& field : choice.fields) {
+            const bool known = std::any_of(
+                output.fields.begin(), output.fields.end(),
+                [&field](const ChosenField& earlier) { return earlier.name == field.name; });
+            if (!known) {
+                output.fields.push_back(std::move(field));
+            }
+        }
         return true;
     });
     bind.flag("--nested", output.nestedRows, true);
@@ -225,6 +232,9 @@ std::string combinationComplaint(const Arguments& arguments) {
     }
     if (readsStandardInput && input.listFile == "-") {
         return "the standard input is either the image - or the list of --files-from, not both";
+    }
+    if (readsStandardInput && !arguments.run.journal.empty()) {
+        return "--resume goes without the image -: whether it has changed cannot be told";
     }
     if (output.layout != JsonLayout::filePerLine && output.format != Format::json) {
         return "--compact and --pretty go with --format json";

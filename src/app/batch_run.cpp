@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include "app/messages.h"
@@ -19,10 +20,21 @@ constexpr std::uint64_t kMostHeld = std::uint64_t{64} << 20;
 
 constexpr std::uint64_t kMostCores = 256;
 
+/// How many workers there can be: each takes a descriptor, and the parts that wait in files, the
+/// lists and the output need theirs.
+std::uint64_t mostWorkers() {
+    constexpr std::uint64_t kOtherDescriptors = 192;
+    rlimit limit{};
+    const bool isKnown = ::getrlimit(RLIMIT_NOFILE, &limit) == 0;
+    const std::uint64_t all = isKnown ? limit.rlim_cur : 0;
+    return all > kOtherDescriptors ? all - kOtherDescriptors : 1;
+}
+
 std::size_t workerCount(const RunChoice& choice) {
     const long cores = ::sysconf(_SC_NPROCESSORS_ONLN);
     const auto each = static_cast<std::uint64_t>(std::max(cores, 1L));
-    return static_cast<std::size_t>(choice.jobs.value_or(std::min(each, kMostCores)));
+    const std::uint64_t wanted = choice.jobs.value_or(std::min(each, kMostCores));
+    return static_cast<std::size_t>(std::min(wanted, mostWorkers()));
 }
 
 /// What else the program writes, which is no input either.
@@ -114,10 +126,11 @@ void BatchRun::takeFiles() {
 
 void BatchRun::takeFile(InputFile file) {
     std::string journalEntry;
-    if (journal != nullptr && file.failure.empty() &&
-        journal->isFinished(file.path, journalEntry)) {
-        log.leaveOut();
-        return;
+    if (journal != nullptr) {
+        if (const auto ending = journal->endingOf(file, journalEntry)) {
+            log.leaveOut(*ending);
+            return;
+        }
     }
     Waiting& waiting = window.emplace_back();
     waiting.file = std::move(file);
@@ -167,6 +180,7 @@ void BatchRun::writeFinished() {
         window.pop_front();
         ++firstNumber;
     }
+    output.stream().flush();  // results are seen as they come
     log.commit();
 }
 

@@ -8,6 +8,7 @@
 #include <sys/stat.h>
 
 #include "app/output.h"
+#include "app/run_failure.h"
 
 namespace app {
 
@@ -23,11 +24,12 @@ std::string systemErrorText(int error) {
 
 Descriptor makeTemporaryFile() {
     const char* folder = std::getenv("TMPDIR");
-    std::string name = folder != nullptr && *folder != '\0' ? folder : "/tmp";
-    name += "/ifdsweep_XXXXXX";
+    const std::string place = folder != nullptr && *folder != '\0' ? folder : "/tmp";
+    std::string name = place + "/ifdsweep_XXXXXX";
     Descriptor file(::mkostemp(name.data(), O_CLOEXEC));
     if (!file.isOpen()) {
-        throw OutputError(errno);
+        throw RunFailure("cannot make a temporary file in " + place + ": " +
+                         systemErrorText(errno));
     }
     static_cast<void>(::unlink(name.c_str()));
     return file;

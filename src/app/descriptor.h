@@ -53,7 +53,7 @@ using FileIdentity = std::pair<dev_t, ino_t>;
 [[nodiscard]] std::string systemErrorText(int error);
 
 /// Makes a file without a name in TMPDIR (default: /tmp) for writing and reading. Throws
-/// OutputError.
+/// RunFailure.
 [[nodiscard]] Descriptor makeTemporaryFile();
 
 /// Reads at most `size` bytes from a position, all that there are; throws OutputError when the

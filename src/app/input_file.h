@@ -15,6 +15,7 @@ struct InputFile {
     std::string path;
     Sniff sniff = Sniff::off;  ///< on for what was found in a folder
     std::string failure;       ///< why the path cannot be read at all; empty when it can be tried
+    bool isPath = true;        ///< false: the failure is one of a list, whose name stands as path
 };
 
 }  // namespace app

@@ -100,7 +100,7 @@ std::optional<InputFile> InputFiles::takeListed() {
     } catch (const OutputError& error) {
         list.reset();
         return InputFile{choice.listFile, Sniff::off,
-                         "the list cannot be read: " + systemErrorText(error.systemError)};
+                         "the list cannot be read: " + systemErrorText(error.systemError), false};
     }
     if (!line) {
         list.reset();
@@ -109,7 +109,7 @@ std::optional<InputFile> InputFiles::takeListed() {
     std::string path(choice.nulSeparated ? *line : pathOfFailureLine(*line));
     if (path.empty()) {
         return InputFile{choice.listFile, Sniff::off,
-                         "line " + std::to_string(list->line()) + " of the list is empty"};
+                         "line " + std::to_string(list->line()) + " of the list is empty", false};
     }
     if (path == kStandardInput) {
         path.insert(0, "./");  // in a list, the name of a file

@@ -14,6 +14,12 @@
 namespace app {
 namespace {
 
+constexpr std::string_view kFirstLine = "ifdsweep journal 1\n";
+
+// In the order of the endings.
+constexpr std::string_view kEndingLetters = "rwfs";
+constexpr std::uint64_t kEndingBits = 3;
+
 std::string escaped(std::string_view path) {
     std::string text;
     for (const char character : path) {
@@ -35,21 +41,22 @@ std::uint64_t hashOf(std::string_view bytes, std::uint64_t seed) {
     return hash;
 }
 
-/// Two independent hashes: two entries that share both are not to be expected in any archive.
+/// Two independent hashes with room for an ending: two entries that share both are not to be
+/// expected in any archive.
 std::pair<std::uint64_t, std::uint64_t> digestOf(std::string_view entry) {
-    return {hashOf(entry, 0xcbf29ce484222325U), hashOf(entry, 0x9e3779b97f4a7c15U)};
+    return {hashOf(entry, 0xcbf29ce484222325U), hashOf(entry, 0x9e3779b97f4a7c15U) & ~kEndingBits};
 }
 
-char endingLetter(const FileReport& report) {
+Journal::Ending endingOfReport(const FileReport& report) {
     switch (report.ending) {
         case FileReport::Ending::read:
-            return report.warnings.empty() ? 'r' : 'w';
+            return report.warnings.empty() ? Journal::Ending::read : Journal::Ending::warned;
         case FileReport::Ending::failed:
-            return 'f';
+            return Journal::Ending::failed;
         case FileReport::Ending::skipped:
             break;
     }
-    return 's';
+    return Journal::Ending::skipped;
 }
 
 std::optional<std::uint64_t> takeWord(std::string_view& text) {
@@ -66,23 +73,39 @@ std::optional<std::uint64_t> takeWord(std::string_view& text) {
 }  // namespace
 
 Journal::Journal(const std::string& path)
-    : file(::open(path.c_str(), O_RDWR | O_CREAT | O_APPEND | O_CLOEXEC, 0666)) {
+    : name(path), file(::open(path.c_str(), O_RDWR | O_CREAT | O_APPEND | O_CLOEXEC, 0666)) {
     if (!file.isOpen()) {
-        throw RunFailure("cannot open the journal " + path + ": " + systemErrorText(errno));
+        throw RunFailure("cannot open the journal " + name + ": " + systemErrorText(errno));
+    }
+    if (!identity()) {
+        throw RunFailure("the journal " + name + " is no file");
     }
     load();
+    std::sort(finished.begin(), finished.end());
 }
 
 void Journal::load() {
+    const std::string start = readPiece(file.get(), 0, kFirstLine.size());
+    if (start == kFirstLine) {
+        loadLines();
+    } else if (kFirstLine.starts_with(start)) {
+        cutBehind(0);  // new, or ended while it was begun
+        append(kFirstLine);
+    } else {
+        throw RunFailure(name + " is no journal of ifdsweep and is left as it is");
+    }
+}
+
+void Journal::loadLines() {
     constexpr std::size_t kPiece = std::size_t{1} << 20;
-    std::uint64_t position = 0;
+    std::uint64_t position = kFirstLine.size();
     while (true) {
         const std::string piece = readPiece(file.get(), position, kPiece);
         std::size_t begin = 0;
         for (std::size_t end = piece.find('\n'); end != std::string::npos;
              end = piece.find('\n', begin)) {
             if (!loadLine(std::string_view(piece).substr(begin, end - begin))) {
-                throw RunFailure("the journal holds a line that is none of its own; no journal?");
+                throw RunFailure("the journal " + name + " holds a line that is none of its own");
             }
             begin = end + 1;
         }
@@ -91,20 +114,31 @@ void Journal::load() {
             break;
         }
     }
-    if (::ftruncate(file.get(), static_cast<off_t>(position)) != 0) {
-        throw RunFailure("cannot write the journal: " + systemErrorText(errno));
+    cutBehind(position);
+}
+
+void Journal::cutBehind(std::uint64_t length) {
+    if (::ftruncate(file.get(), static_cast<off_t>(length)) != 0) {
+        throw RunFailure("cannot write the journal " + name + ": " + systemErrorText(errno));
     }
-    std::sort(finished.begin(), finished.end());
+}
+
+void Journal::append(std::string_view bytes) {
+    try {
+        FileDescriptorSink(file.get()).write(bytes);
+    } catch (const OutputError& error) {
+        throw RunFailure("cannot write the journal " + name + ": " +
+                         systemErrorText(error.systemError));
+    }
 }
 
 bool Journal::loadLine(std::string_view line) {
     // ENDING, LENGTH, then the entry: SIZE MODIFIED PATH.
-    if (line.size() < 2 || line[1] != ' ' ||
-        std::string_view("rwfs").find(line[0]) == std::string_view::npos) {
+    const std::size_t ending =
+        line.size() < 2 || line[1] != ' ' ? std::string_view::npos : kEndingLetters.find(line[0]);
+    if (ending == std::string_view::npos) {
         return false;
     }
-    failedBefore += line[0] == 'f' ? 1U : 0U;
-    warnedBefore += line[0] == 'w' ? 1U : 0U;
     line.remove_prefix(2);
     const auto length = takeWord(line);
     if (!length) {
@@ -112,28 +146,38 @@ bool Journal::loadLine(std::string_view line) {
     }
     lastLength = *length;
     finished.push_back(digestOf(line));
+    finished.back().second |= ending;
     return true;
 }
 
-bool Journal::isFinished(const std::string& path, std::string& entry) const {
+std::optional<Journal::Ending> Journal::endingOf(const InputFile& input, std::string& entry) const {
     struct stat status {};
-    if (::stat(path.c_str(), &status) != 0) {
+    if (!input.failure.empty() || ::stat(input.path.c_str(), &status) != 0) {
         status = {};
     }
     const auto modified =
         static_cast<std::int64_t>(status.st_mtim.tv_sec) * 1'000'000'000 + status.st_mtim.tv_nsec;
-    entry = std::to_string(status.st_size) + ' ' + std::to_string(modified) + ' ' + escaped(path);
-    return std::binary_search(finished.begin(), finished.end(), digestOf(entry));
+    entry =
+        std::to_string(status.st_size) + ' ' + std::to_string(modified) + ' ' + escaped(input.path);
+    if (!input.failure.empty()) {
+        entry += "\t# " + escaped(input.failure);
+    }
+    const Finished digest = digestOf(entry);
+    const auto found = std::lower_bound(finished.begin(), finished.end(), digest);
+    const bool isFinished = found != finished.end() && found->first == digest.first &&
+                            (found->second & ~kEndingBits) == digest.second;
+    return isFinished ? std::optional(static_cast<Ending>(found->second & kEndingBits))
+                      : std::nullopt;
 }
 
 void Journal::add(const FileReport& report, std::string_view entry, std::uint64_t length) {
-    pending.push_back(entry.empty() ? 's' : endingLetter(report));
+    pending.push_back(kEndingLetters[static_cast<std::size_t>(endingOfReport(report))]);
     pending.append(" ").append(std::to_string(length)).append(" ").append(entry).append("\n");
 }
 
 void Journal::commit() {
     if (!pending.empty()) {
-        FileDescriptorSink(file.get()).write(pending);
+        append(pending);
         pending.clear();
     }
 }

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <cstdlib>
-#include <memory>
+#include <filesystem>
+#include <system_error>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -20,13 +20,19 @@ namespace {
     throw RunFailure("cannot write " + path + ": " + systemErrorText(error));
 }
 
-/// The file behind links, so that a link stays one.
+/// The file behind links, there already or not, so that a link stays one.
 std::string behindLinks(const std::string& path) {
-    struct Freer {
-        void operator()(char* text) const noexcept { std::free(text); }
-    };
-    const std::unique_ptr<char, Freer> resolved(::realpath(path.c_str(), nullptr));
-    return resolved != nullptr ? resolved.get() : path;
+    constexpr int kMostLinks = 40;  // as the system has it
+    struct stat status {};
+    if (::stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
+        return path;
+    }
+    std::filesystem::path file = path;
+    std::error_code error;
+    for (int link = 0; link < kMostLinks && std::filesystem::is_symlink(file, error); ++link) {
+        file = file.parent_path() / std::filesystem::read_symlink(file, error);
+    }
+    return file.string();
 }
 
 void copyBytes(int from, int to, std::uint64_t length) {

@@ -10,6 +10,7 @@
 #include <string>
 #include <string_view>
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -17,6 +18,7 @@
 #include "app/batch_run.h"
 #include "app/descriptor.h"
 #include "app/error_stream.h"
+#include "app/file_roles.h"
 #include "app/file_sweeper.h"
 #include "app/input_files.h"
 #include "app/interruption.h"
@@ -75,6 +77,7 @@ int sweepOneFile(const Arguments& arguments, RunOutput& output, int standardInpu
 
 int sweepManyFiles(const Arguments& arguments, int standardInput,
                    const Interruption& interruption) {
+    checkFileRoles(arguments);
     std::optional<Journal> journal;
     if (!arguments.run.journal.empty()) {
         journal.emplace(arguments.run.journal);
@@ -87,6 +90,12 @@ int sweepManyFiles(const Arguments& arguments, int standardInput,
         batch.run();
     } catch (const Interrupted&) {
         return batch.conclude();
+    } catch (const OutputError& error) {
+        if (arguments.output.file.empty() || error.systemError == EPIPE) {
+            throw;
+        }
+        throw RunFailure("cannot write " + arguments.output.file + ": " +
+                         systemErrorText(error.systemError));
     }
     if (interruption.signal() == 0) {
         output.finish();
@@ -109,6 +118,17 @@ int sweepFiles(const Arguments& arguments) {
         return sweepOneFile(arguments, output, standardInput.get(), interruption);
     } catch (const Interrupted&) {
         return kSignalBase + interruption.signal();
+    }
+}
+
+/// Gives a closed standard stream something to be, so that no file of ours takes its number and is
+/// then read or written in its place: reading and writing it fail as before.
+void occupyStandardStreams() {
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (::fcntl(stream, F_GETFD) < 0) {
+            // Takes the lowest free number, which is this one.
+            static_cast<void>(::open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY));
+        }
     }
 }
 
@@ -137,8 +157,11 @@ int runCommand(int argumentCount, const char* const* arguments) {
 }  // namespace
 
 int runProgram(int argumentCount, const char* const* arguments) noexcept {
-    // Without a reader there is nothing to be told: the failed write ends the program.
+    occupyStandardStreams();
+    // Without a reader there is nothing to be told: the failed write ends the program. A file that
+    // gets too large for a limit is a failed write too.
     ::signal(SIGPIPE, SIG_IGN);
+    ::signal(SIGXFSZ, SIG_IGN);
     try {
         return runCommand(argumentCount, arguments);
     } catch (const OutputError& failure) {

@@ -7,6 +7,7 @@
 
 #include <fcntl.h>
 #include <sys/prctl.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -15,10 +16,20 @@
 #include "app/input_files.h"
 
 namespace app {
+namespace {
+
+/// Whether a list can be read by the counting process too: a pipe gives its lines only once.
+bool canBeReadTwice(const std::string& listFile) {
+    struct stat status {};
+    return listFile.empty() || (listFile != kStandardInput &&
+                                ::stat(listFile.c_str(), &status) == 0 && S_ISREG(status.st_mode));
+}
+
+}  // namespace
 
 Progress::Progress(const Arguments& arguments)
     : isShown(arguments.run.progress && ::isatty(STDERR_FILENO) == 1) {
-    if (isShown && arguments.input.listFile != kStandardInput) {
+    if (isShown && canBeReadTwice(arguments.input.listFile)) {
         startCounting(arguments.input);
     }
 }

@@ -55,10 +55,17 @@ void RunLog::account(const InputFile& file, const FileReport& report,
     }
 }
 
+void RunLog::leaveOut(Journal::Ending ending) {
+    ++runState.passed;
+    ++filesBefore;
+    anyFailedBefore |= ending == Journal::Ending::failed;
+    anyWarnedBefore |= ending == Journal::Ending::warned;
+}
+
 void RunLog::tellFailure(const InputFile& file, const FileReport& report) {
     output.stream().flush();  // so that both streams, shown together, keep the order of the files
     printError({file.path, ": ", report.failure});
-    if (!failures) {
+    if (!failures || !file.isPath) {
         return;
     }
     if (!failures->canHold(file.path)) {
@@ -89,8 +96,7 @@ void RunLog::end() {
 }
 
 void RunLog::summarize(int signal) const {
-    const std::uint64_t before = journal != nullptr ? journal->finishedFiles() : 0;
-    if (filesRead + runState.failed + before + filesSkipped == 1 && signal == 0) {
+    if (filesRead + runState.failed + filesBefore + filesSkipped == 1 && signal == 0) {
         return;
     }
     std::string text = counted(filesRead, "file", "files") + " read, " +
@@ -99,8 +105,8 @@ void RunLog::summarize(int signal) const {
     if (filesSkipped > 0) {
         text += "; no images: " + counted(filesSkipped, "file", "files");
     }
-    if (before > 0) {
-        text += "; finished before: " + counted(before, "file", "files");
+    if (filesBefore > 0) {
+        text += "; finished before: " + counted(filesBefore, "file", "files");
     }
     printError({signal != 0 ? "interrupted: " : "", text});
     for (const auto& [id, count] : warnings) {
@@ -112,10 +118,10 @@ int RunLog::exitStatus(int signal) const {
     if (signal != 0) {
         return kSignalBase + signal;
     }
-    if (runState.failed > 0 || (journal != nullptr && journal->failedFiles() > 0)) {
+    if (runState.failed > 0 || anyFailedBefore) {
         return kSomeFailed;
     }
-    const bool warned = !warnings.empty() || (journal != nullptr && journal->warnedFiles() > 0);
+    const bool warned = !warnings.empty() || anyWarnedBefore;
     return arguments.run.strict && warned ? kSomeWarned : kAllRead;
 }
 

@@ -33,7 +33,7 @@ public:
 
     /// One file.
     /// @param writePart    writes what is shown of it
-    /// @param journalEntry as `Journal::isFinished` gave it
+    /// @param journalEntry as `Journal::endingOf` gave it
     template <class WritePart>
     void add(const InputFile& file, const FileReport& report, WritePart&& writePart,
              const std::string& journalEntry = {}) {
@@ -45,7 +45,7 @@ public:
     }
 
     /// One file that the journal tells of.
-    void leaveOut() { ++runState.passed; }
+    void leaveOut(Journal::Ending ending);
 
     /// Makes what was added last: writes it out, then the journal. Cheap when there is no journal.
     void commit();
@@ -80,6 +80,9 @@ private:
     RunState runState;
     std::uint64_t filesRead = 0;
     std::uint64_t filesSkipped = 0;
+    std::uint64_t filesBefore = 0;  ///< that the journal tells of
+    bool anyFailedBefore = false;
+    bool anyWarnedBefore = false;
     std::uint64_t directories = 0;
     std::map<std::string, std::uint64_t> warnings;
 };

@@ -9,13 +9,31 @@
 #include <unistd.h>
 
 #include "app/output.h"
+#include "app/run_failure.h"
 
 namespace app {
+namespace {
+
+[[noreturn]] void failToRead(int error) {
+    throw RunFailure("cannot read the standard input: " + systemErrorText(error));
+}
+
+/// Takes bytes to a temporary file.
+void spoolBytes(FileDescriptorSink& spool, std::string_view bytes) {
+    try {
+        spool.write(bytes);
+    } catch (const OutputError& error) {
+        throw RunFailure("cannot hold the standard input in a temporary file: " +
+                         systemErrorText(error.systemError));
+    }
+}
+
+}  // namespace
 
 Descriptor openStandardInput() {
     struct stat status {};
     if (::fstat(STDIN_FILENO, &status) != 0) {
-        throw OutputError(errno);
+        failToRead(errno);
     }
     if (S_ISREG(status.st_mode)) {
         return Descriptor(::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0));
@@ -29,9 +47,9 @@ Descriptor openStandardInput() {
             return spool;
         }
         if (got > 0) {
-            sink.write(std::string_view(piece.data(), static_cast<std::size_t>(got)));
+            spoolBytes(sink, std::string_view(piece.data(), static_cast<std::size_t>(got)));
         } else if (errno != EINTR) {
-            throw OutputError(errno);
+            failToRead(errno);
         }
     }
 }

@@ -7,7 +7,7 @@
 namespace app {
 
 /// The standard input, when it is a file; a temporary file with all of it, when it is a pipe.
-/// Throws OutputError when it cannot be read or held.
+/// Throws RunFailure when it cannot be read or held.
 [[nodiscard]] Descriptor openStandardInput();
 
 }  // namespace app

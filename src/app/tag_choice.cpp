@@ -73,7 +73,7 @@ private:
             return;
         }
         if (!addMatching([&](const TagListing& listing) { return listing.id == number; })) {
-            choice.fields.push_back({std::to_string(*number), number});
+            add(std::to_string(*number), number);
         }
     }
 
@@ -105,12 +105,12 @@ private:
         return any;
     }
 
-    void add(std::string_view name) {
+    void add(std::string_view name, std::optional<std::uint16_t> unknownId = std::nullopt) {
         const bool known =
             std::any_of(choice.fields.begin(), choice.fields.end(),
                         [name](const ChosenField& field) { return field.name == name; });
         if (!known) {
-            choice.fields.push_back({std::string(name), std::nullopt});
+            choice.fields.push_back({std::string(name), unknownId});
         }
     }
 

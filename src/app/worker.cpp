@@ -4,10 +4,13 @@
 #include <array>
 #include <cerrno>
 #include <chrono>
+#include <condition_variable>
 #include <cstring>
 #include <limits>
+#include <mutex>
 #include <new>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <sys/resource.h>
@@ -18,6 +21,7 @@
 #include "app/file_sweeper.h"
 #include "app/messages.h"
 #include "app/packed.h"
+#include "app/run_failure.h"
 
 namespace app {
 namespace {
@@ -50,10 +54,22 @@ void limitMemory(std::uint64_t bytes) {
     }
 }
 
-/// Answers on their way to the main process.
+/// Answers on their way to the main process. They go there many at a time, and none waits for a
+/// slow file behind it: a thread of the stream's sends what has waited too long.
 class AnswerStream {
 public:
-    explicit AnswerStream(int socketToMain) : socket(socketToMain) {}
+    explicit AnswerStream(int socketToMain)
+        : socket(socketToMain), lateSender([this] { sendLateOnes(); }) {}
+    AnswerStream(const AnswerStream&) = delete;
+    AnswerStream& operator=(const AnswerStream&) = delete;
+    ~AnswerStream() {
+        {
+            const std::lock_guard lock(mutex);
+            isEnding = true;
+        }
+        changed.notify_one();
+        lateSender.join();
+    }
 
     void answer(std::uint64_t number, const FileReport& report, const FilePart& part) {
         std::string body;
@@ -65,25 +81,57 @@ public:
         } else {
             packed::putText(body, part.bytes);
         }
+        const std::lock_guard lock(mutex);
         if (part.spill.isOpen()) {
-            flush();
+            sendWaiting();
             std::string message;
             packed::putText(message, body);
             sendWithDescriptor(message, part.spill.get());
             return;
         }
+        if (waiting.empty()) {
+            changed.notify_one();
+        }
         packed::putText(waiting, body);
         if (waiting.size() >= kSendSize) {
-            flush();
+            sendWaiting();
         }
     }
 
     void flush() {
+        const std::lock_guard lock(mutex);
+        sendWaiting();
+    }
+
+private:
+    // The other functions are called with the mutex held.
+    void sendLateOnes() {
+        constexpr std::chrono::milliseconds kLongest{50};
+        std::unique_lock lock(mutex);
+        while (!isEnding) {
+            changed.wait(lock, [this] { return isEnding || !waiting.empty(); });
+            const std::uint64_t before = timesSent;
+            changed.wait_for(lock, kLongest, [this] { return isEnding; });
+            if (timesSent == before) {
+                trySendWaiting();
+            }
+        }
+    }
+
+    void trySendWaiting() noexcept {
+        try {
+            sendWaiting();
+        } catch (const OutputError&) {
+            return;  // the main process has ended, which ends this one
+        }
+    }
+
+    void sendWaiting() {
+        ++timesSent;
         FileDescriptorSink(socket).write(waiting);
         waiting.clear();
     }
 
-private:
     void sendWithDescriptor(std::string_view message, int descriptor) {
         alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(int))> control{};
         std::string first(message.substr(0, 1));
@@ -107,7 +155,12 @@ private:
     }
 
     int socket;
+    std::mutex mutex;
+    std::condition_variable changed;
     std::string waiting;
+    std::uint64_t timesSent = 0;
+    bool isEnding = false;
+    std::thread lateSender;  ///< last, so that it begins when all is there
 };
 
 class Worker {
@@ -144,6 +197,9 @@ private:
             return failed(file, qxMessage(kUnexpectedFailureId,
                                           {qxMessageText("cannot write a temporary file: " +
                                                          systemErrorText(error.systemError))}));
+        } catch (const RunFailure& failure) {
+            return failed(file, qxMessage(kUnexpectedFailureId,
+                                          {qxMessageText(std::string(failure.what()))}));
         }
     }
 

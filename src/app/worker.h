@@ -7,7 +7,7 @@
 // whether the part lies in a file, and its bytes or size. Requests and answers stand one behind the
 // other; requests are answered in their order.
 //
-// Ownership: borrows everything. Threads: the process's only one.
+// Ownership: borrows everything. Threads: the process's first one; a second sends answers.
 
 #include <atomic>
 #include <cstdint>

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 #include <string>
 #include <utility>
 
@@ -63,7 +64,8 @@ void IFD::processIfdTags(std::span<const std::uint8_t> entries) {
         processRequiredFields();
     }
     // There can be millions of directories; the block of this one serves the next.
-    tags.shrink_to_fit();
+    tags = std::vector<KnownTag>(std::make_move_iterator(tags.begin()),
+                                 std::make_move_iterator(tags.end()));
 }
 
 void IFD::keep(TiffTag& tag) {

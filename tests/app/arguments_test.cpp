@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include "app/option_table.h"
 #include "host/file_service.h"
 
 namespace {
@@ -99,6 +100,47 @@ TEST(ArgumentsTest, wrongUsageIsToldWithTheOption) {
         {{"--format", "xml", "f"}, "xml"},
         {{"--read-budget", "-1", "f"}, "--read-budget"},
         {{"--read-budget", "1.5", "f"}, "--read-budget"},
+        {{"--format", "JSON", "f"}, "JSON"},
+        {{"--format", "", "f"}, "--format"},
+        {{"--read-budget", "", "f"}, "--read-budget"},
+        {{"--read-budget", "18446744073709551616", "f"}, "--read-budget"},
+        {{"--files-from", "", "f"}, "--files-from"},
+        {{"--files-from"}, "--files-from"},
+        {{"--include", "", "f"}, "--include"},
+        {{"--exclude", "", "f"}, "--exclude"},
+        {{"--output", "", "f"}, "--output"},
+        {{"--failures", "", "f"}, "--failures"},
+        {{"--resume", "", "f"}, "--resume"},
+        {{"--tags", "Mkae", "f"}, "nearest: Make"},
+        {{"--tags", "Make,65536", "f"}, "65536"},
+        {{"--tags", "", "f"}, "--tags"},
+        {{"--shorten", "0", "f"}, "--shorten"},
+        {{"--shorten", "-1", "f"}, "--shorten"},
+        {{"--shorten", "ALL", "f"}, "ALL"},
+        {{"--warnings", "some", "f"}, "each, count or none, got some"},
+        {{"--ignore", "outOfMemry", "f"}, "--ignore: no message has the id outOfMemry"},
+        {{"--explain", "outOfMemry"}, "--explain: no message has the id outOfMemry"},
+        {{"--explain"}, "--explain"},
+        {{"--jobs", "0", "f"}, "1 to 1024, got 0"},
+        {{"--jobs", "1025", "f"}, "1 to 1024, got 1025"},
+        {{"--jobs", "2.5", "f"}, "2.5"},
+        {{"--timeout", "0", "f"}, "above 0, got 0"},
+        {{"--timeout", "-1", "f"}, "--timeout"},
+        {{"--timeout", "nan", "f"}, "--timeout"},
+        {{"--timeout", "soon", "f"}, "soon"},
+        {{"--memory", "0", "f"}, "--memory"},
+        {{"--memory", "8G", "f"}, "8G"},
+        {{"--strict=maybe", "f"}, "--strict"},
+        {{"--compact", "--pretty", "--format", "json", "f"}, "--compact"},
+        // Options that are each right and do not go together.
+        {{"--files-from", "-", "-"}, "the standard input is either the image"},
+        {{"--resume", "j", "-"}, "--resume goes without the image -"},
+        {{"--compact", "f"}, "--compact and --pretty go with --format json"},
+        {{"--pretty", "--format", "ndjson", "f"}, "--compact and --pretty go with --format json"},
+        {{"--nested", "f"}, "--nested goes with --format csv"},
+        {{"--nested", "--format", "json", "f"}, "--nested goes with --format csv"},
+        {{"--shorten", "3", "--format", "json", "f"}, "--shorten goes with --format text"},
+        {{"--resume", "j", "--format", "csv", "f"}, "needs --tags"},
         {{"--bogus", "f"}, "--bogus"},
         {{"-x", "f"}, "-x"},
     };
@@ -109,13 +151,102 @@ TEST(ArgumentsTest, wrongUsageIsToldWithTheOption) {
     }
 }
 
+TEST(ArgumentsTest, aComplaintIsOneLine) {
+    for (const auto& words : std::vector<std::vector<const char*>>{
+             {}, {"--max"}, {"--bogus"}, {"--format", "xml"}, {"--compact", "--pretty", "f"}}) {
+        EXPECT_EQ(parse(words).text.find('\n'), std::string::npos) << parse(words).text;
+    }
+}
+
+TEST(ArgumentsTest, input) {
+    const app::InputChoice none = parse({"f"}).arguments.input;
+    EXPECT_TRUE(none.recursive);
+    EXPECT_FALSE(none.nulSeparated || none.followLinks || none.everyFile);
+    EXPECT_TRUE(none.listFile.empty() && none.included.empty() && none.excluded.empty());
+    const auto line =
+        parse({"--no-recursive", "--include", "*.tif", "--include", "*.jpg", "--exclude", "old",
+               "--all", "--follow", "--files-from", "-", "--null", "--exclude=tmp"});
+    ASSERT_EQ(line.action, Action::sweep) << line.text;
+    const app::InputChoice& input = line.arguments.input;
+    EXPECT_FALSE(input.recursive);
+    EXPECT_TRUE(input.everyFile);
+    EXPECT_TRUE(input.followLinks);
+    EXPECT_TRUE(input.nulSeparated);
+    EXPECT_EQ(input.listFile, "-");
+    EXPECT_EQ(input.included, (std::vector<std::string>{"*.tif", "*.jpg"}));
+    EXPECT_EQ(input.excluded, (std::vector<std::string>{"old", "tmp"}));
+    EXPECT_TRUE(input.paths.empty());
+}
+
+TEST(ArgumentsTest, output) {
+    const app::OutputChoice none = parse({"f"}).arguments.output;
+    EXPECT_EQ(none.layout, app::JsonLayout::filePerLine);
+    EXPECT_EQ(none.warnings, app::WarningDetail::each);
+    EXPECT_FALSE(none.shorten.has_value() || none.nestedRows);
+    EXPECT_TRUE(none.file.empty() && none.fields.empty() && none.ignored.empty());
+    const auto line = parse({"--format", "csv", "--nested", "--output", "o", "--tags", "Make,50000",
+                             "--tags", "Model,Make,50000", "--warnings", "count", "--ignore",
+                             "readBudgetSpent", "--ignore", "ifdsweep:outOfMemory", "f"});
+    ASSERT_EQ(line.action, Action::sweep) << line.text;
+    const app::OutputChoice& output = line.arguments.output;
+    EXPECT_EQ(output.format, app::Format::csv);
+    EXPECT_TRUE(output.nestedRows);
+    EXPECT_EQ(output.file, "o");
+    ASSERT_EQ(output.fields.size(), 3U);
+    EXPECT_EQ(output.fields[0].name, "Make");
+    EXPECT_EQ(output.fields[1].unknownId, 50000);
+    EXPECT_EQ(output.fields[2].name, "Model");
+    EXPECT_EQ(output.warnings, app::WarningDetail::count);
+    EXPECT_EQ(output.ignored, (std::vector<std::string>{"Velmora:filesystem:readBudgetSpent",
+                                                        "ifdsweep:outOfMemory"}));
+    EXPECT_EQ(parse({"--warnings", "none", "f"}).arguments.output.warnings,
+              app::WarningDetail::none);
+    EXPECT_EQ(parse({"--shorten", "3", "f"}).arguments.output.shorten, 3U);
+    EXPECT_EQ(parse({"--shorten", "all", "f"}).arguments.output.shorten, 0U);
+    EXPECT_EQ(parse({"--compact", "--format", "json", "f"}).arguments.output.layout,
+              app::JsonLayout::compact);
+    EXPECT_EQ(parse({"--format", "json", "f", "--pretty"}).arguments.output.layout,
+              app::JsonLayout::pretty);
+}
+
+TEST(ArgumentsTest, run) {
+    const app::RunChoice none = parse({"f"}).arguments.run;
+    EXPECT_FALSE(none.jobs || none.timeout || none.memory || none.strict);
+    EXPECT_TRUE(none.progress && none.failureFile.empty() && none.journal.empty());
+    const auto line = parse({"--jobs", "1024", "--timeout", "0.5", "--memory", "1", "--strict",
+                             "--no-progress", "--failures", "x", "--resume", "j", "f"});
+    ASSERT_EQ(line.action, Action::sweep) << line.text;
+    const app::RunChoice& run = line.arguments.run;
+    EXPECT_EQ(run.jobs, 1024U);
+    EXPECT_EQ(run.timeout, 0.5);
+    EXPECT_EQ(run.memory, 1U);
+    EXPECT_TRUE(run.strict);
+    EXPECT_FALSE(run.progress);
+    EXPECT_EQ(run.failureFile, "x");
+    EXPECT_EQ(run.journal, "j");
+    EXPECT_EQ(parse({"--timeout", "inf", "f"}).arguments.run.timeout, INFINITY);
+}
+
+TEST(ArgumentsTest, informationNeedsNoPath) {
+    const auto tags = parse({"--list-tags"});
+    EXPECT_EQ(tags.action, Action::print);
+    EXPECT_NE(tags.text.find("271\tMake\tTIFF\n"), std::string::npos);
+    const auto message = parse({"--explain", "outOfMemory"});
+    EXPECT_EQ(message.action, Action::print);
+    EXPECT_EQ(message.text.find("ifdsweep:outOfMemory\n  out of memory\n  "), 0U);
+    EXPECT_EQ(parse({"--explain", "ifdsweep:outOfMemory"}).text, message.text);
+}
+
 TEST(ArgumentsTest, helpNamesEveryOption) {
     for (const char* const option : {"-h", "--help"}) {
         const auto line = parse({option});
         ASSERT_EQ(line.action, Action::print);
+        for (const app::OptionRow& row : app::optionTable()) {
+            EXPECT_NE(line.text.find(std::string(row.name) + " "), std::string::npos) << row.name;
+        }
         for (const char* const mentioned :
-             {"--help", "--version", "--offset", "--first", "--max", "--format", "--read-budget",
-              "PATH", "Exit status", "ifdsweep:noExifSegment", "ifdsweep:badJpegSegment"}) {
+             {"PATH", "Exit status: 0 ", "1 some", "2 wrong usage", "3 a warning",
+              "130 interrupted", "ifdsweep:noExifSegment", "ifdsweep:badJpegSegment"}) {
             EXPECT_NE(line.text.find(mentioned), std::string::npos) << mentioned;
         }
     }

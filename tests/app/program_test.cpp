@@ -7,89 +7,29 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <sstream>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 #include <nlohmann/json.hpp>
 
 #include "program_files.h"
+#include "program_run.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-std::string contents(const fs::path& file) {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-}
+using programrun::contents;
+using programrun::Ending;
 
-/// What a run gave. A status above 128 is a signal.
-struct Ending {
-    std::string out;
-    std::string error;
-    int status = 0;
-};
-
-class ProgramTest : public testing::Test {
+class ProgramTest : public programrun::ProgramTest {
 protected:
     void SetUp() override {
-        std::string pattern = (fs::temp_directory_path() / "ifdsweep_XXXXXX").string();
-        ASSERT_NE(::mkdtemp(pattern.data()), nullptr);
-        folder = pattern;
-        fs::create_directory(folder / "in");
+        programrun::ProgramTest::SetUp();
         programfiles::writeAll(folder / "in");
     }
-    void TearDown() override { fs::remove_all(folder); }
-
-    /// Runs the program in the folder of the files; its output goes to `standardOutput`.
-    Ending run(const std::vector<std::string>& arguments, const fs::path& standardOutput) const {
-        const fs::path errorFile = folder / "error";
-        const pid_t child = ::fork();
-        if (child == 0) {
-            const int out = ::open(standardOutput.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-            const int error = ::open(errorFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-            std::vector<char*> words{const_cast<char*>("ifdsweep")};
-            for (const std::string& argument : arguments) {
-                words.push_back(const_cast<char*>(argument.c_str()));
-            }
-            words.push_back(nullptr);
-            ::setenv("TZ", "UTC", 1);
-            if (out < 0 || error < 0 || ::dup2(out, 1) < 0 || ::dup2(error, 2) < 0 ||
-                ::chdir((folder / "in").c_str()) != 0) {
-                ::_exit(126);
-            }
-            ::execv(IFDSWEEP_PROGRAM, words.data());
-            ::_exit(127);
-        }
-        int status = 0;
-        ::waitpid(child, &status, 0);
-        const bool isFile = fs::is_regular_file(standardOutput);
-        return {isFile ? contents(standardOutput) : "", contents(errorFile),
-                WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status)};
-    }
-
-    Ending run(const std::vector<std::string>& arguments) const {
-        return run(arguments, folder / "out");
-    }
-
-    /// Runs a shell command line in which "$PROGRAM" is the program.
-    Ending shell(const std::string& line) const {
-        const std::string command = "cd '" + (folder / "in").string() + "' && PROGRAM='" +
-                                    IFDSWEEP_PROGRAM + "' bash -c '" + line + "' > '" +
-                                    (folder / "out").string() + "' 2> '" +
-                                    (folder / "error").string() + "'";
-        const int status = std::system(command.c_str());
-        return {contents(folder / "out"), contents(folder / "error"), WEXITSTATUS(status)};
-    }
-
-    fs::path folder;
 };
 
 const fs::path kGolden = "tests/app/golden";

@@ -13,9 +13,14 @@ cmake --install "$BUILD_DIR" --prefix "$prefix" >"$work/install.log"
 for file in bin/ifdsweep lib/ifdsweep/ifdsweep.so lib/libifdsweep_module_static.a \
     lib/libifdsweep_host.a include/ifdsweep/gateway/qx.h include/ifdsweep/host/host.h \
     lib/cmake/ifdsweep/ifdsweepConfig.cmake lib/cmake/ifdsweep/ifdsweepConfigVersion.cmake \
-    share/doc/ifdsweep/LICENSE; do
+    share/man/man1/ifdsweep.1 share/bash-completion/completions/ifdsweep \
+    share/zsh/site-functions/_ifdsweep share/fish/vendor_completions.d/ifdsweep.fish \
+    share/doc/ifdsweep/LICENSE share/doc/ifdsweep/README.md share/doc/ifdsweep/docs/cookbook.md; do
     [[ -f "$prefix/$file" ]] || { echo "not installed: $file" && exit 1; }
 done
+# What a Debian package has in another form is not for a plain installation.
+packed=$(find "$prefix" -name '*.gz' -o -name vendor-completions -o -name copyright)
+[[ -z "$packed" ]] || { echo "installed: $packed" && exit 1; }
 
 version=$(sed -n 's/^CMAKE_PROJECT_VERSION:STATIC=//p' "$BUILD_DIR/CMakeCache.txt")
 "$prefix/bin/ifdsweep" --version | grep -F "$version"

@@ -1,0 +1,11 @@
+#pragma once
+
+// The completions for fish, as a file that fish reads. A pure function; any thread.
+
+#include <string>
+
+namespace app::manual {
+
+[[nodiscard]] std::string fishCompletion();
+
+}  // namespace app::manual

@@ -1,0 +1,114 @@
+#pragma once
+
+// Runs of the built program from outside, in a temporary folder of the test's own. Its TMPDIR is a
+// folder that must be empty again at the end of every test.
+//
+// Ownership: a run ends its process with it. Threads: one at a time.
+
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <sys/types.h>
+
+namespace programrun {
+
+/// The bytes of a file; none when there is no such file.
+[[nodiscard]] std::string contents(const std::filesystem::path& file);
+
+void write(const std::filesystem::path& file, std::string_view bytes);
+
+/// The lines of a text, each without its end; what stands behind the last end is a line too.
+[[nodiscard]] std::vector<std::string> linesOf(const std::string& text);
+
+/// What a run gave. A status above 128 is a signal.
+struct Ending {
+    std::string out;
+    std::string error;
+    int status = 0;
+};
+
+/// How a run is begun.
+struct Launch {
+    std::vector<std::string> arguments;
+    std::filesystem::path input = "/dev/null";
+    std::filesystem::path out;              ///< empty: a file of the fixture's
+    std::filesystem::path error;            ///< empty: a file of the fixture's
+    std::function<void()> prepare = [] {};  ///< called in the process, when its streams are open
+};
+
+/// A process that a test started.
+class Running {
+public:
+    explicit Running(pid_t process) : id(process) {}
+    Running(Running&& other) noexcept;
+    Running& operator=(Running&&) = delete;
+    ~Running();
+
+    [[nodiscard]] pid_t process() const { return id; }
+    void send(int signal) const;
+
+    /// Waits for the end; the exit status, or 128 and the signal.
+    int wait();
+
+private:
+    pid_t id;
+};
+
+/// Gives up the rights of the super-user, who may do everything; for a started process.
+void becomeOrdinary();
+
+/// The processes that a process started and that have not ended.
+[[nodiscard]] std::vector<pid_t> childrenOf(pid_t process);
+
+/// Whether a process is there and has not ended.
+[[nodiscard]] bool isRunning(pid_t process);
+
+/// Most memory that a running process had at a time, in bytes; 0 when that is not known.
+[[nodiscard]] std::size_t peakMemoryOf(pid_t process);
+
+/// Asks again and again, for a long time, until the answer is yes.
+/// @return whether it ever was
+[[nodiscard]] bool comesTrue(const std::function<bool()>& isTrue);
+
+/// Whether a process has a file of this name open.
+[[nodiscard]] bool hasOpen(pid_t process, const std::string& fileName);
+
+class ProgramTest : public testing::Test {
+protected:
+    void SetUp() override;
+    void TearDown() override;
+
+    /// Starts the program in the folder of the files.
+    [[nodiscard]] Running start(const Launch& launch) const;
+
+    [[nodiscard]] Ending run(const Launch& launch) const;
+    [[nodiscard]] Ending run(const std::vector<std::string>& arguments) const;
+
+    /// Runs the program with its output to a file of another kind.
+    [[nodiscard]] Ending run(const std::vector<std::string>& arguments,
+                             const std::filesystem::path& standardOutput) const;
+
+    /// Runs a shell command line in which "$PROGRAM" is the program.
+    [[nodiscard]] Ending shell(const std::string& line) const;
+
+    /// What the streams of a run that has ended hold.
+    [[nodiscard]] Ending endingOf(int status) const;
+
+    /// Everything in the folder of the files, by name.
+    [[nodiscard]] std::vector<std::string> names() const;
+
+    [[nodiscard]] std::filesystem::path in(const std::string& name) const {
+        return folder / "in" / name;
+    }
+
+    std::filesystem::path folder;
+
+private:
+    [[nodiscard]] Launch withStreams(Launch launch) const;
+};
+
+}  // namespace programrun

@@ -1,0 +1,46 @@
+# Loads the completions of zsh (in MANUAL_FOLDER) with stand-ins for what only a completion under
+# way offers, and looks at what they are given.
+set -u
+
+file=$MANUAL_FOLDER/_ifdsweep
+zsh -n $file || exit 1
+
+typeset -a specifications
+compdef() { defined="$*" }
+_arguments() { specifications=("$@") }
+_describe() { offered=("${(@P)2}") }
+compset() { before="$*" }
+compadd() { offered=("${(@P)argv[-1]}") }
+source $file || exit 1
+
+failures=0
+expect() {
+    [[ "$2" == "$3" ]] && return
+    print -r -- "$1: expected $2, got $3"
+    failures=1
+}
+
+# specification OPTION: what _arguments is told of it.
+specification() { print -rl -- "${(@M)specifications:#(\*|)$1(=|)\[*}" }
+
+_ifdsweep
+expect compdef "_ifdsweep ifdsweep" "$defined"
+expect --format '--format=[text: for reading (default); json: an array with an object per file, natural values; ndjson: the same objects, one per line; typed: a line of JSON per file, with the class and size of every value; csv: a row per directory (RFC 4180)]:FORMAT:(text json ndjson typed csv)' "$(specification --format)"
+expect --tags '*--tags=[only these fields, in this order: names, numbers (270, 0x10e) or patterns (GPS*), in nested records too]:NAME,...:_ifdsweep_tags' "$(specification --tags)"
+expect --strict '--strict[exit status 3 when a warning was given that is not ignored]' "$(specification --strict)"
+expect --read-budget "--read-budget=[bytes that may be read of each file, with 64 for every jump, or \"unlimited\" (default: 16 MiB and 8 times the file's size)]:BYTES:(unlimited)" "$(specification --read-budget)"
+expect paths '*:PATH:_files' "$specifications[-1]"
+
+names=(${(f)"$($PROGRAM --help | sed -n 's/^  \(-[a-z],\)\{0,1\}\(--[a-z-]*\).*/\2/p')"})
+expect "number of options" $#names $(($#specifications - 2))
+for name in $names; do
+    [[ -n $(specification $name) ]] || expect $name "a specification" none
+done
+
+_ifdsweep_tags
+expect "before a tag" '-P *,' "$before"
+expect tags "$($PROGRAM --list-tags | cut -f 2)" "${(F)offered}"
+
+_ifdsweep_messages
+expect "a message" "the file does not exist" "${offered[(r)statFailure:*]#*:}"
+exit $failures

@@ -1,0 +1,242 @@
+#include "app/manual/manual_page.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include "app/manual/bash_completion.h"
+#include "app/manual/fish_completion.h"
+#include "app/manual/option_texts.h"
+#include "app/manual/zsh_completion.h"
+
+namespace {
+
+using namespace app;
+
+/// What groff prints for a page: to its standard output, and as complaints.
+struct Rendering {
+    std::string text;
+    std::string complaints;
+};
+
+std::string readAll(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+Rendering render(const std::string& page) {
+    std::string folder = testing::TempDir() + "/ifdsweep_manual_XXXXXX";
+    if (::mkdtemp(folder.data()) == nullptr) {
+        ADD_FAILURE() << "no folder " << folder;
+        return {};
+    }
+    std::ofstream(folder + "/page.1") << page;
+    const std::string command = "cd '" + folder +
+                                "' && groff -man -ww -Tascii -P-c -P-b -P-u -P-o page.1 "
+                                ">text 2>complaints";
+    EXPECT_EQ(std::system(command.c_str()), 0);
+    Rendering rendering{readAll(folder + "/text"), readAll(folder + "/complaints")};
+    for (const char* file : {"/page.1", "/text", "/complaints", ""}) {
+        EXPECT_EQ(std::remove((folder + file).c_str()), 0) << file;
+    }
+    return rendering;
+}
+
+/// A text with one space for every run of white space.
+std::string squeezed(std::string_view text) {
+    std::string result;
+    for (const char letter : text) {
+        const bool isSpace = std::isspace(static_cast<unsigned char>(letter)) != 0;
+        if (!isSpace) {
+            result += letter;
+        } else if (!result.empty() && result.back() != ' ') {
+            result += ' ';
+        }
+    }
+    return result;
+}
+
+const Rendering& renderedManual() {
+    static const Rendering rendering = [] {
+        Rendering made = render(manual::manualPage());
+        made.text = squeezed(made.text);
+        return made;
+    }();
+    return rendering;
+}
+
+void expectInManual(std::string_view text) {
+    EXPECT_NE(renderedManual().text.find(squeezed(text)), std::string::npos) << text;
+}
+
+TEST(ManualPage, GivesGroffNothingToWarnOf) {
+    EXPECT_EQ(renderedManual().complaints, "");
+}
+
+TEST(ManualPage, ShowsEveryOptionWithItsHelp) {
+    for (const OptionRow& row : optionTable()) {
+        expectInManual(std::string(row.name) + ' ' + std::string(row.placeholder) +
+                       (row.placeholder.empty() ? "" : " ") + std::string(row.help));
+    }
+}
+
+TEST(ManualPage, ShowsTheTextsAroundTheOptions) {
+    expectInManual(kDescription);
+    for (const std::string_view paragraph : manual::split(kFooter, "\n\n")) {
+        for (const std::string_view line : manual::split(paragraph, "\n")) {
+            const bool isHeading = line == "Examples:";
+            const std::string_view exitStatus = "Exit status: ";
+            expectInManual(isHeading                      ? "EXAMPLES"
+                           : line.starts_with(exitStatus) ? line.substr(exitStatus.size())
+                                                          : line);
+        }
+    }
+}
+
+TEST(ManualPage, ExplainsEveryMessage) {
+    for (const MessageDescription& message : manual::messages()) {
+        expectInManual(std::string(shortMessageId(message.id)) + ' ' +
+                       std::string(message.explanation));
+    }
+}
+
+TEST(ManualPage, HasEverySectionInOrder) {
+    std::string_view rest = renderedManual().text;
+    for (const std::string_view section :
+         {"NAME", "SYNOPSIS", "DESCRIPTION", "OPTIONS", "MESSAGES", "EXIT STATUS", "ENVIRONMENT",
+          "FILES", "EXAMPLES", "SEE ALSO"}) {
+        const std::size_t place = rest.find(section);
+        ASSERT_NE(place, std::string_view::npos) << section;
+        rest.remove_prefix(place);
+    }
+}
+
+TEST(RoffText, IsShownAsItIs) {
+    for (const std::string_view text : {".br starts no request", "'br neither", "a\\fBb\\nc\\",
+                                        "`quotes' \"and\" ^hats~", "--dashes - and-hyphens"}) {
+        const Rendering rendering = render(".TH T 1\n.nh\n.SH S\n" + manual::roffText(text) + '\n');
+        EXPECT_EQ(rendering.complaints, "");
+        EXPECT_NE(squeezed(rendering.text).find(text), std::string::npos) << rendering.text;
+    }
+}
+
+TEST(OptionTexts, SplitAtSeparators) {
+    EXPECT_EQ(manual::split("", ","), std::vector<std::string_view>());
+    EXPECT_EQ(manual::split("a", ","), std::vector<std::string_view>{"a"});
+    EXPECT_EQ(manual::split("a, b", ", "), (std::vector<std::string_view>{"a", "b"}));
+}
+
+TEST(OptionTexts, BeginAParagraphForEachWord) {
+    const OptionRow row{"--way",          "WAY",    "up: to\nthe top\ndown: to it", "",
+                        ValueKind::words, "up down"};
+    EXPECT_EQ(manual::helpParagraphs(row),
+              (std::vector<std::string>{"up: to the top", "down: to it"}));
+    EXPECT_EQ(manual::helpLine(row), "up: to the top; down: to it");
+}
+
+TEST(OptionTexts, QuoteForTheShell) {
+    EXPECT_EQ(manual::shellQuoted("it's $HOME"), "'it'\\''s $HOME'");
+}
+
+TEST(OptionTexts, KnowWhichOptionsRepeat) {
+    std::vector<std::string_view> names;
+    for (const OptionRow& row : optionTable()) {
+        if (manual::isRepeatable(row)) {
+            names.push_back(row.name);
+        }
+    }
+    EXPECT_EQ(names,
+              (std::vector<std::string_view>{"--include", "--exclude", "--tags", "--ignore"}));
+}
+
+/// An id that is like no other makes the program name all there are.
+TEST(OptionTexts, HoldEveryMessage) {
+    constexpr std::string_view kBefore = "the ids are: ";
+    const std::string complaint = describeMessage("?").complaint;
+    const std::size_t list = complaint.find(kBefore);
+    ASSERT_NE(list, std::string::npos) << complaint;
+    std::vector<std::string> expected;
+    for (const auto id :
+         manual::split(std::string_view(complaint).substr(list + kBefore.size()), ", ")) {
+        expected.emplace_back(id);
+    }
+    std::vector<std::string> found;
+    for (const MessageDescription& message : manual::messages()) {
+        EXPECT_EQ(message.complaint, "");
+        found.emplace_back(shortMessageId(message.id));
+    }
+    EXPECT_EQ(found, expected);
+}
+
+TEST(Readme, NamesEveryOption) {
+    const std::string readme = readAll("README.md");
+    for (const OptionRow& row : optionTable()) {
+        const std::string value = row.placeholder.empty() ? "" : ' ' + std::string(row.placeholder);
+        EXPECT_NE(readme.find('`' + std::string(row.name) + value + '`'), std::string::npos)
+            << row.name;
+    }
+}
+
+struct Shell {
+    const char* name;
+    std::string (*completion)();
+    std::string_view beforeOption;  ///< what stands before an option's name
+    std::size_t dashes;             ///< of its name that the file leaves out
+};
+
+std::string optionIn(const Shell& shell, const OptionRow& row) {
+    return std::string(shell.beforeOption) + std::string(row.name.substr(shell.dashes));
+}
+
+class Completion : public testing::TestWithParam<Shell> {};
+
+TEST_P(Completion, HoldsEveryOption) {
+    const std::string text = GetParam().completion();
+    for (const OptionRow& row : optionTable()) {
+        EXPECT_NE(text.find(optionIn(GetParam(), row)), std::string::npos) << row.name;
+    }
+}
+
+TEST_P(Completion, HoldsEveryTagAndMessage) {
+    const std::string text = GetParam().completion();
+    for (const std::string_view name : manual::tagNames()) {
+        EXPECT_NE(text.find(name), std::string::npos) << name;
+    }
+    for (const MessageDescription& message : manual::messages()) {
+        EXPECT_NE(text.find(shortMessageId(message.id)), std::string::npos) << message.id;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Shells, Completion,
+                         testing::Values(Shell{"bash", manual::bashCompletion, "", 0},
+                                         Shell{"zsh", manual::zshCompletion, "", 0},
+                                         Shell{"fish", manual::fishCompletion, "-l ", 2}),
+                         [](const auto& test) { return std::string(test.param.name); });
+
+/// The lists of words in the files for bash and fish are not quoted word by word.
+TEST(CompletionWords, NeedNoQuotes) {
+    const auto isPlain = [](std::string_view word) {
+        return std::all_of(word.begin(), word.end(), [](char letter) {
+            return std::isalnum(static_cast<unsigned char>(letter)) != 0 || letter == '_';
+        });
+    };
+    for (const std::string_view name : manual::tagNames()) {
+        EXPECT_TRUE(isPlain(name)) << name;
+    }
+    for (const OptionRow& row : optionTable()) {
+        for (const std::string_view word : manual::wordsOf(row)) {
+            EXPECT_TRUE(isPlain(word)) << word;
+        }
+    }
+}
+
+}  // namespace
