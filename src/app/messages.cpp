@@ -88,7 +88,7 @@ MessageDescription describeMessage(std::string_view shortOrFullId) {
         const std::string nearest = nearestNames(shortMessageId(shortOrFullId), ids);
         found.complaint += nearest.empty() ? ", the ids are: " : ", nearest: " + nearest;
         for (std::size_t index = 0; nearest.empty() && index < ids.size(); ++index) {
-            found.complaint += (index > 0 ? ", " : "") + std::string(ids[index]);
+            found.complaint.append(index > 0 ? ", " : "").append(ids[index]);
         }
     }
     return found;

@@ -156,7 +156,7 @@ std::string nearestNames(std::string_view word, const std::vector<std::string_vi
     near.erase(std::unique(near.begin(), near.end()), near.end());
     std::string text;
     for (std::size_t index = 0; index < std::min(near.size(), kMost); ++index) {
-        text += (index > 0 ? ", " : "") + std::string(near[index].second);
+        text.append(index > 0 ? ", " : "").append(near[index].second);
     }
     return text;
 }

@@ -5,9 +5,9 @@ set -u
 file=$MANUAL_FOLDER/_ifdsweep
 zsh -n $file || exit 1
 
-typeset -a specifications
+typeset -a entries
 compdef() { defined="$*" }
-_arguments() { specifications=("$@") }
+_arguments() { entries=("$@") }
 _describe() { offered=("${(@P)2}") }
 compset() { before="$*" }
 compadd() { offered=("${(@P)argv[-1]}") }
@@ -20,21 +20,21 @@ expect() {
     failures=1
 }
 
-# specification OPTION: what _arguments is told of it.
-specification() { print -rl -- "${(@M)specifications:#(\*|)$1(=|)\[*}" }
+# entry_of OPTION: what _arguments is told of it.
+entry_of() { print -rl -- "${(@M)entries:#(\*|)$1(=|)\[*}" }
 
 _ifdsweep
 expect compdef "_ifdsweep ifdsweep" "$defined"
-expect --format '--format=[text: for reading (default); json: an array with an object per file, natural values; ndjson: the same objects, one per line; typed: a line of JSON per file, with the class and size of every value; csv: a row per directory (RFC 4180)]:FORMAT:(text json ndjson typed csv)' "$(specification --format)"
-expect --tags '*--tags=[only these fields, in this order: names, numbers (270, 0x10e) or patterns (GPS*), in nested records too]:NAME,...:_ifdsweep_tags' "$(specification --tags)"
-expect --strict '--strict[exit status 3 when a warning was given that is not ignored]' "$(specification --strict)"
-expect --read-budget "--read-budget=[bytes that may be read of each file, with 64 for every jump, or \"unlimited\" (default: 16 MiB and 8 times the file's size)]:BYTES:(unlimited)" "$(specification --read-budget)"
-expect paths '*:PATH:_files' "$specifications[-1]"
+expect --format '--format=[text: for reading (default); json: an array with an object per file, natural values; ndjson: the same objects, one per line; typed: a line of JSON per file, with the class and size of every value; csv: a row per directory (RFC 4180)]:FORMAT:(text json ndjson typed csv)' "$(entry_of --format)"
+expect --tags '*--tags=[only these fields, in this order: names, numbers (270, 0x10e) or patterns (GPS*), in nested records too]:NAME,...:_ifdsweep_tags' "$(entry_of --tags)"
+expect --strict '--strict[exit status 3 when a warning was given that is not ignored]' "$(entry_of --strict)"
+expect --read-budget "--read-budget=[bytes that may be read of each file, with 64 for every jump, or \"unlimited\" (default: 16 MiB and 8 times the file's size)]:BYTES:(unlimited)" "$(entry_of --read-budget)"
+expect paths '*:PATH:_files' "$entries[-1]"
 
 names=(${(f)"$($PROGRAM --help | sed -n 's/^  \(-[a-z],\)\{0,1\}\(--[a-z-]*\).*/\2/p')"})
-expect "number of options" $#names $(($#specifications - 2))
+expect "number of options" $#names $(($#entries - 2))
 for name in $names; do
-    [[ -n $(specification $name) ]] || expect $name "a specification" none
+    [[ -n $(entry_of $name) ]] || expect $name "an entry" none
 done
 
 _ifdsweep_tags
