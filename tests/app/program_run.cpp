@@ -168,6 +168,9 @@ Running ProgramTest::start(const Launch& given) const {
         words.push_back(const_cast<char*>(argument.c_str()));
     }
     words.push_back(nullptr);
+    // A test that runs in the background may have been told to ignore them, and its children too.
+    ::signal(SIGINT, SIG_DFL);
+    ::signal(SIGTERM, SIG_DFL);
     const pid_t child = ::fork();
     if (child == 0) {
         const int input = ::open(launch.input.c_str(), O_RDONLY);
