@@ -4,6 +4,8 @@
 #include <cctype>
 #include <charconv>
 #include <cstdlib>
+#include <iterator>
+#include <span>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -38,14 +40,23 @@ std::optional<std::uint64_t> parseByteCount(std::string_view text) {
                                                                     : std::nullopt;
 }
 
-/// Adds options to the parser with the help of their rows.
+/// Adds options to the parser with the help of their rows. Most runs name one or two of them: an
+/// option that the arguments do not begin to name is left out, unless the help shows them all.
 class OptionBinder {
 public:
-    explicit OptionBinder(CLI::App& parsedCommand) : command(parsedCommand) {}
+    OptionBinder(CLI::App& parsedCommand, std::span<const std::string> arguments)
+        : command(parsedCommand) {
+        std::copy_if(arguments.begin(), arguments.end(), std::back_inserter(dashed),
+                     [](std::string_view argument) { return argument.starts_with('-'); });
+        showsAll = mentions("-h") || mentions("--help");
+    }
 
     /// An option whose value is stored by `store`, which says whether it took the text.
     template <class Store>
-    CLI::Option& value(const std::string& name, const std::string& expected, Store store) {
+    void value(const std::string& name, const std::string& expected, Store store) {
+        if (!isNeeded(name)) {
+            return;
+        }
         const OptionRow& row = optionRow(name);
         CLI::Option* option = command.add_option_function<std::string>(
             name,
@@ -57,12 +68,11 @@ public:
             std::string(row.help));
         option->type_name(std::string(row.placeholder))->trigger_on_parse();
         option->group(std::string(row.group));
-        return *option;
     }
 
     /// An option with a text that is stored as it is.
-    CLI::Option& text(const std::string& name, std::string& target) {
-        return value(name, "a text", [&target](const std::string& given) {
+    void text(const std::string& name, std::string& target) {
+        value(name, "a text", [&target](const std::string& given) {
             target = given;
             return !given.empty();
         });
@@ -77,21 +87,31 @@ public:
 
     /// An option without a value.
     template <class Act>
-    CLI::Option& flag(const std::string& name, Act act) {
+    void flag(const std::string& name, Act act) {
+        if (!isNeeded(name)) {
+            return;
+        }
         const OptionRow& row = optionRow(name);
         CLI::Option* option = command.add_flag_callback(name, act, std::string(row.help));
-        option->option_text(" ");  // the help names no options that exclude each other
         option->group(std::string(row.group));
-        return *option;
     }
 
     template <class Target>
-    CLI::Option& flag(const std::string& name, Target& target, Target set) {
-        return flag(name, [&target, set] { target = set; });
+    void flag(const std::string& name, Target& target, Target set) {
+        flag(name, [&target, set] { target = set; });
     }
 
 private:
+    [[nodiscard]] bool mentions(std::string_view name) const {
+        return std::any_of(dashed.begin(), dashed.end(), [name](std::string_view argument) {
+            return argument.starts_with(name);
+        });
+    }
+    [[nodiscard]] bool isNeeded(std::string_view name) const { return showsAll || mentions(name); }
+
     CLI::App& command;
+    std::vector<std::string_view> dashed;  ///< the arguments that may be options
+    bool showsAll = false;
 };
 
 template <class Target>
@@ -176,8 +196,14 @@ void addOutputOptions(OptionBinder& bind, OutputChoice& output) {
         output.shorten = text == "all" ? 0 : parseByteCount(text);
         return output.shorten && (*output.shorten > 0 || text == "all");
     });
-    CLI::Option& compact = bind.flag("--compact", output.layout, JsonLayout::compact);
-    bind.flag("--pretty", output.layout, JsonLayout::pretty).excludes(&compact);
+    const auto lay = [&output](JsonLayout layout) {
+        if (output.layout != JsonLayout::filePerLine && output.layout != layout) {
+            throw CLI::ValidationError("--compact and --pretty exclude each other");
+        }
+        output.layout = layout;
+    };
+    bind.flag("--compact", [lay] { lay(JsonLayout::compact); });
+    bind.flag("--pretty", [lay] { lay(JsonLayout::pretty); });
 }
 
 void addMessageOptions(OptionBinder& bind, Arguments& arguments) {
@@ -292,7 +318,8 @@ CommandLine parseCommandLine(int argumentCount, const char* const* arguments) {
     std::optional<std::string> information;
     CLI::App command(std::string(kDescription), "ifdsweep");
     command.set_help_flag();
-    OptionBinder bind(command);
+    std::vector<std::string> commandWords = shield(argumentCount, arguments);
+    OptionBinder bind(command, commandWords);
     addInputOptions(bind, result.arguments.input);
     addReadOptions(bind, result.arguments.read);
     addOutputOptions(bind, result.arguments.output);
@@ -305,7 +332,7 @@ CommandLine parseCommandLine(int argumentCount, const char* const* arguments) {
         ->type_name("")
         ->option_text("...");
     try {
-        command.parse(shield(argumentCount, arguments));
+        command.parse(std::move(commandWords));
         unshield(result.arguments.input.paths);
         if (information) {
             print(std::move(*information));

@@ -138,7 +138,7 @@ void BatchRun::takeFile(InputFile file) {
     if (waiting.file.failure.empty()) {
         pool.submit(firstNumber + window.size() - 1, waiting.file);
     } else {
-        fail(waiting, qxMessage(kInputFailureId, {qxMessageText(waiting.file.failure)}));
+        fail(waiting, inputFailure(waiting.file.failure));
     }
 }
 

@@ -61,20 +61,77 @@ constexpr bool arePlain(std::uint64_t bytes) {
     return ((bytes | below(0x20) | equal('"') | equal('\\') | equal(0x7F)) & kTop) == 0;
 }
 
-/// Whether a text of at least eight bytes is plain.
-bool isPlainText(std::string_view bytes) {
-    const auto word = [bytes](std::size_t begin) {
-        std::uint64_t eight = 0;
-        std::memcpy(&eight, bytes.data() + begin, sizeof eight);
-        return eight;
+constexpr std::size_t kWord = sizeof(std::uint64_t);
+
+std::uint64_t loadWord(const void* place) {
+    std::uint64_t word = 0;
+    std::memcpy(&word, place, sizeof word);
+    return word;
+}
+
+/// Eight bytes of a text.
+struct Eight {
+    std::uint64_t bytes;
+    bool areBytes;  ///< whether the units were bytes, or bytes widened with zeros
+};
+
+Eight loadEight(const char* units) {
+    return {loadWord(units), true};
+}
+
+Eight loadEight(const char16_t* units) {
+    // Four units to a word: the low bytes move together, the first unit to the lowest byte.
+    const auto narrow = [](std::uint64_t four) {
+        four = (four | four >> 8) & 0x0000FFFF0000FFFFU;
+        return (four | four >> 16) & 0xFFFFFFFFU;
     };
-    constexpr std::size_t kWord = sizeof(std::uint64_t);
-    for (std::size_t begin = 0; begin + kWord < bytes.size(); begin += kWord) {
-        if (!arePlain(word(begin))) {
+    const std::uint64_t first = loadWord(units);
+    const std::uint64_t second = loadWord(units + 4);
+    return {narrow(first) | narrow(second) << 32, ((first | second) & 0xFF00FF00FF00FF00U) == 0};
+}
+
+/// Copies a text that is plain, eight units at a time.
+/// @param text memory for it
+/// @return whether it was; otherwise what the memory holds is undefined
+template <class Unit>
+bool copyPlain(char* text, std::basic_string_view<Unit> units) {
+    if (units.size() < kWord) {
+        bool plain = true;
+        for (const Unit unit : units) {
+            plain &= isPlain(static_cast<char32_t>(unit));
+            *text++ = static_cast<char>(unit);
+        }
+        return plain;
+    }
+    // The last eight may have been seen in part.
+    for (std::size_t begin = 0;; begin = std::min(begin + kWord, units.size() - kWord)) {
+        const Eight eight = loadEight(units.data() + begin);
+        if (!eight.areBytes || !arePlain(eight.bytes)) {
             return false;
         }
+        std::memcpy(text + begin, &eight.bytes, kWord);
+        if (begin + kWord == units.size()) {
+            return true;
+        }
     }
-    return arePlain(word(bytes.size() - kWord));
+}
+
+/// Appends a plain text of moderate length as a JSON string; false for any other, and nothing is
+/// appended. Nearly all strings are such: names of fields, names of values, short texts.
+template <class Unit>
+bool appendPlainString(Output& output, std::basic_string_view<Unit> units) {
+    constexpr std::size_t kModerate = 256;
+    if (units.size() > kModerate) {
+        return false;
+    }
+    char* text = output.reserve(units.size() + 2);
+    if (!copyPlain(text + 1, units)) {
+        return false;
+    }
+    text[0] = '"';
+    text[units.size() + 1] = '"';
+    output.commit(text + units.size() + 2);
+    return true;
 }
 
 constexpr std::size_t kCodePointRoom = 6;
@@ -113,13 +170,8 @@ void appendAscii(Output& output, std::basic_string_view<Unit> units) {
         const auto piece = units.substr(0, kPiece);
         units.remove_prefix(piece.size());
         char* text = output.reserve(kPiece * kCodePointRoom);
-        bool plain = true;
-        for (const Unit unit : piece) {
-            plain &= isPlain(static_cast<char32_t>(unit));
-        }
-        if (plain) {
-            text = std::transform(piece.begin(), piece.end(), text,
-                                  [](Unit unit) { return static_cast<char>(unit); });
+        if (copyPlain(text, piece)) {
+            text += piece.size();
         } else {
             for (const Unit unit : piece) {
                 text = putCodePoint(text, static_cast<char32_t>(unit));
@@ -132,14 +184,7 @@ void appendAscii(Output& output, std::basic_string_view<Unit> units) {
 }  // namespace
 
 void appendJsonString(Output& output, std::string_view bytes) {
-    // Nearly all strings are names of fields: short and plain.
-    constexpr std::size_t kShort = 64;
-    if (bytes.size() >= sizeof(std::uint64_t) && bytes.size() <= kShort && isPlainText(bytes)) {
-        char* text = output.reserve(bytes.size() + 2);
-        *text++ = '"';
-        text += bytes.copy(text, bytes.size());
-        *text++ = '"';
-        output.commit(text);
+    if (appendPlainString(output, bytes)) {
         return;
     }
     output.append('"');
@@ -152,6 +197,9 @@ void appendJsonString(Output& output, std::string_view bytes) {
 }
 
 void appendJsonUnits(Output& output, std::u16string_view units) {
+    if (appendPlainString(output, units)) {
+        return;
+    }
     output.append('"');
     if (isAscii(units)) {
         appendAscii(output, units);
@@ -162,6 +210,9 @@ void appendJsonUnits(Output& output, std::u16string_view units) {
 }
 
 void appendJsonNaturalText(Output& output, std::u16string_view units, TextOrigin origin) {
+    if (appendPlainString(output, units)) {
+        return;
+    }
     output.append('"');
     const TextForm form = textForm(units, origin);
     if (form == TextForm::ascii) {

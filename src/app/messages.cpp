@@ -1,8 +1,8 @@
 #include "app/messages.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
-#include <vector>
 
 #include "app/tag_choice.h"
 
@@ -44,17 +44,11 @@ const host::MessageTextRow* findOwn(std::string_view id) {
     return nullptr;
 }
 
-template <class Visit>
-void forEachMessage(Visit&& visit) {
-    for (const host::MessageTextRow& row : host::messageTexts()) {
-        visit(row);
-    }
-    for (const host::MessageTextRow& row : kOwnTexts) {
-        visit(row);
-    }
-}
-
 }  // namespace
+
+qxMessage inputFailure(const std::string& reason) {
+    return {kInputFailureId, {qxMessageText(reason)}};
+}
 
 std::string messageText(const qxMessage& message) {
     const host::MessageTextRow* own = findOwn(message.id());
@@ -74,15 +68,25 @@ std::string_view shortMessageId(std::string_view id) {
     return id.substr(id.rfind(':') + 1);
 }
 
+std::vector<MessageDescription> describeMessages() {
+    std::vector<MessageDescription> descriptions;
+    const auto add = [&descriptions](const host::MessageTextRow& row) {
+        descriptions.push_back({row.id, row.text, row.explanation, ""});
+    };
+    std::for_each(host::messageTexts().begin(), host::messageTexts().end(), add);
+    std::for_each(kOwnTexts.begin(), kOwnTexts.end(), add);
+    return descriptions;
+}
+
 MessageDescription describeMessage(std::string_view shortOrFullId) {
     MessageDescription found;
     std::vector<std::string_view> ids;
-    forEachMessage([&](const host::MessageTextRow& row) {
-        ids.push_back(shortMessageId(row.id));
-        if (row.id == shortOrFullId || shortMessageId(row.id) == shortOrFullId) {
-            found = {row.id, row.text, row.explanation, ""};
+    for (const MessageDescription& message : describeMessages()) {
+        ids.push_back(shortMessageId(message.id));
+        if (message.id == shortOrFullId || ids.back() == shortOrFullId) {
+            found = message;
         }
-    });
+    }
     if (found.id.empty()) {
         found.complaint = "no message has the id " + std::string(shortOrFullId);
         const std::string nearest = nearestNames(shortMessageId(shortOrFullId), ids);

@@ -5,6 +5,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "gateway/qx.h"
 #include "host/message_texts.h"
@@ -20,6 +21,9 @@ inline constexpr const char* kWorkerDiedId = "ifdsweep:workerDied";
 inline constexpr const char* kTimeoutId = "ifdsweep:timeout";
 inline constexpr const char* kInputFailureId = "ifdsweep:inputFailure";
 
+/// The failure of a path that cannot be read at all.
+[[nodiscard]] qxMessage inputFailure(const std::string& reason);
+
 /// The text of any message, as `host::messageText` gives it: arguments put in, nothing escaped.
 [[nodiscard]] std::string messageText(const qxMessage& message);
 
@@ -33,6 +37,9 @@ struct MessageDescription {
     std::string_view explanation;
     std::string complaint;  ///< empty when there is such a message
 };
+
+/// Every message: those of the host's catalogue, then the program's own.
+[[nodiscard]] std::vector<MessageDescription> describeMessages();
 
 /// Finds a message by its short or full id. A complaint names the nearest ids, or all of them.
 [[nodiscard]] MessageDescription describeMessage(std::string_view shortOrFullId);

@@ -32,6 +32,10 @@ inline char* formatFinite(char* text, double value) {
     if (value >= 0.0 && value < kExactIntegers) {
         const auto integer = static_cast<std::uint64_t>(value);
         if (static_cast<double>(integer) == value && (integer != 0 || !std::signbit(value))) {
+            if (integer < 10) {
+                *text = static_cast<char>('0' + integer);
+                return text + 1;
+            }
             return std::to_chars(text, text + kNumberRoom, integer).ptr;
         }
     } else if (value < 0.0 && value > -kExactIntegers) {

@@ -65,9 +65,7 @@ int sweepOneFile(const Arguments& arguments, RunOutput& output, int standardInpu
     const InputFile file = InputFiles(arguments.input, output.identities()).next().value();
     interruption.endAtOnce();  // nothing is written that could be left half done
     const FileReport report =
-        file.failure.empty()
-            ? sweeper.sweep(file)
-            : sweeper.fail(file, qxMessage(kInputFailureId, {qxMessageText(file.failure)}));
+        file.failure.empty() ? sweeper.sweep(file) : sweeper.fail(file, inputFailure(file.failure));
     interruption.takeNote();
     log.begin();
     log.add(file, report, [&sweeper] { sweeper.write(); });

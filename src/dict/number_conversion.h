@@ -33,6 +33,9 @@ template <unsigned bits>
 [[nodiscard]] std::uint16_t toLowBits(double value) {
     static_assert(bits <= 16);
     constexpr double kModulus = std::uint32_t{1} << bits;
+    if (value >= 0 && value < kModulus) {
+        return static_cast<std::uint16_t>(value);
+    }
     if (!std::isfinite(value)) {
         return 0;
     }

@@ -6,7 +6,6 @@
 // `OrderedRows` owns the rows (a constant of static storage); `OrderedMap` is the view of them
 // that the readers use.
 
-#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -84,9 +83,15 @@ public:
         if (key < directKeys) {
             return direct[key] == 0 ? kNotFound : std::size_t{direct[key]} - 1;
         }
-        const std::uint16_t* end = keys + rowCount;
-        const std::uint16_t* found = std::lower_bound(keys + firstIndirect, end, key);
-        return found != end && *found == key ? static_cast<std::size_t>(found - keys) : kNotFound;
+        // Binary search of a fixed number of steps without a branch that could be guessed wrong.
+        const std::uint16_t* first = keys + firstIndirect;
+        for (std::size_t rows = rowCount - firstIndirect; rows > 1;) {
+            const std::size_t half = rows / 2;
+            first += first[half - 1] < key ? half : 0;
+            rows -= half;
+        }
+        return firstIndirect < rowCount && *first == key ? static_cast<std::size_t>(first - keys)
+                                                         : kNotFound;
     }
 
     /// The value of a key, or null.

@@ -5,22 +5,10 @@
 
 namespace {
 
-std::uint16_t reversed(std::uint16_t item) {
-    return __builtin_bswap16(item);
-}
-std::uint32_t reversed(std::uint32_t item) {
-    return __builtin_bswap32(item);
-}
-std::uint64_t reversed(std::uint64_t item) {
-    return __builtin_bswap64(item);
-}
-
 template <class Item>
 void reverseItems(std::uint8_t* bytes, std::size_t itemCount) {
     for (std::size_t i = 0; i < itemCount; ++i, bytes += sizeof(Item)) {
-        Item item;
-        std::memcpy(&item, bytes, sizeof item);
-        item = reversed(item);
+        const auto item = nativeItem<Item>(bytes, true);
         std::memcpy(bytes, &item, sizeof item);
     }
 }

@@ -12,6 +12,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <vector>
 
 #include "file/scratch_buffer.h"
 #include "file/wide.h"
@@ -140,6 +141,8 @@ public:
     ScratchBuffer dataBuffer;   ///< data of the entry that is being decoded
     /// Entries of the directory that is being read, one buffer for each level of nesting.
     std::array<ScratchBuffer, kMaximumNesting + 1> entryBuffers;
+    /// Room for the tags of that directory, at each level.
+    std::array<std::vector<KnownTag>, kMaximumNesting + 1> tagBuffers;
 
 private:
     void setLayout(FileFormat format);

@@ -1,7 +1,5 @@
 // The header, the skipping of directories, and the primitive readers of `TagFile`.
 
-#include <cstring>
-
 #include "file/raw2native.h"
 #include "file/tag_file.h"
 #include "gateway/messages.h"
@@ -89,12 +87,14 @@ void TagFile::skipDirectory() {
 }
 
 std::uint64_t TagFile::unsignedAt(const std::uint8_t* bytes, std::size_t width) const {
-    std::array<std::uint8_t, 8> low{};
-    std::memcpy(low.data(), bytes, width);
-    raw2native(low.data(), width, 1, needsByteSwap);
-    std::uint64_t value;
-    std::memcpy(&value, low.data(), sizeof value);
-    return value;
+    switch (width) {
+        case 2:
+            return nativeItem<std::uint16_t>(bytes, needsByteSwap);
+        case 4:
+            return nativeItem<std::uint32_t>(bytes, needsByteSwap);
+        default:
+            return nativeItem<std::uint64_t>(bytes, needsByteSwap);
+    }
 }
 
 std::size_t TagFile::readUnsigned(std::size_t width, std::uint64_t& out) {

@@ -64,7 +64,7 @@ private:
     };
     using Slab = std::unique_ptr<std::byte, SlabDeleter>;
 
-    static constexpr std::size_t kGranule = 32;  ///< sizes are multiples of it: that of a value
+    static constexpr std::size_t kGranule = 16;  ///< sizes are multiples of it: that of a value
     static constexpr std::size_t kSegmentSize = std::size_t{64} * 1024;
     static constexpr std::size_t kLargestSlab =
         std::size_t{2} * 1024 * 1024;  ///< that of a huge page

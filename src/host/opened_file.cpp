@@ -77,6 +77,9 @@ bool OpenedFile::seek() noexcept {
 
 const Fault* OpenedFile::nextFault(Fault::Operation operation, std::uint64_t& number) noexcept {
     ++number;
+    if (faults.empty()) {
+        return nullptr;
+    }
     const auto fault = std::find_if(faults.begin(), faults.end(), [&](const Fault& planned) {
         return planned.operation == operation && planned.number == number;
     });

@@ -28,16 +28,20 @@ enum class ValueKind : std::uint8_t { Double, Uint8, Char, Cell, Struct };
 
 }  // namespace host
 
-/// The value class behind the contract's opaque handle. 32 bytes; small contents lie inside it.
+/// The value class behind the contract's opaque handle. 16 bytes; small contents lie inside it.
 struct qxArray {
 public:
     qxArray(const qxArray&) = delete;
     qxArray& operator=(const qxArray&) = delete;
 
     [[nodiscard]] host::ValueKind kind() const noexcept { return valueKind; }
-    [[nodiscard]] std::size_t rows() const noexcept { return rowCount; }
-    [[nodiscard]] std::size_t columns() const noexcept { return columnCount; }
-    [[nodiscard]] std::size_t elementCount() const noexcept { return rowCount * columnCount; }
+    [[nodiscard]] std::size_t rows() const noexcept {
+        return shape == Shape::row ? 1 : shape == Shape::matrix ? dimensions().rows : length;
+    }
+    [[nodiscard]] std::size_t columns() const noexcept {
+        return shape == Shape::column ? 1 : shape == Shape::matrix ? dimensions().columns : length;
+    }
+    [[nodiscard]] std::size_t elementCount() const noexcept { return length; }
 
     /// The elements of a double array; empty for every other kind.
     [[nodiscard]] std::span<const double> doubles() const noexcept {
@@ -75,7 +79,20 @@ public:
 private:
     friend class host::ValueStore;
 
-    /// Head of the block of a cell or record array; the slots, element by element, follow it.
+    /// How the dimensions follow from the number of elements.
+    enum class Shape : std::uint8_t {
+        row,     ///< 1-by-N
+        column,  ///< N-by-1
+        empty,   ///< 0-by-0
+        matrix,  ///< any other; they stand in front of the contents, which are a block
+    };
+
+    struct Dimensions {
+        std::size_t rows;
+        std::size_t columns;
+    };
+
+    /// Head of the contents of a cell or record array; the slots, element by element, follow it.
     struct SlotBlock {
         std::shared_ptr<const host::FieldList> fields;  ///< null in a cell array
         std::size_t slotCount = 0;
@@ -85,12 +102,24 @@ private:
 
     union Content {
         std::byte bytes[8];  ///< the elements themselves, when they fit
-        void* block;         ///< otherwise where they lie
+        void* block;         ///< otherwise where they lie, behind the dimensions of a matrix
     };
 
-    qxArray(host::ValueKind kind, std::size_t rows, std::size_t columns) noexcept
-        : content{}, rowCount(rows), columnCount(columns), valueKind(kind) {}
+    qxArray(host::ValueKind kind, Shape valueShape, std::size_t elementCount) noexcept
+        : content{}, length(elementCount & kLengthMask), valueKind(kind), shape(valueShape) {}
     ~qxArray() = default;
+
+    [[nodiscard]] static Shape shapeOf(std::size_t rows, std::size_t columns) noexcept {
+        return rows == 1                   ? Shape::row
+               : columns == 1              ? Shape::column
+               : rows == 0 && columns == 0 ? Shape::empty
+                                           : Shape::matrix;
+    }
+
+    /// The dimensions of a matrix.
+    [[nodiscard]] Dimensions& dimensions() const noexcept {
+        return static_cast<Dimensions*>(content.block)[-1];
+    }
 
     [[nodiscard]] const void* data() const noexcept {
         return inPlace ? static_cast<const void*>(content.bytes) : content.block;
@@ -112,12 +141,15 @@ private:
         return valueKind == host::ValueKind::Cell || valueKind == host::ValueKind::Struct;
     }
 
+    static constexpr unsigned kLengthBits = 48;  ///< as many as an address has
+    static constexpr std::uint64_t kLengthMask = (std::uint64_t{1} << kLengthBits) - 1;
+
     Content content;
-    std::size_t rowCount;
-    std::size_t columnCount;
+    std::uint64_t length : kLengthBits;  ///< number of elements
     host::ValueKind valueKind;
-    bool inPlace = true;
-    bool isShared = false;  ///< a text whose block other values have too
+    Shape shape : 2;
+    bool inPlace : 1 = true;
+    bool isShared : 1 = false;  ///< a text whose block other values have too
 };
 
 namespace host {

@@ -27,18 +27,20 @@ std::size_t elementSize(ValueKind kind) noexcept {
     return sizeof(Value*);
 }
 
+constexpr std::size_t kInPlace = 8;  // the room for elements inside a value
+
+// The most elements or bytes that a value can have: half of what a process can address.
+constexpr std::size_t kLargest = std::size_t{1} << 46;
+
 /// The product of two sizes; std::bad_alloc when no memory can be that large, so that the sum with
 /// a block's head cannot wrap either.
 std::size_t checkedProduct(std::size_t first, std::size_t second) {
-    constexpr std::size_t kLargest = std::size_t{1} << 46;  // half of what a process can address
     std::size_t product = 0;
     if (__builtin_mul_overflow(first, second, &product) || product > kLargest) {
         throw std::bad_alloc();
     }
     return product;
 }
-
-constexpr std::size_t kInPlace = 8;  // the room for elements inside a value
 
 // Longer texts are hardly ever the same.
 constexpr std::size_t kLongestShared = 64;
@@ -69,8 +71,8 @@ Value* ValueStore::createRecords(std::size_t rows, std::size_t columns,
 }
 
 Value* ValueStore::createScalar(double number) {
-    Value* value = newValue(ValueKind::Double, 1, 1, sizeof number);
-    ::new (elements(*value)) double(number);
+    Value* value = newNode(ValueKind::Double, Value::Shape::row, 1);
+    ::new (value->content.bytes) double(number);
     return value;
 }
 
@@ -80,7 +82,7 @@ Value* ValueStore::createText(std::u16string_view units) {
         std::copy(units.begin(), units.end(), static_cast<char16_t*>(elements(*value)));
         return value;
     }
-    Value* value = newNode(ValueKind::Char, 1, units.size());
+    Value* value = newNode(ValueKind::Char, Value::Shape::row, units.size());
     SharedText*& recent = recentText(units);
     if (recent == nullptr || recent->text() != units) {
         try {
@@ -173,6 +175,7 @@ void ValueStore::destroy(Value* value) noexcept {
     // The arrays still to be freed form a list through their own blocks: no recursion, however
     // deep the nesting, and no memory.
     Value* pending = nullptr;
+    constexpr std::size_t kAhead = 16;  // values on their way from memory while others are freed
     const auto freeOrQueue = [&pending](Value* part) noexcept {
         if (part->hasSlots()) {
             part->slotBlock().nextToFree = std::exchange(pending, part);
@@ -183,8 +186,12 @@ void ValueStore::destroy(Value* value) noexcept {
     freeOrQueue(value);
     while (pending != nullptr) {
         Value* array = std::exchange(pending, pending->slotBlock().nextToFree);
-        for (Value* part : array->slots()) {
-            if (part != nullptr) {
+        const std::span<Value*> parts = array->slots();
+        for (std::size_t i = 0; i < parts.size(); ++i) {
+            if (i + kAhead < parts.size()) {
+                __builtin_prefetch(parts[i + kAhead], 1);
+            }
+            if (Value* part = parts[i]; part != nullptr) {
                 freeOrQueue(part);
             }
         }
@@ -201,20 +208,23 @@ void ValueStore::freeOne(Value* value) noexcept {
     if (value->isShared) {
         store->releaseShared(SharedText::of(*value));
     } else if (!value->inPlace) {
-        const std::size_t size = contentSizeOf(*value);
+        const std::span<std::byte> block = blockOf(*value);
         if (value->hasSlots()) {
             std::destroy_at(&value->slotBlock());
         }
-        store->pool.release(value->content.block, size);
+        store->pool.release(block.data(), block.size());
     }
     store->pool.release(value, sizeof(Value));
     --store->live;
 }
 
-std::size_t ValueStore::contentSizeOf(const Value& value) noexcept {
-    return value.hasSlots()
-               ? sizeof(Value::SlotBlock) + value.slotBlock().slotCount * sizeof(Value*)
-               : value.elementCount() * elementSize(value.kind());
+std::span<std::byte> ValueStore::blockOf(const Value& value) noexcept {
+    const std::size_t headSize =
+        value.shape == Value::Shape::matrix ? sizeof(Value::Dimensions) : 0;
+    const std::size_t contentSize =
+        value.hasSlots() ? sizeof(Value::SlotBlock) + value.slotBlock().slotCount * sizeof(Value*)
+                         : value.elementCount() * elementSize(value.kind());
+    return {static_cast<std::byte*>(value.content.block) - headSize, headSize + contentSize};
 }
 
 void ValueStore::failCreation(std::uint64_t number, std::exception_ptr error) noexcept {
@@ -224,31 +234,34 @@ void ValueStore::failCreation(std::uint64_t number, std::exception_ptr error) no
 
 Value* ValueStore::newValue(ValueKind kind, std::size_t rows, std::size_t columns,
                             std::size_t contentSize) {
-    const bool inPlace = contentSize <= kInPlace;
-    void* block = inPlace ? nullptr : pool.allocate(contentSize);
-    Value* value = nullptr;
+    const Value::Shape shape = Value::shapeOf(rows, columns);
+    Value* value = newNode(kind, shape, rows * columns);
+    const bool isMatrix = shape == Value::Shape::matrix;
+    if (contentSize <= kInPlace && !isMatrix) {
+        return value;
+    }
+    const std::size_t headSize = isMatrix ? sizeof(Value::Dimensions) : 0;
     try {
-        value = newNode(kind, rows, columns);
+        value->content.block =
+            static_cast<std::byte*>(pool.allocate(headSize + contentSize)) + headSize;
     } catch (...) {
-        if (!inPlace) {
-            pool.release(block, contentSize);
-        }
+        freeOne(value);
         throw;
     }
-    if (!inPlace) {
-        value->content.block = block;
-        value->inPlace = false;
+    value->inPlace = false;
+    if (isMatrix) {
+        ::new (&value->dimensions()) Value::Dimensions{rows, columns};
     }
     return value;
 }
 
-Value* ValueStore::newNode(ValueKind kind, std::size_t rows, std::size_t columns) {
-    static_assert(sizeof(Value) == 32, "two values share a cache line");
+Value* ValueStore::newNode(ValueKind kind, Value::Shape shape, std::size_t elementCount) {
+    static_assert(sizeof(Value) == 16, "four values share a cache line");
     static_assert(sizeof(Value::Content) == kInPlace);
     if (creationsUntilFailure != 0 && --creationsUntilFailure == 0) {
         std::rethrow_exception(std::exchange(creationFailure, nullptr));
     }
-    Value* value = ::new (pool.allocate(sizeof(Value))) Value(kind, rows, columns);
+    Value* value = ::new (pool.allocate(sizeof(Value))) Value(kind, shape, elementCount);
     ++live;
     return value;
 }

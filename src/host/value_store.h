@@ -87,12 +87,12 @@ private:
     [[nodiscard]] Value* newSlots(ValueKind kind, std::size_t rows, std::size_t columns,
                                   FieldListPointer fields);
     [[nodiscard]] const FieldListPointer& shareFields(std::span<const char* const> fieldNames);
-    [[nodiscard]] Value* newNode(ValueKind kind, std::size_t rows, std::size_t columns);
+    [[nodiscard]] Value* newNode(ValueKind kind, Value::Shape shape, std::size_t elementCount);
     [[nodiscard]] SharedText*& recentText(std::u16string_view units) noexcept;
     [[nodiscard]] SharedText* newSharedText(std::u16string_view units);
     void releaseShared(SharedText* shared) noexcept;
     static void unshare(Value& value);
-    [[nodiscard]] static std::size_t contentSizeOf(const Value& value) noexcept;
+    [[nodiscard]] static std::span<std::byte> blockOf(const Value& value) noexcept;
     static void replace(Value*& slot, Value* value) noexcept;
     static void freeOne(Value* value) noexcept;
 

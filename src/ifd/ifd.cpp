@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <iterator>
+#include <numeric>
 #include <string>
 #include <utility>
 
@@ -49,8 +50,11 @@ void IFD::process() {
 }
 
 void IFD::processIfdTags(std::span<const std::uint8_t> entries) {
-    // What nearly every directory holds; one with more known tags than there are names grows.
-    tags.reserve(std::min<std::uint64_t>(numEntries, kMaximumNames) + kRequiredFields.size());
+    // There can be millions of directories: the room in which a list grows serves them all, and
+    // each keeps a block of the right size.
+    std::vector<KnownTag>& room = tagFile->tagBuffers[tagFile->nestingDepth];
+    tags.swap(room);
+    tags.clear();
     for (; !entries.empty(); entries = entries.subspan(tagFile->entrySize)) {
         try {
             TiffTag tag(tagFile, entries.data(), ifdType);
@@ -63,9 +67,10 @@ void IFD::processIfdTags(std::span<const std::uint8_t> entries) {
     if (ifdType == primaryIFD && tagFile->fileFormat != FileFormat::jpeg) {
         processRequiredFields();
     }
-    // There can be millions of directories; the block of this one serves the next.
-    tags = std::vector<KnownTag>(std::make_move_iterator(tags.begin()),
-                                 std::make_move_iterator(tags.end()));
+    room = std::exchange(tags, std::vector<KnownTag>(std::make_move_iterator(tags.begin()),
+                                                     std::make_move_iterator(tags.end())));
+    bitDepth = std::accumulate(bitsPerSample.begin(), bitsPerSample.end(), 0.0);
+    bitsPerSample = std::vector<double>();
 }
 
 void IFD::keep(TiffTag& tag) {

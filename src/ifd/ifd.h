@@ -64,7 +64,8 @@ public:
     double height = 0;
     std::uint32_t requiredFieldFlags = 0;  ///< bit N: row N of the required fields was seen
     std::int32_t photometric = -1;
-    std::vector<double> bitsPerSample;
+    std::vector<double> bitsPerSample;  ///< empty again once the directory is read
+    double bitDepth = 0;                ///< their sum
     std::uint64_t samplesPerPixel = 1;  ///< the number of values of tag 277
 
 private:

@@ -2,8 +2,6 @@
 
 #include "dict/required_fields.h"
 
-#include <numeric>
-
 #include "dict/number_conversion.h"
 #include "dict/tag_names.h"
 #include "gateway/messages.h"
@@ -102,6 +100,5 @@ void IFD::setColorType(qxArray* records, std::size_t index) const {
 }
 
 void IFD::setBitDepth(qxArray* records, std::size_t index) const {
-    setField(records, index, "BitDepth",
-             makeDoubleScalar(std::accumulate(bitsPerSample.begin(), bitsPerSample.end(), 0.0)));
+    setField(records, index, "BitDepth", makeDoubleScalar(bitDepth));
 }

@@ -15,21 +15,52 @@ Item itemAt(const std::uint8_t* bytes, std::size_t index) {
     return item;
 }
 
+/// Reads values that are one item each.
 template <class Item>
-void widen(const std::uint8_t* bytes, std::size_t first, std::size_t number, double* out) {
-    for (std::size_t i = 0; i < number; ++i) {
-        out[i] = static_cast<double>(itemAt<Item>(bytes, first + i));
+struct Plain {
+    static double at(const std::uint8_t* bytes, std::size_t index) {
+        return static_cast<double>(itemAt<Item>(bytes, index));
     }
-}
+};
 
+/// Reads values that are a numerator and a denominator.
 template <class Item>
-void divide(const std::uint8_t* bytes, std::size_t first, std::size_t number, double* out) {
-    for (std::size_t i = 0; i < number; ++i) {
-        const auto numerator = itemAt<Item>(bytes, 2 * (first + i));
-        const auto denominator = itemAt<Item>(bytes, 2 * (first + i) + 1);
-        out[i] = denominator == 0
-                     ? kNotANumber
-                     : static_cast<double>(numerator) / static_cast<double>(denominator);
+struct Quotient {
+    static double at(const std::uint8_t* bytes, std::size_t index) {
+        const auto numerator = itemAt<Item>(bytes, 2 * index);
+        const auto denominator = itemAt<Item>(bytes, 2 * index + 1);
+        return denominator == 0 ? kNotANumber
+                                : static_cast<double>(numerator) / static_cast<double>(denominator);
+    }
+};
+
+/// Calls `use` with the reader of a type's values.
+template <class Use>
+auto withReader(TIFFDataType type, Use use) {
+    switch (type) {
+        case TIFF_BYTE:
+        case TIFF_UNDEFINED:
+            return use(Plain<std::uint8_t>());
+        case TIFF_SHORT:
+            return use(Plain<std::uint16_t>());
+        case TIFF_LONG:
+            return use(Plain<std::uint32_t>());
+        case TIFF_LONG8:
+            return use(Plain<std::uint64_t>());
+        case TIFF_SBYTE:
+            return use(Plain<std::int8_t>());
+        case TIFF_SSHORT:
+            return use(Plain<std::int16_t>());
+        case TIFF_SLONG:
+            return use(Plain<std::int32_t>());
+        case TIFF_FLOAT:
+            return use(Plain<float>());
+        case TIFF_RATIONAL:
+            return use(Quotient<std::uint32_t>());
+        case TIFF_SRATIONAL:
+            return use(Quotient<std::int32_t>());
+        default:
+            return use(Plain<double>());
     }
 }
 
@@ -39,32 +70,16 @@ NumericValues::NumericValues(std::span<const double> numbers)
     : bytes(static_cast<const std::uint8_t*>(static_cast<const void*>(numbers.data()))),
       count(numbers.size()) {}
 
-void NumericValues::copyTo(double* out, std::size_t first, std::size_t number) const {
-    switch (type) {
-        case TIFF_BYTE:
-        case TIFF_UNDEFINED:
-            return widen<std::uint8_t>(bytes, first, number, out);
-        case TIFF_SHORT:
-            return widen<std::uint16_t>(bytes, first, number, out);
-        case TIFF_LONG:
-            return widen<std::uint32_t>(bytes, first, number, out);
-        case TIFF_LONG8:
-            return widen<std::uint64_t>(bytes, first, number, out);
-        case TIFF_SBYTE:
-            return widen<std::int8_t>(bytes, first, number, out);
-        case TIFF_SSHORT:
-            return widen<std::int16_t>(bytes, first, number, out);
-        case TIFF_SLONG:
-            return widen<std::int32_t>(bytes, first, number, out);
-        case TIFF_FLOAT:
-            return widen<float>(bytes, first, number, out);
-        case TIFF_RATIONAL:
-            return divide<std::uint32_t>(bytes, first, number, out);
-        case TIFF_SRATIONAL:
-            return divide<std::int32_t>(bytes, first, number, out);
-        default:
-            return widen<double>(bytes, first, number, out);
-    }
+double NumericValues::operator[](std::size_t index) const {
+    return withReader(type, [&](auto reader) { return reader.at(bytes, index); });
+}
+
+void NumericValues::copyTo(double* out) const {
+    withReader(type, [&](auto reader) {
+        for (std::size_t i = 0; i < count; ++i) {
+            out[i] = reader.at(bytes, i);
+        }
+    });
 }
 
 std::span<const std::uint8_t> NumericValues::asBytes() const {

@@ -28,14 +28,10 @@ public:
     [[nodiscard]] bool empty() const { return count == 0; }
 
     /// Value `index`, which must be below `size()`. A rational with denominator 0 is NaN.
-    [[nodiscard]] double operator[](std::size_t index) const {
-        double value;
-        copyTo(&value, index, 1);
-        return value;
-    }
+    [[nodiscard]] double operator[](std::size_t index) const;
 
     /// Writes all values in order to `out`, which has room for `size()` of them.
-    void copyTo(double* out) const { copyTo(out, 0, count); }
+    void copyTo(double* out) const;
 
     /// The first `number` values; there are at least so many.
     [[nodiscard]] NumericValues first(std::size_t number) const {
@@ -49,8 +45,6 @@ public:
     [[nodiscard]] std::size_t zeroDenominators() const;
 
 private:
-    void copyTo(double* out, std::size_t first, std::size_t number) const;
-
     const std::uint8_t* bytes = nullptr;
     std::size_t count = 0;
     TIFFDataType type = TIFF_DOUBLE;

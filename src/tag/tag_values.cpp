@@ -87,6 +87,11 @@ void TiffTag::processGrayResponseUnit() {
     if (factor == nullptr || static_cast<double>(key) != code) {
         return;
     }
+    if (numericValues.size() == 1) {
+        singleNumber = *factor;
+        numericValues = NumericValues(std::span(&singleNumber, 1));
+        return;
+    }
     defaultNumbers.resize(numericValues.size());
     numericValues.copyTo(defaultNumbers.data());
     defaultNumbers[0] = *factor;

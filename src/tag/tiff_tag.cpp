@@ -14,25 +14,14 @@
 #include "file/tag_file.h"
 #include "gateway/messages.h"
 
-namespace {
-
-std::uint16_t readUnsigned16(const std::uint8_t* bytes, bool swap) {
-    std::uint16_t value;
-    std::memcpy(&value, bytes, sizeof value);
-    raw2native(&value, sizeof value, 1, swap);
-    return value;
-}
-
-}  // namespace
-
 void TiffTag::drop() {
     throw TiffTagsRecoverableError("TIiffTag::TiffTag");
 }
 
 TiffTag::TiffTag(TagFile* file, const std::uint8_t* entry, IFDtype_t_ kind)
-    : tagFile(file), tagId(readUnsigned16(entry, file->needsByteSwap)), ifdType(kind) {
+    : tagFile(file), tagId(nativeItem<std::uint16_t>(entry, file->needsByteSwap)), ifdType(kind) {
     setTagName();
-    dataType = readUnsigned16(entry + 2, file->needsByteSwap);
+    dataType = nativeItem<std::uint16_t>(entry + 2, file->needsByteSwap);
     const std::uint32_t width = dataTypeWidth(dataType);
     if (width == 0 && dataType != TIFF_NOTYPE) {
         warn<MessageId::unrecognizedTagFormatId>(dataType);

@@ -131,7 +131,8 @@ TEST(ArgumentsTest, wrongUsageIsToldWithTheOption) {
         {{"--memory", "0", "f"}, "--memory"},
         {{"--memory", "8G", "f"}, "8G"},
         {{"--strict=maybe", "f"}, "--strict"},
-        {{"--compact", "--pretty", "--format", "json", "f"}, "--compact"},
+        {{"--compact", "--pretty", "--format", "json", "f"}, "--compact and --pretty exclude"},
+        {{"--pretty", "--compact", "--format", "json", "f"}, "--compact and --pretty exclude"},
         // Options that are each right and do not go together.
         {{"--files-from", "-", "-"}, "the standard input is either the image"},
         {{"--resume", "j", "-"}, "--resume goes without the image -"},

@@ -26,9 +26,9 @@ namespace fs = std::filesystem;
 using programrun::childrenOf;
 using programrun::comesTrue;
 using programrun::Ending;
-using programrun::hasOpen;
 using programrun::Launch;
 using programrun::linesOf;
+using programrun::readerOf;
 using programrun::Running;
 
 const std::vector<std::string> kUnlimited{"--read-budget", "unlimited"};
@@ -46,9 +46,7 @@ protected:
         for (int time = 0; time < times; ++time) {
             pid_t reader = -1;
             ASSERT_TRUE(comesTrue([&] {
-                for (const pid_t worker : childrenOf(program.process())) {
-                    reader = hasOpen(worker, fileName) ? worker : reader;
-                }
+                reader = readerOf(program.process(), fileName);
                 return reader > 0;
             })) << fileName;
             ASSERT_EQ(::kill(reader, SIGKILL), 0);

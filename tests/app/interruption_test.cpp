@@ -17,12 +17,12 @@
 namespace {
 
 namespace fs = std::filesystem;
-using programrun::childrenOf;
 using programrun::comesTrue;
 using programrun::Ending;
 using programrun::hasOpen;
 using programrun::Launch;
 using programrun::linesOf;
+using programrun::readerOf;
 using programrun::Running;
 
 class InterruptionTest : public programrun::ProgramTest {
@@ -41,14 +41,7 @@ protected:
         Launch launch;
         launch.arguments = std::move(arguments);
         Running program = start(launch);
-        EXPECT_TRUE(comesTrue([&] {
-            for (const pid_t worker : childrenOf(program.process())) {
-                if (hasOpen(worker, "slow.tif")) {
-                    return true;
-                }
-            }
-            return false;
-        }));
+        EXPECT_TRUE(comesTrue([&] { return readerOf(program.process(), "slow.tif") > 0; }));
         return program;
     }
 };

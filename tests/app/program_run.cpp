@@ -138,6 +138,15 @@ bool hasOpen(pid_t process, const std::string& fileName) {
     return false;
 }
 
+pid_t readerOf(pid_t process, const std::string& fileName) {
+    for (const pid_t child : childrenOf(process)) {
+        if (hasOpen(child, fileName)) {
+            return child;
+        }
+    }
+    return -1;
+}
+
 void ProgramTest::SetUp() {
     std::string pattern = (fs::temp_directory_path() / "ifdsweep_XXXXXX").string();
     ASSERT_NE(::mkdtemp(pattern.data()), nullptr);

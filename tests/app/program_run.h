@@ -64,6 +64,9 @@ void becomeOrdinary();
 /// The processes that a process started and that have not ended.
 [[nodiscard]] std::vector<pid_t> childrenOf(pid_t process);
 
+/// The process, among those that a process started, that has a file of this name open; -1 for none.
+[[nodiscard]] pid_t readerOf(pid_t process, const std::string& fileName);
+
 /// Whether a process is there and has not ended.
 [[nodiscard]] bool isRunning(pid_t process);
 

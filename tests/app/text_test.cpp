@@ -169,6 +169,27 @@ TEST(JsonTextTest, longTextsCrossEveryBoundary) {
     }
 }
 
+TEST(JsonTextTest, oneUnitThatIsNotPlainIsSeenAtEveryPlace) {
+    for (const std::size_t length : {1U, 7U, 8U, 9U, 15U, 16U, 17U, 63U, 64U, 65U, 256U, 257U}) {
+        for (std::size_t place = 0; place < length; ++place) {
+            for (const char16_t unit : u"\x01\x1F \"\\~\x7F\x80\x100\u2241\uFF22") {
+                std::u16string units(length, u'A');
+                units[place] = unit;
+                const std::string utf8 = nlohmann::json::parse(jsonUnits(units));
+                const std::string expected =
+                    std::string(place, 'A') + rendered([&](app::Output& output) {
+                        output.commit(app::encodeUtf8(output.reserve(4), unit));
+                    }) +
+                    std::string(length - 1 - place, 'A');
+                ASSERT_EQ(utf8, expected);
+                ASSERT_EQ(nlohmann::json::parse(jsonBytes(expected)), expected);
+                ASSERT_EQ(nlohmann::json::parse(jsonNatural(units, TextOrigin::fileName)),
+                          expected);
+            }
+        }
+    }
+}
+
 TEST(JsonTextTest, base64) {
     // The examples of RFC 4648, section 10.
     const std::pair<std::string_view, std::string_view> rows[] = {{"", ""},

@@ -8,6 +8,7 @@
 #include <new>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "host/value_store.h"
@@ -68,6 +69,45 @@ TEST_F(Values, ArraysOfEverySizeHoldTheirElements) {
         const ValueHandle text(store.createText(std::u16string(count, u'x')));
         ASSERT_EQ(text->text(), std::u16string(count, u'x'));
         ASSERT_EQ(text->rows(), 1U);
+    }
+}
+
+TEST_F(Values, EveryShapeKeepsItsDimensions) {
+    constexpr std::array<std::pair<std::size_t, std::size_t>, 13> kShapes{
+        {{0, 0},
+         {0, 1},
+         {1, 0},
+         {1, 1},
+         {0, 5},
+         {5, 0},
+         {1, 5},
+         {5, 1},
+         {2, 2},
+         {3, 100},
+         {100, 3},
+         {0, std::size_t{1} << 60},
+         {70'000, 3}}};
+    constexpr std::array kKinds{ValueKind::Double, ValueKind::Uint8, ValueKind::Char,
+                                ValueKind::Cell, ValueKind::Struct};
+    constexpr std::array kNames{"A", "B"};
+    for (const auto& [rows, columns] : kShapes) {
+        for (const ValueKind kind : kKinds) {
+            const ValueHandle value(kind == ValueKind::Struct
+                                        ? store.createRecords(rows, columns, kNames)
+                                        : store.createArray(kind, rows, columns));
+            if (kind == ValueKind::Double || kind == ValueKind::Uint8) {
+                const std::size_t size = kind == ValueKind::Double ? sizeof(double) : 1;
+                std::fill_n(static_cast<std::uint8_t*>(ValueStore::elements(*value)),
+                            rows * columns * size, std::uint8_t{0xFF});
+            }
+            if (kind == ValueKind::Cell && rows * columns > 0) {
+                ValueStore::setCell(*value, rows * columns - 1, store.createScalar(1));
+                EXPECT_NE(value->cell(rows * columns - 1), nullptr);
+            }
+            EXPECT_EQ(value->rows(), rows);
+            EXPECT_EQ(value->columns(), columns);
+            EXPECT_EQ(value->elementCount(), rows * columns);
+        }
     }
 }
 

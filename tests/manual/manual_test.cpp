@@ -103,7 +103,7 @@ TEST(ManualPage, ShowsTheTextsAroundTheOptions) {
 }
 
 TEST(ManualPage, ExplainsEveryMessage) {
-    for (const MessageDescription& message : manual::messages()) {
+    for (const MessageDescription& message : describeMessages()) {
         expectInManual(std::string(shortMessageId(message.id)) + ' ' +
                        std::string(message.explanation));
     }
@@ -170,7 +170,7 @@ TEST(OptionTexts, HoldEveryMessage) {
         expected.emplace_back(id);
     }
     std::vector<std::string> found;
-    for (const MessageDescription& message : manual::messages()) {
+    for (const MessageDescription& message : describeMessages()) {
         EXPECT_EQ(message.complaint, "");
         found.emplace_back(shortMessageId(message.id));
     }
@@ -211,7 +211,7 @@ TEST_P(Completion, HoldsEveryTagAndMessage) {
     for (const std::string_view name : manual::tagNames()) {
         EXPECT_NE(text.find(name), std::string::npos) << name;
     }
-    for (const MessageDescription& message : manual::messages()) {
+    for (const MessageDescription& message : describeMessages()) {
         EXPECT_NE(text.find(shortMessageId(message.id)), std::string::npos) << message.id;
     }
 }

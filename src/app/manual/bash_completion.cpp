@@ -94,7 +94,7 @@ std::string bashCompletion() {
         }
     }
     std::vector<std::string_view> ids;
-    for (const MessageDescription& message : messages()) {
+    for (const MessageDescription& message : describeMessages()) {
         ids.push_back(shortMessageId(message.id));
     }
     std::string text(kHead);

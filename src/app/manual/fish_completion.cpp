@@ -46,7 +46,7 @@ std::string fishCompletion() {
         "    printf '%s\\n' \"$before\"$names\nend\n\n";
 
     text += "function __ifdsweep_messages\n    printf '%s\\t%s\\n'";
-    for (const MessageDescription& message : messages()) {
+    for (const MessageDescription& message : describeMessages()) {
         text.append(" \\\n        ").append(quoted(shortMessageId(message.id)));
         text.append(" ").append(quoted(message.text));
     }

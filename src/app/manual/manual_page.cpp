@@ -98,7 +98,7 @@ void addMessages(Page& page) {
         "A warning says what was left out of a file whose other fields are shown; an error ends "
         "its file only. Both carry an id that never changes its meaning. --explain shows one of "
         "them, by its short or full id:");
-    for (const MessageDescription& message : messages()) {
+    for (const MessageDescription& message : describeMessages()) {
         page.term(bold(shortMessageId(message.id)), {std::string(message.explanation)});
     }
 }

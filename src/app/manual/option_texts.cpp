@@ -1,10 +1,8 @@
 #include "app/manual/option_texts.h"
 
 #include <algorithm>
-#include <array>
 
 #include "gateway/tag_list.h"
-#include "host/message_texts.h"
 
 namespace app::manual {
 
@@ -70,20 +68,6 @@ std::vector<std::string_view> tagNames() {
         }
     }
     return names;
-}
-
-std::vector<MessageDescription> messages() {
-    constexpr std::array kOwnIds{kNoExifSegmentId,     kBadJpegSegmentId, kOutOfMemoryId,
-                                 kUnexpectedFailureId, kWorkerDiedId,     kTimeoutId,
-                                 kInputFailureId};
-    std::vector<MessageDescription> descriptions;
-    for (const host::MessageTextRow& row : host::messageTexts()) {
-        descriptions.push_back(describeMessage(row.id));
-    }
-    for (const char* id : kOwnIds) {
-        descriptions.push_back(describeMessage(id));
-    }
-    return descriptions;
 }
 
 std::string shellQuoted(std::string_view text) {

@@ -36,9 +36,6 @@ namespace app::manual {
 /// Every name for --tags, each once.
 [[nodiscard]] std::vector<std::string_view> tagNames();
 
-/// Every message that --explain and --ignore know.
-[[nodiscard]] std::vector<MessageDescription> messages();
-
 /// A text between single quotes, as bash and zsh read it.
 [[nodiscard]] std::string shellQuoted(std::string_view text);
 

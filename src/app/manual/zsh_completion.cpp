@@ -65,7 +65,7 @@ std::string zshCompletion() {
     text += "\n    )\n    compset -P '*,'\n    compadd -q -S , -a names\n}\n\n";
 
     text += "_ifdsweep_messages() {\n    local -a messages=(";
-    for (const MessageDescription& message : messages()) {
+    for (const MessageDescription& message : describeMessages()) {
         const std::string id = escaped(shortMessageId(message.id), ":");
         text += "\n        " + shellQuoted(id + ':' + escaped(message.text, ""));
     }
