@@ -15,6 +15,8 @@ namespace bench {
 
 class SlopeReporter : public benchmark::ConsoleReporter {
 public:
+    SlopeReporter() : ConsoleReporter(OO_None) {}  // no colours: a script reads the slopes
+
     void ReportRuns(const std::vector<Run>& runs) override {
         ConsoleReporter::ReportRuns(runs);
         for (const Run& run : runs) {
