@@ -173,7 +173,8 @@ void addReadOptions(OptionBinder& bind, ReadChoice& read) {
     });
 }
 
-void addOutputOptions(OptionBinder& bind, OutputChoice& output) {
+/// @param complaint what is wrong with options that are each right
+void addOutputOptions(OptionBinder& bind, OutputChoice& output, std::string& complaint) {
     bind.value("--format", "text, json, ndjson, typed or csv", storeWord(output.format, kFormats));
     bind.text("--output", output.file);
     bind.value("--tags", "names", [&output](const std::string& text) {
@@ -196,9 +197,9 @@ void addOutputOptions(OptionBinder& bind, OutputChoice& output) {
         output.shorten = text == "all" ? 0 : parseByteCount(text);
         return output.shorten && (*output.shorten > 0 || text == "all");
     });
-    const auto lay = [&output](JsonLayout layout) {
+    const auto lay = [&output, &complaint](JsonLayout layout) {
         if (output.layout != JsonLayout::filePerLine && output.layout != layout) {
-            throw CLI::ValidationError("--compact and --pretty exclude each other");
+            complaint = "--compact and --pretty exclude each other";
         }
         output.layout = layout;
     };
@@ -316,13 +317,14 @@ CommandLine parseCommandLine(int argumentCount, const char* const* arguments) {
         result.text = std::move(text);
     };
     std::optional<std::string> information;
+    std::string complaint;
     CLI::App command(std::string(kDescription), "ifdsweep");
     command.set_help_flag();
     std::vector<std::string> commandWords = shield(argumentCount, arguments);
     OptionBinder bind(command, commandWords);
     addInputOptions(bind, result.arguments.input);
     addReadOptions(bind, result.arguments.read);
-    addOutputOptions(bind, result.arguments.output);
+    addOutputOptions(bind, result.arguments.output, complaint);
     addMessageOptions(bind, result.arguments);
     addRunOptions(bind, result.arguments.run);
     addHelpOptions(bind, information);
@@ -334,10 +336,13 @@ CommandLine parseCommandLine(int argumentCount, const char* const* arguments) {
     try {
         command.parse(std::move(commandWords));
         unshield(result.arguments.input.paths);
+        if (complaint.empty()) {
+            complaint = combinationComplaint(result.arguments);
+        }
         if (information) {
             print(std::move(*information));
-        } else if (std::string text = combinationComplaint(result.arguments); !text.empty()) {
-            complain(std::move(text));
+        } else if (!complaint.empty()) {
+            complain(std::move(complaint));
         }
     } catch (const CLI::CallForHelp&) {
         command.footer(std::string(kFooter));

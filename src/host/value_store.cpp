@@ -258,6 +258,7 @@ Value* ValueStore::newValue(ValueKind kind, std::size_t rows, std::size_t column
 Value* ValueStore::newNode(ValueKind kind, Value::Shape shape, std::size_t elementCount) {
     static_assert(sizeof(Value) == 16, "four values share a cache line");
     static_assert(sizeof(Value::Content) == kInPlace);
+    static_assert(kLargest <= Value::kLengthMask);
     if (creationsUntilFailure != 0 && --creationsUntilFailure == 0) {
         std::rethrow_exception(std::exchange(creationFailure, nullptr));
     }

@@ -1,13 +1,11 @@
 #include "ifd/ifd.h"
 
-#include <algorithm>
 #include <array>
 #include <iterator>
 #include <numeric>
 #include <string>
 #include <utility>
 
-#include "dict/required_fields.h"
 #include "dict/tag_names.h"
 #include "file/tag_file.h"
 #include "gateway/messages.h"
@@ -18,6 +16,9 @@ namespace {
 
 /// A directory in a JPEG lies in one APP1 segment, which holds less than 64 KiB.
 constexpr std::uint64_t kMaximumApp1Bytes = 65536;
+
+/// Room for more tags than this is not kept: a directory that repeats its tags is rare.
+constexpr std::size_t kMostRoom = 4 * kMaximumNames;
 
 }  // namespace
 
@@ -67,8 +68,12 @@ void IFD::processIfdTags(std::span<const std::uint8_t> entries) {
     if (ifdType == primaryIFD && tagFile->fileFormat != FileFormat::jpeg) {
         processRequiredFields();
     }
-    room = std::exchange(tags, std::vector<KnownTag>(std::make_move_iterator(tags.begin()),
-                                                     std::make_move_iterator(tags.end())));
+    std::vector<KnownTag> exact(std::make_move_iterator(tags.begin()),
+                                std::make_move_iterator(tags.end()));
+    tags.swap(exact);
+    if (exact.capacity() <= kMostRoom) {
+        room.swap(exact);
+    }
     bitDepth = std::accumulate(bitsPerSample.begin(), bitsPerSample.end(), 0.0);
     bitsPerSample = std::vector<double>();
 }

@@ -253,6 +253,13 @@ TEST(ArgumentsTest, helpNamesEveryOption) {
     }
 }
 
+TEST(ArgumentsTest, helpAndVersionComeBeforeComplaintsAboutCombinations) {
+    for (const char* const option : {"-h", "--help", "--version"}) {
+        EXPECT_EQ(parse({"--compact", "--pretty", option}).action, Action::print) << option;
+        EXPECT_EQ(parse({"--compact", option}).action, Action::print) << option;
+    }
+}
+
 TEST(ArgumentsTest, version) {
     const auto line = parse({"--version"});
     EXPECT_EQ(line.action, Action::print);

@@ -182,6 +182,8 @@ TEST(JsonTextTest, oneUnitThatIsNotPlainIsSeenAtEveryPlace) {
                     }) +
                     std::string(length - 1 - place, 'A');
                 ASSERT_EQ(utf8, expected);
+                ASSERT_EQ(jsonUnits(units).find('\x7F'), std::string::npos);
+                ASSERT_EQ(jsonBytes(expected).find('\x7F'), std::string::npos);
                 ASSERT_EQ(nlohmann::json::parse(jsonBytes(expected)), expected);
                 ASSERT_EQ(nlohmann::json::parse(jsonNatural(units, TextOrigin::fileName)),
                           expected);
