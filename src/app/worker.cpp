@@ -27,7 +27,11 @@ namespace app {
 namespace {
 
 constexpr std::size_t kReadSize = std::size_t{64} * 1024;
+
+// Answers go to the main process so many bytes, or so many, at a time: the next requests must be
+// here before the last of those at hand are done.
 constexpr std::size_t kSendSize = std::size_t{128} * 1024;
+constexpr std::size_t kSendCount = 16;
 
 // No real file meets it: a record of 8 GiB of memory comes from a file of about a gigabyte of tags.
 constexpr std::uint64_t kDefaultMemory = std::uint64_t{8} << 30;
@@ -89,11 +93,12 @@ public:
             sendWithDescriptor(message, part.spill.get());
             return;
         }
-        if (waiting.empty()) {
+        if (senderIsIdle && waiting.empty()) {
             changed.notify_one();
         }
         packed::putText(waiting, body);
-        if (waiting.size() >= kSendSize) {
+        ++answersWaiting;
+        if (waiting.size() >= kSendSize || answersWaiting >= kSendCount) {
             sendWaiting();
         }
     }
@@ -109,7 +114,9 @@ private:
         constexpr std::chrono::milliseconds kLongest{50};
         std::unique_lock lock(mutex);
         while (!isEnding) {
+            senderIsIdle = true;
             changed.wait(lock, [this] { return isEnding || !waiting.empty(); });
+            senderIsIdle = false;
             const std::uint64_t before = timesSent;
             changed.wait_for(lock, kLongest, [this] { return isEnding; });
             if (timesSent == before) {
@@ -130,6 +137,7 @@ private:
         ++timesSent;
         FileDescriptorSink(socket).write(waiting);
         waiting.clear();
+        answersWaiting = 0;
     }
 
     void sendWithDescriptor(std::string_view message, int descriptor) {
@@ -158,6 +166,8 @@ private:
     std::mutex mutex;
     std::condition_variable changed;
     std::string waiting;
+    std::size_t answersWaiting = 0;
+    bool senderIsIdle = false;  ///< whether it waits for an answer, not for time to pass
     std::uint64_t timesSent = 0;
     bool isEnding = false;
     std::thread lateSender;  ///< last, so that it begins when all is there
