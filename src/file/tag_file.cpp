@@ -114,9 +114,35 @@ OwnedValue TagFile::repackageIfds() {
     return ifdTree.size() == 0 ? makeEmptyDouble() : ifdTree.repackageIfds();
 }
 
+std::size_t TagFile::read(void* out, std::size_t itemSize, std::size_t itemCount) {
+    const std::size_t got = std::fread(out, itemSize, itemCount, file.get());
+    if (got != itemCount) {
+        knownPosition.reset();
+    } else if (knownPosition) {
+        *knownPosition += itemSize * itemCount;
+    }
+    return got;
+}
+
 bool TagFile::seekTo(Wide target) {
-    return target <= std::numeric_limits<std::int64_t>::max() &&
-           fseeko(file.get(), static_cast<off_t>(lowBits(target)), SEEK_SET) == 0;
+    if (target > std::numeric_limits<std::int64_t>::max() ||
+        fseeko(file.get(), static_cast<off_t>(lowBits(target)), SEEK_SET) != 0) {
+        return false;
+    }
+    knownPosition = lowBits(target);
+    return true;
+}
+
+bool TagFile::seekToData(Wide target) {
+    const bool isAhead = knownPosition && target >= *knownPosition;
+    return (isAhead && readOver(target - *knownPosition)) || seekTo(target);
+}
+
+/// Moves over a few bytes by reading them; false when they are many, or missing.
+bool TagFile::readOver(Wide byteCount) {
+    std::array<std::uint8_t, 16> unused;
+    return byteCount <= unused.size() &&
+           read(unused.data(), 1, lowBits(byteCount)) == lowBits(byteCount);
 }
 
 bool TagFile::moveForward(Wide distance) {
@@ -124,7 +150,7 @@ bool TagFile::moveForward(Wide distance) {
 }
 
 std::uint64_t TagFile::position() const {
-    return static_cast<std::uint64_t>(ftello(file.get()));
+    return knownPosition ? *knownPosition : static_cast<std::uint64_t>(ftello(file.get()));
 }
 
 const std::string& TagFile::modificationDate() {

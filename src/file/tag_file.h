@@ -80,13 +80,15 @@ public:
     // The stream.
 
     /// Reads up to `itemCount` items; returns how many were read in full.
-    [[nodiscard]] std::size_t read(void* out, std::size_t itemSize, std::size_t itemCount) {
-        return std::fread(out, itemSize, itemCount, file.get());
-    }
+    [[nodiscard]] std::size_t read(void* out, std::size_t itemSize, std::size_t itemCount);
 
     /// Moves to a position from the start of the file. False when there is no such position or
     /// the move fails; the stream is then where it was.
     bool seekTo(Wide target);
+
+    /// The same, for the data of a tag. Most of them stand one behind the other, and to read over
+    /// what lies between costs less than to seek.
+    bool seekToData(Wide target);
 
     [[nodiscard]] std::uint64_t position() const;
     [[nodiscard]] std::uint64_t baseOffset() const {
@@ -149,8 +151,11 @@ private:
     [[nodiscard]] std::size_t readUnsigned(std::size_t width, std::uint64_t& out);
     [[nodiscard]] std::uint64_t unsignedAt(const std::uint8_t* bytes, std::size_t width) const;
     bool moveForward(Wide distance);
+    bool readOver(Wide byteCount);
     void skipDirectories();
     void skipDirectory();
 
+    /// Where the stream is; unknown after a read that came short.
+    std::optional<std::uint64_t> knownPosition = 0;
     std::optional<std::string> formattedDate;
 };

@@ -91,7 +91,7 @@ void TiffTag::setTagDataOffset(const std::uint8_t* entry, std::uint32_t width) {
     if (size > tagFile->offsetSize) {
         dataOffset = tagFile->readTagDataOffset(entry);
         const Wide position = Wide{dataOffset} + tagFile->baseOffset();
-        if (!tagFile->seekTo(position)) {
+        if (!tagFile->seekToData(position)) {
             warn<MessageId::badTagDataOffsetSeek>(tagId);
             drop();
         }

@@ -143,7 +143,7 @@ IFDSWEEP_TIFF_MATRIX(Messages);
 
 TEST_P(Messages, EachIsProvokedWithItsArguments) {
     const auto at = [](std::uint64_t position) { return '(' + std::to_string(position) + ')'; };
-    const TiffFile one = fileOf({{ascii(kArtist, "0123456789")}});
+    const TiffFile one = fileOf({{ascii(kArtist, "0123456789")}}, kFar);
     const std::size_t size = one.bytes.size();
     TiffFile two = fileOf({{shorts(256, {1})}, {shorts(256, {2})}});
     const TiffFile nested = fileOf({{pointer(kExif, {{{ascii(271, "m")}}})}});

@@ -18,7 +18,7 @@ Chain threePages() {
 
 class ReadBudget : public TiffMatrix {
 protected:
-    ReadBudget() : file(fileOf(threePages())) {}
+    ReadBudget() : file(fileOf(threePages(), kFar)) {}
 
     [[nodiscard]] Sweep sweptWith(std::uint64_t budget) const {
         return sweep(file.bytes, {}, [&](host::Host& host) { host.setReadBudget(budget); });

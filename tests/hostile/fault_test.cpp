@@ -60,7 +60,7 @@ Lines addedOf(const Sweep& swept) {
 
 class Failure : public TiffMatrix {
 protected:
-    Failure() : file(fileOf(twoPages())), map(file) {}
+    Failure() : file(fileOf(twoPages(), kFar)), map(file) {}
 
     [[nodiscard]] Sweep sweptWith(const Fault& fault, const Numbers& numbers = {}) const {
         return sweep(file.bytes, numbers,

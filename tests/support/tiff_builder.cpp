@@ -10,7 +10,7 @@ namespace {
 /// Appends directories to a file and writes the offsets that lead to them.
 class Writer {
 public:
-    explicit Writer(TiffFile& tiffFile) : file(tiffFile) {}
+    Writer(TiffFile& tiffFile, std::size_t dataGap) : file(tiffFile), gap(dataGap) {}
 
     void header(std::uint16_t version) {
         const std::uint8_t mark = file.format.byteOrder == ByteOrder::little ? 0x49 : 0x4D;
@@ -73,6 +73,7 @@ private:
         set(position + 4, file.format.isBig() ? 8 : 4, source.count);
         std::size_t data = valueField;
         if (source.items.size() * source.itemSize > file.format.offsetSize()) {
+            file.bytes.resize(file.bytes.size() + gap);
             align();
             data = file.bytes.size();
             file.bytes.resize(data + source.items.size() * source.itemSize);
@@ -102,6 +103,7 @@ private:
     }
 
     TiffFile& file;
+    std::size_t gap;
 };
 
 std::size_t itemSizeOf(std::uint16_t type) {
@@ -226,6 +228,11 @@ TiffBuilder& TiffBuilder::withFirstOffset(std::uint64_t offset) {
     return *this;
 }
 
+TiffBuilder& TiffBuilder::withGaps(std::size_t size) {
+    gap = size;
+    return *this;
+}
+
 TiffFile TiffBuilder::build() const {
     return buildBehind({});
 }
@@ -235,7 +242,7 @@ TiffFile TiffBuilder::buildBehind(const Bytes& prefix) const {
     file.format = format;
     file.bytes = prefix;
     file.base = prefix.size();
-    Writer writer(file);
+    Writer writer(file, gap);
     writer.header(version.value_or(format.isBig() ? 43 : 42));
     const std::size_t offsetField = file.bytes.size() - format.offsetSize();
     const std::uint64_t first = primary.empty() ? 0 : writer.chain(primary);

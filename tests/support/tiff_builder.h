@@ -131,6 +131,8 @@ public:
     TiffBuilder& withVersion(std::uint16_t word);
     /// Replaces the offset of the first directory.
     TiffBuilder& withFirstOffset(std::uint64_t offset);
+    /// Leaves so many bytes before the data of each entry.
+    TiffBuilder& withGaps(std::size_t size);
 
     /// The file as it stands on disk.
     [[nodiscard]] TiffFile build() const;
@@ -144,6 +146,7 @@ private:
     Chain primary{};
     std::optional<std::uint16_t> version{};
     std::optional<std::uint64_t> firstOffset{};
+    std::size_t gap = 0;
 };
 
 }  // namespace fixture

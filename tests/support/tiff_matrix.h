@@ -21,6 +21,9 @@ inline constexpr std::array<Format, 4> kFormats{{
     {Layout::big, ByteOrder::big},
 }};
 
+/// A gap that is sought over and not read over.
+inline constexpr std::size_t kFar = 32;
+
 /// Expected warnings, names and the like.
 using Lines = std::vector<std::string>;
 
@@ -34,8 +37,10 @@ using Lines = std::vector<std::string>;
 class TiffMatrix : public testing::TestWithParam<Format> {
 protected:
     [[nodiscard]] static Format format() { return GetParam(); }
-    [[nodiscard]] static TiffFile fileOf(const Chain& chain) {
+    /// @param gap as `TiffBuilder::withGaps`
+    [[nodiscard]] static TiffFile fileOf(const Chain& chain, std::size_t gap = 0) {
         TiffBuilder builder(GetParam());
+        builder.withGaps(gap);
         for (const Directory& directory : chain) {
             builder.add(directory);
         }

@@ -201,7 +201,8 @@ TEST_P(TagEntry, TheLargestCountIsPastTheEndWithoutReservingMemory) {
 
 TEST_P(TagEntry, AReadThatFailsNamesTheTagOrItsNumber) {
     const TiffFile file = fileOf(
-        {{ascii(kUnknown, "0123456789"), ascii(kArtist, "0123456789"), ascii(316, "still there")}});
+        {{ascii(kUnknown, "0123456789"), ascii(kArtist, "0123456789"), ascii(316, "still there")}},
+        kFar);
     const auto swept = [&](std::uint64_t read) {
         return sweep(file.bytes, {}, [&](host::Host& host) {
             host.files().setFaultPlan(
@@ -225,6 +226,39 @@ TEST_P(TagEntry, AReadThatFailsNamesTheTagOrItsNumber) {
                "unableToReadTiffTag('Artist', " + std::to_string(file.places[0].data[1]) + ')',
                "unableToReadTiffTag('HostComputer', " + std::to_string(file.places[0].data[2]) +
                    ')'}));
+}
+
+TEST_P(TagEntry, DataAreReadAtAnyDistance) {
+    const std::string text = "0123456789", odd = "01234567890";
+    for (std::size_t gap = 0; gap <= kFar; ++gap) {
+        const TiffFile file =
+            fileOf({{ascii(kArtist, text), ascii(316, odd), ascii(kUnknown, text)}}, gap);
+        const Sweep swept = sweep(file.bytes);
+        EXPECT_EQ(swept.added(),
+                  "Artist='" + text + "' HostComputer='" + odd + "' UnknownTags=(ID=60000 Offset=" +
+                      std::to_string(file.places[0].data[2]) + " Value='" + text + "')")
+            << "gap " << gap;
+        EXPECT_EQ(swept.warnings, Lines{}) << "gap " << gap;
+    }
+}
+
+TEST_P(TagEntry, DataAreSoughtWhereWhatLiesBeforeThemCannotBeRead) {
+    const TiffFile file = fileOf({{ascii(kArtist, "0123456789")}});
+    // The access that begins at the directory ends with the table: what follows it, the next
+    // offset, lies between it and the data.
+    const std::uint64_t directoryAccess = format().isBig() ? 5 : 4;  // after header and first looks
+    const std::size_t table = file.format.entryCountSize() + file.format.entrySize();
+    const Sweep swept = sweep(file.bytes, {}, [&](host::Host& host) {
+        host.files().setFaultPlan({{host::Fault::Operation::read, directoryAccess,
+                                    host::Fault::Effect::deliverShort, table}});
+    });
+    EXPECT_EQ(swept.added(), "Artist='0123456789'");
+    EXPECT_EQ(swept.warnings, Lines{});
+    const Sweep shorter = sweep(file.bytes, {}, [&](host::Host& host) {
+        host.files().setFaultPlan({{host::Fault::Operation::read, directoryAccess,
+                                    host::Fault::Effect::deliverShort, table - 1}});
+    });
+    EXPECT_EQ(shorter.error, "badIFDread('IFD #1')") << "the plan is for another access";
 }
 
 class TagEntryBigTiff : public TiffMatrix {};
