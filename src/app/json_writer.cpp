@@ -27,13 +27,28 @@ void appendNaturalArray(Output& output, const host::Value& value, AppendElement&
     });
 }
 
+/// A name that needs no escapes, and its colon.
+void appendPlainName(Output& output, std::string_view name) {
+    char* text = output.reserve(name.size() + 3);
+    *text++ = '"';
+    text += name.copy(text, name.size());
+    *text++ = '"';
+    *text++ = ':';
+    output.commit(text);
+}
+
 void appendNaturalRecords(Output& output, const host::Value& records) {
+    const bool plainNames = records.fieldNamesAreIdentifiers();
     appendJsonArray(output, records.elementCount(), [&](std::size_t element) {
         output.append('{');
         appendCommaList(output, records.fieldCount(), [&](std::size_t field) {
             const std::string_view name = records.fieldName(field);
-            appendJsonString(output, name);
-            output.append(':');
+            if (plainNames) {
+                appendPlainName(output, name);
+            } else {
+                appendJsonString(output, name);
+                output.append(':');
+            }
             appendNaturalValue(output, records.field(element, field), fieldTextOrigin(name));
         });
         output.append('}');

@@ -29,19 +29,17 @@ inline char* formatInteger(char* text, std::int64_t value) {
 inline char* formatFinite(char* text, double value) {
     // Nearly all numbers of a file are small integers, which need none of the work that the
     // shortest digits of a fraction take.
-    if (value >= 0.0 && value < kExactIntegers) {
-        const auto integer = static_cast<std::uint64_t>(value);
+    if (value > -kExactIntegers && value < kExactIntegers) {
+        const auto integer = static_cast<std::int64_t>(value);
         if (static_cast<double>(integer) == value && (integer != 0 || !std::signbit(value))) {
+            if (integer < 0) {
+                return formatInteger(text, integer);
+            }
             if (integer < 10) {
                 *text = static_cast<char>('0' + integer);
                 return text + 1;
             }
-            return std::to_chars(text, text + kNumberRoom, integer).ptr;
-        }
-    } else if (value < 0.0 && value > -kExactIntegers) {
-        const auto integer = static_cast<std::int64_t>(value);
-        if (static_cast<double>(integer) == value) {
-            return formatInteger(text, integer);
+            return std::to_chars(text, text + kNumberRoom, static_cast<std::uint64_t>(integer)).ptr;
         }
     }
     char* end = std::to_chars(text, text + kNumberRoom, value).ptr;

@@ -1,5 +1,6 @@
 #include "host/field_list.h"
 
+#include <algorithm>
 #include <bit>
 #include <cstring>
 #include <functional>
@@ -14,10 +15,20 @@ std::size_t hashOf(std::string_view name) noexcept {
     return std::hash<std::string_view>{}(name);
 }
 
+bool isIdentifier(std::string_view name) noexcept {
+    constexpr std::size_t kLongest = 63;
+    return name.size() <= kLongest && std::all_of(name.begin(), name.end(), [](char character) {
+               const char letter = static_cast<char>(character | 0x20);
+               return (letter >= 'a' && letter <= 'z') || (character >= '0' && character <= '9') ||
+                      character == '_';
+           });
+}
+
 }  // namespace
 
 FieldList::FieldList(std::span<const char* const> fieldNames)
-    : names(fieldNames.begin(), fieldNames.end()) {
+    : names(fieldNames.begin(), fieldNames.end()),
+      identifiersOnly(std::all_of(names.begin(), names.end(), isIdentifier)) {
     // A field number + 1 must fit in a table cell.
     if (names.size() >= std::numeric_limits<std::uint32_t>::max()) {
         throw std::bad_alloc();

@@ -24,6 +24,9 @@ public:
         return number < names.size() ? std::string_view(names[number]) : std::string_view();
     }
 
+    /// Whether every name consists of letters, digits and underscores of ASCII, at most 63.
+    [[nodiscard]] bool areIdentifiers() const noexcept { return identifiersOnly; }
+
     /// Whether the list has exactly these names in this order.
     [[nodiscard]] bool matches(std::span<const char* const> fieldNames) const noexcept;
 
@@ -36,6 +39,7 @@ public:
 
 private:
     std::vector<std::string> names;
+    bool identifiersOnly;
     std::vector<std::uint32_t> table;              ///< open addressing: field number + 1, 0 free
     mutable std::vector<std::uint32_t> successor;  ///< by field: the one found after it last time
 };

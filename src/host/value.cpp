@@ -16,6 +16,10 @@ std::string_view qxArray::fieldName(std::size_t fieldNumber) const noexcept {
                                                 : std::string_view();
 }
 
+bool qxArray::fieldNamesAreIdentifiers() const noexcept {
+    return valueKind == host::ValueKind::Struct && slotBlock().fields->areIdentifiers();
+}
+
 const qxArray* qxArray::field(std::size_t element, std::size_t fieldNumber) const noexcept {
     const std::size_t count = fieldCount();
     return fieldNumber < count && element < elementCount() ? slots()[element * count + fieldNumber]

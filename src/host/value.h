@@ -70,6 +70,9 @@ public:
     /// The name of a field, in the order of the field list; empty when there is no such field.
     [[nodiscard]] std::string_view fieldName(std::size_t fieldNumber) const noexcept;
 
+    /// Whether the field names consist of letters, digits and underscores of ASCII, at most 63.
+    [[nodiscard]] bool fieldNamesAreIdentifiers() const noexcept;
+
     /// The value in a field of an element; null when the field is empty or there is none.
     [[nodiscard]] const qxArray* field(std::size_t element, std::size_t fieldNumber) const noexcept;
 
