@@ -51,12 +51,6 @@ std::vector<FileIdentity> writtenFiles(const RunOutput& output, const Journal* j
     return files;
 }
 
-/// Memory that a part takes while it waits; one in a file counts as the most of one in memory, so
-/// that the open files are bounded too.
-std::uint64_t weightOf(const FilePart& part) {
-    return part.spill.isOpen() ? FilePart::kMostInMemory : part.bytes.size();
-}
-
 }  // namespace
 
 BatchRun::BatchRun(const Arguments& programArguments, RunOutput& runOutput, Journal* runJournal,
@@ -164,7 +158,7 @@ void BatchRun::keep(Waiting& waiting, FileReport report, FilePart part) {
     waiting.isDone = true;
     waiting.report = std::move(report);
     waiting.part = std::move(part);
-    heldBytes += weightOf(waiting.part);
+    heldBytes += waiting.part.weight();
 }
 
 void BatchRun::writeFinished() {
@@ -176,7 +170,7 @@ void BatchRun::writeFinished() {
         log.add(
             waiting.file, waiting.report, [&] { waiting.part.writeTo(output.stream()); },
             waiting.journalEntry);
-        heldBytes -= weightOf(waiting.part);
+        heldBytes -= waiting.part.weight();
         window.pop_front();
         ++firstNumber;
     }

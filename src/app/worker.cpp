@@ -31,7 +31,7 @@ constexpr std::size_t kReadSize = std::size_t{64} * 1024;
 // Answers go to the main process so many bytes, or so many, at a time: the next requests must be
 // here before the last of those at hand are done.
 constexpr std::size_t kSendSize = std::size_t{128} * 1024;
-constexpr std::size_t kSendCount = 16;
+constexpr std::size_t kSendCount = 32;
 
 // No real file meets it: a record of 8 GiB of memory comes from a file of about a gigabyte of tags.
 constexpr std::uint64_t kDefaultMemory = std::uint64_t{8} << 30;
@@ -62,8 +62,8 @@ void limitMemory(std::uint64_t bytes) {
 /// slow file behind it: a thread of the stream's sends what has waited too long.
 class AnswerStream {
 public:
-    explicit AnswerStream(int socketToMain)
-        : socket(socketToMain), lateSender([this] { sendLateOnes(); }) {}
+    AnswerStream(int socketToMain, PartRing& partRing)
+        : socket(socketToMain), ring(partRing), lateSender([this] { sendLateOnes(); }) {}
     AnswerStream(const AnswerStream&) = delete;
     AnswerStream& operator=(const AnswerStream&) = delete;
     ~AnswerStream() {
@@ -79,12 +79,7 @@ public:
         std::string body;
         packed::putNumber(body, number);
         packReport(body, report);
-        packed::putNumber(body, part.spill.isOpen() ? 1 : 0);
-        if (part.spill.isOpen()) {
-            packed::putNumber(body, part.spillSize);
-        } else {
-            packed::putText(body, part.bytes);
-        }
+        packPart(body, part);
         const std::lock_guard lock(mutex);
         if (part.spill.isOpen()) {
             sendWaiting();
@@ -109,7 +104,24 @@ public:
     }
 
 private:
-    // The other functions are called with the mutex held.
+    void packPart(std::string& body, const FilePart& part) {
+        const auto putPlace = [&body](PartPlace place) {
+            packed::putNumber(body, static_cast<std::uint64_t>(place));
+        };
+        if (part.spill.isOpen()) {
+            putPlace(PartPlace::file);
+            packed::putNumber(body, part.spillSize);
+        } else if (const auto position = ring.place(part.bytes)) {
+            putPlace(PartPlace::ring);
+            packed::putNumber(body, *position);
+            packed::putNumber(body, part.bytes.size());
+        } else {
+            putPlace(PartPlace::answer);
+            packed::putText(body, part.bytes);
+        }
+    }
+
+    // The following functions are called with the mutex held.
     void sendLateOnes() {
         constexpr std::chrono::milliseconds kLongest{50};
         std::unique_lock lock(mutex);
@@ -163,6 +175,7 @@ private:
     }
 
     int socket;
+    PartRing& ring;
     std::mutex mutex;
     std::condition_variable changed;
     std::string waiting;
@@ -175,10 +188,10 @@ private:
 
 class Worker {
 public:
-    Worker(int socketToMain, WorkerState& workerState, const Arguments& arguments, Colour colour,
-           int standardInput)
+    Worker(int socketToMain, WorkerState& workerState, PartRing& ring, const Arguments& arguments,
+           Colour colour, int standardInput)
         : state(workerState),
-          answers(socketToMain),
+          answers(socketToMain, ring),
           output(partSink),
           sweeper(arguments, output, colour, standardInput) {}
 
@@ -243,10 +256,10 @@ std::int64_t steadyNanoseconds() {
     return std::chrono::nanoseconds(std::chrono::steady_clock::now().time_since_epoch()).count();
 }
 
-void runWorker(int socket, WorkerState& state, const Arguments& arguments, Colour colour,
-               int standardInput) {
+void runWorker(int socket, WorkerState& state, PartRing& ring, const Arguments& arguments,
+               Colour colour, int standardInput) {
     limitMemory(arguments.run.memory.value_or(kDefaultMemory));
-    Worker worker(socket, state, arguments, colour, standardInput);
+    Worker worker(socket, state, ring, arguments, colour, standardInput);
     std::string incoming;
     std::vector<char> piece(kReadSize);
     while (true) {

@@ -4,8 +4,8 @@
 // report and its part of the output; a part that lies in a temporary file is handed over as such.
 //
 // A request is a packed text with number, sniffing and path; an answer is one with number, report,
-// whether the part lies in a file, and its bytes or size. Requests and answers stand one behind the
-// other; requests are answered in their order.
+// where the part lies, and what is to be known of that place. Requests and answers stand one behind
+// the other; requests are answered in their order.
 //
 // Ownership: borrows everything. Threads: the process's first one; a second sends answers.
 
@@ -13,6 +13,7 @@
 #include <cstdint>
 
 #include "app/arguments.h"
+#include "app/part_ring.h"
 #include "app/result_writer.h"
 
 namespace app {
@@ -25,11 +26,18 @@ struct WorkerState {
     std::atomic<std::int64_t> began{0};        ///< when, in nanoseconds of the steady clock
 };
 
+/// Where the part of an answer lies, and what follows in the answer.
+enum class PartPlace : std::uint8_t {
+    answer,  ///< its bytes
+    ring,    ///< position and size
+    file,    ///< size; the file's descriptor comes with the answer
+};
+
 /// Nanoseconds of the steady clock, which all processes share.
 [[nodiscard]] std::int64_t steadyNanoseconds();
 
 /// Answers requests until the socket ends.
-void runWorker(int socket, WorkerState& state, const Arguments& arguments, Colour colour,
-               int standardInput);
+void runWorker(int socket, WorkerState& state, PartRing& ring, const Arguments& arguments,
+               Colour colour, int standardInput);
 
 }  // namespace app

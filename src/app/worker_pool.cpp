@@ -9,7 +9,6 @@
 #include <new>
 #include <utility>
 
-#include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
@@ -27,7 +26,7 @@ namespace {
 // way there and back, too little for others to wait for.
 constexpr std::int64_t kNanosecondsAhead = 10'000'000;
 constexpr std::size_t kLeastDepth = 2;
-constexpr std::size_t kMostDepth = 64;
+constexpr std::size_t kMostDepth = 128;
 constexpr std::size_t kReceiveSize = std::size_t{256} * 1024;
 
 // No real file meets it: a gigabyte of tags takes seconds.
@@ -92,27 +91,13 @@ void keepDescriptor(msghdr& header, std::deque<Descriptor>& files) {
 
 }  // namespace
 
-WorkerPool::StateMemory::StateMemory(std::size_t stateCount) : count(stateCount) {
-    void* shared = ::mmap(nullptr, count * sizeof(WorkerState), PROT_READ | PROT_WRITE,
-                          MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-    if (shared == MAP_FAILED) {
-        throw std::bad_alloc();
-    }
-    states = static_cast<WorkerState*>(shared);
-    std::uninitialized_default_construct_n(states, count);
-}
-
-WorkerPool::StateMemory::~StateMemory() {
-    ::munmap(states, count * sizeof(WorkerState));
-}
-
 WorkerPool::WorkerPool(const Arguments& programArguments, Colour outputColour,
                        int standardInputFile, std::size_t mostWorkers)
     : arguments(programArguments),
       colour(outputColour),
       standardInput(standardInputFile),
       timeLimit(nanosecondsOf(arguments.run.timeout.value_or(kDefaultTimeout))),
-      memory(mostWorkers),
+      states(mostWorkers),
       processes(mostWorkers),
       received(kReceiveSize) {}
 
@@ -155,7 +140,10 @@ void WorkerPool::start(std::size_t index) {
     }
     process.socket.reset(ends[0]);
     Descriptor workerEnd(ends[1]);
-    WorkerState& state = memory.states[index];
+    if (process.ring == nullptr) {
+        process.ring = std::make_unique<PartRing>();
+    }
+    WorkerState& state = states[index];
     state.file = WorkerState::kNoFile;
     const pid_t mainProcess = ::getpid();
     process.id = ::fork();
@@ -171,7 +159,7 @@ void WorkerPool::start(std::size_t index) {
             ::_exit(1);
         }
         try {
-            runWorker(workerEnd.get(), state, arguments, colour, standardInput);
+            runWorker(workerEnd.get(), state, *process.ring, arguments, colour, standardInput);
         } catch (...) {
             ::_exit(1);
         }
@@ -211,7 +199,7 @@ std::chrono::milliseconds WorkerPool::untilNextDeadline(std::chrono::millisecond
     const std::int64_t now = steadyNanoseconds();
     std::int64_t least = std::chrono::nanoseconds(most).count();
     for (std::size_t index = 0; index < processes.size(); ++index) {
-        const WorkerState& state = memory.states[index];
+        const WorkerState& state = states[index];
         if (processes[index].id > 0 && state.file != WorkerState::kNoFile) {
             least = std::min(least, state.began + timeLimit - now);
         }
@@ -224,7 +212,7 @@ void WorkerPool::endLateOnes() {
     const std::int64_t now = steadyNanoseconds();
     for (std::size_t index = 0; index < processes.size(); ++index) {
         Process& process = processes[index];
-        const WorkerState& state = memory.states[index];
+        const WorkerState& state = states[index];
         if (process.id > 0 && !process.isLate && state.file != WorkerState::kNoFile &&
             now - state.began > timeLimit) {
             process.isLate = true;
@@ -320,12 +308,20 @@ WorkerAnswer WorkerPool::unpackAnswer(Process& process, std::string_view body) {
     WorkerAnswer answer;
     answer.number = packed::takeNumber(body);
     answer.report = unpackReport(body);
-    if (packed::takeNumber(body) != 0) {
-        answer.part.spillSize = packed::takeNumber(body);
-        answer.part.spill = std::move(process.incomingFiles.front());
-        process.incomingFiles.pop_front();
-    } else {
-        answer.part.bytes = packed::takeText(body);
+    switch (static_cast<PartPlace>(packed::takeNumber(body))) {
+        case PartPlace::answer:
+            answer.part.bytes = packed::takeText(body);
+            break;
+        case PartPlace::ring: {
+            const std::uint64_t position = packed::takeNumber(body);
+            answer.part.placed = process.ring->take(position, packed::takeNumber(body));
+            break;
+        }
+        case PartPlace::file:
+            answer.part.spillSize = packed::takeNumber(body);
+            answer.part.spill = std::move(process.incomingFiles.front());
+            process.incomingFiles.pop_front();
+            break;
     }
     return answer;
 }
@@ -336,11 +332,13 @@ void WorkerPool::replace(std::size_t index, std::vector<WorkerAnswer>& answers) 
     const int status = waitForEnd(process.id);
     std::deque<Request> requests = std::move(process.requests);
     const bool wasLate = process.isLate;
+    std::unique_ptr<PartRing> ring = std::move(process.ring);
     process = Process();
+    process.ring = std::move(ring);
 
     // A worker that was not reading blames the file that it would have read next: otherwise a
     // worker that cannot even start would be started for ever.
-    const std::uint64_t read = memory.states[index].file;
+    const std::uint64_t read = states[index].file;
     auto blamed = std::find_if(requests.begin(), requests.end(),
                                [read](const Request& request) { return request.number == read; });
     if (blamed == requests.end()) {

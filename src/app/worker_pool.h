@@ -26,7 +26,9 @@
 #include "app/file_part.h"
 #include "app/file_report.h"
 #include "app/input_file.h"
+#include "app/part_ring.h"
 #include "app/result_writer.h"
+#include "app/shared_memory.h"
 #include "app/worker.h"
 #include "gateway/qx.h"
 
@@ -70,24 +72,15 @@ private:
     struct Process {
         pid_t id = -1;
         Descriptor socket;
-        std::deque<Request> requests;  ///< sent and not answered
-        std::string outgoing;          ///< not sent yet
-        std::string incoming;          ///< not yet a whole answer
+        std::unique_ptr<PartRing> ring;  ///< of this process and of those in its place later
+        std::deque<Request> requests;    ///< sent and not answered
+        std::string outgoing;            ///< not sent yet
+        std::string incoming;            ///< not yet a whole answer
         std::deque<Descriptor> incomingFiles;
         std::size_t depth = 0;        ///< most requests at a time
         bool isFilling = true;        ///< gets requests: from half the depth on, up to all of it
         std::int64_t lastAnswer = 0;  ///< steady nanoseconds
         bool isLate = false;          ///< ended by the time limit
-    };
-
-    struct StateMemory {
-        StateMemory(std::size_t count);
-        ~StateMemory();
-        StateMemory(const StateMemory&) = delete;
-        StateMemory& operator=(const StateMemory&) = delete;
-
-        WorkerState* states;
-        std::size_t count;
     };
 
     [[nodiscard]] std::size_t roomiest() const;
@@ -105,8 +98,8 @@ private:
     const Arguments& arguments;
     Colour colour;
     int standardInput;
-    std::int64_t timeLimit;  ///< nanoseconds
-    StateMemory memory;
+    std::int64_t timeLimit;            ///< nanoseconds
+    SharedMemory<WorkerState> states;  ///< by process
     std::vector<Process> processes;
     std::vector<pollfd> polled;
     std::vector<char> received;
