@@ -33,8 +33,7 @@ constexpr Row<DataType> kDataTypeRows[] = {
 };
 // clang-format on
 
-constexpr OrderedRows kDataTypes(kDataTypeRows);
-constexpr OrderedMap<DataType> kTypes(kDataTypes);
+constexpr OrderedMap<DataType> kTypes(kOrdered<kDataTypeRows>);
 
 }  // namespace
 

@@ -3,12 +3,13 @@
 // Constant ordered maps from 16-bit keys, made at compile time from literal rows. Where a list
 // holds a key twice, the first row wins. Nothing is built when the module is loaded or called.
 //
-// `OrderedRows` owns the rows (a constant of static storage); `OrderedMap` is the view of them
-// that the readers use.
+// `kOrdered` is the constant that owns the rows; `OrderedMap` is the view of them that the readers
+// use. A key is found through the page of keys in which it lies, by two table accesses.
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
 
 /// One literal row.
 template <class Value>
@@ -17,12 +18,30 @@ struct Row {
     Value value;
 };
 
+/// The keys of a page share what is left of them when divided by so many.
+inline constexpr std::size_t kPageKeys = 128;
+inline constexpr std::size_t kPages = 65536 / kPageKeys;
+
+/// For each key of a page its row's number plus 1; 0 for none.
+using RowPage = std::array<std::uint16_t, kPageKeys>;
+
+/// The number of pages in which keys of the rows lie.
+template <class Value, std::size_t count>
+consteval std::size_t usedPages(const Row<Value> (&rows)[count]) {
+    std::array<bool, kPages> used{};
+    std::size_t number = 0;
+    for (const Row<Value>& row : rows) {
+        bool& isUsed = used[row.key / kPageKeys];
+        number += isUsed ? 0 : 1;
+        isUsed = true;
+    }
+    return number;
+}
+
 /// The rows of a map in ascending order of their keys, each key once.
-template <class Value, std::size_t capacity>
+template <class Value, std::size_t capacity, std::size_t pageCount>
 struct OrderedRows {
-    /// Keys below this bound are found by one table access: it covers the tags of TIFF 6.0, which
-    /// are nearly all that files hold.
-    static constexpr std::size_t kDirectKeys = 704;
+    static_assert(pageCount < 256, "a page's number is a byte");
 
     consteval explicit OrderedRows(const Row<Value> (&rows)[capacity]) {
         for (const Row<Value>& row : rows) {
@@ -41,20 +60,27 @@ struct OrderedRows {
             values[at] = row.value;
             ++size;
         }
+        std::uint8_t lastPage = 0;
         for (std::size_t i = 0; i < size; ++i) {
-            if (keys[i] < kDirectKeys) {
-                direct[keys[i]] = static_cast<std::uint16_t>(i + 1);
-                firstIndirect = i + 1;
+            std::uint8_t& page = pageOf[keys[i] / kPageKeys];
+            if (page == 0) {
+                page = ++lastPage;
             }
+            pages[page][keys[i] % kPageKeys] = static_cast<std::uint16_t>(i + 1);
         }
     }
 
     std::array<std::uint16_t, capacity> keys{};
     std::array<Value, capacity> values{};
     std::size_t size = 0;
-    std::size_t firstIndirect = 0;                    ///< first row with a key past the bound
-    std::array<std::uint16_t, kDirectKeys> direct{};  ///< row number plus 1; 0: no such key
+    std::array<std::uint8_t, kPages> pageOf{};
+    std::array<RowPage, pageCount + 1> pages{};  ///< the first is empty
 };
+
+/// The ordered rows of a list, which is a constant of static storage.
+template <const auto& rows>
+inline constexpr OrderedRows<decltype(rows[0].value), std::size(rows), usedPages(rows)> kOrdered(
+    rows);
 
 /// View of constant rows.
 template <class Value>
@@ -65,14 +91,13 @@ public:
     /// A map without rows.
     constexpr OrderedMap() = default;
 
-    template <std::size_t capacity>
-    constexpr explicit(false) OrderedMap(const OrderedRows<Value, capacity>& rows)
+    template <std::size_t capacity, std::size_t pageCount>
+    constexpr explicit(false) OrderedMap(const OrderedRows<Value, capacity, pageCount>& rows)
         : keys(rows.keys.data()),
           values(rows.values.data()),
           rowCount(rows.size),
-          firstIndirect(rows.firstIndirect),
-          direct(rows.direct.data()),
-          directKeys(rows.kDirectKeys) {}
+          pageOf(rows.pageOf.data()),
+          pages(rows.pages.data()) {}
 
     [[nodiscard]] constexpr std::size_t size() const { return rowCount; }
     [[nodiscard]] constexpr std::uint16_t keyAt(std::size_t row) const { return keys[row]; }
@@ -80,18 +105,8 @@ public:
 
     /// The row of a key in ascending order, or `kNotFound`.
     [[nodiscard]] constexpr std::size_t rowOf(std::uint16_t key) const {
-        if (key < directKeys) {
-            return direct[key] == 0 ? kNotFound : std::size_t{direct[key]} - 1;
-        }
-        // Binary search of a fixed number of steps without a branch that could be guessed wrong.
-        const std::uint16_t* first = keys + firstIndirect;
-        for (std::size_t rows = rowCount - firstIndirect; rows > 1;) {
-            const std::size_t half = rows / 2;
-            first += first[half - 1] < key ? half : 0;
-            rows -= half;
-        }
-        return firstIndirect < rowCount && *first == key ? static_cast<std::size_t>(first - keys)
-                                                         : kNotFound;
+        static_assert(kNotFound + 1 == 0, "no row is row number 0, less 1");
+        return std::size_t{pages[pageOf[key / kPageKeys]][key % kPageKeys]} - 1;
     }
 
     /// The value of a key, or null.
@@ -101,12 +116,14 @@ public:
     }
 
 private:
+    static constexpr std::array<std::uint8_t, kPages> kNoPages{};
+    static constexpr RowPage kEmptyPage{};
+
     const std::uint16_t* keys = nullptr;
     const Value* values = nullptr;
     std::size_t rowCount = 0;
-    std::size_t firstIndirect = 0;
-    const std::uint16_t* direct = nullptr;
-    std::size_t directKeys = 0;
+    const std::uint8_t* pageOf = kNoPages.data();
+    const RowPage* pages = &kEmptyPage;
 };
 
 /// Map to NUL-terminated texts of static storage.

@@ -332,9 +332,7 @@ constexpr Row<const char*> kInteropRows[] = {
 };
 // clang-format on
 
-constexpr OrderedRows kPrimaryNames(kPrimaryRows);
-constexpr OrderedRows kGpsNames(kGpsRows);
-constexpr OrderedRows kInteropNames(kInteropRows);
+constexpr const auto& kPrimaryNames = kOrdered<kPrimaryRows>;
 static_assert(kPrimaryNames.size == kMaximumNames);
 
 consteval RowSet rowsOfDefaultFields() {
@@ -351,8 +349,8 @@ consteval RowSet rowsOfDefaultFields() {
 }  // namespace
 
 constinit const TextMap primaryMap(kPrimaryNames);
-constinit const TextMap GPSmap(kGpsNames);
-constinit const TextMap interopMap(kInteropNames);
+constinit const TextMap GPSmap(kOrdered<kGpsRows>);
+constinit const TextMap interopMap(kOrdered<kInteropRows>);
 constinit const RowSet kDefaultFieldRows = rowsOfDefaultFields();
 
 const TextMap& dictionaryOf(IFDtype_t_ kind) {

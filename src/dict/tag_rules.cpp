@@ -110,10 +110,8 @@ constexpr Row<std::uint64_t> kComponentCountRows[] = {
 };
 // clang-format on
 
-constexpr OrderedRows kFieldTypes(kFieldTypeRows);
-constexpr OrderedMap<FieldTypeRule> kFieldTypeRules(kFieldTypes);
-constexpr OrderedRows kComponentCounts(kComponentCountRows);
-constexpr OrderedMap<std::uint64_t> kComponentCountRules(kComponentCounts);
+constexpr OrderedMap<FieldTypeRule> kFieldTypeRules(kOrdered<kFieldTypeRows>);
+constexpr OrderedMap<std::uint64_t> kComponentCountRules(kOrdered<kComponentCountRows>);
 
 }  // namespace
 

@@ -229,60 +229,34 @@ constexpr Row<const char*> kSubjectDistanceRangeRows[] = {
 
 // clang-format on
 
-constexpr OrderedRows kCompression(kCompressionRows);
-constexpr OrderedRows kPhotometricInterpretation(kPhotometricInterpretationRows);
-constexpr OrderedRows kPlanarConfiguration(kPlanarConfigurationRows);
-constexpr OrderedRows kResolutionUnit(kResolutionUnitRows);
-constexpr OrderedRows kPredictor(kPredictorRows);
-constexpr OrderedRows kInkSet(kInkSetRows);
-constexpr OrderedRows kJPEGProc(kJPEGProcRows);
-constexpr OrderedRows kYCbCrPositioning(kYCbCrPositioningRows);
-constexpr OrderedRows kExposureProgram(kExposureProgramRows);
-constexpr OrderedRows kMeteringMode(kMeteringModeRows);
-constexpr OrderedRows kLightSource(kLightSourceRows);
-constexpr OrderedRows kColorSpace(kColorSpaceRows);
-constexpr OrderedRows kSensingMethod(kSensingMethodRows);
-constexpr OrderedRows kFileSource(kFileSourceRows);
-constexpr OrderedRows kSceneType(kSceneTypeRows);
-constexpr OrderedRows kCustomRendered(kCustomRenderedRows);
-constexpr OrderedRows kExposureMode(kExposureModeRows);
-constexpr OrderedRows kWhiteBalance(kWhiteBalanceRows);
-constexpr OrderedRows kSceneCaptureType(kSceneCaptureTypeRows);
-constexpr OrderedRows kGainControl(kGainControlRows);
-constexpr OrderedRows kContrast(kContrastRows);
-constexpr OrderedRows kSaturation(kSaturationRows);
-constexpr OrderedRows kSharpness(kSharpnessRows);
-constexpr OrderedRows kSubjectDistanceRange(kSubjectDistanceRangeRows);
-
 constexpr Row<double> kGrayResponseUnitRows[] = {
     {1, 0.1}, {2, 0.01}, {3, 0.001}, {4, 0.0001}, {5, 0.00001},
 };
-constexpr OrderedRows kGrayResponseUnit(kGrayResponseUnitRows);
 
 }  // namespace
 
-constinit const TextMap compressionNames(kCompression);
-constinit const TextMap photometricInterpretationNames(kPhotometricInterpretation);
-constinit const TextMap planarConfigurationNames(kPlanarConfiguration);
-constinit const TextMap resolutionUnitNames(kResolutionUnit);
-constinit const TextMap predictorNames(kPredictor);
-constinit const TextMap inkSetNames(kInkSet);
-constinit const TextMap jpegProcNames(kJPEGProc);
-constinit const TextMap yCbCrPositioningNames(kYCbCrPositioning);
-constinit const TextMap exposureProgramNames(kExposureProgram);
-constinit const TextMap meteringModeNames(kMeteringMode);
-constinit const TextMap lightSourceNames(kLightSource);
-constinit const TextMap colorSpaceNames(kColorSpace);
-constinit const TextMap sensingMethodNames(kSensingMethod);
-constinit const TextMap fileSourceNames(kFileSource);
-constinit const TextMap sceneTypeNames(kSceneType);
-constinit const TextMap customRenderedNames(kCustomRendered);
-constinit const TextMap exposureModeNames(kExposureMode);
-constinit const TextMap whiteBalanceNames(kWhiteBalance);
-constinit const TextMap sceneCaptureTypeNames(kSceneCaptureType);
-constinit const TextMap gainControlNames(kGainControl);
-constinit const TextMap contrastNames(kContrast);
-constinit const TextMap saturationNames(kSaturation);
-constinit const TextMap sharpnessNames(kSharpness);
-constinit const TextMap subjectDistanceRangeNames(kSubjectDistanceRange);
-constinit const OrderedMap<double> grayResponseUnits(kGrayResponseUnit);
+constinit const TextMap compressionNames(kOrdered<kCompressionRows>);
+constinit const TextMap photometricInterpretationNames(kOrdered<kPhotometricInterpretationRows>);
+constinit const TextMap planarConfigurationNames(kOrdered<kPlanarConfigurationRows>);
+constinit const TextMap resolutionUnitNames(kOrdered<kResolutionUnitRows>);
+constinit const TextMap predictorNames(kOrdered<kPredictorRows>);
+constinit const TextMap inkSetNames(kOrdered<kInkSetRows>);
+constinit const TextMap jpegProcNames(kOrdered<kJPEGProcRows>);
+constinit const TextMap yCbCrPositioningNames(kOrdered<kYCbCrPositioningRows>);
+constinit const TextMap exposureProgramNames(kOrdered<kExposureProgramRows>);
+constinit const TextMap meteringModeNames(kOrdered<kMeteringModeRows>);
+constinit const TextMap lightSourceNames(kOrdered<kLightSourceRows>);
+constinit const TextMap colorSpaceNames(kOrdered<kColorSpaceRows>);
+constinit const TextMap sensingMethodNames(kOrdered<kSensingMethodRows>);
+constinit const TextMap fileSourceNames(kOrdered<kFileSourceRows>);
+constinit const TextMap sceneTypeNames(kOrdered<kSceneTypeRows>);
+constinit const TextMap customRenderedNames(kOrdered<kCustomRenderedRows>);
+constinit const TextMap exposureModeNames(kOrdered<kExposureModeRows>);
+constinit const TextMap whiteBalanceNames(kOrdered<kWhiteBalanceRows>);
+constinit const TextMap sceneCaptureTypeNames(kOrdered<kSceneCaptureTypeRows>);
+constinit const TextMap gainControlNames(kOrdered<kGainControlRows>);
+constinit const TextMap contrastNames(kOrdered<kContrastRows>);
+constinit const TextMap saturationNames(kOrdered<kSaturationRows>);
+constinit const TextMap sharpnessNames(kOrdered<kSharpnessRows>);
+constinit const TextMap subjectDistanceRangeNames(kOrdered<kSubjectDistanceRangeRows>);
+constinit const OrderedMap<double> grayResponseUnits(kOrdered<kGrayResponseUnitRows>);

@@ -28,8 +28,7 @@ constexpr Row<const char*> kColorTypeRows[] = {
     {32845, "LogLuv"},
     {34892, "LinearRaw"},
 };
-constexpr OrderedRows kColorTypes(kColorTypeRows);
-constexpr TextMap kColorTypeNames(kColorTypes);
+constexpr TextMap kColorTypeNames(kOrdered<kColorTypeRows>);
 
 std::vector<double> copyOf(const NumericValues& numbers) {
     std::vector<double> copy(numbers.size());

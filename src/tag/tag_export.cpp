@@ -16,8 +16,7 @@ constexpr Row<const char*> kSampleFormatRows[] = {
     {3, "IEEE floating point"}, {4, "Undefined"},
     {5, "Complex integer"},     {6, "Complex IEEE floating point"},
 };
-constexpr OrderedRows kSampleFormats(kSampleFormatRows);
-constexpr TextMap kSampleFormatNames(kSampleFormats);
+constexpr TextMap kSampleFormatNames(kOrdered<kSampleFormatRows>);
 
 OwnedValue sampleFormatName(double code) {
     return makeString(search_map(&kSampleFormatNames, toLowBits<16>(code)));

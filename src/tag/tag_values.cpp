@@ -40,8 +40,7 @@ struct TiffTag::Decoders {
         {41996, &TiffTag::processSubjectDistanceRange},
     };
     // clang-format on
-    static constexpr OrderedRows kOrderedRows{kRows};
-    static constexpr OrderedMap<void (TiffTag::*)()> kById{kOrderedRows};
+    static constexpr OrderedMap<void (TiffTag::*)()> kById{kOrdered<kRows>};
 };
 
 void TiffTag::processSpecificTag() {
