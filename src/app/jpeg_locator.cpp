@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <optional>
+#include <span>
 
 namespace app {
 namespace {
@@ -26,12 +28,14 @@ constexpr std::uint64_t kMaxPadding = 65536;
 /// Reads single bytes through a window, so that neighbouring segments cost one read.
 class Window {
 public:
-    explicit Window(ByteReader& byteReader) : reader(byteReader) {}
+    explicit Window(const host::ByteSource& bytesOfFile) : file(bytesOfFile) {}
 
     std::optional<std::uint8_t> byteAt(std::uint64_t position) {
         if (position < start || position - start >= size) {
             start = position;
-            size = reader.readAt(position, bytes);
+            const std::ptrdiff_t got =
+                file.read(position, std::as_writable_bytes(std::span(bytes)));
+            size = static_cast<std::size_t>(std::max<std::ptrdiff_t>(got, 0));
             if (size == 0) {
                 return std::nullopt;
             }
@@ -40,7 +44,7 @@ public:
     }
 
 private:
-    ByteReader& reader;
+    const host::ByteSource& file;
     std::array<std::uint8_t, 4096> bytes;
     std::uint64_t start = 0;
     std::size_t size = 0;
@@ -58,15 +62,15 @@ bool holdsExif(Window& window, std::uint64_t position) {
 
 }  // namespace
 
-bool beginsAsJpeg(ByteReader& reader) {
+bool beginsAsJpeg(const host::ByteSource& file) {
     std::array<std::uint8_t, 2> start{};
-    return reader.readAt(0, start) == start.size() && start[0] == kPrefix &&
-           start[1] == kStartOfImage;
+    return file.read(0, std::as_writable_bytes(std::span(start))) == std::ssize(start) &&
+           start[0] == kPrefix && start[1] == kStartOfImage;
 }
 
-JpegSearch findExifHeader(ByteReader& reader) {
+JpegSearch findExifHeader(const host::ByteSource& file) {
     using enum JpegSearch::Outcome;
-    Window window(reader);
+    Window window(file);
     std::uint64_t position = 2;  // behind the start of image
     std::uint64_t padding = 0;   // bytes passed since the last segment ended
     while (true) {

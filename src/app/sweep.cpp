@@ -3,10 +3,8 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <cstdio>
 #include <cstring>
 #include <iterator>
-#include <limits>
 #include <memory>
 #include <new>
 #include <span>
@@ -19,28 +17,6 @@
 namespace app {
 namespace {
 
-struct StreamCloser {
-    void operator()(std::FILE* stream) const noexcept { std::fclose(stream); }
-};
-
-/// Reads a stdio stream of the host's, which need not exist.
-class StreamReader final : public ByteReader {
-public:
-    explicit StreamReader(std::FILE* openStream) : stream(openStream) {}
-
-    [[nodiscard]] bool isOpen() const { return stream != nullptr; }
-
-    std::size_t readAt(std::uint64_t position, std::span<std::uint8_t> target) override {
-        const bool reachable =
-            isOpen() && position <= static_cast<std::uint64_t>(std::numeric_limits<off_t>::max()) &&
-            fseeko(stream.get(), static_cast<off_t>(position), SEEK_SET) == 0;
-        return reachable ? std::fread(target.data(), 1, target.size(), stream.get()) : 0;
-    }
-
-private:
-    std::unique_ptr<std::FILE, StreamCloser> stream;
-};
-
 /// What the first bytes of a file say, and where its TIFF stream begins.
 struct Beginning {
     bool isImage = false;
@@ -48,11 +24,11 @@ struct Beginning {
     std::optional<qxMessage> jpegFailure{};  ///< a JPEG file without a stream
 };
 
-bool beginsAsTiff(ByteReader& reader) {
+bool beginsAsTiff(const host::ByteSource& file) {
     static constexpr std::string_view kSignatures[]{
         {"II*\0", 4}, {"MM\0*", 4}, {"II+\0", 4}, {"MM\0+", 4}};
     std::array<std::uint8_t, 4> start{};
-    return reader.readAt(0, start) == start.size() &&
+    return file.read(0, std::as_writable_bytes(std::span(start))) == std::ssize(start) &&
            std::any_of(std::begin(kSignatures), std::end(kSignatures), [&](std::string_view bytes) {
                return std::memcmp(bytes.data(), start.data(), start.size()) == 0;
            });
@@ -60,15 +36,15 @@ bool beginsAsTiff(ByteReader& reader) {
 
 /// Looks at the first bytes. Where a file does not exist, the entry point says so better: it
 /// passes for an image.
-Beginning lookAt(const std::u16string& name, Sniff sniff) {
-    StreamReader reader(qxOpenFile(name, "rb"));
-    if (!reader.isOpen()) {
+Beginning lookAt(host::FileService& files, const std::u16string& name, Sniff sniff) {
+    const auto file = files.bytes(name);
+    if (file == nullptr) {
         return {.isImage = true};
     }
-    if (!beginsAsJpeg(reader)) {
-        return {.isImage = sniff == Sniff::off || beginsAsTiff(reader)};
+    if (!beginsAsJpeg(*file)) {
+        return {.isImage = sniff == Sniff::off || beginsAsTiff(*file)};
     }
-    const JpegSearch search = findExifHeader(reader);
+    const JpegSearch search = findExifHeader(*file);
     const auto position = static_cast<std::int64_t>(search.position);
     switch (search.outcome) {
         case JpegSearch::Outcome::found:
@@ -82,12 +58,12 @@ Beginning lookAt(const std::u16string& name, Sniff sniff) {
 }
 
 /// Finds the position of the TIFF stream; absent when the file is to be left alone.
-std::optional<double> findInitialOffset(const std::u16string& name, const SweepNumbers& numbers,
-                                        Sniff sniff) {
+std::optional<double> findInitialOffset(host::FileService& files, const std::u16string& name,
+                                        const SweepNumbers& numbers, Sniff sniff) {
     if (numbers.initialOffset && sniff == Sniff::off) {
         return numbers.initialOffset;
     }
-    const Beginning beginning = lookAt(name, sniff);
+    const Beginning beginning = lookAt(files, name, sniff);
     if (!beginning.isImage && sniff == Sniff::on) {
         return std::nullopt;
     }
@@ -128,7 +104,7 @@ SweepOutcome sweep(host::Host& host, std::string_view file, const SweepNumbers& 
         outcome.firstIfdIndex = numbers.firstIfdIndex;
         outcome.maxIfdCount = numbers.maxIfdCount;
         const std::u16string name = host::fileNameFromSystem(file);
-        const auto offset = findInitialOffset(name, numbers, sniff);
+        const auto offset = findInitialOffset(host.files(), name, numbers, sniff);
         outcome.isImage = offset.has_value();
         if (offset) {
             outcome.initialOffset = *offset;

@@ -174,6 +174,10 @@ std::FILE* FileService::open(const std::u16string& name, const char* mode) {
     return file == nullptr ? nullptr : openStream(std::move(file));
 }
 
+std::shared_ptr<const ByteSource> FileService::bytes(const std::u16string& name) {
+    return find(name);
+}
+
 std::optional<SpentBudget> FileService::takeSpentBudget() noexcept {
     if (currentFile != nullptr && currentFile->takeRefusal()) {
         spentBudget = SpentBudget{currentFile->budget(), currentFile->size()};

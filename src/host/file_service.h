@@ -69,6 +69,10 @@ public:
     [[nodiscard]] bool exists(const std::u16string& name);
     [[nodiscard]] std::FILE* open(const std::u16string& name, const char* mode);
 
+    /// The bytes of a file as the cache holds them, past read budget and planned faults, while it
+    /// is the one looked at; null where the path does not exist. Raises what `open` raises.
+    [[nodiscard]] std::shared_ptr<const ByteSource> bytes(const std::u16string& name);
+
     /// Reports the spent budget of the file looked at, once.
     [[nodiscard]] std::optional<SpentBudget> takeSpentBudget() noexcept;
 

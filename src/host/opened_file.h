@@ -16,6 +16,8 @@
 // A refused read costs no budget, and a list of pointers may hold millions of them: after
 // `kMostRefusals` seeks fail too, which ends a list at its next pointer.
 //
+// A look at the bytes past the streams, as a ByteSource, costs no budget and meets no fault.
+//
 // What the C library reads ahead of the module counts until the next seek or the closing of the
 // stream, when what was left unread is taken back.
 
@@ -33,7 +35,7 @@
 
 namespace host {
 
-class OpenedFile {
+class OpenedFile final : public ByteSource {
 public:
     /// What a fresh access counts beside its bytes.
     static constexpr std::uint64_t kFreshAccessCost = 64;
@@ -49,7 +51,13 @@ public:
     [[nodiscard]] const qxFileStatus& status() const noexcept { return reportedStatus; }
     [[nodiscard]] std::uint64_t budget() const noexcept { return readBudget; }
     [[nodiscard]] std::uint64_t countedBytes() const noexcept { return counted; }
-    [[nodiscard]] std::uint64_t size() const noexcept { return source->size(); }
+    [[nodiscard]] std::uint64_t size() const noexcept override { return source->size(); }
+
+    /// Reads what is there, past budget and faults.
+    [[nodiscard]] std::ptrdiff_t read(std::uint64_t position,
+                                      std::span<std::byte> target) const noexcept override {
+        return cache->read(*source, position, target);
+    }
 
     /// Whether a read has been refused; tells so once.
     [[nodiscard]] bool takeRefusal() noexcept;

@@ -13,25 +13,23 @@ namespace {
 using Bytes = std::vector<std::uint8_t>;
 using Outcome = app::JpegSearch::Outcome;
 
-/// Serves bytes in memory and counts the reads.
-class MemoryReader final : public app::ByteReader {
+/// Bytes in memory that count how often they are read.
+class CountedBytes final : public host::ByteSource {
 public:
-    explicit MemoryReader(Bytes fileBytes) : bytes(std::move(fileBytes)) {}
+    explicit CountedBytes(Bytes fileBytes) : bytes(std::move(fileBytes)), memory(bytes) {}
 
-    std::size_t readAt(std::uint64_t position, std::span<std::uint8_t> target) override {
+    [[nodiscard]] std::uint64_t size() const noexcept override { return memory.size(); }
+    [[nodiscard]] std::ptrdiff_t read(std::uint64_t position,
+                                      std::span<std::byte> target) const noexcept override {
         ++reads;
-        if (position >= bytes.size()) {
-            return 0;
-        }
-        const auto start = bytes.begin() + static_cast<std::ptrdiff_t>(position);
-        const std::size_t size =
-            std::min(target.size(), bytes.size() - static_cast<std::size_t>(position));
-        std::copy_n(start, size, target.begin());
-        return size;
+        return memory.read(position, target);
     }
 
+    mutable std::size_t reads = 0;
+
+private:
     Bytes bytes;
-    std::size_t reads = 0;
+    host::MemoryBytes memory;
 };
 
 Bytes operator+(Bytes left, const Bytes& right) {
@@ -102,7 +100,7 @@ const Case kCases[] = {
 class JpegLocatorTest : public testing::TestWithParam<Case> {};
 
 TEST_P(JpegLocatorTest, findsTheHeaderOrSaysWhy) {
-    MemoryReader reader(GetParam().file);
+    CountedBytes reader(GetParam().file);
     const app::JpegSearch search = app::findExifHeader(reader);
     EXPECT_EQ(search.outcome, GetParam().outcome);
     EXPECT_EQ(search.position, GetParam().position);
@@ -114,7 +112,7 @@ INSTANTIATE_TEST_SUITE_P(All, JpegLocatorTest, testing::ValuesIn(kCases),
 TEST(JpegLocatorTest, endsForEveryLengthOfAFile) {
     const Bytes whole = kStart + kJfif + kXmp + kExif;
     for (std::size_t size = 2; size < whole.size(); ++size) {
-        MemoryReader reader(
+        CountedBytes reader(
             Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size)));
         const app::JpegSearch search = app::findExifHeader(reader);
         const bool complete = size >= whole.size() - 4;  // the TIFF header itself is not looked at
@@ -123,7 +121,7 @@ TEST(JpegLocatorTest, endsForEveryLengthOfAFile) {
 }
 
 TEST(JpegLocatorTest, neighbouringSegmentsCostOneRead) {
-    MemoryReader reader(kStart + kJfif + kXmp + kExif + kScan);
+    CountedBytes reader(kStart + kJfif + kXmp + kExif + kScan);
     EXPECT_EQ(app::findExifHeader(reader).outcome, Outcome::found);
     EXPECT_EQ(reader.reads, 1U);
 }
@@ -133,7 +131,7 @@ TEST(JpegLocatorTest, knowsTheStartOfAJpegFile) {
                                              {{0xFF}, false},       {{}, false},
                                              {{0xFF, 0xD9}, false}, {{'I', 'I', 42, 0}, false}};
     for (const auto& [bytes, expected] : starts) {
-        MemoryReader reader(bytes);
+        CountedBytes reader(bytes);
         EXPECT_EQ(app::beginsAsJpeg(reader), expected) << testing::PrintToString(bytes);
     }
 }
