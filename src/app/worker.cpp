@@ -31,7 +31,7 @@ constexpr std::size_t kReadSize = std::size_t{64} * 1024;
 // Answers go to the main process so many bytes, or so many, at a time: the next requests must be
 // here before the last of those at hand are done.
 constexpr std::size_t kSendSize = std::size_t{128} * 1024;
-constexpr std::size_t kSendCount = 32;
+constexpr std::size_t kSendCount = 64;
 
 // No real file meets it: a record of 8 GiB of memory comes from a file of about a gigabyte of tags.
 constexpr std::uint64_t kDefaultMemory = std::uint64_t{8} << 30;

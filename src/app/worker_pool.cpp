@@ -26,7 +26,7 @@ namespace {
 // way there and back, too little for others to wait for.
 constexpr std::int64_t kNanosecondsAhead = 10'000'000;
 constexpr std::size_t kLeastDepth = 2;
-constexpr std::size_t kMostDepth = 128;
+constexpr std::size_t kMostDepth = 256;
 constexpr std::size_t kReceiveSize = std::size_t{256} * 1024;
 
 // No real file meets it: a gigabyte of tags takes seconds.
