@@ -97,9 +97,10 @@ host::ValueHandle arbitraryCells(host::Host& host, FuzzInput& input, unsigned de
 }
 
 host::ValueHandle arbitraryRecords(host::Host& host, FuzzInput& input, unsigned depth) {
-    constexpr std::array kNames{"Filename", "FileModDate", "Format",   "Width",   "UnknownTags",
-                                "ID",       "Offset",      "Value",    "SubIFDs", "DigitalCamera",
-                                "Make",     "XMP",         "Colormap", "GPSInfo", "Artist"};
+    constexpr std::array kNames{
+        "Filename", "FileModDate", "Format",  "Width",           "UnknownTags", "ID",
+        "Offset",   "Value",       "SubIFDs", "DigitalCamera",   "Make",        "XMP",
+        "Colormap", "GPSInfo",     "Artist",  "Odd \"\xC3\xA9\n"};
     const std::size_t first = input.below(kNames.size());
     const std::size_t count = input.below(kNames.size() - first + 1);
     const auto names = std::span(kNames).subspan(first, count);

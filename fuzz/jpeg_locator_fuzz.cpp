@@ -9,26 +9,30 @@
 
 namespace {
 
-/// The file's bytes, with a count of the reads.
-class CountedBytes final : public host::ByteSource {
+/// Bytes in memory that end where the file does.
+class MemoryReader final : public app::ByteReader {
 public:
-    explicit CountedBytes(std::span<const std::uint8_t> fileBytes) : memory(fileBytes) {}
+    explicit MemoryReader(std::span<const std::uint8_t> fileBytes) : bytes(fileBytes) {}
 
-    [[nodiscard]] std::uint64_t size() const noexcept override { return memory.size(); }
-    [[nodiscard]] std::ptrdiff_t read(std::uint64_t position,
-                                      std::span<std::byte> target) const noexcept override {
+    std::size_t readAt(std::uint64_t position, std::span<std::uint8_t> target) override {
         ++reads;
-        return memory.read(position, target);
+        if (position >= bytes.size()) {
+            return 0;
+        }
+        const auto piece = bytes.subspan(static_cast<std::size_t>(position));
+        const std::size_t length = std::min(piece.size(), target.size());
+        std::copy_n(piece.begin(), length, target.begin());
+        return length;
     }
 
-    mutable std::size_t reads = 0;
+    std::size_t reads = 0;
 
 private:
-    host::MemoryBytes memory;
+    std::span<const std::uint8_t> bytes;
 };
 
 app::JpegSearch search(std::span<const std::uint8_t> file) {
-    CountedBytes reader(file);
+    MemoryReader reader(file);
     const app::JpegSearch result = app::findExifHeader(reader);
     // A step goes on by two bytes or more, and needs three reads at most.
     fuzz::require(reader.reads <= 2 * file.size() + 8, "the walk goes on at every step");
@@ -40,7 +44,7 @@ app::JpegSearch search(std::span<const std::uint8_t> file) {
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     using Outcome = app::JpegSearch::Outcome;
     const std::span file(data, size);
-    CountedBytes reader(file);
+    MemoryReader reader(file);
     const bool isJpeg = size >= 2 && data[0] == 0xFF && data[1] == 0xD8;
     fuzz::require(app::beginsAsJpeg(reader) == isJpeg, "a JPEG file begins FF D8");
     const app::JpegSearch found = search(file);

@@ -3,7 +3,8 @@
 // File part: what the output shows of one file, kept until its turn comes: in memory while it is
 // small, of its own or in the ring of a worker; in a temporary file when it is not.
 //
-// Ownership: owns memory, place in a ring and file. Threads: one at a time.
+// Ownership: owns memory and file, and its place in a ring that outlives it. Threads: one at a
+// time.
 
 #include <cstdint>
 #include <string>

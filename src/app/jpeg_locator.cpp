@@ -2,9 +2,7 @@
 
 #include <algorithm>
 #include <array>
-#include <cstddef>
 #include <optional>
-#include <span>
 
 namespace app {
 namespace {
@@ -28,14 +26,12 @@ constexpr std::uint64_t kMaxPadding = 65536;
 /// Reads single bytes through a window, so that neighbouring segments cost one read.
 class Window {
 public:
-    explicit Window(const host::ByteSource& bytesOfFile) : file(bytesOfFile) {}
+    explicit Window(ByteReader& byteReader) : reader(byteReader) {}
 
     std::optional<std::uint8_t> byteAt(std::uint64_t position) {
         if (position < start || position - start >= size) {
             start = position;
-            const std::ptrdiff_t got =
-                file.read(position, std::as_writable_bytes(std::span(bytes)));
-            size = static_cast<std::size_t>(std::max<std::ptrdiff_t>(got, 0));
+            size = reader.readAt(position, bytes);
             if (size == 0) {
                 return std::nullopt;
             }
@@ -44,7 +40,7 @@ public:
     }
 
 private:
-    const host::ByteSource& file;
+    ByteReader& reader;
     std::array<std::uint8_t, 4096> bytes;
     std::uint64_t start = 0;
     std::size_t size = 0;
@@ -62,15 +58,15 @@ bool holdsExif(Window& window, std::uint64_t position) {
 
 }  // namespace
 
-bool beginsAsJpeg(const host::ByteSource& file) {
+bool beginsAsJpeg(ByteReader& reader) {
     std::array<std::uint8_t, 2> start{};
-    return file.read(0, std::as_writable_bytes(std::span(start))) == std::ssize(start) &&
-           start[0] == kPrefix && start[1] == kStartOfImage;
+    return reader.readAt(0, start) == start.size() && start[0] == kPrefix &&
+           start[1] == kStartOfImage;
 }
 
-JpegSearch findExifHeader(const host::ByteSource& file) {
+JpegSearch findExifHeader(ByteReader& reader) {
     using enum JpegSearch::Outcome;
-    Window window(file);
+    Window window(reader);
     std::uint64_t position = 2;  // behind the start of image
     std::uint64_t padding = 0;   // bytes passed since the last segment ended
     while (true) {

@@ -3,13 +3,26 @@
 // JPEG locator: finds the TIFF header of a JPEG file's Exif block by walking the marker segments
 // (ISO/IEC 10918-1, Annex B; Exif 2.3, 4.7.2).
 //
-// Ownership: the file is borrowed for the length of the call. Threads: any.
+// Ownership: the reader is borrowed for the length of the call. Threads: any.
 
+#include <cstddef>
 #include <cstdint>
-
-#include "host/byte_source.h"
+#include <span>
 
 namespace app {
+
+/// Random access to the bytes of a file.
+class ByteReader {
+public:
+    ByteReader() = default;
+    ByteReader(const ByteReader&) = delete;
+    ByteReader& operator=(const ByteReader&) = delete;
+    virtual ~ByteReader() = default;
+
+    /// Reads bytes into `target` from a byte position; returns how many there were, short only at
+    /// the end of the file or where it cannot be read.
+    virtual std::size_t readAt(std::uint64_t position, std::span<std::uint8_t> target) = 0;
+};
 
 /// What the walk found.
 struct JpegSearch {
@@ -24,10 +37,10 @@ struct JpegSearch {
 };
 
 /// Whether a file begins like a JPEG file.
-[[nodiscard]] bool beginsAsJpeg(const host::ByteSource& file);
+[[nodiscard]] bool beginsAsJpeg(ByteReader& reader);
 
 /// Finds the TIFF header behind "Exif\0\0" in the first APP1 segment that begins so.
-/// @param file one that begins as JPEG
-[[nodiscard]] JpegSearch findExifHeader(const host::ByteSource& file);
+/// @param reader a file that begins as JPEG
+[[nodiscard]] JpegSearch findExifHeader(ByteReader& reader);
 
 }  // namespace app

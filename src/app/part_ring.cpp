@@ -4,28 +4,28 @@ namespace app {
 
 PlacedPart::~PlacedPart() {
     if (ring != nullptr) {
-        ring->shared[0].released.store(end, std::memory_order_release);
+        ring->released[0].store(end, std::memory_order_release);
     }
 }
 
 std::optional<std::uint64_t> PartRing::place(std::string_view part) noexcept {
-    const std::uint64_t untilStart = kSize - end % kSize;
-    const std::uint64_t position = part.size() <= untilStart ? end : end + untilStart;
-    const std::uint64_t newEnd = position + part.size();
-    if (newEnd - released > kSize) {
-        released = shared[0].released.load(std::memory_order_acquire);
-        if (newEnd - released > kSize) {
+    const std::uint64_t untilStart = size - placedEnd % size;
+    const std::uint64_t position = part.size() <= untilStart ? placedEnd : placedEnd + untilStart;
+    const std::uint64_t end = position + part.size();
+    if (end - freeUntil > size) {
+        freeUntil = released[0].load(std::memory_order_acquire);
+        if (end - freeUntil > size) {
             return std::nullopt;
         }
     }
-    part.copy(shared[0].bytes + position % kSize, part.size());
-    end = newEnd;
+    part.copy(&memory[position % size], part.size());
+    placedEnd = end;
     return position;
 }
 
-PlacedPart PartRing::take(std::uint64_t position, std::size_t size) noexcept {
-    end = position + size;
-    return {*this, std::string_view(shared[0].bytes + position % kSize, size), end};
+PlacedPart PartRing::take(std::uint64_t position, std::size_t partSize) noexcept {
+    takenEnd = position + partSize;
+    return {*this, std::string_view(&memory[position % size], partSize), takenEnd};
 }
 
 }  // namespace app

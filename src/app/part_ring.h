@@ -3,9 +3,10 @@
 // Part ring: memory that a worker process shares with the main one. The worker places parts of the
 // output in it, one behind the other, and at the end goes on at the start; the main process takes
 // them from there and lets go of them in the same order. Where a part lies is told by other means.
+// A worker that ends is followed by one that places its parts behind those that were told of.
 //
-// Ownership: owns the memory, which both processes have from before the fork. Threads: one at a
-// time in each process.
+// Ownership: owns the memory, which both processes have from before the fork. The parts taken refer
+// to it and must be gone before it is. Threads: one at a time in each process.
 
 #include <atomic>
 #include <cstddef>
@@ -20,13 +21,14 @@ namespace app {
 
 class PartRing;
 
-/// A part in a ring, whose room is free again when its owner ends.
+/// A part in a ring, whose room is free again when its owner ends. Parts end in their order.
 class PlacedPart {
 public:
     PlacedPart() = default;
     PlacedPart(PlacedPart&& other) noexcept { swap(other); }
     PlacedPart& operator=(PlacedPart&& other) noexcept {
-        swap(other);
+        PlacedPart taken(std::move(other));
+        swap(taken);
         return *this;
     }
     ~PlacedPart();
@@ -54,31 +56,34 @@ class PartRing {
 public:
     /// Room for the parts of some hundred small files: a worker seldom finds it full, and a
     /// processor keeps it in its cache.
-    static constexpr std::size_t kSize = std::size_t{1} << 20;
+    static constexpr std::size_t kUsualSize = std::size_t{1} << 20;
 
     /// Throws std::bad_alloc.
-    PartRing() : shared(1) {}
+    explicit PartRing(std::size_t ringSize = kUsualSize)
+        : size(ringSize), memory(ringSize), released(1) {}
 
     /// Places a part. Called by the worker.
     /// @return its position; nothing when there is no room for it now
     [[nodiscard]] std::optional<std::uint64_t> place(std::string_view part) noexcept;
 
-    /// The part of `size` bytes that the worker placed at a position. Called by the main process,
-    /// in the order of placing.
-    [[nodiscard]] PlacedPart take(std::uint64_t position, std::size_t size) noexcept;
+    /// The part of `partSize` bytes that the worker placed at a position. Called by the main
+    /// process, in the order of placing.
+    [[nodiscard]] PlacedPart take(std::uint64_t position, std::size_t partSize) noexcept;
+
+    /// Makes a worker that was just forked go on where the main process is.
+    void beginWorker() noexcept { placedEnd = takenEnd; }
 
 private:
     friend class PlacedPart;
+    using Position = std::atomic<std::uint64_t>;
+    static_assert(Position::is_always_lock_free, "a lock would be of one process alone");
 
-    struct Memory {
-        std::atomic<std::uint64_t> released{0};  ///< up to here the main process needs nothing
-        char bytes[kSize];
-    };
-
-    SharedMemory<Memory> shared;
-    // The worker's own, and what the main process gives to a worker that it forks later.
-    std::uint64_t end = 0;       ///< of the last part
-    std::uint64_t released = 0;  ///< as it was when it was looked at last
+    std::size_t size;
+    SharedMemory<char> memory;
+    SharedMemory<Position> released;  ///< one: up to there the main process needs nothing
+    std::uint64_t takenEnd = 0;       ///< the main process's: the end of the last part
+    std::uint64_t placedEnd = 0;      ///< the worker's: the end of the last part
+    std::uint64_t freeUntil = 0;      ///< the worker's: `released` as it was looked at last
 };
 
 }  // namespace app

@@ -13,9 +13,26 @@
 #include "app/jpeg_locator.h"
 #include "app/messages.h"
 #include "host/file_names.h"
+#include "host/opened_file.h"
 
 namespace app {
 namespace {
+
+/// Reads a file of the host's, which need not exist.
+class FileReader final : public ByteReader {
+public:
+    explicit FileReader(std::shared_ptr<host::OpenedFile> openedFile)
+        : file(std::move(openedFile)) {}
+
+    [[nodiscard]] bool isOpen() const { return file != nullptr; }
+
+    std::size_t readAt(std::uint64_t position, std::span<std::uint8_t> target) override {
+        return isOpen() ? file->readAt(position, std::as_writable_bytes(target)) : 0;
+    }
+
+private:
+    std::shared_ptr<host::OpenedFile> file;
+};
 
 /// What the first bytes of a file say, and where its TIFF stream begins.
 struct Beginning {
@@ -24,11 +41,11 @@ struct Beginning {
     std::optional<qxMessage> jpegFailure{};  ///< a JPEG file without a stream
 };
 
-bool beginsAsTiff(const host::ByteSource& file) {
+bool beginsAsTiff(ByteReader& reader) {
     static constexpr std::string_view kSignatures[]{
         {"II*\0", 4}, {"MM\0*", 4}, {"II+\0", 4}, {"MM\0+", 4}};
     std::array<std::uint8_t, 4> start{};
-    return file.read(0, std::as_writable_bytes(std::span(start))) == std::ssize(start) &&
+    return reader.readAt(0, start) == start.size() &&
            std::any_of(std::begin(kSignatures), std::end(kSignatures), [&](std::string_view bytes) {
                return std::memcmp(bytes.data(), start.data(), start.size()) == 0;
            });
@@ -37,14 +54,14 @@ bool beginsAsTiff(const host::ByteSource& file) {
 /// Looks at the first bytes. Where a file does not exist, the entry point says so better: it
 /// passes for an image.
 Beginning lookAt(host::FileService& files, const std::u16string& name, Sniff sniff) {
-    const auto file = files.bytes(name);
-    if (file == nullptr) {
+    FileReader reader(files.look(name));
+    if (!reader.isOpen()) {
         return {.isImage = true};
     }
-    if (!beginsAsJpeg(*file)) {
-        return {.isImage = sniff == Sniff::off || beginsAsTiff(*file)};
+    if (!beginsAsJpeg(reader)) {
+        return {.isImage = sniff == Sniff::off || beginsAsTiff(reader)};
     }
-    const JpegSearch search = findExifHeader(*file);
+    const JpegSearch search = findExifHeader(reader);
     const auto position = static_cast<std::int64_t>(search.position);
     switch (search.outcome) {
         case JpegSearch::Outcome::found:

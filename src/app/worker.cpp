@@ -28,10 +28,8 @@ namespace {
 
 constexpr std::size_t kReadSize = std::size_t{64} * 1024;
 
-// Answers go to the main process so many bytes, or so many, at a time: the next requests must be
-// here before the last of those at hand are done.
+// Answers take no more than this before they are sent.
 constexpr std::size_t kSendSize = std::size_t{128} * 1024;
-constexpr std::size_t kSendCount = 64;
 
 // No real file meets it: a record of 8 GiB of memory comes from a file of about a gigabyte of tags.
 constexpr std::uint64_t kDefaultMemory = std::uint64_t{8} << 30;
@@ -92,8 +90,7 @@ public:
             changed.notify_one();
         }
         packed::putText(waiting, body);
-        ++answersWaiting;
-        if (waiting.size() >= kSendSize || answersWaiting >= kSendCount) {
+        if (waiting.size() >= kSendSize) {
             sendWaiting();
         }
     }
@@ -149,7 +146,6 @@ private:
         ++timesSent;
         FileDescriptorSink(socket).write(waiting);
         waiting.clear();
-        answersWaiting = 0;
     }
 
     void sendWithDescriptor(std::string_view message, int descriptor) {
@@ -179,7 +175,6 @@ private:
     std::mutex mutex;
     std::condition_variable changed;
     std::string waiting;
-    std::size_t answersWaiting = 0;
     bool senderIsIdle = false;  ///< whether it waits for an answer, not for time to pass
     std::uint64_t timesSent = 0;
     bool isEnding = false;
@@ -250,6 +245,14 @@ private:
     FileSweeper sweeper;
 };
 
+std::size_t requestsIn(std::string_view bytes) {
+    std::size_t count = 0;
+    for (std::string_view request; packed::takeWholeText(bytes, request);) {
+        ++count;
+    }
+    return count;
+}
+
 }  // namespace
 
 std::int64_t steadyNanoseconds() {
@@ -273,8 +276,13 @@ void runWorker(int socket, WorkerState& state, PartRing& ring, const Arguments& 
         incoming.append(piece.data(), static_cast<std::size_t>(got));
         std::string_view rest = incoming;
         std::string_view request;
+        // Sent at the half, so that the next requests are here before the last of these are done.
+        std::size_t untilHalf = requestsIn(rest) / 2;
         while (packed::takeWholeText(rest, request)) {
             worker.answerRequest(request);
+            if (--untilHalf == 0) {
+                worker.flush();
+            }
         }
         incoming.erase(0, incoming.size() - rest.size());
         worker.flush();

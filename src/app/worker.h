@@ -1,7 +1,8 @@
 #pragma once
 
 // Worker: the loop of a worker process. It takes files from a socket and answers each with its
-// report and its part of the output; a part that lies in a temporary file is handed over as such.
+// report and its part of the output, which it places in a ring; one that finds no room there goes
+// with the answer, and one that lies in a temporary file is handed over as such.
 //
 // A request is a packed text with number, sniffing and path; an answer is one with number, report,
 // where the part lies, and what is to be known of that place. Requests and answers stand one behind

@@ -27,6 +27,8 @@ namespace {
 constexpr std::int64_t kNanosecondsAhead = 10'000'000;
 constexpr std::size_t kLeastDepth = 2;
 constexpr std::size_t kMostDepth = 256;
+constexpr std::size_t kMostRingMemory = std::size_t{64} << 20;  // of all rings together
+constexpr std::size_t kLeastRingSize = std::size_t{64} << 10;
 constexpr std::size_t kReceiveSize = std::size_t{256} * 1024;
 
 // No real file meets it: a gigabyte of tags takes seconds.
@@ -132,6 +134,18 @@ void WorkerPool::submit(std::uint64_t number, const InputFile& file) {
     send(roomiest(), {number, packRequest(number, file)});
 }
 
+void WorkerPool::makeRing(Process& process) const {
+    if (process.ring != nullptr) {
+        return;
+    }
+    try {
+        process.ring = std::make_unique<PartRing>(
+            std::clamp(kMostRingMemory / processes.size(), kLeastRingSize, PartRing::kUsualSize));
+    } catch (const std::bad_alloc&) {
+        failToStart();
+    }
+}
+
 void WorkerPool::start(std::size_t index) {
     Process& process = processes[index];
     std::array<int, 2> ends{-1, -1};
@@ -140,9 +154,7 @@ void WorkerPool::start(std::size_t index) {
     }
     process.socket.reset(ends[0]);
     Descriptor workerEnd(ends[1]);
-    if (process.ring == nullptr) {
-        process.ring = std::make_unique<PartRing>();
-    }
+    makeRing(process);
     WorkerState& state = states[index];
     state.file = WorkerState::kNoFile;
     const pid_t mainProcess = ::getpid();
@@ -158,6 +170,13 @@ void WorkerPool::start(std::size_t index) {
         if (::getppid() != mainProcess) {
             ::_exit(1);
         }
+        // What belongs to other workers counts against this one's memory, and holds their sockets.
+        for (Process& other : processes) {
+            if (&other != &process) {
+                other = Process();
+            }
+        }
+        process.ring->beginWorker();
         try {
             runWorker(workerEnd.get(), state, *process.ring, arguments, colour, standardInput);
         } catch (...) {
@@ -332,7 +351,7 @@ void WorkerPool::replace(std::size_t index, std::vector<WorkerAnswer>& answers) 
     const int status = waitForEnd(process.id);
     std::deque<Request> requests = std::move(process.requests);
     const bool wasLate = process.isLate;
-    std::unique_ptr<PartRing> ring = std::move(process.ring);
+    std::unique_ptr<PartRing> ring = std::move(process.ring);  // parts in it still wait
     process = Process();
     process.ring = std::move(ring);
 

@@ -5,8 +5,9 @@
 // worker did not. A worker that ends or takes too long costs the file that it was reading; what
 // else was waiting for it goes to another.
 //
-// Ownership: owns its processes, which end with it. Threads: one at a time, and no other thread in
-// the process while files are submitted.
+// Ownership: owns its processes, which end with it, and the rings in which parts lie: the answers
+// must be gone before the pool is, and go in the order of their numbers. Threads: one at a time,
+// and no other thread in the process while files are submitted.
 
 #include <chrono>
 #include <cstddef>
@@ -84,6 +85,7 @@ private:
     };
 
     [[nodiscard]] std::size_t roomiest() const;
+    void makeRing(Process& process) const;
     void start(std::size_t index);
     void send(std::size_t index, Request request);
     static void sendOutgoing(Process& process);

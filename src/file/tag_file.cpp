@@ -140,7 +140,8 @@ bool TagFile::seekToData(Wide target) {
 
 /// Moves over a few bytes by reading them; false when they are many, or missing.
 bool TagFile::readOver(Wide byteCount) {
-    std::array<std::uint8_t, 16> unused;
+    constexpr std::size_t kFew = 16;  // a next offset of BigTIFF, and what aligns to 8 bytes
+    std::array<std::uint8_t, kFew> unused;
     return byteCount <= unused.size() &&
            read(unused.data(), 1, lowBits(byteCount)) == lowBits(byteCount);
 }

@@ -86,8 +86,8 @@ public:
     /// the move fails; the stream is then where it was.
     bool seekTo(Wide target);
 
-    /// The same, for the data of a tag. Most of them stand one behind the other, and to read over
-    /// what lies between costs less than to seek.
+    /// Moves to the data of a tag. Most data stand one behind the other, and to read over the few
+    /// bytes between them costs less than to seek. False as `seekTo`, the stream then anywhere.
     bool seekToData(Wide target);
 
     [[nodiscard]] std::uint64_t position() const;

@@ -16,7 +16,7 @@ std::size_t hashOf(std::string_view name) noexcept {
 }
 
 bool isIdentifier(std::string_view name) noexcept {
-    constexpr std::size_t kLongest = 63;
+    constexpr std::size_t kLongest = 63;  // so that room for one can be asked of any buffer
     return name.size() <= kLongest && std::all_of(name.begin(), name.end(), [](char character) {
                const char letter = static_cast<char>(character | 0x20);
                return (letter >= 'a' && letter <= 'z') || (character >= '0' && character <= '9') ||

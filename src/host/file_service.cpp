@@ -170,12 +170,8 @@ std::FILE* FileService::open(const std::u16string& name, const char* mode) {
     if (const std::string_view asked = mode; asked != "r" && asked != "rb") {
         throw std::invalid_argument("files are opened for reading only");
     }
-    std::shared_ptr<OpenedFile> file = find(name);
+    std::shared_ptr<OpenedFile> file = look(name);
     return file == nullptr ? nullptr : openStream(std::move(file));
-}
-
-std::shared_ptr<const ByteSource> FileService::bytes(const std::u16string& name) {
-    return find(name);
 }
 
 std::optional<SpentBudget> FileService::takeSpentBudget() noexcept {
@@ -195,7 +191,7 @@ void FileService::forgetFile() noexcept {
     currentName.clear();
 }
 
-std::shared_ptr<OpenedFile> FileService::find(const std::u16string& name) {
+std::shared_ptr<OpenedFile> FileService::look(const std::u16string& name) {
     if (currentFile != nullptr && currentName == name) {
         return currentFile;
     }

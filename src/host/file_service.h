@@ -69,9 +69,9 @@ public:
     [[nodiscard]] bool exists(const std::u16string& name);
     [[nodiscard]] std::FILE* open(const std::u16string& name, const char* mode);
 
-    /// The bytes of a file as the cache holds them, past read budget and planned faults, while it
-    /// is the one looked at; null where the path does not exist. Raises what `open` raises.
-    [[nodiscard]] std::shared_ptr<const ByteSource> bytes(const std::u16string& name);
+    /// The file itself, to be read without a stream; null where the path does not exist. Raises
+    /// what `open` raises. It is the one looked at from now on.
+    [[nodiscard]] std::shared_ptr<OpenedFile> look(const std::u16string& name);
 
     /// Reports the spent budget of the file looked at, once.
     [[nodiscard]] std::optional<SpentBudget> takeSpentBudget() noexcept;
@@ -83,8 +83,6 @@ public:
     void forgetFile() noexcept;
 
 private:
-    [[nodiscard]] std::shared_ptr<OpenedFile> find(const std::u16string& name);
-
     std::optional<std::uint64_t> readBudget;
     std::map<std::u16string, ServedFile, std::less<>> served;
     FaultPlan faults;

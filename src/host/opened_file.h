@@ -16,11 +16,10 @@
 // A refused read costs no budget, and a list of pointers may hold millions of them: after
 // `kMostRefusals` seeks fail too, which ends a list at its next pointer.
 //
-// A look at the bytes past the streams, as a ByteSource, costs no budget and meets no fault.
-//
 // What the C library reads ahead of the module counts until the next seek or the closing of the
 // stream, when what was left unread is taken back.
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -35,7 +34,7 @@
 
 namespace host {
 
-class OpenedFile final : public ByteSource {
+class OpenedFile {
 public:
     /// What a fresh access counts beside its bytes.
     static constexpr std::uint64_t kFreshAccessCost = 64;
@@ -51,13 +50,7 @@ public:
     [[nodiscard]] const qxFileStatus& status() const noexcept { return reportedStatus; }
     [[nodiscard]] std::uint64_t budget() const noexcept { return readBudget; }
     [[nodiscard]] std::uint64_t countedBytes() const noexcept { return counted; }
-    [[nodiscard]] std::uint64_t size() const noexcept override { return source->size(); }
-
-    /// Reads what is there, past budget and faults.
-    [[nodiscard]] std::ptrdiff_t read(std::uint64_t position,
-                                      std::span<std::byte> target) const noexcept override {
-        return cache->read(*source, position, target);
-    }
+    [[nodiscard]] std::uint64_t size() const noexcept { return source->size(); }
 
     /// Whether a read has been refused; tells so once.
     [[nodiscard]] bool takeRefusal() noexcept;
@@ -74,6 +67,13 @@ public:
     /// Reads as part of an access. Returns the bytes delivered, or -1 with errno set.
     [[nodiscard]] std::ptrdiff_t read(std::uint64_t position, std::span<std::byte> target,
                                       Access& access) noexcept;
+
+    /// An access of its own, as after a seek: as many bytes as there are and may be had.
+    [[nodiscard]] std::size_t readAt(std::uint64_t position, std::span<std::byte> target) noexcept {
+        Access access{.start = Access::Start::afterSeek};
+        return static_cast<std::size_t>(
+            std::max<std::ptrdiff_t>(read(position, target, access), 0));
+    }
 
     /// Bytes that were read ahead and not taken.
     void takeBack(std::uint64_t bytes) noexcept { counted -= bytes; }

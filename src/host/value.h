@@ -119,6 +119,11 @@ private:
                                            : Shape::matrix;
     }
 
+    /// What the dimensions take in front of the contents.
+    [[nodiscard]] static std::size_t headSizeOf(Shape valueShape) noexcept {
+        return valueShape == Shape::matrix ? sizeof(Dimensions) : 0;
+    }
+
     /// The dimensions of a matrix.
     [[nodiscard]] Dimensions& dimensions() const noexcept {
         return static_cast<Dimensions*>(content.block)[-1];

@@ -219,8 +219,7 @@ void ValueStore::freeOne(Value* value) noexcept {
 }
 
 std::span<std::byte> ValueStore::blockOf(const Value& value) noexcept {
-    const std::size_t headSize =
-        value.shape == Value::Shape::matrix ? sizeof(Value::Dimensions) : 0;
+    const std::size_t headSize = Value::headSizeOf(value.shape);
     const std::size_t contentSize =
         value.hasSlots() ? sizeof(Value::SlotBlock) + value.slotBlock().slotCount * sizeof(Value*)
                          : value.elementCount() * elementSize(value.kind());
@@ -240,7 +239,7 @@ Value* ValueStore::newValue(ValueKind kind, std::size_t rows, std::size_t column
     if (contentSize <= kInPlace && !isMatrix) {
         return value;
     }
-    const std::size_t headSize = isMatrix ? sizeof(Value::Dimensions) : 0;
+    const std::size_t headSize = Value::headSizeOf(shape);
     try {
         value->content.block =
             static_cast<std::byte*>(pool.allocate(headSize + contentSize)) + headSize;

@@ -31,8 +31,7 @@ class BadInputTest : public programrun::ProgramTest {
 protected:
     void SetUp() override {
         programrun::ProgramTest::SetUp();
-        programfiles::write(in("a.tif"), programfiles::image(7));
-        programfiles::write(in("b.tif"), programfiles::nestedImage());
+        programfiles::writePair(in("."));
     }
 };
 

@@ -16,7 +16,6 @@
 #include <unistd.h>
 #include <nlohmann/json.hpp>
 
-#include "app/part_ring.h"
 #include "program_files.h"
 #include "program_run.h"
 #include "support/tiff_builder.h"
@@ -135,7 +134,7 @@ TEST_F(BatchRunTest, moreFilesTakeNoMoreMemory) {
     const int list = ::open(launch.input.c_str(), O_WRONLY | O_CLOEXEC);
     // The list comes in two parts, and the program is looked at behind each.
     std::size_t begin = 0;
-    const auto peakBehind = [&](std::ptrdiff_t files) {
+    const auto memoryBehind = [&](std::ptrdiff_t files) {
         std::size_t end = begin;
         for (auto left =
                  files - std::count(paths.begin(),
@@ -156,15 +155,14 @@ TEST_F(BatchRunTest, moreFilesTakeNoMoreMemory) {
             const std::string out = endingOf(0).out;
             return std::count(out.begin(), out.end(), '\n') == files;
         }));
-        return programrun::peakMemoryOf(program.process());
+        return programrun::ownMemoryOf(program.process());
     };
-    const std::size_t few = peakBehind(300);
-    const std::size_t many = peakBehind(3000);
+    const std::size_t few = memoryBehind(300);
+    const std::size_t many = memoryBehind(3000);
     ::close(list);
     EXPECT_EQ(program.wait(), 1);
     ASSERT_GT(few, 0U);
-    // Less than 200 bytes of each file are kept; of both rings only a part was in use before.
-    EXPECT_LT(many, few + 2 * app::PartRing::kSize + std::size_t{512} * 1024);
+    EXPECT_LT(many, few + std::size_t{512} * 1024);  // less than 200 bytes of each file are kept
     EXPECT_EQ(linesOf(programrun::contents(in("failed"))).size(), 187U);
 }
 
@@ -196,6 +194,61 @@ TEST_F(BatchRunTest, aWorkerThatDiesCostsItsFileAlone) {
                   "(ifdsweep:workerDied)");
         EXPECT_EQ(std::count(given.error.begin(), given.error.end(), '\n'), 4) << given.error;
     }
+}
+
+TEST_F(BatchRunTest, whatWaitsOutlivesItsWorker) {
+    // Behind a file that takes for ever, a worker makes more than its ring has room for, and ends.
+    constexpr std::size_t kKinds = 7;
+    programfiles::write(in("slow.tif"), programfiles::endlessImage());
+    std::string once;
+    for (std::size_t kind = 0; kind < kKinds; ++kind) {
+        fixture::TiffBuilder builder({fixture::Layout::classic, fixture::ByteOrder::little});
+        builder.add(fixture::Directory{
+            fixture::longs(50000, std::vector<std::int64_t>(1000 * (kind + 1), 12345))});
+        const std::string name = std::to_string(kind) + ".tif";
+        programfiles::write(in(name), builder.build().bytes);
+        once += run({"--format", "ndjson", name}).out;
+    }
+    std::vector<std::string> files{"slow.tif"};
+    std::string alone;
+    for (int time = 0; time < 30; ++time) {
+        for (std::size_t kind = 0; kind < kKinds; ++kind) {
+            files.push_back(std::to_string(kind) + ".tif");
+        }
+        alone += once;
+    }
+    ASSERT_GT(alone.size(), std::size_t{2} << 20);
+
+    Launch launch;
+    launch.arguments =
+        kUnlimited +
+        std::vector<std::string>{"--format", "ndjson", "--jobs", "2", "--timeout", "2"} + files;
+    Running program = start(launch);
+    pid_t slow = -1;
+    pid_t other = -1;
+    ASSERT_TRUE(comesTrue([&] {
+        slow = readerOf(program.process(), "slow.tif");
+        const auto workers = childrenOf(program.process());
+        const auto found = std::find_if(workers.begin(), workers.end(),
+                                        [&](pid_t worker) { return worker != slow; });
+        other = found == workers.end() ? -1 : *found;
+        return slow > 0 && other > 0;
+    }));
+    ASSERT_EQ(::kill(other, SIGKILL), 0);
+    const Ending given = endingOf(program.wait());
+    EXPECT_EQ(given.status, 1);
+    const std::vector<std::string> lines = linesOf(given.out);
+    const std::vector<std::string> expected = linesOf(alone);
+    ASSERT_EQ(lines.size(), expected.size() + 1);
+    EXPECT_NE(lines[0].find("ifdsweep:timeout"), std::string::npos);
+    int died = 0;
+    for (std::size_t index = 0; index < expected.size(); ++index) {
+        if (lines[index + 1] != expected[index]) {
+            ++died;  // the file that the worker was reading, if it was
+            EXPECT_NE(lines[index + 1].find("ifdsweep:workerDied"), std::string::npos) << index;
+        }
+    }
+    EXPECT_LE(died, 1);
 }
 
 TEST_F(BatchRunTest, everyReaderOfABadFileMayDie) {

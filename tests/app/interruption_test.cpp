@@ -29,8 +29,7 @@ class InterruptionTest : public programrun::ProgramTest {
 protected:
     void SetUp() override {
         programrun::ProgramTest::SetUp();
-        programfiles::write(in("a.tif"), programfiles::image(7));
-        programfiles::write(in("b.tif"), programfiles::nestedImage());
+        programfiles::writePair(in("."));
         programfiles::write(in("slow.tif"), programfiles::endlessImage());
     }
 

@@ -13,23 +13,25 @@ namespace {
 using Bytes = std::vector<std::uint8_t>;
 using Outcome = app::JpegSearch::Outcome;
 
-/// Bytes in memory that count how often they are read.
-class CountedBytes final : public host::ByteSource {
+/// Serves bytes in memory and counts the reads.
+class MemoryReader final : public app::ByteReader {
 public:
-    explicit CountedBytes(Bytes fileBytes) : bytes(std::move(fileBytes)), memory(bytes) {}
+    explicit MemoryReader(Bytes fileBytes) : bytes(std::move(fileBytes)) {}
 
-    [[nodiscard]] std::uint64_t size() const noexcept override { return memory.size(); }
-    [[nodiscard]] std::ptrdiff_t read(std::uint64_t position,
-                                      std::span<std::byte> target) const noexcept override {
+    std::size_t readAt(std::uint64_t position, std::span<std::uint8_t> target) override {
         ++reads;
-        return memory.read(position, target);
+        if (position >= bytes.size()) {
+            return 0;
+        }
+        const auto start = bytes.begin() + static_cast<std::ptrdiff_t>(position);
+        const std::size_t size =
+            std::min(target.size(), bytes.size() - static_cast<std::size_t>(position));
+        std::copy_n(start, size, target.begin());
+        return size;
     }
 
-    mutable std::size_t reads = 0;
-
-private:
     Bytes bytes;
-    host::MemoryBytes memory;
+    std::size_t reads = 0;
 };
 
 Bytes operator+(Bytes left, const Bytes& right) {
@@ -100,7 +102,7 @@ const Case kCases[] = {
 class JpegLocatorTest : public testing::TestWithParam<Case> {};
 
 TEST_P(JpegLocatorTest, findsTheHeaderOrSaysWhy) {
-    CountedBytes reader(GetParam().file);
+    MemoryReader reader(GetParam().file);
     const app::JpegSearch search = app::findExifHeader(reader);
     EXPECT_EQ(search.outcome, GetParam().outcome);
     EXPECT_EQ(search.position, GetParam().position);
@@ -112,7 +114,7 @@ INSTANTIATE_TEST_SUITE_P(All, JpegLocatorTest, testing::ValuesIn(kCases),
 TEST(JpegLocatorTest, endsForEveryLengthOfAFile) {
     const Bytes whole = kStart + kJfif + kXmp + kExif;
     for (std::size_t size = 2; size < whole.size(); ++size) {
-        CountedBytes reader(
+        MemoryReader reader(
             Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size)));
         const app::JpegSearch search = app::findExifHeader(reader);
         const bool complete = size >= whole.size() - 4;  // the TIFF header itself is not looked at
@@ -121,7 +123,7 @@ TEST(JpegLocatorTest, endsForEveryLengthOfAFile) {
 }
 
 TEST(JpegLocatorTest, neighbouringSegmentsCostOneRead) {
-    CountedBytes reader(kStart + kJfif + kXmp + kExif + kScan);
+    MemoryReader reader(kStart + kJfif + kXmp + kExif + kScan);
     EXPECT_EQ(app::findExifHeader(reader).outcome, Outcome::found);
     EXPECT_EQ(reader.reads, 1U);
 }
@@ -131,7 +133,7 @@ TEST(JpegLocatorTest, knowsTheStartOfAJpegFile) {
                                              {{0xFF}, false},       {{}, false},
                                              {{0xFF, 0xD9}, false}, {{'I', 'I', 42, 0}, false}};
     for (const auto& [bytes, expected] : starts) {
-        CountedBytes reader(bytes);
+        MemoryReader reader(bytes);
         EXPECT_EQ(app::beginsAsJpeg(reader), expected) << testing::PrintToString(bytes);
     }
 }

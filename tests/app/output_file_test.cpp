@@ -27,8 +27,7 @@ class OutputFileTest : public programrun::ProgramTest {
 protected:
     void SetUp() override {
         programrun::ProgramTest::SetUp();
-        programfiles::write(in("a.tif"), programfiles::image(7));
-        programfiles::write(in("b.tif"), programfiles::nestedImage());
+        programfiles::writePair(in("."));
         before = names();
     }
 

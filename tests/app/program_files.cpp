@@ -89,6 +89,11 @@ Bytes endlessImage() {
     return bytes;
 }
 
+void writePair(const std::filesystem::path& folder) {
+    write(folder / "a.tif", image(7));
+    write(folder / "b.tif", nestedImage());
+}
+
 void writeMany(const std::filesystem::path& folder, int count) {
     for (int number = 0; number < count; ++number) {
         std::string name = std::to_string(number);

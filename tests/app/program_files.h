@@ -31,6 +31,9 @@ void write(const std::filesystem::path& file, const fixture::Bytes& bytes);
 /// reading it takes longer than anyone waits.
 [[nodiscard]] fixture::Bytes endlessImage();
 
+/// Writes a.tif, a small image, and b.tif, a nested one.
+void writePair(const std::filesystem::path& folder);
+
 /// Writes images of many kinds, by number.
 void writeMany(const std::filesystem::path& folder, int count);
 

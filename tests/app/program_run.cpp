@@ -104,9 +104,9 @@ std::vector<pid_t> childrenOf(pid_t process) {
     return children;
 }
 
-std::size_t peakMemoryOf(pid_t process) {
+std::size_t ownMemoryOf(pid_t process) {
     const std::string status = systemText(process, "status");
-    constexpr std::string_view kMark = "VmHWM:";
+    constexpr std::string_view kMark = "RssAnon:";
     const std::size_t mark = status.find(kMark);
     return mark == std::string::npos
                ? 0

@@ -70,8 +70,8 @@ void becomeOrdinary();
 /// Whether a process is there and has not ended.
 [[nodiscard]] bool isRunning(pid_t process);
 
-/// Most memory that a running process had at a time, in bytes; 0 when that is not known.
-[[nodiscard]] std::size_t peakMemoryOf(pid_t process);
+/// Memory of a running process's own, in bytes; 0 when that is not known.
+[[nodiscard]] std::size_t ownMemoryOf(pid_t process);
 
 /// Asks again and again, for a long time, until the answer is yes.
 /// @return whether it ever was

@@ -140,6 +140,27 @@ TEST_F(WritersTest, records) {
     EXPECT_EQ(typed(host::ValueHandle()), "null");
 }
 
+TEST_F(WritersTest, namesOfFields) {
+    const std::string longest(63, 'n');
+    const std::string longer(64, 'n');
+    const std::vector<const char*> names{
+        "A_z09",       "",          "with space",        "quote\"",
+        "back\\",      "line\nend", "\xC3\xA9t\xC3\xA9", longest.c_str(),
+        longer.c_str()};
+    for (const char* const name : names) {
+        auto one = rendering::records(1, {name});
+        setField(one, 0, name, number(7));
+        EXPECT_EQ(json::parse(natural(one)), (json::array({{{name, 7}}}))) << name;
+        EXPECT_EQ(json::parse(typed(one))["fields"], json::array({name})) << name;
+    }
+    auto all = rendering::records(1, names);
+    const json read = json::parse(natural(all))[0];
+    EXPECT_EQ(read.size(), names.size());
+    for (const char* const name : names) {
+        EXPECT_TRUE(read.contains(name)) << name;
+    }
+}
+
 TEST_F(WritersTest, theFileNameIsNotTakenForBytes) {
     auto column = rendering::records(1, {"Filename", "Artist"});
     setField(column, 0, "Filename", rendering::text(u"\uFF83"));

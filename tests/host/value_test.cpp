@@ -235,6 +235,33 @@ TEST_F(Values, NamesAreCopied) {
     EXPECT_THROW(ValueStore::setField(*value, 0, name.c_str(), nullptr), std::invalid_argument);
 }
 
+TEST_F(Values, NamesAreIdentifiersOrNot) {
+    const std::string longest(63, 'n');
+    const std::string longer(64, 'n');
+    const std::pair<const char*, bool> rows[]{
+        {"A", true},
+        {"z", true},
+        {"_", true},
+        {"Tag_09", true},
+        {longest.c_str(), true},
+        {longer.c_str(), false},
+        {"@", false},
+        {"[", false},
+        {"`", false},
+        {"{", false},
+        {"/", false},
+        {":", false},
+        {"a b", false},
+        {"\"", false},
+        {"\xC3\xA9", false},
+        {"\x7F", false},
+        {"\n", false},
+    };
+    for (const auto& [name, is] : rows) {
+        EXPECT_EQ(records(1, {"Width", name})->fieldNamesAreIdentifiers(), is) << name;
+    }
+}
+
 TEST_F(Values, ManyFieldListsLiveSideBySide) {
     std::vector<ValueHandle> all;
     for (int list = 0; list < 40; ++list) {

@@ -16,21 +16,25 @@ Chain threePages() {
     return {page, page, page};
 }
 
+Sweep sweptWith(const TiffFile& file, std::uint64_t budget) {
+    return sweep(file.bytes, {}, [&](host::Host& host) { host.setReadBudget(budget); });
+}
+
+/// The bytes that a whole file counts, found by trying.
+std::uint64_t enoughFor(const TiffFile& file) {
+    std::uint64_t budget = 0;
+    while (!sweptWith(file, budget).warnings.empty() || !sweptWith(file, budget).error.empty()) {
+        ++budget;
+    }
+    return budget;
+}
+
 class ReadBudget : public TiffMatrix {
 protected:
     ReadBudget() : file(fileOf(threePages(), kFar)) {}
 
     [[nodiscard]] Sweep sweptWith(std::uint64_t budget) const {
-        return sweep(file.bytes, {}, [&](host::Host& host) { host.setReadBudget(budget); });
-    }
-
-    /// The bytes that the whole file counts, found by trying.
-    [[nodiscard]] std::uint64_t enough() const {
-        std::uint64_t budget = 0;
-        while (!sweptWith(budget).warnings.empty() || !sweptWith(budget).error.empty()) {
-            ++budget;
-        }
-        return budget;
+        return fixture::sweptWith(file, budget);
     }
 
     [[nodiscard]] std::string spent(std::uint64_t budget) const {
@@ -43,20 +47,36 @@ protected:
 IFDSWEEP_TIFF_MATRIX(ReadBudget);
 
 TEST_P(ReadBudget, CutsAnywhereWithoutAnError) {
-    const std::uint64_t whole = enough();
-    std::size_t recordsBefore = 0;
-    // The header is read first: without it there is nothing to lose.
-    for (std::uint64_t budget = 80; budget < whole; ++budget) {
-        const Sweep swept = sweptWith(budget);
-        ASSERT_EQ(swept.error, "") << "budget " << budget;
-        ASSERT_FALSE(swept.warnings.empty()) << "budget " << budget;
-        ASSERT_EQ(swept.warnings[0], spent(budget));
-        ASSERT_EQ(std::count(swept.warnings.begin(), swept.warnings.end(), spent(budget)), 1);
-        ASSERT_GE(swept.records.size(), recordsBefore) << "budget " << budget;
-        recordsBefore = swept.records.size();
+    for (const std::size_t gap : {std::size_t{0}, kFar}) {
+        file = fileOf(threePages(), gap);
+        const std::uint64_t whole = enoughFor(file);
+        std::size_t recordsBefore = 0;
+        // The header is read first: without it there is nothing to lose.
+        for (std::uint64_t budget = 80; budget < whole; ++budget) {
+            const Sweep swept = sweptWith(budget);
+            ASSERT_EQ(swept.error, "") << "budget " << budget;
+            ASSERT_FALSE(swept.warnings.empty()) << "budget " << budget;
+            ASSERT_EQ(swept.warnings[0], spent(budget));
+            ASSERT_EQ(std::count(swept.warnings.begin(), swept.warnings.end(), spent(budget)), 1);
+            ASSERT_GE(swept.records.size(), recordsBefore) << "budget " << budget;
+            recordsBefore = swept.records.size();
+        }
+        EXPECT_EQ(recordsBefore, 3U);
+        EXPECT_EQ(sweptWith(whole).records.size(), 3U);
     }
-    EXPECT_EQ(recordsBefore, 3U);
-    EXPECT_EQ(sweptWith(whole).records.size(), 3U);
+}
+
+TEST_P(ReadBudget, DataAFewBytesAheadCostNoJump) {
+    // The next offset and the gap lie between the table and the data.
+    const std::size_t few = 16 - format().offsetSize();
+    const auto enough = [](std::size_t gap) {
+        return enoughFor(fileOf({{ascii(315, "0123456789"), shorts(60000, {7})}}, gap));
+    };
+    constexpr std::uint64_t kJump = 64;
+    const std::uint64_t near = enough(few);
+    EXPECT_EQ(near, enough(0) + few);
+    EXPECT_EQ(enough(few + 2), near - 16 + kJump);
+    EXPECT_EQ(enough(few + 200), near - 16 + kJump);
 }
 
 TEST_P(ReadBudget, TellsWhatItLeavesAtEveryCut) {

@@ -86,7 +86,10 @@ public:
     }
     bool count() { return jumpAndRead(format.entryCountSize()); }
     bool next() { return jumpAndRead(format.offsetSize()); }
-    void table(std::size_t entries) { spent += entries * format.entrySize(); }
+    void table(std::size_t entries) { readOn(entries * format.entrySize()); }
+
+    /// A read without a jump, which is always delivered.
+    void readOn(std::uint64_t bytes) { spent += bytes; }
 
 private:
     static constexpr std::uint64_t kJump = 64;
@@ -124,7 +127,8 @@ std::string sharedByEntries(const TiffFile& file, std::size_t entries, std::size
     Budget budget(file);
     budget.count();
     budget.table(entries);
-    std::size_t delivered = 0;
+    budget.readOn(file.format.offsetSize() + size);  // the first lies behind the next offset
+    std::size_t delivered = 1;
     while (delivered < entries && budget.jumpAndRead(size)) {
         ++delivered;
     }
@@ -139,7 +143,9 @@ std::string sharedByPages(const TiffFile& file, std::size_t size) {
     while (budget.count()) {
         budget.table(1);
         ++kept;
-        if (!budget.jumpAndRead(size)) {
+        if (kept == 1) {
+            budget.readOn(file.format.offsetSize() + size);  // it lies behind the next offset
+        } else if (!budget.jumpAndRead(size)) {
             return records(kept) +
                    "; Velmora:filesystem:readBudgetSpent x1; unableToReadTiffTag x1; "
                    "nextIfdOffsetReadError x1";
