@@ -176,6 +176,7 @@ void WorkerPool::start(std::size_t index) {
                 other = Process();
             }
         }
+        process.socket.reset();
         process.ring->beginWorker();
         try {
             runWorker(workerEnd.get(), state, *process.ring, arguments, colour, standardInput);
