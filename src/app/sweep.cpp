@@ -18,20 +18,17 @@
 namespace app {
 namespace {
 
-/// Reads a file of the host's, which need not exist.
+/// Reads a file of the host's.
 class FileReader final : public ByteReader {
 public:
-    explicit FileReader(std::shared_ptr<host::OpenedFile> openedFile)
-        : file(std::move(openedFile)) {}
-
-    [[nodiscard]] bool isOpen() const { return file != nullptr; }
+    explicit FileReader(host::OpenedFile& openedFile) : file(openedFile) {}
 
     std::size_t readAt(std::uint64_t position, std::span<std::uint8_t> target) override {
-        return isOpen() ? file->readAt(position, std::as_writable_bytes(target)) : 0;
+        return file.readAt(position, std::as_writable_bytes(target));
     }
 
 private:
-    std::shared_ptr<host::OpenedFile> file;
+    host::OpenedFile& file;
 };
 
 /// What the first bytes of a file say, and where its TIFF stream begins.
@@ -54,10 +51,11 @@ bool beginsAsTiff(ByteReader& reader) {
 /// Looks at the first bytes. Where a file does not exist, the entry point says so better: it
 /// passes for an image.
 Beginning lookAt(host::FileService& files, const std::u16string& name, Sniff sniff) {
-    FileReader reader(files.look(name));
-    if (!reader.isOpen()) {
+    const std::shared_ptr<host::OpenedFile> file = files.look(name);
+    if (file == nullptr) {
         return {.isImage = true};
     }
+    FileReader reader(*file);
     if (!beginsAsJpeg(reader)) {
         return {.isImage = sniff == Sniff::off || beginsAsTiff(reader)};
     }

@@ -277,10 +277,10 @@ void runWorker(int socket, WorkerState& state, PartRing& ring, const Arguments& 
         std::string_view rest = incoming;
         std::string_view request;
         // Sent at the half, so that the next requests are here before the last of these are done.
-        std::size_t untilHalf = requestsIn(rest) / 2;
-        while (packed::takeWholeText(rest, request)) {
+        const std::size_t half = requestsIn(rest) / 2;
+        for (std::size_t answered = 1; packed::takeWholeText(rest, request); ++answered) {
             worker.answerRequest(request);
-            if (--untilHalf == 0) {
+            if (answered == half) {
                 worker.flush();
             }
         }
