@@ -1,4 +1,5 @@
-// The JSON writer on arbitrary outcomes: what it writes is valid JSON, whatever the values hold.
+// The JSON writer on arbitrary outcomes: what it writes is valid JSON that does nothing to a
+// terminal, whatever the values hold.
 
 #include "arbitrary_outcome.h"
 #include "fuzz_target.h"
@@ -11,6 +12,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
         const app::SweepOutcome outcome = fuzz::arbitraryOutcome(host, input);
         const std::string text = fuzz::written(app::Format::json, outcome);
         fuzz::requireNaturalJson(text, outcome);
+        fuzz::requireTerminalSafe(text);
         fuzz::require(text == fuzz::written(app::Format::json, outcome), "the same text twice");
     }
     fuzz::require(host.liveValues() == 0, "every value is freed");

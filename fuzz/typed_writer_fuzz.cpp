@@ -1,4 +1,5 @@
-// The typed writer on arbitrary outcomes: what it writes reads back as the same values.
+// The typed writer on arbitrary outcomes: what it writes reads back as the same values, and does
+// nothing to a terminal.
 
 #include "arbitrary_outcome.h"
 #include "fuzz_target.h"
@@ -11,6 +12,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
         const app::SweepOutcome outcome = fuzz::arbitraryOutcome(host, input);
         const std::string line = fuzz::written(app::Format::typed, outcome);
         fuzz::requireTypedReadsBack(line, outcome);
+        fuzz::requireTerminalSafe(line);
         fuzz::require(line == fuzz::written(app::Format::typed, outcome), "the same line twice");
     }
     fuzz::require(host.liveValues() == 0, "every value is freed");

@@ -22,7 +22,7 @@ void requireTypedReadsBack(std::string_view line, const app::SweepOutcome& outco
 /// A JSON array of one object with the members that the format promises.
 void requireNaturalJson(std::string_view text, const app::SweepOutcome& outcome);
 
-/// Valid UTF-8 in which nothing but line ends controls a terminal or reorders a line.
+/// Valid UTF-8 in which nothing but line ends controls a terminal, reorders a line or is not seen.
 void requireTerminalSafe(std::string_view text);
 
 /// The same text without the colours that the text writer sets.

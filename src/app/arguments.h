@@ -54,6 +54,7 @@ struct OutputChoice {
     Format format = Format::text;
     JsonLayout layout = JsonLayout::filePerLine;
     std::string file;                      ///< empty: the standard output
+    bool toTerminal = false;               ///< the standard output, and it is a terminal
     std::vector<ChosenField> fields;       ///< in the order asked for; empty: all
     std::optional<std::uint64_t> shorten;  ///< elements of an array; 0: all
     bool nestedRows = false;

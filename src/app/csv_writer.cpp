@@ -7,6 +7,7 @@
 #include "app/csv_rows.h"
 #include "app/directory_path.h"
 #include "app/json_parts.h"
+#include "app/terminal_text.h"
 #include "app/text_value.h"
 
 namespace app {
@@ -44,7 +45,7 @@ std::string csvHeader(const std::vector<std::string>& columns) {
 
 void CsvWriter::writeFile(const SweepOutcome& outcome) {
     fileCell.clear();
-    appendQuoted(fileCell, outcome.file);
+    appendQuoted(fileCell, shownText(outcome.file));
     writeRecords(*outcome.result, "");
 }
 
@@ -110,8 +111,19 @@ std::string_view CsvWriter::cellOf(std::string_view name, const host::Value* val
     appendPlainValue(rendered, value, fieldTextOrigin(name));
     rendered.flush();
     cell.clear();
-    appendQuoted(cell, renderedText.text);
+    appendQuoted(cell, shownText(renderedText.text));
     return cell;
+}
+
+std::string_view CsvWriter::shownText(std::string_view text) {
+    if (!toTerminal) {
+        return text;
+    }
+    const std::string plain(text);  // it may be what is rendered
+    renderedText.text.clear();
+    appendTerminalText(rendered, plain);
+    rendered.flush();
+    return renderedText.text;
 }
 
 void assembleCsv(int rows, Output& output) {

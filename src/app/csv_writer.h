@@ -9,7 +9,8 @@
 // of its fields, and `assembleCsv` makes the table of them in two passes.
 //
 // A cell holds the numbers of a value between spaces, the rows of a matrix between "; ", text as
-// it is in UTF-8, the texts of a list between ", ", bytes in base64. Records have no cell.
+// it is in UTF-8, the texts of a list between ", ", bytes in base64. Records have no cell. On a
+// terminal, cells are terminal text; files and pipes get them as they are.
 //
 // Ownership: borrows its output. Threads: one at a time.
 
@@ -29,6 +30,7 @@ public:
     CsvWriter(Output& destination, const WriterSettings& settings)
         : ResultWriter(destination, frameOf(Format::csv, settings)),
           nestedRows(settings.nestedRows),
+          toTerminal(settings.toTerminal),
           columns(settings.columns),
           rendered(renderedText) {}
 
@@ -43,10 +45,14 @@ private:
     void writeColumns(const host::Value& records, std::size_t element);
     void writeNamedRow(const host::Value& records, std::size_t element, const std::string& path);
 
-    /// The cell of a value, quoted where it must be; valid until the next call.
+    /// The text of a cell as it is shown; valid until the next call.
+    [[nodiscard]] std::string_view shownText(std::string_view text);
+
+    /// The cell of a value, as it is shown; valid until the next call.
     [[nodiscard]] std::string_view cellOf(std::string_view name, const host::Value* value);
 
     bool nestedRows;
+    bool toTerminal;
     std::vector<std::string> columns;
     std::string fileCell;
     std::string cell;

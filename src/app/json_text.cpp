@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "app/hidden_characters.h"
+
 namespace app {
 namespace {
 
@@ -43,10 +45,15 @@ char* putCodePoint(char* text, char32_t codePoint) {
             return text;
         }
     }
-    if (codePoint < 0x20 || codePoint == 0x7F) {
+    if (!isHidden(codePoint)) {
+        return encodeUtf8(text, codePoint);
+    }
+    if (codePoint < 0x10000) {
         return putUnicodeEscape(text, static_cast<char16_t>(codePoint));
     }
-    return encodeUtf8(text, codePoint);
+    const char32_t offset = codePoint - 0x10000;
+    text = putUnicodeEscape(text, static_cast<char16_t>(0xD800 + (offset >> 10)));
+    return putUnicodeEscape(text, static_cast<char16_t>(0xDC00 + (offset & 0x3FF)));
 }
 
 /// Whether eight bytes are all plain: told for all at once, in the top bit of each.
@@ -134,7 +141,7 @@ bool appendPlainString(Output& output, std::basic_string_view<Unit> units) {
     return true;
 }
 
-constexpr std::size_t kCodePointRoom = 6;
+constexpr std::size_t kCodePointRoom = 12;  // the escapes of two surrogates
 constexpr char32_t kReplacement = 0xFFFD;
 
 enum class LoneSurrogates : std::uint8_t { escaped, replaced };

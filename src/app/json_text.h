@@ -1,6 +1,7 @@
 #pragma once
 
-// JSON text: strings and base64, always valid UTF-8 whatever they are made from.
+// JSON text: strings and base64, always valid UTF-8 whatever they are made from. Hidden characters
+// are written as escapes, which a reader undoes: what is shown on a terminal does nothing there.
 // Plain functions that append to an Output of the caller; any thread.
 
 #include <cstdint>

@@ -41,9 +41,7 @@ bool isSet(const char* variable) {
 Colour outputColour(const OutputChoice& choice) {
     const char* terminal = std::getenv("TERM");
     const bool capable = terminal != nullptr && std::string_view(terminal) != "dumb";
-    return capable && !isSet("NO_COLOR") && choice.file.empty() && ::isatty(STDOUT_FILENO) == 1
-               ? Colour::on
-               : Colour::off;
+    return capable && !isSet("NO_COLOR") && choice.toTerminal ? Colour::on : Colour::off;
 }
 
 /// Whether all there is to do is one file, which needs no process of its own: nothing is behind it
@@ -139,7 +137,7 @@ int printText(const std::string& text) {
 }
 
 int runCommand(int argumentCount, const char* const* arguments) {
-    const CommandLine commandLine = parseCommandLine(argumentCount, arguments);
+    CommandLine commandLine = parseCommandLine(argumentCount, arguments);
     switch (commandLine.action) {
         case CommandLine::Action::usage:
             printError({commandLine.text, "; run ifdsweep --help for help"});
@@ -149,6 +147,8 @@ int runCommand(int argumentCount, const char* const* arguments) {
         case CommandLine::Action::sweep:
             break;
     }
+    OutputChoice& output = commandLine.arguments.output;
+    output.toTerminal = output.file.empty() && ::isatty(STDOUT_FILENO) == 1;
     return sweepFiles(commandLine.arguments);
 }
 

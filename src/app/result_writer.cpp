@@ -14,6 +14,7 @@ WriterSettings writerSettings(const OutputChoice& choice) {
     WriterSettings settings;
     settings.layout = choice.layout;
     settings.nestedRows = choice.nestedRows;
+    settings.toTerminal = choice.toTerminal;
     for (const ChosenField& field : choice.fields) {
         settings.columns.push_back(field.name);
     }

@@ -28,6 +28,7 @@ struct WriterSettings {
     TextLimits limits;
     bool nestedRows = false;
     std::vector<std::string> columns;  ///< of CSV; empty: all fields that occur
+    bool toTerminal = false;           ///< CSV shows cells as text for a terminal
 };
 
 /// What stands around the files.

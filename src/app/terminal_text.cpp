@@ -1,41 +1,12 @@
 #include "app/terminal_text.h"
 
-#include <algorithm>
-#include <array>
 #include <cstdint>
 
+#include "app/hidden_characters.h"
 #include "app/number_text.h"
 
 namespace app {
 namespace {
-
-struct Range {
-    char32_t first;
-    char32_t last;
-};
-
-// Code points that are shown as escapes, in ascending order.
-// clang-format off
-constexpr std::array kHidden{
-    Range{0x0000, 0x001F},    // C0 controls
-    Range{0x007F, 0x009F},    // delete, C1 controls
-    Range{0x00AD, 0x00AD},    // soft hyphen
-    Range{0x061C, 0x061C},    // Arabic letter mark
-    Range{0x180E, 0x180E},    // Mongolian vowel separator
-    Range{0x200B, 0x200F},    // zero-width characters, left-to-right and right-to-left marks
-    Range{0x2028, 0x202E},    // line and paragraph separators, bidirectional embeddings
-    Range{0x2060, 0x206F},    // word joiner, bidirectional isolates, deprecated format characters
-    Range{0xFEFF, 0xFEFF},    // byte order mark
-    Range{0xFFF9, 0xFFFB},    // interlinear annotation
-    Range{0xE0000, 0xE0FFF},  // tags, variation selectors
-};
-// clang-format on
-
-constexpr bool isHidden(char32_t codePoint) {
-    return std::any_of(kHidden.begin(), kHidden.end(), [codePoint](const Range& range) {
-        return range.first <= codePoint && codePoint <= range.last;
-    });
-}
 
 /// A sink of text_decoding.h that appends escaped text.
 class TerminalSink {

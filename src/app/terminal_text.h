@@ -1,9 +1,8 @@
 #pragma once
 
-// Terminal text: names and texts from files made safe to show. Nothing that a terminal obeys or
-// that reorders a line gets through: control characters, bidirectional and invisible format
-// characters and whatever is no text are shown as escapes, and a backslash as two, so that no two
-// texts look the same.
+// Terminal text: names and texts from files made safe to show. Nothing that a terminal obeys, that
+// reorders a line or that nobody sees gets through: hidden characters and whatever is no text are
+// shown as escapes, and a backslash as two, so that every text can be told from its escaped form.
 //
 //   \n \t \r        line feed, tab, carriage return
 //   \x1b \xff       other control characters; bytes that are no UTF-8

@@ -162,6 +162,29 @@ TEST_F(CsvTest, fileNamesAndColumnsAreQuotedToo) {
     }
 }
 
+TEST_F(CsvTest, onATerminalCellsShowWhatTheyHold) {
+    app::WriterSettings settings;
+    settings.columns = {"Artist", "Bytes"};
+    settings.toTerminal = true;
+    app::SweepOutcome outcome;
+    outcome.file = "a\x1b[2J\n\xFF.tif";
+    outcome.result = rendering::records(1, {"Artist", "Bytes"});
+    setField(outcome.result, 0, "Artist",
+             rendering::cells(rendering::text(u"one\r\ntwo, \"x\" \\"), rendering::text(u"\x9D")));
+    setField(outcome.result, 0, "Bytes", rendering::bytes({0, 9, 255}));
+    const std::string shown = rendered([&](app::Output& output) {
+        app::CsvWriter writer(output, settings);
+        writer.begin();
+        writer.write(outcome);
+        writer.end();
+    });
+    EXPECT_EQ(shown,
+              "File,Directory,Artist,Bytes\r\n"
+              R"(a\x1b[2J\n\xff.tif,0,"one\r\ntwo, ""x"" \\, \u009d",AAn/)"
+              "\r\n");
+    EXPECT_EQ(parsed(shown)[1][2], R"(one\r\ntwo, "x" \\, \u009d)");
+}
+
 TEST_F(CsvTest, valuesInCells) {
     app::SweepOutcome outcome;
     outcome.file = "a";

@@ -13,6 +13,7 @@
 #include "app/natural_text.h"
 #include "app/terminal_text.h"
 #include "rendering.h"
+#include "support/hidden_characters.h"
 
 namespace {
 
@@ -57,6 +58,18 @@ std::string jsonBytes(std::string_view bytes) {
 
 std::string jsonUnits(std::u16string_view units) {
     return rendered([&](app::Output& output) { app::appendJsonUnits(output, units); });
+}
+
+/// Calls with every code point that is no surrogate, and its UTF-8.
+template <class Visit>
+void forEachCodePoint(Visit&& visit) {
+    for (char32_t codePoint = 0; codePoint <= 0x10FFFF; ++codePoint) {
+        if (codePoint < 0xD800 || codePoint > 0xDFFF) {
+            visit(codePoint, rendered([codePoint](app::Output& output) {
+                      output.commit(app::encodeUtf8(output.reserve(4), codePoint));
+                  }));
+        }
+    }
 }
 
 struct NaturalCase {
@@ -132,6 +145,21 @@ TEST(JsonTextTest, escapesWhatMustBe) {
     EXPECT_EQ(jsonBytes("\"\\/\b\f\n\r\t"), R"("\"\\/\b\f\n\r\t")");
     EXPECT_EQ(jsonBytes(std::string_view("\0\x1F\x7F", 3)), "\"\\u0000\\u001f\\u007f\"");
     EXPECT_EQ(jsonBytes("Zürich €"), "\"Zürich €\"");
+}
+
+TEST(JsonTextTest, whatNobodySeesIsEscapedAndReadsBack) {
+    EXPECT_EQ(jsonBytes("\u0080\u009B\u202E"), R"("\u0080\u009b\u202e")");
+    EXPECT_EQ(jsonBytes("\U000E0041"), R"("\udb40\udc41")");
+    EXPECT_EQ(jsonNatural(signExtended("\x9D")), R"("\u009d")");
+    forEachCodePoint([](char32_t codePoint, const std::string& utf8) {
+        const std::string json = jsonBytes(utf8);
+        // nlohmann-json's parser, not ours, says that it is the same text.
+        ASSERT_EQ(nlohmann::json::parse(json), utf8) << static_cast<std::uint32_t>(codePoint);
+        const bool isEscaped = json.find(utf8) == std::string::npos;
+        const bool isSyntax = codePoint == '"' || codePoint == '\\';
+        ASSERT_EQ(isEscaped, !isSyntax && fixture::mustBeEscaped(codePoint))
+            << static_cast<std::uint32_t>(codePoint);
+    });
 }
 
 TEST(JsonTextTest, replacesBytesThatAreNoUtf8) {
@@ -244,6 +272,10 @@ const TerminalCase kTerminalCases[] = {
     {"separators", "\u2028\u2029", R"(\u2028\u2029)"},
     {"invisible", "\u00AD\u200B\uFEFF", R"(\u00ad\u200b\ufeff)"},
     {"tagCharacter", "\U000E0041", R"(\U000e0041)"},
+    {"shorthandFormat", "a\U0001BCA0z", R"(a\U0001bca0z)"},
+    {"musicalFormat", "a\U0001D173\U0001D17Az", R"(a\U0001d173\U0001d17az)"},
+    {"joinedEmoji", "\U0001F468\u200D\U0001F469\uFE0F", "\U0001F468\\u200d\U0001F469\\ufe0f"},
+    {"fillers", "\u115F\u1160\u3164\uFFA0", R"(\u115f\u1160\u3164\uffa0)"},
 };
 
 class TerminalTextTest : public testing::TestWithParam<TerminalCase> {};
@@ -254,6 +286,19 @@ TEST_P(TerminalTextTest, showsNothingThatATerminalObeys) {
 
 INSTANTIATE_TEST_SUITE_P(All, TerminalTextTest, testing::ValuesIn(kTerminalCases),
                          [](const auto& instance) { return std::string(instance.param.name); });
+
+TEST(TerminalTextTest, whatNobodySeesIsEscapedAndNothingElse) {
+    forEachCodePoint([](char32_t codePoint, const std::string& utf8) {
+        const std::string shown = terminalBytes(utf8);
+        const std::string expected = codePoint == '\\' ? R"(\\)" : utf8;
+        if (fixture::mustBeEscaped(codePoint)) {
+            ASSERT_EQ(shown.front(), '\\') << static_cast<std::uint32_t>(codePoint);
+            ASSERT_TRUE(app::isAscii<char>(shown)) << shown;
+        } else {
+            ASSERT_EQ(shown, expected) << static_cast<std::uint32_t>(codePoint);
+        }
+    });
+}
 
 TEST(TerminalTextTest, tagTextIsReadNaturallyAndEscaped) {
     EXPECT_EQ(terminalNatural(signExtended("Z\xFCrich\x1b[0m")), R"(Zürich\x1b[0m)");

@@ -2,13 +2,22 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <cstdio>
+#include <cstdlib>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <fcntl.h>
+#include <termios.h>
+#include <unistd.h>
 
 #include <nlohmann/json.hpp>
 
+#include "host/file_names.h"
 #include "hostile/captured_program.h"
 #include "hostile/temporary_file.h"
+#include "support/hidden_characters.h"
 #include "support/tiff_builder.h"
 
 namespace fixture {
@@ -29,6 +38,11 @@ const Case kCases[] = {
     {"ControlSequenceC1",  "a\xC2\x9B" "2Jz",            "a\\u009b2Jz"},
     {"Delete",             "a\x7Fz",                     "a\\x7fz"},
     {"Backslash",          "a\\x1bz",                    "a\\\\x1bz"},
+    {"ShorthandFormat",    "a\xF0\x9B\xB2\xA0z",         "a\\U0001bca0z"},
+    {"MusicalFormat",      "a\xF0\x9D\x85\xB3z",         "a\\U0001d173z"},
+    {"VariationSelector",  "a\xEF\xB8\x8Fz",             "a\\ufe0fz"},
+    {"HangulFiller",       "a\xE3\x85\xA4z",             "a\\u3164z"},
+    {"ArabicNumberSign",   "a\xD8\x80z",                 "a\\u0600z"},
 };
 // clang-format on
 
@@ -44,14 +58,55 @@ TemporaryFile fileWith(std::string_view text, const std::string& name) {
 }
 
 void expectNoControls(const std::string& output) {
-    for (const char character : output) {
-        const auto byte = static_cast<unsigned char>(character);
-        EXPECT_TRUE(byte == '\n' || (byte >= 0x20 && byte != 0x7F)) << static_cast<int>(byte);
-    }
-    for (const char* hidden : {"\xE2\x80\xAE", "\xE2\x81\xA6", "\xC2\x9B"}) {
-        EXPECT_EQ(output.find(hidden), std::string::npos);
-    }
+    const std::u16string units = host::fileNameFromSystem(output);
+    const auto unsafe = firstUnsafe(units);
+    EXPECT_FALSE(unsafe) << std::hex << static_cast<std::uint32_t>(unsafe.value_or(0)) << " in "
+                         << output;
 }
+
+/// A terminal that shows nothing and keeps what it is given.
+class Terminal {
+public:
+    Terminal() : master(::posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK)) {
+        if (master < 0 || ::grantpt(master) != 0 || ::unlockpt(master) != 0) {
+            throw std::runtime_error("no terminal can be had");
+        }
+        slave = ::open(::ptsname(master), O_RDWR | O_NOCTTY);
+        termios mode{};
+        if (slave < 0 || ::tcgetattr(slave, &mode) != 0) {
+            throw std::runtime_error("no terminal can be had");
+        }
+        ::cfmakeraw(&mode);  // what is written is kept as it is
+        ::tcsetattr(slave, TCSANOW, &mode);
+    }
+    Terminal(const Terminal&) = delete;
+    Terminal& operator=(const Terminal&) = delete;
+    ~Terminal() {
+        ::close(slave);
+        ::close(master);
+    }
+
+    /// What the program shows, whose arguments are given, without colours.
+    std::string shown(const std::vector<std::string>& arguments) {
+        const CapturedProgram program = runCaptured(arguments, [this] {
+            ::setenv("NO_COLOR", "1", 1);
+            ::dup2(slave, STDOUT_FILENO);
+        });
+        EXPECT_EQ(program.status, 0) << program.errors;
+        EXPECT_EQ(program.output, "");
+        expectNoControls(program.errors);
+        std::string text;
+        char piece[4096];
+        for (ssize_t got = 0; (got = ::read(master, piece, sizeof piece)) > 0;) {
+            text.append(piece, static_cast<std::size_t>(got));
+        }
+        return text;
+    }
+
+private:
+    int master;
+    int slave = -1;
+};
 
 void expectJson(const std::string& output) {
     EXPECT_FALSE(nlohmann::json::parse(output, nullptr, false).is_discarded()) << output;
@@ -82,6 +137,43 @@ TEST_P(TerminalSafety, AFileNameIsShownEscaped) {
     EXPECT_EQ(missing.status, 1);
     EXPECT_NE(missing.errors.find(GetParam().shown), std::string::npos) << missing.errors;
     expectNoControls(missing.errors);
+}
+
+// One file is read by the program's own process, two are read by others.
+TEST_P(TerminalSafety, EveryFormatIsSafeOnATerminal) {
+    const std::string text(GetParam().text);
+    const TemporaryFile first = fileWith(text, "1" + text);
+    const TemporaryFile second = fileWith(text, "2" + text);
+    for (const std::vector<std::string>& files :
+         {std::vector{first.path()}, std::vector{first.path(), second.path()}}) {
+        for (const char* format : {"text", "json", "ndjson", "typed", "csv"}) {
+            for (const char* tags : {"", "Artist,60000"}) {
+                std::vector<std::string> arguments{"--no-progress", "--format", format};
+                if (*tags != '\0') {
+                    arguments.insert(arguments.end(), {"--tags", tags});
+                }
+                arguments.insert(arguments.end(), files.begin(), files.end());
+                std::string shown = Terminal().shown(arguments);
+                if (format == std::string("csv")) {
+                    EXPECT_NE(shown.find(GetParam().shown), std::string::npos) << shown;
+                    // A row ends with CR LF; there is no other CR.
+                    for (std::size_t at = 0; (at = shown.find("\r\n", at)) != std::string::npos;) {
+                        shown.erase(at, 1);
+                    }
+                }
+                SCOPED_TRACE(std::string(format) + ' ' + tags);
+                EXPECT_NE(shown, "");
+                expectNoControls(shown);
+            }
+        }
+    }
+}
+
+TEST_P(TerminalSafety, ATableInAFileHoldsTheTextItself) {
+    const TemporaryFile file = fileWith(GetParam().text, "tag.tif");
+    const CapturedProgram program =
+        runCaptured({"--format", "csv", "--tags", "Artist", file.path()});
+    EXPECT_NE(program.output.find(GetParam().text), std::string::npos) << program.output;
 }
 
 // Bytes that are no UTF-8: in a tag Windows-1252, in a name shown as they are, escaped.
