@@ -79,7 +79,9 @@ private:
 
     template <class Matches>
     void chooseMatching(const std::string& word, Matches&& matches) {
-        if (addMatching([&](const TagListing& listing) { return matches(listing.name); })) {
+        if (addMatching([&](const TagListing& listing) {
+                return matches(listing.name) || (!listing.alias.empty() && matches(listing.alias));
+            })) {
             return;
         }
         choice.complaint = "--tags: no tag is named " + (word.empty() ? "\"\"" : word);

@@ -1,39 +1,46 @@
 #include "gateway/tag_list.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "dict/default_fields.h"
 #include "dict/tag_names.h"
+#include "tag/special_tags.h"
 
 namespace {
 
 void appendDictionary(std::vector<TagListing>& listings, const TextMap& names,
                       std::string_view dictionary) {
     for (std::size_t row = 0; row < names.size(); ++row) {
-        listings.push_back({names.keyAt(row), names.valueAt(row), dictionary});
+        listings.push_back({names.keyAt(row), names.valueAt(row), dictionary, {}});
     }
 }
 
-bool isTag(std::string_view name) {
-    for (std::size_t row = 0; row < primaryMap.size(); ++row) {
-        if (primaryMap.valueAt(row) == name) {
-            return true;
+std::vector<TagListing> listPrimaryTags() {
+    std::vector<TagListing> listings;
+    appendDictionary(listings, primaryMap, "TIFF");
+    for (TagListing& listing : listings) {
+        // No directory keeps this tag: what it says is the height of the record.
+        if (listing.id == kImageLength) {
+            listing.alias = std::exchange(listing.name, "Height");
         }
     }
-    return false;
+    return listings;
 }
 
 }  // namespace
 
 std::vector<TagListing> listTags() {
+    const std::vector<TagListing> tags = listPrimaryTags();
     std::vector<TagListing> listings;
     for (const std::string_view name : kDefaultFieldNames) {
-        if (!isTag(name)) {
-            listings.push_back({std::nullopt, name, "record"});
+        if (std::none_of(tags.begin(), tags.end(),
+                         [name](const TagListing& tag) { return tag.name == name; })) {
+            listings.push_back({std::nullopt, name, "record", {}});
         }
     }
-    listings.push_back({std::nullopt, "UnknownTags", "record"});
-    appendDictionary(listings, primaryMap, "TIFF");
+    listings.push_back({std::nullopt, "UnknownTags", "record", {}});
+    listings.insert(listings.end(), tags.begin(), tags.end());
     appendDictionary(listings, GPSmap, "GPS");
     appendDictionary(listings, interopMap, "Interoperability");
     return listings;

@@ -13,6 +13,7 @@ struct TagListing {
     std::optional<std::uint16_t> id;  ///< the tag's number; absent for fields that are no tag
     std::string_view name;
     std::string_view dictionary;  ///< "TIFF", "GPS", "Interoperability" or "record"
+    std::string_view alias;       ///< another name of the tag, which no field has; empty for none
 };
 
 /// Every name: fields that are no tag, then each dictionary in ascending order of its numbers.

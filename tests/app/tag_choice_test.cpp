@@ -54,6 +54,10 @@ const Case kCases[] = {
     {"270,ImageDescription,0x10e", {"ImageDescription"}},
     // A number has a name in each dictionary that knows it.
     {"1", {"GPSLatitudeRef", "InteroperabilityIndex"}},
+    // These two tags are the size of the image, whatever their dictionary calls them.
+    {"256,257", {"Width", "Height"}},
+    {"Length,Height,0x101,Width", {"Height", "Width"}},
+    {"Leng[t]h", {"Height"}},
     {"50000", {"#50000"}},
     {"0xC350,50000", {"#50000"}},
     {"65001,0", {"#65001", "GPSVersionID"}},
@@ -125,10 +129,14 @@ TEST(TagListTest, everyNameCanBeChosen) {
 TEST(TagListTest, aLineForEveryName) {
     const auto lines = programrun::linesOf(app::tagListText());
     EXPECT_EQ(lines.size(), listTags().size());
-    for (const char* const line : {"-\tBitDepth\trecord", "271\tMake\tTIFF", "2\tGPSLatitude\tGPS",
-                                   "1\tInteroperabilityIndex\tInteroperability"}) {
+    for (const char* const line :
+         {"-\tBitDepth\trecord", "256\tWidth\tTIFF", "257\tHeight\tTIFF", "271\tMake\tTIFF",
+          "2\tGPSLatitude\tGPS", "1\tInteroperabilityIndex\tInteroperability"}) {
         EXPECT_EQ(std::count(lines.begin(), lines.end(), line), 1) << line;
     }
+    // No field is called so, and no two lines are of one tag.
+    EXPECT_EQ(app::tagListText().find("\tLength\t"), std::string::npos);
+    EXPECT_EQ(app::tagListText().find("-\tHeight\t"), std::string::npos);
 }
 
 }  // namespace
