@@ -1,8 +1,8 @@
 #pragma once
 
 // Batch run: many files through worker processes, put together in the order of the input. What is
-// held at a time is bounded: files wait for their turn in a window, their parts in the rings of the
-// workers or in memory, large ones in temporary files.
+// held at a time is bounded: files wait for their turn in a window, their parts in memory, large
+// ones in temporary files.
 //
 // Ownership: borrows the arguments and the output. Threads: one at a time, and no other thread in
 // the process.
@@ -63,7 +63,7 @@ private:
     RunLog log;
     RunOutput& output;
     InputFiles inputs;
-    WorkerPool pool;  ///< before the window, whose parts lie in its rings
+    WorkerPool pool;
     FilePartSink failurePart;
     Output failureOutput;
     FileSweeper failureWriter;

@@ -8,7 +8,6 @@ namespace app {
 void FilePart::writeTo(Output& output) const {
     if (!spill.isOpen()) {
         output.append(bytes);
-        output.append(placed.bytes());
         return;
     }
     constexpr std::uint64_t kPiece = std::uint64_t{1} << 18;

@@ -1,10 +1,9 @@
 #pragma once
 
 // File part: what the output shows of one file, kept until its turn comes: in memory while it is
-// small, of its own or in the ring of a worker; in a temporary file when it is not.
+// small, in a temporary file when it is not.
 //
-// Ownership: owns memory and file, and its place in a ring that outlives it. Threads: one at a
-// time.
+// Ownership: owns memory and file. Threads: one at a time.
 
 #include <cstdint>
 #include <string>
@@ -12,7 +11,6 @@
 
 #include "app/descriptor.h"
 #include "app/output.h"
-#include "app/part_ring.h"
 
 namespace app {
 
@@ -21,14 +19,13 @@ struct FilePart {
     static constexpr std::size_t kMostInMemory = std::size_t{1} << 20;
 
     std::string bytes;
-    PlacedPart placed;  ///< what is not in `bytes`
-    Descriptor spill;   ///< open when the part is there and not in memory
+    Descriptor spill;  ///< open when the part is there and not in memory
     std::uint64_t spillSize = 0;
 
     /// The memory that it takes while it waits. A part in a file counts as the most of one in
     /// memory, so that the open files are bounded too.
     [[nodiscard]] std::uint64_t weight() const {
-        return spill.isOpen() ? kMostInMemory : bytes.size() + placed.bytes().size();
+        return spill.isOpen() ? kMostInMemory : bytes.size();
     }
 
     /// Appends the part to an output.

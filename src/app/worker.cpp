@@ -60,8 +60,8 @@ void limitMemory(std::uint64_t bytes) {
 /// slow file behind it: a thread of the stream's sends what has waited too long.
 class AnswerStream {
 public:
-    AnswerStream(int socketToMain, PartRing& partRing)
-        : socket(socketToMain), ring(partRing), lateSender([this] { sendLateOnes(); }) {}
+    explicit AnswerStream(int socketToMain)
+        : socket(socketToMain), lateSender([this] { sendLateOnes(); }) {}
     AnswerStream(const AnswerStream&) = delete;
     AnswerStream& operator=(const AnswerStream&) = delete;
     ~AnswerStream() {
@@ -101,17 +101,13 @@ public:
     }
 
 private:
-    void packPart(std::string& body, const FilePart& part) {
+    static void packPart(std::string& body, const FilePart& part) {
         const auto putPlace = [&body](PartPlace place) {
             packed::putNumber(body, static_cast<std::uint64_t>(place));
         };
         if (part.spill.isOpen()) {
             putPlace(PartPlace::file);
             packed::putNumber(body, part.spillSize);
-        } else if (const auto position = ring.place(part.bytes)) {
-            putPlace(PartPlace::ring);
-            packed::putNumber(body, *position);
-            packed::putNumber(body, part.bytes.size());
         } else {
             putPlace(PartPlace::answer);
             packed::putText(body, part.bytes);
@@ -171,7 +167,6 @@ private:
     }
 
     int socket;
-    PartRing& ring;
     std::mutex mutex;
     std::condition_variable changed;
     std::string waiting;
@@ -183,10 +178,10 @@ private:
 
 class Worker {
 public:
-    Worker(int socketToMain, WorkerState& workerState, PartRing& ring, const Arguments& arguments,
-           Colour colour, int standardInput)
+    Worker(int socketToMain, WorkerState& workerState, const Arguments& arguments, Colour colour,
+           int standardInput)
         : state(workerState),
-          answers(socketToMain, ring),
+          answers(socketToMain),
           output(partSink),
           sweeper(arguments, output, colour, standardInput) {}
 
@@ -259,10 +254,10 @@ std::int64_t steadyNanoseconds() {
     return std::chrono::nanoseconds(std::chrono::steady_clock::now().time_since_epoch()).count();
 }
 
-void runWorker(int socket, WorkerState& state, PartRing& ring, const Arguments& arguments,
-               Colour colour, int standardInput) {
+void runWorker(int socket, WorkerState& state, const Arguments& arguments, Colour colour,
+               int standardInput) {
     limitMemory(arguments.run.memory.value_or(kDefaultMemory));
-    Worker worker(socket, state, ring, arguments, colour, standardInput);
+    Worker worker(socket, state, arguments, colour, standardInput);
     std::string incoming;
     std::vector<char> piece(kReadSize);
     while (true) {

@@ -1,8 +1,7 @@
 #pragma once
 
 // Worker: the loop of a worker process. It takes files from a socket and answers each with its
-// report and its part of the output, which it places in a ring; one that finds no room there goes
-// with the answer, and one that lies in a temporary file is handed over as such.
+// report and its part of the output; a part that lies in a temporary file is handed over as such.
 //
 // A request is a packed text with number, sniffing and path; an answer is one with number, report,
 // where the part lies, and what is to be known of that place. Requests and answers stand one behind
@@ -14,7 +13,6 @@
 #include <cstdint>
 
 #include "app/arguments.h"
-#include "app/part_ring.h"
 #include "app/result_writer.h"
 
 namespace app {
@@ -30,7 +28,6 @@ struct WorkerState {
 /// Where the part of an answer lies, and what follows in the answer.
 enum class PartPlace : std::uint8_t {
     answer,  ///< its bytes
-    ring,    ///< position and size
     file,    ///< size; the file's descriptor comes with the answer
 };
 
@@ -38,7 +35,7 @@ enum class PartPlace : std::uint8_t {
 [[nodiscard]] std::int64_t steadyNanoseconds();
 
 /// Answers requests until the socket ends.
-void runWorker(int socket, WorkerState& state, PartRing& ring, const Arguments& arguments,
-               Colour colour, int standardInput);
+void runWorker(int socket, WorkerState& state, const Arguments& arguments, Colour colour,
+               int standardInput);
 
 }  // namespace app

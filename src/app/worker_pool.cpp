@@ -5,8 +5,6 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
-#include <memory>
-#include <new>
 #include <utility>
 
 #include <sys/prctl.h>
@@ -27,8 +25,6 @@ namespace {
 constexpr std::int64_t kNanosecondsAhead = 10'000'000;
 constexpr std::size_t kLeastDepth = 2;
 constexpr std::size_t kMostDepth = 256;
-constexpr std::size_t kMostRingMemory = std::size_t{64} << 20;  // of all rings together
-constexpr std::size_t kLeastRingSize = std::size_t{64} << 10;
 constexpr std::size_t kReceiveSize = std::size_t{256} * 1024;
 
 // No real file meets it: a gigabyte of tags takes seconds.
@@ -134,18 +130,6 @@ void WorkerPool::submit(std::uint64_t number, const InputFile& file) {
     send(roomiest(), {number, packRequest(number, file)});
 }
 
-void WorkerPool::makeRing(Process& process) const {
-    if (process.ring != nullptr) {
-        return;
-    }
-    try {
-        process.ring = std::make_unique<PartRing>(
-            std::clamp(kMostRingMemory / processes.size(), kLeastRingSize, PartRing::kUsualSize));
-    } catch (const std::bad_alloc&) {
-        failToStart();
-    }
-}
-
 void WorkerPool::start(std::size_t index) {
     Process& process = processes[index];
     std::array<int, 2> ends{-1, -1};
@@ -154,7 +138,6 @@ void WorkerPool::start(std::size_t index) {
     }
     process.socket.reset(ends[0]);
     Descriptor workerEnd(ends[1]);
-    makeRing(process);
     WorkerState& state = states[index];
     state.file = WorkerState::kNoFile;
     const pid_t mainProcess = ::getpid();
@@ -177,9 +160,8 @@ void WorkerPool::start(std::size_t index) {
             }
         }
         process.socket.reset();
-        process.ring->beginWorker();
         try {
-            runWorker(workerEnd.get(), state, *process.ring, arguments, colour, standardInput);
+            runWorker(workerEnd.get(), state, arguments, colour, standardInput);
         } catch (...) {
             ::_exit(1);
         }
@@ -332,11 +314,6 @@ WorkerAnswer WorkerPool::unpackAnswer(Process& process, std::string_view body) {
         case PartPlace::answer:
             answer.part.bytes = packed::takeText(body);
             break;
-        case PartPlace::ring: {
-            const std::uint64_t position = packed::takeNumber(body);
-            answer.part.placed = process.ring->take(position, packed::takeNumber(body));
-            break;
-        }
         case PartPlace::file:
             answer.part.spillSize = packed::takeNumber(body);
             answer.part.spill = std::move(process.incomingFiles.front());
@@ -352,9 +329,7 @@ void WorkerPool::replace(std::size_t index, std::vector<WorkerAnswer>& answers) 
     const int status = waitForEnd(process.id);
     std::deque<Request> requests = std::move(process.requests);
     const bool wasLate = process.isLate;
-    std::unique_ptr<PartRing> ring = std::move(process.ring);  // parts in it still wait
     process = Process();
-    process.ring = std::move(ring);
 
     // A worker that was not reading blames the file that it would have read next: otherwise a
     // worker that cannot even start would be started for ever.

@@ -5,15 +5,13 @@
 // worker did not. A worker that ends or takes too long costs the file that it was reading; what
 // else was waiting for it goes to another.
 //
-// Ownership: owns its processes, which end with it, and the rings in which parts lie: the answers
-// must be gone before the pool is, and go in the order of their numbers. Threads: one at a time,
-// and no other thread in the process while files are submitted.
+// Ownership: owns its processes, which end with it. Threads: one at a time, and no other thread in
+// the process while files are submitted.
 
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
-#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -27,7 +25,6 @@
 #include "app/file_part.h"
 #include "app/file_report.h"
 #include "app/input_file.h"
-#include "app/part_ring.h"
 #include "app/result_writer.h"
 #include "app/shared_memory.h"
 #include "app/worker.h"
@@ -73,10 +70,9 @@ private:
     struct Process {
         pid_t id = -1;
         Descriptor socket;
-        std::unique_ptr<PartRing> ring;  ///< of this process and of those in its place later
-        std::deque<Request> requests;    ///< sent and not answered
-        std::string outgoing;            ///< not sent yet
-        std::string incoming;            ///< not yet a whole answer
+        std::deque<Request> requests;  ///< sent and not answered
+        std::string outgoing;          ///< not sent yet
+        std::string incoming;          ///< not yet a whole answer
         std::deque<Descriptor> incomingFiles;
         std::size_t depth = 0;        ///< most requests at a time
         bool isFilling = true;        ///< gets requests: from half the depth on, up to all of it
@@ -85,7 +81,6 @@ private:
     };
 
     [[nodiscard]] std::size_t roomiest() const;
-    void makeRing(Process& process) const;
     void start(std::size_t index);
     void send(std::size_t index, Request request);
     static void sendOutgoing(Process& process);

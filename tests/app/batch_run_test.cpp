@@ -118,7 +118,7 @@ TEST_F(BatchRunTest, largePartsKeepTheirPlace) {
 
 TEST_F(BatchRunTest, moreFilesTakeNoMoreMemory) {
     fs::create_directory(in("many"));
-    constexpr std::ptrdiff_t kFew = 3000;  // enough to fill the rings, which are kept
+    constexpr std::ptrdiff_t kFew = 3000;  // enough to fill the buffers, which are kept
     constexpr std::ptrdiff_t kMany = 8000;
     programfiles::writeMany(in("many"), kMany);
     std::string paths;
@@ -199,7 +199,7 @@ TEST_F(BatchRunTest, aWorkerThatDiesCostsItsFileAlone) {
 }
 
 TEST_F(BatchRunTest, whatWaitsOutlivesItsWorker) {
-    // Behind a file that takes for ever, a worker makes more than its ring has room for, and ends.
+    // Behind a file that takes for ever, a worker makes much that has to wait, and ends.
     constexpr std::size_t kKinds = 7;
     programfiles::write(in("slow.tif"), programfiles::endlessImage());
     std::string once;
