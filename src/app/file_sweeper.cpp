@@ -8,6 +8,7 @@
 
 #include "app/field_selection.h"
 #include "app/messages.h"
+#include "app/worker_limits.h"
 #include "host/byte_source.h"
 #include "host/file_names.h"
 
@@ -68,7 +69,7 @@ FileReport FileSweeper::finish() {
             outcome.result = selectFields(*outcome.result, arguments.output.fields);
         } catch (const std::bad_alloc&) {
             outcome.result.reset();
-            outcome.error.emplace(kOutOfMemoryId, std::vector<qxMessageArgument>());
+            outcome.error.emplace(outOfMemory());
         }
     }
     if (outcome.error) {

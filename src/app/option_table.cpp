@@ -45,7 +45,7 @@ constexpr std::array kOptions{
 
     OptionRow{"--jobs", "N", "worker processes (default: as many as there are cores)", kRun, ValueKind::other, ""},
     OptionRow{"--timeout", "SECONDS", "most time for one file (default: 600)", kRun, ValueKind::other, ""},
-    OptionRow{"--memory", "BYTES", "most memory for one file (default: 8 GiB)", kRun, ValueKind::other, ""},
+    OptionRow{"--memory", "BYTES", "most memory for one file (default: 8 GiB, less where the\nmachine has less for each worker)", kRun, ValueKind::other, ""},
     OptionRow{"--resume", "FILE", "keep a journal in FILE; a run started again with it\nleaves out what is finished and unchanged", kRun, ValueKind::file, ""},
     OptionRow{"--no-progress", "", "show no progress on a terminal", kRun, ValueKind::none, ""},
 

@@ -9,6 +9,7 @@
 #include <chrono>
 #include <cstdint>
 #include <optional>
+#include <string>
 
 #include <sys/types.h>
 
@@ -21,6 +22,8 @@ namespace app {
 struct RunState {
     std::uint64_t passed = 0;  ///< files that are done with, whatever came of them
     std::uint64_t failed = 0;
+    std::string slowFile{};  ///< one that has been read for longer than others; empty for none
+    std::chrono::seconds slowSince{0};  ///< for how long
 };
 
 class Progress {

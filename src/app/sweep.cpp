@@ -12,6 +12,7 @@
 
 #include "app/jpeg_locator.h"
 #include "app/messages.h"
+#include "app/worker_limits.h"
 #include "host/file_names.h"
 #include "host/opened_file.h"
 
@@ -128,7 +129,7 @@ SweepOutcome sweep(host::Host& host, std::string_view file, const SweepNumbers& 
     } catch (const qxMessage& message) {
         outcome.error = message;
     } catch (const std::bad_alloc&) {
-        outcome.error.emplace(kOutOfMemoryId, std::vector<qxMessageArgument>());
+        outcome.error.emplace(outOfMemory());
     } catch (const std::exception& failure) {
         outcome.error = unexpectedFailure(failure);
     }

@@ -6,14 +6,12 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstring>
-#include <limits>
 #include <mutex>
 #include <new>
 #include <string>
 #include <thread>
 #include <vector>
 
-#include <sys/resource.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -22,6 +20,7 @@
 #include "app/messages.h"
 #include "app/packed.h"
 #include "app/run_failure.h"
+#include "app/worker_limits.h"
 
 namespace app {
 namespace {
@@ -30,31 +29,6 @@ constexpr std::size_t kReadSize = std::size_t{64} * 1024;
 
 // Answers take no more than this before they are sent.
 constexpr std::size_t kSendSize = std::size_t{128} * 1024;
-
-// No real file meets it: a record of 8 GiB of memory comes from a file of about a gigabyte of tags.
-constexpr std::uint64_t kDefaultMemory = std::uint64_t{8} << 30;
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool kAddressSpaceIsOurs = false;
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-constexpr bool kAddressSpaceIsOurs = false;
-#else
-constexpr bool kAddressSpaceIsOurs = true;
-#endif
-#else
-constexpr bool kAddressSpaceIsOurs = true;
-#endif
-
-/// Sets the most address space that the process may have. A sanitizer needs terabytes of it, and
-/// then nothing is set.
-void limitMemory(std::uint64_t bytes) {
-    if (kAddressSpaceIsOurs) {
-        const rlim_t most = std::min<std::uint64_t>(bytes, std::numeric_limits<rlim_t>::max());
-        const rlimit limit{most, most};
-        static_cast<void>(::setrlimit(RLIMIT_AS, &limit));
-    }
-}
 
 /// Answers on their way to the main process. They go there many at a time, and none waits for a
 /// slow file behind it: a thread of the stream's sends what has waited too long.
@@ -205,7 +179,7 @@ private:
         try {
             return readAndWrite([&] { return sweeper.sweep(file); });
         } catch (const std::bad_alloc&) {
-            return failed(file, qxMessage(kOutOfMemoryId, {}));
+            return failed(file, outOfMemory());
         } catch (const OutputError& error) {
             return failed(file, qxMessage(kUnexpectedFailureId,
                                           {qxMessageText("cannot write a temporary file: " +
@@ -256,7 +230,7 @@ std::int64_t steadyNanoseconds() {
 
 void runWorker(int socket, WorkerState& state, const Arguments& arguments, Colour colour,
                int standardInput) {
-    limitMemory(arguments.run.memory.value_or(kDefaultMemory));
+    limitMemory(workerLimits(arguments.run, 1).memory);
     Worker worker(socket, state, arguments, colour, standardInput);
     std::string incoming;
     std::vector<char> piece(kReadSize);

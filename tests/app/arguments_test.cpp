@@ -234,7 +234,7 @@ TEST(ArgumentsTest, informationNeedsNoPath) {
     EXPECT_NE(tags.text.find("271\tMake\tTIFF\n"), std::string::npos);
     const auto message = parse({"--explain", "outOfMemory"});
     EXPECT_EQ(message.action, Action::print);
-    EXPECT_EQ(message.text.find("ifdsweep:outOfMemory\n  out of memory\n  "), 0U);
+    EXPECT_EQ(message.text.find("ifdsweep:outOfMemory\n  out of memory: {1}\n  "), 0U);
     EXPECT_EQ(parse({"--explain", "ifdsweep:outOfMemory"}).text, message.text);
 }
 

@@ -300,7 +300,7 @@ TEST_F(BatchRunTest, theMemoryLimitCostsOneFile) {
     const Ending given = run(std::vector<std::string>{"--memory", "150000000"} + files);
     EXPECT_EQ(given.status, 1);
     EXPECT_EQ(given.error,
-              "ifdsweep: large.tif: out of memory (ifdsweep:outOfMemory)\n"
+              "ifdsweep: large.tif: out of memory: the limit is 150000000 bytes (--memory) (ifdsweep:outOfMemory)\n"
               "ifdsweep: 2 files read, 1 failed, 2 directories\n");
     // So little that no worker gets far: every file fails, and the run ends.
     const Ending none = run(std::vector<std::string>{"--memory", "1"} + files);

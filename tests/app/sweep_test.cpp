@@ -98,7 +98,8 @@ TEST(MessagesTest, textsOfTheProgramsOwn) {
     const auto text = [](const char* id, std::vector<qxMessageArgument> arguments) {
         return app::messageText(qxMessage(id, std::move(arguments)));
     };
-    EXPECT_EQ(text(app::kOutOfMemoryId, {}), "out of memory");
+    EXPECT_EQ(text(app::kOutOfMemoryId, {qxMessageText("the limit is 1 MiB")}),
+              "out of memory: the limit is 1 MiB");
     EXPECT_NE(text(app::kNoExifSegmentId, {std::int64_t{20}}).find("position 20 "),
               std::string::npos);
     EXPECT_NE(text(app::kBadJpegSegmentId, {std::int64_t{20}}).find("position 20 "),

@@ -201,9 +201,10 @@ TEST(ProgramOutOfMemory, SaysSoAndGoesOn) {
     const CapturedProgram program =
         runCaptured({first.path(), second.path()}, [] { failRequestsAbove(8000000); });
     EXPECT_EQ(program.status, 1);
-    EXPECT_EQ(program.errors, "ifdsweep: " + first.path() +
-                                  ": out of memory (ifdsweep:outOfMemory)\n"
-                                  "ifdsweep: 1 file read, 1 failed, 1 directory\n");
+    EXPECT_EQ(program.errors,
+              "ifdsweep: " + first.path() +
+                  ": out of memory: the system gives no more (ifdsweep:outOfMemory)\n"
+                  "ifdsweep: 1 file read, 1 failed, 1 directory\n");
     EXPECT_EQ(program.output.find(first.path()), std::string::npos);
     EXPECT_NE(program.output.find(second.path()), std::string::npos);
     EXPECT_NE(program.output.find("after the large one"), std::string::npos);
