@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <new>
+#include <utility>
 
 #include <sys/mman.h>
 
@@ -117,9 +118,9 @@ void BlockPool::addSlab() {
     // From one segment, so that a small file pays for little, doubling to a huge page.
     const std::size_t size =
         slabs.empty() ? kSegmentSize : std::min(kLargestSlab, slabs.back().get_deleter().size * 2);
-    slabs.reserve(slabs.size() + 1);
     std::byte* memory = static_cast<std::byte*>(::operator new (size, std::align_val_t{size}));
-    slabs.push_back(Slab(memory, SlabDeleter{size}));
+    Slab slab(memory, SlabDeleter{size});  // owned before the list grows, which may fail
+    slabs.push_back(std::move(slab));
     if (size == kHugePage) {
         static_cast<void>(::madvise(memory, size, MADV_HUGEPAGE));
     }

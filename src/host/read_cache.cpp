@@ -22,10 +22,12 @@ constexpr std::uint64_t kSmallFile = std::uint64_t{16} * 1024;
 
 constexpr std::size_t kWindowMemory = kKeptBytes + ReadCache::kLargestBlock;
 
-/// The part of a block that the file has, so that a read to its end is one system call and not a
-/// second one that only finds the end. What a file has grown since is read as it is asked for.
-std::size_t clampToSize(const ByteSource& source, std::uint64_t position, std::size_t length) {
-    return position < source.size() ? std::min<std::uint64_t>(length, source.size() - position)
+/// The part of a block from `begin` that the file has, so that a read to its end is one system call
+/// and not a second one that only finds the end. What a file has grown since is read when a
+/// position in it is asked for.
+std::size_t clampToSize(const ByteSource& source, std::uint64_t begin, std::size_t length,
+                        std::uint64_t position) {
+    return position < source.size() ? std::min<std::uint64_t>(length, source.size() - begin)
                                     : length;
 }
 
@@ -97,8 +99,8 @@ std::ptrdiff_t ReadCache::fetch(const ByteSource& source, std::uint64_t position
     window.lastUse = ++useCounter;
 
     if (target.size() >= window.blockSize) {
-        const std::ptrdiff_t got =
-            source.read(position, target.first(clampToSize(source, position, target.size())));
+        const std::ptrdiff_t got = source.read(
+            position, target.first(clampToSize(source, position, target.size(), position)));
         window.begin = position + static_cast<std::uint64_t>(std::max<std::ptrdiff_t>(got, 0));
         window.length = 0;
         return got;
@@ -113,8 +115,8 @@ std::ptrdiff_t ReadCache::fetch(const ByteSource& source, std::uint64_t position
                                 : wholeFile ? 0
                                             : position / kJumpAlignment * kJumpAlignment;
     const std::size_t wanted = jump && wholeFile ? kSmallFile : window.blockSize;
-    const std::ptrdiff_t got =
-        source.read(begin, window.memory.subspan(kept).first(clampToSize(source, begin, wanted)));
+    const std::ptrdiff_t got = source.read(
+        begin, window.memory.subspan(kept).first(clampToSize(source, begin, wanted, position)));
     window.begin = begin - kept;
     window.length = kept + static_cast<std::size_t>(std::max<std::ptrdiff_t>(got, 0));
     return got < 0 ? got : static_cast<std::ptrdiff_t>(copyHeld(position, target));

@@ -26,7 +26,8 @@ public:
     /// Forgets what it holds; to be called when the file changes.
     void clear() noexcept;
 
-    /// As `ByteSource::read`; large reads go past the windows.
+    /// As `ByteSource::read`; a read as large as a window's next block goes past the windows. What
+    /// a stream gets is smaller, since the C library passes everything through its own buffer.
     [[nodiscard]] std::ptrdiff_t read(const ByteSource& source, std::uint64_t position,
                                       std::span<std::byte> target) noexcept;
 

@@ -179,6 +179,16 @@ TEST(ReadCache, AFileThatGrewIsReadOn) {
     EXPECT_EQ(readAndCompare(cache, source, 5000, 10), 10U);
 }
 
+TEST(ReadCache, WhatAFileHasGrownIsReadWhereABlockGoesOn) {
+    CountedBytes source(30'000);
+    source.reported = 20'000;
+    ReadCache cache;
+    EXPECT_EQ(readAndCompare(cache, source, 15'900, 10), 10U);
+    // The block that goes on begins before the size that was reported.
+    EXPECT_EQ(readAndCompare(cache, source, 20'010, 10), 10U);
+    EXPECT_EQ(source.reads, 2U);
+}
+
 TEST(ReadCache, ClearForgetsTheFile) {
     const CountedBytes source(1000);
     ReadCache cache;
