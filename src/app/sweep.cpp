@@ -49,14 +49,8 @@ bool beginsAsTiff(ByteReader& reader) {
            });
 }
 
-/// Looks at the first bytes. Where a file does not exist, the entry point says so better: it
-/// passes for an image.
-Beginning lookAt(host::FileService& files, const std::u16string& name, Sniff sniff) {
-    const std::shared_ptr<host::OpenedFile> file = files.look(name);
-    if (file == nullptr) {
-        return {.isImage = true};
-    }
-    FileReader reader(*file);
+Beginning lookAt(host::OpenedFile& file, Sniff sniff) {
+    FileReader reader(file);
     if (!beginsAsJpeg(reader)) {
         return {.isImage = sniff == Sniff::off || beginsAsTiff(reader)};
     }
@@ -71,6 +65,24 @@ Beginning lookAt(host::FileService& files, const std::u16string& name, Sniff sni
             break;
     }
     return {.jpegFailure = qxMessage(kBadJpegSegmentId, {position})};
+}
+
+/// Looks at the first bytes. Where a file does not exist, the entry point says so better: it
+/// passes for an image.
+Beginning lookAt(host::FileService& files, const std::u16string& name, Sniff sniff) {
+    const std::shared_ptr<host::OpenedFile> file = files.look(name);
+    if (file == nullptr) {
+        return {.isImage = true};
+    }
+    const Beginning beginning = lookAt(*file, sniff);
+    // What could not be read is not known to be no image. A failure farther on is told of by the
+    // host beside what can be read.
+    const auto failure = file->firstReadFailure();
+    if (failure && (!beginning.isImage || failure->position == 0)) {
+        static_cast<void>(file->takeReadFailure());
+        throw host::readFailedMessage(*failure);
+    }
+    return beginning;
 }
 
 /// Finds the position of the TIFF stream; absent when the file is to be left alone.

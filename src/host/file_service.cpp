@@ -174,11 +174,32 @@ std::FILE* FileService::open(const std::u16string& name, const char* mode) {
     return file == nullptr ? nullptr : openStream(std::move(file));
 }
 
-std::optional<SpentBudget> FileService::takeSpentBudget() noexcept {
-    if (currentFile != nullptr && currentFile->takeRefusal()) {
-        spentBudget = SpentBudget{currentFile->budget(), currentFile->size()};
+qxMessage readFailedMessage(const ReadFailure& failure) {
+    return {kReadFailedId,
+            {qxMessageText(std::system_category().message(failure.error)),
+             static_cast<std::int64_t>(failure.position)}};
+}
+
+template <class Take>
+auto FileService::takeFromFiles(Take take) noexcept {
+    decltype(take(*currentFile)) taken;
+    for (const auto* file : {&formerFile, &currentFile}) {
+        if (!taken && *file != nullptr) {
+            taken = take(**file);
+        }
     }
-    return std::exchange(spentBudget, std::nullopt);
+    return taken;
+}
+
+std::optional<SpentBudget> FileService::takeSpentBudget() noexcept {
+    return takeFromFiles([](OpenedFile& file) {
+        return file.takeRefusal() ? std::optional(SpentBudget{file.budget(), file.size()})
+                                  : std::nullopt;
+    });
+}
+
+std::optional<ReadFailure> FileService::takeReadFailure() noexcept {
+    return takeFromFiles([](OpenedFile& file) { return file.takeReadFailure(); });
 }
 
 std::uint64_t FileService::countedBytes() const noexcept {
@@ -186,7 +207,9 @@ std::uint64_t FileService::countedBytes() const noexcept {
 }
 
 void FileService::forgetFile() noexcept {
-    spentBudget = takeSpentBudget();
+    if (currentFile != nullptr && currentFile->hasSomethingToTell()) {
+        formerFile = currentFile;
+    }
     currentFile.reset();
     currentName.clear();
 }

@@ -25,6 +25,7 @@ namespace host {
 
 class OpenedFile;
 class ReadCache;
+struct ReadFailure;
 
 /// A read budget that is never spent.
 inline constexpr std::uint64_t kUnlimitedReads = std::numeric_limits<std::uint64_t>::max();
@@ -40,6 +41,10 @@ struct SpentBudget {
     std::uint64_t budget;
     std::uint64_t fileSize;
 };
+
+/// The message of a read that the system failed: a warning, or the error of a file that cannot be
+/// read at all.
+[[nodiscard]] qxMessage readFailedMessage(const ReadFailure& failure);
 
 class FileService {
 public:
@@ -76,20 +81,30 @@ public:
     /// Reports the spent budget of the file looked at, once.
     [[nodiscard]] std::optional<SpentBudget> takeSpentBudget() noexcept;
 
+    /// Reports a read of the file looked at that the system failed, once for each reason.
+    [[nodiscard]] std::optional<ReadFailure> takeReadFailure() noexcept;
+
     /// The bytes counted against the budget of the file looked at.
     [[nodiscard]] std::uint64_t countedBytes() const noexcept;
+
+    /// Forgets what was to be told of files that are not looked at any more.
+    void forgetWhatIsToTell() noexcept { formerFile.reset(); }
 
     /// Ends the look at the current file: its next use asks the system again.
     void forgetFile() noexcept;
 
 private:
+    /// What there is to tell of the file looked at before goes before what there is of this one.
+    template <class Take>
+    [[nodiscard]] auto takeFromFiles(Take take) noexcept;
+
     std::optional<std::uint64_t> readBudget;
     std::map<std::u16string, ServedFile, std::less<>> served;
     FaultPlan faults;
     std::u16string currentName;
     std::shared_ptr<OpenedFile> currentFile;
     std::shared_ptr<ReadCache> spareCache;
-    std::optional<SpentBudget> spentBudget;
+    std::shared_ptr<OpenedFile> formerFile;  ///< kept for what it still has to tell
 };
 
 }  // namespace host

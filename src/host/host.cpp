@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "host/message_texts.h"
+#include "host/opened_file.h"
 
 namespace host {
 
@@ -32,37 +33,40 @@ Host& Host::current() {
 }
 
 const std::vector<qxMessage>& Host::warnings() {
-    collectBudgetWarning();
+    collectFileWarnings();
     return collected;
 }
 
 std::vector<qxMessage> Host::takeWarnings() {
-    collectBudgetWarning();
+    collectFileWarnings();
     return std::exchange(collected, {});
 }
 
 void Host::warn(const qxMessage& message) {
-    collectBudgetWarning();
+    collectFileWarnings();
     collected.push_back(message);
 }
 
 void Host::clear() noexcept {
     fileService.forgetFile();
-    static_cast<void>(fileService.takeSpentBudget());
+    fileService.forgetWhatIsToTell();
     collected.clear();
 }
 
 FileService& Host::files() {
-    collectBudgetWarning();
+    collectFileWarnings();
     return fileService;
 }
 
-void Host::collectBudgetWarning() {
-    // The file service cannot give the warning itself: it stands inside the C library's read.
+void Host::collectFileWarnings() {
+    // The file service cannot give the warnings itself: it stands inside the C library's read.
     if (const std::optional<SpentBudget> spent = fileService.takeSpentBudget()) {
         collected.push_back(
             qxMessage(kReadBudgetSpentId, {static_cast<std::int64_t>(spent->budget),
                                            static_cast<std::int64_t>(spent->fileSize)}));
+    }
+    while (const std::optional<ReadFailure> failure = fileService.takeReadFailure()) {
+        collected.push_back(readFailedMessage(*failure));
     }
 }
 

@@ -80,7 +80,7 @@ public:
     [[nodiscard]] ValueStore& values() noexcept { return store; }
 
 private:
-    void collectBudgetWarning();
+    void collectFileWarnings();
 
     ValueStore store;
     FileService fileService;

@@ -52,16 +52,52 @@ std::ptrdiff_t OpenedFile::read(std::uint64_t position, std::span<std::byte> tar
         }
     }
     if (access.failing) {
+        remember({EIO, position});
         errno = EIO;
         return -1;
     }
     const std::uint64_t allowed = std::min(access.limit, position < cutAt ? cutAt - position : 0);
-    const std::ptrdiff_t got = cache->read(
-        *source, position, target.first(std::min<std::uint64_t>(target.size(), allowed)));
+    const std::ptrdiff_t got =
+        readSource(position, target.first(std::min<std::uint64_t>(target.size(), allowed)));
     const auto delivered = static_cast<std::uint64_t>(std::max<std::ptrdiff_t>(got, 0));
     access.limit -= delivered;
     counted += delivered;
     return got;
+}
+
+std::ptrdiff_t OpenedFile::readSource(std::uint64_t position,
+                                      std::span<std::byte> target) noexcept {
+    std::ptrdiff_t got = cache->read(*source, position, target);
+    const auto delivered = static_cast<std::size_t>(std::max<std::ptrdiff_t>(got, 0));
+    if (got > 0 && delivered < target.size() && position + delivered < source->size()) {
+        const std::ptrdiff_t more =
+            cache->read(*source, position + delivered, target.subspan(delivered));
+        if (more < 0) {
+            remember({errno, position + delivered});
+        } else {
+            got += more;
+        }
+    } else if (got < 0) {
+        remember({errno, position});
+    }
+    return got;
+}
+
+void OpenedFile::remember(ReadFailure failure) noexcept {
+    const auto end = failures.begin() + static_cast<std::ptrdiff_t>(failureCount);
+    const bool isKnown = std::any_of(failures.begin(), end, [&](const ReadFailure& known) {
+        return known.error == failure.error;
+    });
+    if (!isKnown && failureCount < failures.size()) {
+        failures[failureCount++] = failure;
+    }
+}
+
+std::optional<ReadFailure> OpenedFile::takeReadFailure() noexcept {
+    if (failuresTold == failureCount) {
+        return std::nullopt;
+    }
+    return failures[failuresTold++];
 }
 
 void OpenedFile::takeBackAccess(std::uint64_t bytes) noexcept {

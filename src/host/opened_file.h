@@ -16,15 +16,20 @@
 // A refused read costs no budget, and a list of pointers may hold millions of them: after
 // `kMostRefusals` seeks fail too, which ends a list at its next pointer.
 //
+// A read that the system fails is remembered until it is told of: the stream can only come short.
+// One of each reason is enough, since a disk that fails does so at every place.
+//
 // What the C library reads ahead of the module counts until the next seek or the closing of the
 // stream, when what was left unread is taken back.
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <limits>
 #include <memory>
+#include <optional>
 #include <span>
 
 #include "gateway/qx.h"
@@ -33,6 +38,12 @@
 #include "host/read_cache.h"
 
 namespace host {
+
+/// A read that the system failed.
+struct ReadFailure {
+    int error;  ///< as in errno
+    std::uint64_t position;
+};
 
 class OpenedFile {
 public:
@@ -54,6 +65,19 @@ public:
 
     /// Whether a read has been refused; tells so once.
     [[nodiscard]] bool takeRefusal() noexcept;
+
+    /// Whether there is a refusal or a failure that was not told of.
+    [[nodiscard]] bool hasSomethingToTell() const noexcept {
+        return refusalToTell || failuresTold < failureCount;
+    }
+
+    /// The first read that failed, told of or not.
+    [[nodiscard]] std::optional<ReadFailure> firstReadFailure() const noexcept {
+        return failureCount == 0 ? std::nullopt : std::optional(failures[0]);
+    }
+
+    /// A failure that was not told of before, the first of its reason.
+    [[nodiscard]] std::optional<ReadFailure> takeReadFailure() noexcept;
 
     /// One access: how it began and what is left of it by plan.
     struct Access {
@@ -85,6 +109,12 @@ public:
     [[nodiscard]] bool seek() noexcept;
 
 private:
+    /// Reads through the cache, and asks again where it came short of what the file should have: a
+    /// failure behind the first bytes shows itself only then. Remembers failures.
+    [[nodiscard]] std::ptrdiff_t readSource(std::uint64_t position,
+                                            std::span<std::byte> target) noexcept;
+    void remember(ReadFailure failure) noexcept;
+
     /// The fault planned for the next operation of a kind, which is counted; null without one.
     [[nodiscard]] const Fault* nextFault(Fault::Operation operation,
                                          std::uint64_t& number) noexcept;
@@ -97,6 +127,9 @@ private:
     std::uint64_t refusals = 0;
     bool refusalToTell = false;
     bool refusalTold = false;
+    std::array<ReadFailure, 8> failures{};  ///< more reasons than a read can fail for
+    std::size_t failureCount = 0;
+    std::size_t failuresTold = 0;
     FaultPlan faults;
     std::uint64_t accessNumber = 0;
     std::uint64_t seekNumber = 0;

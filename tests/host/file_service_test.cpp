@@ -445,6 +445,97 @@ TEST_F(Files, AnUnlimitedBudgetIsNeverSpent) {
     EXPECT_TRUE(host.warnings().empty());
 }
 
+// ----------------------------------------------------------------------------- failing sources
+
+/// Bytes that the system can no longer deliver from a position on.
+class FailingBytes final : public host::ByteSource {
+public:
+    FailingBytes(std::span<const std::uint8_t> servedBytes, std::uint64_t firstLost)
+        : bytes(servedBytes), lostFrom(firstLost) {}
+
+    [[nodiscard]] std::uint64_t size() const noexcept override { return bytes.size(); }
+    [[nodiscard]] std::ptrdiff_t read(std::uint64_t position,
+                                      std::span<std::byte> target) const noexcept override {
+        if (position >= lostFrom) {
+            errno = position < secondFrom ? EIO : ESTALE;
+            return -1;
+        }
+        return bytes.read(
+            position, target.first(std::min<std::uint64_t>(target.size(), lostFrom - position)));
+    }
+
+    std::uint64_t secondFrom = std::numeric_limits<std::uint64_t>::max();
+
+private:
+    host::MemoryBytes bytes;
+    std::uint64_t lostFrom;
+};
+
+class FailingFiles : public Files {
+protected:
+    [[nodiscard]] std::vector<std::string> textsOf() {
+        std::vector<std::string> texts;
+        for (const qxMessage& message : host.takeWarnings()) {
+            EXPECT_EQ(message.id(), host::kReadFailedId);
+            texts.push_back(host::messageText(message));
+        }
+        return texts;
+    }
+
+    const std::vector<std::uint8_t> bytes = patternOf(100'000);
+    const std::shared_ptr<FailingBytes> source =
+        std::make_shared<FailingBytes>(std::span(bytes), 50'000);
+};
+
+TEST_F(FailingFiles, AFailedReadIsToldOnceForEachReason) {
+    source->secondFrom = 90'000;
+    host.files().serve(u"served", {source, {}});
+    const StreamHandle stream = open(u"served");
+    for (const off_t position : {60'000, 70'000, 95'000, 96'000, 61'000}) {
+        ASSERT_EQ(::fseeko(stream.get(), position, SEEK_SET), 0);
+        EXPECT_EQ(read(stream, 10), 0U);
+    }
+    EXPECT_EQ(textsOf(), (std::vector<std::string>{
+                             "the file cannot be read at position 60000: Input/output error",
+                             "the file cannot be read at position 95000: Stale file handle"}));
+    EXPECT_EQ(textsOf(), std::vector<std::string>{});
+}
+
+TEST_F(FailingFiles, WhatComesBeforeTheFailureIsDelivered) {
+    host.files().serve(u"served", {source, {}});
+    const StreamHandle stream = open(u"served");
+    ASSERT_EQ(::fseeko(stream.get(), 49'000, SEEK_SET), 0);
+    EXPECT_EQ(read(stream, 5000), 1000U);
+    EXPECT_EQ(textsOf(), (std::vector<std::string>{
+                             "the file cannot be read at position 50000: Input/output error"}));
+}
+
+TEST_F(FailingFiles, TheFailureOfAnEndedCallIsStillTold) {
+    {
+        const Host::Scope call(host);
+        host.files().serve(u"served", {source, {}});
+        const StreamHandle stream = open(u"served");
+        ASSERT_EQ(::fseeko(stream.get(), 60'000, SEEK_SET), 0);
+        EXPECT_EQ(read(stream, 10), 0U);
+    }
+    EXPECT_EQ(textsOf().size(), 1U);
+    const Host::Scope next(host);
+    const StreamHandle again = open(u"served");
+    ASSERT_EQ(::fseeko(again.get(), 60'000, SEEK_SET), 0);
+    EXPECT_EQ(read(again, 10), 0U);
+    EXPECT_EQ(textsOf().size(), 1U) << "a new call tells of it anew";
+}
+
+TEST_F(FailingFiles, AnEndIsNoFailure) {
+    host.files().serve(u"served", bytes);
+    const StreamHandle stream = open(u"served");
+    for (const off_t position : {99'999, 100'000, 200'000}) {
+        ASSERT_EQ(::fseeko(stream.get(), position, SEEK_SET), 0);
+        EXPECT_LE(read(stream, 10), 1U);
+    }
+    EXPECT_EQ(textsOf(), std::vector<std::string>{});
+}
+
 // -------------------------------------------------------------------------------- fault plans
 
 TEST_F(Files, PlannedReadsFail) {

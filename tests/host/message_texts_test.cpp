@@ -23,6 +23,7 @@ TEST(MessageTexts, EveryMessageOfTheModuleHasARowWithItsArguments) {
 
 TEST(MessageTexts, EveryRowIsAMessageOfTheModuleOrTheHost) {
     std::set<std::string_view> known{host::kOpenFailureId, host::kReadBudgetSpentId,
+                                     host::kReadFailedId,
                                      "Velmora:pixlore:ifdsweep:badTiffTagOffsetDataRead"};
     for (const MessageRow& message : kMessageCatalogue) {
         known.insert(message.id);
