@@ -1,71 +1,129 @@
 #include "app/file_roles.h"
 
-#include <string>
+#include <algorithm>
+#include <filesystem>
+#include <optional>
+#include <utility>
 #include <vector>
 
 #include <sys/stat.h>
 
 #include "app/descriptor.h"
+#include "app/failure_list.h"
+#include "app/image_signature.h"
+#include "app/input_file.h"
+#include "app/output.h"
+#include "app/path_list.h"
 #include "app/run_failure.h"
 
 namespace app {
 namespace {
 
 struct NamedFile {
-    explicit NamedFile(const std::string& fileName) : name(&fileName) {
+    explicit NamedFile(std::string fileName) : name(std::move(fileName)) {
         struct stat status {};
-        if (::stat(fileName.c_str(), &status) == 0) {
+        if (::stat(name.c_str(), &status) == 0) {
             isRegular = S_ISREG(status.st_mode);
             identity = {status.st_dev, status.st_ino};
-        } else {
-            isNew = true;
+            return;
+        }
+        const std::filesystem::path path = name;
+        const std::string folder = path.has_parent_path() ? path.parent_path().string() : ".";
+        if (::stat(folder.c_str(), &status) == 0) {
+            nameInFolder = path.filename().string();
+            identity = {status.st_dev, status.st_ino};
         }
     }
 
+    /// Whether both names lead to one file, there already or not.
     [[nodiscard]] bool isSameAs(const NamedFile& other) const {
-        return (isRegular && other.isRegular && identity == other.identity) ||
-               (isNew && other.isNew && *name == *other.name);
+        return isRegular == other.isRegular && nameInFolder == other.nameInFolder &&
+               (isRegular || !nameInFolder.empty()) && identity == other.identity;
     }
 
-    const std::string* name;
+    std::string name;
     bool isRegular = false;
-    bool isNew = false;
-    FileIdentity identity{};
+    std::string nameInFolder;  ///< of a file that is not there yet
+    FileIdentity identity{};   ///< of the file, or of the folder where it will be
+};
+
+std::vector<NamedFile> writtenFiles(const Arguments& arguments) {
+    const std::string& output = arguments.output.file;
+    const std::string& journal = arguments.run.journal;
+    const bool hasPart = !output.empty() && !journal.empty();
+    std::vector<NamedFile> written;
+    for (const std::string& name : {output, hasPart ? partNameOf(output) : std::string(),
+                                    arguments.run.failureFile, journal}) {
+        if (name.empty()) {
+            continue;
+        }
+        NamedFile file(name);
+        for (const NamedFile& other : written) {
+            if (file.isSameAs(other)) {
+                throw Refusal(name + " cannot be written in two ways");
+            }
+        }
+        written.push_back(std::move(file));
+    }
+    return written;
+}
+
+class InputCheck {
+public:
+    explicit InputCheck(std::vector<NamedFile> filesWritten) : written(std::move(filesWritten)) {}
+
+    void check(const std::string& name) const {
+        const NamedFile file(name);
+        if (file.isRegular && std::any_of(written.begin(), written.end(), [&](const auto& other) {
+                return file.isSameAs(other);
+            })) {
+            throw Refusal(name + " cannot be both read and written");
+        }
+    }
+
+    /// Looks at the paths of a list. One that is a pipe is read once, by the run, which then looks
+    /// at each path that it takes.
+    void checkListed(const InputChoice& input) const {
+        const bool isOverwriting = std::any_of(
+            written.begin(), written.end(), [](const NamedFile& file) { return file.isRegular; });
+        if (!isOverwriting || !NamedFile(input.listFile).isRegular) {
+            return;
+        }
+        PathList list(input.listFile, input.nulSeparated);
+        try {
+            while (const std::optional<std::string> line = list.next()) {
+                check(std::string(input.nulSeparated ? *line : pathOfFailureLine(*line)));
+            }
+        } catch (const OutputError&) {
+            return;  // the run meets it again
+        }
+    }
+
+private:
+    std::vector<NamedFile> written;
 };
 
 }  // namespace
 
+std::string partNameOf(const std::string& output) {
+    return output + ".part";
+}
+
 void checkFileRoles(const Arguments& arguments) {
-    std::vector<NamedFile> written;
-    for (const std::string* name :
-         {&arguments.output.file, &arguments.run.failureFile, &arguments.run.journal}) {
-        if (name->empty()) {
-            continue;
-        }
-        const NamedFile file(*name);
-        for (const NamedFile& other : written) {
-            if (file.isSameAs(other)) {
-                throw RunFailure(*name + " cannot be written in two ways");
-            }
-        }
-        written.push_back(file);
-    }
-    const auto checkRead = [&written](const std::string& name) {
-        const NamedFile file(name);
-        for (const NamedFile& other : written) {
-            if (file.isRegular && file.isSameAs(other)) {
-                throw RunFailure(name + " cannot be both read and written");
-            }
-        }
-    };
+    const std::vector<NamedFile> written = writtenFiles(arguments);
     if (written.empty()) {
         return;
     }
-    if (!arguments.input.listFile.empty()) {
-        checkRead(arguments.input.listFile);
+    const InputCheck inputs(written);
+    const InputChoice& input = arguments.input;
+    if (!input.listFile.empty() && input.listFile != kStandardInput) {
+        inputs.check(input.listFile);
+        inputs.checkListed(input);
     }
-    for (const std::string& path : arguments.input.paths) {
-        checkRead(path);
+    std::for_each(input.paths.begin(), input.paths.end(),
+                  [&](const std::string& path) { inputs.check(path); });
+    for (const NamedFile& file : written) {
+        refuseToReplaceImage(file.name);
     }
 }
 

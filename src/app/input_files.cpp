@@ -10,6 +10,7 @@
 #include "app/descriptor.h"
 #include "app/failure_list.h"
 #include "app/output.h"
+#include "app/run_failure.h"
 
 namespace app {
 namespace {
@@ -45,6 +46,10 @@ Kind resolvedKind(const std::string& path, Kind kind, bool followLinks) {
     return kind;
 }
 
+bool contains(const std::vector<FileIdentity>& files, FileIdentity identity) {
+    return std::find(files.begin(), files.end(), identity) != files.end();
+}
+
 std::string pathIn(const std::string& folder, std::string_view name) {
     std::string path = folder;
     if (!path.ends_with('/')) {
@@ -55,8 +60,9 @@ std::string pathIn(const std::string& folder, std::string_view name) {
 
 }  // namespace
 
-InputFiles::InputFiles(const InputChoice& inputChoice, std::vector<FileIdentity> filesWritten)
-    : choice(inputChoice), written(std::move(filesWritten)) {
+InputFiles::InputFiles(const InputChoice& inputChoice, std::vector<FileIdentity> filesWritten,
+                       std::vector<FileIdentity> filesReplaced)
+    : choice(inputChoice), written(std::move(filesWritten)), replaced(std::move(filesReplaced)) {
     if (!choice.listFile.empty()) {
         list.emplace(choice.listFile, choice.nulSeparated);
     }
@@ -126,7 +132,11 @@ std::optional<InputFile> InputFiles::name(std::string path) {
         if (S_ISDIR(status.st_mode)) {
             return enter(std::move(path));
         }
-        if (S_ISREG(status.st_mode) && isWritten({status.st_dev, status.st_ino})) {
+        const FileIdentity identity{status.st_dev, status.st_ino};
+        if (S_ISREG(status.st_mode) && contains(replaced, identity)) {
+            throw Refusal(path + " cannot be both read and written");
+        }
+        if (S_ISREG(status.st_mode) && contains(written, identity)) {
             return InputFile{std::move(path), Sniff::off, "this is also the output"};
         }
         if (S_ISFIFO(status.st_mode) || S_ISSOCK(status.st_mode) || S_ISCHR(status.st_mode)) {
@@ -164,14 +174,22 @@ std::optional<InputFile> InputFiles::takeFound() {
     if (kind == Kind::folder) {
         return choice.recursive ? enter(std::move(path)) : std::nullopt;
     }
-    if (isWritten({folders.back().identity().first, entry.inode})) {
+    if (isWritten(path, entry)) {
         return std::nullopt;
     }
     return InputFile{std::move(path), choice.everyFile ? Sniff::off : Sniff::on, ""};
 }
 
-bool InputFiles::isWritten(FileIdentity identity) const {
-    return std::find(written.begin(), written.end(), identity) != written.end();
+bool InputFiles::isWritten(const std::string& path, const FolderListing::Entry& entry) const {
+    // What a folder tells of a name that is no link rules out nearly every file.
+    const bool isPossible =
+        entry.kind == Kind::link || entry.kind == Kind::unknown ||
+        std::any_of(written.begin(), written.end(), [&entry](const FileIdentity& identity) {
+            return identity.second == entry.inode;
+        });
+    struct stat status {};
+    return !written.empty() && isPossible && ::stat(path.c_str(), &status) == 0 &&
+           contains(written, {status.st_dev, status.st_ino});
 }
 
 bool InputFiles::isLeftOut(const std::string& path, std::string_view name, Kind kind) const {

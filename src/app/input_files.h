@@ -23,11 +23,13 @@ namespace app {
 
 class InputFiles {
 public:
-    /// @param filesWritten what the program writes to, which must not be read
+    /// @param filesWritten  what the program writes to, which must not be read
+    /// @param filesReplaced files whose content ends with the run: to be told to read one ends it
     /// Throws RunFailure when the list cannot be opened.
-    InputFiles(const InputChoice& inputChoice, std::vector<FileIdentity> filesWritten);
+    InputFiles(const InputChoice& inputChoice, std::vector<FileIdentity> filesWritten,
+               std::vector<FileIdentity> filesReplaced = {});
 
-    /// The next path; none behind the last.
+    /// The next path; none behind the last. Throws Refusal for a listed file that is replaced.
     [[nodiscard]] std::optional<InputFile> next();
 
     /// A descriptor to wait for before `next`, which would wait otherwise; -1 for none.
@@ -39,12 +41,13 @@ private:
     [[nodiscard]] std::optional<InputFile> takeFound();
     [[nodiscard]] std::optional<InputFile> name(std::string path);
     [[nodiscard]] std::optional<InputFile> enter(std::string path);
-    [[nodiscard]] bool isWritten(FileIdentity identity) const;
+    [[nodiscard]] bool isWritten(const std::string& path, const FolderListing::Entry& entry) const;
     [[nodiscard]] bool isLeftOut(const std::string& path, std::string_view name,
                                  FolderListing::Kind kind) const;
 
     const InputChoice& choice;
     std::vector<FileIdentity> written;
+    std::vector<FileIdentity> replaced;
     std::size_t nextPath = 0;
     std::optional<PathList> list;
     std::vector<FolderListing> folders;  ///< from the outermost to the one at hand

@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <optional>
+#include <string>
+
+#include "app/image_signature.h"
 
 namespace app {
 namespace {
@@ -59,9 +62,9 @@ bool holdsExif(Window& window, std::uint64_t position) {
 }  // namespace
 
 bool beginsAsJpeg(ByteReader& reader) {
-    std::array<std::uint8_t, 2> start{};
-    return reader.readAt(0, start) == start.size() && start[0] == kPrefix &&
-           start[1] == kStartOfImage;
+    std::array<std::uint8_t, kLongestSignature> start{};
+    const std::size_t size = reader.readAt(0, start);
+    return imageFormatOf(std::string(start.begin(), start.begin() + size)) == ImageFormat::jpeg;
 }
 
 JpegSearch findExifHeader(ByteReader& reader) {

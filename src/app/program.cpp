@@ -167,6 +167,9 @@ int runProgram(int argumentCount, const char* const* arguments) noexcept {
             return kOutputClosed;
         }
         printError({"cannot write the output: ", systemErrorText(failure.systemError)});
+    } catch (const Refusal& refusal) {
+        printError({refusal.what()});
+        return kWrongUsage;
     } catch (const RunFailure& failure) {
         printError({failure.what()});
     } catch (const std::bad_alloc&) {

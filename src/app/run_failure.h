@@ -12,4 +12,10 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+/// A run that is not begun, because it would destroy or mix what is there; nothing was written.
+class Refusal : public RunFailure {
+public:
+    using RunFailure::RunFailure;
+};
+
 }  // namespace app

@@ -1,15 +1,14 @@
 #include "app/sweep.h"
 
-#include <algorithm>
 #include <array>
 #include <cstdint>
-#include <cstring>
-#include <iterator>
 #include <memory>
 #include <new>
 #include <span>
+#include <string>
 #include <utility>
 
+#include "app/image_signature.h"
 #include "app/jpeg_locator.h"
 #include "app/messages.h"
 #include "app/worker_limits.h"
@@ -40,13 +39,9 @@ struct Beginning {
 };
 
 bool beginsAsTiff(ByteReader& reader) {
-    static constexpr std::string_view kSignatures[]{
-        {"II*\0", 4}, {"MM\0*", 4}, {"II+\0", 4}, {"MM\0+", 4}};
-    std::array<std::uint8_t, 4> start{};
-    return reader.readAt(0, start) == start.size() &&
-           std::any_of(std::begin(kSignatures), std::end(kSignatures), [&](std::string_view bytes) {
-               return std::memcmp(bytes.data(), start.data(), start.size()) == 0;
-           });
+    std::array<std::uint8_t, kLongestSignature> start{};
+    const std::size_t size = reader.readAt(0, start);
+    return imageFormatOf(std::string(start.begin(), start.begin() + size)) == ImageFormat::tiff;
 }
 
 Beginning lookAt(host::OpenedFile& file, Sniff sniff) {
