@@ -84,7 +84,7 @@ constexpr std::string_view kFooterText =
     "\n"
     "Exit status: 0 all files were read, 1 some file could not be read (the others still are) or\n"
     "the output failed, 2 wrong usage, 3 a warning was given and --strict, 130 interrupted\n"
-    "(143 terminated).\n"
+    "(129 hung up, 143 terminated), 141 the reader of the output has gone.\n"
     "\n"
     "Examples:\n"
     "  ifdsweep photo.jpg scan.tif              every tag, for reading\n"

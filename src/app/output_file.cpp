@@ -10,6 +10,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "app/interruption.h"
 #include "app/output.h"
 #include "app/run_failure.h"
 
@@ -83,6 +84,7 @@ OutputFile::OutputFile(const std::string& path, std::optional<std::uint64_t> kep
 OutputFile::~OutputFile() {
     if (!temporary.empty() && !isKept) {
         static_cast<void>(::unlink(temporary.c_str()));
+        Interruption::keep();
     }
 }
 
@@ -94,6 +96,7 @@ void OutputFile::openTemporary() {
         temporary.clear();
         failToWrite(name, error);
     }
+    Interruption::removeAtEnd(temporary);
     const mode_t mask = ::umask(0);
     static_cast<void>(::umask(mask));
     static_cast<void>(::fchmod(file.get(), 0666 & ~mask));
@@ -144,6 +147,7 @@ void OutputFile::finish() {
         failToWrite(name, errno);
     }
     temporary.clear();
+    Interruption::keep();
 }
 
 }  // namespace app

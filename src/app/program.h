@@ -11,7 +11,7 @@ enum ExitStatus : int {
     kSomeFailed = 1,
     kWrongUsage = 2,
     kSomeWarned = 3,      ///< with --strict
-    kSignalBase = 128,    ///< and the number of the signal that ended it: 130, 143
+    kSignalBase = 128,    ///< and the number of the signal that ended it: 129, 130, 143
     kOutputClosed = 141,  ///< as a shell reports a program ended by SIGPIPE
 };
 

@@ -146,8 +146,9 @@ void WorkerPool::start(std::size_t index) {
         failToStart();
     }
     if (process.id == 0) {
-        // A terminal's interrupt goes to all processes; the main one ends the others.
+        // A terminal's interrupt or end goes to all processes; the main one ends the others.
         ::signal(SIGINT, SIG_IGN);
+        ::signal(SIGHUP, SIG_IGN);
         ::signal(SIGTERM, SIG_DFL);
         ::prctl(PR_SET_PDEATHSIG, SIGKILL);
         if (::getppid() != mainProcess) {

@@ -113,9 +113,9 @@ std::size_t ownMemoryOf(pid_t process) {
                : std::strtoul(status.c_str() + mark + kMark.size(), nullptr, 10) * 1024;
 }
 
-bool comesTrue(const std::function<bool()>& isTrue) {
+bool comesTrue(const std::function<bool()>& isTrue, std::chrono::milliseconds longest) {
     using std::chrono::steady_clock;
-    const auto end = steady_clock::now() + std::chrono::seconds(60);
+    const auto end = steady_clock::now() + longest;
     while (!isTrue()) {
         if (steady_clock::now() > end) {
             return false;
@@ -180,6 +180,7 @@ Running ProgramTest::start(const Launch& given) const {
     // A test that runs in the background may have been told to ignore them, and its children too.
     ::signal(SIGINT, SIG_DFL);
     ::signal(SIGTERM, SIG_DFL);
+    ::signal(SIGHUP, SIG_DFL);
     const pid_t child = ::fork();
     if (child == 0) {
         const int input = ::open(launch.input.c_str(), O_RDONLY);

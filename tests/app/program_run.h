@@ -5,6 +5,7 @@
 //
 // Ownership: a run ends its process with it. Threads: one at a time.
 
+#include <chrono>
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -75,7 +76,8 @@ void becomeOrdinary();
 
 /// Asks again and again, for a long time, until the answer is yes.
 /// @return whether it ever was
-[[nodiscard]] bool comesTrue(const std::function<bool()>& isTrue);
+[[nodiscard]] bool comesTrue(const std::function<bool()>& isTrue,
+                             std::chrono::milliseconds longest = std::chrono::seconds(60));
 
 /// Whether a process has a file of this name open.
 [[nodiscard]] bool hasOpen(pid_t process, const std::string& fileName);
