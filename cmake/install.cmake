@@ -12,10 +12,30 @@ set(IFDSWEEP_MODULE_DIR ${CMAKE_INSTALL_LIBDIR}/ifdsweep)
 set(IFDSWEEP_HEADER_DIR ${CMAKE_INSTALL_INCLUDEDIR}/ifdsweep)
 set(IFDSWEEP_MANUAL_DIR ${PROJECT_BINARY_DIR}/manual)
 
+# Link-time code is for this one compiler, of this one version. The installed libraries hold machine
+# code, which every linker reads: g++ makes both, and what is installed loses the former; other
+# compilers cannot make both, and make machine code alone.
+set(installed_rooms ifdsweep_host ifdsweep_module_static ifdsweep_gateway ifdsweep_file ifdsweep_ifd
+  ifdsweep_tag ifdsweep_dict)
+if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
+  foreach(target IN LISTS installed_rooms)
+    target_compile_options(${target} PRIVATE -ffat-lto-objects)
+  endforeach()
+else()
+  set_target_properties(${installed_rooms} PROPERTIES INTERPROCEDURAL_OPTIMIZATION OFF)
+endif()
+
 install(TARGETS ifdsweep RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT program)
 install(TARGETS ifdsweep_module LIBRARY DESTINATION ${IFDSWEEP_MODULE_DIR} COMPONENT plain)
 install(TARGETS ifdsweep_module_static ifdsweep_host
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
+foreach(library IN ITEMS ifdsweep_module_static ifdsweep_host)
+  install(CODE "execute_process(COMMAND ${CMAKE_OBJCOPY} --wildcard
+    --remove-section=.gnu.lto_* --remove-section=.gnu.debuglto_*
+    --strip-symbol=__gnu_lto_v1 --strip-symbol=__gnu_lto_slim
+    \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}/$<TARGET_FILE_NAME:${library}>\"
+    COMMAND_ERROR_IS_FATAL ANY)" COMPONENT development)
+endforeach()
 
 # Each shell looks for a command's completions in files of these names.
 install(FILES ${IFDSWEEP_MANUAL_DIR}/ifdsweep.bash RENAME ifdsweep
