@@ -1,4 +1,5 @@
-// The JPEG locator on any bytes: what it finds stands behind the Exif signature of an APP1 segment.
+// The JPEG locator on any bytes: what it finds stands behind the Exif signature of an APP1 segment,
+// and what it reads is in proportion to the file.
 
 #include <algorithm>
 #include <array>
@@ -22,10 +23,12 @@ public:
         const auto piece = bytes.subspan(static_cast<std::size_t>(position));
         const std::size_t length = std::min(piece.size(), target.size());
         std::copy_n(piece.begin(), length, target.begin());
+        delivered += length;
         return length;
     }
 
     std::size_t reads = 0;
+    std::size_t delivered = 0;
 
 private:
     std::span<const std::uint8_t> bytes;
@@ -34,8 +37,8 @@ private:
 app::JpegSearch search(std::span<const std::uint8_t> file) {
     MemoryReader reader(file);
     const app::JpegSearch result = app::findExifHeader(reader);
-    // A step goes on by two bytes or more, and needs three reads at most.
-    fuzz::require(reader.reads <= 2 * file.size() + 8, "the walk goes on at every step");
+    fuzz::require(reader.reads <= file.size() / app::kJpegWindow + 3, "a read is a whole window");
+    fuzz::require(reader.delivered <= file.size(), "no byte is read twice");
     return result;
 }
 

@@ -44,7 +44,7 @@ public:
 
 private:
     ByteReader& reader;
-    std::array<std::uint8_t, 4096> bytes;
+    std::array<std::uint8_t, kJpegWindow> bytes;
     std::uint64_t start = 0;
     std::size_t size = 0;
 };

@@ -27,11 +27,13 @@ public:
         const std::size_t size =
             std::min(target.size(), bytes.size() - static_cast<std::size_t>(position));
         std::copy_n(start, size, target.begin());
+        delivered += size;
         return size;
     }
 
     Bytes bytes;
     std::size_t reads = 0;
+    std::size_t delivered = 0;
 };
 
 Bytes operator+(Bytes left, const Bytes& right) {
@@ -126,6 +128,55 @@ TEST(JpegLocatorTest, neighbouringSegmentsCostOneRead) {
     MemoryReader reader(kStart + kJfif + kXmp + kExif + kScan);
     EXPECT_EQ(app::findExifHeader(reader).outcome, Outcome::found);
     EXPECT_EQ(reader.reads, 1U);
+}
+
+Bytes repeated(const Bytes& piece, std::size_t size) {
+    Bytes bytes;
+    while (bytes.size() < size) {
+        bytes.insert(bytes.end(), piece.begin(), piece.end());
+    }
+    return bytes;
+}
+
+/// Searches a file and tells whether its reads are in proportion to its size.
+void expectFewReads(Bytes file, const std::string& name) {
+    MemoryReader reader(std::move(file));
+    static_cast<void>(app::findExifHeader(reader));
+    EXPECT_LE(reader.reads, reader.bytes.size() / app::kJpegWindow + 3) << name;
+    EXPECT_LE(reader.delivered, reader.bytes.size()) << name;
+}
+
+TEST(JpegLocatorTest, noByteIsReadTwice) {
+    constexpr std::size_t kLarge = std::size_t{4} << 20;
+    const Bytes nearlyExif = segment(0xE1, {'E', 'x', 'i', 'f', 0, 1});
+    const Bytes nothingAllowed = Bytes(65535, 0) + segment(0xE2, {});
+    const Bytes fillAllowed = Bytes(65535, 0xFF) + Bytes{0xE2, 0, 2};
+    const std::pair<const char*, Bytes> pieces[] = {
+        {"markersAlone", {0xFF, 0xD0}},    {"emptySegments", segment(0xE2, {})},
+        {"nearlyExif", nearlyExif},        {"padding", nothingAllowed},
+        {"fillBytes", fillAllowed},        {"escapedBytes", Bytes{0xFF, 0, 0xFF, 0x01}},
+        {"fillAndMarker", {0xFF, 0xFF, 1}}};
+    for (const auto& [name, piece] : pieces) {
+        expectFewReads(kStart + repeated(piece, kLarge), name);
+    }
+    // Segments that are as long as a window or nearly so, hence cut by its end at every place.
+    for (std::size_t length = 0; length <= 2 * app::kJpegWindow + 16; ++length) {
+        expectFewReads(kStart + repeated(segment(0xE1, Bytes(length, 'E')) + nearlyExif, 100000),
+                       "a segment with " + std::to_string(length) + " bytes");
+    }
+}
+
+TEST(JpegLocatorTest, everyEndOfAFileCostsTwoReadsAtMost) {
+    for (std::size_t size = app::kJpegWindow - 8; size < app::kJpegWindow + 8; ++size) {
+        for (const Bytes& piece : {Bytes{0}, Bytes{0xFF}, Bytes{0xFF, 0xD0}, segment(0xE1, {})}) {
+            for (const Bytes& end :
+                 {Bytes{}, Bytes{0xFF}, Bytes{0xFF, 0xE1}, Bytes{0xFF, 0xE1, 0}}) {
+                Bytes file = kStart + repeated(piece, size);
+                file.resize(size);
+                expectFewReads(file + end, std::to_string(size));
+            }
+        }
+    }
 }
 
 TEST(JpegLocatorTest, knowsTheStartOfAJpegFile) {
