@@ -1,4 +1,5 @@
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -9,21 +10,6 @@
 #include "gateway/messages.h"
 #include "gateway/qx.h"
 
-namespace {
-
-/// Reads the file and makes its record. A checked numeric conversion that fails becomes an error
-/// of the host; every other exception passes on.
-OwnedValue readAndRepackage(TagFile& tagFile) {
-    try {
-        tagFile.readThroughTagFile();
-        return tagFile.repackageIfds();
-    } catch (const boost::numeric::bad_numeric_cast&) {
-        raise<MessageId::argumentOutOfBounds>();
-    }
-}
-
-}  // namespace
-
 extern "C" __attribute__((visibility("default"))) void qxeFunction(int /*outputCount*/,
                                                                    qxArray** outputs,
                                                                    int /*inputCount*/,
@@ -32,6 +18,18 @@ extern "C" __attribute__((visibility("default"))) void qxeFunction(int /*outputC
     const std::uint64_t initialOffset = toUnsigned64(qxGetScalar(inputs[1]));
     const std::uint64_t firstIfdIndex = toUnsigned64(qxGetScalar(inputs[2]));
     const std::uint64_t maxIfdCount = toUnsigned64(qxGetScalar(inputs[3]));
-    TagFile tagFile(std::move(filename), initialOffset, firstIfdIndex, maxIfdCount);
-    outputs[0] = readAndRepackage(tagFile).release();
+    std::optional<TagFile> tagFile(std::in_place, std::move(filename), initialOffset, firstIfdIndex,
+                                   maxIfdCount);
+    bool isOutOfBounds = false;
+    try {
+        tagFile->readThroughTagFile();
+        outputs[0] = tagFile->repackageIfds().release();
+    } catch (const boost::numeric::bad_numeric_cast&) {
+        isOutOfBounds = true;
+    }
+    // A host need not come back from an error: the file is closed and every value freed by then.
+    tagFile.reset();
+    if (isOutOfBounds) {
+        raise<MessageId::argumentOutOfBounds>();
+    }
 }

@@ -8,6 +8,11 @@
 // with `qxSetField` or `qxSetCell`, handed out through the entry point, or freed with
 // `qxDestroyArray`.
 //
+// Failure: every operation but `qxDestroyArray` may throw, and the exception ends the call. A
+// `qxCreate` function that cannot make its value throws and never gives null. `qxSetField` and
+// `qxSetCell` take the value or throw without having taken it: it is then still the caller's, who
+// frees it. `qxOpenFile` that throws has left no stream open.
+//
 // Threads: a host may serve several threads at once, each with calls of its own.
 
 #include <array>
@@ -231,13 +236,16 @@ enum qxComplexity : int { qxREAL = 0, qxCOMPLEX = 1 };
                                             qxComplexity complexity);
 
 /// Stores a value in a field of one element (zero-based). The record array takes ownership and
-/// frees what the field held; null leaves the field empty.
+/// frees what the field held; null leaves the field empty. When it throws, the field is as it was
+/// and the value the caller's.
 void qxSetField(qxArray* records, std::size_t index, const char* fieldName, qxArray* value);
 
-/// Stores a value in a cell (zero-based). The cell array takes ownership; null leaves it empty.
+/// Stores a value in a cell (zero-based). The cell array takes ownership and frees what the cell
+/// held; null leaves it empty. When it throws, the cell is as it was and the value the caller's.
 void qxSetCell(qxArray* cells, std::size_t index, qxArray* value);
 
-/// Frees a value that the module still owns, with everything in it. Null is allowed.
+/// Frees a value that the module still owns, with everything in it. Null is allowed. It does not
+/// throw: the module frees values while an exception is on its way.
 void qxDestroyArray(qxArray* value);
 
 /// The column-major elements of a double array, for filling.

@@ -18,7 +18,14 @@ using OwnedValue = std::unique_ptr<qxArray, QxArrayDeleter>;
 
 /// Hands a value over to a field of one element (zero-based); null leaves the field empty.
 inline void setField(qxArray* records, std::size_t index, const char* name, OwnedValue value) {
-    qxSetField(records, index, name, value.release());
+    qxSetField(records, index, name, value.get());
+    static_cast<void>(value.release());  // only now is it the record array's
+}
+
+/// Hands a value over to a cell (zero-based); null leaves the cell empty.
+inline void setCell(qxArray* cells, std::size_t index, OwnedValue value) {
+    qxSetCell(cells, index, value.get());
+    static_cast<void>(value.release());
 }
 
 /// An unfilled rows-by-columns numeric array.

@@ -65,7 +65,7 @@ OwnedValue TiffTag::getQxArray() {
         case kSubIfds: {
             OwnedValue cells = makeCellRow(subIfds.size());
             for (std::size_t i = 0; i < subIfds.size(); ++i) {
-                qxSetCell(cells.get(), i, subIfds[i].release());
+                setCell(cells.get(), i, std::move(subIfds[i]));
             }
             return cells;
         }
@@ -108,7 +108,7 @@ OwnedValue TiffTag::getQxArraySampleFormat() const {
     }
     OwnedValue cells = makeCellRow(numericValues.size());
     for (std::size_t i = 0; i < numericValues.size(); ++i) {
-        qxSetCell(cells.get(), i, sampleFormatName(numericValues[i]).release());
+        setCell(cells.get(), i, sampleFormatName(numericValues[i]));
     }
     return cells;
 }

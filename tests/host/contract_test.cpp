@@ -139,6 +139,45 @@ TEST_F(Contract, NestedResultsAreFreedAsAWhole) {
     qxDestroyArray(nullptr);
 }
 
+TEST_F(Contract, AValueThatIsNotTakenStaysTheCallers) {
+    const std::array<std::size_t, 2> one{1, 1};
+    const std::array<const char*, 1> names{"Name"};
+    const ValueHandle records(qxCreateStructArray(2, one.data(), 1, names.data()));
+    const ValueHandle cells(qxCreateCellArray(2, one.data()));
+    qxSetField(records.get(), 0, "Name", qxCreateDoubleScalar(1));
+    qxSetCell(cells.get(), 0, qxCreateDoubleScalar(2));
+    {
+        const ValueHandle value(qxCreateString("a text that is not short"));
+        EXPECT_THROW(qxSetField(records.get(), 1, "Name", value.get()), std::invalid_argument);
+        EXPECT_THROW(qxSetField(records.get(), 0, "Other", value.get()), std::invalid_argument);
+        EXPECT_THROW(qxSetField(cells.get(), 0, "Name", value.get()), std::invalid_argument);
+        EXPECT_THROW(qxSetCell(cells.get(), 1, value.get()), std::invalid_argument);
+        EXPECT_THROW(qxSetCell(records.get(), 0, value.get()), std::invalid_argument);
+        EXPECT_EQ(host.liveValues(), 5U);
+        EXPECT_EQ(value->text(), u"a text that is not short");
+    }
+    // What was there before is there still.
+    EXPECT_EQ(host.liveValues(), 4U);
+    EXPECT_EQ(std::as_const(*records).field(0, 0)->doubles()[0], 1);
+    EXPECT_EQ(std::as_const(*cells).cell(0)->doubles()[0], 2);
+}
+
+TEST_F(Contract, AValueThatCannotBeMadeIsAnException) {
+    // Elements that no memory holds, and sizes whose product wraps.
+    for (const std::array<std::size_t, 2> size :
+         {std::array<std::size_t, 2>{std::size_t{1} << 45U, 1},
+          std::array<std::size_t, 2>{std::size_t{1} << 32U, std::size_t{1} << 32U}}) {
+        const char* name = "A";
+        EXPECT_THROW(static_cast<void>(qxCreateCharArray(2, size.data())), std::bad_alloc);
+        EXPECT_THROW(static_cast<void>(qxCreateCellArray(2, size.data())), std::bad_alloc);
+        EXPECT_THROW(static_cast<void>(qxCreateStructArray(2, size.data(), 1, &name)),
+                     std::bad_alloc);
+        EXPECT_THROW(
+            static_cast<void>(qxCreateNumericArray(2, size.data(), qxDOUBLE_CLASS, qxREAL)),
+            std::bad_alloc);
+    }
+}
+
 TEST_F(Contract, ErrorsAreThrownAsTheyWereRaised) {
     try {
         qxRaiseError(Message<MessageId::badTiffIfdOffset>(30, 20));
