@@ -1,7 +1,6 @@
 // The host value of a tag.
 
 #include <algorithm>
-#include <array>
 #include <utility>
 
 #include "dict/number_conversion.h"
@@ -23,9 +22,6 @@ OwnedValue sampleFormatName(double code) {
 }
 
 OwnedValue doubleRow(const NumericValues& numbers) {
-    if (numbers.size() == 1) {
-        return makeDoubleScalar(numbers[0]);
-    }
     OwnedValue row = makeNumericArray(1, numbers.size(), qxDOUBLE_CLASS);
     numbers.copyTo(qxGetDoubles(row.get()));
     return row;
@@ -39,20 +35,11 @@ OwnedValue trim_nulls(std::string_view text) {
         return makeCharArray(0, 0);
     }
     text = text.substr(0, end + 1);
-    const auto widen = [text](char16_t* units) {
-        std::transform(text.begin(), text.end(), units, [](char character) {
-            const auto byte = static_cast<unsigned char>(character);
-            return static_cast<char16_t>(byte < 0x80 ? byte : 0xFF00 | byte);
-        });
-    };
-    // A host may keep short texts that are equal once, if it is given them whole.
-    std::array<char16_t, 64> shortText;
-    if (text.size() <= shortText.size()) {
-        widen(shortText.data());
-        return OwnedValue(qxCreateUString(shortText.data(), text.size()));
-    }
     OwnedValue row = makeCharArray(1, text.size());
-    widen(qxGetChars(row.get()));
+    std::transform(text.begin(), text.end(), qxGetChars(row.get()), [](char character) {
+        const auto byte = static_cast<unsigned char>(character);
+        return static_cast<char16_t>(byte < 0x80 ? byte : 0xFF00 | byte);
+    });
     return row;
 }
 

@@ -553,5 +553,52 @@ TEST(StrictHost, AFileThatDoesNotExistLeavesNothing) {
     EXPECT_EQ(outcome.broken, "");
 }
 
+TEST(StrictHost, EveryValueIsMadeByItsOperation) {
+    const Outcome outcome = call(kCases[0].make());
+    const std::string exif =
+        "StructArray(ExposureTime=NumericArray MeteringMode=CharArray "
+        "InteroperabilityIFD=StructArray(InteroperabilityIndex=CharArray))";
+    const std::map<std::string, std::string> expected{
+        {"Filename", "UString"},
+        {"FileModDate", "String"},
+        {"FileSize", "DoubleScalar"},
+        {"Format", "String"},
+        {"FormatVersion", "none"},
+        {"Width", "DoubleScalar"},
+        {"Height", "DoubleScalar"},
+        {"BitDepth", "DoubleScalar"},
+        {"ColorType", "String"},
+        {"FormatSignature", "NumericArray"},
+        {"ByteOrder", "String"},
+        {"Offset", "DoubleScalar"},
+        {"BitsPerSample", "NumericArray"},
+        {"Compression", "CharArray"},
+        {"PhotometricInterpretation", "CharArray"},
+        {"Make", "CharArray"},
+        {"Model", "CharArray"},
+        {"StripOffsets", "NumericArray"},
+        {"RowsPerStrip", "NumericArray"},
+        {"ResolutionUnit", "CharArray"},
+        {"GrayResponseUnit", "NumericArray"},
+        {"MaxSampleValue", "NumericArray"},
+        {"Orientation", "NumericArray"},
+        {"Colormap", "NumericArray"},
+        {"SampleFormat", "CellArray(String String String)"},
+        {"XMP", "CharArray"},
+        {"ImageSourceData", "NumericArray"},
+        {"DigitalCamera", exif},
+        {"GPSInfo", "StructArray(GPSVersionID=NumericArray)"},
+        {"UnknownTags",
+         "StructArray(ID=DoubleScalar Offset=DoubleScalar Value=NumericArray "
+         "ID=DoubleScalar Offset=DoubleScalar Value=String "
+         "ID=DoubleScalar Offset=DoubleScalar Value=NumericArray "
+         "ID=DoubleScalar Offset=DoubleScalar Value=NumericArray)"},
+    };
+    for (const auto& [field, maker] : expected) {
+        const auto found = outcome.makers.find(field);
+        EXPECT_EQ(found == outcome.makers.end() ? "no field" : found->second, maker) << field;
+    }
+}
+
 }  // namespace
 }  // namespace fixture
