@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
+
 #include "file/tag_file.h"
 #include "support/record_dump.h"
 #include "support/tiff_matrix.h"
@@ -86,8 +88,37 @@ TEST_P(FileFields, TheModificationDateIsTheSecondTimeStamp) {
     EXPECT_EQ(sweptAt(-1).value("FileModDate"), "'31-Dec-1969 23:59:59'");
 }
 
-TEST_P(FileFields, ADateThatCannotBeFormattedIsAnError) {
-    EXPECT_EQ(sweptAt(qxFileStatus::kNotADateTime).error, "strftimeFailure()");
+TEST_P(FileFields, ADateIsThatOfTheStampOrNone) {
+    struct Case {
+        std::int64_t microseconds;
+        const char* date;  ///< null where there is none
+    };
+    // The first and the last moment of each calendar, and what lies next to them.
+    const Case cases[] = {
+        {std::numeric_limits<std::int64_t>::min(), nullptr},
+        {-1096193779200000001, nullptr},
+        {-1096193779200000000, "01-Jan--32767 00:00:00"},
+        {-62167219200000001, "31-Dec--1 23:59:59"},
+        {-62162121600000000, "29-Feb-0 00:00:00"},
+        {-17987443200000001, "31-Dec-1399 23:59:59"},
+        {-17987443200000000, "01-Jan-1400 00:00:00"},
+        {253402300799999999, "31-Dec-9999 23:59:59"},
+        {253402300800000000, "01-Jan-10000 00:00:00"},
+        {971890963199999999, "31-Dec-32767 23:59:59"},
+        {971890963200000000, nullptr},
+        {2069991331200000000, nullptr},  // 1 June 67565
+        {9012476102400000000, nullptr},  // 1 January 287564
+        {qxFileStatus::kNotADateTime, nullptr},
+        {std::numeric_limits<std::int64_t>::max(), nullptr},
+    };
+    for (const Case& each : cases) {
+        const Sweep swept = sweptAt(each.microseconds);
+        EXPECT_EQ(swept.error, each.date == nullptr ? "strftimeFailure()" : "")
+            << each.microseconds;
+        if (each.date != nullptr) {
+            EXPECT_EQ(swept.value("FileModDate"), '\'' + std::string(each.date) + '\'');
+        }
+    }
 }
 
 TEST_P(FileFields, EveryDirectoryCarriesTheFileFacts) {
