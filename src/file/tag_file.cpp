@@ -152,6 +152,17 @@ std::size_t TagFile::read(void* out, std::size_t itemSize, std::size_t itemCount
     return got;
 }
 
+std::span<const std::uint8_t> TagFile::readEntries(Wide size) {
+    // Every table of classic TIFF is smaller. It is tried even if it seems to reach past the end:
+    // the file may have grown since it was looked at.
+    constexpr Wide kAlwaysTried = 1024 * 1024;
+    if (size > kAlwaysTried && position() + size > fileStatus.fileSize) {
+        return {};
+    }
+    const std::span<std::uint8_t> bytes = entryBuffers[nestingDepth].take(lowBits(size));
+    return read(bytes.data(), 1, bytes.size()) == bytes.size() ? bytes : std::span<std::uint8_t>();
+}
+
 bool TagFile::seekTo(Wide target) {
     if (target > std::numeric_limits<std::int64_t>::max() ||
         fseeko(file.get(), static_cast<off_t>(lowBits(target)), SEEK_SET) != 0) {

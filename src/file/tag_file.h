@@ -82,6 +82,10 @@ public:
     /// Reads up to `itemCount` items; returns how many were read in full.
     [[nodiscard]] std::size_t read(void* out, std::size_t itemSize, std::size_t itemCount);
 
+    /// Reads the entries of a directory, so many bytes, into the buffer of this level of nesting;
+    /// empty when the file ends before them. No memory is taken for what the file cannot hold.
+    [[nodiscard]] std::span<const std::uint8_t> readEntries(Wide size);
+
     /// Moves to a position from the start of the file. False when there is no such position or
     /// the move fails; the stream is then where it was.
     bool seekTo(Wide target);

@@ -3,7 +3,6 @@
 #include <array>
 #include <iterator>
 #include <numeric>
-#include <string>
 #include <utility>
 
 #include "dict/tag_names.h"
@@ -38,14 +37,10 @@ void IFD::process() {
         warn<MessageId::jpegApp1MaximumLengthExceeded>(numEntries);
         throw TiffTagsRecoverableError("IFD::process");
     }
-    // Nothing is reserved for entries that the file cannot hold.
-    std::span<std::uint8_t> entries;
-    if (size <= tagFile->fileStatus.fileSize) {
-        entries = tagFile->entryBuffers[tagFile->nestingDepth].take(entryBytes);
-    }
-    if (entries.empty() || tagFile->read(entries.data(), 1, entries.size()) != entries.size()) {
+    const std::span<const std::uint8_t> entries = tagFile->readEntries(size);
+    if (entries.empty()) {
         // The number is the directory's own size so far, and one: always 1.
-        raise<MessageId::badIFDread>("IFD #" + std::to_string(this->size() + 1));
+        raise<MessageId::badIFDread>("IFD #1");
     }
     processIfdTags(entries);
 }

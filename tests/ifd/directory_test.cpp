@@ -1,5 +1,9 @@
 // One directory: its table and the sorting of its entries.
 
+#include <algorithm>
+#include <memory>
+
+#include "host/byte_source.h"
 #include "support/tiff_matrix.h"
 
 namespace fixture {
@@ -108,6 +112,72 @@ TEST_P(DirectoryTable, AnEntryCountThatTheFileCannotHoldEndsTheCall) {
         EXPECT_EQ(swept.error, "badIFDread('IFD #1')") << count;
         EXPECT_EQ(swept.warnings, Lines{});
     }
+}
+
+/// Zeros, and some bytes at the end.
+class EndOfAHugeFile final : public host::ByteSource {
+public:
+    static constexpr std::uint64_t kSize = std::uint64_t{1} << 50U;
+
+    explicit EndOfAHugeFile(Bytes first, Bytes last)
+        : beginning(std::move(first)), ending(std::move(last)) {}
+
+    [[nodiscard]] std::uint64_t endingPosition() const { return kSize - ending.size(); }
+    [[nodiscard]] std::uint64_t size() const noexcept override { return kSize; }
+    [[nodiscard]] std::ptrdiff_t read(std::uint64_t position,
+                                      std::span<std::byte> target) const noexcept override {
+        const std::uint64_t length =
+            position > kSize ? 0 : std::min<std::uint64_t>(target.size(), kSize - position);
+        for (std::size_t i = 0; i < length; ++i) {
+            target[i] = static_cast<std::byte>(at(position + i));
+        }
+        return static_cast<std::ptrdiff_t>(length);
+    }
+
+private:
+    [[nodiscard]] std::uint8_t at(std::uint64_t position) const {
+        return position < beginning.size()   ? beginning[position]
+               : position < endingPosition() ? std::uint8_t{0}
+                                             : ending[position - endingPosition()];
+    }
+
+    Bytes beginning;
+    Bytes ending;
+};
+
+TEST_P(DirectoryTable, AtTheEndOfAHugeFileNoMemoryIsTakenForItsEntryCount) {
+    if (!format().isBig()) {
+        GTEST_SKIP() << "an offset of classic TIFF does not reach so far";
+    }
+    // Far less than the file, and far more than there is room for.
+    constexpr std::uint64_t kEntries = std::uint64_t{1} << 45U;
+    Bytes ending(100, 0);
+    setWord(ending, 0, 8, kEntries, format().byteOrder);
+    TiffBuilder builder(format());
+    builder.withFirstOffset(EndOfAHugeFile::kSize - ending.size());
+    const auto source = std::make_shared<EndOfAHugeFile>(builder.build().bytes, ending);
+    const Sweep swept = sweepFile(kFileName, {}, [&](host::Host& host) {
+        qxFileStatus status;
+        status.type = qxFileType::regular;
+        status.timeStamps = {0, 0, 0};
+        status.fileSize = source->size();
+        host.files().serve(kFileName, {source, status});
+    });
+    EXPECT_EQ(swept.error, "badIFDread('IFD #1')");
+    EXPECT_EQ(swept.warnings, Lines{});
+}
+
+TEST_P(DirectoryTable, ThatTheFileHasGrownOverIsRead) {
+    const TiffFile file = fileOf({{shorts(256, {7}), ascii(315, "x")}});
+    const Sweep swept = sweepFile(kFileName, {}, [&](host::Host& host) {
+        qxFileStatus status;
+        status.type = qxFileType::regular;
+        status.timeStamps = {0, 0, 0};
+        status.fileSize = file.places[0].entries[1];  // when it was looked at
+        host.files().serve(kFileName, {std::make_shared<host::MemoryBytes>(file.bytes), status});
+    });
+    EXPECT_EQ(swept.error, "");
+    EXPECT_EQ(swept.value("Width"), "7");
 }
 
 TEST_P(DirectoryTable, AnEntryCountTooSmallReadsTheNextOffsetFromTheTable) {
