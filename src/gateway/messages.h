@@ -1,18 +1,12 @@
 #pragma once
 
-// The two ways in which the module gives a message, and the two exceptions that carry recovery
-// inside it. Stateless; any thread.
+// The two ways in which the module gives a message, and the exception that carries recovery inside
+// it. Stateless; any thread.
 
 #include <stdexcept>
 #include <utility>
 
 #include "gateway/qx.h"
-
-/// The current chain of directories cannot be followed further; what was read is kept.
-class StopProcessingIfdChainException : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
 
 /// One tag or one directory could not be decoded; the reader that owns the damage goes on.
 class TiffTagsRecoverableError : public std::runtime_error {

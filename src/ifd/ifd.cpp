@@ -21,15 +21,15 @@ constexpr std::size_t kMostRoom = 4 * kMaximumNames;
 
 }  // namespace
 
-void IFD::process() {
+bool IFD::process() {
     ifdOffset = tagFile->position();
     if (tagFile->freadNumDirectoryEntries(numEntries) != 1) {
         warn<MessageId::numberOfDirectoryEntriesReadError>(ifdOffset);
-        throw StopProcessingIfdChainException("IFD::process");
+        return false;
     }
     if (numEntries == 0) {
         warn<MessageId::numDirectoryEntriesIsZero>(ifdOffset);
-        throw StopProcessingIfdChainException("IFD::process");
+        return false;
     }
     const Wide size = Wide{numEntries} * tagFile->entrySize;
     entryBytes = lowBits(size);
@@ -43,6 +43,7 @@ void IFD::process() {
         raise<MessageId::badIFDread>("IFD #1");
     }
     processIfdTags(entries);
+    return true;
 }
 
 void IFD::processIfdTags(std::span<const std::uint8_t> entries) {
@@ -54,10 +55,13 @@ void IFD::processIfdTags(std::span<const std::uint8_t> entries) {
     for (; !entries.empty(); entries = entries.subspan(tagFile->entrySize)) {
         try {
             TiffTag tag(tagFile, entries.data(), ifdType);
-            flagDefaultValues(tag);
-            keep(tag);
+            if (!tag.isDropped()) {
+                flagDefaultValues(tag);
+                keep(tag);
+            }
         } catch (const TiffTagsRecoverableError&) {
-            // The entry is dropped; whoever threw has warned.
+            // A directory that the entry leads to cannot be: the entry is dropped, and whoever
+            // threw has warned.
         }
     }
     if (ifdType == primaryIFD && tagFile->fileFormat != FileFormat::jpeg) {
@@ -81,8 +85,7 @@ void IFD::keep(TiffTag& tag) {
         }
         return;
     }
-    const bool isPointer = id == kSubIfds || id == kExif || id == kGps || id == kInteroperability;
-    if (isPointer && tag.subIfdSize() == 0) {
+    if (isPointerTag(id) && tag.subIfdSize() == 0) {
         return;
     }
     if (tag.nameRow != TextMap::kNotFound) {

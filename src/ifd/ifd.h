@@ -35,11 +35,11 @@ class IFD {
 public:
     IFD(TagFile* file, IFDtype_t_ kind) : tagFile(file), ifdType(kind) {}
 
-    /// Reads the directory at the stream's position. Throws `StopProcessingIfdChainException`
-    /// when it has no readable entry count (`numberOfDirectoryEntriesReadError`) or no entries
-    /// (`numDirectoryEntriesIsZero`), and `TiffTagsRecoverableError` when it is too large for a
+    /// Reads the directory at the stream's position. False when the chain ends here without it:
+    /// it has no readable entry count (warned `numberOfDirectoryEntriesReadError`) or no entries
+    /// (`numDirectoryEntriesIsZero`). Throws `TiffTagsRecoverableError` when it is too large for a
     /// JPEG (`jpegApp1MaximumLengthExceeded`); a table that ends early is the error `badIFDread`.
-    void process();
+    [[nodiscard]] bool process();
 
     /// The number of fields that the directory contributes.
     [[nodiscard]] std::size_t size() const { return tags.size() + (unknownTags.empty() ? 0U : 1U); }

@@ -13,9 +13,7 @@ void IFDTree::processIfdSet() {
     for (;;) {
         const std::uint64_t start = tagFile->position();
         IFD ifd(tagFile, ifdType);
-        try {
-            ifd.process();
-        } catch (const StopProcessingIfdChainException&) {
+        if (!ifd.process()) {
             return;
         }
         const Wide nextField = Wide{start} + tagFile->entryCountSize + ifd.entryBytes;

@@ -15,3 +15,8 @@ inline constexpr std::uint16_t kExif = 34665;
 inline constexpr std::uint16_t kGps = 34853;
 inline constexpr std::uint16_t kImageSourceData = 37724;
 inline constexpr std::uint16_t kInteroperability = 40965;
+
+/// Whether a tag's values are the offsets of further directories.
+[[nodiscard]] constexpr bool isPointerTag(std::uint16_t id) {
+    return id == kSubIfds || id == kExif || id == kGps || id == kInteroperability;
+}

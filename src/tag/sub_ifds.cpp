@@ -52,38 +52,41 @@ std::vector<std::uint32_t> readOffsets(std::span<const std::uint8_t> data, std::
 
 }  // namespace
 
-bool TiffTag::isPointer() const {
-    return tagId == kSubIfds || tagId == kExif || tagId == kGps || tagId == kInteroperability;
-}
-
-void TiffTag::processSubIfds() {
+bool TiffTag::processSubIfds() {
     const std::uint64_t position = tagFile->position();
     // Copied: nested tags use the same data buffer.
     for (const std::uint32_t offset : readOffsets(rawData, componentCount)) {
-        processSubIfd(offset);
+        if (!processSubIfd(offset)) {
+            return false;
+        }
     }
     tagFile->seekTo(position);
+    return true;
 }
 
-void TiffTag::processSubIfd(std::uint64_t offset) {
+bool TiffTag::processSubIfd(std::uint64_t offset) {
     const Wide position = Wide{offset} + tagFile->baseOffset();
     if (!tagFile->seekTo(position)) {
         warn<MessageId::badSubIfdSeek>(lowBits(position));
-        drop();
+        return false;
     }
-    checkThatProposedNewSubIfdIsLegal();
+    if (!checkThatProposedNewSubIfdIsLegal()) {
+        return false;
+    }
     const TagFile::NestingLevel level(*tagFile);
     IFDTree tree(tagFile, kindOfChain(tagId));
     // All chains of a SubIFDs tag are shown, of the other pointers the first one.
     if (tree.size() != 0 && (tagId == kSubIfds || subIfds.empty())) {
         subIfds.push_back(tree.repackageIfds());
     }
+    return true;
 }
 
-void TiffTag::checkThatProposedNewSubIfdIsLegal() const {
+bool TiffTag::checkThatProposedNewSubIfdIsLegal() const {
     const bool mayPoint = ifdType == primaryIFD || ifdType == exifIFD;
-    if (!mayPoint || tagFile->nestingDepth >= TagFile::kMaximumNesting) {
-        warn<MessageId::illegallyNestedIFD>(tagId, kindText(ifdType));
-        drop();
+    if (mayPoint && tagFile->nestingDepth < TagFile::kMaximumNesting) {
+        return true;
     }
+    warn<MessageId::illegallyNestedIFD>(tagId, kindText(ifdType));
+    return false;
 }

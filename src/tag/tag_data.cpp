@@ -5,16 +5,16 @@
 #include "tag/special_tags.h"
 #include "tag/tiff_tag.h"
 
-void TiffTag::processNormalTagData() {
+bool TiffTag::processNormalTagData() {
     if (tagId == kImageSourceData) {
         byteData = rawData.first(componentCount);  // every type is at least a byte wide
-        return;
+        return true;
     }
     switch (dataType) {
         case TIFF_ASCII:
             stringValue = std::string_view(
                 static_cast<const char*>(static_cast<const void*>(rawData.data())), rawData.size());
-            return;
+            break;
         case TIFF_BYTE:
         case TIFF_SHORT:
         case TIFF_LONG:
@@ -25,24 +25,29 @@ void TiffTag::processNormalTagData() {
         case TIFF_FLOAT:
         case TIFF_DOUBLE:
         case TIFF_LONG8:
-            return setNumbers(static_cast<TIFFDataType>(dataType));
+            setNumbers(static_cast<TIFFDataType>(dataType));
+            break;
         case TIFF_SLONG8:
             // Read as 32-bit numbers from the first half of the data, swapped as 64-bit items.
-            return setNumbers(TIFF_SLONG);
+            setNumbers(TIFF_SLONG);
+            break;
         case TIFF_RATIONAL:
-            return processTiffTagRational();
+            processTiffTagRational();
+            break;
         case TIFF_SRATIONAL:
-            return processTiffTagSRational();
+            processTiffTagSRational();
+            break;
         case TIFF_IFD:
         case TIFF_IFD8:
             warn<MessageId::unrecognizedIfd>(tagId);
-            drop();
+            return false;
         case TIFF_NOTYPE:
             warn<MessageId::noTypeFormatId>(tagName);
-            drop();
+            return false;
         default:
             raise<MessageId::unrecognizedTagFormatId>(dataType);
     }
+    return true;
 }
 
 void TiffTag::setNumbers(TIFFDataType itemType) {

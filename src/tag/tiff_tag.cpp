@@ -12,31 +12,31 @@
 #include "file/raw2native.h"
 #include "file/tag_file.h"
 #include "gateway/messages.h"
-
-void TiffTag::drop() {
-    throw TiffTagsRecoverableError("TIiffTag::TiffTag");
-}
+#include "tag/special_tags.h"
 
 TiffTag::TiffTag(TagFile* file, const std::uint8_t* entry, IFDtype_t_ kind)
     : tagFile(file), tagId(nativeItem<std::uint16_t>(entry, file->needsByteSwap)), ifdType(kind) {
     setTagName();
-    dataType = nativeItem<std::uint16_t>(entry + 2, file->needsByteSwap);
+    dropped = !decode(entry);
+}
+
+bool TiffTag::decode(const std::uint8_t* entry) {
+    dataType = nativeItem<std::uint16_t>(entry + 2, tagFile->needsByteSwap);
     const std::uint32_t width = dataTypeWidth(dataType);
     if (width == 0 && dataType != TIFF_NOTYPE) {
         warn<MessageId::unrecognizedTagFormatId>(dataType);
-        throw TiffTagsRecoverableError("TiffTag::TiffTag");
+        return false;
     }
     if (dataType == TIFF_NOTYPE) {
         warn<MessageId::noTypeFormatId>(tagName);
-        drop();
+        return false;
     }
-    componentCount = file->readTagNumComponents(entry);
+    componentCount = tagFile->readTagNumComponents(entry);
     if (componentCount == 0) {
         warn<MessageId::zeroComponentCount>(tagName);
     }
     validate_tag_against_number_of_components(tagId, componentCount);
-    setTagDataOffset(entry, width);
-    processGenericTag();
+    return setTagDataOffset(entry, width) && processGenericTag();
 }
 
 TiffTag::TiffTag(unsigned short id, IFDtype_t_ kind) : tagId(id), isDefault(true), ifdType(kind) {
@@ -45,7 +45,7 @@ TiffTag::TiffTag(unsigned short id, IFDtype_t_ kind) : tagId(id), isDefault(true
     if (field == nullptr ||
         (field->kind != DefaultValue::number && field->kind != DefaultValue::empty)) {
         warn<MessageId::unrecognizedTagId>(id);
-        drop();
+        throw TiffTagsRecoverableError("TIiffTag::TiffTag");
     }
     if (field->kind == DefaultValue::number) {
         singleNumber = field->number;
@@ -81,7 +81,7 @@ void TiffTag::setTagName() {
     tagName = nameRow == TextMap::kNotFound ? "" : names.valueAt(nameRow);
 }
 
-void TiffTag::setTagDataOffset(const std::uint8_t* entry, std::uint32_t width) {
+bool TiffTag::setTagDataOffset(const std::uint8_t* entry, std::uint32_t width) {
     // A rational is two 32-bit numbers, each in the file's byte order.
     const bool isPair = dataType == TIFF_RATIONAL || dataType == TIFF_SRATIONAL;
     const std::uint64_t itemSize = isPair ? width / 2 : width;
@@ -93,24 +93,28 @@ void TiffTag::setTagDataOffset(const std::uint8_t* entry, std::uint32_t width) {
         const Wide position = Wide{dataOffset} + tagFile->baseOffset();
         if (!tagFile->seekToData(position)) {
             warn<MessageId::badTagDataOffsetSeek>(tagId);
-            drop();
+            return false;
         }
         if (position + size > tagFile->fileStatus.fileSize) {
             warn<MessageId::tagDataPastEOF>(tagId, dataSize);
-            drop();
+            return false;
         }
         // From here on the size is at most the file's.
         rawData = tagFile->dataBuffer.take(dataSize);
         if (tagFile->read(rawData.data(), itemSize, lowBits(itemCount)) != itemCount) {
-            warn<MessageId::unableToReadTiffTag>(
-                *tagName != '\0' ? std::string(tagName) : std::to_string(tagId), lowBits(position));
-            drop();
+            warn<MessageId::unableToReadTiffTag>(label(), lowBits(position));
+            return false;
         }
     } else {
         std::copy_n(entry + tagFile->valueOffsetPosition, dataSize, inlineData.begin());
         rawData = std::span(inlineData.data(), dataSize);
     }
     raw2native(rawData.data(), itemSize, lowBits(itemCount), tagFile->needsByteSwap);
+    return true;
+}
+
+std::string TiffTag::label() const {
+    return *tagName != '\0' ? tagName : std::to_string(tagId);
 }
 
 void TiffTag::validateTag() const {
@@ -126,14 +130,16 @@ void TiffTag::validateTag() const {
     }
 }
 
-void TiffTag::processGenericTag() {
+bool TiffTag::processGenericTag() {
     validateTag();
-    if (isPointer()) {
-        processSubIfds();
-    } else {
-        processNormalTagData();
-        processSpecificTag();
+    if (isPointerTag(tagId)) {
+        return processSubIfds();
     }
+    if (!processNormalTagData()) {
+        return false;
+    }
+    processSpecificTag();
+    return true;
 }
 
 double TiffTag::getNumericValue(int /*index*/) const {

@@ -25,9 +25,9 @@ class TagFile;
 class TiffTag {
 public:
     /// Decodes a raw entry of a directory of the given kind, in file byte order (`entry` holds
-    /// 12 bytes, 20 in a BigTIFF). Gives every warning and error about the entry, follows the
-    /// pointers of tags 330, 34665, 34853 and 40965, and throws `TiffTagsRecoverableError` when
-    /// the entry must be dropped.
+    /// 12 bytes, 20 in a BigTIFF). Gives every warning and error about the entry and follows the
+    /// pointers of tags 330, 34665, 34853 and 40965. Look at `isDropped` before anything else: a
+    /// damaged file has entries to drop by the million, which makes an exception too dear.
     TiffTag(TagFile* file, const std::uint8_t* entry, IFDtype_t_ kind);
 
     /// The default of a required field with a fixed or no value. Any other id warns
@@ -44,6 +44,10 @@ public:
     TiffTag(const TiffTag&) = delete;
     TiffTag& operator=(const TiffTag&) = delete;
     ~TiffTag() = default;
+
+    /// Whether the entry must be dropped; its warning has been given. The tag is then half-built
+    /// and good for nothing.
+    [[nodiscard]] bool isDropped() const { return dropped; }
 
     [[nodiscard]] std::uint16_t getId() const { return tagId; }
 
@@ -77,12 +81,14 @@ public:
     /// `expectedTagDataFormat` or `expectedTagDataFormatMultiple` (name, actual, expected).
     void validateTag() const;
 
+    // These two return false when the entry must be dropped; its warning has been given.
+
     /// `validateTag()`, then the decoding of the data.
-    void processGenericTag();
+    [[nodiscard]] bool processGenericTag();
 
     /// Turns the data into numbers, text or bytes by field type. Warns `unrecognizedIfd`,
     /// `noTypeFormatId` or `badTagValueDivisionByZero`.
-    void processNormalTagData();
+    [[nodiscard]] bool processNormalTagData();
 
     /// Names enumerated values and gives a few tags their special treatment. A directory kind
     /// outside the four raises the error `unrecognizedIfdId`.
@@ -109,20 +115,19 @@ public:
 
 private:
     void setTagName();
-    void setTagDataOffset(const std::uint8_t* entry, std::uint32_t width);
-    void readDataAt(std::uint64_t itemSize, std::uint64_t itemCount);
-    [[nodiscard]] bool isPointer() const;
-    [[noreturn]] static void drop();
+    [[nodiscard]] std::string label() const;
+
+    // Steps of the decoding; false when the entry must be dropped and its warning has been given.
+    [[nodiscard]] bool decode(const std::uint8_t* entry);
+    [[nodiscard]] bool setTagDataOffset(const std::uint8_t* entry, std::uint32_t width);
+    [[nodiscard]] bool processSubIfds();
+    [[nodiscard]] bool processSubIfd(std::uint64_t offset);
+    [[nodiscard]] bool checkThatProposedNewSubIfdIsLegal() const;
 
     // Values by field type.
     void setNumbers(TIFFDataType itemType);
     void processTiffTagRational();
     void processTiffTagSRational();
-
-    // Nested directories.
-    void processSubIfds();
-    void processSubIfd(std::uint64_t offset);
-    void checkThatProposedNewSubIfdIsLegal() const;
 
     // Value names and special treatments.
     struct Decoders;
@@ -158,6 +163,7 @@ private:
     void processSubjectDistanceRange() { nameValue(subjectDistanceRangeNames); }
     // clang-format on
 
+    bool dropped = false;
     std::array<std::uint8_t, 8> inlineData{};  ///< data that lay in the entry
     double singleNumber = 0;                   ///< a number that is not in the file
     std::vector<double> defaultNumbers;        ///< several of them
