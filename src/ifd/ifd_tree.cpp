@@ -1,7 +1,5 @@
 #include "ifd/ifd_tree.h"
 
-#include <utility>
-
 #include "file/tag_file.h"
 #include "gateway/messages.h"
 
@@ -12,13 +10,17 @@ IFDTree::IFDTree(TagFile* file, IFDtype_t_ kind) : tagFile(file), ifdType(kind) 
 void IFDTree::processIfdSet() {
     for (;;) {
         const std::uint64_t start = tagFile->position();
-        IFD ifd(tagFile, ifdType);
+        // In its place at once, not on the stack: trees nest.
+        IFD& ifd = ifds.emplace_back(tagFile, ifdType);
         if (!ifd.process()) {
+            ifds.pop_back();
             return;
         }
         const Wide nextField = Wide{start} + tagFile->entryCountSize + ifd.entryBytes;
-        if (ifd.size() != 0) {
-            push_back(std::move(ifd));
+        if (ifd.size() == 0) {
+            ifds.pop_back();
+        } else {
+            addNames(ifd);
         }
         // Only primary chains and SubIFDs go on to a next directory.
         if (ifdType != primaryIFD) {
@@ -47,12 +49,11 @@ void IFDTree::processIfdSet() {
     }
 }
 
-void IFDTree::push_back(IFD ifd) {
+void IFDTree::addNames(const IFD& ifd) {
     for (const KnownTag& tag : ifd.tags) {
         tagNames.add(tag.row);
     }
     hasUnknownTags = hasUnknownTags || !ifd.unknownTags.empty();
-    ifds.push_back(std::move(ifd));
 }
 
 std::uint64_t IFDTree::readNextIfdOffset() {

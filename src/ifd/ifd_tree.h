@@ -34,7 +34,7 @@ public:
 
 private:
     void processIfdSet();
-    void push_back(IFD ifd);
+    void addNames(const IFD& ifd);
     [[nodiscard]] std::uint64_t readNextIfdOffset();
     [[nodiscard]] std::vector<const char*> fieldNames() const;
     [[nodiscard]] bool tagAlreadyOnDefaultList(std::size_t row) const;
