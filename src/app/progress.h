@@ -1,20 +1,23 @@
 #pragma once
 
-// Progress: one line at the foot of a terminal that says how far a run is. Files are counted by a
-// process of its own, so that nothing waits for it.
+// Progress: one line at the foot of a terminal that says how far a run is, and which file takes
+// long. Files are counted by a thread of its own, which gives up where counting is not cheap.
 //
-// Ownership: owns the counting process. Threads: one at a time, and no other thread in the process
-// while it is made.
+// Ownership: shares the count with the counting thread, which owns what else it uses: where the
+// system keeps it waiting for a folder, it is left behind and nobody waits for it. Threads: one at
+// a time.
 
+#include <atomic>
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
+#include <future>
+#include <memory>
 #include <optional>
 #include <string>
-
-#include <sys/types.h>
+#include <thread>
 
 #include "app/arguments.h"
-#include "app/descriptor.h"
 
 namespace app {
 
@@ -24,6 +27,12 @@ struct RunState {
     std::uint64_t failed = 0;
     std::string slowFile{};  ///< one that has been read for longer than others; empty for none
     std::chrono::seconds slowSince{0};  ///< for how long
+};
+
+/// What the counting thread and the line share.
+struct FileCount {
+    std::atomic<bool> isUnwanted{false};
+    std::atomic<std::uint64_t> total{0};  ///< 0: not known
 };
 
 class Progress {
@@ -40,24 +49,23 @@ public:
     /// Takes the line away, so that something else can be written.
     void hide();
 
-    /// The text of the line.
+    /// The text of the line, which takes no more columns than there are.
     [[nodiscard]] static std::string text(const RunState& state,
                                           std::chrono::duration<double> elapsed,
-                                          std::optional<std::uint64_t> total);
+                                          std::optional<std::uint64_t> total, std::size_t columns);
 
 private:
     using Clock = std::chrono::steady_clock;
 
     void startCounting(const InputChoice& input);
-    void takeTotal();
 
     bool isShown = false;
     bool isVisible = false;
     Clock::time_point begin = Clock::now();
     Clock::time_point lastShown;
-    pid_t counter = -1;
-    Descriptor count;  ///< where the counting process will tell the number of files
-    std::optional<std::uint64_t> total;
+    std::shared_ptr<FileCount> count;  ///< null when nobody counts
+    std::thread counter;
+    std::future<void> counterEnd;
 };
 
 }  // namespace app

@@ -345,13 +345,42 @@ TEST_F(FileRolesTest, aFileHasOneRole) {
 
 TEST(ProgressTest, text) {
     using Seconds = std::chrono::duration<double>;
-    EXPECT_EQ(app::Progress::text({0, 0}, Seconds(0), std::nullopt), "0 files, 0/s, 0 failed");
-    EXPECT_EQ(app::Progress::text({1, 1}, Seconds(2), std::nullopt), "1 file, 1/s, 1 failed");
-    EXPECT_EQ(app::Progress::text({500, 3}, Seconds(2), 2000),
+    EXPECT_EQ(app::Progress::text({0, 0}, Seconds(0), std::nullopt, 80), "0 files, 0/s, 0 failed");
+    EXPECT_EQ(app::Progress::text({1, 1}, Seconds(2), std::nullopt, 80), "1 file, 1/s, 1 failed");
+    EXPECT_EQ(app::Progress::text({500, 3}, Seconds(2), 2000, 80),
               "500 files of 2000, 250/s, 3 failed, 6 s left");
-    EXPECT_EQ(app::Progress::text({2000, 3}, Seconds(2), 2000),
+    EXPECT_EQ(app::Progress::text({2000, 3}, Seconds(2), 2000, 80),
               "2000 files of 2000, 1000/s, 3 failed");
-    EXPECT_EQ(app::Progress::text({0, 0}, Seconds(2), 10), "0 files of 10, 0/s, 0 failed");
+    EXPECT_EQ(app::Progress::text({0, 0}, Seconds(2), 10, 80), "0 files of 10, 0/s, 0 failed");
+}
+
+TEST(ProgressTest, aSlowFileIsNamed) {
+    const auto text = [](const std::string& name, std::chrono::seconds since, std::size_t columns) {
+        app::RunState state;
+        state.slowFile = name;
+        state.slowSince = since;
+        return app::Progress::text(state, std::chrono::seconds(0), std::nullopt, columns);
+    };
+    using std::chrono::seconds;
+    const std::string start = "0 files, 0/s, 0 failed";
+    EXPECT_EQ(text("a/b.tif", seconds(1), 80), start);
+    EXPECT_EQ(text("a/b.tif", seconds(12), 80), start + "; a/b.tif takes 12 s");
+    EXPECT_EQ(text("", seconds(12), 80), start);
+    EXPECT_EQ(text("a\x1b[2J.tif", seconds(2), 80), start + "; a\\x1b[2J.tif takes 2 s");
+    const std::string path = "/a/long/path/to/image_0001.tif";
+    const std::string whole = start + "; " + path + " takes 12 s";
+    EXPECT_EQ(text(path, seconds(12), whole.size()), whole);
+    EXPECT_EQ(text(path, seconds(12), whole.size() - 1),
+              start + "; ...ong/path/to/image_0001.tif takes 12 s");
+    EXPECT_EQ(text(path, seconds(12), start.size() + 5), start);
+    EXPECT_EQ(text(path, seconds(12), 7), "0 files");
+    // Wide characters are not cut in two, and take two columns.
+    std::string wide;
+    for (int count = 0; count < 40; ++count) {
+        wide += "\xE5\x9B\xBE";
+    }
+    EXPECT_EQ(text(wide, seconds(12), start.size() + 2 + 14 + 11),
+              start + "; ..." + wide.substr(0, 15) + " takes 12 s");
 }
 
 }  // namespace
