@@ -112,6 +112,25 @@ void RunLog::summarize(int signal) const {
     for (const auto& [id, count] : warnings) {
         printError({"  ", counted(count, "warning", "warnings"), " ", id});
     }
+    if (signal != 0) {
+        tellWhatIsKept();
+    }
+}
+
+void RunLog::tellWhatIsKept() const {
+    const OutputChoice& choice = arguments.output;
+    if (journal != nullptr) {
+        printError({"what is finished is kept; run the same command again to go on"});
+    } else if (!choice.file.empty() && !output.identities().empty()) {
+        printError({"nothing was kept, ", choice.file,
+                    " is as it was; with --resume a run can be gone on with"});
+    } else if (choice.format == Format::csv && choice.fields.empty()) {
+        printError({"a table whose columns are not chosen with --tags is printed at the end"});
+    } else if (choice.layout == JsonLayout::compact) {
+        printError({"what was printed ends with a whole file"});
+    } else {
+        printError({"what was printed is whole lines"});
+    }
 }
 
 int RunLog::exitStatus(int signal) const {

@@ -69,6 +69,7 @@ public:
 
 private:
     void account(const InputFile& file, const FileReport& report, const std::string& journalEntry);
+    void tellWhatIsKept() const;
     void tellFailure(const InputFile& file, const FileReport& report);
 
     const Arguments& arguments;

@@ -64,7 +64,9 @@ TEST_F(InterruptionTest, whatWasPrintedIsWhole) {
         program.send(signal);
         const Ending given = endingOf(program.wait());
         EXPECT_EQ(given.status, 128 + signal);
-        EXPECT_EQ(given.error, "ifdsweep: interrupted: 2 files read, 0 failed, 3 directories\n");
+        EXPECT_EQ(given.error,
+                  "ifdsweep: interrupted: 2 files read, 0 failed, 3 directories\n"
+                  "ifdsweep: what was printed is whole lines\n");
         ASSERT_TRUE(given.out.ends_with('\n'));
         const auto lines = linesOf(given.out);
         ASSERT_EQ(lines.size(), 2U);
@@ -82,6 +84,9 @@ TEST_F(InterruptionTest, anOutputFileIsNotReplaced) {
         const Ending given = endingOf(program.wait());
         EXPECT_EQ(given.status, 130);
         EXPECT_EQ(given.error.find("ifdsweep: interrupted: "), 0U) << given.error;
+        EXPECT_EQ(linesOf(given.error).back(),
+                  "ifdsweep: nothing was kept, table.csv is as it was; with --resume a run can be "
+                  "gone on with");
         EXPECT_EQ(given.out, "");
         EXPECT_EQ(programrun::contents(in("table.csv")), "what was there\n");
         EXPECT_EQ(names(), before);
@@ -137,7 +142,27 @@ TEST_F(InterruptionTest, aSignalWhileTheListIsAwaited) {
     const Ending given = endingOf(program.wait());
     ::close(list);
     EXPECT_EQ(given.status, 130);
-    EXPECT_EQ(given.error, "ifdsweep: interrupted: 1 file read, 0 failed, 1 directory\n");
+    EXPECT_EQ(given.error,
+              "ifdsweep: interrupted: 1 file read, 0 failed, 1 directory\n"
+              "ifdsweep: what was printed is whole lines\n");
+}
+
+TEST_F(InterruptionTest, theEndTellsHowToGoOn) {
+    const std::pair<std::vector<std::string>, const char*> rows[] = {
+        {{"--format", "ndjson", "--output", "o", "--resume", "j"},
+         "ifdsweep: what is finished is kept; run the same command again to go on"},
+        {{"--format", "csv"},
+         "ifdsweep: a table whose columns are not chosen with --tags is printed at the end"},
+        {{"--format", "json", "--compact"}, "ifdsweep: what was printed ends with a whole file"},
+        {{"--output", "/dev/null"}, "ifdsweep: what was printed is whole lines"},
+    };
+    for (const auto& [arguments, text] : rows) {
+        Running program = startEndless(arguments);
+        program.send(SIGTERM);
+        const Ending given = endingOf(program.wait());
+        EXPECT_EQ(given.status, 143);
+        EXPECT_EQ(linesOf(given.error).back(), text);
+    }
 }
 
 /// Whether a process has got every signal that was sent to it.
