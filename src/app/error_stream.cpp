@@ -1,5 +1,7 @@
 #include "app/error_stream.h"
 
+#include <new>
+
 #include <unistd.h>
 
 #include "app/output.h"
@@ -8,35 +10,34 @@
 namespace app {
 namespace {
 
-template <class Append>
-void writeToErrorStream(Append&& append) {
-    try {
-        FileDescriptorSink sink(STDERR_FILENO);
-        Output errors(sink);
-        append(errors);
-        errors.flush();
-    } catch (const OutputError&) {
-        return;
-    }
+void writeToErrorStream(std::string_view text) noexcept {
+    static_cast<void>(writeBytes(STDERR_FILENO, text));
 }
 
 }  // namespace
 
-void printError(std::initializer_list<std::string_view> parts) {
-    writeToErrorStream([&](Output& errors) {
-        errors.append("ifdsweep: ");
-        for (const std::string_view part : parts) {
-            appendTerminalText(errors, part);
-        }
-        errors.append('\n');
-    });
+std::string errorLine(std::initializer_list<std::string_view> parts) {
+    StringSink sink;
+    Output line(sink);
+    line.append("ifdsweep: ");
+    for (const std::string_view part : parts) {
+        appendTerminalText(line, part);
+    }
+    line.append('\n');
+    line.flush();
+    return std::move(sink.text);
+}
+
+void printError(std::initializer_list<std::string_view> parts) noexcept {
+    try {
+        writeToErrorStream(errorLine(parts));
+    } catch (const std::bad_alloc&) {
+        writeToErrorStream("ifdsweep: out of memory\n");
+    }
 }
 
 void showProgressLine(std::string_view text) {
-    writeToErrorStream([&](Output& errors) {
-        errors.append("\r\x1b[K");
-        errors.append(text);
-    });
+    writeToErrorStream("\r\x1b[K" + std::string(text));
 }
 
 }  // namespace app

@@ -6,12 +6,16 @@
 // Plain functions over the process's stream; one thread.
 
 #include <initializer_list>
+#include <string>
 #include <string_view>
 
 namespace app {
 
-/// Prints "ifdsweep: " and the parts as one line.
-void printError(std::initializer_list<std::string_view> parts);
+/// "ifdsweep: " and the parts as one line with its end.
+[[nodiscard]] std::string errorLine(std::initializer_list<std::string_view> parts);
+
+/// Prints an error line; without memory for it, one that says so.
+void printError(std::initializer_list<std::string_view> parts) noexcept;
 
 /// Shows a text in place of the progress line; an empty one takes it away.
 void showProgressLine(std::string_view text);

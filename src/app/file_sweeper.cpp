@@ -1,41 +1,50 @@
 #include "app/file_sweeper.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <new>
+#include <system_error>
 #include <utility>
 
-#include <unistd.h>
+#include <fcntl.h>
 
+#include "app/descriptor.h"
 #include "app/field_selection.h"
 #include "app/messages.h"
 #include "app/worker_limits.h"
-#include "host/byte_source.h"
 #include "host/file_names.h"
+#include "host/file_service.h"
 
 namespace app {
 
 FileSweeper::FileSweeper(const Arguments& programArguments, Output& output, Colour colour,
-                         int standardInput)
+                         int standardInputFile)
     : arguments(programArguments),
+      standardInput(standardInputFile),
       numbers{arguments.read.offset, arguments.read.first, arguments.read.max},
       writer(makeResultWriter(arguments.output.format, output, colour,
                               writerSettings(arguments.output))) {
     host.setReadBudget(arguments.read.readBudget);
-    if (standardInput >= 0) {
-        serveStandardInput(standardInput);
-    }
 }
 
-void FileSweeper::serveStandardInput(int descriptor) {
-    const host::Host::Scope scope(host);
-    const qxFileStatus status =
-        qxGetFileStatus(host::fileNameFromSystem("/proc/self/fd/" + std::to_string(descriptor)));
-    auto bytes = std::make_shared<const host::FileBytes>(::dup(descriptor), status.fileSize);
-    host.files().serve(host::fileNameFromSystem(kStandardInput), {std::move(bytes), status});
+void FileSweeper::serveStandardInput() {
+    const int own = ::fcntl(standardInput, F_DUPFD_CLOEXEC, 0);
+    if (own < 0) {
+        throw std::system_error(errno, std::system_category());
+    }
+    host.files().serve(host::fileNameFromSystem(kStandardInput), host::servedFile(own));
 }
 
 FileReport FileSweeper::sweep(const InputFile& file) {
     outcome = SweepOutcome();  // first, so that two results never lie in memory
+    if (file.path == kStandardInput) {
+        try {
+            serveStandardInput();
+        } catch (const std::system_error& error) {
+            return fail(file, inputFailure("cannot read the standard input: " +
+                                           systemErrorText(error.code().value())));
+        }
+    }
     outcome = app::sweep(host, file.path, numbers, file.sniff);
     return finish();
 }

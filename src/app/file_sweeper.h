@@ -19,10 +19,10 @@ namespace app {
 
 class FileSweeper {
 public:
-    /// @param standardInput an open file with the bytes of the standard input; -1 when it is not
-    ///                      among the files
+    /// @param standardInputFile an open file with the bytes of the standard input, which must stay
+    ///                          open; -1 when it is not among the files
     FileSweeper(const Arguments& programArguments, Output& output, Colour colour,
-                int standardInput);
+                int standardInputFile);
 
     /// Reads a file. Nothing is written yet.
     [[nodiscard]] FileReport sweep(const InputFile& file);
@@ -37,11 +37,12 @@ public:
     void forget() { outcome = SweepOutcome(); }
 
 private:
-    void serveStandardInput(int descriptor);
+    void serveStandardInput();
     void countWarnings(FileReport& report);
     [[nodiscard]] FileReport finish();
 
     const Arguments& arguments;
+    int standardInput;
     host::Host host;
     SweepNumbers numbers;
     std::unique_ptr<ResultWriter> writer;

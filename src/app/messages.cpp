@@ -27,7 +27,7 @@ constexpr std::array<host::MessageTextRow, 7> kOwnTexts{{
      "the process that read the file ended: {1}",
      "The worker process was ended from outside or by a fault while it read this file; the other files are not touched by it. Argument: how it ended. If it happens again, please report the file."},
     {kTimeoutId, "t",
-     "not finished within {1} s",
+     "not finished within {1} s, the limit of --timeout",
      "Reading the file took longer than --timeout allows. Argument: the seconds. Allow more, or set a smaller --read-budget."},
     {kInputFailureId, "t",
      "{1}",

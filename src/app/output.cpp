@@ -18,19 +18,31 @@ void FileDescriptorSink::write(std::string_view bytes) {
     throw Interrupted();
 }
 
-void FileDescriptorSink::writeAll(std::string_view bytes) {
+int writeBytes(int descriptor, std::string_view& bytes) noexcept {
     while (!bytes.empty()) {
         const ssize_t written = ::write(descriptor, bytes.data(), bytes.size());
-        if (written >= 0) {
+        if (written > 0) {
             bytes.remove_prefix(static_cast<std::size_t>(written));
-            total += static_cast<std::size_t>(written);
+        } else if (written == 0) {
+            return ENOSPC;  // a file that takes nothing and does not say why would be tried for
+                            // ever
         } else if (errno == EAGAIN) {
             // A non-blocking terminal or pipe, inherited from whoever started the program.
             pollfd ready{descriptor, POLLOUT, 0};
             ::poll(&ready, 1, -1);
         } else if (errno != EINTR) {
-            throw OutputError(errno);
+            return errno;
         }
+    }
+    return 0;
+}
+
+void FileDescriptorSink::writeAll(std::string_view bytes) {
+    std::string_view rest = bytes;
+    const int error = writeBytes(descriptor, rest);
+    total += bytes.size() - rest.size();
+    if (error != 0) {
+        throw OutputError(error);
     }
 }
 

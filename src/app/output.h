@@ -30,6 +30,10 @@ public:
     const int systemError;
 };
 
+/// Writes bytes to a descriptor, waiting where it does not block, and takes off what was written.
+/// Returns 0, or the value of errno. May be called in a signal handler.
+[[nodiscard]] int writeBytes(int descriptor, std::string_view& bytes) noexcept;
+
 /// Where the bytes of an Output go.
 class ByteSink {
 public:

@@ -9,6 +9,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -16,6 +17,7 @@
 
 #include "app/arguments.h"
 #include "app/batch_run.h"
+#include "app/csv_writer.h"
 #include "app/descriptor.h"
 #include "app/error_stream.h"
 #include "app/file_roles.h"
@@ -25,9 +27,11 @@
 #include "app/journal.h"
 #include "app/messages.h"
 #include "app/output.h"
+#include "app/read_limits.h"
 #include "app/run_failure.h"
 #include "app/run_log.h"
 #include "app/run_output.h"
+#include "app/seconds.h"
 #include "app/standard_input.h"
 
 namespace app {
@@ -45,25 +49,69 @@ Colour outputColour(const OutputChoice& choice) {
 }
 
 /// Whether all there is to do is one file, which needs no process of its own: nothing is behind it
-/// that could be lost with it, and nothing is to be limited.
+/// that could be lost with it.
 bool isOneFile(const Arguments& arguments) {
     struct stat status {};
     const RunChoice& run = arguments.run;
     return arguments.input.paths.size() == 1 && arguments.input.listFile.empty() &&
            arguments.output.file.empty() && run.failureFile.empty() && run.journal.empty() &&
-           !run.jobs && !run.timeout && !run.memory &&
+           !run.jobs &&
            (arguments.input.paths[0] == kStandardInput ||
             (::stat(arguments.input.paths[0].c_str(), &status) == 0 && S_ISREG(status.st_mode)));
+}
+
+/// What is printed of one file that is not read in time.
+LateEnding makeLateEnding(const Arguments& arguments, const InputFile& file, Colour colour,
+                          double seconds) {
+    StringSink sink;
+    Output output(sink);
+    FileSweeper sweeper(arguments, output, colour, -1);
+    const FileReport report = sweeper.fail(
+        file, qxMessage(kTimeoutId, {qxMessageText(secondsText(nanosecondsOf(seconds)))}));
+    const bool hasOpenColumns =
+        arguments.output.format == Format::csv && arguments.output.fields.empty();
+    const Frame frame = frameOf(arguments.output.format, writerSettings(arguments.output));
+    output.append(hasOpenColumns ? csvHeader({}) : frame.head);
+    if (report.isShown) {
+        output.append(frame.first);
+        sweeper.write();
+    }
+    output.append(frame.tail);
+    output.flush();
+    return {std::move(sink.text), errorLine({file.path, ": ", report.failure})};
+}
+
+FileReport readOneFile(const Arguments& arguments, const InputFile& file, Colour colour,
+                       FileSweeper& sweeper) {
+    if (!file.failure.empty()) {
+        return sweeper.fail(file, inputFailure(file.failure));
+    }
+    RunChoice choice = arguments.run;
+    choice.memory = choice.memory.value_or(kLeastDefaultMemory);  // the machine is not asked yet
+    const double seconds = workerLimits(choice, 1).timeout;
+    const LateEnding ending = makeLateEnding(arguments, file, colour, seconds);
+    std::optional<qxMessage> failure;
+    {
+        const TimeLimit time(seconds, ending);
+        const MemoryLimit memory(arguments.run);
+        failure = outOfMemory();
+        try {
+            return sweeper.sweep(file);
+        } catch (const std::bad_alloc&) {
+            // Too little even for telling so; there is more once the limit is gone.
+        }
+    }
+    return sweeper.fail(file, *failure);
 }
 
 int sweepOneFile(const Arguments& arguments, RunOutput& output, int standardInput,
                  Interruption& interruption) {
     RunLog log(arguments, output, nullptr);
-    FileSweeper sweeper(arguments, output.stream(), outputColour(arguments.output), standardInput);
+    const Colour colour = outputColour(arguments.output);
+    FileSweeper sweeper(arguments, output.stream(), colour, standardInput);
     const InputFile file = InputFiles(arguments.input, output.identities()).next().value();
     interruption.endAtOnce();  // nothing is written that could be left half done
-    const FileReport report =
-        file.failure.empty() ? sweeper.sweep(file) : sweeper.fail(file, inputFailure(file.failure));
+    const FileReport report = readOneFile(arguments, file, colour, sweeper);
     interruption.takeNote();
     log.begin();
     log.add(file, report, [&sweeper] { sweeper.write(); });
@@ -122,8 +170,9 @@ int sweepFiles(const Arguments& arguments) {
 void occupyStandardStreams() {
     for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
         if (::fcntl(stream, F_GETFD) < 0) {
-            // Takes the lowest free number, which is this one.
-            static_cast<void>(::open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY));
+            // Takes the lowest free number, which is this one. The root is always there, and a
+            // mere place in the tree can be neither read nor written.
+            static_cast<void>(::open("/", O_PATH));
         }
     }
 }
@@ -160,6 +209,8 @@ int runProgram(int argumentCount, const char* const* arguments) noexcept {
     // gets too large for a limit is a failed write too.
     ::signal(SIGPIPE, SIG_IGN);
     ::signal(SIGXFSZ, SIG_IGN);
+    // A child that ends is waited for, whatever whoever started the program does with theirs.
+    ::signal(SIGCHLD, SIG_DFL);
     try {
         return runCommand(argumentCount, arguments);
     } catch (const OutputError& failure) {

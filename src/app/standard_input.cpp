@@ -36,7 +36,12 @@ Descriptor openStandardInput() {
         failToRead(errno);
     }
     if (S_ISREG(status.st_mode)) {
-        return Descriptor(::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0));
+        Descriptor file(::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0));
+        char first = 0;
+        if (!file.isOpen() || ::pread(file.get(), &first, 1, 0) < 0) {
+            failToRead(errno);  // one that is open for writing alone shows itself here
+        }
+        return file;
     }
     Descriptor spool = makeTemporaryFile();
     FileDescriptorSink sink(spool.get());

@@ -84,6 +84,7 @@ public:
             static_cast<void>(::close(number));
         }
     }
+    Descriptor(Descriptor&& other) noexcept : number(other.release()) {}
     Descriptor(const Descriptor&) = delete;
     Descriptor& operator=(const Descriptor&) = delete;
 
@@ -93,6 +94,13 @@ public:
 private:
     int number;
 };
+
+ServedFile served(Descriptor file, const struct stat& status) {
+    const qxFileStatus result = statusOf(status);
+    auto bytes = std::make_shared<const FileBytes>(file.get(), result.fileSize);
+    static_cast<void>(file.release());
+    return {std::move(bytes), result};
+}
 
 /// Opens a file of the system; without a source when the path does not exist.
 ServedFile openSystemFile(const std::u16string& name) {
@@ -118,13 +126,19 @@ ServedFile openSystemFile(const std::u16string& name) {
     if (!S_ISREG(status.st_mode) && ::lseek(file.get(), 0, SEEK_CUR) < 0) {
         raiseOpenFailure(name, errno);  // a pipe, a terminal: nothing in it has a position
     }
-    const qxFileStatus result = statusOf(status);
-    auto bytes = std::make_shared<const FileBytes>(file.get(), result.fileSize);
-    static_cast<void>(file.release());
-    return {std::move(bytes), result};
+    return served(std::move(file), status);
 }
 
 }  // namespace
+
+ServedFile servedFile(int descriptor) {
+    Descriptor file(descriptor);
+    struct stat status {};
+    if (::fstat(file.get(), &status) != 0) {
+        throw std::system_error(errno, std::system_category());
+    }
+    return served(std::move(file), status);
+}
 
 FileService::FileService() = default;
 FileService::~FileService() = default;

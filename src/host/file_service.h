@@ -36,6 +36,10 @@ struct ServedFile {
     qxFileStatus status;  ///< as reported, whatever the bytes are
 };
 
+/// A file that is open already, to be served. Takes over the descriptor; throws std::system_error
+/// when the system cannot tell what it is.
+[[nodiscard]] ServedFile servedFile(int descriptor);
+
 /// The read budget of a file and its size, told once it is spent.
 struct SpentBudget {
     std::uint64_t budget;

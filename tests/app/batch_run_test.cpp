@@ -277,14 +277,17 @@ TEST_F(BatchRunTest, theTimeLimitCostsOneFile) {
         kUnlimited + std::vector<std::string>{"--timeout", "0.125", "a.tif", "slow.tif", "a.tif"});
     EXPECT_EQ(given.status, 1);
     EXPECT_EQ(given.error,
-              "ifdsweep: slow.tif: not finished within 0.125 s (ifdsweep:timeout)\n"
+              "ifdsweep: slow.tif: not finished within 0.125 s, the limit of --timeout "
+              "(ifdsweep:timeout)\n"
               "ifdsweep: 2 files read, 1 failed, 2 directories\n");
     EXPECT_EQ(std::count(given.out.begin(), given.out.end(), '\n') % 2,
               1);  // two and a line between
     const Ending alone =
         run(kUnlimited + std::vector<std::string>{"--timeout", "0.125", "slow.tif"});
     EXPECT_EQ(alone.status, 1);
-    EXPECT_EQ(alone.error, "ifdsweep: slow.tif: not finished within 0.125 s (ifdsweep:timeout)\n");
+    EXPECT_EQ(alone.error,
+              "ifdsweep: slow.tif: not finished within 0.125 s, the limit of --timeout "
+              "(ifdsweep:timeout)\n");
 }
 
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
@@ -300,7 +303,8 @@ TEST_F(BatchRunTest, theMemoryLimitCostsOneFile) {
     const Ending given = run(std::vector<std::string>{"--memory", "150000000"} + files);
     EXPECT_EQ(given.status, 1);
     EXPECT_EQ(given.error,
-              "ifdsweep: large.tif: out of memory: the limit is 150000000 bytes (--memory) (ifdsweep:outOfMemory)\n"
+              "ifdsweep: large.tif: out of memory: the limit is 150000000 bytes (--memory) "
+              "(ifdsweep:outOfMemory)\n"
               "ifdsweep: 2 files read, 1 failed, 2 directories\n");
     // So little that no worker gets far: every file fails, and the run ends.
     const Ending none = run(std::vector<std::string>{"--memory", "1"} + files);
