@@ -254,6 +254,7 @@ TEST_F(InterruptionTest, aLostTerminalEndsTheWholeGroupInOrder) {
     ASSERT_EQ(::kill(-program.process(), SIGHUP), 0);
     const Ending given = endingOf(program.wait());
     EXPECT_EQ(given.status, 129);
+    ASSERT_FALSE(given.error.empty());
     EXPECT_EQ(linesOf(given.error)[0], "ifdsweep: interrupted: 1 file read, 0 failed, 1 directory");
 }
 
