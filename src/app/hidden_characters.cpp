@@ -12,10 +12,9 @@ struct Range {
 };
 
 // Unicode 15.0, UnicodeData.txt and DerivedCoreProperties.txt: the general categories Cc, Cf, Zl
-// and Zp, and Default_Ignorable_Code_Point; neighbours are one row.
+// and Zp, and Default_Ignorable_Code_Point; neighbours are one row, and the C0 controls are none.
 // clang-format off
 constexpr std::array kHidden{
-    Range{0x0000, 0x001F},    // C0 controls
     Range{0x007F, 0x009F},    // delete, C1 controls
     Range{0x00AD, 0x00AD},    // soft hyphen
     Range{0x034F, 0x034F},    // combining grapheme joiner
@@ -47,7 +46,7 @@ constexpr std::array kHidden{
 
 }  // namespace
 
-bool isHidden(char32_t codePoint) {
+bool isHiddenBeyondAscii(char32_t codePoint) {
     const auto* const row =
         std::lower_bound(kHidden.begin(), kHidden.end(), codePoint,
                          [](const Range& range, char32_t value) { return range.last < value; });

@@ -5,8 +5,13 @@
 
 namespace app {
 
+/// What `isHidden` says of code points from U+007F on.
+[[nodiscard]] bool isHiddenBeyondAscii(char32_t codePoint);
+
 /// Whether a code point is a control character, a line or paragraph separator, a format character
 /// or one that is ignored where it has no glyph.
-[[nodiscard]] bool isHidden(char32_t codePoint);
+[[nodiscard]] inline bool isHidden(char32_t codePoint) {
+    return codePoint < 0x7F ? codePoint < 0x20 : isHiddenBeyondAscii(codePoint);
+}
 
 }  // namespace app
