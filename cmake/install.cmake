@@ -17,12 +17,12 @@ set(IFDSWEEP_MANUAL_DIR ${PROJECT_BINARY_DIR}/manual)
 # compilers cannot make both, and make machine code alone.
 set(installed_rooms ifdsweep_host ifdsweep_module_static ifdsweep_gateway ifdsweep_file ifdsweep_ifd
   ifdsweep_tag ifdsweep_dict)
-if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
+if(NOT CMAKE_CXX_COMPILER_ID STREQUAL GNU)
+  set_target_properties(${installed_rooms} PROPERTIES INTERPROCEDURAL_OPTIMIZATION OFF)
+elseif(CMAKE_INTERPROCEDURAL_OPTIMIZATION)
   foreach(target IN LISTS installed_rooms)
     target_compile_options(${target} PRIVATE -ffat-lto-objects)
   endforeach()
-else()
-  set_target_properties(${installed_rooms} PROPERTIES INTERPROCEDURAL_OPTIMIZATION OFF)
 endif()
 
 install(TARGETS ifdsweep RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT program)
