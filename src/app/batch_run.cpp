@@ -6,7 +6,6 @@
 #include <utility>
 #include <vector>
 
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include "app/messages.h"
@@ -14,9 +13,13 @@
 namespace app {
 namespace {
 
-// What waits for its turn behind a slow file.
-constexpr std::size_t kMostWaiting = 1024;
-constexpr std::uint64_t kMostHeld = std::uint64_t{64} << 20;
+// What waits for its turn behind a slow file, in memory: some hundred thousand files without their
+// parts, and parts that are written out without being read back.
+constexpr std::uint64_t kMostEntryBytes = std::uint64_t{32} << 20;
+constexpr std::uint64_t kMostPartBytes = std::uint64_t{32} << 20;
+
+// A file that takes longer is named while it is read.
+constexpr std::chrono::seconds kLong{2};
 
 constexpr std::uint64_t kMostCores = 256;
 
@@ -24,10 +27,37 @@ constexpr std::uint64_t kMostCores = 256;
 /// lists and the output need theirs.
 std::uint64_t mostWorkers() {
     constexpr std::uint64_t kOtherDescriptors = 192;
-    rlimit limit{};
-    const bool isKnown = ::getrlimit(RLIMIT_NOFILE, &limit) == 0;
-    const std::uint64_t all = isKnown ? limit.rlim_cur : 0;
+    const std::uint64_t all = descriptorLimit();
     return all > kOtherDescriptors ? all - kOtherDescriptors : 1;
+}
+
+/// How many parts may wait in files of their own.
+std::uint64_t mostPartFiles() {
+    constexpr std::uint64_t kMost = 64;
+    constexpr std::uint64_t kShare = 8;  // of the descriptors
+    return std::min(kMost, descriptorLimit() / kShare);
+}
+
+/// The memory of a file in the window.
+template <class Waiting>
+std::uint64_t entrySize(const Waiting& waiting) {
+    std::uint64_t size = sizeof waiting + waiting.file.path.capacity() +
+                         waiting.file.failure.capacity() + waiting.journalEntry.capacity() +
+                         waiting.report.failure.capacity();
+    for (const auto& warning : waiting.report.warnings) {
+        size += sizeof warning + warning.first.capacity();
+    }
+    return size;
+}
+
+WorkerPoolSettings poolSettings(const Arguments& arguments, Colour colour, int standardInput,
+                                std::size_t workers) {
+    WorkerPoolSettings settings;
+    settings.workers = workers;
+    settings.limits = workerLimits(arguments.run, workers);
+    settings.colour = colour;
+    settings.standardInput = standardInput;
+    return settings;
 }
 
 std::size_t workerCount(const RunChoice& choice) {
@@ -61,7 +91,7 @@ BatchRun::BatchRun(const Arguments& programArguments, RunOutput& runOutput, Jour
       log(arguments, runOutput, journal),
       output(runOutput),
       inputs(arguments.input, writtenFiles(output, journal, log)),
-      pool(arguments, colour, standardInput, workerCount(arguments.run)),
+      pool(arguments, poolSettings(arguments, colour, standardInput, workerCount(arguments.run))),
       failureOutput(failurePart),
       failureWriter(arguments, failureOutput, colour, -1),
       progress(arguments),
@@ -73,7 +103,7 @@ void BatchRun::run() {
     while (!isAtEnd || !window.empty()) {
         takeFiles();
         writeFinished();
-        progress.show(log.state());
+        progress.show(state());
         if (!window.empty() || awaitedInput >= 0) {
             awaited.assign({interruption.descriptor()});
             if (awaitedInput >= 0) {
@@ -99,7 +129,12 @@ int BatchRun::conclude() {
 }
 
 bool BatchRun::canTake() const {
-    return !isAtEnd && pool.hasRoom() && window.size() < kMostWaiting && heldBytes < kMostHeld;
+    // What is read now will want room too.
+    const std::uint64_t expected =
+        filesInWork * (partBytesCome / std::max<std::uint64_t>(partCount, 1));
+    const bool hasRoom = partBytes + expected < kMostPartBytes && partFiles < mostPartFiles();
+    return !isAtEnd && entryBytes < kMostEntryBytes && (hasRoom || spool.hasRoom()) &&
+           pool.hasRoom();
 }
 
 void BatchRun::takeFiles() {
@@ -129,6 +164,8 @@ void BatchRun::takeFile(InputFile file) {
     Waiting& waiting = window.emplace_back();
     waiting.file = std::move(file);
     waiting.journalEntry = std::move(journalEntry);
+    entryBytes += entrySize(waiting);
+    ++filesInWork;
     if (waiting.file.failure.empty()) {
         pool.submit(firstNumber + window.size() - 1, waiting.file);
     } else {
@@ -155,10 +192,40 @@ void BatchRun::fail(Waiting& waiting, const qxMessage& error) {
 }
 
 void BatchRun::keep(Waiting& waiting, FileReport report, FilePart part) {
+    entryBytes -= entrySize(waiting);
     waiting.isDone = true;
     waiting.report = std::move(report);
     waiting.part = std::move(part);
-    heldBytes += waiting.part.weight();
+    entryBytes += entrySize(waiting);
+    --filesInWork;
+    ++partCount;
+    partBytesCome += waiting.part.bytes.size();
+    hold(waiting);
+}
+
+void BatchRun::hold(Waiting& waiting) {
+    FilePart& part = waiting.part;
+    const bool isFile = part.spill.isOpen();
+    const bool hasRoom =
+        isFile ? partFiles < mostPartFiles() : partBytes + part.bytes.size() <= kMostPartBytes;
+    if (!hasRoom && &waiting != &window.front()) {
+        waiting.spooled = spool.keep(part);
+        if (waiting.spooled) {
+            part = FilePart();
+            return;
+        }
+    }
+    partFiles += isFile ? 1U : 0U;
+    partBytes += part.bytes.size();
+}
+
+void BatchRun::letGo(const Waiting& waiting) {
+    entryBytes -= entrySize(waiting);
+    partFiles -= waiting.part.spill.isOpen() ? 1U : 0U;
+    partBytes -= waiting.part.bytes.size();
+    if (waiting.spooled) {
+        spool.release(*waiting.spooled);
+    }
 }
 
 void BatchRun::writeFinished() {
@@ -168,14 +235,34 @@ void BatchRun::writeFinished() {
             progress.hide();
         }
         log.add(
-            waiting.file, waiting.report, [&] { waiting.part.writeTo(output.stream()); },
+            waiting.file, waiting.report,
+            [&] {
+                if (waiting.spooled) {
+                    spool.write(*waiting.spooled, output.stream());
+                } else {
+                    waiting.part.writeTo(output.stream());
+                }
+            },
             waiting.journalEntry);
-        heldBytes -= waiting.part.weight();
+        letGo(waiting);
         window.pop_front();
         ++firstNumber;
     }
+    if (window.empty()) {
+        spool.tryAgain();
+    }
     output.stream().flush();  // results are seen as they come
     log.commit();
+}
+
+RunState BatchRun::state() const {
+    RunState state = log.state();
+    if (const auto slow = pool.longestRead(kLong)) {
+        state.slowFile = window[static_cast<std::size_t>(slow->number - firstNumber)].file.path;
+        state.slowSince = std::chrono::duration_cast<std::chrono::seconds>(
+            std::chrono::nanoseconds(steadyNanoseconds() - slow->began));
+    }
+    return state;
 }
 
 }  // namespace app

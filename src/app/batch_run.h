@@ -1,11 +1,11 @@
 #pragma once
 
 // Batch run: many files through worker processes, put together in the order of the input. What is
-// held at a time is bounded: files wait for their turn in a window, their parts in memory, large
-// ones in temporary files.
+// held at a time is bounded: files wait for their turn in a window, their parts in memory while
+// there is room, then in a temporary file; behind a slow file the others are read until both are
+// full.
 //
-// Ownership: borrows the arguments and the output. Threads: one at a time, and no other thread in
-// the process.
+// Ownership: borrows the arguments and the output. Threads: one at a time.
 
 #include <cstdint>
 #include <deque>
@@ -18,6 +18,7 @@
 #include "app/input_files.h"
 #include "app/interruption.h"
 #include "app/journal.h"
+#include "app/part_spool.h"
 #include "app/progress.h"
 #include "app/run_log.h"
 #include "app/run_output.h"
@@ -47,6 +48,7 @@ private:
         bool isDone = false;
         FileReport report;
         FilePart part;
+        std::optional<PartSpool::Place> spooled;  ///< where the part is instead
     };
 
     [[nodiscard]] bool canTake() const;
@@ -55,7 +57,10 @@ private:
     void take(WorkerAnswer answer);
     void fail(Waiting& waiting, const qxMessage& error);
     void keep(Waiting& waiting, FileReport report, FilePart part);
+    void hold(Waiting& waiting);
     void writeFinished();
+    void letGo(const Waiting& waiting);
+    [[nodiscard]] RunState state() const;
 
     const Arguments& arguments;
     const Interruption& interruption;
@@ -74,7 +79,13 @@ private:
     std::vector<int> awaited;
     std::uint64_t firstNumber = 0;  ///< of the file at the head of the window
     std::deque<Waiting> window;
-    std::uint64_t heldBytes = 0;  ///< of finished parts in the window
+    std::uint64_t filesInWork = 0;    ///< of those in the window
+    std::uint64_t entryBytes = 0;     ///< of the window, without parts
+    std::uint64_t partBytes = 0;      ///< of parts in memory
+    std::uint64_t partFiles = 0;      ///< parts in files of their own
+    std::uint64_t partCount = 0;      ///< parts that have come so far
+    std::uint64_t partBytesCome = 0;  ///< their bytes in memory
+    PartSpool spool;
 };
 
 }  // namespace app

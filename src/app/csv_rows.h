@@ -6,21 +6,33 @@
 // Ownership: files are borrowed. Threads: one at a time.
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include <sys/stat.h>
+
 #include "app/descriptor.h"
+#include "app/output.h"
 #include "app/packed.h"
+#include "app/run_failure.h"
 
 namespace app {
 
 /// Reads a file of rows from its beginning; rows are read in large pieces, one row at least.
-/// @param visit called with the texts of each row, valid until it returns
+/// @param visit called with the texts of each row, at least two, valid until it returns
+/// Throws RunFailure when the file holds anything else.
 template <class Visit>
 void forEachRow(int file, Visit&& visit) {
     constexpr std::size_t kPiece = std::size_t{1} << 20;
+    constexpr const char* kDamagedRows = "the rows that wait for the table's columns are damaged";
+    struct stat status {};
+    if (::fstat(file, &status) != 0) {
+        throw OutputError(errno);
+    }
+    const auto fileSize = static_cast<std::uint64_t>(status.st_size);
     std::vector<std::string_view> texts;
     std::uint64_t position = 0;
     std::size_t wanted = kPiece;
@@ -30,18 +42,28 @@ void forEachRow(int file, Visit&& visit) {
         std::string_view row;
         while (packed::takeWholeText(rest, row)) {
             texts.clear();
-            while (!row.empty()) {
-                texts.push_back(packed::takeText(row));
+            Unpacker cells(row);
+            while (!cells.isAtEnd()) {
+                texts.push_back(cells.text());
+            }
+            if (cells.hasFailed() || texts.size() < 2) {
+                throw RunFailure(kDamagedRows);
             }
             visit(texts);
         }
         if (piece.size() < wanted) {
+            if (!rest.empty()) {
+                throw RunFailure(kDamagedRows);
+            }
             return;
         }
         position += piece.size() - rest.size();
         const bool sizeIsKnown = rest.size() >= packed::kNumberSize;
-        wanted =
-            sizeIsKnown ? std::max(kPiece, packed::numberAt(rest) + packed::kNumberSize) : kPiece;
+        const std::uint64_t rowSize = sizeIsKnown ? packed::numberAt(rest) : 0;
+        if (rowSize > fileSize) {
+            throw RunFailure(kDamagedRows);
+        }
+        wanted = std::max(kPiece, rowSize + packed::kNumberSize);
     }
 }
 

@@ -52,6 +52,12 @@ using FileIdentity = std::pair<dev_t, ino_t>;
 /// The system's text for a value of errno.
 [[nodiscard]] std::string systemErrorText(int error);
 
+/// Lets the process have as many open files as the system allows it.
+void raiseDescriptorLimit();
+
+/// How many open files the process may have.
+[[nodiscard]] std::uint64_t descriptorLimit();
+
 /// Makes a file without a name in TMPDIR (default: /tmp) for writing and reading. Throws
 /// RunFailure.
 [[nodiscard]] Descriptor makeTemporaryFile();

@@ -5,20 +5,24 @@
 
 namespace app {
 
-void FilePart::writeTo(Output& output) const {
-    if (!spill.isOpen()) {
-        output.append(bytes);
-        return;
-    }
-    constexpr std::uint64_t kPiece = std::uint64_t{1} << 18;
-    for (std::uint64_t position = 0; position < spillSize;) {
-        const std::string piece =
-            readPiece(spill.get(), position, std::min(kPiece, spillSize - position));
+void appendPiece(int file, std::uint64_t position, std::uint64_t size, Output& output) {
+    constexpr std::uint64_t kMost = std::uint64_t{1} << 18;
+    while (size > 0) {
+        const std::string piece = readPiece(file, position, std::min(kMost, size));
         if (piece.empty()) {
             throw OutputError(EIO);
         }
         output.append(piece);
         position += piece.size();
+        size -= piece.size();
+    }
+}
+
+void FilePart::writeTo(Output& output) const {
+    if (spill.isOpen()) {
+        appendPiece(spill.get(), 0, spillSize, output);
+    } else {
+        output.append(bytes);
     }
 }
 

@@ -22,15 +22,14 @@ struct FilePart {
     Descriptor spill;  ///< open when the part is there and not in memory
     std::uint64_t spillSize = 0;
 
-    /// The memory that it takes while it waits. A part in a file counts as the most of one in
-    /// memory, so that the open files are bounded too.
-    [[nodiscard]] std::uint64_t weight() const {
-        return spill.isOpen() ? kMostInMemory : bytes.size();
-    }
+    [[nodiscard]] std::uint64_t size() const { return spill.isOpen() ? spillSize : bytes.size(); }
 
-    /// Appends the part to an output.
+    /// Appends the part to an output. Throws OutputError.
     void writeTo(Output& output) const;
 };
+
+/// Appends a piece of a file to an output. Throws OutputError, also when the file is shorter.
+void appendPiece(int file, std::uint64_t position, std::uint64_t size, Output& output);
 
 /// Collects a part.
 class FilePartSink final : public ByteSink {

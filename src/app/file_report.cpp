@@ -1,7 +1,5 @@
 #include "app/file_report.h"
 
-#include "app/packed.h"
-
 namespace app {
 
 FileReport failureReport(std::string failure) {
@@ -23,17 +21,17 @@ void packReport(std::string& bytes, const FileReport& report) {
     packed::putNumber(bytes, report.isShown ? 1 : 0);
 }
 
-FileReport unpackReport(std::string_view& bytes) {
+FileReport unpackReport(Unpacker& bytes) {
     FileReport report;
-    report.ending = static_cast<FileReport::Ending>(packed::takeNumber(bytes));
-    report.directories = packed::takeNumber(bytes);
-    report.failure = packed::takeText(bytes);
-    report.warnings.resize(packed::takeNumber(bytes));
-    for (auto& [id, count] : report.warnings) {
-        id = packed::takeText(bytes);
-        count = packed::takeNumber(bytes);
+    report.ending = bytes.choice(FileReport::Ending::skipped);
+    report.directories = bytes.number();
+    report.failure = bytes.text();
+    // No room is made because a count says so: each warning is seen before the next.
+    for (std::uint64_t left = bytes.number(); left > 0 && !bytes.hasFailed(); --left) {
+        std::string id(bytes.text());
+        report.warnings.emplace_back(std::move(id), bytes.number());
     }
-    report.isShown = packed::takeNumber(bytes) != 0;
+    report.isShown = bytes.flag();
     return report;
 }
 

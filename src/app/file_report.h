@@ -5,9 +5,10 @@
 
 #include <cstdint>
 #include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
+
+#include "app/packed.h"
 
 namespace app {
 
@@ -33,7 +34,7 @@ struct FileReport {
 /// Appends a report, packed.
 void packReport(std::string& bytes, const FileReport& report);
 
-/// Takes a packed report from the beginning of bytes that hold one.
-[[nodiscard]] FileReport unpackReport(std::string_view& bytes);
+/// Takes a packed report, whoever packed it; the unpacker fails when there is none.
+[[nodiscard]] FileReport unpackReport(Unpacker& bytes);
 
 }  // namespace app

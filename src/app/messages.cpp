@@ -10,7 +10,7 @@ namespace app {
 namespace {
 
 // clang-format off
-constexpr std::array<host::MessageTextRow, 7> kOwnTexts{{
+constexpr std::array<host::MessageTextRow, 9> kOwnTexts{{
     {kNoExifSegmentId, "i",
      "no Exif segment in this JPEG file: its image data begins at position {1} and none stands before it",
      "A JPEG file holds its directories in an Exif segment, and this one has none. Argument: where the search ended. Nothing is wrong with the file."},
@@ -26,6 +26,12 @@ constexpr std::array<host::MessageTextRow, 7> kOwnTexts{{
     {kWorkerDiedId, "t",
      "the process that read the file ended: {1}",
      "The worker process was ended from outside or by a fault while it read this file; the other files are not touched by it. Argument: how it ended. If it happens again, please report the file."},
+    {kNoWorkerId, "t",
+     "no process can be started to read the file: {1}",
+     "Files are read by processes of their own, and the system gives none: their number, the memory or the open files are at a limit. Argument: the system's reason. Read the file again when there is more, or with fewer --jobs."},
+    {kStuckId, "t",
+     "the process that reads the file cannot be ended: {1}",
+     "Reading the file took longer than --timeout allows, and the process does not end: most often the file system or the network has stopped answering. The process is left behind; it ends when the file system answers. Argument: the process and the time."},
     {kTimeoutId, "t",
      "not finished within {1} s, the limit of --timeout",
      "Reading the file took longer than --timeout allows. Argument: the seconds. Allow more, or set a smaller --read-budget."},

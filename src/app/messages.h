@@ -18,6 +18,8 @@ inline constexpr const char* kBadJpegSegmentId = "ifdsweep:badJpegSegment";
 inline constexpr const char* kOutOfMemoryId = "ifdsweep:outOfMemory";
 inline constexpr const char* kUnexpectedFailureId = "ifdsweep:unexpectedFailure";
 inline constexpr const char* kWorkerDiedId = "ifdsweep:workerDied";
+inline constexpr const char* kNoWorkerId = "ifdsweep:noWorker";
+inline constexpr const char* kStuckId = "ifdsweep:stuck";
 inline constexpr const char* kTimeoutId = "ifdsweep:timeout";
 inline constexpr const char* kInputFailureId = "ifdsweep:inputFailure";
 

@@ -1,14 +1,18 @@
 #pragma once
 
 // Packed values: numbers and texts one behind the other, for what processes of this program tell
-// each other and for temporary files. Never kept beyond a run. Pure functions; any thread.
+// each other and for temporary files. Never kept beyond a run. What unpacks them believes nothing:
+// bytes that are not what they should be make it fail, and everything taken after that is empty.
+//
+// Ownership: an Unpacker refers to the caller's bytes. Pure functions and values; any thread.
 
 #include <cstdint>
 #include <cstring>
 #include <string>
 #include <string_view>
 
-namespace app::packed {
+namespace app {
+namespace packed {
 
 inline constexpr std::size_t kNumberSize = sizeof(std::uint64_t);
 
@@ -30,27 +34,65 @@ inline void putText(std::string& bytes, std::string_view text) {
     return number;
 }
 
-[[nodiscard]] inline std::uint64_t takeNumber(std::string_view& bytes) {
-    const std::uint64_t number = numberAt(bytes);
-    bytes.remove_prefix(kNumberSize);
-    return number;
-}
-
-[[nodiscard]] inline std::string_view takeText(std::string_view& bytes) {
-    const std::uint64_t size = takeNumber(bytes);
-    const std::string_view text = bytes.substr(0, size);
-    bytes.remove_prefix(size);
-    return text;
-}
-
 /// Takes a text if it is there whole.
 /// @return whether it was
 [[nodiscard]] inline bool takeWholeText(std::string_view& bytes, std::string_view& text) {
     if (bytes.size() < kNumberSize || numberAt(bytes) > bytes.size() - kNumberSize) {
         return false;
     }
-    text = takeText(bytes);
+    text = bytes.substr(kNumberSize, numberAt(bytes));
+    bytes.remove_prefix(kNumberSize + text.size());
     return true;
 }
 
-}  // namespace app::packed
+}  // namespace packed
+
+class Unpacker {
+public:
+    explicit Unpacker(std::string_view packedBytes) : rest(packedBytes) {}
+
+    /// A number of at most `most`; 0 when there is none.
+    [[nodiscard]] std::uint64_t number(std::uint64_t most = ~std::uint64_t{0}) {
+        if (rest.size() < packed::kNumberSize || packed::numberAt(rest) > most) {
+            fail();
+            return 0;
+        }
+        const std::uint64_t taken = packed::numberAt(rest);
+        rest.remove_prefix(packed::kNumberSize);
+        return taken;
+    }
+
+    [[nodiscard]] bool flag() { return number(1) != 0; }
+
+    /// One of an enumeration's values, which count from 0.
+    template <class Enumeration>
+    [[nodiscard]] Enumeration choice(Enumeration last) {
+        return static_cast<Enumeration>(number(static_cast<std::uint64_t>(last)));
+    }
+
+    /// A text; empty when there is none. It lies in the bytes that were given.
+    [[nodiscard]] std::string_view text() {
+        std::string_view taken;
+        if (!packed::takeWholeText(rest, taken)) {
+            fail();
+        }
+        return taken;
+    }
+
+    void fail() {
+        failed = true;
+        rest = {};
+    }
+
+    [[nodiscard]] bool hasFailed() const { return failed; }
+    [[nodiscard]] bool isAtEnd() const { return rest.empty(); }
+
+    /// Whether everything was what it should be, and nothing is left.
+    [[nodiscard]] bool isWhole() const { return !failed && rest.empty(); }
+
+private:
+    std::string_view rest;
+    bool failed = false;
+};
+
+}  // namespace app

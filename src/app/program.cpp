@@ -33,6 +33,7 @@
 #include "app/run_output.h"
 #include "app/seconds.h"
 #include "app/standard_input.h"
+#include "app/worker.h"
 
 namespace app {
 namespace {
@@ -212,6 +213,10 @@ int runProgram(int argumentCount, const char* const* arguments) noexcept {
     // A child that ends is waited for, whatever whoever started the program does with theirs.
     ::signal(SIGCHLD, SIG_DFL);
     try {
+        if (argumentCount == 2 && std::string_view(arguments[1]) == kWorkerCommand) {
+            return runWorker();
+        }
+        raiseDescriptorLimit();
         return runCommand(argumentCount, arguments);
     } catch (const OutputError& failure) {
         if (failure.systemError == EPIPE) {

@@ -1,41 +1,57 @@
 #include "app/worker.h"
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <chrono>
 #include <condition_variable>
-#include <cstring>
+#include <csignal>
+#include <cstddef>
 #include <mutex>
 #include <new>
+#include <optional>
 #include <string>
+#include <string_view>
+#include <system_error>
 #include <thread>
 #include <vector>
 
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include "app/descriptor_passing.h"
+#include "app/error_stream.h"
 #include "app/file_part.h"
 #include "app/file_sweeper.h"
 #include "app/messages.h"
 #include "app/packed.h"
+#include "app/program.h"
 #include "app/run_failure.h"
+#include "app/shared_memory.h"
 #include "app/worker_limits.h"
+#include "app/worker_messages.h"
 
 namespace app {
 namespace {
 
+constexpr int kSocket = STDIN_FILENO;
 constexpr std::size_t kReadSize = std::size_t{64} * 1024;
 
 // Answers take no more than this before they are sent.
 constexpr std::size_t kSendSize = std::size_t{128} * 1024;
 
 /// Answers on their way to the main process. They go there many at a time, and none waits for a
-/// slow file behind it: a thread of the stream's sends what has waited too long.
+/// slow file behind it: a thread of the stream's sends what has waited too long. Where there can be
+/// no thread, each goes at once.
 class AnswerStream {
 public:
-    explicit AnswerStream(int socketToMain)
-        : socket(socketToMain), lateSender([this] { sendLateOnes(); }) {}
+    AnswerStream() {
+        try {
+            lateSender = std::thread([this] { sendLateOnes(); });
+        } catch (const std::system_error&) {
+            // As many processes and threads as the system allows.
+        }
+    }
     AnswerStream(const AnswerStream&) = delete;
     AnswerStream& operator=(const AnswerStream&) = delete;
     ~AnswerStream() {
@@ -44,27 +60,25 @@ public:
             isEnding = true;
         }
         changed.notify_one();
-        lateSender.join();
+        if (lateSender.joinable()) {
+            lateSender.join();
+        }
     }
 
+    /// Throws RunFailure when the part's file cannot be handed over; nothing was answered then.
     void answer(std::uint64_t number, const FileReport& report, const FilePart& part) {
-        std::string body;
-        packed::putNumber(body, number);
-        packReport(body, report);
-        packPart(body, part);
+        const std::string message = packAnswer(number, report, part);
         const std::lock_guard lock(mutex);
         if (part.spill.isOpen()) {
             sendWaiting();
-            std::string message;
-            packed::putText(message, body);
-            sendWithDescriptor(message, part.spill.get());
+            sendWithFile(message, part.spill.get());
             return;
         }
         if (senderIsIdle && waiting.empty()) {
             changed.notify_one();
         }
-        packed::putText(waiting, body);
-        if (waiting.size() >= kSendSize) {
+        waiting.append(message);
+        if (waiting.size() >= kSendSize || !lateSender.joinable()) {
             sendWaiting();
         }
     }
@@ -75,19 +89,6 @@ public:
     }
 
 private:
-    static void packPart(std::string& body, const FilePart& part) {
-        const auto putPlace = [&body](PartPlace place) {
-            packed::putNumber(body, static_cast<std::uint64_t>(place));
-        };
-        if (part.spill.isOpen()) {
-            putPlace(PartPlace::file);
-            packed::putNumber(body, part.spillSize);
-        } else {
-            putPlace(PartPlace::answer);
-            packed::putText(body, part.bytes);
-        }
-    }
-
     // The following functions are called with the mutex held.
     void sendLateOnes() {
         constexpr std::chrono::milliseconds kLongest{50};
@@ -114,33 +115,31 @@ private:
 
     void sendWaiting() {
         ++timesSent;
-        FileDescriptorSink(socket).write(waiting);
+        FileDescriptorSink(kSocket).write(waiting);
         waiting.clear();
     }
 
-    void sendWithDescriptor(std::string_view message, int descriptor) {
-        alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(int))> control{};
-        std::string first(message.substr(0, 1));
-        iovec vector{first.data(), first.size()};
-        msghdr header{};
-        header.msg_iov = &vector;
-        header.msg_iovlen = 1;
-        header.msg_control = control.data();
-        header.msg_controllen = control.size();
-        cmsghdr* attached = CMSG_FIRSTHDR(&header);
-        attached->cmsg_level = SOL_SOCKET;
-        attached->cmsg_type = SCM_RIGHTS;
-        attached->cmsg_len = CMSG_LEN(sizeof(int));
-        std::memcpy(CMSG_DATA(attached), &descriptor, sizeof descriptor);
-        while (::sendmsg(socket, &header, MSG_NOSIGNAL) < 0) {
-            if (errno != EINTR) {
+    static void sendWithFile(std::string_view message, int file) {
+        // Files on their way are limited; the main process takes them as fast as it can.
+        constexpr std::chrono::milliseconds kPause{10};
+        constexpr int kMostPauses = 1000;
+        const std::array<int, 1> files{file};
+        ssize_t sent = -1;
+        for (int pauses = 0; sent < 0; ++pauses) {
+            sent = sendWithFiles(kSocket, message.substr(0, 1), files, 0);
+            if (sent < 0 && (errno == ETOOMANYREFS || errno == ENOBUFS || errno == ENOMEM)) {
+                if (pauses == kMostPauses) {
+                    throw RunFailure("cannot hand over a temporary file: " +
+                                     systemErrorText(errno));
+                }
+                std::this_thread::sleep_for(kPause);
+            } else if (sent < 0 && errno != EINTR) {
                 throw OutputError(errno);
             }
         }
-        FileDescriptorSink(socket).write(message.substr(1));
+        FileDescriptorSink(kSocket).write(message.substr(1));
     }
 
-    int socket;
     std::mutex mutex;
     std::condition_variable changed;
     std::string waiting;
@@ -152,23 +151,22 @@ private:
 
 class Worker {
 public:
-    Worker(int socketToMain, WorkerState& workerState, const Arguments& arguments, Colour colour,
-           int standardInput)
+    Worker(WorkerState& workerState, const WorkerSetup& setup, int standardInput)
         : state(workerState),
-          answers(socketToMain),
           output(partSink),
-          sweeper(arguments, output, colour, standardInput) {}
+          sweeper(setup.arguments, output, setup.colour, standardInput) {}
 
-    void answerRequest(std::string_view request) {
-        const std::uint64_t number = packed::takeNumber(request);
-        InputFile file;
-        file.sniff = packed::takeNumber(request) != 0 ? Sniff::on : Sniff::off;
-        file.path = packed::takeText(request);
+    void answerRequest(const WorkerRequest& request) {
         state.began = steadyNanoseconds();
-        state.file = number;
-        const FileReport report = read(file);
+        state.file = request.number;
+        FileReport report = read(request.file);
         state.file = WorkerState::kNoFile;
-        answers.answer(number, report, partSink.part);
+        try {
+            answers.answer(request.number, report, partSink.part);
+        } catch (const RunFailure& failure) {
+            report = failed(request.file, unexpected(failure.what()));
+            answers.answer(request.number, report, partSink.part);
+        }
         partSink.part = FilePart();
     }
 
@@ -181,13 +179,15 @@ private:
         } catch (const std::bad_alloc&) {
             return failed(file, outOfMemory());
         } catch (const OutputError& error) {
-            return failed(file, qxMessage(kUnexpectedFailureId,
-                                          {qxMessageText("cannot write a temporary file: " +
-                                                         systemErrorText(error.systemError))}));
+            return failed(file, unexpected("cannot write a temporary file: " +
+                                           systemErrorText(error.systemError)));
         } catch (const RunFailure& failure) {
-            return failed(file, qxMessage(kUnexpectedFailureId,
-                                          {qxMessageText(std::string(failure.what()))}));
+            return failed(file, unexpected(failure.what()));
         }
+    }
+
+    static qxMessage unexpected(const std::string& reason) {
+        return {kUnexpectedFailureId, {qxMessageText(reason)}};
     }
 
     FileReport failed(const InputFile& file, const qxMessage& error) {
@@ -214,12 +214,108 @@ private:
     FileSweeper sweeper;
 };
 
-std::size_t requestsIn(std::string_view bytes) {
+std::size_t messagesIn(std::string_view bytes) {
     std::size_t count = 0;
-    for (std::string_view request; packed::takeWholeText(bytes, request);) {
+    for (std::string_view message; packed::takeWholeText(bytes, message);) {
         ++count;
     }
     return count;
+}
+
+/// Whether the standard input can be the main process's end: a user's is none.
+bool hasMainProcess() {
+    int domain = 0;
+    int type = 0;
+    socklen_t size = sizeof domain;
+    return ::getsockopt(kSocket, SOL_SOCKET, SO_DOMAIN, &domain, &size) == 0 &&
+           ::getsockopt(kSocket, SOL_SOCKET, SO_TYPE, &type, &size) == 0 && domain == AF_UNIX &&
+           type == SOCK_STREAM;
+}
+
+/// The messages of the main process.
+class Requests {
+public:
+    Requests() : piece(kReadSize) {}
+
+    /// Waits for more.
+    /// @return whether there is more
+    [[nodiscard]] bool receive() {
+        while (true) {
+            Received received = receiveWithFiles(kSocket, piece, kMostPassed, 0);
+            if (received.size < 0 && errno == EINTR) {
+                continue;
+            }
+            if (received.size <= 0) {
+                return false;
+            }
+            incoming.append(piece.data(), static_cast<std::size_t>(received.size));
+            for (Descriptor& file : received.files) {
+                files.push_back(std::move(file));
+            }
+            return true;
+        }
+    }
+
+    /// What has come and is not taken yet.
+    [[nodiscard]] std::string_view bytes() const { return incoming; }
+    void keep(std::string_view rest) { incoming.erase(0, incoming.size() - rest.size()); }
+
+    std::vector<Descriptor> files;
+
+private:
+    std::vector<char> piece;
+    std::string incoming;
+};
+
+std::optional<WorkerSetup> receiveSetup(Requests& requests) {
+    std::string_view message;
+    std::string_view rest;
+    do {
+        if (!requests.receive()) {
+            return {};
+        }
+        rest = requests.bytes();
+    } while (!packed::takeWholeText(rest, message));
+    std::optional<WorkerSetup> setup = unpackSetup(message);
+    requests.keep(rest);
+    const std::size_t files = setup && setup->hasStandardInput ? 2 : 1;
+    return requests.files.size() == files ? std::move(setup) : std::nullopt;
+}
+
+/// Ends with the main process, and not before it at a terminal's interrupt, which goes to all.
+void bindToMainProcess() {
+    ::signal(SIGINT, SIG_IGN);
+    sigset_t none;
+    ::sigemptyset(&none);
+    ::sigprocmask(SIG_SETMASK, &none, nullptr);
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    ::prctl(PR_SET_NAME, "ifdsweep");
+}
+
+/// @return whether every request could be understood
+bool answerAll(Requests& requests, WorkerState& state, Worker& worker) {
+    std::uint64_t begun = 0;
+    do {
+        std::string_view rest = requests.bytes();
+        std::string_view message;
+        // Sent at the half, so that the next requests are here before the last of these are done.
+        const std::size_t half = messagesIn(rest) / 2;
+        for (std::size_t answered = 1; packed::takeWholeText(rest, message); ++answered) {
+            const std::optional<WorkerRequest> request = unpackRequest(message);
+            if (!request) {
+                return false;
+            }
+            if (++begun > state.takenBack) {
+                worker.answerRequest(*request);
+            }
+            if (answered == half) {
+                worker.flush();
+            }
+        }
+        requests.keep(rest);
+        worker.flush();
+    } while (requests.receive());
+    return true;
 }
 
 }  // namespace
@@ -228,34 +324,28 @@ std::int64_t steadyNanoseconds() {
     return std::chrono::nanoseconds(std::chrono::steady_clock::now().time_since_epoch()).count();
 }
 
-void runWorker(int socket, WorkerState& state, const Arguments& arguments, Colour colour,
-               int standardInput) {
-    limitMemory(workerLimits(arguments.run, 1).memory);
-    Worker worker(socket, state, arguments, colour, standardInput);
-    std::string incoming;
-    std::vector<char> piece(kReadSize);
-    while (true) {
-        const ssize_t got = ::read(socket, piece.data(), piece.size());
-        if (got < 0 && errno == EINTR) {
-            continue;
-        }
-        if (got <= 0) {
-            return;
-        }
-        incoming.append(piece.data(), static_cast<std::size_t>(got));
-        std::string_view rest = incoming;
-        std::string_view request;
-        // Sent at the half, so that the next requests are here before the last of these are done.
-        const std::size_t half = requestsIn(rest) / 2;
-        for (std::size_t answered = 1; packed::takeWholeText(rest, request); ++answered) {
-            worker.answerRequest(request);
-            if (answered == half) {
-                worker.flush();
-            }
-        }
-        incoming.erase(0, incoming.size() - rest.size());
-        worker.flush();
+int runWorker() {
+    Requests requests;
+    std::optional<WorkerSetup> setup;
+    if (hasMainProcess()) {
+        bindToMainProcess();
+        setup = receiveSetup(requests);
     }
+    if (!setup) {
+        printError({kWorkerCommand, " is how the program starts its own processes"});
+        return kWrongUsage;
+    }
+    if (static_cast<std::uint64_t>(::getppid()) != setup->mainProcess) {
+        return kSomeFailed;  // it ended before it could take this one with it
+    }
+    const auto state = SharedMemory<WorkerState>::open(requests.files.front().get());
+    if (!state) {
+        return kSomeFailed;
+    }
+    limitMemory(setup->memory);
+    const int standardInput = setup->hasStandardInput ? requests.files.back().get() : -1;
+    Worker worker(**state, *setup, standardInput);
+    return answerAll(requests, **state, worker) ? kAllRead : kSomeFailed;
 }
 
 }  // namespace app

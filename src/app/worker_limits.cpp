@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include "app/messages.h"
+#include "app/sanitized.h"
 
 namespace app {
 namespace {
@@ -16,18 +17,6 @@ namespace {
 constexpr double kDefaultTimeout = 600;
 
 constexpr std::uint64_t kMebibyte = std::uint64_t{1} << 20;
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool kAddressSpaceIsOurs = false;
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-constexpr bool kAddressSpaceIsOurs = false;
-#else
-constexpr bool kAddressSpaceIsOurs = true;
-#endif
-#else
-constexpr bool kAddressSpaceIsOurs = true;
-#endif
 
 using Amount = std::optional<std::uint64_t>;
 
@@ -119,7 +108,7 @@ WorkerLimits workerLimits(const RunChoice& choice, std::size_t workers) {
 
 void limitMemory(std::uint64_t bytes) {
     rlimit limit{};
-    if (!kAddressSpaceIsOurs || ::getrlimit(RLIMIT_AS, &limit) != 0) {
+    if (kIsSanitized || ::getrlimit(RLIMIT_AS, &limit) != 0) {
         return;
     }
     limit.rlim_cur = std::min<rlim_t>(bytes, limit.rlim_cur);

@@ -1,44 +1,44 @@
 #include "app/worker_pool.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <limits>
 #include <utility>
 
-#include <sys/prctl.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include "app/messages.h"
-#include "app/output.h"
 #include "app/packed.h"
 #include "app/run_failure.h"
 
 namespace app {
 namespace {
 
+constexpr std::int64_t kMillisecond = 1'000'000;
+
 // A worker has so many requests at a time that it is busy for about this long: enough to hide the
 // way there and back, too little for others to wait for.
-constexpr std::int64_t kNanosecondsAhead = 10'000'000;
+constexpr std::int64_t kNanosecondsAhead = 10 * kMillisecond;
 constexpr std::size_t kLeastDepth = 2;
 constexpr std::size_t kMostDepth = 256;
 constexpr std::size_t kReceiveSize = std::size_t{256} * 1024;
 
-// No real file meets it: a gigabyte of tags takes seconds.
-constexpr double kDefaultTimeout = 600;
+// What waits behind a file that takes longer than this goes to another worker.
+constexpr std::int64_t kLongBeforeOthers = 100 * kMillisecond;
 
-std::string packRequest(std::uint64_t number, const InputFile& file) {
-    std::string body;
-    packed::putNumber(body, number);
-    packed::putNumber(body, file.sniff == Sniff::on ? 1 : 0);
-    packed::putText(body, file.path);
-    std::string request;
-    packed::putText(request, body);
-    return request;
-}
+// How much longer than the time limit a worker may be silent, whatever it says of itself.
+constexpr std::int64_t kMostDelay = 1000 * kMillisecond;
+
+// Processes, memory and descriptors may be there a moment later.
+constexpr std::int64_t kStartPause = 200 * kMillisecond;
+constexpr int kStartTries = 10;
+
+constexpr std::int64_t kNever = std::numeric_limits<std::int64_t>::max();
 
 /// "signal 9 (Killed)", "exit status 1".
 std::string endingText(int status) {
@@ -49,15 +49,7 @@ std::string endingText(int status) {
     return "exit status " + std::to_string(WEXITSTATUS(status));
 }
 
-int waitForEnd(pid_t process) {
-    int status = 0;
-    while (::waitpid(process, &status, 0) < 0 && errno == EINTR) {
-    }
-    return status;
-}
-
 std::string secondsText(std::int64_t nanoseconds) {
-    constexpr std::int64_t kMillisecond = 1'000'000;
     const std::int64_t milliseconds = nanoseconds / kMillisecond;
     std::string text = std::to_string(milliseconds / 1000);
     if (milliseconds % 1000 != 0) {
@@ -71,287 +63,461 @@ std::int64_t nanosecondsOf(double seconds) {
     return static_cast<std::int64_t>(std::min(seconds, kMostSeconds) * 1e9);
 }
 
-[[noreturn]] void failToStart() {
-    throw RunFailure("cannot start a worker process: " + systemErrorText(errno));
+qxMessage failureOf(const char* id, const std::string& text) {
+    return {id, {qxMessageText(text)}};
 }
 
-/// Takes the descriptor that came with a message.
-void keepDescriptor(msghdr& header, std::deque<Descriptor>& files) {
-    for (cmsghdr* part = CMSG_FIRSTHDR(&header); part != nullptr;
-         part = CMSG_NXTHDR(&header, part)) {
-        if (part->cmsg_level == SOL_SOCKET && part->cmsg_type == SCM_RIGHTS) {
-            int descriptor = -1;
-            std::memcpy(&descriptor, CMSG_DATA(part), sizeof descriptor);
-            files.emplace_back(descriptor);
-        }
-    }
+std::string packedSetup(const Arguments& arguments, const WorkerPoolSettings& settings) {
+    WorkerSetup setup;
+    setup.mainProcess = static_cast<std::uint64_t>(::getpid());
+    setup.memory = settings.limits.memory;
+    setup.hasStandardInput = settings.standardInput >= 0;
+    setup.colour = settings.colour;
+    setup.arguments.read = arguments.read;
+    setup.arguments.output = arguments.output;
+    return packSetup(setup);
+}
+
+/// Whether a file is one, and as large as a worker says.
+bool isPartOf(const Descriptor& file, std::uint64_t size) {
+    struct stat status {};
+    return ::fstat(file.get(), &status) == 0 && S_ISREG(status.st_mode) &&
+           static_cast<std::uint64_t>(status.st_size) == size;
 }
 
 }  // namespace
 
-WorkerPool::WorkerPool(const Arguments& programArguments, Colour outputColour,
-                       int standardInputFile, std::size_t mostWorkers)
-    : arguments(programArguments),
-      colour(outputColour),
-      standardInput(standardInputFile),
-      timeLimit(nanosecondsOf(arguments.run.timeout.value_or(kDefaultTimeout))),
-      states(mostWorkers),
-      processes(mostWorkers),
+void WorkerPoolSettings::endProcess(pid_t process) {
+    ::kill(process, SIGKILL);
+}
+
+WorkerPool::WorkerPool(const Arguments& arguments, WorkerPoolSettings poolSettings)
+    : settings(std::move(poolSettings)),
+      setup(packedSetup(arguments, settings)),
+      timeLimit(nanosecondsOf(settings.limits.timeout)),
+      workers(settings.workers),
       received(kReceiveSize) {}
 
 WorkerPool::~WorkerPool() {
-    for (const Process& process : processes) {
-        if (process.id > 0) {
-            ::kill(process.id, SIGKILL);
+    // A worker that has nothing to do ends by itself, the others at once; none is waited for longer
+    // than all together.
+    for (Worker& worker : workers) {
+        if (worker.process && worker.requests.empty() && worker.takenBack.empty()) {
+            worker.process->hangUp();
+        } else if (worker.process) {
+            settings.end(worker.process->id());
         }
     }
-    for (const Process& process : processes) {
-        if (process.id > 0) {
-            waitForEnd(process.id);
+    const std::int64_t last = steadyNanoseconds() + settings.grace.count();
+    const auto waitFor = [&](pid_t process, std::int64_t until) {
+        const std::chrono::nanoseconds left(std::max<std::int64_t>(0, until - steadyNanoseconds()));
+        return waitForEnd(process, left).has_value();
+    };
+    for (const Worker& worker : workers) {
+        if (worker.process && !waitFor(worker.process->id(), last)) {
+            settings.end(worker.process->id());
+            static_cast<void>(waitFor(worker.process->id(), 0));
         }
     }
+    for (const pid_t process : leftBehind) {
+        static_cast<void>(waitFor(process, 0));
+    }
+}
+
+bool WorkerPool::anyRuns() const {
+    return std::any_of(workers.begin(), workers.end(),
+                       [](const Worker& worker) { return worker.process.has_value(); });
 }
 
 bool WorkerPool::hasRoom() const {
-    return std::any_of(processes.begin(), processes.end(),
-                       [](const Process& process) { return process.isFilling; });
+    return pending.empty() &&
+           (!anyRuns() || std::any_of(workers.begin(), workers.end(), [this](const Worker& worker) {
+               return worker.isFilling && (worker.process || steadyNanoseconds() >= startAgain);
+           }));
 }
 
-std::size_t WorkerPool::roomiest() const {
-    const auto least = std::min_element(
-        processes.begin(), processes.end(), [](const Process& left, const Process& right) {
-            return std::pair(!left.isFilling, left.requests.size()) <
-                   std::pair(!right.isFilling, right.requests.size());
-        });
-    return static_cast<std::size_t>(least - processes.begin());
+WorkerPool::Worker* WorkerPool::roomiest() {
+    const std::int64_t now = steadyNanoseconds();
+    Worker* found = nullptr;
+    for (Worker& worker : workers) {
+        const bool canTake =
+            worker.isFilling && worker.ended == 0 && (worker.process || now >= startAgain);
+        if (canTake && (found == nullptr || worker.requests.size() < found->requests.size())) {
+            found = &worker;
+        }
+    }
+    return found;
 }
 
 void WorkerPool::submit(std::uint64_t number, const InputFile& file) {
-    send(roomiest(), {number, packRequest(number, file)});
+    pending.push_back({number, packRequest(number, file), 0, false});
+    assign();
 }
 
-void WorkerPool::start(std::size_t index) {
-    Process& process = processes[index];
-    std::array<int, 2> ends{-1, -1};
-    if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0) {
-        failToStart();
-    }
-    process.socket.reset(ends[0]);
-    Descriptor workerEnd(ends[1]);
-    WorkerState& state = states[index];
-    state.file = WorkerState::kNoFile;
-    const pid_t mainProcess = ::getpid();
-    process.id = ::fork();
-    if (process.id < 0) {
-        failToStart();
-    }
-    if (process.id == 0) {
-        // A terminal's interrupt or end goes to all processes; the main one ends the others.
-        ::signal(SIGINT, SIG_IGN);
-        ::signal(SIGHUP, SIG_IGN);
-        ::signal(SIGTERM, SIG_DFL);
-        ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-        if (::getppid() != mainProcess) {
-            ::_exit(1);
+void WorkerPool::assign() {
+    while (!pending.empty()) {
+        Worker* worker = roomiest();
+        if (worker == nullptr) {
+            failPending();
+            return;
         }
-        // What belongs to other workers counts against this one's memory, and holds their sockets.
-        for (Process& other : processes) {
-            if (&other != &process) {
-                other = Process();
-            }
+        if (worker->process || start(*worker)) {
+            send(*worker, std::move(pending.front()));
+            pending.pop_front();
         }
-        process.socket.reset();
-        try {
-            runWorker(workerEnd.get(), state, arguments, colour, standardInput);
-        } catch (...) {
-            ::_exit(1);
-        }
-        ::_exit(0);
     }
-    process.depth = kLeastDepth;
 }
 
-void WorkerPool::send(std::size_t index, Request request) {
-    Process& process = processes[index];
-    if (process.id < 0) {
-        start(index);
+bool WorkerPool::start(Worker& worker) {
+    try {
+        worker.process.emplace(settings.program, setup, settings.standardInput);
+    } catch (const RunFailure& failure) {
+        ++failedStarts;
+        startFailure = failure.what();
+        startAgain = steadyNanoseconds() + kStartPause;
+        return false;
     }
-    if (process.requests.empty()) {
-        process.lastAnswer = steadyNanoseconds();  // it was idle until now
-    }
-    process.outgoing.append(request.packed);
-    process.requests.push_back(std::move(request));
-    process.isFilling = process.requests.size() < process.depth;
+    failedStarts = 0;
+    worker.outgoing = setup.substr(1);  // the first byte went with the files
+    worker.depth = kLeastDepth;
+    return true;
 }
 
-void WorkerPool::sendOutgoing(Process& process) {
-    while (!process.outgoing.empty()) {
-        const ssize_t sent = ::send(process.socket.get(), process.outgoing.data(),
-                                    process.outgoing.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
+void WorkerPool::failPending() {
+    if (failedStarts < kStartTries || anyRuns()) {
+        return;
+    }
+    for (const Request& request : pending) {
+        fail(request.number, failureOf(kNoWorkerId, startFailure));
+    }
+    pending.clear();
+}
+
+void WorkerPool::send(Worker& worker, Request request) {
+    if (worker.requests.empty()) {
+        worker.lastAnswer = steadyNanoseconds();  // it was idle until now
+        worker.silence = 0;
+    }
+    worker.outgoing.append(request.packed);
+    request.place = ++worker.sent;
+    worker.requests.push_back(std::move(request));
+    worker.isFilling = worker.requests.size() < worker.depth;
+}
+
+void WorkerPool::sendOutgoing(Worker& worker) {
+    while (!worker.outgoing.empty()) {
+        const ssize_t sent = ::send(worker.process->socket(), worker.outgoing.data(),
+                                    worker.outgoing.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
         if (sent < 0 && errno == EINTR) {
             continue;
         }
         if (sent < 0) {
             return;  // full, or the worker has ended, which is seen when receiving
         }
-        process.outgoing.erase(0, static_cast<std::size_t>(sent));
+        worker.outgoing.erase(0, static_cast<std::size_t>(sent));
     }
 }
 
-std::chrono::milliseconds WorkerPool::untilNextDeadline(std::chrono::milliseconds most) const {
-    const std::int64_t now = steadyNanoseconds();
-    std::int64_t least = std::chrono::nanoseconds(most).count();
-    for (std::size_t index = 0; index < processes.size(); ++index) {
-        const WorkerState& state = states[index];
-        if (processes[index].id > 0 && state.file != WorkerState::kNoFile) {
-            least = std::min(least, state.began + timeLimit - now);
-        }
+std::optional<FileBeingRead> WorkerPool::readBy(const Worker& worker) const {
+    if (!worker.process) {
+        return {};
     }
-    constexpr std::int64_t kMillisecond = 1'000'000;
-    return std::chrono::milliseconds(std::max<std::int64_t>(0, least / kMillisecond + 1));
+    const WorkerState& state = worker.process->state();
+    const FileBeingRead file{state.file, state.began};
+    return file.number != WorkerState::kNoFile ? std::optional(file) : std::nullopt;
 }
 
-void WorkerPool::endLateOnes() {
-    const std::int64_t now = steadyNanoseconds();
-    for (std::size_t index = 0; index < processes.size(); ++index) {
-        Process& process = processes[index];
-        const WorkerState& state = states[index];
-        if (process.id > 0 && !process.isLate && state.file != WorkerState::kNoFile &&
-            now - state.began > timeLimit) {
-            process.isLate = true;
-            ::kill(process.id, SIGKILL);
+std::optional<FileBeingRead> WorkerPool::longestRead(std::chrono::nanoseconds atLeast) const {
+    std::optional<FileBeingRead> longest;
+    const std::int64_t latest = steadyNanoseconds() - atLeast.count();
+    for (const Worker& worker : workers) {
+        const auto file = readBy(worker);
+        const auto isAsked = [&](const Request& request) { return request.number == file->number; };
+        if (file && file->began <= latest && (!longest || file->began < longest->began) &&
+            std::any_of(worker.requests.begin(), worker.requests.end(), isAsked)) {
+            longest = file;
         }
     }
+    return longest;
+}
+
+std::int64_t WorkerPool::deadlineOf(const Worker& worker, std::int64_t now) const {
+    if (!worker.process) {
+        return kNever;
+    }
+    if (worker.ended != 0) {
+        return worker.ended + settings.grace.count();
+    }
+    // What it says of itself makes the limit exact. That it answers is what it is held to.
+    std::int64_t deadline = kNever;
+    if (const auto file = readBy(worker)) {
+        deadline = std::min(file->began, now) + timeLimit;
+    }
+    if (!worker.requests.empty()) {
+        deadline = std::min(deadline, now + timeLimit + kMostDelay - worker.silence);
+    }
+    return deadline;
+}
+
+std::chrono::milliseconds WorkerPool::untilNextEvent(std::chrono::milliseconds most) const {
+    if (!answers.empty()) {
+        return {};
+    }
+    const std::int64_t now = steadyNanoseconds();
+    std::int64_t least = now + std::chrono::nanoseconds(most).count();
+    for (const Worker& worker : workers) {
+        least = std::min(least, deadlineOf(worker, now));
+        const bool othersWait = workers.size() > 1 && worker.requests.size() > 1;
+        if (const auto file = readBy(worker); file && othersWait) {
+            const std::int64_t takenBack = file->began + kLongBeforeOthers;
+            least = std::min(least, takenBack > now ? takenBack : least);
+        }
+    }
+    if (!pending.empty() && failedStarts > 0) {
+        least = std::min(least, std::max(startAgain, now));
+    }
+    return std::chrono::milliseconds(std::max<std::int64_t>(0, (least - now) / kMillisecond + 1));
 }
 
 std::vector<WorkerAnswer> WorkerPool::wait(std::chrono::milliseconds most,
                                            const std::vector<int>& others) {
+    assign();
     polled.clear();
-    for (Process& process : processes) {
-        sendOutgoing(process);
-        const bool isFull = !process.outgoing.empty();
-        polled.push_back({process.id > 0 ? process.socket.get() : -1,
-                          static_cast<short>(POLLIN | (isFull ? POLLOUT : 0)), 0});
+    for (Worker& worker : workers) {
+        if (!worker.process) {
+            polled.push_back({-1, 0, 0});
+            continue;
+        }
+        sendOutgoing(worker);
+        const bool isFull = !worker.outgoing.empty();
+        polled.push_back(
+            {worker.process->socket(), static_cast<short>(POLLIN | (isFull ? POLLOUT : 0)), 0});
     }
     for (const int other : others) {
         polled.push_back({other, POLLIN, 0});
     }
-    std::vector<WorkerAnswer> answers;
-    const auto milliseconds = static_cast<int>(untilNextDeadline(most).count());
-    if (::poll(polled.data(), polled.size(), milliseconds) > 0) {
-        for (std::size_t index = 0; index < processes.size(); ++index) {
-            if ((polled[index].revents & POLLOUT) != 0) {
-                sendOutgoing(processes[index]);
-            }
-            if ((polled[index].revents & (POLLIN | POLLHUP | POLLERR)) != 0) {
-                receive(index, answers);
-            }
+    const std::int64_t begin = steadyNanoseconds();
+    const int ready =
+        ::poll(polled.data(), polled.size(), static_cast<int>(untilNextEvent(most).count()));
+    // Only what we waited counts: while we write to a reader who takes a rest, nobody is silent.
+    const std::int64_t waited = steadyNanoseconds() - begin;
+    for (Worker& worker : workers) {
+        worker.silence += worker.requests.empty() ? 0 : waited;
+    }
+    for (std::size_t index = 0; ready > 0 && index < workers.size(); ++index) {
+        if ((polled[index].revents & POLLOUT) != 0) {
+            sendOutgoing(workers[index]);
+        }
+        if ((polled[index].revents & (POLLIN | POLLHUP | POLLERR)) != 0) {
+            receive(workers[index]);
         }
     }
     endLateOnes();
-    return answers;
+    takeBack();
+    assign();
+    std::erase_if(leftBehind, [](pid_t process) {
+        return waitForEnd(process, std::chrono::nanoseconds(0)).has_value();
+    });
+    return std::exchange(answers, {});
 }
 
-void WorkerPool::receive(std::size_t index, std::vector<WorkerAnswer>& answers) {
-    Process& process = processes[index];
-    while (true) {
-        alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(int))> control{};
-        iovec vector{received.data(), received.size()};
-        msghdr header{};
-        header.msg_iov = &vector;
-        header.msg_iovlen = 1;
-        header.msg_control = control.data();
-        header.msg_controllen = control.size();
-        const ssize_t got =
-            ::recvmsg(process.socket.get(), &header, MSG_DONTWAIT | MSG_CMSG_CLOEXEC);
-        if (got > 0) {
-            keepDescriptor(header, process.incomingFiles);
-            takeAnswers(process, std::string_view(received.data(), static_cast<std::size_t>(got)),
-                        answers);
-        } else if (got < 0 && errno == EAGAIN) {
-            return;
-        } else if (got == 0 || errno != EINTR) {
-            replace(index, answers);
-            return;
+void WorkerPool::endLateOnes() {
+    const std::int64_t now = steadyNanoseconds();
+    for (Worker& worker : workers) {
+        if (deadlineOf(worker, now) >= now) {
+            continue;
+        }
+        const pid_t process = worker.process->id();
+        if (worker.ended == 0) {
+            worker.ended = now;
+            settings.end(process);
+        } else {
+            leftBehind.push_back(process);
+            retire(
+                worker,
+                failureOf(kStuckId, "process " + std::to_string(process) +
+                                        ", not finished within " + secondsText(timeLimit) + " s"),
+                false);
         }
     }
 }
 
-void WorkerPool::takeAnswers(Process& process, std::string_view bytes,
-                             std::vector<WorkerAnswer>& answers) {
-    // Whole answers are taken from where they were received.
-    const bool isContinued = !process.incoming.empty();
-    if (isContinued) {
-        process.incoming.append(bytes);
-        bytes = process.incoming;
+void WorkerPool::takeBack() {
+    const std::int64_t now = steadyNanoseconds();
+    for (Worker& worker : workers) {
+        const auto file = readBy(worker);
+        if (workers.size() == 1 || !file || now - file->began < kLongBeforeOthers) {
+            continue;
+        }
+        const auto read =
+            std::find_if(worker.requests.begin(), worker.requests.end(),
+                         [&](const Request& request) { return request.number == file->number; });
+        if (read == worker.requests.end() || read + 1 == worker.requests.end()) {
+            continue;
+        }
+        // It may have begun the next one by now, and then two workers read that.
+        worker.takenBackUntil = worker.sent;
+        worker.process->state().takenBack = worker.sent;
+        worker.isFilling = false;
+        for (auto request = read + 1; request != worker.requests.end(); ++request) {
+            worker.takenBack.push_back(request->number);
+        }
+        pending.insert(pending.begin(), std::make_move_iterator(read + 1),
+                       std::make_move_iterator(worker.requests.end()));
+        worker.requests.erase(read + 1, worker.requests.end());
     }
-    std::string_view body;
+}
+
+void WorkerPool::receive(Worker& worker) {
+    while (worker.process) {
+        Received piece = receiveWithFiles(worker.process->socket(), received, 1, MSG_DONTWAIT);
+        if (piece.size > 0) {
+            if (!takeReceived(worker, piece)) {
+                replace(worker, "its answer makes no sense");
+            }
+        } else if (piece.size < 0 && errno == EAGAIN) {
+            return;
+        } else if (piece.size == 0 || errno != EINTR) {
+            replace(worker);
+        }
+    }
+}
+
+bool WorkerPool::takeReceived(Worker& worker, Received& piece) {
+    const std::string_view bytes(received.data(), static_cast<std::size_t>(piece.size));
+    if (piece.files.empty() && !piece.lostFiles) {
+        return takeAnswers(worker, bytes);
+    }
+    // A file comes with the last of the bytes, which must be the first of its answer.
+    if (!takeAnswers(worker, bytes.substr(0, bytes.size() - 1)) || !worker.incoming.empty() ||
+        worker.incomingFile || piece.files.size() > 1) {
+        return false;
+    }
+    worker.incomingFile = piece.files.empty() ? Descriptor() : std::move(piece.files.front());
+    return takeAnswers(worker, bytes.substr(bytes.size() - 1));
+}
+
+bool WorkerPool::takeAnswers(Worker& worker, std::string_view bytes) {
+    // Whole answers are taken from where they were received.
+    const bool isContinued = !worker.incoming.empty();
+    if (isContinued) {
+        worker.incoming.append(bytes);
+        bytes = worker.incoming;
+    }
+    std::string_view message;
     std::size_t taken = 0;
-    while (packed::takeWholeText(bytes, body)) {
-        answers.push_back(unpackAnswer(process, body));
-        process.requests.pop_front();
+    while (packed::takeWholeText(bytes, message)) {
+        if (!takeAnswer(worker, message)) {
+            return false;
+        }
         ++taken;
     }
     if (isContinued) {
-        process.incoming.erase(0, process.incoming.size() - bytes.size());
+        worker.incoming.erase(0, worker.incoming.size() - bytes.size());
     } else {
-        process.incoming.assign(bytes);
+        worker.incoming.assign(bytes);
     }
-    if (taken > 0) {
-        const std::int64_t now = steadyNanoseconds();
-        const auto each = (now - process.lastAnswer) / static_cast<std::int64_t>(taken) + 1;
-        const auto depth = static_cast<std::size_t>(kNanosecondsAhead / each);
-        process.depth = std::clamp(depth, kLeastDepth, kMostDepth);
-        process.isFilling = process.requests.size() <= process.depth / 2;
-        process.lastAnswer = now;
+    noteAnswers(worker, taken);
+    return worker.incoming.size() < packed::kNumberSize ||
+           packed::numberAt(worker.incoming) <= kMostAnswerSize;
+}
+
+bool WorkerPool::takeAnswer(Worker& worker, std::string_view message) {
+    const std::optional<UnpackedAnswer> unpacked = unpackAnswer(message);
+    std::optional<Descriptor> file = std::exchange(worker.incomingFile, std::nullopt);
+    if (message.size() > kMostAnswerSize || !unpacked ||
+        unpacked->spillSize.has_value() != file.has_value()) {
+        return false;
+    }
+    const auto takenBack =
+        std::find(worker.takenBack.begin(), worker.takenBack.end(), unpacked->number);
+    if (takenBack != worker.takenBack.end()) {
+        worker.takenBack.erase(takenBack);  // another worker's by now
+        return true;
+    }
+    if (worker.requests.empty() || worker.requests.front().number != unpacked->number) {
+        return false;
+    }
+    if (file && !file->isOpen()) {
+        fail(unpacked->number,
+             failureOf(kUnexpectedFailureId,
+                       "cannot take over a temporary file: " + systemErrorText(EMFILE)));
+    } else if (file && !isPartOf(*file, *unpacked->spillSize)) {
+        return false;
+    } else {
+        WorkerAnswer& answer = answers.emplace_back();
+        answer.number = unpacked->number;
+        answer.report = unpacked->report;
+        answer.part.bytes = unpacked->bytes;
+        if (file) {
+            answer.part.spill = std::move(*file);
+            answer.part.spillSize = *unpacked->spillSize;
+        }
+    }
+    if (worker.requests.front().place > worker.takenBackUntil) {
+        worker.takenBack.clear();  // they came before it
+    }
+    worker.requests.pop_front();
+    return true;
+}
+
+void WorkerPool::noteAnswers(Worker& worker, std::size_t count) const {
+    if (count == 0) {
+        return;
+    }
+    const std::int64_t now = steadyNanoseconds();
+    const auto each = (now - worker.lastAnswer) / static_cast<std::int64_t>(count) + 1;
+    const auto depth = static_cast<std::size_t>(kNanosecondsAhead / each);
+    worker.depth = std::clamp(depth, kLeastDepth, kMostDepth);
+    worker.isFilling = worker.requests.size() <= worker.depth / 2;
+    worker.lastAnswer = now;
+    worker.silence = 0;
+}
+
+void WorkerPool::fail(std::uint64_t number, qxMessage failure) {
+    WorkerAnswer& answer = answers.emplace_back();
+    answer.number = number;
+    answer.failure.emplace(std::move(failure));
+}
+
+void WorkerPool::replace(Worker& worker, const char* lie) {
+    const pid_t process = worker.process->id();
+    settings.end(process);
+    const std::optional<int> status = waitForEnd(process, settings.grace);
+    if (!status) {
+        leftBehind.push_back(process);
+    }
+    if (worker.ended != 0) {
+        retire(worker, failureOf(kTimeoutId, secondsText(timeLimit)), false);
+    } else {
+        const std::string reason = lie != nullptr ? lie : endingText(status.value_or(0));
+        retire(worker, failureOf(kWorkerDiedId, reason), lie != nullptr);
     }
 }
 
-WorkerAnswer WorkerPool::unpackAnswer(Process& process, std::string_view body) {
-    WorkerAnswer answer;
-    answer.number = packed::takeNumber(body);
-    answer.report = unpackReport(body);
-    switch (static_cast<PartPlace>(packed::takeNumber(body))) {
-        case PartPlace::answer:
-            answer.part.bytes = packed::takeText(body);
-            break;
-        case PartPlace::file:
-            answer.part.spillSize = packed::takeNumber(body);
-            answer.part.spill = std::move(process.incomingFiles.front());
-            process.incomingFiles.pop_front();
-            break;
+void WorkerPool::retire(Worker& worker, const qxMessage& failure, bool blamesFirst) {
+    const auto file = readBy(worker);
+    std::deque<Request> requests = std::move(worker.requests);
+    worker = Worker();
+    auto blamed = std::find_if(requests.begin(), requests.end(), [&](const Request& request) {
+        return file && request.number == file->number;
+    });
+    if (blamesFirst) {
+        blamed = requests.begin();
     }
-    return answer;
-}
-
-void WorkerPool::replace(std::size_t index, std::vector<WorkerAnswer>& answers) {
-    Process& process = processes[index];
-    ::kill(process.id, SIGKILL);
-    const int status = waitForEnd(process.id);
-    std::deque<Request> requests = std::move(process.requests);
-    const bool wasLate = process.isLate;
-    process = Process();
-
-    // A worker that was not reading blames the file that it would have read next: otherwise a
-    // worker that cannot even start would be started for ever.
-    const std::uint64_t read = states[index].file;
-    auto blamed = std::find_if(requests.begin(), requests.end(),
-                               [read](const Request& request) { return request.number == read; });
-    if (blamed == requests.end()) {
+    // A worker that was reading nothing may have ended for any reason, so the file that it would
+    // have read next gets another. A second time it is to blame: otherwise a worker that cannot
+    // even start would be started for ever.
+    if (blamed == requests.end() && !requests.empty() &&
+        std::exchange(requests.front().wasTried, true)) {
         blamed = requests.begin();
     }
     if (blamed != requests.end()) {
-        WorkerAnswer answer;
-        answer.number = blamed->number;
-        answer.failure.emplace(wasLate ? kTimeoutId : kWorkerDiedId,
-                               std::vector<qxMessageArgument>{qxMessageText(
-                                   wasLate ? secondsText(timeLimit) : endingText(status))});
-        answers.push_back(std::move(answer));
+        fail(blamed->number, failure);
         requests.erase(blamed);
     }
-    for (Request& request : requests) {
-        send(index, std::move(request));
-    }
+    pending.insert(pending.begin(), std::make_move_iterator(requests.begin()),
+                   std::make_move_iterator(requests.end()));
 }
 
 }  // namespace app

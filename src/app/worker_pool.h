@@ -1,17 +1,19 @@
 #pragma once
 
 // Worker pool: the worker processes as seen from the main one. Files go in with a number and come
-// back in any order, each exactly once: with what a worker made of it, or with the reason why the
-// worker did not. A worker that ends or takes too long costs the file that it was reading; what
-// else was waiting for it goes to another.
+// back in any order, each exactly once: with what a worker made of it, or with the reason why none
+// did. Nothing that a worker says is believed: one that ends, takes too long or answers what was
+// not asked costs the file that it was reading; what else was waiting for it goes to another. One
+// that cannot be ended is left behind. Where no process can be started, files fail.
 //
-// Ownership: owns its processes, which end with it. Threads: one at a time, and no other thread in
-// the process while files are submitted.
+// Ownership: owns its processes, which end with it. Threads: one at a time, which lives as long as
+// the pool; the process may have others.
 
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -22,12 +24,14 @@
 
 #include "app/arguments.h"
 #include "app/descriptor.h"
+#include "app/descriptor_passing.h"
 #include "app/file_part.h"
 #include "app/file_report.h"
 #include "app/input_file.h"
 #include "app/result_writer.h"
-#include "app/shared_memory.h"
-#include "app/worker.h"
+#include "app/worker_limits.h"
+#include "app/worker_messages.h"
+#include "app/worker_process.h"
 #include "gateway/qx.h"
 
 namespace app {
@@ -40,12 +44,30 @@ struct WorkerAnswer {
     std::optional<qxMessage> failure;  ///< why there is no report and no part
 };
 
+/// A file that a worker is reading.
+struct FileBeingRead {
+    std::uint64_t number = 0;
+    std::int64_t began = 0;  ///< steady nanoseconds
+};
+
+struct WorkerPoolSettings {
+    std::string program = ownProgram();  ///< what is started as a worker
+    std::size_t workers = 1;             ///< most at a time, made as they are needed; at least 1
+    WorkerLimits limits{};
+    Colour colour = Colour::off;
+    int standardInput = -1;  ///< as in FileSweeper
+    /// Ends a process at once.
+    std::function<void(pid_t)> end = endProcess;
+    /// How long an ended process may stay before it is left behind.
+    std::chrono::nanoseconds grace = std::chrono::seconds(2);
+
+    static void endProcess(pid_t process);
+};
+
 class WorkerPool {
 public:
-    /// @param mostWorkers   processes at a time, made as they are needed; at least 1
-    /// @param standardInput as in FileSweeper
-    WorkerPool(const Arguments& programArguments, Colour outputColour, int standardInputFile,
-               std::size_t mostWorkers);
+    /// @param arguments what the workers read and how they write it
+    WorkerPool(const Arguments& arguments, WorkerPoolSettings poolSettings);
     ~WorkerPool();
     WorkerPool(const WorkerPool&) = delete;
     WorkerPool& operator=(const WorkerPool&) = delete;
@@ -61,43 +83,65 @@ public:
     [[nodiscard]] std::vector<WorkerAnswer> wait(std::chrono::milliseconds most,
                                                  const std::vector<int>& others);
 
+    /// The file that has been read for longest; nothing when none is read for so long.
+    [[nodiscard]] std::optional<FileBeingRead> longestRead(std::chrono::nanoseconds atLeast) const;
+
 private:
     struct Request {
-        std::uint64_t number;
+        std::uint64_t number = 0;
         std::string packed;
+        std::uint64_t place = 0;  ///< among all requests of its process, from 1 on
+        bool wasTried = false;    ///< a worker ended before it read this or another file
     };
 
-    struct Process {
-        pid_t id = -1;
-        Descriptor socket;
-        std::deque<Request> requests;  ///< sent and not answered
-        std::string outgoing;          ///< not sent yet
-        std::string incoming;          ///< not yet a whole answer
-        std::deque<Descriptor> incomingFiles;
-        std::size_t depth = 0;        ///< most requests at a time
+    /// One place for a process, and what is between it and the main one.
+    struct Worker {
+        std::optional<WorkerProcess> process;
+        std::deque<Request> requests;            ///< sent and not answered
+        std::deque<std::uint64_t> takenBack;     ///< numbers that may be answered all the same
+        std::uint64_t takenBackUntil = 0;        ///< place of the last of them
+        std::uint64_t sent = 0;                  ///< requests to this process
+        std::string outgoing;                    ///< not sent yet
+        std::string incoming;                    ///< not yet a whole answer
+        std::optional<Descriptor> incomingFile;  ///< not open when there was no room for it
+        std::size_t depth = 0;                   ///< most requests at a time
         bool isFilling = true;        ///< gets requests: from half the depth on, up to all of it
         std::int64_t lastAnswer = 0;  ///< steady nanoseconds
-        bool isLate = false;          ///< ended by the time limit
+        std::int64_t silence = 0;     ///< nanoseconds that we waited for an answer and got none
+        std::int64_t ended = 0;       ///< when the time limit ended it; 0: it did not
     };
 
-    [[nodiscard]] std::size_t roomiest() const;
-    void start(std::size_t index);
-    void send(std::size_t index, Request request);
-    static void sendOutgoing(Process& process);
-    void receive(std::size_t index, std::vector<WorkerAnswer>& answers);
-    static void takeAnswers(Process& process, std::string_view bytes,
-                            std::vector<WorkerAnswer>& answers);
-    [[nodiscard]] static WorkerAnswer unpackAnswer(Process& process, std::string_view body);
-    void replace(std::size_t index, std::vector<WorkerAnswer>& answers);
+    [[nodiscard]] Worker* roomiest();
+    [[nodiscard]] bool anyRuns() const;
+    [[nodiscard]] std::optional<FileBeingRead> readBy(const Worker& worker) const;
+    [[nodiscard]] std::int64_t deadlineOf(const Worker& worker, std::int64_t now) const;
+    void assign();
+    [[nodiscard]] bool start(Worker& worker);
+    void send(Worker& worker, Request request);
+    static void sendOutgoing(Worker& worker);
+    void receive(Worker& worker);
+    [[nodiscard]] bool takeReceived(Worker& worker, Received& received);
+    [[nodiscard]] bool takeAnswers(Worker& worker, std::string_view bytes);
+    [[nodiscard]] bool takeAnswer(Worker& worker, std::string_view message);
+    void noteAnswers(Worker& worker, std::size_t count) const;
+    void fail(std::uint64_t number, qxMessage failure);
+    void replace(Worker& worker, const char* lie = nullptr);
+    void retire(Worker& worker, const qxMessage& failure, bool blamesFirst);
     void endLateOnes();
-    [[nodiscard]] std::chrono::milliseconds untilNextDeadline(std::chrono::milliseconds most) const;
+    void takeBack();
+    void failPending();
+    [[nodiscard]] std::chrono::milliseconds untilNextEvent(std::chrono::milliseconds most) const;
 
-    const Arguments& arguments;
-    Colour colour;
-    int standardInput;
-    std::int64_t timeLimit;            ///< nanoseconds
-    SharedMemory<WorkerState> states;  ///< by process
-    std::vector<Process> processes;
+    const WorkerPoolSettings settings;
+    std::string setup;       ///< packed
+    std::int64_t timeLimit;  ///< nanoseconds
+    std::vector<Worker> workers;
+    std::deque<Request> pending;        ///< with no worker yet
+    std::vector<WorkerAnswer> answers;  ///< not given to the caller yet
+    std::vector<pid_t> leftBehind;      ///< processes that would not end
+    std::int64_t startAgain = 0;        ///< when a process may be started after one could not be
+    int failedStarts = 0;               ///< since the last that did not fail
+    std::string startFailure;           ///< why the last one failed
     std::vector<pollfd> polled;
     std::vector<char> received;
 };

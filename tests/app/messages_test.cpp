@@ -20,8 +20,8 @@ std::vector<std::string> allIds() {
         ids.emplace_back(row.id);
     }
     ids.insert(ids.end(), {app::kNoExifSegmentId, app::kBadJpegSegmentId, app::kOutOfMemoryId,
-                           app::kUnexpectedFailureId, app::kWorkerDiedId, app::kTimeoutId,
-                           app::kInputFailureId});
+                           app::kNoWorkerId, app::kStuckId, app::kUnexpectedFailureId,
+                           app::kWorkerDiedId, app::kTimeoutId, app::kInputFailureId});
     return ids;
 }
 

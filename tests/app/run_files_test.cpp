@@ -37,12 +37,32 @@ TEST(PackedTest, comesBack) {
     packed::putText(bytes, std::string_view("a\0b", 3));
     packed::putNumber(bytes, ~std::uint64_t{0});
     packed::putText(bytes, "");
-    std::string_view rest = bytes;
-    EXPECT_EQ(packed::takeNumber(rest), 0U);
-    EXPECT_EQ(packed::takeText(rest), std::string_view("a\0b", 3));
-    EXPECT_EQ(packed::takeNumber(rest), ~std::uint64_t{0});
-    EXPECT_EQ(packed::takeText(rest), "");
-    EXPECT_TRUE(rest.empty());
+    app::Unpacker rest(bytes);
+    EXPECT_EQ(rest.number(), 0U);
+    EXPECT_EQ(rest.text(), std::string_view("a\0b", 3));
+    EXPECT_EQ(rest.number(), ~std::uint64_t{0});
+    EXPECT_FALSE(rest.isWhole());
+    EXPECT_EQ(rest.text(), "");
+    EXPECT_TRUE(rest.isWhole());
+}
+
+TEST(PackedTest, nothingFollowsAFailure) {
+    std::string bytes;
+    packed::putNumber(bytes, 2);
+    packed::putNumber(bytes, 7);
+    app::Unpacker numbers(bytes);
+    EXPECT_FALSE(numbers.flag());  // 2 is neither
+    EXPECT_TRUE(numbers.hasFailed());
+    EXPECT_EQ(numbers.number(), 0U);
+    EXPECT_EQ(numbers.text(), "");
+    EXPECT_FALSE(numbers.isWhole());
+    app::Unpacker bounded(bytes);
+    EXPECT_EQ(bounded.number(2), 2U);
+    EXPECT_EQ(bounded.number(6), 0U);
+    EXPECT_TRUE(bounded.hasFailed());
+    app::Unpacker beyond("");
+    EXPECT_EQ(beyond.number(), 0U);
+    EXPECT_TRUE(beyond.hasFailed());
 }
 
 TEST(PackedTest, aTextIsTakenWholeOrNotAtAll) {
@@ -73,10 +93,11 @@ TEST(FileReportTest, comesBack) {
     report.isShown = true;
     std::string bytes;
     app::packReport(bytes, report);
-    bytes += "more";
-    std::string_view rest = bytes;
+    packed::putText(bytes, "more");
+    app::Unpacker rest(bytes);
     const app::FileReport back = app::unpackReport(rest);
-    EXPECT_EQ(rest, "more");
+    EXPECT_EQ(rest.text(), "more");
+    EXPECT_TRUE(rest.isWhole());
     EXPECT_EQ(back.ending, app::FileReport::Ending::failed);
     EXPECT_EQ(back.failure, "why\n");
     EXPECT_EQ(back.directories, 7U);

@@ -1,0 +1,159 @@
+// A worker as none should be. What it does is the value of the variable LIE:
+//
+//   none       answers every request as a good one would
+//   exit       ends before it reads anything
+//   once       the first of all such processes ends before it reads; LIE_FILE tells whether one did
+//   garbage    answers with bytes that are no answer
+//   number     answers another number than it was asked for
+//   unasked    answers without being asked
+//   twice      answers everything twice
+//   huge       tells of an answer of 2^60 bytes
+//   notAFile   hands a part over as a folder
+//   short      hands a part over in a file that is shorter than it says
+//   noFile     tells of a file and hands none over
+//   extraFile  hands a file over with an answer that tells of none
+//   dies       ends as soon as it is asked, having said that it reads a file nobody asked for
+//   silent     reads requests and never answers, saying of itself that it just began
+//   stopped    stops itself
+
+#include <array>
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <utility>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "app/descriptor_passing.h"
+#include "app/packed.h"
+#include "app/shared_memory.h"
+#include "app/worker.h"
+#include "app/worker_messages.h"
+
+namespace {
+
+constexpr int kSocket = 0;
+
+void sendAll(std::string_view bytes) {
+    while (!bytes.empty()) {
+        const ssize_t sent = ::write(kSocket, bytes.data(), bytes.size());
+        if (sent <= 0) {
+            std::_Exit(0);
+        }
+        bytes.remove_prefix(static_cast<std::size_t>(sent));
+    }
+}
+
+void sendWithFile(std::string_view message, int file) {
+    const std::array<int, 1> files{file};
+    if (app::sendWithFiles(kSocket, message.substr(0, 1), files, 0) != 1) {
+        std::_Exit(0);
+    }
+    sendAll(message.substr(1));
+}
+
+class Liar {
+public:
+    Liar(std::string lieToTell, app::WorkerState& workerState)
+        : lie(std::move(lieToTell)), state(workerState) {}
+
+    void start() const {
+        if (lie == "exit") {
+            std::_Exit(3);
+        }
+        if (lie == "once") {
+            const int file = ::open(std::getenv("LIE_FILE"), O_CREAT | O_EXCL | O_WRONLY, 0600);
+            if (file >= 0) {
+                std::_Exit(3);
+            }
+        }
+        if (lie == "unasked") {
+            sendAll(app::packAnswer(0, {}, {}));
+        }
+        if (lie == "stopped") {
+            ::raise(SIGSTOP);
+        }
+    }
+
+    void answer(std::uint64_t number) const {
+        app::FileReport report;
+        report.isShown = true;
+        app::FilePart part;
+        part.bytes = std::to_string(number) + "\n";
+        const std::string good = app::packAnswer(number, report, part);
+        if (lie == "garbage") {
+            std::string bytes;
+            app::packed::putText(bytes, "garbage");
+            sendAll(bytes);
+        } else if (lie == "number") {
+            sendAll(app::packAnswer(number + 1000, report, part));
+        } else if (lie == "twice") {
+            sendAll(good + good);
+        } else if (lie == "huge") {
+            std::string bytes;
+            app::packed::putNumber(bytes, std::uint64_t{1} << 60);
+            sendAll(bytes);
+        } else if (lie == "dies") {
+            state.began = app::steadyNanoseconds();
+            state.file = 12345;
+            std::_Exit(4);
+        } else if (lie == "silent") {
+            state.file = number;
+            state.began = app::steadyNanoseconds() + 1'000'000'000'000;
+        } else if (lie == "notAFile" || lie == "short" || lie == "noFile") {
+            part.bytes.clear();
+            part.spill = lie == "notAFile" ? app::Descriptor(::open("/", O_RDONLY | O_CLOEXEC))
+                                           : app::makeTemporaryFile();
+            part.spillSize = 1000;
+            const std::string message = app::packAnswer(number, report, part);
+            if (lie == "noFile") {
+                sendAll(message);
+            } else {
+                sendWithFile(message, part.spill.get());
+            }
+        } else if (lie == "extraFile") {
+            sendWithFile(good, app::makeTemporaryFile().get());
+        } else {
+            sendAll(good);
+        }
+    }
+
+private:
+    std::string lie;
+    app::WorkerState& state;
+};
+
+}  // namespace
+
+int main() {
+    std::array<char, 65536> piece{};
+    app::Received received = app::receiveWithFiles(kSocket, piece, app::kMostPassed, 0);
+    if (received.size <= 0 || received.files.empty()) {
+        return 2;
+    }
+    const auto state = app::SharedMemory<app::WorkerState>::open(received.files.front().get());
+    const char* lie = std::getenv("LIE");
+    if (!state || lie == nullptr) {
+        return 2;
+    }
+    const Liar liar(lie, **state);
+    liar.start();
+    std::string incoming;
+    bool isSetUp = false;
+    while (received.size > 0) {
+        incoming.append(piece.data(), static_cast<std::size_t>(received.size));
+        std::string_view rest = incoming;
+        for (std::string_view message; app::packed::takeWholeText(rest, message);) {
+            if (std::exchange(isSetUp, true)) {
+                liar.answer(app::unpackRequest(message).value().number);
+            }
+        }
+        incoming.erase(0, incoming.size() - rest.size());
+        received = app::receiveWithFiles(kSocket, piece, 0, 0);
+    }
+    return 0;
+}
