@@ -23,6 +23,7 @@
 #include "app/error_stream.h"
 #include "app/file_part.h"
 #include "app/file_sweeper.h"
+#include "app/interruption.h"
 #include "app/messages.h"
 #include "app/packed.h"
 #include "app/program.h"
@@ -282,9 +283,12 @@ std::optional<WorkerSetup> receiveSetup(Requests& requests) {
     return requests.files.size() == files ? std::move(setup) : std::nullopt;
 }
 
-/// Ends with the main process, and not before it at a terminal's interrupt, which goes to all.
+/// Ends with the main process, and not before it at an interrupt, which a terminal or a service
+/// manager sends to all: the files under way would pass for ones that break their reader.
 void bindToMainProcess() {
-    ::signal(SIGINT, SIG_IGN);
+    for (const int signal : Interruption::kSignals) {
+        ::signal(signal, SIG_IGN);
+    }
     sigset_t none;
     ::sigemptyset(&none);
     ::sigprocmask(SIG_SETMASK, &none, nullptr);

@@ -15,6 +15,7 @@
 #include "app/messages.h"
 #include "app/packed.h"
 #include "app/run_failure.h"
+#include "app/seconds.h"
 
 namespace app {
 namespace {
@@ -47,20 +48,6 @@ std::string endingText(int status) {
         return "signal " + std::to_string(signal) + " (" + ::strsignal(signal) + ')';
     }
     return "exit status " + std::to_string(WEXITSTATUS(status));
-}
-
-std::string secondsText(std::int64_t nanoseconds) {
-    const std::int64_t milliseconds = nanoseconds / kMillisecond;
-    std::string text = std::to_string(milliseconds / 1000);
-    if (milliseconds % 1000 != 0) {
-        text += '.' + std::to_string(1000 + milliseconds % 1000).substr(1);
-    }
-    return text;
-}
-
-std::int64_t nanosecondsOf(double seconds) {
-    constexpr double kMostSeconds = 1e9;
-    return static_cast<std::int64_t>(std::min(seconds, kMostSeconds) * 1e9);
 }
 
 qxMessage failureOf(const char* id, const std::string& text) {

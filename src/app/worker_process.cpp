@@ -18,6 +18,7 @@
 #include <unistd.h>
 
 #include "app/descriptor_passing.h"
+#include "app/interruption.h"
 #include "app/run_failure.h"
 #include "app/sanitized.h"
 
@@ -65,7 +66,9 @@ public:
         ::sigfillset(&signals);
         ::posix_spawnattr_setsigdefault(&attributes, &signals);
         ::sigemptyset(&signals);
-        ::sigaddset(&signals, SIGINT);
+        for (const int signal : Interruption::kSignals) {
+            ::sigaddset(&signals, signal);
+        }
         ::posix_spawnattr_setsigmask(&attributes, &signals);
         ::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
     }
