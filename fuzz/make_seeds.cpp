@@ -17,6 +17,8 @@
 #include <utility>
 #include <vector>
 
+#include "app/packed.h"
+#include "app/worker_messages.h"
 #include "support/tiff_builder.h"
 
 namespace {
@@ -163,6 +165,31 @@ void addNames(SeedFolder& folder) {
     }
 }
 
+/// Messages of workers and of the main process, each as it comes out of a socket.
+void addMessages(SeedFolder& folder) {
+    const auto add = [&folder](const std::string& message) {
+        folder.add(Bytes(message.begin() + app::packed::kNumberSize, message.end()));
+    };
+    app::FileReport report;
+    app::FilePart part;
+    add(app::packAnswer(0, report, part));
+    report.isShown = true;
+    part.bytes = "{}\n";
+    add(app::packAnswer(1, report, part));
+    report = app::failureReport("why (id)");
+    report.warnings = {{"Velmora:a", 1}, {"Velmora:b", 300}};
+    report.directories = 3;
+    add(app::packAnswer(2, report, app::FilePart()));
+    app::InputFile file;
+    file.path = "a/b.tif";
+    add(app::packRequest(3, file));
+    app::WorkerSetup setup;
+    add(app::packSetup(setup));
+    setup.arguments.output.fields = {{"Make", {}}, {"50000", 50000}};
+    setup.arguments.output.ignored = {"Velmora:a"};
+    add(app::packSetup(setup));
+}
+
 void addNoise(SeedFolder& folder) {
     std::mt19937 generator(1);  // the same noise every time
     for (std::size_t length = 8; length <= 2048; length *= 2) {
@@ -194,6 +221,8 @@ void makeSeeds(const fs::path& folder, std::span<char*> samples) {
     }
     SeedFolder names(folder / "file_names");
     addNames(names);
+    SeedFolder messages(folder / "worker_answer");
+    addMessages(messages);
     for (const char* target : {"typed_writer", "json_writer", "text_writer", "byte_order"}) {
         SeedFolder noise(folder / target);
         addNoise(noise);

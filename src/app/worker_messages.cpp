@@ -1,6 +1,8 @@
 #include "app/worker_messages.h"
 
 #include <bit>
+#include <limits>
+#include <utility>
 
 #include "app/packed.h"
 
@@ -66,6 +68,9 @@ ChosenField takeField(Unpacker& bytes) {
     ChosenField field;
     field.name = bytes.text();
     if (const auto id = takeOptional(bytes)) {
+        if (*id > std::numeric_limits<std::uint16_t>::max()) {
+            bytes.fail();
+        }
         field.unknownId = static_cast<std::uint16_t>(*id);
     }
     return field;
