@@ -77,10 +77,12 @@ ChosenField takeField(Unpacker& bytes) {
 }
 
 void putOutput(std::string& bytes, const OutputChoice& choice) {
-    const auto& [format, layout, file, fields, shorten, nestedRows, warnings, ignored] = choice;
+    const auto& [format, layout, file, toTerminal, fields, shorten, nestedRows, warnings, ignored] =
+        choice;
     putChoice(bytes, format);
     putChoice(bytes, layout);
     packed::putText(bytes, file);
+    putChoice(bytes, toTerminal);
     packed::putNumber(bytes, fields.size());
     for (const ChosenField& field : fields) {
         putField(bytes, field);
@@ -98,6 +100,7 @@ void takeOutput(Unpacker& bytes, OutputChoice& choice) {
     choice.format = bytes.choice(Format::csv);
     choice.layout = bytes.choice(JsonLayout::pretty);
     choice.file = bytes.text();
+    choice.toTerminal = bytes.flag();
     for (std::uint64_t left = bytes.number(); left > 0 && !bytes.hasFailed(); --left) {
         choice.fields.push_back(takeField(bytes));
     }
