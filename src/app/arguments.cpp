@@ -153,6 +153,13 @@ constexpr std::pair<std::string_view, Format> kFormats[]{{"text", Format::text},
 constexpr std::pair<std::string_view, WarningDetail> kDetails[]{
     {"each", WarningDetail::each}, {"count", WarningDetail::count}, {"none", WarningDetail::none}};
 
+template <class Value, std::size_t count>
+std::string_view findWord(Value value, const std::pair<std::string_view, Value> (&words)[count]) {
+    const auto row = std::find_if(std::begin(words), std::end(words),
+                                  [value](const auto& word) { return word.second == value; });
+    return row == std::end(words) ? std::string_view() : row->first;
+}
+
 void addInputOptions(OptionBinder& bind, InputChoice& input) {
     bind.flag("--no-recursive", input.recursive, false);
     bind.texts("--include", input.included);
@@ -305,6 +312,14 @@ void unshield(std::vector<std::string>& files) {
 }
 
 }  // namespace
+
+std::string_view wordOf(Format format) {
+    return findWord(format, kFormats);
+}
+
+std::string_view wordOf(WarningDetail detail) {
+    return findWord(detail, kDetails);
+}
 
 CommandLine parseCommandLine(int argumentCount, const char* const* arguments) {
     CommandLine result;

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace app {
@@ -20,6 +21,10 @@ enum class JsonLayout : std::uint8_t {
 
 /// What is shown of a file's warnings.
 enum class WarningDetail : std::uint8_t { each, count, none };
+
+/// The words of the command line for them.
+[[nodiscard]] std::string_view wordOf(Format format);
+[[nodiscard]] std::string_view wordOf(WarningDetail detail);
 
 /// A field that was asked for: by its name, or an unknown tag by its number.
 struct ChosenField {

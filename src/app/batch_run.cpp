@@ -81,6 +81,17 @@ std::vector<FileIdentity> writtenFiles(const RunOutput& output, const Journal* j
     return files;
 }
 
+/// The files of these that a run leaves nothing of.
+std::vector<FileIdentity> replacedFiles(const RunOutput& output, const RunLog& log) {
+    std::vector<FileIdentity> files;
+    for (const auto& identity : {output.replaced(), log.failureFile()}) {
+        if (identity) {
+            files.push_back(*identity);
+        }
+    }
+    return files;
+}
+
 }  // namespace
 
 BatchRun::BatchRun(const Arguments& programArguments, RunOutput& runOutput, Journal* runJournal,
@@ -90,7 +101,7 @@ BatchRun::BatchRun(const Arguments& programArguments, RunOutput& runOutput, Jour
       journal(runJournal),
       log(arguments, runOutput, journal),
       output(runOutput),
-      inputs(arguments.input, writtenFiles(output, journal, log)),
+      inputs(arguments.input, writtenFiles(output, journal, log), replacedFiles(output, log)),
       pool(arguments, poolSettings(arguments, colour, standardInput, workerCount(arguments.run))),
       failureOutput(failurePart),
       failureWriter(arguments, failureOutput, colour, -1),
@@ -123,6 +134,7 @@ void BatchRun::run() {
 
 int BatchRun::conclude() {
     progress.hide();
+    log.settle();
     const int signal = interruption.signal();
     log.summarize(signal);
     return log.exitStatus(signal);

@@ -46,7 +46,7 @@ constexpr std::array kOptions{
     OptionRow{"--jobs", "N", "worker processes (default: as many as there are cores)", kRun, ValueKind::other, ""},
     OptionRow{"--timeout", "SECONDS", "most time for one file (default: 600)", kRun, ValueKind::other, ""},
     OptionRow{"--memory", "BYTES", "most memory for one file (default: 8 GiB, less where the\nmachine has less for each worker)", kRun, ValueKind::other, ""},
-    OptionRow{"--resume", "FILE", "keep a journal in FILE; a run started again with it\nleaves out what is finished and unchanged", kRun, ValueKind::file, ""},
+    OptionRow{"--resume", "FILE", "keep a journal in FILE; the same run started again with\nit leaves out what is finished and unchanged; another\nrun is refused", kRun, ValueKind::file, ""},
     OptionRow{"--no-progress", "", "show no progress on a terminal", kRun, ValueKind::none, ""},
 
     OptionRow{"--list-tags", "", "print every name for --tags, with number and dictionary", kHelp, ValueKind::none, ""},

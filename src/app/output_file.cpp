@@ -1,25 +1,25 @@
 #include "app/output_file.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
-#include <cstdio>
+#include <cstdlib>
 #include <filesystem>
+#include <random>
 #include <system_error>
 
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "app/file_roles.h"
+#include "app/image_signature.h"
 #include "app/interruption.h"
 #include "app/output.h"
 #include "app/run_failure.h"
 
 namespace app {
 namespace {
-
-[[noreturn]] void failToWrite(const std::string& path, int error) {
-    throw RunFailure("cannot write " + path + ": " + systemErrorText(error));
-}
 
 /// The file behind links, there already or not, so that a link stays one.
 std::string behindLinks(const std::string& path) {
@@ -36,6 +36,18 @@ std::string behindLinks(const std::string& path) {
     return file.string();
 }
 
+std::uint64_t sizeOf(int file) {
+    struct stat status {};
+    return ::fstat(file, &status) == 0 ? static_cast<std::uint64_t>(status.st_size) : 0;
+}
+
+/// Where the next byte goes.
+std::uint64_t positionOf(int file) {
+    const bool appends = (::fcntl(file, F_GETFL) & O_APPEND) != 0;
+    const off_t position = appends ? -1 : ::lseek(file, 0, SEEK_CUR);
+    return position < 0 ? sizeOf(file) : static_cast<std::uint64_t>(position);
+}
+
 void copyBytes(int from, int to, std::uint64_t length) {
     constexpr std::uint64_t kPiece = std::uint64_t{1} << 20;
     FileDescriptorSink sink(to);
@@ -50,104 +62,280 @@ void copyBytes(int from, int to, std::uint64_t length) {
     }
 }
 
+std::string uniqueName(const std::string& name) {
+    constexpr std::string_view kLetters = "abcdefghijklmnopqrstuvwxyz0123456789";
+    std::random_device random;
+    std::string unique = name + '.';
+    for (int letter = 0; letter < 6; ++letter) {
+        unique.push_back(kLetters[random() % kLetters.size()]);
+    }
+    return unique;
+}
+
 }  // namespace
 
-OutputFile::OutputFile(const std::string& path, std::optional<std::uint64_t> keptLength)
-    : name(path.empty() ? path : behindLinks(path)) {
-    struct stat status {};
+OutputFile::OutputFile(const std::string& path, Journal* runJournal, const Disk& outputDisk)
+    : disk(outputDisk), journal(runJournal), name(path.empty() ? path : behindLinks(path)) {
     if (name.empty()) {
-        addIdentity(STDOUT_FILENO);
-        return;
-    }
-    const bool exists = ::stat(name.c_str(), &status) == 0;
-    if (exists && S_ISDIR(status.st_mode)) {
-        failToWrite(path, EISDIR);
-    }
-    if (exists && !S_ISREG(status.st_mode)) {
-        file.reset(::open(name.c_str(), O_WRONLY | O_CLOEXEC));  // a device or pipe keeps its name
-        if (!file.isOpen()) {
-            failToWrite(path, errno);
-        }
-        return;
-    }
-    if (exists) {
-        written.emplace_back(status.st_dev, status.st_ino);
-    }
-    if (keptLength) {
-        openPart(*keptLength);
+        lookAtStandardOutput();
     } else {
-        openTemporary();
+        lookAtName(path);
     }
-    addIdentity(file.get());
 }
 
 OutputFile::~OutputFile() {
-    if (!temporary.empty() && !isKept) {
-        static_cast<void>(::unlink(temporary.c_str()));
+    if (!temporary.empty() && !isPartKept) {
+        static_cast<void>(disk.remove(temporary));
         Interruption::keep();
     }
 }
 
-void OutputFile::openTemporary() {
-    temporary = name + ".XXXXXX";
-    file.reset(::mkostemp(temporary.data(), O_CLOEXEC));
-    if (!file.isOpen()) {
-        const int error = errno;
-        temporary.clear();
-        failToWrite(name, error);
+void OutputFile::lookAtStandardOutput() {
+    const std::optional<FileMark> mark = markOf(STDOUT_FILENO);
+    if (journal == nullptr || !mark) {
+        return;
     }
-    Interruption::removeAtEnd(temporary);
-    const mode_t mask = ::umask(0);
-    static_cast<void>(::umask(mask));
-    static_cast<void>(::fchmod(file.get(), 0666 & ~mask));
-}
-
-void OutputFile::openPart(std::uint64_t keptLength) {
-    temporary = name + ".part";
-    isKept = true;
-    file.reset(::open(temporary.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666));
-    struct stat status {};
-    if (!file.isOpen() || ::fstat(file.get(), &status) != 0) {
-        failToWrite(temporary, errno);
+    kind = Kind::append;
+    if (!journal->output()) {
+        start = kept = positionOf(STDOUT_FILENO);
+        return;
     }
-    const auto length = static_cast<off_t>(keptLength);
-    if (status.st_size < length) {
-        // The last run was whole: its output has the name already.
-        const Descriptor whole(::open(name.c_str(), O_RDONLY | O_CLOEXEC));
-        struct stat wholeStatus {};
-        if (!whole.isOpen() || ::fstat(whole.get(), &wholeStatus) != 0 ||
-            wholeStatus.st_size < length) {
-            throw RunFailure("the output " + name +
-                             " is not the one that the journal tells of; remove the journal to "
-                             "start anew");
+    isNoted = true;
+    start = journal->output()->start;
+    kept = journal->outputLength();
+    if (journal->output()->mark != *mark) {
+        throw Refusal("the standard output is not the file that the journal " + journal->path() +
+                      " tells of; append to that one with >>");
+    }
+    const std::uint64_t size = sizeOf(STDOUT_FILENO);
+    if (size < kept) {
+        throw Refusal("the standard output holds " + std::to_string(size) + " of the " +
+                      std::to_string(kept) + " bytes that the journal " + journal->path() +
+                      " tells of; append to it with >>, or remove the journal to start anew");
+    }
+    const auto& whole = journal->whole();
+    if (whole && whole->length == kept) {
+        if (size != whole->size) {
+            throw Refusal("the standard output holds " + std::to_string(size) +
+                          " bytes, and not the " + std::to_string(whole->size) +
+                          " that the journal " + journal->path() + " tells of");
         }
-        copyBytes(whole.get(), file.get(), keptLength);
-    }
-    if (::ftruncate(file.get(), length) != 0 || ::lseek(file.get(), length, SEEK_SET) < 0) {
-        failToWrite(temporary, errno);
+        state = State::whole;
     }
 }
 
-void OutputFile::addIdentity(int descriptorOfFile) {
-    if (const auto identity = identityOf(descriptorOfFile)) {
-        written.push_back(*identity);
+void OutputFile::lookAtName(const std::string& path) {
+    struct stat status {};
+    const bool exists = ::stat(name.c_str(), &status) == 0;
+    if (exists && S_ISDIR(status.st_mode)) {
+        check(EISDIR, path);
     }
+    if (exists && !S_ISREG(status.st_mode)) {
+        file.reset(::open(name.c_str(), O_WRONLY | O_CLOEXEC));  // a device or pipe keeps its name
+        check(file.isOpen() ? 0 : errno, path);
+        return;
+    }
+    if (exists) {
+        old.emplace(status.st_dev, status.st_ino);
+    }
+    kind = journal != nullptr ? Kind::part : Kind::fresh;
+    if (kind == Kind::part) {
+        lookAtPart();
+    }
+    if (!file.isOpen()) {
+        makeFile();
+    }
+}
+
+void OutputFile::lookAtPart() {
+    const std::string part = partNameOf(name);
+    const auto& noted = journal->output();
+    kept = journal->outputLength();
+    struct stat status {};
+    if (::lstat(part.c_str(), &status) == 0) {
+        file.reset(::open(part.c_str(), O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+        if (!noted || !file.isOpen() || markOf(file.get()) != noted->mark) {
+            throw Refusal(part + " is not what the journal " + journal->path() +
+                          " left there, and is left as it is");
+        }
+        if (sizeOf(file.get()) < kept) {
+            throw Refusal(part + " is shorter than the journal " + journal->path() +
+                          " tells; remove both to start anew");
+        }
+        temporary = part;
+        isPartKept = isNoted = true;
+        return;
+    }
+    const std::optional<FileMark> mark = markOf(name);
+    if (mark && ::stat(name.c_str(), &status) == 0 &&
+        isWholeOutput(*mark, static_cast<std::uint64_t>(status.st_size))) {
+        state = State::whole;
+    } else if (kept > 0) {
+        throw Refusal("the output " + name + " is not the one that the journal " + journal->path() +
+                      " tells of; remove the journal to start anew");
+    }
+}
+
+bool OutputFile::isWholeOutput(const FileMark& mark, std::uint64_t size) const {
+    const auto& whole = journal->whole();
+    if (whole && whole->output.mark == mark) {
+        return whole->length == kept && whole->size == size;
+    }
+    // It took the name, and the journal could not be told any more.
+    return journal->output() && journal->output()->mark == mark && size >= kept;
+}
+
+void OutputFile::makeFile() {
+    file = makeUnnamedFile(name);
+    if (file.isOpen()) {
+        return;
+    }
+    std::string place = kind == Kind::part ? partNameOf(name) : name + ".XXXXXX";
+    file.reset(kind == Kind::part
+                   ? ::open(place.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666)
+                   : ::mkostemp(place.data(), O_CLOEXEC));
+    check(file.isOpen() ? 0 : errno, name);
+    // From here on a name is to be removed by whatever ends the run before it is whole.
+    temporary = place;
+    if (kind == Kind::fresh) {
+        Interruption::removeAtEnd(temporary);
+        const mode_t mask = ::umask(0);
+        static_cast<void>(::umask(mask));
+        static_cast<void>(::fchmod(file.get(), 0666 & ~mask));
+    }
+}
+
+std::vector<FileIdentity> OutputFile::identities() const {
+    std::vector<FileIdentity> files;
+    for (const auto& identity : {old, identityOf(descriptor())}) {
+        if (identity) {
+            files.push_back(*identity);
+        }
+    }
+    return files;
 }
 
 int OutputFile::descriptor() const noexcept {
     return file.isOpen() ? file.get() : STDOUT_FILENO;
 }
 
-void OutputFile::finish() {
-    if (temporary.empty()) {
+void OutputFile::note() {
+    const bool hasFile = kind == Kind::append || kind == Kind::part;
+    if (hasFile && !isNoted && state != State::whole) {
+        journal->noteOutput({markOf(descriptor()).value_or(FileMark()), start});
+    }
+}
+
+void OutputFile::begin() {
+    if (state == State::whole) {
         return;
     }
-    // A full disk may tell so only now.
-    if (::close(file.release()) != 0 || std::rename(temporary.c_str(), name.c_str()) != 0) {
-        failToWrite(name, errno);
+    state = State::open;
+    if (kind == Kind::part) {
+        giveName(partNameOf(name));
+        isPartKept = true;
     }
-    temporary.clear();
-    Interruption::keep();
+    if (isNoted) {
+        cutToKept();
+    }
+}
+
+void OutputFile::goOn() {
+    if (state != State::whole) {
+        return;
+    }
+    state = State::open;
+    if (kind == Kind::append) {
+        cutToKept();
+        return;
+    }
+    const Descriptor whole(::open(name.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!whole.isOpen() || identityOf(whole.get()) != old) {
+        throw RunFailure("cannot go on with " + name + ", which is another file now");
+    }
+    copyBytes(whole.get(), file.get(), kept);
+    sync();
+    journal->noteOutput({markOf(file.get()).value_or(FileMark()), start});
+    journal->commit([] {});
+    journal->sync();
+    giveName(partNameOf(name));
+    isPartKept = true;
+}
+
+/// Gives a file without a name one, on the disk too.
+void OutputFile::giveName(const std::string& newName) {
+    if (temporary.empty()) {
+        check(disk.link(file.get(), newName), newName);
+        temporary = newName;
+    }
+    check(disk.syncFolderOf(newName), newName);
+}
+
+void OutputFile::giveUniqueName() {
+    constexpr int kMostTries = 100;
+    int error = EEXIST;
+    for (int attempt = 0; temporary.empty() && error == EEXIST && attempt < kMostTries; ++attempt) {
+        const std::string unique = uniqueName(name);
+        error = disk.link(file.get(), unique);
+        if (error == 0) {
+            temporary = unique;
+            Interruption::removeAtEnd(temporary);
+        }
+    }
+    check(temporary.empty() ? error : 0, name);
+}
+
+void OutputFile::cutToKept() const {
+    const int error = disk.truncate(descriptor(), kept);
+    check(error, name.empty() ? "the standard output" : name);
+    static_cast<void>(::lseek(descriptor(), static_cast<off_t>(kept), SEEK_SET));
+}
+
+void OutputFile::sync() const {
+    if (const int error = disk.sync(descriptor()); error != 0) {
+        throw OutputError(error);
+    }
+}
+
+void OutputFile::finish() {
+    if (kind == Kind::stream) {
+        return;
+    }
+    if (state == State::whole) {
+        noteThatItIsWhole();
+        return;
+    }
+    check(disk.sync(descriptor()), name);
+    const std::uint64_t size = sizeOf(descriptor());
+    if (kind != Kind::append) {
+        refuseToReplaceImage(name);  // one may have come meanwhile
+        giveUniqueName();
+        // A full disk may tell so only now.
+        check(::close(file.release()) == 0 ? 0 : errno, name);
+        check(disk.rename(temporary, name), name);
+        temporary.clear();
+        Interruption::keep();
+        check(disk.syncFolderOf(name), name);
+    }
+    if (journal != nullptr) {
+        journal->noteWhole(size);
+    }
+}
+
+/// The run that gave the output its name may have ended before it could say so.
+void OutputFile::noteThatItIsWhole() {
+    const auto& whole = journal->whole();
+    struct stat status {};
+    if (kind == Kind::part && !(whole && whole->output.mark == markOf(name)) &&
+        ::stat(name.c_str(), &status) == 0) {
+        journal->noteWhole(static_cast<std::uint64_t>(status.st_size));
+    }
+}
+
+void OutputFile::check(int error, const std::string& path) const {
+    if (error != 0) {
+        throw RunFailure("cannot write " + path + ": " + systemErrorText(error));
+    }
 }
 
 }  // namespace app

@@ -28,6 +28,7 @@
 #include "app/messages.h"
 #include "app/output.h"
 #include "app/read_limits.h"
+#include "app/run_description.h"
 #include "app/run_failure.h"
 #include "app/run_log.h"
 #include "app/run_output.h"
@@ -125,10 +126,9 @@ int sweepManyFiles(const Arguments& arguments, int standardInput,
     checkFileRoles(arguments);
     std::optional<Journal> journal;
     if (!arguments.run.journal.empty()) {
-        journal.emplace(arguments.run.journal);
+        journal.emplace(arguments.run.journal, describeRun(arguments));
     }
-    RunOutput output(arguments.output,
-                     journal ? std::optional(journal->outputLength()) : std::nullopt, interruption);
+    RunOutput output(arguments.output, journal ? &*journal : nullptr, &interruption);
     BatchRun batch(arguments, output, journal ? &*journal : nullptr, outputColour(arguments.output),
                    standardInput, interruption);
     try {
@@ -159,7 +159,7 @@ int sweepFiles(const Arguments& arguments) {
         return sweepManyFiles(arguments, standardInput.get(), interruption);
     }
     try {
-        RunOutput output(arguments.output, std::nullopt, interruption);
+        RunOutput output(arguments.output, nullptr, &interruption);
         return sweepOneFile(arguments, output, standardInput.get(), interruption);
     } catch (const Interrupted&) {
         return kSignalBase + interruption.signal();

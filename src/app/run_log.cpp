@@ -7,26 +7,46 @@
 
 namespace app {
 
-RunLog::RunLog(const Arguments& programArguments, RunOutput& runOutput, Journal* runJournal)
+RunLog::RunLog(const Arguments& programArguments, RunOutput& runOutput, Journal* runJournal,
+               const Disk& disk)
     : arguments(programArguments),
       output(runOutput),
       journal(runJournal),
       frame(frameOf(arguments.output.format, writerSettings(arguments.output))) {
     if (!arguments.run.failureFile.empty()) {
-        const bool goesOn = journal != nullptr && journal->finishedFiles() > 0;
-        failures.emplace(arguments.run.failureFile,
-                         goesOn ? FailureList::Mode::append : FailureList::Mode::anew,
-                         arguments.input.nulSeparated);
+        failures.emplace(arguments.run.failureFile, arguments.input.nulSeparated, journal, disk);
     }
 }
 
 void RunLog::begin() {
-    const bool goesOn =
-        journal != nullptr && !arguments.output.file.empty() && journal->outputLength() > 0;
-    if (goesOn) {
-        anyShown = journal->outputLength() > frame.head.size();
-    } else {
+    // The journal knows a file before it is written to, so that no other is taken for it.
+    output.note();
+    if (failures) {
+        failures->note();
+    }
+    if (journal != nullptr) {
+        journal->begin();
+    }
+    output.begin();
+    if (failures) {
+        failures->begin();
+    }
+    anyShown = output.keptBytes() > frame.head.size();
+    if (!output.isWhole()) {
+        appendHead();
+    }
+}
+
+void RunLog::appendHead() {
+    if (output.keptBytes() == 0) {
         output.stream().append(frame.head);
+    }
+}
+
+void RunLog::prepare() {
+    if (output.isWhole()) {
+        commitAtOnce();  // what was added so far shows nothing and needs no other output
+        appendHead();
     }
 }
 
@@ -51,14 +71,15 @@ void RunLog::account(const InputFile& file, const FileReport& report,
     }
     if (journal != nullptr) {
         output.stream().flush();
-        journal->add(report, journalEntry, output.bytesWritten());
+        journal->add(report, journalEntry, output.bytesWritten(),
+                     failures ? failures->length() : journal->listLength());
     }
 }
 
 void RunLog::leaveOut(Journal::Ending ending) {
     ++runState.passed;
     ++filesBefore;
-    anyFailedBefore |= ending == Journal::Ending::failed;
+    failedBefore += ending == Journal::Ending::failed ? 1 : 0;
     anyWarnedBefore |= ending == Journal::Ending::warned;
 }
 
@@ -84,15 +105,47 @@ void RunLog::tellFailure(const InputFile& file, const FileReport& report) {
 }
 
 void RunLog::commit() {
-    if (journal != nullptr) {
-        journal->commit();
+    if (journal != nullptr && journal->isDue()) {
+        commitAtOnce();
+    }
+}
+
+void RunLog::commitAtOnce() {
+    if (journal == nullptr) {
+        return;
+    }
+    journal->commit([this] {
+        output.sync();
+        if (failures) {
+            failures->sync();
+        }
+    });
+}
+
+void RunLog::settle() {
+    commitAtOnce();
+    if (failures) {
+        failures->finish();
     }
 }
 
 void RunLog::end() {
-    commit();
-    output.stream().append(frame.tail);
+    output.stream().flush();
+    settle();
+    if (!output.isWhole()) {
+        output.stream().append(frame.tail);
+    }
     output.complete();
+}
+
+std::uint64_t RunLog::changedFiles() const {
+    if (journal == nullptr) {
+        return 0;
+    }
+    const auto& changed = journal->changedFiles();
+    const Format format = arguments.output.format;
+    const bool showsFailures = format != Format::csv && format != Format::text;
+    return changed.read + (showsFailures ? changed.failed : 0);
 }
 
 void RunLog::summarize(int signal) const {
@@ -107,6 +160,11 @@ void RunLog::summarize(int signal) const {
     }
     if (filesBefore > 0) {
         text += "; finished before: " + counted(filesBefore, "file", "files");
+        text += failedBefore > 0 ? ", " + std::to_string(failedBefore) + " failed" : "";
+    }
+    if (const std::uint64_t changed = changedFiles(); changed > 0) {
+        text +=
+            "; changed: " + counted(changed, "file has rows", "files have rows") + " from before";
     }
     printError({signal != 0 ? "interrupted: " : "", text});
     for (const auto& [id, count] : warnings) {
@@ -137,7 +195,7 @@ int RunLog::exitStatus(int signal) const {
     if (signal != 0) {
         return kSignalBase + signal;
     }
-    if (runState.failed > 0 || anyFailedBefore) {
+    if (runState.failed > 0 || failedBefore > 0) {
         return kSomeFailed;
     }
     const bool warned = !warnings.empty() || anyWarnedBefore;

@@ -26,7 +26,8 @@ class RunLog {
 public:
     /// @param runJournal null for none
     /// Throws RunFailure.
-    RunLog(const Arguments& programArguments, RunOutput& runOutput, Journal* runJournal);
+    RunLog(const Arguments& programArguments, RunOutput& runOutput, Journal* runJournal,
+           const Disk& disk = systemDisk());
 
     /// Before the first file.
     void begin();
@@ -38,6 +39,7 @@ public:
     void add(const InputFile& file, const FileReport& report, WritePart&& writePart,
              const std::string& journalEntry = {}) {
         if (report.isShown) {
+            prepare();
             output.stream().append(std::exchange(anyShown, true) ? frame.between : frame.first);
             writePart();
         }
@@ -47,8 +49,13 @@ public:
     /// One file that the journal tells of.
     void leaveOut(Journal::Ending ending);
 
-    /// Makes what was added last: writes it out, then the journal. Cheap when there is no journal.
+    /// Notes what was added in the journal, once it is on the disk. Cheap when there is no journal
+    /// or the last time is not long ago.
     void commit();
+
+    /// Behind the last file of a run, however it ended: leaves the journal and the list of failures
+    /// as they are to stay. Throws RunFailure and OutputError.
+    void settle();
 
     /// Behind the last file, whether or not it is the last of all.
     void end();
@@ -68,6 +75,10 @@ public:
     }
 
 private:
+    void prepare();
+    void appendHead();
+    void commitAtOnce();
+    [[nodiscard]] std::uint64_t changedFiles() const;
     void account(const InputFile& file, const FileReport& report, const std::string& journalEntry);
     void tellWhatIsKept() const;
     void tellFailure(const InputFile& file, const FileReport& report);
@@ -82,7 +93,7 @@ private:
     std::uint64_t filesRead = 0;
     std::uint64_t filesSkipped = 0;
     std::uint64_t filesBefore = 0;  ///< that the journal tells of
-    bool anyFailedBefore = false;
+    std::uint64_t failedBefore = 0;
     bool anyWarnedBefore = false;
     std::uint64_t directories = 0;
     std::map<std::string, std::uint64_t> warnings;

@@ -12,12 +12,13 @@ Descriptor makeRowFile(const OutputChoice& choice) {
 
 }  // namespace
 
-RunOutput::RunOutput(const OutputChoice& choice, std::optional<std::uint64_t> keptLength,
-                     const Interruption& interruption)
-    : file(choice.file, keptLength),
+RunOutput::RunOutput(const OutputChoice& choice, Journal* runJournal,
+                     const Interruption* interruption, const Disk& disk)
+    : file(choice.file, runJournal, disk),
       rows(makeRowFile(choice)),
-      sink(rows.isOpen() ? rows.get() : file.descriptor(), keptLength.value_or(0), &interruption),
-      output(sink) {}
+      sink(rows.isOpen() ? rows.get() : file.descriptor(), file.keptLength(), interruption),
+      goingOn(file, sink),
+      output(goingOn) {}
 
 void RunOutput::complete() {
     output.flush();

@@ -7,11 +7,14 @@
 
 #include <cstdint>
 #include <optional>
+#include <string_view>
 #include <vector>
 
 #include "app/arguments.h"
 #include "app/descriptor.h"
+#include "app/disk.h"
 #include "app/interruption.h"
+#include "app/journal.h"
 #include "app/output.h"
 #include "app/output_file.h"
 
@@ -19,10 +22,15 @@ namespace app {
 
 class RunOutput {
 public:
-    /// @param keptLength with a journal: how much of the output is finished
-    /// Throws RunFailure or OutputError.
-    RunOutput(const OutputChoice& choice, std::optional<std::uint64_t> keptLength,
-              const Interruption& interruption);
+    /// @param runJournal null for none
+    /// Throws RunFailure.
+    RunOutput(const OutputChoice& choice, Journal* runJournal, const Interruption* interruption,
+              const Disk& disk = systemDisk());
+
+    /// Notes in the journal what will be written to; then, once the journal is on the disk, makes
+    /// it ready. Throws RunFailure.
+    void note() { file.note(); }
+    void begin() { file.begin(); }
 
     /// What the files are written to.
     [[nodiscard]] Output& stream() noexcept { return output; }
@@ -30,8 +38,20 @@ public:
     /// The bytes that reached the file.
     [[nodiscard]] std::uint64_t bytesWritten() const noexcept { return sink.bytesWritten(); }
 
+    /// How much of the output an earlier run has written.
+    [[nodiscard]] std::uint64_t keptBytes() const noexcept { return file.keptBytes(); }
+
+    /// Whether an earlier run has made the output whole, and nothing was added.
+    [[nodiscard]] bool isWhole() const noexcept { return file.isWhole(); }
+
     /// What must not be read, because it is written.
     [[nodiscard]] std::vector<FileIdentity> identities() const { return file.identities(); }
+
+    /// A file whose content ends with the run.
+    [[nodiscard]] const std::optional<FileIdentity>& replaced() const { return file.replaced(); }
+
+    /// Brings what reached the file to the disk. Throws OutputError.
+    void sync() const { file.sync(); }
 
     /// Writes out what is there, and makes the table of waiting rows. Throws OutputError and
     /// Interrupted.
@@ -41,9 +61,24 @@ public:
     void finish() { file.finish(); }
 
 private:
+    /// Goes on with an output that was whole when the first byte comes.
+    class GoingOn final : public ByteSink {
+    public:
+        GoingOn(OutputFile& outputFile, ByteSink& byteSink) : file(outputFile), sink(byteSink) {}
+        void write(std::string_view bytes) override {
+            file.goOn();
+            sink.write(bytes);
+        }
+
+    private:
+        OutputFile& file;
+        ByteSink& sink;
+    };
+
     OutputFile file;
     Descriptor rows;  ///< open for a table without fixed columns
     FileDescriptorSink sink;
+    GoingOn goingOn;
     Output output;
 };
 

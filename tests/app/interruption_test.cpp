@@ -93,6 +93,19 @@ TEST_F(InterruptionTest, anOutputFileIsNotReplaced) {
     }
 }
 
+TEST_F(InterruptionTest, nothingStaysOfAnOutputThatWasNotFinished) {
+    const auto before = names();
+    for (const char* const format : {"ndjson", "csv"}) {
+        // With more than its buffer holds, the output is being written.
+        std::vector<std::string> arguments{"--format", format, "--output", "table.csv"};
+        arguments.insert(arguments.end(), 200, "b.tif");
+        Running program = startEndless(arguments);
+        program.send(SIGKILL);
+        EXPECT_EQ(program.wait(), 128 + SIGKILL);
+        EXPECT_EQ(names(), before) << format;
+    }
+}
+
 TEST_F(InterruptionTest, atRandomMomentsLinesAreWhole) {
     fs::create_directory(in("many"));
     programfiles::writeMany(in("many"), 1000);

@@ -115,6 +115,17 @@ TEST_F(NothingDestroyed, ByAPatternOfTheShell) {
     EXPECT_TRUE(stateOf(in("")) == before);
 }
 
+TEST_F(NothingDestroyed, ByAListThatIsAPipe) {
+    for (const char* const option : {"--output", "--failures"}) {
+        const Ending given = shell(std::string("cat list | $PROGRAM --files-from - ") + option +
+                                   " letter.txt --format ndjson");
+        EXPECT_EQ(given.status, 2) << option;
+        EXPECT_NE(given.error.find("letter.txt cannot be both read and written"), std::string::npos)
+            << given.error;
+        EXPECT_TRUE(stateOf(in("")) == before) << option;
+    }
+}
+
 TEST_F(NothingDestroyed, AFileThatMayBeAnImage) {
     programfiles::write(in("closed"), programfiles::image(3));
     fs::permissions(in("closed"), fs::perms::none);

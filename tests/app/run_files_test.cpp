@@ -16,6 +16,7 @@
 #include "app/file_report.h"
 #include "app/file_roles.h"
 #include "app/journal.h"
+#include "app/keyed_hash.h"
 #include "app/packed.h"
 #include "app/progress.h"
 #include "app/run_failure.h"
@@ -164,18 +165,31 @@ protected:
 
     std::optional<app::Journal::Ending> endingOf(const app::InputFile& file) const {
         std::string entry;
-        return app::Journal(path("journal")).endingOf(file, entry);
+        return app::Journal(path("journal"), kRun).endingOf(file, entry);
+    }
+
+    /// A journal that was begun, of a run with nothing in it.
+    std::string emptyJournal() const {
+        app::Journal(path("journal"), kRun).begin();
+        return contents(path("journal"));
+    }
+
+    static void commit(app::Journal& journal) {
+        journal.commit([] {});
     }
 
     /// Notes a file that is finished.
     void finish(const app::InputFile& file, const app::FileReport& report,
                 std::uint64_t length) const {
-        app::Journal journal(path("journal"));
+        app::Journal journal(path("journal"), kRun);
+        journal.begin();
         std::string entry;
         EXPECT_FALSE(journal.endingOf(file, entry).has_value());
-        journal.add(report, entry, length);
-        journal.commit();
+        journal.add(report, entry, length, length / 10);
+        commit(journal);
     }
+
+    inline static const std::vector<std::string> kRun{"ifdsweep 1", "--format csv", "--max 2"};
 
     TemporaryFolder folder;
 };
@@ -189,14 +203,14 @@ TEST_F(JournalTest, tellsWhatIsFinished) {
         write(path(name), "bytes");
     }
     write(path(odd), "bytes");
-    EXPECT_EQ(app::Journal(path("journal")).outputLength(), 0U);
+    EXPECT_EQ(app::Journal(path("journal"), kRun).outputLength(), 0U);
     finish(input("a.tif"), readReport(), 10);
     finish(input("b.tif"), readReport(true), 20);
     finish(input("c.tif"), app::failureReport("why"), 20);
     finish(input("d.tif"), skipped, 20);
     finish(input(odd), readReport(), 300);
     finish(input("none.tif"), app::failureReport("why"), 300);
-    const app::Journal journal(path("journal"));
+    const app::Journal journal(path("journal"), kRun);
     EXPECT_EQ(journal.outputLength(), 300U);
     EXPECT_EQ(journal.finishedFiles(), 6U);
     EXPECT_EQ(endingOf(input("a.tif")), Ending::read);
@@ -206,7 +220,8 @@ TEST_F(JournalTest, tellsWhatIsFinished) {
     EXPECT_EQ(endingOf(input(odd)), Ending::read);
     EXPECT_EQ(endingOf(input("none.tif")), Ending::failed);
     EXPECT_EQ(endingOf(input("e.tif")), std::nullopt);
-    EXPECT_EQ(linesOf(contents(path("journal"))).size(), 7U);
+    EXPECT_EQ(journal.listLength(), 30U);
+    EXPECT_EQ(linesOf(contents(path("journal"))).size(), 5U + 6);
 }
 
 TEST_F(JournalTest, aChangeOfSizeOrTimeIsSeen) {
@@ -232,48 +247,182 @@ TEST_F(JournalTest, aPathThatCouldNotBeTriedIsFinishedWithItsReason) {
 }
 
 TEST_F(JournalTest, whatIsNotCommittedIsNotThere) {
-    app::Journal journal(path("journal"));
+    app::Journal journal(path("journal"), kRun);
+    journal.begin();
     std::string entry;
     static_cast<void>(journal.endingOf(input("a.tif"), entry));
-    journal.add(readReport(), entry, 10);
+    journal.add(readReport(), entry, 10, 0);
     EXPECT_FALSE(endingOf(input("a.tif")).has_value());
-    journal.commit();
+    commit(journal);
     EXPECT_TRUE(endingOf(input("a.tif")).has_value());
-    journal.commit();
-    EXPECT_EQ(app::Journal(path("journal")).finishedFiles(), 1U);
+    commit(journal);
+    EXPECT_EQ(app::Journal(path("journal"), kRun).finishedFiles(), 1U);
 }
 
 TEST_F(JournalTest, aLastLineThatIsCutIsDropped) {
+    const std::size_t first = emptyJournal().size();
     finish(input("a.tif"), readReport(), 10);
     finish(input("none.tif"), readReport(), 20);
     const std::string whole = contents(path("journal"));
     const std::size_t second = whole.rfind('\n', whole.size() - 2) + 1;
-    const std::size_t first = whole.find('\n') + 1;
     for (std::size_t length = 0; length <= whole.size(); ++length) {
-        write(path("journal"), whole.substr(0, length));
         const std::uint64_t expected = length < second ? 0U : length < whole.size() ? 1U : 2U;
-        EXPECT_EQ(app::Journal(path("journal")).finishedFiles(), expected) << length;
-        EXPECT_EQ(app::Journal(path("journal")).outputLength(), expected * 10);
-        const std::size_t kept = length < second ? first : length < whole.size() ? second : length;
-        EXPECT_EQ(contents(path("journal")), whole.substr(0, kept)) << length;
+        // The rest is not there, or the power failed before it was.
+        for (const std::size_t lost : {0U, 5000U}) {
+            write(path("journal"), whole.substr(0, length) + std::string(lost, '\0'));
+            if (length < first && lost > 0) {
+                continue;  // a head is on the disk before anything else is
+            }
+            app::Journal journal(path("journal"), kRun);
+            EXPECT_EQ(journal.finishedFiles(), expected) << length;
+            EXPECT_EQ(journal.outputLength(), expected * 10);
+            journal.begin();
+            const std::size_t kept = length < second         ? first
+                                     : length < whole.size() ? second
+                                                             : length;
+            EXPECT_EQ(contents(path("journal")), whole.substr(0, kept)) << length;
+        }
     }
+}
+
+TEST_F(JournalTest, nothingIsWrittenBeforeItBegins) {
+    const std::string whole = emptyJournal() + "r 1 0 2 3 4 a\nr 5 0";
+    write(path("journal"), whole);
+    EXPECT_EQ(app::Journal(path("journal"), kRun).finishedFiles(), 1U);
+    EXPECT_EQ(contents(path("journal")), whole);
+    fs::remove(path("journal"));
+    EXPECT_EQ(app::Journal(path("journal"), kRun).finishedFiles(), 0U);
+    EXPECT_FALSE(fs::exists(path("journal")));
+    // Nor is a link taken away that leads to no file yet.
+    fs::create_symlink("elsewhere", path("link"));
+    EXPECT_EQ(app::Journal(path("link"), kRun).finishedFiles(), 0U);
+    EXPECT_TRUE(fs::is_symlink(path("link")));
+}
+
+TEST_F(JournalTest, itTellsWhereTheOutputIs) {
+    {
+        app::Journal journal(path("journal"), kRun);
+        EXPECT_FALSE(journal.output() || journal.list() || journal.whole());
+        journal.noteOutput({{{7, 8}, -1, 9}, 100});
+        journal.noteList({{9, 10}, 1, 2});
+        journal.begin();
+        EXPECT_EQ(journal.outputLength(), 100U);
+    }
+    EXPECT_EQ(app::Journal(path("journal"), kRun).outputLength(), 100U);
+    finish(input("a.tif"), readReport(), 150);
+    {
+        app::Journal journal(path("journal"), kRun);
+        EXPECT_TRUE(journal.output()->mark == (app::FileMark{{7, 8}, -1, 9}));
+        EXPECT_EQ(journal.output()->start, 100U);
+        EXPECT_TRUE(journal.list() == (app::FileMark{{9, 10}, 1, 2}));
+        EXPECT_FALSE(journal.whole());
+        journal.noteWhole(160);
+    }
+    finish(input("b.tif"), readReport(), 200);
+    const app::Journal journal(path("journal"), kRun);
+    ASSERT_TRUE(journal.whole());
+    EXPECT_TRUE(journal.whole()->output.mark == (app::FileMark{{7, 8}, -1, 9}));
+    EXPECT_EQ(journal.whole()->length, 150U);
+    EXPECT_EQ(journal.whole()->size, 160U);
+    EXPECT_EQ(journal.outputLength(), 200U);
+}
+
+TEST_F(JournalTest, anotherRunIsRefusedWithWhatDiffers) {
+    const std::string before = emptyJournal();
+    const auto refusalOf = [this](std::vector<std::string> phrases) -> std::string {
+        try {
+            const app::Journal journal(path("journal"), std::move(phrases));
+        } catch (const app::Refusal& refusal) {
+            return refusal.what();
+        }
+        return "";
+    };
+    const auto differing = [this](const std::string& difference) {
+        return "the journal " + path("journal") + " was begun with " + difference +
+               "; run it as before, or remove the journal to start anew";
+    };
+    EXPECT_EQ(refusalOf(kRun), "");
+    EXPECT_EQ(refusalOf({"ifdsweep 1", "--format ndjson", "--max 2"}),
+              differing("--format csv, now --format ndjson"));
+    EXPECT_EQ(refusalOf({"ifdsweep 1", "--format ndjson", "--max 3"}),
+              differing("--format csv, --max 2, now --format ndjson, --max 3"));
+    EXPECT_EQ(refusalOf({"ifdsweep 2", "--more", "--phrases"}),
+              differing("ifdsweep 1, now ifdsweep 2"));
+    EXPECT_EQ(contents(path("journal")), before);
+    write(path("journal"), "ifdsweep journal 1\nr 1 2 3 a\n");
+    EXPECT_NE(refusalOf(kRun).find("was begun by an older ifdsweep"), std::string::npos);
+}
+
+TEST_F(JournalTest, aDateFarAwayIsTwoNumbers) {
+    // As nanoseconds, the year 2300 does not fit in 64 bits.
+    const timespec time{10413792000, 123456789};
+    const timespec times[2] = {time, time};
+    ASSERT_EQ(::utimensat(AT_FDCWD, path("a.tif").c_str(), times, 0), 0);
+    finish(input("a.tif"), readReport(), 10);
+    EXPECT_TRUE(endingOf(input("a.tif")).has_value());
+    EXPECT_NE(contents(path("journal")).find("r 10 1 5 10413792000 123456789 "), std::string::npos);
+    const timespec early{-7, 5};
+    const timespec earlyTimes[2] = {early, early};
+    ASSERT_EQ(::utimensat(AT_FDCWD, path("a.tif").c_str(), earlyTimes, 0), 0);
+    finish(input("a.tif"), readReport(), 10);
+    EXPECT_TRUE(endingOf(input("a.tif")).has_value());
+}
+
+TEST_F(JournalTest, filesThatHaveChangedAreCounted) {
+    finish(input("a.tif"), readReport(), 10);
+    finish(input("none.tif"), app::failureReport("why"), 10);
+    app::FileReport skipped;
+    skipped.ending = app::FileReport::Ending::skipped;
+    write(path("letter"), "Dear sir");
+    finish(input("letter"), skipped, 10);
+    for (const char* const name : {"a.tif", "none.tif", "letter", "new.tif"}) {
+        write(path(name), "changed since");
+    }
+    app::Journal journal(path("journal"), kRun);
+    journal.begin();
+    for (const char* const name : {"a.tif", "none.tif", "letter", "new.tif"}) {
+        std::string entry;
+        EXPECT_FALSE(journal.endingOf(input(name), entry).has_value());
+        journal.add(readReport(), entry, 20, 0);
+    }
+    EXPECT_EQ(journal.changedFiles().read, 1U);
+    EXPECT_EQ(journal.changedFiles().failed, 1U);
+}
+
+TEST(KeyedHashTest, isSipHash) {
+    // The vectors of its authors: the key 00 01 ... 0f, the text 00 01 ... of each length.
+    const app::HashKey key{0x0706050403020100U, 0x0f0e0d0c0b0a0908U};
+    std::string text;
+    const std::pair<std::size_t, std::uint64_t> rows[] = {{0, 0x726fdb47dd0e0e31U},
+                                                          {1, 0x74f839c593dc67fdU},
+                                                          {7, 0xab0200f58b01d137U},
+                                                          {8, 0x93f5f5799a932462U},
+                                                          {15, 0xa129ca6149be45e5U}};
+    for (const auto& [size, expected] : rows) {
+        while (text.size() < size) {
+            text.push_back(static_cast<char>(text.size()));
+        }
+        EXPECT_EQ(app::keyedHash(text, key), expected) << size;
+    }
+    EXPECT_NE(app::makeHashKey(), app::makeHashKey());
 }
 
 TEST_F(JournalTest, manyLinesAreReadInPieces) {
     // More than the journal reads at a time.
     const std::string long1(200, 'n');
     {
-        app::Journal journal(path("journal"));
+        app::Journal journal(path("journal"), kRun);
+        journal.begin();
         for (std::uint64_t number = 0; number < 12000; ++number) {
             std::string entry;
             static_cast<void>(
                 journal.endingOf({long1 + std::to_string(number), app::Sniff::off, ""}, entry));
-            journal.add(readReport(), entry, number);
+            journal.add(readReport(), entry, number, 0);
         }
-        journal.commit();
+        commit(journal);
     }
     ASSERT_GT(fs::file_size(path("journal")), 2U << 20);
-    const app::Journal journal(path("journal"));
+    const app::Journal journal(path("journal"), kRun);
     EXPECT_EQ(journal.finishedFiles(), 12000U);
     EXPECT_EQ(journal.outputLength(), 11999U);
     std::string entry;
@@ -285,51 +434,77 @@ TEST_F(JournalTest, manyLinesAreReadInPieces) {
 }
 
 TEST_F(JournalTest, foreignFilesAreRefusedUntouched) {
-    const std::string head = "ifdsweep journal 1\n";
-    for (const std::string& foreign :
-         {std::string("x"), std::string("x\n"), std::string(3U << 20, 'x'),
-          std::string("ifdsweep journal 9\n"), head + "\n", head + "r\n", head + "x 1 2 3 a\n",
-          head + "r1 2 3 a\n", head + "r -1 2 3 a\n", head + "r 1\n",
-          head + "r 99999999999999999999 2 3 a\n"}) {
+    const std::string head = emptyJournal();
+    for (const std::string& foreign : {std::string("x"),
+                                       std::string("x\n"),
+                                       std::string(3U << 20, 'x'),
+                                       std::string("ifdsweep journal 9\n"),
+                                       std::string("ifdsweep journal 2\nhello\n"),
+                                       head.substr(0, head.size() - 1) + "--more\n\n",
+                                       head + "\n",
+                                       head + "r\n",
+                                       head + "x 1 2 3 4 5 a\n",
+                                       head + "r1 2 3 4 5 a\n",
+                                       head + "r -1 2 3 4 5 a\n",
+                                       head + "r 1\n",
+                                       head + "r 1 2 3 4 5\n",
+                                       head + "r 1 2 3 4 5 \n",
+                                       head + "r 99999999999999999999 2 3 4 5 a\n",
+                                       head + "o 1\n",
+                                       head + "o 1 2 3 4 5 6\n",
+                                       head + "l 1 x\n",
+                                       head + "d 1\n",
+                                       head + "o 1 2 3 4 5\nd x\n"}) {
         write(path("journal"), foreign);
-        EXPECT_THROW(app::Journal(path("journal")), app::RunFailure) << foreign.substr(0, 99);
+        EXPECT_THROW(app::Journal(path("journal"), kRun), app::Refusal) << foreign.substr(0, 99);
         EXPECT_TRUE(contents(path("journal")) == foreign) << foreign.substr(0, 99);
     }
-    EXPECT_THROW(app::Journal(folder.path().string()), app::RunFailure);
-    EXPECT_THROW(app::Journal("/dev/null"), app::RunFailure);
+    EXPECT_THROW(app::Journal(folder.path().string(), kRun), app::RunFailure);
+    EXPECT_THROW(app::Journal("/dev/null", kRun), app::Refusal);
 }
 
 class FailureListTest : public JournalTest {};
 
 TEST_F(FailureListTest, linesAreReadBack) {
-    using Mode = app::FailureList::Mode;
     {
-        app::FailureList list(path("failed"), Mode::anew, false);
+        app::FailureList list(path("failed"), false, nullptr);
+        list.begin();
         list.add("a b.tif", "why\nand how");
         list.add("c#.tif", "");
     }
     EXPECT_EQ(contents(path("failed")), "a b.tif\t# why and how\nc#.tif\t# \n");
-    app::FailureList(path("failed"), Mode::append, false).add("d.tif", "x\t# y");
     const auto lines = linesOf(contents(path("failed")));
-    ASSERT_EQ(lines.size(), 3U);
+    ASSERT_EQ(lines.size(), 2U);
     EXPECT_EQ(app::pathOfFailureLine(lines[0]), "a b.tif");
     EXPECT_EQ(app::pathOfFailureLine(lines[1]), "c#.tif");
-    EXPECT_EQ(app::pathOfFailureLine(lines[2]), "d.tif");
+    EXPECT_EQ(app::pathOfFailureLine("d.tif\t# x\t# y"), "d.tif");
     EXPECT_EQ(app::pathOfFailureLine("a.tif"), "a.tif");
     EXPECT_EQ(app::pathOfFailureLine("a # b\t#c"), "a # b\t#c");
-    app::FailureList(path("failed"), Mode::anew, true).add("two\nlines", "why");
+    app::FailureList(path("failed"), true, nullptr).add("two\nlines", "why");
     EXPECT_EQ(contents(path("failed")), std::string("two\nlines\0", 10));
 }
 
 TEST_F(FailureListTest, namesThatALineCannotHold) {
-    const app::FailureList lines(path("failed"), app::FailureList::Mode::anew, false);
+    const app::FailureList lines(path("failed"), false, nullptr);
     EXPECT_TRUE(lines.canHold("a\tb # c"));
     EXPECT_FALSE(lines.canHold("a\nb"));
     EXPECT_FALSE(lines.canHold("a\t# b"));
-    const app::FailureList withNul(path("failed"), app::FailureList::Mode::anew, true);
+    const app::FailureList withNul(path("failed"), true, nullptr);
     EXPECT_TRUE(withNul.canHold("a\nb\t# c"));
-    EXPECT_THROW(app::FailureList(path("none/failed"), app::FailureList::Mode::anew, false),
-                 app::RunFailure);
+    EXPECT_THROW(app::FailureList(path("none/failed"), false, nullptr), app::RunFailure);
+}
+
+TEST_F(FailureListTest, anOldListIsEmptiedLate) {
+    write(path("failed"), "old");
+    {
+        app::FailureList refused(path("failed"), false, nullptr);
+        refused.begin();
+    }
+    EXPECT_EQ(contents(path("failed")), "old");
+    app::FailureList(path("failed"), false, nullptr).finish();
+    EXPECT_EQ(contents(path("failed")), "");
+    { const app::FailureList refused(path("new"), false, nullptr); }
+    EXPECT_FALSE(fs::exists(path("new")));
 }
 
 class FileRolesTest : public JournalTest {};
@@ -347,16 +522,16 @@ TEST_F(FileRolesTest, aFileHasOneRole) {
          {&arguments.output.file, &arguments.run.failureFile, &arguments.run.journal}) {
         const std::string before = *name;
         *name = path("same.tif");
-        EXPECT_THROW(app::checkFileRoles(arguments), app::RunFailure);
+        EXPECT_THROW(app::checkFileRoles(arguments), app::Refusal);
         *name = before;
     }
     arguments.input.listFile = path("b.tif");
-    EXPECT_THROW(app::checkFileRoles(arguments), app::RunFailure);
+    EXPECT_THROW(app::checkFileRoles(arguments), app::Refusal);
     arguments.input.listFile.clear();
     arguments.run.journal = path("failed");
-    EXPECT_THROW(app::checkFileRoles(arguments), app::RunFailure);
+    EXPECT_THROW(app::checkFileRoles(arguments), app::Refusal);
     arguments.run.journal = path("./b.tif");
-    EXPECT_THROW(app::checkFileRoles(arguments), app::RunFailure);
+    EXPECT_THROW(app::checkFileRoles(arguments), app::Refusal);
     // A device may be written in several ways.
     arguments.run.journal.clear();
     arguments.output.file = "/dev/null";
