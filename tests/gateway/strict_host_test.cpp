@@ -11,6 +11,8 @@
 
 #include <boost/numeric/conversion/cast.hpp>
 
+#include <array>
+#include <bit>
 #include <cstring>
 #include <limits>
 #include <memory>

@@ -1,6 +1,7 @@
 // What a level of nesting takes of a thread's stack: hosts start threads with small ones.
 
 #include <array>
+#include <cerrno>
 #include <cstddef>
 #include <cstring>
 #include <system_error>
