@@ -35,6 +35,10 @@ constexpr std::int64_t kLongBeforeOthers = 100 * kMillisecond;
 // How much longer than the time limit a worker may be silent, whatever it says of itself.
 constexpr std::int64_t kMostDelay = 1000 * kMillisecond;
 
+// Files that are taken over before the caller has them: the others wait in their sockets, where
+// they take no descriptor of this process.
+constexpr std::size_t kMostFilesAtATime = 8;
+
 // Processes, memory and descriptors may be there a moment later.
 constexpr std::int64_t kStartPause = 200 * kMillisecond;
 constexpr int kStartTries = 10;
@@ -305,6 +309,7 @@ std::vector<WorkerAnswer> WorkerPool::wait(std::chrono::milliseconds most,
     std::erase_if(leftBehind, [](pid_t process) {
         return waitForEnd(process, std::chrono::nanoseconds(0)).has_value();
     });
+    filesTaken = 0;
     return std::exchange(answers, {});
 }
 
@@ -356,7 +361,7 @@ void WorkerPool::takeBack() {
 }
 
 void WorkerPool::receive(Worker& worker) {
-    while (worker.process) {
+    while (worker.process && filesTaken < kMostFilesAtATime) {
         Received piece = receiveWithFiles(worker.process->socket(), received, 1, MSG_DONTWAIT);
         if (piece.size > 0) {
             if (!takeReceived(worker, piece)) {
@@ -437,6 +442,7 @@ bool WorkerPool::takeAnswer(Worker& worker, std::string_view message) {
         answer.report = unpacked->report;
         answer.part.bytes = unpacked->bytes;
         if (file) {
+            ++filesTaken;
             answer.part.spill = std::move(*file);
             answer.part.spillSize = *unpacked->spillSize;
         }

@@ -138,6 +138,7 @@ private:
     std::vector<Worker> workers;
     std::deque<Request> pending;        ///< with no worker yet
     std::vector<WorkerAnswer> answers;  ///< not given to the caller yet
+    std::size_t filesTaken = 0;         ///< with these answers
     std::vector<pid_t> leftBehind;      ///< processes that would not end
     std::int64_t startAgain = 0;        ///< when a process may be started after one could not be
     int failedStarts = 0;               ///< since the last that did not fail

@@ -2,12 +2,14 @@
 // file or a worker, never the run.
 
 #include <algorithm>
+#include <chrono>
 #include <csignal>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -93,14 +95,51 @@ TEST_F(ExhaustionTest, fewDescriptorsCostFilesAtMost) {
 }
 
 TEST_F(ExhaustionTest, largePartsBehindASlowFileTakeNoDescriptors) {
+    // Directories that share their numbers: many large parts come soon, from many workers at once.
+    constexpr std::uint32_t kDirectories = 40;
+    constexpr std::uint32_t kSize = 2 + 12 + 4;
+    constexpr std::uint32_t kValues = 3000;
+    std::string bytes("II*\0\x8\0\0\0", 8);
+    const auto put = [&bytes](std::uint32_t number, std::size_t width) {
+        for (std::size_t at = 0; at < width; ++at) {
+            bytes.push_back(static_cast<char>(number >> (8 * at) & 0xFF));
+        }
+    };
+    for (std::uint32_t index = 1; index <= kDirectories; ++index) {
+        put(1, 2);
+        put(50000, 2);
+        put(4, 2);
+        put(kValues, 4);
+        put(8 + kDirectories * kSize, 4);
+        put(index < kDirectories ? 8 + index * kSize : 0, 4);
+    }
+    for (std::uint32_t value = 0; value < kValues; ++value) {
+        put(1234567890, 4);
+    }
     programfiles::write(in("000.tif"), programfiles::endlessImage());
-    writeLarge(300);
-    Launch launch = launchOf("2");
-    launch.arguments.insert(launch.arguments.end(),
-                            {"--read-budget", "unlimited", "--timeout", "3"});
-    launch.prepare = [] { limit(RLIMIT_NOFILE, 256); };
-    const Ending given = run(launch);
-    EXPECT_NE(given.error.find("300 files read, 1 failed"), std::string::npos) << given.error;
+    programrun::write(in("100.tif"), bytes);
+    constexpr int kFiles = 300;
+    for (int number = 101; number < 100 + kFiles; ++number) {
+        fs::create_hard_link(in("100.tif"), in(std::to_string(number) + ".tif"));
+    }
+    for (const char* const jobs : {"8", "64"}) {
+        Launch launch = launchOf(jobs);
+        launch.arguments.insert(launch.arguments.end(),
+                                {"--read-budget", "unlimited", "--timeout", "15"});
+        launch.prepare = [] { limit(RLIMIT_NOFILE, 256); };
+        Running program = start(launch);
+        pid_t slow = -1;
+        ASSERT_TRUE(comesTrue([&] {
+            slow = programrun::readerOf(program.process(), "000.tif");
+            return slow > 0;
+        }));
+        // Behind it the others are read, until only its worker has anything to do.
+        std::this_thread::sleep_for(std::chrono::seconds(5));
+        ::kill(slow, SIGKILL);
+        const Ending given = endingOf(program.wait());
+        EXPECT_NE(given.error.find("300 files read, 1 failed"), std::string::npos)
+            << jobs << given.error.substr(0, 1000);
+    }
 }
 
 TEST_F(ExhaustionTest, aSoftLimitOfDescriptorsIsRaised) {
