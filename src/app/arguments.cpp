@@ -174,10 +174,16 @@ void addReadOptions(OptionBinder& bind, ReadChoice& read) {
     bind.value("--offset", "a number", storeNumber(read.offset));
     bind.value("--first", "a number", storeNumber(read.first));
     bind.value("--max", "a number", storeNumber(read.max));
-    bind.value("--read-budget", "a number of bytes or unlimited", [&read](const std::string& text) {
-        read.readBudget = text == "unlimited" ? host::kUnlimitedReads : parseByteCount(text);
-        return read.readBudget.has_value();
-    });
+    const auto storeBudget = [](std::optional<std::uint64_t>& budget, std::uint64_t unlimited) {
+        return [&budget, unlimited](const std::string& text) {
+            budget = text == "unlimited" ? unlimited : parseByteCount(text);
+            return budget.has_value();
+        };
+    };
+    constexpr const char* kBudget = "a number of bytes or unlimited";
+    bind.value("--read-budget", kBudget, storeBudget(read.readBudget, host::kUnlimitedReads));
+    bind.value("--value-budget", kBudget,
+               storeBudget(read.valueBudget, host::ValueBudget::kUnlimited));
 }
 
 /// @param complaint what is wrong with options that are each right

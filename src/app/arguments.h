@@ -52,6 +52,9 @@ struct ReadChoice {
     /// Bytes of each file that may be read: absent for the default of the host, which depends on
     /// the file's size; `host::kUnlimitedReads` for no limit.
     std::optional<std::uint64_t> readBudget;
+    /// What the values and warnings of each file may come to: the same, with
+    /// `host::ValueBudget::kUnlimited`.
+    std::optional<std::uint64_t> valueBudget;
 };
 
 /// What is shown, and how.

@@ -25,6 +25,7 @@ FileSweeper::FileSweeper(const Arguments& programArguments, Output& output, Colo
       writer(makeResultWriter(arguments.output.format, output, colour,
                               writerSettings(arguments.output))) {
     host.setReadBudget(arguments.read.readBudget);
+    host.setValueBudget(arguments.read.valueBudget);
 }
 
 void FileSweeper::serveStandardInput() {

@@ -1,5 +1,7 @@
 #include "app/indenting_sink.h"
 
+#include <algorithm>
+
 namespace app {
 
 void IndentingSink::write(std::string_view bytes) {
@@ -15,8 +17,11 @@ void IndentingSink::write(std::string_view bytes) {
 }
 
 void IndentingSink::breakLine() {
+    const std::size_t shallow = std::min(depth, kShallow);
+    const std::size_t deep = std::min(2 * (depth - shallow), deepSpaces);
+    deepSpaces -= deep;
     destination.append('\n');
-    destination.append(2 * depth, ' ');
+    destination.append(2 * shallow + deep, ' ');
 }
 
 void IndentingSink::writeOutside(char character) {

@@ -28,7 +28,8 @@ constexpr std::array kOptions{
     OptionRow{"--offset", "N", "byte position of the TIFF stream in the file\n(default: 0; in a JPEG file, that of its Exif data)", kRead, ValueKind::other, ""},
     OptionRow{"--first", "N", "directories of the primary chain to skip (default: 0)", kRead, ValueKind::other, ""},
     OptionRow{"--max", "N", "most directories of the primary chain to read\n(default: 0, no limit)", kRead, ValueKind::other, ""},
-    OptionRow{"--read-budget", "BYTES", "bytes that may be read of each file, with 64 for every\njump, or \"unlimited\" (default: 16 MiB and 8 times the\nfile's size)", kRead, ValueKind::words, "unlimited"},
+    OptionRow{"--read-budget", "BYTES", "bytes that may be read of each file, with 64 for every\njump, or \"unlimited\" (default: 256 KiB and 8 times the\nfile's size)", kRead, ValueKind::words, "unlimited"},
+    OptionRow{"--value-budget", "BYTES", "bytes that each file's values and warnings may come to,\nor \"unlimited\" (default: 64 MiB and 32 times the\nfile's size)", kRead, ValueKind::words, "unlimited"},
 
     OptionRow{"--format", "FORMAT", "text: for reading (default)\njson: an array with an object per file, natural values\nndjson: the same objects, one per line\ntyped: a line of JSON per file, with the class and size\nof every value\ncsv: a row per directory (RFC 4180)", kOutput, ValueKind::words, "text json ndjson typed csv"},
     OptionRow{"--output", "FILE", "write to FILE, which appears when it is whole", kOutput, ValueKind::file, ""},

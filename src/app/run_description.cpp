@@ -127,6 +127,7 @@ std::vector<std::string> describeRun(const Arguments& arguments) {
                                      "--first " + numberText(read.first),
                                      "--max " + numberText(read.max),
                                      valuePhrase("--read-budget", limitText(read.readBudget)),
+                                     valuePhrase("--value-budget", limitText(read.valueBudget)),
                                      timeZonePhrase(),
                                      valuePhrase("--failures", pathText(arguments.run.failureFile)),
                                      flagPhrase("--null", arguments.input.nulSeparated),

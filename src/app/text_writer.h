@@ -7,6 +7,7 @@
 //
 // Ownership: borrows its output. Threads: one at a time.
 
+#include <algorithm>
 #include <cstddef>
 #include <string>
 #include <string_view>
@@ -41,7 +42,10 @@ private:
     void appendUnknownTags(const host::Value& tags, std::size_t depth);
     void appendWarning(const qxMessage& warning);
     void appendWarningCount(const WarningCount& warning);
-    void indent(std::size_t depth) { output.append(2 * depth, ' '); }
+    /// Real files do not nest so deep; one that nests 64 directories is not all spaces.
+    static constexpr std::size_t kDeepest = 16;
+
+    void indent(std::size_t depth) { output.append(2 * std::min(depth, kDeepest), ' '); }
 
     Colour colour;
     TextLimits limits;

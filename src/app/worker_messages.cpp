@@ -42,11 +42,12 @@ std::optional<std::uint64_t> takeOptional(Unpacker& bytes) {
 // The bindings name every member, so that one more does not build before it is packed.
 
 void putRead(std::string& bytes, const ReadChoice& choice) {
-    const auto& [offset, first, max, readBudget] = choice;
+    const auto& [offset, first, max, readBudget, valueBudget] = choice;
     putOptional(bytes, offset ? std::optional(bitsOf(*offset)) : std::nullopt);
     packed::putNumber(bytes, bitsOf(first));
     packed::putNumber(bytes, bitsOf(max));
     putOptional(bytes, readBudget);
+    putOptional(bytes, valueBudget);
 }
 
 void takeRead(Unpacker& bytes, ReadChoice& choice) {
@@ -56,6 +57,7 @@ void takeRead(Unpacker& bytes, ReadChoice& choice) {
     choice.first = std::bit_cast<double>(bytes.number());
     choice.max = std::bit_cast<double>(bytes.number());
     choice.readBudget = takeOptional(bytes);
+    choice.valueBudget = takeOptional(bytes);
 }
 
 void putField(std::string& bytes, const ChosenField& field) {

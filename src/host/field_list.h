@@ -24,6 +24,12 @@ public:
         return number < names.size() ? std::string_view(names[number]) : std::string_view();
     }
 
+    /// What the list takes, about: what values count for it against their budget.
+    [[nodiscard]] std::size_t memory() const noexcept {
+        constexpr std::size_t kName = 64;  // a string with a block of its own
+        return names.size() * kName + (table.size() + successor.size()) * sizeof table[0];
+    }
+
     /// Whether every name consists of letters, digits and underscores of ASCII, at most 63.
     [[nodiscard]] bool areIdentifiers() const noexcept { return identifiersOnly; }
 

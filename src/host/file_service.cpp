@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <ctime>
+#include <limits>
 #include <new>
 #include <stdexcept>
 #include <string_view>
@@ -22,13 +23,36 @@ namespace host {
 
 namespace {
 
-/// The budget of a file without a setting: room to read every byte several times and for shared
-/// values in small files; a loop ends within a second.
-std::uint64_t defaultBudget(std::uint64_t fileSize) noexcept {
-    constexpr std::uint64_t kBase = std::uint64_t{16} * 1024 * 1024;
-    constexpr std::uint64_t kTimesRead = 8;
-    return fileSize > (kUnlimitedReads - kBase) / kTimesRead ? kUnlimitedReads
-                                                             : kBase + kTimesRead * fileSize;
+/// A budget without a setting: a base, and so much for each byte of the file.
+struct DefaultBudget {
+    std::uint64_t base;
+    std::uint64_t perByte;
+
+    [[nodiscard]] constexpr std::uint64_t of(std::uint64_t fileSize) const noexcept {
+        constexpr std::uint64_t kMost = std::numeric_limits<std::uint64_t>::max();
+        return fileSize > (kMost - base) / perByte ? kMost : base + perByte * fileSize;
+    }
+};
+
+// Room to read every byte several times and for the jumps in small files; a loop ends within
+// milliseconds.
+constexpr DefaultBudget kReads{std::uint64_t{256} * 1024, 8};
+
+// A byte of a value counts 32 at most, where it becomes a number. So a file whose bytes are all
+// values, each of them its own, has its values made whatever its size.
+constexpr DefaultBudget kValues{std::uint64_t{64} * 1024 * 1024, 32};
+
+/// What a file's name counts in every record: a unit that may have to be escaped comes to more in
+/// the output, and one format has the name twice.
+std::uint64_t costOfName(std::u16string_view name) noexcept {
+    constexpr std::uint64_t kPlain = 2;
+    constexpr std::uint64_t kEscaped = 8;
+    std::uint64_t cost = 0;
+    for (const char16_t unit : name) {
+        const bool isPlain = unit >= 0x20 && unit < 0x7F && unit != u'"' && unit != u'\\';
+        cost += isPlain ? kPlain : kEscaped;
+    }
+    return cost;
 }
 
 /// A point of time as microseconds of local time since 1970-01-01 00:00:00.
@@ -140,7 +164,7 @@ ServedFile servedFile(int descriptor) {
     return served(std::move(file), status);
 }
 
-FileService::FileService() = default;
+FileService::FileService(ValueBudget& valueBudget) : values(valueBudget) {}
 FileService::~FileService() = default;
 
 void FileService::serve(const std::u16string& name, std::span<const std::uint8_t> bytes) {
@@ -224,6 +248,7 @@ void FileService::forgetFile() noexcept {
     if (currentFile != nullptr && currentFile->hasSomethingToTell()) {
         formerFile = currentFile;
     }
+    values.end();
     currentFile.reset();
     currentName.clear();
 }
@@ -241,9 +266,11 @@ std::shared_ptr<OpenedFile> FileService::look(const std::u16string& name) {
     if (spareCache == nullptr || spareCache.use_count() > 1) {
         spareCache = std::make_shared<ReadCache>();
     }
-    const std::uint64_t budget = readBudget.value_or(defaultBudget(file.bytes->size()));
+    const std::uint64_t size = file.bytes->size();
     currentName = name;
-    currentFile = std::make_shared<OpenedFile>(file.bytes, file.status, spareCache, budget, faults);
+    currentFile = std::make_shared<OpenedFile>(
+        file.bytes, file.status, spareCache, readBudget.value_or(kReads.of(size)), values, faults);
+    values.begin(valueLimit.value_or(kValues.of(size)), size, costOfName(name));
     return currentFile;
 }
 

@@ -20,6 +20,7 @@
 #include "gateway/qx.h"
 #include "host/byte_source.h"
 #include "host/fault_plan.h"
+#include "host/value_budget.h"
 
 namespace host {
 
@@ -40,25 +41,23 @@ struct ServedFile {
 /// when the system cannot tell what it is.
 [[nodiscard]] ServedFile servedFile(int descriptor);
 
-/// The read budget of a file and its size, told once it is spent.
-struct SpentBudget {
-    std::uint64_t budget;
-    std::uint64_t fileSize;
-};
-
 /// The message of a read that the system failed: a warning, or the error of a file that cannot be
 /// read at all.
 [[nodiscard]] qxMessage readFailedMessage(const ReadFailure& failure);
 
 class FileService {
 public:
-    FileService();
+    /// @param valueBudget begun for every file that is looked at; it outlives the service
+    explicit FileService(ValueBudget& valueBudget);
     ~FileService();
     FileService(const FileService&) = delete;
     FileService& operator=(const FileService&) = delete;
 
     /// See `Host::setReadBudget`; holds for files opened from now on.
     void setReadBudget(std::optional<std::uint64_t> bytes) noexcept { readBudget = bytes; }
+
+    /// See `Host::setValueBudget`; holds for files opened from now on.
+    void setValueBudget(std::optional<std::uint64_t> limit) noexcept { valueLimit = limit; }
 
     /// Serves a regular file of these bytes, dated 1970-01-01 00:00:00, under a name. The caller
     /// keeps the bytes.
@@ -102,7 +101,9 @@ private:
     template <class Take>
     [[nodiscard]] auto takeFromFiles(Take take) noexcept;
 
+    ValueBudget& values;
     std::optional<std::uint64_t> readBudget;
+    std::optional<std::uint64_t> valueLimit;
     std::map<std::u16string, ServedFile, std::less<>> served;
     FaultPlan faults;
     std::u16string currentName;

@@ -21,6 +21,7 @@
 #include "gateway/qx.h"
 #include "host/file_service.h"
 #include "host/value.h"
+#include "host/value_budget.h"
 #include "host/value_store.h"
 
 namespace host {
@@ -40,7 +41,7 @@ public:
         Host* previous;
     };
 
-    Host() = default;
+    Host() : store(valueBudget), fileService(valueBudget) {}
     Host(const Host&) = delete;
     Host& operator=(const Host&) = delete;
 
@@ -53,7 +54,7 @@ public:
     /// Hands the collected warnings over and starts anew.
     [[nodiscard]] std::vector<qxMessage> takeWarnings();
 
-    /// Collects a warning.
+    /// Collects a warning, as far as the value budget has room for it.
     void warn(const qxMessage& message);
 
     /// Forgets warnings and the file looked at, as a new scope does for the file. Settings stay.
@@ -62,11 +63,20 @@ public:
     /// Values created and not yet freed.
     [[nodiscard]] std::size_t liveValues() const noexcept { return store.liveValues(); }
 
-    /// The bytes that a call may be given of a file; absent: 16 MiB plus 8 times the file's size;
+    /// The bytes that a call may be given of a file; absent: 256 KiB plus 8 times the file's size;
     /// `kUnlimitedReads`: no limit.
     void setReadBudget(std::optional<std::uint64_t> bytes) noexcept {
         fileService.setReadBudget(bytes);
     }
+
+    /// What a call's values and warnings may come to (value_budget.h); absent: 64 MiB plus 32 times
+    /// the file's size; `ValueBudget::kUnlimited`: no limit.
+    void setValueBudget(std::optional<std::uint64_t> limit) noexcept {
+        fileService.setValueBudget(limit);
+    }
+
+    /// What the values and warnings of the call in hand come to.
+    [[nodiscard]] std::uint64_t countedValues() const noexcept { return valueBudget.counted(); }
 
     /// Makes the `number`-th value creation from now on (1: the next) throw `error`, once.
     void failValueCreation(std::uint64_t number, std::exception_ptr error) noexcept {
@@ -80,8 +90,9 @@ public:
     [[nodiscard]] ValueStore& values() noexcept { return store; }
 
 private:
-    void collectFileWarnings();
+    void collectOwnWarnings();
 
+    ValueBudget valueBudget;
     ValueStore store;
     FileService fileService;
     std::vector<qxMessage> collected;

@@ -11,7 +11,7 @@ namespace host {
 namespace {
 
 // clang-format off
-constexpr std::array<MessageTextRow, 34> kMessageTexts{{
+constexpr std::array<MessageTextRow, 35> kMessageTexts{{
     {"Velmora:pixlore:ifdsweep:statFailure", "",
      "the file does not exist",
      "No file has this name. Check the path."},
@@ -111,6 +111,9 @@ constexpr std::array<MessageTextRow, 34> kMessageTexts{{
     {kReadBudgetSpentId, "ii",
      "the read budget of {1} bytes is spent (file size {2} bytes); the rest is left out, --read-budget sets another",
      "The file makes its reader read the same bytes again and again, as a loop of directories does. What was read is in the result. Arguments: the budget, the file's size, both in bytes. If the file is sound, give a larger --read-budget, or \"unlimited\"."},
+    {kValueBudgetSpentId, "ii",
+     "the value budget of {1} bytes is spent (file size {2} bytes); the rest is left out, --value-budget sets another",
+     "The file makes far more values or warnings than its size explains, as one does whose directories share a value. What was made is in the result; records and warnings beyond it are left out. Arguments: the budget, the file's size, both in bytes. If the file is sound, give a larger --value-budget, or \"unlimited\"."},
     {kReadFailedId, "ti",
      "the file cannot be read at position {2}: {1}",
      "The system failed a read, as it does for a damaged disk or a network that went away. Told once for each reason. Arguments: the system's reason, the position. What could be read is in the result; when the file's beginning cannot be read, nothing could. Check the storage, then read the file again."},

@@ -14,6 +14,7 @@ namespace host {
 /// The host's own messages.
 inline constexpr const char* kOpenFailureId = "Velmora:filesystem:openFailure";
 inline constexpr const char* kReadBudgetSpentId = "Velmora:filesystem:readBudgetSpent";
+inline constexpr const char* kValueBudgetSpentId = "Velmora:filesystem:valueBudgetSpent";
 inline constexpr const char* kReadFailedId = "Velmora:filesystem:readFailed";
 
 /// One message of the catalogue.

@@ -16,11 +16,12 @@ namespace host {
 
 OpenedFile::OpenedFile(std::shared_ptr<const ByteSource> bytes, const qxFileStatus& fileStatus,
                        std::shared_ptr<ReadCache> readCache, std::uint64_t budget,
-                       FaultPlan faultPlan)
+                       ValueBudget& values, FaultPlan faultPlan)
     : source(std::move(bytes)),
       reportedStatus(fileStatus),
       cache(std::move(readCache)),
       readBudget(budget),
+      valueBudget(values),
       faults(std::move(faultPlan)),
       cutAt(std::numeric_limits<std::uint64_t>::max()) {
     cache->clear();
@@ -35,13 +36,14 @@ bool OpenedFile::takeRefusal() noexcept {
 std::ptrdiff_t OpenedFile::read(std::uint64_t position, std::span<std::byte> target,
                                 Access& access) noexcept {
     if (access.start != Access::Start::going) {
-        if (access.start == Access::Start::afterSeek && readBudget != kUnlimitedReads) {
-            if (counted >= readBudget) {
-                refusalToTell = !refusalTold;
+        if (access.start == Access::Start::afterSeek) {
+            const bool isSpent = counted >= readBudget;
+            if (isSpent || valueBudget.refuses()) {
+                refusalToTell = isSpent && !refusalTold;
                 ++refusals;
                 return 0;
             }
-            counted += kFreshAccessCost;
+            counted += readBudget != kUnlimitedReads ? kFreshAccessCost : 0;
         }
         access.start = Access::Start::going;
         if (const Fault* fault = nextFault(Fault::Operation::read, accessNumber)) {

@@ -13,6 +13,8 @@
 // whose count was delivered gets its table too, because a table cut short would be an error that
 // loses all directories before it. One access is at most the file's size, and so is the overshoot.
 //
+// A call whose values have spent their own budget (value_budget.h) is refused in the same way.
+//
 // A refused read costs no budget, and a list of pointers may hold millions of them: after
 // `kMostRefusals` seeks fail too, which ends a list at its next pointer.
 //
@@ -36,6 +38,7 @@
 #include "host/byte_source.h"
 #include "host/fault_plan.h"
 #include "host/read_cache.h"
+#include "host/value_budget.h"
 
 namespace host {
 
@@ -55,8 +58,10 @@ public:
     static constexpr std::uint64_t kMostRefusals = 262144;
 
     /// @param budget the bytes to be delivered; `kUnlimitedReads`: no limit
+    /// @param values what the call's values come to; it outlives the file
     OpenedFile(std::shared_ptr<const ByteSource> bytes, const qxFileStatus& fileStatus,
-               std::shared_ptr<ReadCache> readCache, std::uint64_t budget, FaultPlan faultPlan);
+               std::shared_ptr<ReadCache> readCache, std::uint64_t budget, ValueBudget& values,
+               FaultPlan faultPlan);
 
     [[nodiscard]] const qxFileStatus& status() const noexcept { return reportedStatus; }
     [[nodiscard]] std::uint64_t budget() const noexcept { return readBudget; }
@@ -123,6 +128,7 @@ private:
     qxFileStatus reportedStatus;
     std::shared_ptr<ReadCache> cache;
     std::uint64_t readBudget;
+    ValueBudget& valueBudget;
     std::uint64_t counted = 0;
     std::uint64_t refusals = 0;
     bool refusalToTell = false;

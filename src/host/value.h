@@ -158,6 +158,7 @@ private:
     Shape shape : 2;
     bool inPlace : 1 = true;
     bool isShared : 1 = false;  ///< a text whose block other values have too
+    bool isCut : 1 = false;     ///< a record or cell array with fewer elements than asked for
 };
 
 namespace host {

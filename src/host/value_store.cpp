@@ -42,8 +42,9 @@ std::size_t checkedProduct(std::size_t first, std::size_t second) {
     return product;
 }
 
-// Longer texts are hardly ever the same.
-constexpr std::size_t kLongestShared = 64;
+// As long as the name of a file can be, which every record of it has. Longer texts are hardly ever
+// the same.
+constexpr std::size_t kLongestShared = 4096;
 
 /// A hash of the ends and the length of a text that does not fit in place.
 std::size_t hashOf(std::u16string_view units) noexcept {
@@ -61,8 +62,8 @@ Value* ValueStore::createArray(ValueKind kind, std::size_t rows, std::size_t col
     if (kind == ValueKind::Cell) {
         return newSlots(kind, rows, columns, nullptr);
     }
-    return newValue(kind, rows, columns,
-                    checkedProduct(checkedProduct(rows, columns), elementSize(kind)));
+    const std::size_t size = checkedProduct(checkedProduct(rows, columns), elementSize(kind));
+    return newValue(kind, rows, columns, size, size);
 }
 
 Value* ValueStore::createRecords(std::size_t rows, std::size_t columns,
@@ -71,7 +72,7 @@ Value* ValueStore::createRecords(std::size_t rows, std::size_t columns,
 }
 
 Value* ValueStore::createScalar(double number) {
-    Value* value = newNode(ValueKind::Double, Value::Shape::row, 1);
+    Value* value = newNode(ValueKind::Double, Value::Shape::row, 1, sizeof number);
     ::new (value->content.bytes) double(number);
     return value;
 }
@@ -82,7 +83,8 @@ Value* ValueStore::createText(std::u16string_view units) {
         std::copy(units.begin(), units.end(), static_cast<char16_t*>(elements(*value)));
         return value;
     }
-    Value* value = newNode(ValueKind::Char, Value::Shape::row, units.size());
+    Value* value =
+        newNode(ValueKind::Char, Value::Shape::row, units.size(), units.size() * sizeof(char16_t));
     SharedText*& recent = recentText(units);
     if (recent == nullptr || recent->text() != units) {
         try {
@@ -139,7 +141,14 @@ void* ValueStore::elements(Value& value) {
     return value.inPlace ? static_cast<void*>(value.content.bytes) : value.content.block;
 }
 
+bool ValueStore::isCutOff(const Value& array, std::size_t index) noexcept {
+    return array.isCut && index >= array.elementCount();
+}
+
 void ValueStore::setCell(Value& cells, std::size_t index, Value* value) {
+    if (cells.kind() == ValueKind::Cell && isCutOff(cells, index)) {
+        return destroy(value);
+    }
     if (cells.kind() != ValueKind::Cell || index >= cells.elementCount()) {
         throw std::invalid_argument("no such cell");
     }
@@ -147,6 +156,9 @@ void ValueStore::setCell(Value& cells, std::size_t index, Value* value) {
 }
 
 void ValueStore::setField(Value& records, std::size_t index, const char* fieldName, Value* value) {
+    if (records.kind() == ValueKind::Struct && isCutOff(records, index)) {
+        return destroy(value);
+    }
     if (records.kind() != ValueKind::Struct || index >= records.elementCount()) {
         throw std::invalid_argument("no such element");
     }
@@ -232,9 +244,9 @@ void ValueStore::failCreation(std::uint64_t number, std::exception_ptr error) no
 }
 
 Value* ValueStore::newValue(ValueKind kind, std::size_t rows, std::size_t columns,
-                            std::size_t contentSize) {
+                            std::size_t contentSize, std::size_t countedSize) {
     const Value::Shape shape = Value::shapeOf(rows, columns);
-    Value* value = newNode(kind, shape, rows * columns);
+    Value* value = newNode(kind, shape, rows * columns, countedSize);
     const bool isMatrix = shape == Value::Shape::matrix;
     if (contentSize <= kInPlace && !isMatrix) {
         return value;
@@ -254,7 +266,8 @@ Value* ValueStore::newValue(ValueKind kind, std::size_t rows, std::size_t column
     return value;
 }
 
-Value* ValueStore::newNode(ValueKind kind, Value::Shape shape, std::size_t elementCount) {
+Value* ValueStore::newNode(ValueKind kind, Value::Shape shape, std::size_t elementCount,
+                           std::size_t countedSize) {
     static_assert(sizeof(Value) == 16, "four values share a cache line");
     static_assert(sizeof(Value::Content) == kInPlace);
     static_assert(kLargest <= Value::kLengthMask);
@@ -263,16 +276,26 @@ Value* ValueStore::newNode(ValueKind kind, Value::Shape shape, std::size_t eleme
     }
     Value* value = ::new (pool.allocate(sizeof(Value))) Value(kind, shape, elementCount);
     ++live;
+    budget.add(sizeof(Value) + ValueBudget::kElementWeight * countedSize);
     return value;
 }
 
 Value* ValueStore::newSlots(ValueKind kind, std::size_t rows, std::size_t columns,
                             FieldListPointer fields) {
-    const std::size_t elementCount = checkedProduct(rows, columns);
-    const std::size_t fieldCount = fields == nullptr ? 1 : fields->size();
-    const std::size_t slotCount = checkedProduct(elementCount, fieldCount);
-    const std::size_t slotBytes = checkedProduct(slotCount, sizeof(Value*));
-    Value* value = newValue(kind, rows, columns, sizeof(Value::SlotBlock) + slotBytes);
+    const bool isRecords = fields != nullptr;
+    const std::size_t fieldCount = isRecords ? fields->size() : 1;
+    const std::size_t wanted = checkedProduct(rows, columns);
+    static_cast<void>(checkedProduct(checkedProduct(wanted, fieldCount), sizeof(Value*)));
+    const std::size_t granted = budget.grant(
+        wanted, fieldCount * ValueBudget::kPlaceCost + (isRecords ? budget.recordCost() : 0));
+    if (granted < wanted) {
+        (rows == 1 ? columns : rows) = granted;
+        (rows == 1 ? rows : columns) = 1;
+    }
+    const std::size_t slotCount = granted * fieldCount;
+    Value* value =
+        newValue(kind, rows, columns, sizeof(Value::SlotBlock) + slotCount * sizeof(Value*), 0);
+    value->isCut = granted < wanted;
     ::new (value->content.block)
         Value::SlotBlock{std::move(fields), slotCount, fieldCount, nullptr};
     std::uninitialized_fill_n(value->slots().data(), slotCount, nullptr);
@@ -287,6 +310,7 @@ const ValueStore::FieldListPointer& ValueStore::shareFields(
         }
     }
     auto fields = std::make_shared<const FieldList>(fieldNames);
+    budget.add(fields->memory());
     FieldListPointer& place = recentFields[nextRecent];
     nextRecent = (nextRecent + 1) % recentFields.size();
     place = std::move(fields);

@@ -19,12 +19,14 @@
 #include "host/block_pool.h"
 #include "host/field_list.h"
 #include "host/value.h"
+#include "host/value_budget.h"
 
 namespace host {
 
 class ValueStore {
 public:
-    ValueStore() : pool(this) {}
+    /// @param valueBudget what values count against; it outlives the store
+    explicit ValueStore(ValueBudget& valueBudget) : budget(valueBudget), pool(this) {}
     ~ValueStore() = default;
     ValueStore(const ValueStore&) = delete;
     ValueStore& operator=(const ValueStore&) = delete;
@@ -33,15 +35,16 @@ public:
     /// unspecified. Throws std::bad_alloc when the elements cannot be had or counted.
     [[nodiscard]] Value* createArray(ValueKind kind, std::size_t rows, std::size_t columns);
 
-    /// A record array with every field empty.
+    /// A record array with every field empty. Like a cell array it has fewer elements where the
+    /// value budget has no room for all; what is put in the others is freed.
     [[nodiscard]] Value* createRecords(std::size_t rows, std::size_t columns,
                                        std::span<const char* const> fieldNames);
 
     /// A 1-by-1 double.
     [[nodiscard]] Value* createScalar(double number);
 
-    /// A 1-by-length character row. Equal short texts, such as the names of values that occur in
-    /// every directory, share one block.
+    /// A 1-by-length character row. Equal texts, such as the names of values and of the file that
+    /// occur in every directory, share one block.
     [[nodiscard]] Value* createText(std::u16string_view units);
 
     /// The elements of a double, unsigned 8-bit or character array, for filling. Throws
@@ -83,11 +86,14 @@ private:
     using FieldListPointer = std::shared_ptr<const FieldList>;
 
     [[nodiscard]] Value* newValue(ValueKind kind, std::size_t rows, std::size_t columns,
-                                  std::size_t contentSize);
+                                  std::size_t contentSize, std::size_t countedSize);
     [[nodiscard]] Value* newSlots(ValueKind kind, std::size_t rows, std::size_t columns,
                                   FieldListPointer fields);
     [[nodiscard]] const FieldListPointer& shareFields(std::span<const char* const> fieldNames);
-    [[nodiscard]] Value* newNode(ValueKind kind, Value::Shape shape, std::size_t elementCount);
+    /// @param countedSize bytes of elements that count against the budget
+    [[nodiscard]] Value* newNode(ValueKind kind, Value::Shape shape, std::size_t elementCount,
+                                 std::size_t countedSize);
+    [[nodiscard]] static bool isCutOff(const Value& array, std::size_t index) noexcept;
     [[nodiscard]] SharedText*& recentText(std::u16string_view units) noexcept;
     [[nodiscard]] SharedText* newSharedText(std::u16string_view units);
     void releaseShared(SharedText* shared) noexcept;
@@ -96,6 +102,7 @@ private:
     static void replace(Value*& slot, Value* value) noexcept;
     static void freeOne(Value* value) noexcept;
 
+    ValueBudget& budget;
     BlockPool pool;
     std::size_t live = 0;
     std::uint64_t creationsUntilFailure = 0;

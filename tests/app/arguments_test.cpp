@@ -66,6 +66,14 @@ TEST(ArgumentsTest, formats) {
     EXPECT_EQ(parse({"--format", "text", "f"}).arguments.output.format, app::Format::text);
 }
 
+TEST(ArgumentsTest, valueBudget) {
+    EXPECT_FALSE(parse({"f"}).arguments.read.valueBudget.has_value());
+    EXPECT_EQ(parse({"--value-budget", "1048576", "f"}).arguments.read.valueBudget, 1048576U);
+    EXPECT_EQ(parse({"--value-budget", "unlimited", "f"}).arguments.read.valueBudget,
+              host::ValueBudget::kUnlimited);
+    EXPECT_EQ(parse({"--value-budget", "unlimited", "f"}).arguments.read.readBudget, std::nullopt);
+}
+
 TEST(ArgumentsTest, readBudget) {
     EXPECT_EQ(parse({"--read-budget", "0", "f"}).arguments.read.readBudget, 0U);
     EXPECT_EQ(parse({"--read-budget", "1048576", "f"}).arguments.read.readBudget, 1048576U);
@@ -99,6 +107,7 @@ TEST(ArgumentsTest, wrongUsageIsToldWithTheOption) {
         {{"--offset", " 1", "f"}, "--offset"},
         {{"--format", "xml", "f"}, "xml"},
         {{"--read-budget", "-1", "f"}, "--read-budget"},
+        {{"--value-budget", "-1", "f"}, "--value-budget"},
         {{"--read-budget", "1.5", "f"}, "--read-budget"},
         {{"--format", "JSON", "f"}, "JSON"},
         {{"--format", "", "f"}, "--format"},

@@ -265,7 +265,8 @@ protected:
 
 TEST_F(TerminalTest, progressIsShownThereAndNowhereElse) {
     Launch launch;
-    launch.arguments = {"--read-budget", "unlimited", "--format", "ndjson", "--jobs", "1",
+    launch.arguments = {"--read-budget", "unlimited", "--value-budget", "unlimited",
+                        "--format",      "ndjson",    "--jobs",         "1",
                         "a.tif",         "none.tif",  "slow.tif"};
     launch.error = device;
     Running program = start(launch);
@@ -289,8 +290,9 @@ TEST_F(TerminalTest, progressIsShownThereAndNowhereElse) {
 
 TEST_F(TerminalTest, withoutProgressNoneIsShown) {
     Launch launch;
-    launch.arguments = {"--no-progress", "--read-budget", "unlimited", "--timeout", "0.5",
-                        "--format",      "ndjson",        "a.tif",     "slow.tif"};
+    launch.arguments = {"--no-progress", "--read-budget", "unlimited", "--value-budget",
+                        "unlimited",     "--timeout",     "0.5",       "--format",
+                        "ndjson",        "a.tif",         "slow.tif"};
     launch.error = device;
     Running program = start(launch);
     EXPECT_EQ(program.wait(), 1);

@@ -31,7 +31,8 @@ using programrun::linesOf;
 using programrun::readerOf;
 using programrun::Running;
 
-const std::vector<std::string> kUnlimited{"--read-budget", "unlimited"};
+const std::vector<std::string> kUnlimited{"--read-budget", "unlimited", "--value-budget",
+                                          "unlimited"};
 
 std::vector<std::string> operator+(std::vector<std::string> left,
                                    const std::vector<std::string>& right) {

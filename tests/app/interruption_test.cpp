@@ -47,8 +47,8 @@ protected:
 
     /// Starts a run of two files and an endless one; returns when that is being read.
     [[nodiscard]] Running startEndless(std::vector<std::string> arguments) const {
-        arguments.insert(arguments.end(),
-                         {"--read-budget", "unlimited", "a.tif", "b.tif", "slow.tif", "a.tif"});
+        arguments.insert(arguments.end(), {"--read-budget", "unlimited", "--value-budget",
+                                           "unlimited", "a.tif", "b.tif", "slow.tif", "a.tif"});
         Launch launch;
         launch.arguments = std::move(arguments);
         Running program = start(launch);
@@ -113,7 +113,8 @@ TEST_F(InterruptionTest, atRandomMomentsLinesAreWhole) {
     for (int round = 0; round < 12; ++round) {
         Launch launch;
         // The last file takes longer than the test, so that no run ends by itself.
-        launch.arguments = {"--format", "ndjson", "--read-budget", "unlimited", "many", "slow.tif"};
+        launch.arguments = {"--format",       "ndjson",    "--read-budget", "unlimited",
+                            "--value-budget", "unlimited", "many",          "slow.tif"};
         Running program = start(launch);
         // At the first output, then later and later.
         const std::size_t least = whole.size() / 16 * static_cast<std::size_t>(round);
@@ -133,7 +134,7 @@ TEST_F(InterruptionTest, atRandomMomentsLinesAreWhole) {
 
 TEST_F(InterruptionTest, oneFileEndsAtOnceToo) {
     Launch launch;
-    launch.arguments = {"--read-budget", "unlimited", "slow.tif"};
+    launch.arguments = {"--read-budget", "unlimited", "--value-budget", "unlimited", "slow.tif"};
     Running program = start(launch);
     ASSERT_TRUE(comesTrue([&] { return hasOpen(program.process(), "slow.tif"); }));
     program.send(SIGINT);

@@ -418,7 +418,7 @@ TEST_F(Files, TheDefaultBudgetFollowsTheSize) {
     const std::vector<std::uint8_t> bytes = patternOf(1024 * 1024);
     host.files().serve(u"served", bytes);
     constexpr std::uint64_t kAccess = 1024 * 1024 + 64;
-    constexpr std::uint64_t kBudget = 24 * 1024 * 1024;
+    constexpr std::uint64_t kBudget = (256 + 8 * 1024) * 1024;
     const StreamHandle stream = open(u"served");
     std::uint64_t accesses = 0;
     for (; accesses < 100; ++accesses) {

@@ -28,8 +28,96 @@ protected:
         return ValueHandle(store.createRecords(count, 1, names));
     }
 
-    ValueStore store;
+    host::ValueBudget budget;
+    ValueStore store{budget};
 };
+
+TEST_F(Values, CountTheirElementsFourfoldAndSharedTextsInFull) {
+    const auto counted = [this](const auto& make) {
+        const std::uint64_t before = budget.counted();
+        const ValueHandle value(make());
+        return budget.counted() - before;
+    };
+    EXPECT_EQ(counted([&] { return store.createScalar(1); }), 16U + 4 * 8);
+    EXPECT_EQ(counted([&] { return store.createArray(ValueKind::Uint8, 1, 1000); }), 16U + 4000);
+    EXPECT_EQ(counted([&] { return store.createArray(ValueKind::Char, 1, 100); }), 16U + 800);
+    EXPECT_EQ(counted([&] { return store.createArray(ValueKind::Cell, 1, 100); }), 16U + 7200);
+    const ValueHandle first(store.createText(u"Two's complement signed integer"));
+    for (int use = 0; use < 3; ++use) {
+        EXPECT_EQ(counted([&] { return store.createText(u"Two's complement signed integer"); }),
+                  16U + 8 * 31);
+    }
+}
+
+TEST_F(Values, LongTextsThatAreEqualShareABlock) {
+    const std::u16string name(3765, u'\x01');
+    const ValueHandle first(store.createText(name));
+    const ValueHandle second(store.createText(name));
+    EXPECT_EQ(first->text().data(), second->text().data());
+    EXPECT_EQ(second->text(), name);
+    static_cast<char16_t*>(ValueStore::elements(*second))[0] = u'b';
+    EXPECT_EQ(first->text(), name) << "until one of them is filled anew";
+}
+
+TEST_F(Values, ArraysAreCutToTheBudget) {
+    constexpr std::uint64_t kPlace = host::ValueBudget::kPlaceCost;
+    const std::vector<const char*> names{"A", "B"};
+    struct Case {
+        std::uint64_t limit;
+        std::size_t kept;
+    };
+    // A record of two fields counts two places and 10 for the file's name.
+    constexpr std::uint64_t kRecord = 2 * kPlace + 10;
+    static_cast<void>(records(1, names));  // the list of fields counts when it is made
+    for (const auto& [limit, kept] :
+         {Case{5 * kRecord - 1, 4}, Case{5 * kRecord, 5}, Case{100 * kRecord, 5}, Case{1, 1}}) {
+        budget.begin(limit, 1000, 10);
+        const ValueHandle made = records(5, names);
+        EXPECT_EQ(made->rows(), std::max(kept, std::size_t{1})) << limit;
+        EXPECT_EQ(made->columns(), 1U);
+        const std::size_t before = store.liveValues();
+        for (std::size_t element = 0; element < 5; ++element) {
+            ValueStore::setField(*made, element, "B", store.createScalar(1));
+        }
+        EXPECT_EQ(store.liveValues() - before, made->rows()) << "the others are freed";
+        const std::optional<host::SpentBudget> spent = budget.takeSpent();
+        ASSERT_EQ(spent.has_value(), made->rows() < 5) << limit;
+        if (spent) {
+            EXPECT_EQ(spent->budget, limit);
+            EXPECT_EQ(spent->fileSize, 1000U);
+            EXPECT_NO_THROW(ValueStore::setField(*made, 77, "B", nullptr));
+        } else {
+            EXPECT_THROW(ValueStore::setField(*made, 5, "B", nullptr), std::invalid_argument);
+        }
+        budget.end();
+    }
+    budget.begin(10 * kPlace, 1000, 0);
+    const ValueHandle cells(store.createArray(ValueKind::Cell, 1, 20));
+    EXPECT_EQ(cells->columns(), 10U);
+    EXPECT_EQ(cells->rows(), 1U);
+    ValueStore::setCell(*cells, 15, store.createScalar(1));
+    budget.end();
+}
+
+TEST_F(Values, AQuarterOfTheBudgetIsAlwaysThereForRecords) {
+    budget.begin(4000, 1000, 0);
+    budget.add(5000);
+    EXPECT_TRUE(budget.refuses());
+    const ValueHandle made = records(100, {"A"});
+    EXPECT_EQ(made->rows(), 1000U / host::ValueBudget::kPlaceCost);
+}
+
+TEST_F(Values, TheLastWarningsOfASpentBudgetAreKept) {
+    constexpr std::uint64_t kBefore = 5;
+    budget.begin(kBefore * host::ValueBudget::kWarningCost, 1000, 0);
+    std::uint64_t kept = 0;
+    for (int warning = 0; warning < 5000; ++warning) {
+        kept += budget.takesWarning(0) ? 1U : 0U;
+    }
+    EXPECT_EQ(kept, kBefore + host::ValueBudget::kLastWarnings);
+    EXPECT_TRUE(budget.takeSpent().has_value());
+    EXPECT_FALSE(budget.takeSpent().has_value()) << "told once";
+}
 
 TEST_F(Values, ScalarHoldsItsNumber) {
     const ValueHandle value(store.createScalar(2.5));
@@ -307,7 +395,7 @@ TEST_F(Values, DeepNestingIsFreedWithoutRecursion) {
 }
 
 TEST_F(Values, ValuesOfTwoStoresMayMeet) {
-    ValueStore other;
+    ValueStore other(budget);
     const ValueHandle cells(store.createArray(ValueKind::Cell, 1, 1));
     ValueStore::setCell(*cells, 0, other.createScalar(1));
     EXPECT_EQ(other.liveValues(), 1U);
@@ -339,7 +427,8 @@ struct SizeCase {
 class ImpossibleSizes : public testing::TestWithParam<SizeCase> {};
 
 TEST_P(ImpossibleSizes, AreBadAlloc) {
-    ValueStore store;
+    host::ValueBudget budget;
+    ValueStore store(budget);
     const std::array names{"A", "B"};
     const auto create = [&] {
         const auto& [name, kind, rows, columns] = GetParam();

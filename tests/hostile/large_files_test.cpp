@@ -146,9 +146,9 @@ protected:
 };
 IFDSWEEP_TIFF_MATRIX(SharedProfile);
 
-// 16 MiB and 8 times the file: twenty-four times the profile, and some.
+// 256 KiB and 8 times the file: eight times the profile, and some.
 TEST_P(SharedProfile, AsLongAsTheBudgetHolds) {
-    expectAllRead(sharing(24), {});
+    expectAllRead(sharing(8), {});
 }
 
 TEST_P(SharedProfile, ByAnyNumberOfPagesWithoutABudget) {

@@ -27,7 +27,7 @@ inline constexpr bool kSanitized = false;
 
 /// The memory that a hostile file may cost at default settings. How long each takes is told in the
 /// test's report; it is the machine's business too, and only a call that hangs is ended.
-inline constexpr std::size_t kMostMegabytes = kSanitized ? 4000 : 700;
+inline constexpr std::size_t kMostMegabytes = kSanitized ? 1500 : 250;
 
 struct MeasuredCall {
     /// "struct 3x1" or "error badIFDread", then every message name with its number, in the order of

@@ -1,0 +1,174 @@
+// What small hostile files come to in every format: counted bytes and bytes of output, which are
+// the same on every machine.
+
+#include <array>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "app/result_writer.h"
+#include "app/sweep.h"
+#include "host/file_names.h"
+#include "host/host.h"
+#include "support/tiff_builder.h"
+
+namespace fixture {
+namespace {
+
+constexpr std::uint16_t kUnknown = 60000;
+constexpr std::uint16_t kSubIfds = 330;
+constexpr std::size_t kSmall = 65535;
+constexpr std::size_t kMostOutput = 64'000'000;
+
+/// Counts what would be written.
+class CountingSink final : public app::ByteSink {
+public:
+    void write(std::string_view bytes) override { count += bytes.size(); }
+
+    std::size_t count = 0;
+};
+
+struct Form {
+    app::Format format;
+    app::WriterSettings settings;
+    const char* name;
+};
+
+std::vector<Form> forms() {
+    app::WriterSettings everything;
+    everything.limits = {kMostOutput, kMostOutput};
+    app::WriterSettings pretty;
+    pretty.layout = app::JsonLayout::pretty;
+    return {{app::Format::text, everything, "text"},
+            {app::Format::json, pretty, "json, pretty"},
+            {app::Format::ndjson, {}, "ndjson"},
+            {app::Format::typed, {}, "typed"}};
+}
+
+/// Reads a file and writes it in every form; each must stay below the bound.
+void expectModest(const Bytes& bytes, const std::string& name = "small.tif") {
+    host::Host host;
+    host.files().serve(host::fileNameFromSystem(name), bytes);
+    const app::SweepOutcome outcome = app::sweep(host, name, {});
+    EXPECT_FALSE(outcome.error.has_value()) << outcome.error->id();
+    EXPECT_FALSE(outcome.warnings.empty()) << "a budget ends the file";
+    for (const Form& form : forms()) {
+        CountingSink sink;
+        app::Output output(sink);
+        app::makeResultWriter(form.format, output, app::Colour::off, form.settings)
+            ->writeFile(outcome);
+        output.flush();
+        EXPECT_LE(sink.count, kMostOutput) << form.name;
+    }
+}
+
+const Format kClassic{Layout::classic, ByteOrder::little};
+
+/// Directories one inside the other, and in the innermost one whose next is itself.
+TiffFile loopAtDepth(std::size_t depth, std::vector<Entry> entries) {
+    TiffBuilder builder(kClassic);
+    for (std::size_t level = 0; level < depth; ++level) {
+        builder.add(Directory{longs(kSubIfds, {0})}.withNext(0));
+    }
+    builder.add(Directory(std::move(entries)));
+    TiffFile file = builder.build();
+    for (std::size_t level = 0; level < depth; ++level) {
+        setWord(file.bytes, file.places[level].data[0], 4, file.places[level + 1].position,
+                kClassic.byteOrder);
+    }
+    file.setOffset(file.places.back().next, file.places.back().position);
+    return file;
+}
+
+TEST(SmallFile, ThatLoopsUnderALongName) {
+    const TiffFile file = loopAtDepth(0, {shorts(kUnknown, {7})});
+    Bytes bytes = file.bytes;
+    bytes.resize(kSmall);
+    expectModest(bytes, std::string(3765, 'x'));
+    expectModest(bytes, std::string(3765, '\x01'));
+    expectModest(bytes, std::string(3765, '\xFF'));
+    expectModest(bytes, std::string(3765, '"'));
+    bytes.resize(26);
+    expectModest(bytes, std::string(3765, '\x01'));
+}
+
+TEST(SmallFile, WhoseDirectoriesShareAValue) {
+    struct Case {
+        std::uint16_t tag;
+        std::uint16_t type;
+        std::int64_t item;
+    };
+    for (const std::size_t depth : {0U, 63U}) {
+        // BitsPerSample, of which three fields are made; SampleFormat; numbers; texts; bytes;
+        // rationals that warn one by one.
+        for (const auto& [tag, type, item] :
+             {Case{258, kByte, 255}, Case{339, kByte, 2}, Case{kUnknown, kByte, 255},
+              Case{271, kAscii, 1}, Case{271, kAscii, 0xFF}, Case{37724, kUndefined, 255},
+              Case{33434, kSRational, 0}}) {
+            const std::size_t items = (kSmall - 2000) / (type == kSRational ? 4 : 1);
+            const TiffFile file =
+                loopAtDepth(depth, {numbers(tag, type, std::vector<std::int64_t>(items, item))});
+            ASSERT_LE(file.bytes.size(), kSmall);
+            SCOPED_TRACE(std::to_string(tag) + " at depth " + std::to_string(depth));
+            expectModest(file.bytes);
+        }
+    }
+}
+
+TEST(SmallFile, OfEntriesThatWarn) {
+    for (const std::size_t depth : {0U, 63U}) {
+        for (const Entry& entry :
+             {longs(33434, {}).withType(kIfd), shorts(258, {1}).withType(99),
+              numbers(kUnknown, kByte, {255, 255, 255, 255}),
+              longs(34664, {1, 2}).withCount(0x7FFFFFFF).withValueField(0x7FFFFFFF)}) {
+            const TiffFile file = loopAtDepth(depth, std::vector<Entry>(5000, entry));
+            SCOPED_TRACE(std::to_string(entry.tag) + " at depth " + std::to_string(depth));
+            expectModest(file.bytes);
+        }
+    }
+}
+
+TEST(SmallFile, WithEveryNameInOneDirectoryAndALoopBehindIt) {
+    std::vector<Entry> entries;
+    for (std::uint16_t id = 250; id < 52000; ++id) {
+        const bool endsCallOrNests = id == 256 || id == 257 || id == 277 || id == 278 ||
+                                     id == 284 || id == 322 || id == 323 || id == kSubIfds ||
+                                     id == 34665 || id == 34853 || id == 40965;
+        // Most names, in the room that a small file has.
+        if (!endsCallOrNests &&
+            (id < 520 || (id > 33400 && id < 37600) || (id > 50700 && id < 51100))) {
+            entries.push_back(ascii(id, "x"));
+        }
+    }
+    ASSERT_LT(entries.size() * 12, kSmall);
+    TiffBuilder builder(kClassic);
+    builder.add(Directory(entries)).add({shorts(258, {1})});
+    TiffFile file = builder.build();
+    file.setOffset(file.places[1].next, file.places[1].position);
+    file.bytes.resize(kSmall);
+    expectModest(file.bytes);
+}
+
+TEST(GoodFile, OfManyDirectoriesUnderALongName) {
+    TiffBuilder builder(kClassic);
+    for (std::int64_t page = 0; page < 20000; ++page) {
+        builder.add({shorts(256, {page % 1000}), shorts(257, {9}), shorts(258, {8, 8, 8}),
+                     shorts(259, {1}), shorts(262, {2}), longs(273, {8}), shorts(277, {3}),
+                     shorts(278, {9}), longs(279, {27}), ascii(305, "A writer of stacks"),
+                     numbers(282, kRational, {72, 1}), numbers(283, kRational, {72, 1}),
+                     shorts(296, {2})});
+    }
+    const Bytes bytes = builder.build().bytes;
+    host::Host host;
+    const std::string name = std::string(500, 'x');
+    host.files().serve(host::fileNameFromSystem(name), bytes);
+    const app::SweepOutcome outcome = app::sweep(host, name, {});
+    ASSERT_NE(outcome.result, nullptr);
+    EXPECT_EQ(outcome.result->rows(), 20000U);
+    EXPECT_TRUE(outcome.warnings.empty());
+}
+
+}  // namespace
+}  // namespace fixture
