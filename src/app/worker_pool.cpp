@@ -93,7 +93,7 @@ WorkerPool::~WorkerPool() {
     // A worker that has nothing to do ends by itself, the others at once; none is waited for longer
     // than all together.
     for (Worker& worker : workers) {
-        if (worker.process && worker.requests.empty() && worker.takenBack.empty()) {
+        if (worker.process && worker.requests.empty() && !readBy(worker)) {
             worker.process->hangUp();
         } else if (worker.process) {
             settings.end(worker.process->id());
@@ -141,7 +141,7 @@ WorkerPool::Worker* WorkerPool::roomiest() {
 }
 
 void WorkerPool::submit(std::uint64_t number, const InputFile& file) {
-    pending.push_back({number, packRequest(number, file), 0, false});
+    pending.push_back({number, file, 0, false});
     assign();
 }
 
@@ -189,8 +189,8 @@ void WorkerPool::send(Worker& worker, Request request) {
         worker.lastAnswer = steadyNanoseconds();  // it was idle until now
         worker.silence = 0;
     }
-    worker.outgoing.append(request.packed);
     request.place = ++worker.sent;
+    worker.outgoing.append(packRequest(request.place, request.file));
     worker.requests.push_back(std::move(request));
     worker.isFilling = worker.requests.size() < worker.depth;
 }
@@ -209,7 +209,7 @@ void WorkerPool::sendOutgoing(Worker& worker) {
     }
 }
 
-std::optional<FileBeingRead> WorkerPool::readBy(const Worker& worker) const {
+std::optional<FileBeingRead> WorkerPool::readBy(const Worker& worker) {
     if (!worker.process) {
         return {};
     }
@@ -218,15 +218,25 @@ std::optional<FileBeingRead> WorkerPool::readBy(const Worker& worker) const {
     return file.number != WorkerState::kNoFile ? std::optional(file) : std::nullopt;
 }
 
+std::deque<WorkerPool::Request>::iterator WorkerPool::find(
+    std::deque<Request>& requests, const std::optional<FileBeingRead>& read) {
+    return std::find_if(requests.begin(), requests.end(), [&](const Request& request) {
+        return read && request.place == read->number;
+    });
+}
+
 std::optional<FileBeingRead> WorkerPool::longestRead(std::chrono::nanoseconds atLeast) const {
     std::optional<FileBeingRead> longest;
     const std::int64_t latest = steadyNanoseconds() - atLeast.count();
     for (const Worker& worker : workers) {
-        const auto file = readBy(worker);
-        const auto isAsked = [&](const Request& request) { return request.number == file->number; };
-        if (file && file->began <= latest && (!longest || file->began < longest->began) &&
-            std::any_of(worker.requests.begin(), worker.requests.end(), isAsked)) {
-            longest = file;
+        const auto read = readBy(worker);
+        if (!read || read->began > latest || (longest && longest->began <= read->began)) {
+            continue;
+        }
+        for (const Request& request : worker.requests) {
+            if (request.place == read->number) {
+                longest = FileBeingRead{request.number, read->began};
+            }
         }
     }
     return longest;
@@ -341,19 +351,14 @@ void WorkerPool::takeBack() {
         if (workers.size() == 1 || !file || now - file->began < kLongBeforeOthers) {
             continue;
         }
-        const auto read =
-            std::find_if(worker.requests.begin(), worker.requests.end(),
-                         [&](const Request& request) { return request.number == file->number; });
+        const auto read = find(worker.requests, file);
         if (read == worker.requests.end() || read + 1 == worker.requests.end()) {
             continue;
         }
         // It may have begun the next one by now, and then two workers read that.
-        worker.takenBackUntil = worker.sent;
+        worker.takenBack = worker.sent;
         worker.process->state().takenBack = worker.sent;
         worker.isFilling = false;
-        for (auto request = read + 1; request != worker.requests.end(); ++request) {
-            worker.takenBack.push_back(request->number);
-        }
         pending.insert(pending.begin(), std::make_move_iterator(read + 1),
                        std::make_move_iterator(worker.requests.end()));
         worker.requests.erase(read + 1, worker.requests.end());
@@ -421,24 +426,23 @@ bool WorkerPool::takeAnswer(Worker& worker, std::string_view message) {
         unpacked->spillSize.has_value() != file.has_value()) {
         return false;
     }
-    const auto takenBack =
-        std::find(worker.takenBack.begin(), worker.takenBack.end(), unpacked->number);
-    if (takenBack != worker.takenBack.end()) {
-        worker.takenBack.erase(takenBack);  // another worker's by now
-        return true;
-    }
-    if (worker.requests.empty() || worker.requests.front().number != unpacked->number) {
+    // Answers come in the order of the requests, where those taken back may be missing.
+    const std::uint64_t place = unpacked->number;
+    if (place <= std::exchange(worker.answered, place)) {
         return false;
     }
+    if (worker.requests.empty() || worker.requests.front().place != place) {
+        return place <= worker.takenBack;  // another worker's by now
+    }
+    const std::uint64_t number = worker.requests.front().number;
     if (file && !file->isOpen()) {
-        fail(unpacked->number,
-             failureOf(kUnexpectedFailureId,
-                       "cannot take over a temporary file: " + systemErrorText(EMFILE)));
+        fail(number, failureOf(kUnexpectedFailureId,
+                               "cannot take over a temporary file: " + systemErrorText(EMFILE)));
     } else if (file && !isPartOf(*file, *unpacked->spillSize)) {
         return false;
     } else {
         WorkerAnswer& answer = answers.emplace_back();
-        answer.number = unpacked->number;
+        answer.number = number;
         answer.report = unpacked->report;
         answer.part.bytes = unpacked->bytes;
         if (file) {
@@ -446,9 +450,6 @@ bool WorkerPool::takeAnswer(Worker& worker, std::string_view message) {
             answer.part.spill = std::move(*file);
             answer.part.spillSize = *unpacked->spillSize;
         }
-    }
-    if (worker.requests.front().place > worker.takenBackUntil) {
-        worker.takenBack.clear();  // they came before it
     }
     worker.requests.pop_front();
     return true;
@@ -492,9 +493,7 @@ void WorkerPool::retire(Worker& worker, const qxMessage& failure, bool blamesFir
     const auto file = readBy(worker);
     std::deque<Request> requests = std::move(worker.requests);
     worker = Worker();
-    auto blamed = std::find_if(requests.begin(), requests.end(), [&](const Request& request) {
-        return file && request.number == file->number;
-    });
+    auto blamed = find(requests, file);
     if (blamesFirst) {
         blamed = requests.begin();
     }

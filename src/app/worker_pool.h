@@ -89,20 +89,22 @@ public:
 private:
     struct Request {
         std::uint64_t number = 0;
-        std::string packed;
-        std::uint64_t place = 0;  ///< among all requests of its process, from 1 on
-        bool wasTried = false;    ///< a worker ended before it read this or another file
+        InputFile file;
+        /// What it is called between its process and us: how many that one was asked, with it. A
+        /// file may come to the same process twice, and is then two requests.
+        std::uint64_t place = 0;
+        bool wasTried = false;  ///< a worker ended before it read this or another file
     };
 
     /// One place for a process, and what is between it and the main one.
     struct Worker {
         std::optional<WorkerProcess> process;
-        std::deque<Request> requests;            ///< sent and not answered
-        std::deque<std::uint64_t> takenBack;     ///< numbers that may be answered all the same
-        std::uint64_t takenBackUntil = 0;        ///< place of the last of them
-        std::uint64_t sent = 0;                  ///< requests to this process
-        std::string outgoing;                    ///< not sent yet
-        std::string incoming;                    ///< not yet a whole answer
+        std::deque<Request> requests;  ///< sent and not answered
+        std::uint64_t takenBack = 0;   ///< place of the last request that may go without an answer
+        std::uint64_t answered = 0;    ///< place of the last answer
+        std::uint64_t sent = 0;        ///< requests to this process
+        std::string outgoing;          ///< not sent yet
+        std::string incoming;          ///< not yet a whole answer
         std::optional<Descriptor> incomingFile;  ///< not open when there was no room for it
         std::size_t depth = 0;                   ///< most requests at a time
         bool isFilling = true;        ///< gets requests: from half the depth on, up to all of it
@@ -113,7 +115,10 @@ private:
 
     [[nodiscard]] Worker* roomiest();
     [[nodiscard]] bool anyRuns() const;
-    [[nodiscard]] std::optional<FileBeingRead> readBy(const Worker& worker) const;
+    /// The request that a worker says it is reading, with its place for a number.
+    [[nodiscard]] static std::optional<FileBeingRead> readBy(const Worker& worker);
+    [[nodiscard]] static std::deque<Request>::iterator find(
+        std::deque<Request>& requests, const std::optional<FileBeingRead>& read);
     [[nodiscard]] std::int64_t deadlineOf(const Worker& worker, std::int64_t now) const;
     void assign();
     [[nodiscard]] bool start(Worker& worker);

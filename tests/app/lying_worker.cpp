@@ -14,6 +14,7 @@
 //   extraFile  hands a file over with an answer that tells of none
 //   dies       ends as soon as it is asked, having said that it reads a file nobody asked for
 //   silent     reads requests and never answers, saying of itself that it just began
+//   slow       is a good one that takes long for every eighth file
 //   stopped    stops itself
 
 #include <array>
@@ -79,11 +80,26 @@ public:
         }
     }
 
-    void answer(std::uint64_t number) const {
+    /// As a good worker does with a request that may have been taken back.
+    void answerSlowly(const app::WorkerRequest& request) const {
+        constexpr std::chrono::milliseconds kLong{150};
+        if (request.number > state.takenBack) {
+            state.began = app::steadyNanoseconds();
+            state.file = request.number;
+            if (std::stoi(request.file.path) % 8 == 0) {
+                std::this_thread::sleep_for(kLong);
+            }
+            state.file = app::WorkerState::kNoFile;
+            answer(request);
+        }
+    }
+
+    void answer(const app::WorkerRequest& request) const {
+        const std::uint64_t number = request.number;
         app::FileReport report;
         report.isShown = true;
         app::FilePart part;
-        part.bytes = std::to_string(number) + "\n";
+        part.bytes = request.file.path + "\n";
         const std::string good = app::packAnswer(number, report, part);
         if (lie == "garbage") {
             std::string bytes;
@@ -149,7 +165,12 @@ int main() {
         std::string_view rest = incoming;
         for (std::string_view message; app::packed::takeWholeText(rest, message);) {
             if (std::exchange(isSetUp, true)) {
-                liar.answer(app::unpackRequest(message).value().number);
+                const app::WorkerRequest request = app::unpackRequest(message).value();
+                if (lie == std::string_view("slow")) {
+                    liar.answerSlowly(request);
+                } else {
+                    liar.answer(request);
+                }
             }
         }
         incoming.erase(0, incoming.size() - rest.size());
