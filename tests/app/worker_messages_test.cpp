@@ -27,11 +27,12 @@ app::WorkerSetup usualSetup() {
     setup.memory = std::uint64_t{1} << 40;
     setup.hasStandardInput = true;
     setup.colour = app::Colour::on;
-    setup.arguments.read = {12.5, 1, 2, 300};
+    setup.arguments.read = {12.5, 1, 2, 300, 400};
     app::OutputChoice& output = setup.arguments.output;
     output.format = app::Format::csv;
     output.layout = app::JsonLayout::compact;
     output.file = "table";
+    output.toTerminal = true;
     output.fields = {{"Make", {}}, {"50000", 50000}};
     output.shorten = 0;
     output.nestedRows = true;
@@ -62,10 +63,12 @@ TEST(WorkerMessages, aSetupComesBack) {
     EXPECT_EQ(back->arguments.read.first, 1);
     EXPECT_EQ(back->arguments.read.max, 2);
     EXPECT_EQ(back->arguments.read.readBudget, 300U);
+    EXPECT_EQ(back->arguments.read.valueBudget, 400U);
     const app::OutputChoice& output = back->arguments.output;
     EXPECT_EQ(output.format, app::Format::csv);
     EXPECT_EQ(output.layout, app::JsonLayout::compact);
     EXPECT_EQ(output.file, "table");
+    EXPECT_TRUE(output.toTerminal);
     ASSERT_EQ(output.fields.size(), 2U);
     EXPECT_EQ(output.fields[0].name, "Make");
     EXPECT_FALSE(output.fields[0].unknownId);
