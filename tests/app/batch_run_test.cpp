@@ -50,7 +50,7 @@ protected:
                 reader = readerOf(program.process(), fileName);
                 return reader > 0;
             })) << fileName;
-            ASSERT_EQ(::kill(reader, SIGKILL), 0);
+            programrun::sendTo(reader, SIGKILL);
             ASSERT_TRUE(comesTrue([&] { return !programrun::isRunning(reader); }));
         }
     }
@@ -239,7 +239,7 @@ TEST_F(BatchRunTest, whatWaitsOutlivesItsWorker) {
         other = found == workers.end() ? -1 : *found;
         return slow > 0 && other > 0;
     }));
-    ASSERT_EQ(::kill(other, SIGKILL), 0);
+    programrun::sendTo(other, SIGKILL);
     const Ending given = endingOf(program.wait());
     EXPECT_EQ(given.status, 1);
     const std::vector<std::string> lines = linesOf(given.out);

@@ -124,8 +124,9 @@ TEST_F(ExhaustionTest, largePartsBehindASlowFileTakeNoDescriptors) {
     }
     for (const char* const jobs : {"8", "64"}) {
         Launch launch = launchOf(jobs);
-        launch.arguments.insert(launch.arguments.end(),
-                                {"--read-budget", "unlimited", "--timeout", "15"});
+        launch.arguments.insert(
+            launch.arguments.end(),
+            {"--read-budget", "unlimited", "--value-budget", "unlimited", "--timeout", "15"});
         launch.prepare = [] { limit(RLIMIT_NOFILE, 256); };
         Running program = start(launch);
         pid_t slow = -1;
@@ -135,7 +136,7 @@ TEST_F(ExhaustionTest, largePartsBehindASlowFileTakeNoDescriptors) {
         }));
         // Behind it the others are read, until only its worker has anything to do.
         std::this_thread::sleep_for(std::chrono::seconds(5));
-        ::kill(slow, SIGKILL);
+        programrun::sendTo(slow, SIGKILL);
         const Ending given = endingOf(program.wait());
         EXPECT_NE(given.error.find("300 files read, 1 failed"), std::string::npos)
             << jobs << given.error.substr(0, 1000);
@@ -145,7 +146,8 @@ TEST_F(ExhaustionTest, largePartsBehindASlowFileTakeNoDescriptors) {
 TEST_F(ExhaustionTest, aSoftLimitOfDescriptorsIsRaised) {
     programfiles::write(in("slow.tif"), programfiles::endlessImage());
     Launch launch;
-    launch.arguments = {"--read-budget", "unlimited", "--jobs", "1", "slow.tif"};
+    launch.arguments = {"--read-budget", "unlimited", "--value-budget", "unlimited",
+                        "--jobs",        "1",         "slow.tif"};
     launch.prepare = [] {
         const rlimit both{100, 300};
         ::setrlimit(RLIMIT_NOFILE, &both);
@@ -219,15 +221,15 @@ TEST_F(ExhaustionTest, aStoppedWorkerIsEnded) {
     programfiles::write(in("slow.tif"), programfiles::endlessImage());
     programfiles::write(in("a.tif"), programfiles::image(7));
     Launch launch;
-    launch.arguments = {"--read-budget", "unlimited", "--jobs",   "1",
-                        "--timeout",     "1",         "slow.tif", "a.tif"};
+    launch.arguments = {"--read-budget", "unlimited", "--value-budget", "unlimited", "--jobs", "1",
+                        "--timeout",     "1",         "slow.tif",       "a.tif"};
     Running program = start(launch);
     pid_t reader = -1;
     ASSERT_TRUE(comesTrue([&] {
         reader = programrun::readerOf(program.process(), "slow.tif");
         return reader > 0;
     }));
-    ASSERT_EQ(::kill(reader, SIGSTOP), 0);
+    programrun::sendTo(reader, SIGSTOP);
     const Ending given = endingOf(program.wait());
     EXPECT_EQ(given.error,
               "ifdsweep: slow.tif: not finished within 1 s (ifdsweep:timeout)\n"
@@ -238,7 +240,8 @@ TEST_F(ExhaustionTest, whatTheParentIgnoresIsItsOwn) {
     programfiles::write(in("slow.tif"), programfiles::endlessImage());
     programfiles::write(in("a.tif"), programfiles::image(7));
     Launch launch;
-    launch.arguments = {"--read-budget", "unlimited", "--jobs", "1", "slow.tif", "a.tif"};
+    launch.arguments = {"--read-budget", "unlimited", "--value-budget", "unlimited",
+                        "--jobs",        "1",         "slow.tif",       "a.tif"};
     launch.prepare = [] {
         ::signal(SIGCHLD, SIG_IGN);
         ::signal(SIGINT, SIG_IGN);
@@ -249,7 +252,7 @@ TEST_F(ExhaustionTest, whatTheParentIgnoresIsItsOwn) {
         reader = programrun::readerOf(program.process(), "slow.tif");
         return reader > 0;
     }));
-    ASSERT_EQ(::kill(reader, SIGKILL), 0);
+    programrun::sendTo(reader, SIGKILL);
     const Ending given = endingOf(program.wait());
     EXPECT_EQ(linesOf(given.error)[0],
               "ifdsweep: slow.tif: the process that read the file ended: signal 9 (Killed) "
@@ -259,8 +262,8 @@ TEST_F(ExhaustionTest, whatTheParentIgnoresIsItsOwn) {
 TEST_F(ExhaustionTest, aWorkerHasWhatItIsGivenAndNoMore) {
     programfiles::write(in("slow.tif"), programfiles::endlessImage());
     Launch launch;
-    launch.arguments = {"--read-budget", "unlimited", "--jobs",   "2",
-                        "slow.tif",      "slow.tif",  "--output", "table"};
+    launch.arguments = {"--read-budget", "unlimited", "--value-budget", "unlimited", "--jobs", "2",
+                        "slow.tif",      "slow.tif",  "--output",       "table"};
     launch.prepare = [] {
         if (::dup2(1, 77) < 0) {  // what a careless parent leaves open
             ::_exit(126);
@@ -309,8 +312,8 @@ TEST_F(ExhaustionTest, aSlowFileKeepsNobodyWaiting) {
     list += "last.tif\n";
     programrun::write(in("list"), list);
     Launch launch;
-    launch.arguments = {"--read-budget", "unlimited", "--jobs",   "2",
-                        "--files-from",  "list",      "--format", "ndjson"};
+    launch.arguments = {"--read-budget", "unlimited", "--value-budget", "unlimited", "--jobs", "2",
+                        "--files-from",  "list",      "--format",       "ndjson"};
     Running program = start(launch);
     // The last file is begun while the first is still read: all between have been read, and wait.
     pid_t slow = -1;
@@ -324,8 +327,8 @@ TEST_F(ExhaustionTest, aSlowFileKeepsNobodyWaiting) {
     const std::size_t memory = programrun::ownMemoryOf(program.process());
     EXPECT_GT(memory, 0U);
     EXPECT_LT(memory, std::size_t{96} << 20);
-    ASSERT_EQ(::kill(slow, SIGKILL), 0);
-    ASSERT_EQ(::kill(last, SIGKILL), 0);
+    programrun::sendTo(slow, SIGKILL);
+    programrun::sendTo(last, SIGKILL);
     const Ending given = endingOf(program.wait());
     const std::vector<std::string> lines = linesOf(given.out);
     ASSERT_EQ(lines.size(), static_cast<std::size_t>(kSmall + 2));

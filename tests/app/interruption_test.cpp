@@ -240,8 +240,9 @@ TEST_F(InterruptionTest, whatIsIgnoredAtTheStartStaysIgnored) {
         for (const auto& [ignored, other] : {std::pair(SIGHUP, SIGINT), {SIGINT, SIGHUP}}) {
             Launch launch;
             launch.arguments = arguments;
-            launch.arguments.insert(launch.arguments.end(),
-                                    {"--read-budget", "unlimited", "a.tif", "slow.tif"});
+            launch.arguments.insert(
+                launch.arguments.end(),
+                {"--read-budget", "unlimited", "--value-budget", "unlimited", "a.tif", "slow.tif"});
             launch.prepare = [ignored = ignored] { ::signal(ignored, SIG_IGN); };
             const auto before = names();
             Running program = start(launch);
@@ -260,12 +261,13 @@ TEST_F(InterruptionTest, whatIsIgnoredAtTheStartStaysIgnored) {
 TEST_F(InterruptionTest, aLostTerminalEndsTheWholeGroupInOrder) {
     // The signal goes to the workers too; none of their files failed.
     Launch launch;
-    launch.arguments = {"--format", "ndjson", "--read-budget", "unlimited", "a.tif", "slow.tif"};
+    launch.arguments = {"--format",       "ndjson",    "--read-budget", "unlimited",
+                        "--value-budget", "unlimited", "a.tif",         "slow.tif"};
     launch.prepare = [] { ::setpgid(0, 0); };
     Running program = start(launch);
     ASSERT_TRUE(comesTrue([&] { return readerOf(program.process(), "slow.tif") > 0; }));
     ASSERT_TRUE(comesTrue([&] { return endingOf(0).out.ends_with('\n'); }));
-    ASSERT_EQ(::kill(-program.process(), SIGHUP), 0);
+    program.sendToGroup(SIGHUP);
     const Ending given = endingOf(program.wait());
     EXPECT_EQ(given.status, 129);
     ASSERT_FALSE(given.error.empty());
@@ -275,7 +277,8 @@ TEST_F(InterruptionTest, aLostTerminalEndsTheWholeGroupInOrder) {
 TEST_F(InterruptionTest, oneFileEndsAtOnceOnAnyOfThem) {
     for (const int signal : app::Interruption::kSignals) {
         Launch launch;
-        launch.arguments = {"--read-budget", "unlimited", "slow.tif"};
+        launch.arguments = {"--read-budget", "unlimited", "--value-budget", "unlimited",
+                            "slow.tif"};
         Running program = start(launch);
         ASSERT_TRUE(comesTrue([&] { return hasOpen(program.process(), "slow.tif"); }));
         program.send(signal);

@@ -66,7 +66,8 @@ protected:
 };
 
 TEST_F(OneFileTest, theTimeLimitHolds) {
-    expectTheSame({"--timeout", "0.05", "--read-budget", "unlimited", "slow \x1b.tif"},
+    expectTheSame({"--timeout", "0.05", "--read-budget", "unlimited", "--value-budget", "unlimited",
+                   "slow \x1b.tif"},
                   "ifdsweep: slow \\x1b.tif: not finished within 0.050 s, the limit of --timeout "
                   "(ifdsweep:timeout)\n");
 }
@@ -80,7 +81,8 @@ TEST_F(OneFileTest, theTimeLimitIsNotMetByAGoodFile) {
 
 TEST_F(OneFileTest, theAlarmOfTheStarterIsItsOwn) {
     Launch launch;
-    launch.arguments = {"--read-budget", "unlimited", "slow \x1b.tif"};
+    launch.arguments = {"--read-budget", "unlimited", "--value-budget", "unlimited",
+                        "slow \x1b.tif"};
     launch.prepare = [] { ::alarm(1); };
     EXPECT_EQ(run(launch).status, 128 + SIGALRM);
 }
@@ -223,13 +225,14 @@ TEST_F(OneFileTest, closedStreamsAreNobodyElsesFile) {
 
 TEST_F(OneFileTest, anIgnoredEndOfChildrenIsNotInherited) {
     Launch launch;
-    launch.arguments = {"--jobs", "1", "--read-budget", "unlimited", "slow \x1b.tif"};
+    launch.arguments = {"--jobs",         "1",         "--read-budget", "unlimited",
+                        "--value-budget", "unlimited", "slow \x1b.tif"};
     launch.prepare = [] { ::signal(SIGCHLD, SIG_IGN); };
     Running program = start(launch);
     pid_t worker = -1;
     ASSERT_TRUE(
         comesTrue([&] { return (worker = readerOf(program.process(), "slow \x1b.tif")) > 0; }));
-    ::kill(worker, SIGKILL);
+    programrun::sendTo(worker, SIGKILL);
     EXPECT_EQ(program.wait(), 1);
     EXPECT_NE(endingOf(0).error.find("signal 9"), std::string::npos) << endingOf(0).error;
 }

@@ -51,7 +51,12 @@ Running::~Running() {
 }
 
 void Running::send(int signal) const {
-    EXPECT_EQ(::kill(id, signal), 0);
+    sendTo(id, signal);
+}
+
+void Running::sendToGroup(int signal) const {
+    ASSERT_GT(id, 1);
+    EXPECT_EQ(::kill(-id, signal), 0);
 }
 
 int Running::wait() {
@@ -145,6 +150,11 @@ pid_t readerOf(pid_t process, const std::string& fileName) {
         }
     }
     return -1;
+}
+
+void sendTo(pid_t process, int signal) {
+    ASSERT_GT(process, 1);
+    EXPECT_EQ(::kill(process, signal), 0);
 }
 
 void ProgramTest::SetUp() {

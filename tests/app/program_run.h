@@ -52,6 +52,9 @@ public:
     [[nodiscard]] pid_t process() const { return id; }
     void send(int signal) const;
 
+    /// The same to its whole group, which it leads.
+    void sendToGroup(int signal) const;
+
     /// Waits for the end; the exit status, or 128 and the signal.
     int wait();
 
@@ -67,6 +70,10 @@ void becomeOrdinary();
 
 /// The process, among those that a process started, that has a file of this name open; -1 for none.
 [[nodiscard]] pid_t readerOf(pid_t process, const std::string& fileName);
+
+/// Sends a signal to one process. What is none, as a reader that was not found, fails the test: the
+/// system would send it to others, or to all.
+void sendTo(pid_t process, int signal);
 
 /// Whether a process is there and has not ended.
 [[nodiscard]] bool isRunning(pid_t process);

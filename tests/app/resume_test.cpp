@@ -62,7 +62,7 @@ protected:
         if (random() % 2 == 0) {
             ::usleep(std::uniform_int_distribution<useconds_t>(0, 300)(random));
         }
-        ::kill(-program.process(), SIGKILL);
+        program.sendToGroup(SIGKILL);
         return program.wait();
     }
 
@@ -240,6 +240,8 @@ TEST_F(ResumeTest, anotherRunIsRefused) {
          "no --offset, now --offset 8"},
         {{"--format", "csv", "--tags", "Width", "--max", "1", "--read-budget", "unlimited"},
          "no --read-budget, now --read-budget unlimited"},
+        {{"--format", "csv", "--tags", "Width", "--max", "1", "--value-budget", "unlimited"},
+         "no --value-budget, now --value-budget unlimited"},
         {{"--format", "csv", "--tags", "Width", "--max", "1", "--ignore", "tagDataPastEOF"},
          "no --ignore, now --ignore Velmora:pixlore:ifdsweep:tagDataPastEOF"},
         {{"--format", "csv", "--tags", "Width", "--max", "1", "--warnings", "none"},
@@ -281,23 +283,26 @@ TEST_F(ResumeTest, aJournalHasOneRunAtATime) {
     programfiles::writePair(in("."));
     programfiles::write(in("slow.tif"), programfiles::endlessImage());
     Launch launch;
-    launch.arguments = resuming("ndjson", {"--read-budget", "unlimited", "a.tif", "slow.tif"});
+    launch.arguments = resuming("ndjson", {"--read-budget", "unlimited", "--value-budget",
+                                           "unlimited", "a.tif", "slow.tif"});
     launch.prepare = [] { ::setpgid(0, 0); };
     Running first = start(launch);
     ASSERT_TRUE(programrun::comesTrue(
         [&] { return contents(in("journal")).find("\nr ") != std::string::npos; }));
     const std::string journal = contents(in("journal"));
-    const Ending second =
-        run(resuming("ndjson", {"--read-budget", "unlimited", "a.tif", "slow.tif"}));
+    const Ending second = run(resuming("ndjson", {"--read-budget", "unlimited", "--value-budget",
+                                                  "unlimited", "a.tif", "slow.tif"}));
     EXPECT_EQ(second.status, 2);
     EXPECT_EQ(second.error, "ifdsweep: the journal journal is in use by process " +
                                 std::to_string(first.process()) + '\n');
     EXPECT_EQ(contents(in("journal")), journal);
-    ::kill(-first.process(), SIGKILL);
+    first.sendToGroup(SIGKILL);
     first.wait();
     // The lock has gone with the process.
     programfiles::write(in("slow.tif"), programfiles::image(9));
-    EXPECT_EQ(run(resuming("ndjson", {"--read-budget", "unlimited", "a.tif", "slow.tif"})).status,
+    EXPECT_EQ(run(resuming("ndjson", {"--read-budget", "unlimited", "--value-budget", "unlimited",
+                                      "a.tif", "slow.tif"}))
+                  .status,
               0);
     EXPECT_EQ(linesOf(contents(in("output"))).size(), 2U);
 }

@@ -6,6 +6,7 @@
 #include <new>
 #include <ostream>
 
+#include "app/sanitized.h"
 #include "hostile/captured_program.h"
 #include "hostile/failing_memory.h"
 #include "hostile/temporary_file.h"
@@ -197,11 +198,13 @@ TEST(ProgramOutOfMemory, SaysSo) {
                                .add({numbers(60000, kByte, std::vector<std::int64_t>(3000000, 1))})
                                .build();
     const TemporaryFile file("large.tif", large.bytes);
-    const CapturedProgram program = runCaptured({file.path()}, [] { failRequestsAbove(8000000); });
+    const CapturedProgram program =
+        runCaptured({"--memory", "1073741824", file.path()}, [] { failRequestsAbove(8000000); });
     EXPECT_EQ(program.status, 1);
-    EXPECT_EQ(program.errors,
-              "ifdsweep: " + file.path() +
-                  ": out of memory: the system gives no more (ifdsweep:outOfMemory)\n");
+    const std::string reason =
+        app::kIsSanitized ? "the system gives no more" : "the limit is 1024 MiB (--memory)";
+    EXPECT_EQ(program.errors, "ifdsweep: " + file.path() + ": out of memory: " + reason +
+                                  " (ifdsweep:outOfMemory)\n");
     EXPECT_EQ(program.output, "");
 }
 

@@ -4,12 +4,15 @@
 #include <cerrno>
 #include <cstdio>
 #include <memory>
+#include <string_view>
 #include <system_error>
 
+#include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include "app/program.h"
+#include "app/worker.h"
 
 namespace fixture {
 namespace {
@@ -73,3 +76,12 @@ CapturedProgram runCaptured(const std::vector<std::string>& arguments,
 }
 
 }  // namespace fixture
+
+/// The program starts itself anew for its workers, and here it is this one.
+int main(int argumentCount, char** arguments) {
+    if (argumentCount == 2 && std::string_view(arguments[1]) == app::kWorkerCommand) {
+        return app::runProgram(argumentCount, arguments);
+    }
+    testing::InitGoogleTest(&argumentCount, arguments);
+    return RUN_ALL_TESTS();
+}
