@@ -134,7 +134,9 @@ TEST_F(ExhaustionTest, largePartsBehindASlowFileTakeNoDescriptors) {
             slow = programrun::readerOf(program.process(), "000.tif");
             return slow > 0;
         }));
-        // Behind it the others are read, until only its worker has anything to do.
+        // Behind it the others are read, until only its worker has anything to do: nothing more,
+        // or its memory would be spent.
+        programrun::sendTo(slow, SIGSTOP);
         std::this_thread::sleep_for(std::chrono::seconds(5));
         programrun::sendTo(slow, SIGKILL);
         const Ending given = endingOf(program.wait());
@@ -232,7 +234,8 @@ TEST_F(ExhaustionTest, aStoppedWorkerIsEnded) {
     programrun::sendTo(reader, SIGSTOP);
     const Ending given = endingOf(program.wait());
     EXPECT_EQ(given.error,
-              "ifdsweep: slow.tif: not finished within 1 s (ifdsweep:timeout)\n"
+              "ifdsweep: slow.tif: not finished within 1 s, the limit of --timeout "
+              "(ifdsweep:timeout)\n"
               "ifdsweep: 1 file read, 1 failed, 1 directory\n");
 }
 

@@ -225,7 +225,7 @@ TEST_F(OptionsTest, shorten) {
 TEST_F(OptionsTest, informationIsPrinted) {
     const Ending tags = run({"--list-tags"});
     EXPECT_EQ(tags.status, 0);
-    EXPECT_EQ(linesOf(tags.out).size(), 320U);
+    EXPECT_EQ(linesOf(tags.out).size(), 319U);
     EXPECT_EQ(tags.error, "");
     const Ending message = run({"--explain", "tagDataPastEOF"});
     EXPECT_EQ(message.status, 0);

@@ -208,6 +208,7 @@ Running ProgramTest::start(const Launch& given) const {
         ::close(out);
         ::close(error);
         launch.prepare();
+        ::execve(IFDSWEEP_PROGRAM, words.data(), environ);
         ::fexecve(program, words.data(), environ);
         ::_exit(127);
     }
