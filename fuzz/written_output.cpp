@@ -182,7 +182,9 @@ void requireTypedMessage(const json& parsed, const qxMessage& message) {
 std::string written(app::Format format, const app::SweepOutcome& outcome, app::Colour colour) {
     app::StringSink sink;
     app::Output output(sink);
-    const auto writer = app::makeResultWriter(format, output, colour);
+    app::WriterSettings settings;
+    settings.toTerminal = true;  // where most is escaped
+    const auto writer = app::makeResultWriter(format, output, colour, settings);
     writer->begin();
     writer->write(outcome);
     writer->end();

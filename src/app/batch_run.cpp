@@ -32,7 +32,7 @@ std::uint64_t mostWorkers() {
 }
 
 /// How many parts may wait in files of their own.
-std::uint64_t mostPartFiles() {
+std::uint64_t partFileLimit() {
     constexpr std::uint64_t kMost = 64;
     constexpr std::uint64_t kShare = 8;  // of the descriptors
     return std::min(kMost, descriptorLimit() / kShare);
@@ -106,7 +106,7 @@ BatchRun::BatchRun(const Arguments& programArguments, RunOutput& runOutput, Jour
       failureOutput(failurePart),
       failureWriter(arguments, failureOutput, colour, -1),
       progress(arguments),
-      outputIsTerminal(arguments.output.file.empty() && ::isatty(STDOUT_FILENO) == 1) {}
+      mostPartFiles(partFileLimit()) {}
 
 void BatchRun::run() {
     constexpr std::chrono::milliseconds kLongest{250};  // how old the progress line may get
@@ -144,7 +144,7 @@ bool BatchRun::canTake() const {
     // What is read now will want room too.
     const std::uint64_t expected =
         filesInWork * (partBytesCome / std::max<std::uint64_t>(partCount, 1));
-    const bool hasRoom = partBytes + expected < kMostPartBytes && partFiles < mostPartFiles();
+    const bool hasRoom = partBytes + expected < kMostPartBytes && partFiles < mostPartFiles;
     return !isAtEnd && entryBytes < kMostEntryBytes && (hasRoom || spool.hasRoom()) &&
            pool.hasRoom();
 }
@@ -219,7 +219,7 @@ void BatchRun::hold(Waiting& waiting) {
     FilePart& part = waiting.part;
     const bool isFile = part.spill.isOpen();
     const bool hasRoom =
-        isFile ? partFiles < mostPartFiles() : partBytes + part.bytes.size() <= kMostPartBytes;
+        isFile ? partFiles < mostPartFiles : partBytes + part.bytes.size() <= kMostPartBytes;
     if (!hasRoom && &waiting != &window.front()) {
         waiting.spooled = spool.keep(part);
         if (waiting.spooled) {
@@ -243,7 +243,7 @@ void BatchRun::letGo(const Waiting& waiting) {
 void BatchRun::writeFinished() {
     while (!window.empty() && window.front().isDone) {
         Waiting& waiting = window.front();
-        if (outputIsTerminal || waiting.report.ending == FileReport::Ending::failed) {
+        if (arguments.output.toTerminal || waiting.report.ending == FileReport::Ending::failed) {
             progress.hide();
         }
         log.add(

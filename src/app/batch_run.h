@@ -73,7 +73,7 @@ private:
     Output failureOutput;
     FileSweeper failureWriter;
     Progress progress;
-    bool outputIsTerminal;
+    const std::uint64_t mostPartFiles;
     bool isAtEnd = false;
     int awaitedInput = -1;  ///< a list that has no whole line yet
     std::vector<int> awaited;

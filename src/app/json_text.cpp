@@ -26,7 +26,7 @@ constexpr bool isPlain(char32_t unit) {
     return unit >= 0x20 && unit < 0x7F && unit != '"' && unit != '\\';
 }
 
-char* putCodePoint(char* text, char32_t codePoint) {
+char* putCodePoint(char* text, char32_t codePoint, bool forTerminal) {
     constexpr std::array<std::array<char, 2>, 7> kShortEscapes{{{'"', '"'},
                                                                 {'\\', '\\'},
                                                                 {'\b', 'b'},
@@ -45,7 +45,8 @@ char* putCodePoint(char* text, char32_t codePoint) {
             return text;
         }
     }
-    if (!isHidden(codePoint)) {
+    const bool isControl = codePoint < 0x20 || (codePoint >= 0x7F && codePoint < 0xA0);
+    if (!isControl && !(forTerminal && isHidden(codePoint))) {
         return encodeUtf8(text, codePoint);
     }
     if (codePoint < 0x10000) {
@@ -153,7 +154,8 @@ public:
         : destination(output), surrogates(loneSurrogates) {}
 
     void codePoint(char32_t value) {
-        destination.commit(putCodePoint(destination.reserve(kCodePointRoom), value));
+        destination.commit(
+            putCodePoint(destination.reserve(kCodePointRoom), value, destination.isForTerminal()));
     }
     void strayByte(std::uint8_t) { codePoint(kReplacement); }
     void loneSurrogate(char16_t unit) {
@@ -181,7 +183,7 @@ void appendAscii(Output& output, std::basic_string_view<Unit> units) {
             text += piece.size();
         } else {
             for (const Unit unit : piece) {
-                text = putCodePoint(text, static_cast<char32_t>(unit));
+                text = putCodePoint(text, static_cast<char32_t>(unit), output.isForTerminal());
             }
         }
         output.commit(text);

@@ -125,12 +125,17 @@ public:
     /// Forgets everything gathered.
     void discard() noexcept { used = 0; }
 
+    /// Whether a terminal shows what is written, where characters that are not seen do things.
+    [[nodiscard]] bool isForTerminal() const noexcept { return forTerminal; }
+    void setForTerminal(bool isShown) noexcept { forTerminal = isShown; }
+
 private:
     void appendLong(std::string_view text);
 
     ByteSink& sink;
     std::unique_ptr<char[]> buffer;
     std::size_t used = 0;
+    bool forTerminal = false;
 };
 
 }  // namespace app

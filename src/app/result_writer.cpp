@@ -47,6 +47,7 @@ Frame frameOf(Format format, const WriterSettings& settings) {
 
 std::unique_ptr<ResultWriter> makeResultWriter(Format format, Output& output, Colour colour,
                                                const WriterSettings& settings) {
+    output.setForTerminal(settings.toTerminal);
     switch (format) {
         case Format::json:
             return std::make_unique<JsonWriter>(output, settings.layout);

@@ -28,7 +28,7 @@ struct WriterSettings {
     TextLimits limits;
     bool nestedRows = false;
     std::vector<std::string> columns;  ///< of CSV; empty: all fields that occur
-    bool toTerminal = false;           ///< CSV shows cells as text for a terminal
+    bool toTerminal = false;           ///< JSON and CSV show hidden characters
 };
 
 /// What stands around the files.

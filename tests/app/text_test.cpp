@@ -56,6 +56,13 @@ std::string jsonBytes(std::string_view bytes) {
     return rendered([&](app::Output& output) { app::appendJsonString(output, bytes); });
 }
 
+std::string jsonOnTerminal(std::string_view bytes) {
+    return rendered([&](app::Output& output) {
+        output.setForTerminal(true);
+        app::appendJsonString(output, bytes);
+    });
+}
+
 std::string jsonUnits(std::u16string_view units) {
     return rendered([&](app::Output& output) { app::appendJsonUnits(output, units); });
 }
@@ -147,12 +154,12 @@ TEST(JsonTextTest, escapesWhatMustBe) {
     EXPECT_EQ(jsonBytes("Zürich €"), "\"Zürich €\"");
 }
 
-TEST(JsonTextTest, whatNobodySeesIsEscapedAndReadsBack) {
-    EXPECT_EQ(jsonBytes("\u0080\u009B\u202E"), R"("\u0080\u009b\u202e")");
-    EXPECT_EQ(jsonBytes("\U000E0041"), R"("\udb40\udc41")");
+TEST(JsonTextTest, whatNobodySeesIsEscapedOnATerminalAndReadsBack) {
+    EXPECT_EQ(jsonOnTerminal("\u0080\u009B\u202E"), R"("\u0080\u009b\u202e")");
+    EXPECT_EQ(jsonOnTerminal("\U000E0041"), R"("\udb40\udc41")");
     EXPECT_EQ(jsonNatural(signExtended("\x9D")), R"("\u009d")");
     forEachCodePoint([](char32_t codePoint, const std::string& utf8) {
-        const std::string json = jsonBytes(utf8);
+        const std::string json = jsonOnTerminal(utf8);
         // nlohmann-json's parser, not ours, says that it is the same text.
         ASSERT_EQ(nlohmann::json::parse(json), utf8) << static_cast<std::uint32_t>(codePoint);
         const bool isEscaped = json.find(utf8) == std::string::npos;
@@ -286,6 +293,16 @@ TEST_P(TerminalTextTest, showsNothingThatATerminalObeys) {
 
 INSTANTIATE_TEST_SUITE_P(All, TerminalTextTest, testing::ValuesIn(kTerminalCases),
                          [](const auto& instance) { return std::string(instance.param.name); });
+
+TEST(JsonTextTest, controlsAloneAreEscapedForAProgram) {
+    forEachCodePoint([](char32_t codePoint, const std::string& utf8) {
+        const bool isControl = codePoint < 0x20 || (codePoint >= 0x7F && codePoint <= 0x9F);
+        const bool isSyntax = codePoint == '"' || codePoint == '\\';
+        const std::string plain = '"' + utf8 + '"';
+        ASSERT_EQ(jsonBytes(utf8) != plain, isControl || isSyntax)
+            << static_cast<std::uint32_t>(codePoint);
+    });
+}
 
 TEST(TerminalTextTest, whatNobodySeesIsEscapedAndNothingElse) {
     forEachCodePoint([](char32_t codePoint, const std::string& utf8) {
