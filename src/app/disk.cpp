@@ -64,8 +64,8 @@ std::chrono::steady_clock::time_point Disk::now() const {
 }
 
 const Disk& systemDisk() {
-    static const Disk disk;
-    return disk;
+    static const Disk kDisk;
+    return kDisk;
 }
 
 std::optional<FileMark> markOf(int file) {

@@ -1,8 +1,8 @@
 #pragma once
 
-// JSON text: strings and base64, always valid UTF-8 whatever they are made from. Controls are written
-// as escapes, which a reader undoes, and for a terminal every hidden character is. Plain functions
-// that append to an Output of the caller; any thread.
+// JSON text: strings and base64, always valid UTF-8 whatever they are made from. Controls are
+// written as escapes, which a reader undoes, and for a terminal every hidden character is. Plain
+// functions that append to an Output of the caller; any thread.
 
 #include <cstdint>
 #include <span>

@@ -69,7 +69,7 @@ Beginning lookAt(host::FileService& files, const std::u16string& name, Sniff sni
     if (file == nullptr) {
         return {.isImage = true};
     }
-    const Beginning beginning = lookAt(*file, sniff);
+    Beginning beginning = lookAt(*file, sniff);
     // What could not be read is not known to be no image. A failure farther on is told of by the
     // host beside what can be read.
     const auto failure = file->firstReadFailure();

@@ -155,7 +155,7 @@ std::size_t TagFile::read(void* out, std::size_t itemSize, std::size_t itemCount
 std::span<const std::uint8_t> TagFile::readEntries(Wide size) {
     // Every table of classic TIFF is smaller. It is tried even if it seems to reach past the end:
     // the file may have grown since it was looked at.
-    constexpr Wide kAlwaysTried = 1024 * 1024;
+    constexpr Wide kAlwaysTried = Wide{1} << 20;
     if (size > kAlwaysTried && position() + size > fileStatus.fileSize) {
         return {};
     }
