@@ -28,6 +28,17 @@ FileSweeper::FileSweeper(const Arguments& programArguments, Output& output, Colo
     host.setValueBudget(arguments.read.valueBudget);
 }
 
+void FileSweeper::setMemory(std::function<std::uint64_t()> limit) {
+    // The other half is for the directories while they are read, and for the output.
+    host.setMemoryBound([limit = std::move(limit)]() noexcept {
+        try {
+            return limit() / 2;
+        } catch (const std::bad_alloc&) {
+            return kLeastDefaultMemory / 2;
+        }
+    });
+}
+
 void FileSweeper::serveStandardInput() {
     const int own = ::fcntl(standardInput, F_DUPFD_CLOEXEC, 0);
     if (own < 0) {

@@ -5,6 +5,8 @@
 //
 // Ownership: owns its host; borrows the arguments and the output. Threads: one at a time.
 
+#include <cstdint>
+#include <functional>
 #include <memory>
 
 #include "app/arguments.h"
@@ -23,6 +25,9 @@ public:
     ///                          open; -1 when it is not among the files
     FileSweeper(const Arguments& programArguments, Output& output, Colour colour,
                 int standardInputFile);
+
+    /// How many bytes a file may take in all; asked only of one that takes much.
+    void setMemory(std::function<std::uint64_t()> limit);
 
     /// Reads a file. Nothing is written yet.
     [[nodiscard]] FileReport sweep(const InputFile& file);

@@ -92,6 +92,7 @@ FileReport readOneFile(const Arguments& arguments, const InputFile& file, Colour
     choice.memory = choice.memory.value_or(kLeastDefaultMemory);  // the machine is not asked yet
     const double seconds = workerLimits(choice, 1).timeout;
     const LateEnding ending = makeLateEnding(arguments, file, colour, seconds);
+    sweeper.setMemory([&run = arguments.run] { return workerLimits(run, 1).memory; });
     std::optional<qxMessage> failure;
     {
         const TimeLimit time(seconds, ending);

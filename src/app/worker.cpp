@@ -155,7 +155,9 @@ public:
     Worker(WorkerState& workerState, const WorkerSetup& setup, int standardInput)
         : state(workerState),
           output(partSink),
-          sweeper(setup.arguments, output, setup.colour, standardInput) {}
+          sweeper(setup.arguments, output, setup.colour, standardInput) {
+        sweeper.setMemory([memory = setup.memory] { return memory; });
+    }
 
     void answerRequest(const WorkerRequest& request) {
         state.began = steadyNanoseconds();

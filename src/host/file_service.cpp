@@ -270,7 +270,7 @@ std::shared_ptr<OpenedFile> FileService::look(const std::u16string& name) {
     currentName = name;
     currentFile = std::make_shared<OpenedFile>(
         file.bytes, file.status, spareCache, readBudget.value_or(kReads.of(size)), values, faults);
-    values.begin(valueLimit.value_or(kValues.of(size)), size, costOfName(name));
+    values.begin(valueLimit.value_or(kValues.of(size)), size, costOfName(name), memoryBound);
     return currentFile;
 }
 

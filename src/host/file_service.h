@@ -59,6 +59,9 @@ public:
     /// See `Host::setValueBudget`; holds for files opened from now on.
     void setValueBudget(std::optional<std::uint64_t> limit) noexcept { valueLimit = limit; }
 
+    /// See `Host::setMemoryBound`; the same.
+    void setMemoryBound(MemoryBound bound) noexcept { memoryBound = std::move(bound); }
+
     /// Serves a regular file of these bytes, dated 1970-01-01 00:00:00, under a name. The caller
     /// keeps the bytes.
     void serve(const std::u16string& name, std::span<const std::uint8_t> bytes);
@@ -104,6 +107,7 @@ private:
     ValueBudget& values;
     std::optional<std::uint64_t> readBudget;
     std::optional<std::uint64_t> valueLimit;
+    MemoryBound memoryBound;
     std::map<std::u16string, ServedFile, std::less<>> served;
     FaultPlan faults;
     std::u16string currentName;

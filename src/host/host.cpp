@@ -93,6 +93,9 @@ void Host::collectOwnWarnings() {
     if (const std::optional<SpentBudget> spent = valueBudget.takeSpent()) {
         collected.push_back(spentMessage(kValueBudgetSpentId, *spent));
     }
+    if (const std::optional<SpentBudget> spent = valueBudget.takeSpentMemory()) {
+        collected.push_back(spentMessage(kMemorySpentId, *spent));
+    }
     while (const std::optional<ReadFailure> failure = fileService.takeReadFailure()) {
         collected.push_back(readFailedMessage(*failure));
     }

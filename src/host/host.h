@@ -75,6 +75,13 @@ public:
         fileService.setValueBudget(limit);
     }
 
+    /// How many bytes the values of a call may take, whatever their budget: asked once a call, of a
+    /// call that takes much. As much again should be there for what else a call needs. None at
+    /// first.
+    void setMemoryBound(MemoryBound bound) noexcept {
+        fileService.setMemoryBound(std::move(bound));
+    }
+
     /// What the values and warnings of the call in hand come to.
     [[nodiscard]] std::uint64_t countedValues() const noexcept { return valueBudget.counted(); }
 

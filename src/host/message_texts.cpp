@@ -11,7 +11,7 @@ namespace host {
 namespace {
 
 // clang-format off
-constexpr std::array<MessageTextRow, 35> kMessageTexts{{
+constexpr std::array<MessageTextRow, 36> kMessageTexts{{
     {"Velmora:pixlore:ifdsweep:statFailure", "",
      "the file does not exist",
      "No file has this name. Check the path."},
@@ -114,6 +114,9 @@ constexpr std::array<MessageTextRow, 35> kMessageTexts{{
     {kValueBudgetSpentId, "ii",
      "the value budget of {1} bytes is spent (file size {2} bytes); the rest is left out, --value-budget sets another",
      "The file makes far more values or warnings than its size explains, as one does whose directories share a value. What was made is in the result; records and warnings beyond it are left out. Arguments: the budget, the file's size, both in bytes. If the file is sound, give a larger --value-budget, or \"unlimited\"."},
+    {kMemorySpentId, "ii",
+     "the values take the {1} bytes of memory that there are for them (file size {2} bytes); the rest is left out, --memory allows more",
+     "There is more in the file than there is memory for. What was read is in the result; records beyond it are left out. Arguments: the bytes that values may take, the file's size. Read fewer directories at a time with --first and --max, or allow more memory."},
     {kReadFailedId, "ti",
      "the file cannot be read at position {2}: {1}",
      "The system failed a read, as it does for a damaged disk or a network that went away. Told once for each reason. Arguments: the system's reason, the position. What could be read is in the result; when the file's beginning cannot be read, nothing could. Check the storage, then read the file again."},

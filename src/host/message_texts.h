@@ -15,6 +15,7 @@ namespace host {
 inline constexpr const char* kOpenFailureId = "Velmora:filesystem:openFailure";
 inline constexpr const char* kReadBudgetSpentId = "Velmora:filesystem:readBudgetSpent";
 inline constexpr const char* kValueBudgetSpentId = "Velmora:filesystem:valueBudgetSpent";
+inline constexpr const char* kMemorySpentId = "Velmora:filesystem:memorySpent";
 inline constexpr const char* kReadFailedId = "Velmora:filesystem:readFailed";
 
 /// One message of the catalogue.

@@ -276,7 +276,7 @@ Value* ValueStore::newNode(ValueKind kind, Value::Shape shape, std::size_t eleme
     }
     Value* value = ::new (pool.allocate(sizeof(Value))) Value(kind, shape, elementCount);
     ++live;
-    budget.add(sizeof(Value) + ValueBudget::kElementWeight * countedSize);
+    budget.addValue(sizeof(Value), countedSize);
     return value;
 }
 
@@ -287,7 +287,8 @@ Value* ValueStore::newSlots(ValueKind kind, std::size_t rows, std::size_t column
     const std::size_t wanted = checkedProduct(rows, columns);
     static_cast<void>(checkedProduct(checkedProduct(wanted, fieldCount), sizeof(Value*)));
     const std::size_t granted = budget.grant(
-        wanted, fieldCount * ValueBudget::kPlaceCost + (isRecords ? budget.recordCost() : 0));
+        wanted, fieldCount * ValueBudget::kPlaceCost + (isRecords ? budget.recordCost() : 0),
+        fieldCount * sizeof(Value*));
     if (granted < wanted) {
         (rows == 1 ? columns : rows) = granted;
         (rows == 1 ? rows : columns) = 1;

@@ -22,9 +22,10 @@ TEST(MessageTexts, EveryMessageOfTheModuleHasARowWithItsArguments) {
 }
 
 TEST(MessageTexts, EveryRowIsAMessageOfTheModuleOrTheHost) {
-    std::set<std::string_view> known{host::kOpenFailureId, host::kReadBudgetSpentId,
-                                     host::kReadFailedId, host::kValueBudgetSpentId,
-                                     "Velmora:pixlore:ifdsweep:badTiffTagOffsetDataRead"};
+    std::set<std::string_view> known{
+        host::kOpenFailureId, host::kReadBudgetSpentId,
+        host::kReadFailedId,  host::kValueBudgetSpentId,
+        host::kMemorySpentId, "Velmora:pixlore:ifdsweep:badTiffTagOffsetDataRead"};
     for (const MessageRow& message : kMessageCatalogue) {
         known.insert(message.id);
     }

@@ -71,7 +71,7 @@ TEST_F(Values, ArraysAreCutToTheBudget) {
     static_cast<void>(records(1, names));  // the list of fields counts when it is made
     for (const auto& [limit, kept] :
          {Case{5 * kRecord - 1, 4}, Case{5 * kRecord, 5}, Case{100 * kRecord, 5}, Case{1, 1}}) {
-        budget.begin(limit, 1000, 10);
+        budget.begin(limit, 1000, 10, {});
         const ValueHandle made = records(5, names);
         EXPECT_EQ(made->rows(), std::max(kept, std::size_t{1})) << limit;
         EXPECT_EQ(made->columns(), 1U);
@@ -91,7 +91,7 @@ TEST_F(Values, ArraysAreCutToTheBudget) {
         }
         budget.end();
     }
-    budget.begin(10 * kPlace, 1000, 0);
+    budget.begin(10 * kPlace, 1000, 0, {});
     const ValueHandle cells(store.createArray(ValueKind::Cell, 1, 20));
     EXPECT_EQ(cells->columns(), 10U);
     EXPECT_EQ(cells->rows(), 1U);
@@ -100,16 +100,47 @@ TEST_F(Values, ArraysAreCutToTheBudget) {
 }
 
 TEST_F(Values, AQuarterOfTheBudgetIsAlwaysThereForRecords) {
-    budget.begin(4000, 1000, 0);
+    budget.begin(4000, 1000, 0, {});
     budget.add(5000);
     EXPECT_TRUE(budget.refuses());
     const ValueHandle made = records(100, {"A"});
     EXPECT_EQ(made->rows(), 1000U / host::ValueBudget::kPlaceCost);
 }
 
+TEST_F(Values, MemoryEndsReadingWhileThereIsRoomForTheRecords) {
+    constexpr std::uint64_t kMebibyte = std::uint64_t{1} << 20;
+    constexpr std::uint64_t kUnlimited = host::ValueBudget::kUnlimited;
+    int asked = 0;
+    const host::MemoryBound bound = [&asked] {
+        ++asked;
+        return 512 * kMebibyte;
+    };
+    budget.begin(kUnlimited, 1000, 0, bound);
+    budget.addValue(16, 255 * kMebibyte);
+    EXPECT_FALSE(budget.refuses());
+    EXPECT_EQ(asked, 0) << "small calls do not ask";
+    budget.addValue(16, 256 * kMebibyte);
+    EXPECT_FALSE(budget.refuses());
+    budget.addValue(16, kMebibyte);
+    EXPECT_TRUE(budget.refuses());
+    EXPECT_EQ(asked, 1);
+    const std::optional<host::SpentBudget> spent = budget.takeSpentMemory();
+    ASSERT_TRUE(spent);
+    EXPECT_EQ(spent->budget, 512 * kMebibyte);
+    EXPECT_EQ(spent->fileSize, 1000U);
+    EXPECT_FALSE(budget.takeSpent());
+    // Half as much again is there for records: 256 MiB, less what the accesses counted.
+    EXPECT_LT(budget.grant(300 * kMebibyte, 0, 1), 256 * kMebibyte);
+    budget.begin(kUnlimited, 1000, 0, bound);
+    EXPECT_EQ(budget.grant(300 * kMebibyte, 0, 1), 300 * kMebibyte);
+    EXPECT_GT(budget.grant(600 * kMebibyte, 0, 1), 467 * kMebibyte);
+    EXPECT_FALSE(budget.takeSpentMemory() && budget.takeSpentMemory()) << "told once";
+    budget.end();
+}
+
 TEST_F(Values, TheLastWarningsOfASpentBudgetAreKept) {
     constexpr std::uint64_t kBefore = 5;
-    budget.begin(kBefore * host::ValueBudget::kWarningCost, 1000, 0);
+    budget.begin(kBefore * host::ValueBudget::kWarningCost, 1000, 0, {});
     std::uint64_t kept = 0;
     for (int warning = 0; warning < 5000; ++warning) {
         kept += budget.takesWarning(0) ? 1U : 0U;
