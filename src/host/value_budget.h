@@ -6,7 +6,7 @@
 // every machine: a value counts its own 16 bytes and four times those of its elements, because
 // written out an element takes up to about so many times what it takes in memory; a text that other
 // values share counts in full, because each is written out; a place for a value, a cell or a field,
-// counts for its name and indentation; a record counts for the file's name besides.
+// counts for its name and indentation; a record that names the file counts for its name besides.
 //
 // A spent budget is told of once. Fresh accesses to the file are refused from then on
 // (opened_file.h), so that the call ends with what it has. What it still makes of what was read is
@@ -57,9 +57,9 @@ public:
     /// What a value takes beside its elements, with what its maker has to know it by.
     static constexpr std::uint64_t kValueMemory = 32;
 
-    /// What a directory takes that its reader has in hand, for each fresh access to the file: every
-    /// directory begins with one.
-    static constexpr std::uint64_t kAccessMemory = 256;
+    /// What a directory takes that its reader has in hand. Every one begins with a fresh access to
+    /// the file before which no value was made.
+    static constexpr std::uint64_t kDirectoryMemory = 512;
 
     /// Memory that values may always take: to ask how much there is would cost small files time.
     static constexpr std::uint64_t kFreeMemory = std::uint64_t{256} << 20;
@@ -100,12 +100,13 @@ public:
     void addValue(std::uint64_t valueSize, std::uint64_t elementBytes) noexcept {
         count += valueSize + kElementWeight * elementBytes;
         memory += kValueMemory + elementBytes;
+        hasMadeValue = true;
     }
 
     /// Counts a fresh access to the file.
     /// @return whether it is refused
     [[nodiscard]] bool refuses() noexcept {
-        memory += kAccessMemory;
+        memory += std::exchange(hasMadeValue, false) ? 0 : kDirectoryMemory;
         if (count >= limit) {
             tell();
             return true;
@@ -202,6 +203,7 @@ private:
     const MemoryBound* memoryBound = nullptr;  ///< not yet asked
     std::uint64_t memoryLimit = kMostMemory;
     std::uint64_t memory = 0;
+    bool hasMadeValue = false;  ///< since the last fresh access
     bool isMemoryTold = false;
     std::optional<SpentBudget> memoryToTell;
 };

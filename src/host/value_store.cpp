@@ -282,16 +282,18 @@ Value* ValueStore::newNode(ValueKind kind, Value::Shape shape, std::size_t eleme
 
 Value* ValueStore::newSlots(ValueKind kind, std::size_t rows, std::size_t columns,
                             FieldListPointer fields) {
-    const bool isRecords = fields != nullptr;
-    const std::size_t fieldCount = isRecords ? fields->size() : 1;
+    // Only records of directories with an image name the file.
+    const bool namesFile = fields != nullptr && fields->name(0) == "Filename";
+    const std::size_t fieldCount = fields != nullptr ? fields->size() : 1;
     const std::size_t wanted = checkedProduct(rows, columns);
     static_cast<void>(checkedProduct(checkedProduct(wanted, fieldCount), sizeof(Value*)));
     const std::size_t granted = budget.grant(
-        wanted, fieldCount * ValueBudget::kPlaceCost + (isRecords ? budget.recordCost() : 0),
+        wanted, fieldCount * ValueBudget::kPlaceCost + (namesFile ? budget.recordCost() : 0),
         fieldCount * sizeof(Value*));
     if (granted < wanted) {
-        (rows == 1 ? columns : rows) = granted;
-        (rows == 1 ? rows : columns) = 1;
+        const bool isRow = rows == 1;
+        rows = isRow ? 1 : granted;
+        columns = isRow ? granted : 1;
     }
     const std::size_t slotCount = granted * fieldCount;
     Value* value =

@@ -165,7 +165,7 @@ TEST_F(Contract, AValueThatIsNotTakenStaysTheCallers) {
 TEST_F(Contract, AValueThatCannotBeMadeIsAnException) {
     // Elements that no memory holds, and sizes whose product wraps.
     for (const std::array<std::size_t, 2> size :
-         {std::array<std::size_t, 2>{std::size_t{1} << 45U, 1},
+         {std::array<std::size_t, 2>{std::size_t{1} << 47U, 1},
           std::array<std::size_t, 2>{std::size_t{1} << 32U, std::size_t{1} << 32U}}) {
         const char* name = "A";
         EXPECT_THROW(static_cast<void>(qxCreateCharArray(2, size.data())), std::bad_alloc);

@@ -61,12 +61,12 @@ TEST_F(Values, LongTextsThatAreEqualShareABlock) {
 
 TEST_F(Values, ArraysAreCutToTheBudget) {
     constexpr std::uint64_t kPlace = host::ValueBudget::kPlaceCost;
-    const std::vector<const char*> names{"A", "B"};
+    const std::vector<const char*> names{"Filename", "B"};
     struct Case {
         std::uint64_t limit;
         std::size_t kept;
     };
-    // A record of two fields counts two places and 10 for the file's name.
+    // A record of two fields counts two places and 10 for the file's name, which it has.
     constexpr std::uint64_t kRecord = 2 * kPlace + 10;
     static_cast<void>(records(1, names));  // the list of fields counts when it is made
     for (const auto& [limit, kept] :
@@ -97,6 +97,28 @@ TEST_F(Values, ArraysAreCutToTheBudget) {
     EXPECT_EQ(cells->rows(), 1U);
     ValueStore::setCell(*cells, 15, store.createScalar(1));
     budget.end();
+}
+
+TEST_F(Values, AMatrixThatIsCutIsAColumn) {
+    budget.begin(1, 1000, 0, {});
+    const ValueHandle cells(store.createArray(ValueKind::Cell, 2, 5));
+    EXPECT_EQ(cells->elementCount(), 1U);
+    EXPECT_EQ(cells->rows(), 1U);
+    EXPECT_EQ(cells->columns(), 1U);
+    ValueStore::setCell(*cells, 4, store.createScalar(1));
+    budget.end();
+}
+
+TEST_F(Values, OnlyRecordsThatNameTheFileCountItsName) {
+    const auto costOf = [this](const std::vector<const char*>& names) {
+        static_cast<void>(records(1, names));  // the list of fields counts when it is made
+        budget.begin(1000000, 1000, 5000, {});
+        const ValueHandle made = records(10, names);
+        const std::uint64_t cost = budget.counted();
+        budget.end();
+        return cost;
+    };
+    EXPECT_EQ(costOf({"Filename", "Width"}) - costOf({"ID", "Value"}), 10U * 5000U);
 }
 
 TEST_F(Values, AQuarterOfTheBudgetIsAlwaysThereForRecords) {
