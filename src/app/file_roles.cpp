@@ -7,6 +7,7 @@
 #include <vector>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include "app/descriptor.h"
 #include "app/failure_list.h"
@@ -18,6 +19,8 @@
 
 namespace app {
 namespace {
+
+constexpr int kNoDescriptor = -1;
 
 struct NamedFile {
     explicit NamedFile(std::string fileName) : name(std::move(fileName)) {
@@ -32,6 +35,14 @@ struct NamedFile {
         if (::stat(folder.c_str(), &status) == 0) {
             nameInFolder = path.filename().string();
             identity = {status.st_dev, status.st_ino};
+        }
+    }
+
+    /// The file behind a stream of the program's.
+    NamedFile(std::string streamName, int descriptor) : name(std::move(streamName)) {
+        if (const std::optional<FileIdentity> file = identityOf(descriptor)) {
+            isRegular = true;
+            identity = *file;
         }
     }
 
@@ -51,6 +62,8 @@ std::vector<NamedFile> writtenFiles(const Arguments& arguments) {
     const std::string& output = arguments.output.file;
     const std::string& journal = arguments.run.journal;
     const bool hasPart = !output.empty() && !journal.empty();
+    const NamedFile standardOutput("the standard output",
+                                   output.empty() ? STDOUT_FILENO : kNoDescriptor);
     std::vector<NamedFile> written;
     for (const std::string& name : {output, hasPart ? partNameOf(output) : std::string(),
                                     arguments.run.failureFile, journal}) {
@@ -58,10 +71,10 @@ std::vector<NamedFile> writtenFiles(const Arguments& arguments) {
             continue;
         }
         NamedFile file(name);
-        for (const NamedFile& other : written) {
-            if (file.isSameAs(other)) {
-                throw Refusal(name + " cannot be written in two ways");
-            }
+        if (file.isSameAs(standardOutput) ||
+            std::any_of(written.begin(), written.end(),
+                        [&file](const NamedFile& other) { return file.isSameAs(other); })) {
+            throw Refusal(name + " cannot be written in two ways");
         }
         written.push_back(std::move(file));
     }
@@ -73,11 +86,13 @@ public:
     explicit InputCheck(std::vector<NamedFile> filesWritten) : written(std::move(filesWritten)) {}
 
     void check(const std::string& name) const {
-        const NamedFile file(name);
+        const NamedFile file = name == kStandardInput
+                                   ? NamedFile("the standard input", STDIN_FILENO)
+                                   : NamedFile(name);
         if (file.isRegular && std::any_of(written.begin(), written.end(), [&](const auto& other) {
                 return file.isSameAs(other);
             })) {
-            throw Refusal(name + " cannot be both read and written");
+            throw Refusal(file.name + " cannot be both read and written");
         }
     }
 
@@ -92,7 +107,8 @@ public:
         PathList list(input.listFile, input.nulSeparated);
         try {
             while (const std::optional<std::string> line = list.next()) {
-                check(std::string(input.nulSeparated ? *line : pathOfFailureLine(*line)));
+                const std::string path(input.nulSeparated ? *line : pathOfFailureLine(*line));
+                check(path == kStandardInput ? "./" + path : path);  // in a list, a file's name
             }
         } catch (const OutputError&) {
             return;  // the run meets it again
@@ -116,9 +132,11 @@ void checkFileRoles(const Arguments& arguments) {
     }
     const InputCheck inputs(written);
     const InputChoice& input = arguments.input;
-    if (!input.listFile.empty() && input.listFile != kStandardInput) {
+    if (!input.listFile.empty()) {
         inputs.check(input.listFile);
-        inputs.checkListed(input);
+        if (input.listFile != kStandardInput) {
+            inputs.checkListed(input);
+        }
     }
     std::for_each(input.paths.begin(), input.paths.end(),
                   [&](const std::string& path) { inputs.check(path); });

@@ -126,6 +126,28 @@ TEST_F(NothingDestroyed, ByAListThatIsAPipe) {
     }
 }
 
+TEST_F(NothingDestroyed, WhatIsReadFromTheStandardInput) {
+    for (const char* const line :
+         {"$PROGRAM --format ndjson --files-from - --failures list <list",
+          "$PROGRAM --format ndjson --files-from - --output list <list",
+          "$PROGRAM --format ndjson --offset 8 --output letter.txt - <letter.txt"}) {
+        const Ending given = shell(line);
+        EXPECT_EQ(given.status, 2) << line;
+        EXPECT_EQ(given.error, "ifdsweep: the standard input cannot be both read and written\n");
+        EXPECT_TRUE(stateOf(in("")) == before) << line;
+    }
+}
+
+TEST_F(NothingDestroyed, WhatIsPrintedIsWrittenInOneWay) {
+    for (const char* const option : {"--failures", "--resume"}) {
+        const Ending given =
+            shell(std::string("$PROGRAM --format ndjson ") + option + " letter.txt . >>letter.txt");
+        EXPECT_EQ(given.status, 2) << option;
+        EXPECT_EQ(given.error, "ifdsweep: letter.txt cannot be written in two ways\n");
+        EXPECT_TRUE(stateOf(in("")) == before) << option;
+    }
+}
+
 TEST_F(NothingDestroyed, AFileThatMayBeAnImage) {
     programfiles::write(in("closed"), programfiles::image(3));
     fs::permissions(in("closed"), fs::perms::none);
