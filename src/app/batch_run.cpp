@@ -132,10 +132,9 @@ void BatchRun::run() {
     log.end();
 }
 
-int BatchRun::conclude() {
+int BatchRun::conclude(int signal) {
     progress.hide();
     log.settle();
-    const int signal = interruption.signal();
     log.summarize(signal);
     return log.exitStatus(signal);
 }

@@ -38,7 +38,8 @@ public:
     void run();
 
     /// Tells what came of it, and the exit status of the program.
-    [[nodiscard]] int conclude();
+    /// @param signal that ended the run; 0 for none
+    [[nodiscard]] int conclude(int signal);
 
 private:
     /// A file between being found and being written.

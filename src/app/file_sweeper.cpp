@@ -33,7 +33,7 @@ void FileSweeper::setMemory(std::function<std::uint64_t()> limit) {
     host.setMemoryBound([limit = std::move(limit)]() noexcept {
         try {
             return limit() / 2;
-        } catch (const std::bad_alloc&) {
+        } catch (...) {
             return kLeastDefaultMemory / 2;
         }
     });

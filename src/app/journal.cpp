@@ -119,16 +119,24 @@ Journal::Journal(const std::string& path, const std::vector<std::string>& runPhr
     }
     std::sort(finished.begin(), finished.end(),
               [](const Finished& left, const Finished& right) { return left.path < right.path; });
+    isGiven.resize(finished.size());
 }
 
-void Journal::lock() const {
+void Journal::lock() {
     // A lock of the process: it goes with it, is not handed on to a worker, and tells who has it.
     struct flock range {};
     range.l_type = F_WRLCK;
     range.l_whence = SEEK_SET;
     if (::fcntl(file.get(), F_SETLK, &range) == 0 || (errno != EACCES && errno != EAGAIN)) {
-        return;  // there are file systems without locks
+        // There are file systems without locks. A run that was refused may have taken the file away
+        // again meanwhile.
+        if (markOf(name) != markOf(file.get())) {
+            throw Refusal("the journal " + name +
+                          " was in use a moment ago; run the command again");
+        }
+        return;
     }
+    file.keep();  // it is the other run's by now, whoever made it
     std::string holder = "another process";
     if (::fcntl(file.get(), F_GETLK, &range) == 0 && range.l_type != F_UNLCK && range.l_pid > 0) {
         holder = "process " + std::to_string(range.l_pid);
@@ -265,18 +273,16 @@ std::span<const Journal::Finished> Journal::ofPath(const Finished& digest) const
     return {begin, end};
 }
 
-std::optional<Journal::Ending> Journal::endingOf(const Finished& digest) const {
-    for (const Finished& each : ofPath(digest)) {
-        if ((each.state & ~kEndingBits) == digest.state) {
-            return static_cast<Ending>(each.state & kEndingBits);
-        }
-    }
-    return std::nullopt;
+bool Journal::isFinished(const Finished& digest) const {
+    const std::span<const Finished> before = ofPath(digest);
+    return std::any_of(before.begin(), before.end(), [&digest](const Finished& each) {
+        return (each.state & ~kEndingBits) == digest.state;
+    });
 }
 
 void Journal::countChange(const Finished& digest) {
     const std::span<const Finished> before = ofPath(digest);
-    if (before.empty() || endingOf(digest)) {
+    if (before.empty() || isFinished(digest)) {
         return;
     }
     const auto ended = [before](Ending ending) {
@@ -291,7 +297,7 @@ void Journal::countChange(const Finished& digest) {
     }
 }
 
-std::optional<Journal::Ending> Journal::endingOf(const InputFile& input, std::string& entry) const {
+std::optional<Journal::Ending> Journal::endingOf(const InputFile& input, std::string& entry) {
     struct stat status {};
     if (!input.failure.empty() || ::stat(input.path.c_str(), &status) != 0) {
         status = {};
@@ -301,7 +307,15 @@ std::optional<Journal::Ending> Journal::endingOf(const InputFile& input, std::st
     if (!input.failure.empty()) {
         entry.append(1, kReasonMark).append(escaped(input.failure));
     }
-    return endingOf(digestOf(entry));
+    const Finished digest = digestOf(entry);
+    for (const Finished& each : ofPath(digest)) {
+        const auto index = static_cast<std::size_t>(&each - finished.data());
+        if ((each.state & ~kEndingBits) == digest.state && !isGiven[index]) {
+            isGiven[index] = true;
+            return static_cast<Ending>(each.state & kEndingBits);
+        }
+    }
+    return std::nullopt;
 }
 
 void Journal::noteOutput(const OutputNote& note) {

@@ -83,8 +83,9 @@ public:
     [[nodiscard]] std::optional<FileIdentity> identity() const { return identityOf(file.get()); }
 
     /// Looks at a file as it is now; remembers what `add` will write of it.
+    /// A file that was finished twice, under one path, is given as finished twice and no more.
     /// @return how it was finished; none when it was not, or has changed since
-    [[nodiscard]] std::optional<Ending> endingOf(const InputFile& input, std::string& entry) const;
+    [[nodiscard]] std::optional<Ending> endingOf(const InputFile& input, std::string& entry);
 
     /// Notes of the files that are written, before anything is written to them.
     void noteOutput(const OutputNote& note);
@@ -136,9 +137,9 @@ private:
 
     [[nodiscard]] Finished digestOf(std::string_view entry) const;
     [[nodiscard]] std::span<const Finished> ofPath(const Finished& digest) const;
-    [[nodiscard]] std::optional<Ending> endingOf(const Finished& digest) const;
+    [[nodiscard]] bool isFinished(const Finished& digest) const;
     void countChange(const Finished& digest);
-    void lock() const;
+    void lock();
     void load();
     void checkHead(std::string_view head) const;
     void loadLines();
@@ -156,6 +157,7 @@ private:
     FoundOrMadeFile file;
     HashKey key = makeHashKey();
     std::vector<Finished> finished;  ///< sorted
+    std::vector<bool> isGiven;       ///< of each, whether `endingOf` gave it
     std::string pending;
     std::uint64_t wholeLines = 0;  ///< the length of the file up to its last whole line
     Lengths lengths;

@@ -135,7 +135,7 @@ int sweepManyFiles(const Arguments& arguments, int standardInput,
     try {
         batch.run();
     } catch (const Interrupted&) {
-        return batch.conclude();
+        return batch.conclude(interruption.signal());
     } catch (const OutputError& error) {
         if (arguments.output.file.empty() || error.systemError == EPIPE) {
             throw;
@@ -143,10 +143,12 @@ int sweepManyFiles(const Arguments& arguments, int standardInput,
         throw RunFailure("cannot write " + arguments.output.file + ": " +
                          systemErrorText(error.systemError));
     }
-    if (interruption.signal() == 0) {
+    // A signal that comes from here on is too late: what is said must be what was done.
+    const int signal = interruption.signal();
+    if (signal == 0) {
         output.finish();
     }
-    return batch.conclude();
+    return batch.conclude(signal);
 }
 
 int sweepFiles(const Arguments& arguments) {

@@ -150,9 +150,10 @@ TEST(MemoryLimitTest, theDefaultIsThatOfTheMachine) {
     const std::uint64_t most = app::defaultMemory(app::availableMemory(), 1);
     const app::MemoryLimit limit{app::RunChoice()};
     EXPECT_TRUE(isGiven(500 * kMebibyte));
-    EXPECT_FALSE(isGiven(most));
-    if (most >= 2 * app::kLeastDefaultMemory) {
-        EXPECT_TRUE(isGiven(most - app::kLeastDefaultMemory / 2));
+    EXPECT_FALSE(isGiven(app::kMostDefaultMemory));
+    // What there is changes while other programs run.
+    if (most >= 4 * app::kLeastDefaultMemory) {
+        EXPECT_TRUE(isGiven(most / 2));
     }
 }
 

@@ -136,6 +136,22 @@ TEST_F(ResumeTest, cutAnywhereTheJournalGoesOn) {
     }
 }
 
+TEST_F(ResumeTest, aFileThatIsNamedTwiceIsFinishedTwice) {
+    programfiles::writePair(in("."));
+    const auto twice = resuming("ndjson", {"a.tif", "b.tif", "a.tif"});
+    ASSERT_EQ(run(twice).status, 0);
+    const std::string expected = contents(in("output"));
+    const std::string journal = contents(in("journal"));
+    // As if the first run had ended behind its first file.
+    const std::size_t second = journal.find("\nr ", journal.find("\nr ") + 1) + 1;
+    programrun::write(in("journal"), journal.substr(0, second));
+    fs::rename(in("output"), in("output.part"));
+    EXPECT_EQ(run(twice).status, 0);
+    EXPECT_EQ(contents(in("output")), expected);
+    EXPECT_EQ(run(twice).error,
+              "ifdsweep: 0 files read, 0 failed, 0 directories; finished before: 3 files\n");
+}
+
 TEST_F(ResumeTest, whatIsFinishedAndUnchangedIsLeftOut) {
     fs::create_directory(in("many"));
     programfiles::writeMany(in("many"), 10);

@@ -422,7 +422,7 @@ TEST_F(JournalTest, manyLinesAreReadInPieces) {
         commit(journal);
     }
     ASSERT_GT(fs::file_size(path("journal")), 2U << 20);
-    const app::Journal journal(path("journal"), kRun);
+    app::Journal journal(path("journal"), kRun);
     EXPECT_EQ(journal.finishedFiles(), 12000U);
     EXPECT_EQ(journal.outputLength(), 11999U);
     std::string entry;
