@@ -39,8 +39,8 @@ struct DefaultBudget {
 constexpr DefaultBudget kReads{std::uint64_t{256} * 1024, 8};
 
 // A byte of a value counts 32 at most, where it becomes a number, and more only in SampleFormat,
-// where it becomes a text. So a file whose bytes are all values, each of them its own, has its values
-// made whatever its size.
+// where it becomes a text. So a file whose bytes are all values, each of them its own, has its
+// values made whatever its size.
 constexpr DefaultBudget kValues{std::uint64_t{64} * 1024 * 1024, 32};
 
 /// What a file's name counts in every record: a unit that may have to be escaped comes to more in
