@@ -5,8 +5,8 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "app/sweep.h"
 #include "host/host.h"
+#include "read/read_file.h"
 #include "support/call_report.h"
 
 int main(int argumentCount, char** arguments) {
@@ -24,7 +24,7 @@ int main(int argumentCount, char** arguments) {
     bench::reportCalls(repetitions, [&] {
         host::Host host;
         for (int i = firstFile; i < argumentCount; ++i) {
-            const app::SweepOutcome outcome = app::sweep(host, arguments[i], {});
+            const app::Outcome outcome = app::read(host, arguments[i], {});
             if (outcome.error) {
                 std::fprintf(stderr, "call_timer: %s: %s\n", arguments[i], outcome.error->what());
                 ++failures;

@@ -10,10 +10,10 @@
 #include <string_view>
 #include <vector>
 
-#include "app/result_writer.h"
 #include "support/memory_file.h"
 #include "support/no_sink.h"
 #include "workloads/photographs.h"
+#include "write/result_writer.h"
 
 namespace {
 
@@ -110,7 +110,7 @@ constexpr std::array<Case, 14> kCases{{
 
 /// Callgrind counts what happens in here; hence a plain name and a call of its own.
 extern "C" __attribute__((noinline)) void guardedWork(bench::MemoryFile& input, const Case& work) {
-    const app::SweepOutcome outcome = input.sweep();
+    const app::Outcome outcome = input.sweep();
     if (work.written == Written::result) {
         bench::NoSink sink;
         app::Output output(sink);

@@ -25,7 +25,7 @@ set_target_properties(ifdsweep::module_static PROPERTIES
 
 add_library(ifdsweep::host STATIC IMPORTED)
 set_target_properties(ifdsweep::host PROPERTIES
-  IMPORTED_LOCATION "${ifdsweep_LIBRARY_DIR}/libifdsweep_host.a"
+  IMPORTED_LOCATION "${ifdsweep_LIBRARY_DIR}/libifdsweep_library.a"
   INTERFACE_LINK_LIBRARIES ifdsweep::contract)
 
 add_executable(ifdsweep::program IMPORTED)

@@ -15,8 +15,9 @@ set(IFDSWEEP_MANUAL_DIR ${PROJECT_BINARY_DIR}/manual)
 # Link-time code is for this one compiler, of this one version. The installed libraries hold machine
 # code, which every linker reads: g++ makes both, and what is installed loses the former; other
 # compilers cannot make both, and make machine code alone.
-set(installed_rooms ifdsweep_host ifdsweep_module_static ifdsweep_gateway ifdsweep_file ifdsweep_ifd
-  ifdsweep_tag ifdsweep_dict)
+set(installed_rooms ifdsweep_library ifdsweep_module_static ifdsweep_gateway ifdsweep_file ifdsweep_ifd
+  ifdsweep_tag ifdsweep_dict ifdsweep_io ifdsweep_text ifdsweep_values ifdsweep_files ifdsweep_host
+  ifdsweep_read ifdsweep_write)
 if(NOT CMAKE_CXX_COMPILER_ID STREQUAL GNU)
   set_target_properties(${installed_rooms} PROPERTIES INTERPROCEDURAL_OPTIMIZATION OFF)
 elseif(CMAKE_INTERPROCEDURAL_OPTIMIZATION)
@@ -27,9 +28,9 @@ endif()
 
 install(TARGETS ifdsweep RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT program)
 install(TARGETS ifdsweep_module LIBRARY DESTINATION ${IFDSWEEP_MODULE_DIR} COMPONENT plain)
-install(TARGETS ifdsweep_module_static ifdsweep_host
+install(TARGETS ifdsweep_module_static ifdsweep_library
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
-foreach(library IN ITEMS ifdsweep_module_static ifdsweep_host)
+foreach(library IN ITEMS ifdsweep_module_static ifdsweep_library)
   install(CODE "execute_process(COMMAND ${CMAKE_OBJCOPY} --wildcard
     --remove-section=.gnu.lto_* --remove-section=.gnu.debuglto_*
     --strip-symbol=__gnu_lto_v1 --strip-symbol=__gnu_lto_slim
@@ -55,11 +56,11 @@ install(FILES ${PROJECT_SOURCE_DIR}/LICENSE
   DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT plain)
 
 # The contract, and the stand-in host for programs that have no host of their own.
-install(FILES ${PROJECT_SOURCE_DIR}/src/gateway/qx.h
-  DESTINATION ${IFDSWEEP_HEADER_DIR}/gateway COMPONENT development)
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/src/host/
-  DESTINATION ${IFDSWEEP_HEADER_DIR}/host COMPONENT development
-  FILES_MATCHING PATTERN "*.h")
+foreach(folder IN ITEMS include/ifdsweep src/host src/files src/values)
+  install(DIRECTORY ${PROJECT_SOURCE_DIR}/${folder}
+    DESTINATION ${IFDSWEEP_HEADER_DIR} COMPONENT development
+    FILES_MATCHING PATTERN "*.h")
+endforeach()
 
 # The targets are written out by hand: an exported target would hand our warning flags on.
 configure_package_config_file(

@@ -8,8 +8,8 @@
 #include <utility>
 #include <vector>
 
-#include "app/messages.h"
 #include "host/message_texts.h"
+#include "read/messages.h"
 
 namespace fuzz {
 namespace {
@@ -158,9 +158,9 @@ host::ValueHandle arbitraryValue(host::Host& host, FuzzInput& input, unsigned de
     }
 }
 
-app::SweepOutcome arbitraryOutcome(host::Host& host, FuzzInput& input) {
+app::Outcome arbitraryOutcome(host::Host& host, FuzzInput& input) {
     constexpr unsigned kDepth = 5;
-    app::SweepOutcome outcome;
+    app::Outcome outcome;
     outcome.file = arbitraryBytes(input, 60);
     outcome.initialOffset = arbitraryNumber(input);
     outcome.firstIfdIndex = arbitraryNumber(input);

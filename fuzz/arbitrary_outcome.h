@@ -6,9 +6,9 @@
 // Ownership: an outcome's values belong to the host that they are made with and must be gone before
 // it. Threads: as the host.
 
-#include "app/sweep.h"
 #include "fuzz_input.h"
 #include "host/host.h"
+#include "read/read_file.h"
 
 namespace fuzz {
 
@@ -16,6 +16,6 @@ namespace fuzz {
 [[nodiscard]] host::ValueHandle arbitraryValue(host::Host& host, FuzzInput& input, unsigned depth);
 
 /// A whole outcome: file name, numbers, result or error, warnings.
-[[nodiscard]] app::SweepOutcome arbitraryOutcome(host::Host& host, FuzzInput& input);
+[[nodiscard]] app::Outcome arbitraryOutcome(host::Host& host, FuzzInput& input);
 
 }  // namespace fuzz

@@ -2,9 +2,9 @@
 
 #include <string>
 
+#include "files/file_names.h"
 #include "fuzz_input.h"
 #include "fuzz_target.h"
-#include "host/file_names.h"
 
 namespace {
 

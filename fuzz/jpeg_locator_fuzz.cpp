@@ -4,9 +4,9 @@
 #include <algorithm>
 #include <array>
 
-#include "app/jpeg_locator.h"
 #include "fuzz_input.h"
 #include "fuzz_target.h"
+#include "read/jpeg_locator.h"
 
 namespace {
 

@@ -9,7 +9,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     host::Host host;
     {
         fuzz::FuzzInput input(std::span(data, size));
-        const app::SweepOutcome outcome = fuzz::arbitraryOutcome(host, input);
+        const app::Outcome outcome = fuzz::arbitraryOutcome(host, input);
         const std::string text = fuzz::written(app::Format::json, outcome);
         fuzz::requireNaturalJson(text, outcome);
         fuzz::requireTerminalSafe(text);

@@ -17,9 +17,9 @@
 #include <utility>
 #include <vector>
 
-#include "app/packed.h"
-#include "app/worker_messages.h"
+#include "io/packed.h"
 #include "support/tiff_builder.h"
+#include "workers/worker_messages.h"
 
 namespace {
 
@@ -185,8 +185,8 @@ void addMessages(SeedFolder& folder) {
     add(app::packRequest(3, file));
     app::WorkerSetup setup;
     add(app::packSetup(setup));
-    setup.arguments.output.fields = {{"Make", {}}, {"50000", 50000}};
-    setup.arguments.output.ignored = {"Velmora:a"};
+    setup.task.output.fields = {{"Make", {}}, {"50000", 50000}};
+    setup.task.output.ignored = {"Velmora:a"};
     add(app::packSetup(setup));
 }
 

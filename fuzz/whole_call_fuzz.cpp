@@ -9,11 +9,11 @@
 #include <string>
 #include <vector>
 
-#include "app/messages.h"
-#include "app/sweep.h"
 #include "fuzz_input.h"
 #include "fuzz_target.h"
 #include "host/host.h"
+#include "read/messages.h"
+#include "read/read_file.h"
 #include "written_output.h"
 
 namespace {
@@ -52,19 +52,19 @@ double numberOf(std::uint8_t code) {
     return place < kSpecial.size() ? kSpecial[place] : static_cast<double>(code);
 }
 
-app::SweepNumbers numbersOf(fuzz::FuzzInput& input) {
-    app::SweepNumbers numbers;
+app::ReadOptions numbersOf(fuzz::FuzzInput& input) {
+    app::ReadOptions numbers;
     // 0, which most inputs have: the program finds the stream.
     if (const std::uint8_t offset = input.byte(); offset != 0) {
-        numbers.initialOffset = numberOf(static_cast<std::uint8_t>(offset - 1));
+        numbers.offset = numberOf(static_cast<std::uint8_t>(offset - 1));
     }
-    numbers.firstIfdIndex = numberOf(input.byte());
-    numbers.maxIfdCount = numberOf(input.byte());
+    numbers.first = numberOf(input.byte());
+    numbers.max = numberOf(input.byte());
     return numbers;
 }
 
-app::SweepOutcome swept(host::Host& host, const app::SweepNumbers& numbers) {
-    app::SweepOutcome outcome = app::sweep(host, "fuzz.tif", numbers);
+app::Outcome swept(host::Host& host, const app::ReadOptions& numbers) {
+    app::Outcome outcome = app::read(host, "fuzz.tif", numbers);
     fuzz::require(!outcome.error || (outcome.error->id() != app::kUnexpectedFailureId &&
                                      outcome.error->id() != app::kOutOfMemoryId),
                   "no exception but the module's messages reaches the host");
@@ -74,7 +74,7 @@ app::SweepOutcome swept(host::Host& host, const app::SweepNumbers& numbers) {
 }
 
 /// Checks all that is made of an outcome; returns it lossless.
-std::string checked(const app::SweepOutcome& outcome) {
+std::string checked(const app::Outcome& outcome) {
     std::string line = fuzz::written(app::Format::typed, outcome);
     fuzz::requireTypedReadsBack(line, outcome);
     fuzz::requireNaturalJson(fuzz::written(app::Format::json, outcome), outcome);
@@ -87,7 +87,7 @@ std::string checked(const app::SweepOutcome& outcome) {
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     fuzz::FuzzInput input(std::span(data, size));
     const std::uint8_t layout = input.byte();
-    const app::SweepNumbers numbers = numbersOf(input);
+    const app::ReadOptions numbers = numbersOf(input);
     // Small, so that a loop ends soon, and of every size, so that it ends anywhere.
     const std::uint64_t budget =
         std::uint64_t{20} * input.byte() + std::uint64_t{4096} * input.below(2);

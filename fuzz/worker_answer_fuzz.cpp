@@ -6,10 +6,10 @@
 
 #include <fcntl.h>
 
-#include "app/packed.h"
-#include "app/worker_messages.h"
 #include "fuzz_input.h"
 #include "fuzz_target.h"
+#include "io/packed.h"
+#include "workers/worker_messages.h"
 
 namespace {
 

@@ -8,10 +8,10 @@
 
 #include <nlohmann/json.hpp>
 
+#include "files/file_names.h"
 #include "fuzz_target.h"
-#include "host/file_names.h"
-#include "host/value.h"
 #include "support/hidden_characters.h"
+#include "values/value.h"
 
 namespace fuzz {
 namespace {
@@ -179,7 +179,7 @@ void requireTypedMessage(const json& parsed, const qxMessage& message) {
 
 }  // namespace
 
-std::string written(app::Format format, const app::SweepOutcome& outcome, app::Colour colour) {
+std::string written(app::Format format, const app::Outcome& outcome, app::Colour colour) {
     app::StringSink sink;
     app::Output output(sink);
     app::WriterSettings settings;
@@ -192,7 +192,7 @@ std::string written(app::Format format, const app::SweepOutcome& outcome, app::C
     return std::move(sink.text);
 }
 
-void requireTypedReadsBack(std::string_view line, const app::SweepOutcome& outcome) {
+void requireTypedReadsBack(std::string_view line, const app::Outcome& outcome) {
     require(line.ends_with('\n') && line.find('\n') == line.size() - 1, "a file is one line");
     const json parsed = json::parse(withMarkedSurrogates(line), nullptr, false);
     require(!parsed.is_discarded(), "the typed line is JSON");
@@ -216,7 +216,7 @@ void requireTypedReadsBack(std::string_view line, const app::SweepOutcome& outco
     }
 }
 
-void requireNaturalJson(std::string_view text, const app::SweepOutcome& outcome) {
+void requireNaturalJson(std::string_view text, const app::Outcome& outcome) {
     const json parsed = json::parse(text, nullptr, false);
     require(parsed.is_array() && parsed.size() == 1, "the output is a JSON array of one file");
     requireMembers(parsed[0], {"file", "records", "warnings", "error"});

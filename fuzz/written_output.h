@@ -6,21 +6,21 @@
 #include <string>
 #include <string_view>
 
-#include "app/arguments.h"
-#include "app/result_writer.h"
-#include "app/sweep.h"
+#include "cli/command_line.h"
+#include "read/read_file.h"
+#include "write/result_writer.h"
 
 namespace fuzz {
 
 /// An outcome in one format.
-[[nodiscard]] std::string written(app::Format format, const app::SweepOutcome& outcome,
+[[nodiscard]] std::string written(app::Format format, const app::Outcome& outcome,
                                   app::Colour colour = app::Colour::off);
 
 /// One line of JSON that reads back as the same outcome, value by value and unit by unit.
-void requireTypedReadsBack(std::string_view line, const app::SweepOutcome& outcome);
+void requireTypedReadsBack(std::string_view line, const app::Outcome& outcome);
 
 /// A JSON array of one object with the members that the format promises.
-void requireNaturalJson(std::string_view text, const app::SweepOutcome& outcome);
+void requireNaturalJson(std::string_view text, const app::Outcome& outcome);
 
 /// Valid UTF-8 in which nothing but line ends controls a terminal, reorders a line or is not seen.
 void requireTerminalSafe(std::string_view text);

@@ -4,16 +4,16 @@
 
 #include <cstdint>
 
-#include "app/result_writer.h"
 #include "support/memory_file.h"
 #include "support/no_sink.h"
 #include "workloads/photographs.h"
+#include "write/result_writer.h"
 
 namespace {
 
 void write(benchmark::State& state, app::Format format, const fixture::Chain& chain) {
     bench::MemoryFile file(bench::fileOf(chain, bench::kSwappedClassic));
-    const app::SweepOutcome outcome = file.sweep();
+    const app::Outcome outcome = file.sweep();
     bench::NoSink sink;
     app::Output output(sink);
     const auto writer = app::makeResultWriter(format, output, app::Colour::off);

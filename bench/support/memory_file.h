@@ -7,8 +7,8 @@
 #include <utility>
 #include <vector>
 
-#include "app/sweep.h"
 #include "host/host.h"
+#include "read/read_file.h"
 #include "support/tiff_builder.h"
 
 namespace bench {
@@ -21,8 +21,8 @@ public:
     }
 
     /// The whole call. Throws std::runtime_error when it ends with an error.
-    [[nodiscard]] app::SweepOutcome sweep() {
-        app::SweepOutcome outcome = app::sweep(callHost, kSystemName, {});
+    [[nodiscard]] app::Outcome sweep() {
+        app::Outcome outcome = app::read(callHost, kSystemName, {});
         if (outcome.error) {
             throw std::runtime_error(outcome.error->what());
         }

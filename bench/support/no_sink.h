@@ -4,7 +4,7 @@
 
 #include <string_view>
 
-#include "app/output.h"
+#include "io/output.h"
 
 namespace bench {
 

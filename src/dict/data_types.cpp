@@ -1,7 +1,7 @@
 #include "dict/data_types.h"
 
+#include "adapter/messages.h"
 #include "dict/ordered_map.h"
-#include "gateway/messages.h"
 
 namespace {
 

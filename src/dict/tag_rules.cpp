@@ -1,8 +1,8 @@
 #include "dict/tag_rules.h"
 
+#include "adapter/messages.h"
 #include "dict/data_types.h"
 #include "dict/tag_names.h"
-#include "gateway/messages.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-#include "gateway/qx.h"
+#include "ifdsweep/qx.h"
 
 /// Checks the component count of a tag that must hold exactly so many; any kind of directory.
 /// A wrong count raises the error `badTagDataCount` (id, name, count, required count).

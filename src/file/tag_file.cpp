@@ -10,8 +10,8 @@
 #include <boost/date_time/gregorian/gregorian_types.hpp>
 #include <boost/date_time/posix_time/posix_time_types.hpp>
 
+#include "adapter/messages.h"
 #include "dict/default_fields.h"
-#include "gateway/messages.h"
 
 namespace {
 

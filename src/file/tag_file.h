@@ -14,9 +14,9 @@
 #include <string>
 #include <vector>
 
+#include "adapter/values.h"
 #include "file/scratch_buffer.h"
 #include "file/wide.h"
-#include "gateway/values.h"
 #include "ifd/ifd_tree.h"
 
 /// Layout of a file, decided by its first bytes.

@@ -1,8 +1,8 @@
 // The header, the skipping of directories, and the primitive readers of `TagFile`.
 
+#include "adapter/messages.h"
 #include "file/raw2native.h"
 #include "file/tag_file.h"
-#include "gateway/messages.h"
 
 namespace {
 

@@ -5,10 +5,10 @@
 
 #include <boost/numeric/conversion/cast.hpp>
 
+#include "adapter/messages.h"
 #include "dict/number_conversion.h"
 #include "file/tag_file.h"
-#include "gateway/messages.h"
-#include "gateway/qx.h"
+#include "ifdsweep/qx.h"
 
 extern "C" __attribute__((visibility("default"))) void qxeFunction(int /*outputCount*/,
                                                                    qxArray** outputs,

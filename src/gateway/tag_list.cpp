@@ -1,4 +1,4 @@
-#include "gateway/tag_list.h"
+#include "ifdsweep/tag_list.h"
 
 #include <algorithm>
 #include <utility>

@@ -3,7 +3,7 @@
 // to such modules whatever the visibility of the rest.
 
 #pragma GCC visibility push(default)
-#include "gateway/qx.h"
+#include "ifdsweep/qx.h"
 #pragma GCC visibility pop
 
 #include <algorithm>
@@ -14,8 +14,8 @@
 #include <string_view>
 
 #include "host/host.h"
-#include "host/value.h"
-#include "host/value_store.h"
+#include "values/value.h"
+#include "values/value_store.h"
 
 namespace {
 

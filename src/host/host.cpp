@@ -3,8 +3,8 @@
 #include <stdexcept>
 #include <utility>
 
+#include "files/opened_file.h"
 #include "host/message_texts.h"
-#include "host/opened_file.h"
 
 namespace host {
 

@@ -18,11 +18,11 @@
 #include <string_view>
 #include <vector>
 
-#include "gateway/qx.h"
-#include "host/file_service.h"
-#include "host/value.h"
-#include "host/value_budget.h"
-#include "host/value_store.h"
+#include "files/file_service.h"
+#include "ifdsweep/qx.h"
+#include "values/value.h"
+#include "values/value_budget.h"
+#include "values/value_store.h"
 
 namespace host {
 

@@ -4,7 +4,7 @@
 #include <array>
 #include <cstddef>
 
-#include "host/file_names.h"
+#include "files/file_names.h"
 
 namespace host {
 

@@ -7,16 +7,14 @@
 #include <string>
 #include <string_view>
 
-#include "gateway/qx.h"
+#include "files/file_messages.h"
+#include "ifdsweep/qx.h"
 
 namespace host {
 
-/// The host's own messages.
-inline constexpr const char* kOpenFailureId = "Velmora:filesystem:openFailure";
-inline constexpr const char* kReadBudgetSpentId = "Velmora:filesystem:readBudgetSpent";
+/// The host's own messages beside those of files (files/file_messages.h).
 inline constexpr const char* kValueBudgetSpentId = "Velmora:filesystem:valueBudgetSpent";
 inline constexpr const char* kMemorySpentId = "Velmora:filesystem:memorySpent";
-inline constexpr const char* kReadFailedId = "Velmora:filesystem:readFailed";
 
 /// One message of the catalogue.
 struct MessageTextRow {

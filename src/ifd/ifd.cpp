@@ -5,9 +5,9 @@
 #include <numeric>
 #include <utility>
 
+#include "adapter/messages.h"
 #include "dict/tag_names.h"
 #include "file/tag_file.h"
-#include "gateway/messages.h"
 #include "tag/special_tags.h"
 #include "tag/tiff_tag.h"
 

@@ -8,8 +8,8 @@
 #include <span>
 #include <vector>
 
+#include "adapter/values.h"
 #include "dict/ifd_type.h"
-#include "gateway/values.h"
 
 class TagFile;
 class TiffTag;

@@ -1,7 +1,7 @@
 #include "ifd/ifd_tree.h"
 
+#include "adapter/messages.h"
 #include "file/tag_file.h"
-#include "gateway/messages.h"
 
 IFDTree::IFDTree(TagFile* file, IFDtype_t_ kind) : tagFile(file), ifdType(kind) {
     processIfdSet();

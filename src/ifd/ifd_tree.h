@@ -8,9 +8,9 @@
 #include <deque>
 #include <vector>
 
+#include "adapter/values.h"
 #include "dict/ifd_type.h"
 #include "dict/row_set.h"
-#include "gateway/values.h"
 #include "ifd/ifd.h"
 
 class TagFile;

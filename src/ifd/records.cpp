@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <array>
 
+#include "adapter/messages.h"
 #include "dict/default_fields.h"
 #include "dict/tag_names.h"
 #include "file/tag_file.h"
-#include "gateway/messages.h"
 #include "ifd/ifd_tree.h"
 
 namespace {

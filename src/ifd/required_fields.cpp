@@ -2,9 +2,9 @@
 
 #include "dict/required_fields.h"
 
+#include "adapter/messages.h"
 #include "dict/number_conversion.h"
 #include "dict/tag_names.h"
-#include "gateway/messages.h"
 #include "ifd/ifd.h"
 #include "tag/special_tags.h"
 #include "tag/tiff_tag.h"

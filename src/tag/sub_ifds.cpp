@@ -4,8 +4,8 @@
 #include <cstring>
 #include <utility>
 
+#include "adapter/messages.h"
 #include "file/tag_file.h"
-#include "gateway/messages.h"
 #include "ifd/ifd_tree.h"
 #include "tag/special_tags.h"
 #include "tag/tiff_tag.h"

@@ -1,7 +1,7 @@
 // The data of a tag by field type.
 
+#include "adapter/messages.h"
 #include "dict/data_types.h"
-#include "gateway/messages.h"
 #include "tag/special_tags.h"
 #include "tag/tiff_tag.h"
 

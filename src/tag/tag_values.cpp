@@ -2,8 +2,8 @@
 
 #include <string>
 
+#include "adapter/messages.h"
 #include "dict/number_conversion.h"
-#include "gateway/messages.h"
 #include "tag/tiff_tag.h"
 
 /// What is done to a tag once its data are loaded, by its id.

@@ -5,13 +5,13 @@
 #include <cmath>
 #include <string>
 
+#include "adapter/messages.h"
 #include "dict/data_types.h"
 #include "dict/required_fields.h"
 #include "dict/tag_names.h"
 #include "dict/tag_rules.h"
 #include "file/raw2native.h"
 #include "file/tag_file.h"
-#include "gateway/messages.h"
 #include "tag/special_tags.h"
 
 TiffTag::TiffTag(TagFile* file, const std::uint8_t* entry, IFDtype_t_ kind)

@@ -15,9 +15,9 @@
 #include <string_view>
 #include <vector>
 
+#include "adapter/values.h"
 #include "dict/ifd_type.h"
 #include "dict/value_names.h"
-#include "gateway/values.h"
 #include "tag/numeric_values.h"
 
 class TagFile;

@@ -1,4 +1,4 @@
-#include "app/arguments.h"
+#include "cli/command_line.h"
 
 #include <cmath>
 #include <string>
@@ -6,8 +6,8 @@
 
 #include <gtest/gtest.h>
 
-#include "app/option_table.h"
-#include "host/file_service.h"
+#include "cli/option_table.h"
+#include "files/file_service.h"
 
 namespace {
 
@@ -20,13 +20,13 @@ app::CommandLine parse(std::vector<const char*> words) {
 
 TEST(ArgumentsTest, defaults) {
     const auto line = parse({"a.tif"});
-    ASSERT_EQ(line.action, Action::sweep) << line.text;
-    EXPECT_FALSE(line.arguments.read.offset.has_value());
-    EXPECT_EQ(line.arguments.read.first, 0);
-    EXPECT_EQ(line.arguments.read.max, 0);
-    EXPECT_EQ(line.arguments.output.format, app::Format::text);
-    EXPECT_FALSE(line.arguments.read.readBudget.has_value());
-    EXPECT_EQ(line.arguments.input.paths, std::vector<std::string>{"a.tif"});
+    ASSERT_EQ(line.action, Action::read) << line.text;
+    EXPECT_FALSE(line.options.read.offset.has_value());
+    EXPECT_EQ(line.options.read.first, 0);
+    EXPECT_EQ(line.options.read.max, 0);
+    EXPECT_EQ(line.options.output.format, app::Format::text);
+    EXPECT_FALSE(line.options.read.readBudget.has_value());
+    EXPECT_EQ(line.options.input.paths, std::vector<std::string>{"a.tif"});
 }
 
 TEST(ArgumentsTest, numbersAreTakenAsDoubles) {
@@ -48,36 +48,36 @@ TEST(ArgumentsTest, numbersAreTakenAsDoubles) {
             for (const auto& line :
                  {parse({option.c_str(), text, "f"}), parse({joined.c_str(), "f"}),
                   parse({"f", option.c_str(), text})}) {
-                ASSERT_EQ(line.action, Action::sweep) << option << ' ' << text << ": " << line.text;
-                const double given = option == "--offset"  ? *line.arguments.read.offset
-                                     : option == "--first" ? line.arguments.read.first
-                                                           : line.arguments.read.max;
+                ASSERT_EQ(line.action, Action::read) << option << ' ' << text << ": " << line.text;
+                const double given = option == "--offset"  ? *line.options.read.offset
+                                     : option == "--first" ? line.options.read.first
+                                                           : line.options.read.max;
                 EXPECT_EQ(given, expected) << option << ' ' << text;
-                EXPECT_EQ(line.arguments.input.paths, std::vector<std::string>{"f"});
+                EXPECT_EQ(line.options.input.paths, std::vector<std::string>{"f"});
             }
         }
     }
-    EXPECT_TRUE(std::isnan(parse({"--max", "nan", "f"}).arguments.read.max));
+    EXPECT_TRUE(std::isnan(parse({"--max", "nan", "f"}).options.read.max));
 }
 
 TEST(ArgumentsTest, formats) {
-    EXPECT_EQ(parse({"--format", "json", "f"}).arguments.output.format, app::Format::json);
-    EXPECT_EQ(parse({"--format=typed", "f"}).arguments.output.format, app::Format::typed);
-    EXPECT_EQ(parse({"--format", "text", "f"}).arguments.output.format, app::Format::text);
+    EXPECT_EQ(parse({"--format", "json", "f"}).options.output.format, app::Format::json);
+    EXPECT_EQ(parse({"--format=typed", "f"}).options.output.format, app::Format::typed);
+    EXPECT_EQ(parse({"--format", "text", "f"}).options.output.format, app::Format::text);
 }
 
 TEST(ArgumentsTest, valueBudget) {
-    EXPECT_FALSE(parse({"f"}).arguments.read.valueBudget.has_value());
-    EXPECT_EQ(parse({"--value-budget", "1048576", "f"}).arguments.read.valueBudget, 1048576U);
-    EXPECT_EQ(parse({"--value-budget", "unlimited", "f"}).arguments.read.valueBudget,
+    EXPECT_FALSE(parse({"f"}).options.read.valueBudget.has_value());
+    EXPECT_EQ(parse({"--value-budget", "1048576", "f"}).options.read.valueBudget, 1048576U);
+    EXPECT_EQ(parse({"--value-budget", "unlimited", "f"}).options.read.valueBudget,
               host::ValueBudget::kUnlimited);
-    EXPECT_EQ(parse({"--value-budget", "unlimited", "f"}).arguments.read.readBudget, std::nullopt);
+    EXPECT_EQ(parse({"--value-budget", "unlimited", "f"}).options.read.readBudget, std::nullopt);
 }
 
 TEST(ArgumentsTest, readBudget) {
-    EXPECT_EQ(parse({"--read-budget", "0", "f"}).arguments.read.readBudget, 0U);
-    EXPECT_EQ(parse({"--read-budget", "1048576", "f"}).arguments.read.readBudget, 1048576U);
-    EXPECT_EQ(parse({"--read-budget", "unlimited", "f"}).arguments.read.readBudget,
+    EXPECT_EQ(parse({"--read-budget", "0", "f"}).options.read.readBudget, 0U);
+    EXPECT_EQ(parse({"--read-budget", "1048576", "f"}).options.read.readBudget, 1048576U);
+    EXPECT_EQ(parse({"--read-budget", "unlimited", "f"}).options.read.readBudget,
               host::kUnlimitedReads);
 }
 
@@ -89,10 +89,10 @@ TEST(ArgumentsTest, everyFileNameComesThrough) {
     };
     for (const auto& files : rows) {
         const auto line = parse(files);
-        ASSERT_EQ(line.action, Action::sweep) << testing::PrintToString(files) << line.text;
-        EXPECT_EQ(line.arguments.input.paths, std::vector<std::string>(files.begin(), files.end()));
+        ASSERT_EQ(line.action, Action::read) << testing::PrintToString(files) << line.text;
+        EXPECT_EQ(line.options.input.paths, std::vector<std::string>(files.begin(), files.end()));
     }
-    EXPECT_EQ(parse({"--", "-1", "--max", "[x]"}).arguments.input.paths,
+    EXPECT_EQ(parse({"--", "-1", "--max", "[x]"}).options.input.paths,
               (std::vector<std::string>{"-1", "--max", "[x]"}));
 }
 
@@ -169,15 +169,15 @@ TEST(ArgumentsTest, aComplaintIsOneLine) {
 }
 
 TEST(ArgumentsTest, input) {
-    const app::InputChoice none = parse({"f"}).arguments.input;
+    const app::InputChoice none = parse({"f"}).options.input;
     EXPECT_TRUE(none.recursive);
     EXPECT_FALSE(none.nulSeparated || none.followLinks || none.everyFile);
     EXPECT_TRUE(none.listFile.empty() && none.included.empty() && none.excluded.empty());
     const auto line =
         parse({"--no-recursive", "--include", "*.tif", "--include", "*.jpg", "--exclude", "old",
                "--all", "--follow", "--files-from", "-", "--null", "--exclude=tmp"});
-    ASSERT_EQ(line.action, Action::sweep) << line.text;
-    const app::InputChoice& input = line.arguments.input;
+    ASSERT_EQ(line.action, Action::read) << line.text;
+    const app::InputChoice& input = line.options.input;
     EXPECT_FALSE(input.recursive);
     EXPECT_TRUE(input.everyFile);
     EXPECT_TRUE(input.followLinks);
@@ -189,19 +189,19 @@ TEST(ArgumentsTest, input) {
 }
 
 TEST(ArgumentsTest, output) {
-    const app::OutputChoice none = parse({"f"}).arguments.output;
+    const app::OutputChoice none = parse({"f"}).options.output;
     EXPECT_EQ(none.layout, app::JsonLayout::filePerLine);
     EXPECT_EQ(none.warnings, app::WarningDetail::each);
     EXPECT_FALSE(none.shorten.has_value() || none.nestedRows);
-    EXPECT_TRUE(none.file.empty() && none.fields.empty() && none.ignored.empty());
+    EXPECT_TRUE(none.fields.empty() && none.ignored.empty());
     const auto line = parse({"--format", "csv", "--nested", "--output", "o", "--tags", "Make,50000",
                              "--tags", "Model,Make,50000", "--warnings", "count", "--ignore",
                              "readBudgetSpent", "--ignore", "ifdsweep:outOfMemory", "f"});
-    ASSERT_EQ(line.action, Action::sweep) << line.text;
-    const app::OutputChoice& output = line.arguments.output;
+    ASSERT_EQ(line.action, Action::read) << line.text;
+    const app::OutputChoice& output = line.options.output;
     EXPECT_EQ(output.format, app::Format::csv);
     EXPECT_TRUE(output.nestedRows);
-    EXPECT_EQ(output.file, "o");
+    EXPECT_EQ(line.options.run.outputFile, "o");
     ASSERT_EQ(output.fields.size(), 3U);
     EXPECT_EQ(output.fields[0].name, "Make");
     EXPECT_EQ(output.fields[1].unknownId, 50000);
@@ -209,32 +209,33 @@ TEST(ArgumentsTest, output) {
     EXPECT_EQ(output.warnings, app::WarningDetail::count);
     EXPECT_EQ(output.ignored, (std::vector<std::string>{"Velmora:filesystem:readBudgetSpent",
                                                         "ifdsweep:outOfMemory"}));
-    EXPECT_EQ(parse({"--warnings", "none", "f"}).arguments.output.warnings,
+    EXPECT_EQ(parse({"--warnings", "none", "f"}).options.output.warnings,
               app::WarningDetail::none);
-    EXPECT_EQ(parse({"--shorten", "3", "f"}).arguments.output.shorten, 3U);
-    EXPECT_EQ(parse({"--shorten", "all", "f"}).arguments.output.shorten, 0U);
-    EXPECT_EQ(parse({"--compact", "--format", "json", "f"}).arguments.output.layout,
+    EXPECT_EQ(parse({"--shorten", "3", "f"}).options.output.shorten, 3U);
+    EXPECT_EQ(parse({"--shorten", "all", "f"}).options.output.shorten, 0U);
+    EXPECT_EQ(parse({"--compact", "--format", "json", "f"}).options.output.layout,
               app::JsonLayout::compact);
-    EXPECT_EQ(parse({"--format", "json", "f", "--pretty"}).arguments.output.layout,
+    EXPECT_EQ(parse({"--format", "json", "f", "--pretty"}).options.output.layout,
               app::JsonLayout::pretty);
 }
 
 TEST(ArgumentsTest, run) {
-    const app::RunChoice none = parse({"f"}).arguments.run;
-    EXPECT_FALSE(none.jobs || none.timeout || none.memory || none.strict);
+    const app::RunChoice none = parse({"f"}).options.run;
+    const app::WorkerChoice workers = parse({"f"}).options.workers;
+    EXPECT_FALSE(workers.jobs || workers.timeout || workers.memory || none.strict);
     EXPECT_TRUE(none.progress && none.failureFile.empty() && none.journal.empty());
     const auto line = parse({"--jobs", "1024", "--timeout", "0.5", "--memory", "1", "--strict",
                              "--no-progress", "--failures", "x", "--resume", "j", "f"});
-    ASSERT_EQ(line.action, Action::sweep) << line.text;
-    const app::RunChoice& run = line.arguments.run;
-    EXPECT_EQ(run.jobs, 1024U);
-    EXPECT_EQ(run.timeout, 0.5);
-    EXPECT_EQ(run.memory, 1U);
+    ASSERT_EQ(line.action, Action::read) << line.text;
+    const app::RunChoice& run = line.options.run;
+    EXPECT_EQ(line.options.workers.jobs, 1024U);
+    EXPECT_EQ(line.options.workers.timeout, 0.5);
+    EXPECT_EQ(line.options.workers.memory, 1U);
     EXPECT_TRUE(run.strict);
     EXPECT_FALSE(run.progress);
     EXPECT_EQ(run.failureFile, "x");
     EXPECT_EQ(run.journal, "j");
-    EXPECT_EQ(parse({"--timeout", "inf", "f"}).arguments.run.timeout, INFINITY);
+    EXPECT_EQ(parse({"--timeout", "inf", "f"}).options.workers.timeout, INFINITY);
 }
 
 TEST(ArgumentsTest, informationNeedsNoPath) {

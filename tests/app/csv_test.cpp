@@ -9,10 +9,10 @@
 
 #include <gtest/gtest.h>
 
-#include "app/csv_rows.h"
-#include "app/csv_writer.h"
-#include "app/descriptor.h"
+#include "io/descriptor.h"
 #include "rendering.h"
+#include "write/csv_rows.h"
+#include "write/csv_writer.h"
 
 namespace {
 
@@ -66,7 +66,7 @@ std::vector<Row> parsed(std::string_view table) {
 class CsvTest : public testing::Test {
 protected:
     /// A directory with SubIFDs of two trees, an Exif directory, and an unknown tag.
-    static app::SweepOutcome nestedOutcome() {
+    static app::Outcome nestedOutcome() {
         auto leaf = rendering::records(1, {"ExposureTime"});
         setField(leaf, 0, "ExposureTime", number(0.5));
         auto first = rendering::records(2, {"Width", "DigitalCamera"});
@@ -77,7 +77,7 @@ protected:
         setField(second, 0, "Artist", rendering::text(u"me"));
         auto unknown = rendering::records(1, {"ID", "Offset", "Value"});
         setField(unknown, 0, "ID", number(50000));
-        app::SweepOutcome outcome;
+        app::Outcome outcome;
         outcome.file = "n.tif";
         outcome.result = rendering::records(2, {"SubIFDs", "Artist", "UnknownTags"});
         setField(outcome.result, 0, "SubIFDs",
@@ -88,7 +88,7 @@ protected:
     }
 
     /// The table of outcomes; without columns, by way of a file.
-    static std::string table(const std::vector<app::SweepOutcome>& outcomes, bool nestedRows,
+    static std::string table(const std::vector<app::Outcome>& outcomes, bool nestedRows,
                              const std::vector<std::string>& columns) {
         app::WriterSettings settings;
         settings.nestedRows = nestedRows;
@@ -98,7 +98,7 @@ protected:
             if (!columns.empty()) {
                 writer.begin();
             }
-            for (const app::SweepOutcome& outcome : outcomes) {
+            for (const app::Outcome& outcome : outcomes) {
                 writer.write(outcome);
             }
             writer.end();
@@ -111,9 +111,9 @@ protected:
         return rendered([&](app::Output& output) { app::assembleCsv(rows.get(), output); });
     }
 
-    static std::string table(app::SweepOutcome outcome, bool nestedRows,
+    static std::string table(app::Outcome outcome, bool nestedRows,
                              const std::vector<std::string>& columns) {
-        std::vector<app::SweepOutcome> outcomes;
+        std::vector<app::Outcome> outcomes;
         outcomes.push_back(std::move(outcome));
         return table(outcomes, nestedRows, columns);
     }
@@ -137,7 +137,7 @@ TEST_F(CsvTest, cellsAreQuotedWhereTheyMustBe) {
         {u"caf\xE9", "café"},
     };
     for (const auto& [text, cell] : rows) {
-        app::SweepOutcome outcome;
+        app::Outcome outcome;
         outcome.file = "a.tif";
         outcome.result = rendering::records(1, {"Artist"});
         setField(outcome.result, 0, "Artist", rendering::text(text));
@@ -148,12 +148,12 @@ TEST_F(CsvTest, cellsAreQuotedWhereTheyMustBe) {
 
 TEST_F(CsvTest, fileNamesAndColumnsAreQuotedToo) {
     EXPECT_EQ(app::csvHeader({"a", "b,c", "d\"e"}), "File,Directory,a,\"b,c\",\"d\"\"e\"\r\n");
-    app::SweepOutcome outcome;
+    app::Outcome outcome;
     outcome.file = "a,\"b\"\n.tif";
     outcome.result = rendering::records(1, {"Width"});
     setField(outcome.result, 0, "Width", number(7));
     for (const std::vector<std::string>& columns : {std::vector<std::string>{}, {"Width"}}) {
-        app::SweepOutcome same;
+        app::Outcome same;
         same.file = outcome.file;
         same.result = rendering::records(1, {"Width"});
         setField(same.result, 0, "Width", number(7));
@@ -166,7 +166,7 @@ TEST_F(CsvTest, onATerminalCellsShowWhatTheyHold) {
     app::WriterSettings settings;
     settings.columns = {"Artist", "Bytes"};
     settings.toTerminal = true;
-    app::SweepOutcome outcome;
+    app::Outcome outcome;
     outcome.file = "a\x1b[2J\n\xFF.tif";
     outcome.result = rendering::records(1, {"Artist", "Bytes"});
     setField(outcome.result, 0, "Artist",
@@ -186,7 +186,7 @@ TEST_F(CsvTest, onATerminalCellsShowWhatTheyHold) {
 }
 
 TEST_F(CsvTest, valuesInCells) {
-    app::SweepOutcome outcome;
+    app::Outcome outcome;
     outcome.file = "a";
     outcome.result = rendering::records(
         1, {"Row", "Matrix", "Bytes", "Cells", "Empty", "None", "NotFinite", "Records"});
@@ -230,13 +230,13 @@ TEST_F(CsvTest, columnsThatOccurStandInTheirOrder) {
                                 {"n.tif", "0/SubIFDs[0]/1/DigitalCamera/0", "", "0.5", ""},
                                 {"n.tif", "0/SubIFDs[1]/0", "", "", "me"},
                                 {"n.tif", "1", "", "", "you"}}));
-    EXPECT_EQ(table(std::vector<app::SweepOutcome>{}, false, {}), "File,Directory\r\n");
+    EXPECT_EQ(table(std::vector<app::Outcome>{}, false, {}), "File,Directory\r\n");
 }
 
 TEST_F(CsvTest, theSameCellsWithAndWithoutFixedColumns) {
-    std::vector<app::SweepOutcome> outcomes;
+    std::vector<app::Outcome> outcomes;
     for (int file = 0; file < 50; ++file) {
-        app::SweepOutcome outcome;
+        app::Outcome outcome;
         outcome.file = "f" + std::to_string(file);
         const std::string own = "Own" + std::to_string(file % 7);
         outcome.result = rendering::records(1, {own.c_str(), "Artist"});
@@ -264,12 +264,12 @@ TEST_F(CsvTest, theReaderOfTheTestIsStrict) {
 }
 
 TEST_F(CsvTest, filesWithoutARecordHaveNoRow) {
-    app::SweepOutcome failed;
+    app::Outcome failed;
     failed.file = "f";
-    app::SweepOutcome empty;
+    app::Outcome empty;
     empty.file = "e";
     empty.result = rendering::noRecords();
-    std::vector<app::SweepOutcome> outcomes;
+    std::vector<app::Outcome> outcomes;
     outcomes.push_back(std::move(failed));
     outcomes.push_back(std::move(empty));
     EXPECT_EQ(table(outcomes, true, {"Width"}), "File,Directory,Width\r\n");

@@ -1,14 +1,14 @@
 // The chosen part of a record: order, nested records, unknown tags, every kind of value.
 
-#include "app/field_selection.h"
+#include "read/field_selection.h"
 
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
-#include "app/typed_writer.h"
 #include "rendering.h"
+#include "write/typed_writer.h"
 
 namespace {
 

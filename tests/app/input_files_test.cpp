@@ -1,6 +1,6 @@
 // Which files are read: folders, patterns, links, lists.
 
-#include "app/input_files.h"
+#include "walk/input_files.h"
 
 #include <cerrno>
 #include <filesystem>
@@ -13,12 +13,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "app/folder_listing.h"
-#include "app/output.h"
-#include "app/path_list.h"
-#include "app/run_failure.h"
+#include "io/output.h"
+#include "io/run_failure.h"
 #include "program_run.h"
 #include "temporary_folder.h"
+#include "walk/folder_listing.h"
+#include "walk/path_list.h"
 
 namespace {
 
@@ -157,8 +157,8 @@ TEST_F(InputFilesTest, whatIsFoundIsSniffedUnlessAllIsTried) {
         app::InputChoice choice = choose({(folder / "z").string(), (folder / "a.tif").string()});
         choice.everyFile = all;
         app::InputFiles files(choice, {});
-        EXPECT_EQ(files.next()->sniff, all ? app::Sniff::off : app::Sniff::on);
-        EXPECT_EQ(files.next()->sniff, app::Sniff::off);
+        EXPECT_EQ(files.next()->imagesOnly, all ? false : true);
+        EXPECT_EQ(files.next()->imagesOnly, false);
     }
 }
 

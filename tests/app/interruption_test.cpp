@@ -1,6 +1,6 @@
 // Signals in the middle of a run: whole lines, a summary, the exit status, nothing left behind.
 
-#include "app/interruption.h"
+#include "io/interruption.h"
 
 #include <algorithm>
 #include <cerrno>

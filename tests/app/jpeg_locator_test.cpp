@@ -1,4 +1,4 @@
-#include "app/jpeg_locator.h"
+#include "read/jpeg_locator.h"
 
 #include <algorithm>
 #include <cstdint>

@@ -6,9 +6,9 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include "app/indenting_sink.h"
-#include "app/json_writer.h"
 #include "rendering.h"
+#include "write/indenting_sink.h"
+#include "write/json_writer.h"
 
 namespace {
 
@@ -48,8 +48,8 @@ TEST(IndentingSinkTest, startsAtADepth) {
     EXPECT_EQ(indented(R"({"a":[1]})", 1, 1000), "  {\n    \"a\": [\n      1\n    ]\n  }");
 }
 
-app::SweepOutcome outcomeOf(const char* file) {
-    app::SweepOutcome outcome;
+app::Outcome outcomeOf(const char* file) {
+    app::Outcome outcome;
     outcome.file = file;
     outcome.result = rendering::records(1, {"Width", "Artist"});
     rendering::setField(outcome.result, 0, "Width", rendering::numbers(1, 2, {1, 2}));

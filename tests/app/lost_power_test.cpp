@@ -14,11 +14,11 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include "app/disk.h"
-#include "app/journal.h"
-#include "app/run_log.h"
-#include "app/run_output.h"
+#include "io/disk.h"
 #include "program_run.h"
+#include "run/journal.h"
+#include "run/run_log.h"
+#include "run/run_output.h"
 #include "temporary_folder.h"
 
 namespace {
@@ -182,7 +182,7 @@ protected:
                                   : std::string(GetParam()) == "json" ? app::Format::json
                                                                       : app::Format::ndjson;
         arguments.output.fields = {{"Width", std::nullopt}};
-        arguments.output.file = folder / "disk/output";
+        arguments.run.outputFile = folder / "disk/output";
         arguments.run.failureFile = folder / "disk/failed";
     }
 
@@ -193,11 +193,11 @@ protected:
     /// A run over the first files, as the program does it. Every third file fails.
     void run(int files, const app::Disk& disk) const {
         app::Journal journal(folder / "disk/journal", {"a run"}, disk);
-        app::RunOutput output(arguments.output, &journal, nullptr, disk);
+        app::RunOutput output(arguments, &journal, nullptr, disk);
         app::RunLog log(arguments, output, &journal, disk);
         log.begin();
         for (int number = 0; number < files; ++number) {
-            const app::InputFile file{input(number), app::Sniff::off, ""};
+            const app::InputFile file{input(number), false, ""};
             std::string entry;
             if (const auto ending = journal.endingOf(file, entry)) {
                 log.leaveOut(*ending);
@@ -239,7 +239,7 @@ protected:
     }
 
     TemporaryFolder folder;
-    app::Arguments arguments;
+    app::RunOptions arguments;
 };
 
 TEST_P(LostPower, TheRunThatGoesOnEndsAsIfNothingHadBeen) {

@@ -29,11 +29,11 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include "app/descriptor_passing.h"
-#include "app/packed.h"
-#include "app/shared_memory.h"
-#include "app/worker.h"
-#include "app/worker_messages.h"
+#include "io/descriptor_passing.h"
+#include "io/packed.h"
+#include "io/shared_memory.h"
+#include "workers/worker.h"
+#include "workers/worker_messages.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 // The messages as they are asked for: every id explains itself.
 
-#include "app/messages.h"
+#include "read/messages.h"
 
 #include <set>
 #include <string>
@@ -8,7 +8,7 @@
 
 #include <gtest/gtest.h>
 
-#include "app/arguments.h"
+#include "cli/command_line.h"
 #include "host/message_texts.h"
 #include "program_run.h"
 

@@ -15,12 +15,12 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
-#include "app/read_limits.h"
-#include "app/sanitized.h"
-#include "app/seconds.h"
+#include "cli/read_limits.h"
+#include "io/sanitized.h"
 #include "program_files.h"
 #include "program_run.h"
 #include "support/tiff_builder.h"
+#include "workers/seconds.h"
 
 namespace {
 
@@ -127,7 +127,7 @@ TEST(MemoryLimitTest, holdsWhileItLives) {
     if (app::kIsSanitized) {
         GTEST_SKIP() << "a sanitizer needs all address space";
     }
-    app::RunChoice choice;
+    app::WorkerChoice choice;
     choice.memory = 400 * kMebibyte;
     rlimit before{};
     ::getrlimit(RLIMIT_AS, &before);
@@ -148,7 +148,7 @@ TEST(MemoryLimitTest, theDefaultIsThatOfTheMachine) {
         GTEST_SKIP() << "a sanitizer needs all address space";
     }
     const std::uint64_t most = app::defaultMemory(app::availableMemory(), 1);
-    const app::MemoryLimit limit{app::RunChoice()};
+    const app::MemoryLimit limit{app::WorkerChoice()};
     EXPECT_TRUE(isGiven(500 * kMebibyte));
     EXPECT_FALSE(isGiven(app::kMostDefaultMemory));
     // What there is changes while other programs run.
@@ -166,7 +166,7 @@ TEST(MemoryLimitTest, aLowerOneOfTheSystemStays) {
     const rlimit lower{300 * kMebibyte, before.rlim_max};
     ASSERT_EQ(::setrlimit(RLIMIT_AS, &lower), 0);
     {
-        const app::MemoryLimit limit{app::RunChoice()};
+        const app::MemoryLimit limit{app::WorkerChoice()};
         EXPECT_FALSE(isGiven(300 * kMebibyte));
     }
     EXPECT_EQ(::setrlimit(RLIMIT_AS, &before), 0);

@@ -1,4 +1,4 @@
-#include "app/output.h"
+#include "io/output.h"
 
 #include <cerrno>
 #include <csignal>

@@ -11,10 +11,10 @@
 #include <utility>
 #include <vector>
 
-#include "app/output.h"
-#include "gateway/qx.h"
 #include "host/host.h"
-#include "host/value.h"
+#include "ifdsweep/qx.h"
+#include "io/output.h"
+#include "values/value.h"
 
 namespace rendering {
 

@@ -11,18 +11,19 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include "app/failure_list.h"
-#include "app/file_part.h"
-#include "app/file_report.h"
-#include "app/file_roles.h"
-#include "app/journal.h"
-#include "app/keyed_hash.h"
-#include "app/packed.h"
-#include "app/progress.h"
-#include "app/run_failure.h"
+#include "io/packed.h"
+#include "io/run_failure.h"
 #include "program_run.h"
 #include "rendering.h"
+#include "run/failure_list.h"
+#include "run/file_roles.h"
+#include "run/journal.h"
+#include "run/keyed_hash.h"
+#include "run/progress.h"
 #include "temporary_folder.h"
+#include "walk/path_list.h"
+#include "workers/file_part.h"
+#include "workers/file_report.h"
 
 namespace {
 
@@ -160,7 +161,7 @@ protected:
     std::string path(const std::string& name) const { return folder / name; }
 
     app::InputFile input(const std::string& name, const std::string& failure = "") const {
-        return {path(name), app::Sniff::off, failure};
+        return {path(name), false, failure};
     }
 
     std::optional<app::Journal::Ending> endingOf(const app::InputFile& file) const {
@@ -416,7 +417,7 @@ TEST_F(JournalTest, manyLinesAreReadInPieces) {
         for (std::uint64_t number = 0; number < 12000; ++number) {
             std::string entry;
             static_cast<void>(
-                journal.endingOf({long1 + std::to_string(number), app::Sniff::off, ""}, entry));
+                journal.endingOf({long1 + std::to_string(number), false, ""}, entry));
             journal.add(readReport(), entry, number, 0);
         }
         commit(journal);
@@ -427,10 +428,10 @@ TEST_F(JournalTest, manyLinesAreReadInPieces) {
     EXPECT_EQ(journal.outputLength(), 11999U);
     std::string entry;
     for (const int number : {0, 1, 5000, 11999}) {
-        const app::InputFile file{long1 + std::to_string(number), app::Sniff::off, ""};
+        const app::InputFile file{long1 + std::to_string(number), false, ""};
         EXPECT_TRUE(journal.endingOf(file, entry).has_value()) << number;
     }
-    EXPECT_FALSE(journal.endingOf({long1 + "12000", app::Sniff::off, ""}, entry).has_value());
+    EXPECT_FALSE(journal.endingOf({long1 + "12000", false, ""}, entry).has_value());
 }
 
 TEST_F(JournalTest, foreignFilesAreRefusedUntouched) {
@@ -512,14 +513,14 @@ class FileRolesTest : public JournalTest {};
 TEST_F(FileRolesTest, aFileHasOneRole) {
     write(path("b.tif"), "x");
     fs::create_hard_link(path("a.tif"), path("same.tif"));
-    app::Arguments arguments;
+    app::RunOptions arguments;
     arguments.input.paths = {path("a.tif"), "-", folder.path().string(), path("none")};
-    arguments.output.file = path("b.tif");
+    arguments.run.outputFile = path("b.tif");
     arguments.run.failureFile = path("failed");
     arguments.run.journal = path("journal");
     EXPECT_NO_THROW(app::checkFileRoles(arguments));
     for (std::string* const name :
-         {&arguments.output.file, &arguments.run.failureFile, &arguments.run.journal}) {
+         {&arguments.run.outputFile, &arguments.run.failureFile, &arguments.run.journal}) {
         const std::string before = *name;
         *name = path("same.tif");
         EXPECT_THROW(app::checkFileRoles(arguments), app::Refusal);
@@ -534,7 +535,7 @@ TEST_F(FileRolesTest, aFileHasOneRole) {
     EXPECT_THROW(app::checkFileRoles(arguments), app::Refusal);
     // A device may be written in several ways.
     arguments.run.journal.clear();
-    arguments.output.file = "/dev/null";
+    arguments.run.outputFile = "/dev/null";
     arguments.run.failureFile = "/dev/null";
     EXPECT_NO_THROW(app::checkFileRoles(arguments));
 }

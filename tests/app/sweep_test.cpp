@@ -1,4 +1,4 @@
-#include "app/sweep.h"
+#include "read/read_file.h"
 
 #include <exception>
 #include <new>
@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include "app/messages.h"
+#include "read/messages.h"
 #include "support/tiff_builder.h"
 
 namespace {
@@ -22,9 +22,9 @@ class SweepTest : public testing::Test {
 protected:
     ~SweepTest() override { EXPECT_EQ(host.liveValues(), 0U); }
 
-    app::SweepOutcome sweep(const fixture::Bytes& bytes, const app::SweepNumbers& numbers = {}) {
+    app::Outcome sweep(const fixture::Bytes& bytes, const app::ReadOptions& numbers = {}) {
         host.files().serve(u"a.tif", bytes);
-        return app::sweep(host, "a.tif", numbers);
+        return app::read(host, "a.tif", numbers);
     }
 
     host::Host host;
@@ -32,7 +32,7 @@ protected:
 
 TEST_F(SweepTest, readsAFile) {
     const fixture::Bytes bytes = smallFile().build().bytes;
-    const app::SweepOutcome outcome = sweep(bytes, {std::nullopt, 0.5, 2.5});
+    const app::Outcome outcome = sweep(bytes, {.first = 0.5, .max = 2.5});
     EXPECT_FALSE(outcome.error.has_value());
     ASSERT_NE(outcome.result, nullptr);
     EXPECT_EQ(outcome.result->rows(), 1U);
@@ -44,17 +44,17 @@ TEST_F(SweepTest, readsAFile) {
 
 TEST_F(SweepTest, findsTheExifDataOfAJpegFileUnlessToldWhere) {
     const fixture::TiffFile file = smallFile().buildInJpeg();
-    const app::SweepOutcome found = sweep(file.bytes);
+    const app::Outcome found = sweep(file.bytes);
     EXPECT_EQ(found.initialOffset, static_cast<double>(file.base));
     EXPECT_NE(found.result, nullptr);
-    const app::SweepOutcome told = sweep(file.bytes, {0.0, 0, 0});
+    const app::Outcome told = sweep(file.bytes, {.offset = 0.0});
     EXPECT_EQ(told.initialOffset, 0);
     ASSERT_TRUE(told.error.has_value());
     EXPECT_EQ(told.error->id(), "Velmora:pixlore:ifdsweep:badEndianness");
 }
 
 TEST_F(SweepTest, aMissingFileIsAnErrorOfItsOwn) {
-    const app::SweepOutcome outcome = app::sweep(host, "/no/such/file", {});
+    const app::Outcome outcome = app::read(host, "/no/such/file", {});
     ASSERT_TRUE(outcome.error.has_value());
     EXPECT_EQ(outcome.error->id(), "Velmora:pixlore:ifdsweep:statFailure");
     EXPECT_EQ(outcome.result, nullptr);
@@ -63,7 +63,7 @@ TEST_F(SweepTest, aMissingFileIsAnErrorOfItsOwn) {
 TEST_F(SweepTest, exhaustedMemoryCostsOneFile) {
     const fixture::Bytes bytes = smallFile().build().bytes;
     std::uint64_t creation = 0;
-    app::SweepOutcome outcome;
+    app::Outcome outcome;
     // Every value of the call in turn, the inputs too, until a call needs fewer.
     do {
         host.failValueCreation(++creation, std::make_exception_ptr(std::bad_alloc()));
@@ -79,7 +79,7 @@ TEST_F(SweepTest, exhaustedMemoryCostsOneFile) {
 
 TEST_F(SweepTest, anUnexpectedFailureSaysWhat) {
     host.failValueCreation(7, std::make_exception_ptr(std::runtime_error("strange")));
-    const app::SweepOutcome outcome = sweep(smallFile().build().bytes);
+    const app::Outcome outcome = sweep(smallFile().build().bytes);
     ASSERT_TRUE(outcome.error.has_value());
     EXPECT_EQ(outcome.error->id(), app::kUnexpectedFailureId);
     EXPECT_EQ(app::messageText(*outcome.error), "unexpected failure: strange");
@@ -88,9 +88,9 @@ TEST_F(SweepTest, anUnexpectedFailureSaysWhat) {
 TEST_F(SweepTest, warningsBelongToTheirFile) {
     fixture::TiffBuilder builder = smallFile();
     builder.add(fixture::Directory{fixture::shorts(256, {4}), fixture::shorts(50000, {})});
-    const app::SweepOutcome first = sweep(builder.build().bytes);
+    const app::Outcome first = sweep(builder.build().bytes);
     EXPECT_EQ(first.warnings.size(), 1U);
-    const app::SweepOutcome second = sweep(smallFile().build().bytes);
+    const app::Outcome second = sweep(smallFile().build().bytes);
     EXPECT_EQ(second.warnings.size(), 0U);
 }
 

@@ -1,6 +1,6 @@
 // What --tags chooses, and what it says when nothing has that name.
 
-#include "app/tag_choice.h"
+#include "read/tag_choice.h"
 
 #include <algorithm>
 #include <ostream>
@@ -11,8 +11,9 @@
 
 #include <gtest/gtest.h>
 
-#include "gateway/tag_list.h"
+#include "ifdsweep/tag_list.h"
 #include "program_run.h"
+#include "text/nearest_names.h"
 
 namespace {
 

@@ -9,11 +9,11 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include "app/json_text.h"
-#include "app/natural_text.h"
-#include "app/terminal_text.h"
 #include "rendering.h"
 #include "support/hidden_characters.h"
+#include "text/json_text.h"
+#include "text/natural_text.h"
+#include "text/terminal_text.h"
 
 namespace {
 

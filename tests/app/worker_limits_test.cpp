@@ -1,7 +1,7 @@
 // What one file may take where the command line does not say: the machine's memory, shared among
 // the workers, within bounds.
 
-#include "app/worker_limits.h"
+#include "workers/worker_limits.h"
 
 #include <cstdint>
 
@@ -39,7 +39,7 @@ TEST(WorkerLimits, theSystemTellsOfItsMemory) {
 }
 
 TEST(WorkerLimits, theCommandLineComesFirst) {
-    app::RunChoice choice;
+    app::WorkerChoice choice;
     const app::WorkerLimits usual = app::workerLimits(choice, 1);
     EXPECT_EQ(usual.timeout, 600);
     EXPECT_GE(usual.memory, kLeastDefaultMemory);

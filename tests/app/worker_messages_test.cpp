@@ -1,7 +1,7 @@
 // What workers and the main process say to each other: what is said comes back, and nothing else
 // is taken for a message, however little it differs.
 
-#include "app/worker_messages.h"
+#include "workers/worker_messages.h"
 
 #include <cstdint>
 #include <string>
@@ -10,7 +10,7 @@
 
 #include <gtest/gtest.h>
 
-#include "app/packed.h"
+#include "io/packed.h"
 
 namespace {
 
@@ -27,11 +27,10 @@ app::WorkerSetup usualSetup() {
     setup.memory = std::uint64_t{1} << 40;
     setup.hasStandardInput = true;
     setup.colour = app::Colour::on;
-    setup.arguments.read = {12.5, 1, 2, 300, 400};
-    app::OutputChoice& output = setup.arguments.output;
+    setup.task.read = {12.5, 1, 2, 300, 400, true};
+    app::OutputChoice& output = setup.task.output;
     output.format = app::Format::csv;
     output.layout = app::JsonLayout::compact;
-    output.file = "table";
     output.toTerminal = true;
     output.fields = {{"Make", {}}, {"50000", 50000}};
     output.shorten = 0;
@@ -59,15 +58,15 @@ TEST(WorkerMessages, aSetupComesBack) {
     EXPECT_EQ(back->memory, std::uint64_t{1} << 40);
     EXPECT_TRUE(back->hasStandardInput);
     EXPECT_EQ(back->colour, app::Colour::on);
-    EXPECT_EQ(back->arguments.read.offset, 12.5);
-    EXPECT_EQ(back->arguments.read.first, 1);
-    EXPECT_EQ(back->arguments.read.max, 2);
-    EXPECT_EQ(back->arguments.read.readBudget, 300U);
-    EXPECT_EQ(back->arguments.read.valueBudget, 400U);
-    const app::OutputChoice& output = back->arguments.output;
+    EXPECT_EQ(back->task.read.offset, 12.5);
+    EXPECT_EQ(back->task.read.first, 1);
+    EXPECT_EQ(back->task.read.max, 2);
+    EXPECT_EQ(back->task.read.readBudget, 300U);
+    EXPECT_EQ(back->task.read.valueBudget, 400U);
+    EXPECT_TRUE(back->task.read.imagesOnly);
+    const app::OutputChoice& output = back->task.output;
     EXPECT_EQ(output.format, app::Format::csv);
     EXPECT_EQ(output.layout, app::JsonLayout::compact);
-    EXPECT_EQ(output.file, "table");
     EXPECT_TRUE(output.toTerminal);
     ASSERT_EQ(output.fields.size(), 2U);
     EXPECT_EQ(output.fields[0].name, "Make");
@@ -76,7 +75,7 @@ TEST(WorkerMessages, aSetupComesBack) {
     EXPECT_EQ(output.shorten, 0U);
     EXPECT_TRUE(output.nestedRows);
     EXPECT_EQ(output.warnings, app::WarningDetail::count);
-    EXPECT_EQ(output.ignored, sent.arguments.output.ignored);
+    EXPECT_EQ(output.ignored, sent.task.output.ignored);
     EXPECT_EQ(app::packSetup(*back), app::packSetup(sent));
 }
 
@@ -84,20 +83,20 @@ TEST(WorkerMessages, aSetupOfDefaultsComesBack) {
     const std::string message = app::packSetup({});
     const auto back = app::unpackSetup(bodyOf(message));
     ASSERT_TRUE(back);
-    EXPECT_FALSE(back->arguments.read.offset);
-    EXPECT_FALSE(back->arguments.output.shorten);
+    EXPECT_FALSE(back->task.read.offset);
+    EXPECT_FALSE(back->task.output.shorten);
     EXPECT_EQ(app::packSetup(*back), message);
 }
 
 TEST(WorkerMessages, aRequestComesBack) {
     app::InputFile file;
     file.path = std::string("a\0\n/\xFF", 5);
-    file.sniff = app::Sniff::on;
+    file.imagesOnly = true;
     const auto back = app::unpackRequest(bodyOf(app::packRequest(5, file)));
     ASSERT_TRUE(back);
     EXPECT_EQ(back->number, 5U);
     EXPECT_EQ(back->file.path, file.path);
-    EXPECT_EQ(back->file.sniff, app::Sniff::on);
+    EXPECT_EQ(back->file.imagesOnly, true);
 }
 
 TEST(WorkerMessages, anAnswerComesBack) {

@@ -1,7 +1,7 @@
 // The worker pool beside workers that die, lie, hang or cannot be ended: each file comes back once,
 // and the pool ends.
 
-#include "app/worker_pool.h"
+#include "workers/worker_pool.h"
 
 #include <algorithm>
 #include <chrono>
@@ -19,9 +19,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "app/messages.h"
 #include "program_files.h"
 #include "program_run.h"
+#include "read/messages.h"
 #include "temporary_folder.h"
 
 namespace {
@@ -78,14 +78,14 @@ protected:
 
     using Counts = std::map<std::string, int>;
 
-    app::Arguments arguments;
+    app::TaskOptions task;
     app::WorkerPoolSettings settings;
     std::map<std::uint64_t, app::WorkerAnswer> answers;
 };
 
 TEST_F(WorkerPoolTest, goodWorkersAnswerAll) {
     lie("none");
-    app::WorkerPool pool(arguments, settings);
+    app::WorkerPool pool(task, settings);
     runFiles(pool, 1000);
     EXPECT_EQ(failures(), (Counts{{"", 1000}}));
     for (const auto& [number, answer] : answers) {
@@ -97,7 +97,7 @@ TEST_F(WorkerPoolTest, whatIsTakenBackComesOnceWhoeverReadsIt) {
     // A file may be taken from behind a slow one and come to the same worker again.
     lie("slow");
     settings.workers = 3;
-    app::WorkerPool pool(arguments, settings);
+    app::WorkerPool pool(task, settings);
     runFiles(pool, 400);
     EXPECT_EQ(failures(), (Counts{{"", 400}}));
     for (const auto& [number, answer] : answers) {
@@ -110,7 +110,7 @@ TEST_F(WorkerPoolTest, aWorkerThatLiesIsADeadOne) {
          {"garbage", "number", "huge", "notAFile", "short", "noFile", "extraFile"}) {
         lie(how);
         answers.clear();
-        app::WorkerPool pool(arguments, settings);
+        app::WorkerPool pool(task, settings);
         runFiles(pool, 20);
         EXPECT_EQ(failures(), (Counts{{app::kWorkerDiedId, 20}})) << how;
     }
@@ -121,7 +121,7 @@ TEST_F(WorkerPoolTest, whatWasNotAskedIsNoAnswer) {
     for (const char* const how : {"unasked", "twice"}) {
         lie(how);
         answers.clear();
-        app::WorkerPool pool(arguments, settings);
+        app::WorkerPool pool(task, settings);
         runFiles(pool, 20);
         const Counts counts = failures();
         EXPECT_EQ(answers.size(), 20U) << how;
@@ -135,7 +135,7 @@ TEST_F(WorkerPoolTest, workersThatCannotBeginAreNotBegunForEver) {
     for (const char* const how : {"exit", "dies"}) {
         lie(how);
         answers.clear();
-        app::WorkerPool pool(arguments, settings);
+        app::WorkerPool pool(task, settings);
         runFiles(pool, 10);
         EXPECT_EQ(failures(), (Counts{{app::kWorkerDiedId, 10}})) << how;
     }
@@ -145,7 +145,7 @@ TEST_F(WorkerPoolTest, aWorkerThatWasReadingNothingCostsNoFile) {
     const TemporaryFolder folder;
     ::setenv("LIE_FILE", (folder.path() / "died").c_str(), 1);
     lie("once");
-    app::WorkerPool pool(arguments, settings);
+    app::WorkerPool pool(task, settings);
     runFiles(pool, 10);
     EXPECT_EQ(failures(), (Counts{{"", 10}}));
 }
@@ -155,7 +155,7 @@ TEST_F(WorkerPoolTest, silenceEndsWhateverAWorkerSaysOfItself) {
         lie(how);
         answers.clear();
         settings.limits.timeout = 0.1;
-        app::WorkerPool pool(arguments, settings);
+        app::WorkerPool pool(task, settings);
         runFiles(pool, 2);
         EXPECT_EQ(failures(), (Counts{{app::kTimeoutId, 2}})) << how;
     }
@@ -170,7 +170,7 @@ TEST_F(WorkerPoolTest, aProcessThatCannotBeEndedIsLeftBehind) {
     lie("silent");
     const auto begin = steady_clock::now();
     {
-        app::WorkerPool pool(arguments, settings);
+        app::WorkerPool pool(task, settings);
         runFiles(pool, 2);
         EXPECT_EQ(failures(), (Counts{{app::kStuckId, 2}}));
         ASSERT_GE(processes.size(), 2U);
@@ -191,7 +191,7 @@ TEST_F(WorkerPoolTest, aProcessThatCannotBeEndedIsLeftBehind) {
 
 TEST_F(WorkerPoolTest, withoutAnyProcessFilesFail) {
     settings.program = "/no/such/program";
-    app::WorkerPool pool(arguments, settings);
+    app::WorkerPool pool(task, settings);
     runFiles(pool, 100);
     EXPECT_EQ(failures(), (Counts{{app::kNoWorkerId, 100}}));
     EXPECT_EQ(app::messageText(*answers.at(5).failure),
@@ -202,9 +202,9 @@ TEST_F(WorkerPoolTest, aProcessWithThreadsCanHaveAPool) {
     const TemporaryFolder folder;
     programfiles::write(folder.path() / "a.tif", programfiles::image(7));
     settings.program = IFDSWEEP_PROGRAM;
-    arguments.output.format = app::Format::ndjson;
+    task.output.format = app::Format::ndjson;
     const auto readMany = [&](std::string& text) {
-        app::WorkerPool pool(arguments, settings);
+        app::WorkerPool pool(task, settings);
         for (std::uint64_t number = 0; number < 50; ++number) {
             while (!pool.hasRoom()) {
                 for (const auto& answer : pool.wait(milliseconds(100), {})) {

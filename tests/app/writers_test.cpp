@@ -6,12 +6,12 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include "app/json_writer.h"
-#include "app/messages.h"
-#include "app/text_value.h"
-#include "app/text_writer.h"
-#include "app/typed_writer.h"
+#include "read/messages.h"
 #include "rendering.h"
+#include "write/json_writer.h"
+#include "write/text_value.h"
+#include "write/text_writer.h"
+#include "write/typed_writer.h"
 
 namespace {
 
@@ -45,7 +45,7 @@ std::string shown(const host::ValueHandle& value, const app::TextLimits& limits 
 }
 
 template <class Writer, class... Arguments>
-std::string written(const app::SweepOutcome& outcome, Arguments... arguments) {
+std::string written(const app::Outcome& outcome, Arguments... arguments) {
     return rendered([&](app::Output& output) {
         Writer writer(output, arguments...);
         writer.begin();
@@ -189,8 +189,8 @@ TEST_F(WritersTest, moreThanOneBuffer) {
 
 const char* const kExpectedTagDataFormat = "Velmora:pixlore:ifdsweep:expectedTagDataFormat";
 
-app::SweepOutcome goodOutcome() {
-    app::SweepOutcome outcome;
+app::Outcome goodOutcome() {
+    app::Outcome outcome;
     outcome.file = "a\xFF.tif";
     outcome.initialOffset = 12;
     outcome.maxIfdCount = INFINITY;
@@ -209,8 +209,8 @@ app::SweepOutcome goodOutcome() {
     return outcome;
 }
 
-app::SweepOutcome failedOutcome() {
-    app::SweepOutcome outcome;
+app::Outcome failedOutcome() {
+    app::Outcome outcome;
     outcome.file = "b.jpg";
     outcome.error.emplace(app::kNoExifSegmentId, std::vector<qxMessageArgument>{std::int64_t{20}});
     return outcome;
@@ -302,7 +302,7 @@ TEST_F(WritersTest, textIsColouredOnlyOnDemand) {
 }
 
 TEST_F(WritersTest, textOfAFileWithoutDirectories) {
-    app::SweepOutcome outcome;
+    app::Outcome outcome;
     outcome.file = "empty.tif";
     outcome.result = noRecords();
     EXPECT_EQ(written<app::TextWriter>(outcome, app::Colour::off), "empty.tif\n  no directories\n");
@@ -311,7 +311,7 @@ TEST_F(WritersTest, textOfAFileWithoutDirectories) {
 
 TEST_F(WritersTest, textOfAFailureIsItsWarnings) {
     EXPECT_EQ(written<app::TextWriter>(failedOutcome(), app::Colour::off), "");
-    app::SweepOutcome outcome = failedOutcome();
+    app::Outcome outcome = failedOutcome();
     outcome.warnings = goodOutcome().warnings;
     EXPECT_EQ(written<app::TextWriter>(outcome, app::Colour::off).find("b.jpg\n  warning: "), 0U);
 }
@@ -322,7 +322,7 @@ TEST_F(WritersTest, textIndentsNestedDirectories) {
     auto first = rendering::records(2, {"Width"});
     setField(first, 0, "Width", number(1));
     setField(first, 1, "Width", number(2));
-    app::SweepOutcome outcome;
+    app::Outcome outcome;
     outcome.file = "n.tif";
     outcome.result = rendering::records(1, {"SubIFDs", "DigitalCamera", "Artist"});
     setField(outcome.result, 0, "SubIFDs", rendering::cells(std::move(first)));

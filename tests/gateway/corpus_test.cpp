@@ -13,8 +13,8 @@
 #include <string>
 #include <vector>
 
+#include "files/file_names.h"
 #include "gateway/libtiff_reading.h"
-#include "host/file_names.h"
 #include "support/record_dump.h"
 #include "support/sweep.h"
 #include "support/value_name_rows.h"

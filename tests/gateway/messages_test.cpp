@@ -8,8 +8,8 @@
 #include <set>
 #include <string_view>
 
+#include "adapter/messages.h"
 #include "dict/data_types.h"
-#include "gateway/messages.h"
 #include "support/tiff_matrix.h"
 #include "tag/tiff_tag.h"
 

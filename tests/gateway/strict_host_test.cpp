@@ -6,7 +6,7 @@
 #include <gtest/gtest.h>
 
 #pragma GCC visibility push(default)
-#include "gateway/qx.h"
+#include "ifdsweep/qx.h"
 #pragma GCC visibility pop
 
 #include <boost/numeric/conversion/cast.hpp>

@@ -1,4 +1,4 @@
-#include "host/block_pool.h"
+#include "values/block_pool.h"
 
 #include <gtest/gtest.h>
 

@@ -10,9 +10,9 @@
 #include <string>
 #include <utility>
 
-#include "gateway/qx.h"
 #include "host/host.h"
-#include "host/value.h"
+#include "ifdsweep/qx.h"
+#include "values/value.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "host/file_service.h"
+#include "files/file_service.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -17,7 +17,7 @@
 #include <string>
 #include <vector>
 
-#include "host/file_names.h"
+#include "files/file_names.h"
 #include "host/host.h"
 #include "host/message_texts.h"
 

@@ -1,4 +1,4 @@
-#include "host/read_cache.h"
+#include "files/read_cache.h"
 
 #include <gtest/gtest.h>
 

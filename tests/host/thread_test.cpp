@@ -10,8 +10,8 @@
 #include <thread>
 #include <vector>
 
-#include "gateway/qx.h"
 #include "host/host.h"
+#include "ifdsweep/qx.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "host/value.h"
+#include "values/value.h"
 
 #include <gtest/gtest.h>
 
@@ -11,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-#include "host/value_store.h"
+#include "values/value_store.h"
 
 namespace {
 

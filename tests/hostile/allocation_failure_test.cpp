@@ -6,10 +6,10 @@
 #include <new>
 #include <ostream>
 
-#include "app/sanitized.h"
 #include "hostile/captured_program.h"
 #include "hostile/failing_memory.h"
 #include "hostile/temporary_file.h"
+#include "io/sanitized.h"
 #include "support/record_dump.h"
 #include "support/tiff_matrix.h"
 

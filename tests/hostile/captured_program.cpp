@@ -11,8 +11,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "app/program.h"
-#include "app/worker.h"
+#include "cli/program.h"
+#include "workers/worker.h"
 
 namespace fixture {
 namespace {

@@ -8,11 +8,11 @@
 
 #include <gtest/gtest.h>
 
-#include "app/result_writer.h"
-#include "app/sweep.h"
-#include "host/file_names.h"
+#include "files/file_names.h"
 #include "host/host.h"
+#include "read/read_file.h"
 #include "support/tiff_builder.h"
+#include "write/result_writer.h"
 
 namespace fixture {
 namespace {
@@ -51,7 +51,7 @@ std::vector<Form> forms() {
 void expectModest(const Bytes& bytes, const std::string& name = "small.tif") {
     host::Host host;
     host.files().serve(host::fileNameFromSystem(name), bytes);
-    const app::SweepOutcome outcome = app::sweep(host, name, {});
+    const app::Outcome outcome = app::read(host, name, {});
     EXPECT_FALSE(outcome.error.has_value()) << outcome.error->id();
     EXPECT_FALSE(outcome.warnings.empty()) << "a budget ends the file";
     for (const Form& form : forms()) {
@@ -164,7 +164,7 @@ TEST(GoodFile, OfManyDirectoriesUnderALongName) {
     host::Host host;
     const std::string name = std::string(500, 'x');
     host.files().serve(host::fileNameFromSystem(name), bytes);
-    const app::SweepOutcome outcome = app::sweep(host, name, {});
+    const app::Outcome outcome = app::read(host, name, {});
     ASSERT_NE(outcome.result, nullptr);
     EXPECT_EQ(outcome.result->rows(), 20000U);
     EXPECT_TRUE(outcome.warnings.empty());

@@ -9,7 +9,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "host/file_names.h"
+#include "files/file_names.h"
 #include "support/byte_verbs.h"
 
 namespace fixture {

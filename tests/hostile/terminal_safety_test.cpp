@@ -14,7 +14,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "host/file_names.h"
+#include "files/file_names.h"
 #include "hostile/captured_program.h"
 #include "hostile/temporary_file.h"
 #include "support/hidden_characters.h"

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <memory>
 
-#include "host/byte_source.h"
+#include "files/byte_source.h"
 #include "support/tiff_matrix.h"
 
 namespace fixture {

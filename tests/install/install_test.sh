@@ -17,7 +17,7 @@ prefix="$work/prefix"
 
 cmake --install "$BUILD_DIR" --prefix "$prefix" >"$work/install.log"
 for file in bin/ifdsweep lib/ifdsweep/ifdsweep.so lib/libifdsweep_module_static.a \
-    lib/libifdsweep_host.a include/ifdsweep/gateway/qx.h include/ifdsweep/host/host.h \
+    lib/libifdsweep_library.a include/ifdsweep/ifdsweep/qx.h include/ifdsweep/host/host.h \
     lib/cmake/ifdsweep/ifdsweepConfig.cmake lib/cmake/ifdsweep/ifdsweepConfigVersion.cmake \
     share/man/man1/ifdsweep.1 share/bash-completion/completions/ifdsweep \
     share/zsh/site-functions/_ifdsweep share/fish/vendor_completions.d/ifdsweep.fish \

@@ -1,4 +1,4 @@
-#include "app/manual/manual_page.h"
+#include "manual/manual_page.h"
 
 #include <algorithm>
 #include <cctype>
@@ -13,10 +13,10 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include "app/manual/bash_completion.h"
-#include "app/manual/fish_completion.h"
-#include "app/manual/option_texts.h"
-#include "app/manual/zsh_completion.h"
+#include "manual/bash_completion.h"
+#include "manual/fish_completion.h"
+#include "manual/option_texts.h"
+#include "manual/zsh_completion.h"
 
 namespace {
 

@@ -13,7 +13,7 @@
 #include <string_view>
 #include <vector>
 
-#include "host/value.h"
+#include "values/value.h"
 
 namespace fixture {
 

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "gateway/messages.h"
+#include "adapter/messages.h"
 #include "host/host.h"
 #include "support/record_dump.h"
 #include "support/sweep.h"

@@ -11,9 +11,9 @@
 #include <unistd.h>
 
 #include "host/host.h"
-#include "host/value.h"
 #include "support/record_dump.h"
 #include "support/tiff_matrix.h"
+#include "values/value.h"
 
 namespace fixture {
 namespace {

@@ -5,9 +5,9 @@
 #include <cstdio>
 #include <string>
 
-#include <gateway/qx.h>
 #include <host/file_names.h>
 #include <host/host.h>
+#include <ifdsweep/qx.h>
 
 int main(int argumentCount, char** arguments) {
     if (argumentCount != 2) {

@@ -1,5 +1,0 @@
-#include "app/program.h"
-
-int main(int argumentCount, char** arguments) {
-    return app::runProgram(argumentCount, arguments);
-}

@@ -1,0 +1,378 @@
+#include "cli/command_line.h"
+
+#include <algorithm>
+#include <cctype>
+#include <charconv>
+#include <cstdlib>
+#include <iterator>
+#include <span>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+#include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+
+#include "cli/option_table.h"
+#include "files/file_service.h"
+#include "read/messages.h"
+#include "read/tag_choice.h"
+
+namespace app {
+namespace {
+
+/// Reads a whole text as a number: decimal or hexadecimal, with or without a fraction, "inf" and
+/// "nan" too. A number beyond the range of a double is an infinity.
+std::optional<double> parseNumber(const std::string& text) {
+    if (text.empty() || std::isspace(static_cast<unsigned char>(text.front())) != 0) {
+        return std::nullopt;
+    }
+    char* end = nullptr;
+    const double number = std::strtod(text.c_str(), &end);
+    return end == text.c_str() + text.size() ? std::optional(number) : std::nullopt;
+}
+
+std::optional<std::uint64_t> parseByteCount(std::string_view text) {
+    std::uint64_t count = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), count);
+    return error == std::errc() && end == text.data() + text.size() ? std::optional(count)
+                                                                    : std::nullopt;
+}
+
+/// Adds options to the parser with the help of their rows. Most runs name one or two of them: an
+/// option that the arguments do not begin to name is left out, unless the help shows them all.
+class OptionBinder {
+public:
+    OptionBinder(CLI::App& parsedCommand, std::span<const std::string> arguments)
+        : command(parsedCommand) {
+        std::copy_if(arguments.begin(), arguments.end(), std::back_inserter(dashed),
+                     [](std::string_view argument) { return argument.starts_with('-'); });
+        showsAll = mentions("-h") || mentions("--help");
+    }
+
+    /// An option whose value is stored by `store`, which says whether it took the text.
+    template <class Store>
+    void value(const std::string& name, const std::string& expected, Store store) {
+        if (!isNeeded(name)) {
+            return;
+        }
+        const OptionRow& row = optionRow(name);
+        CLI::Option* option = command.add_option_function<std::string>(
+            name,
+            [name, expected, store](const std::string& text) {
+                if (!store(text)) {
+                    throw CLI::ValidationError(name, "expected " + expected + ", got " + text);
+                }
+            },
+            std::string(row.help));
+        option->type_name(std::string(row.placeholder))->trigger_on_parse();
+        option->group(std::string(row.group));
+    }
+
+    /// An option with a text that is stored as it is.
+    void text(const std::string& name, std::string& target) {
+        value(name, "a text", [&target](const std::string& given) {
+            target = given;
+            return !given.empty();
+        });
+    }
+
+    void texts(const std::string& name, std::vector<std::string>& targets) {
+        value(name, "a text", [&targets](const std::string& given) {
+            targets.push_back(given);
+            return !given.empty();
+        });
+    }
+
+    /// An option without a value.
+    template <class Act>
+    void flag(const std::string& name, Act act) {
+        if (!isNeeded(name)) {
+            return;
+        }
+        const OptionRow& row = optionRow(name);
+        CLI::Option* option = command.add_flag_callback(name, act, std::string(row.help));
+        option->group(std::string(row.group));
+    }
+
+    template <class Target>
+    void flag(const std::string& name, Target& target, Target set) {
+        flag(name, [&target, set] { target = set; });
+    }
+
+private:
+    [[nodiscard]] bool mentions(std::string_view name) const {
+        return std::any_of(dashed.begin(), dashed.end(), [name](std::string_view argument) {
+            return argument.starts_with(name);
+        });
+    }
+    [[nodiscard]] bool isNeeded(std::string_view name) const { return showsAll || mentions(name); }
+
+    CLI::App& command;
+    std::vector<std::string_view> dashed;  ///< the arguments that may be options
+    bool showsAll = false;
+};
+
+template <class Target>
+auto storeNumber(Target& target) {
+    return [&target](const std::string& text) {
+        const auto number = parseNumber(text);
+        if (number) {
+            target = *number;
+        }
+        return number.has_value();
+    };
+}
+
+auto storeCount(std::optional<std::uint64_t>& target, std::uint64_t least) {
+    return [&target, least](const std::string& text) {
+        target = parseByteCount(text);
+        return target && *target >= least;
+    };
+}
+
+template <class Value, std::size_t count>
+auto storeWord(Value& target, const std::pair<std::string_view, Value> (&words)[count]) {
+    return [&target, &words](const std::string& text) {
+        for (const auto& [word, value] : words) {
+            if (text == word) {
+                target = value;
+                return true;
+            }
+        }
+        return false;
+    };
+}
+
+constexpr std::pair<std::string_view, Format> kFormats[]{{"text", Format::text},
+                                                         {"json", Format::json},
+                                                         {"ndjson", Format::ndjson},
+                                                         {"typed", Format::typed},
+                                                         {"csv", Format::csv}};
+constexpr std::pair<std::string_view, WarningDetail> kDetails[]{
+    {"each", WarningDetail::each}, {"count", WarningDetail::count}, {"none", WarningDetail::none}};
+
+template <class Value, std::size_t count>
+std::string_view findWord(Value value, const std::pair<std::string_view, Value> (&words)[count]) {
+    const auto row = std::find_if(std::begin(words), std::end(words),
+                                  [value](const auto& word) { return word.second == value; });
+    return row == std::end(words) ? std::string_view() : row->first;
+}
+
+void addInputOptions(OptionBinder& bind, InputChoice& input) {
+    bind.flag("--no-recursive", input.recursive, false);
+    bind.texts("--include", input.included);
+    bind.texts("--exclude", input.excluded);
+    bind.flag("--all", input.everyFile, true);
+    bind.flag("--follow", input.followLinks, true);
+    bind.text("--files-from", input.listFile);
+    bind.flag("--null", input.nulSeparated, true);
+}
+
+void addReadOptions(OptionBinder& bind, ReadOptions& read) {
+    bind.value("--offset", "a number", storeNumber(read.offset));
+    bind.value("--first", "a number", storeNumber(read.first));
+    bind.value("--max", "a number", storeNumber(read.max));
+    const auto storeBudget = [](std::optional<std::uint64_t>& budget, std::uint64_t unlimited) {
+        return [&budget, unlimited](const std::string& text) {
+            budget = text == "unlimited" ? unlimited : parseByteCount(text);
+            return budget.has_value();
+        };
+    };
+    constexpr const char* kBudget = "a number of bytes or unlimited";
+    bind.value("--read-budget", kBudget, storeBudget(read.readBudget, host::kUnlimitedReads));
+    bind.value("--value-budget", kBudget,
+               storeBudget(read.valueBudget, host::ValueBudget::kUnlimited));
+}
+
+/// @param complaint what is wrong with options that are each right
+void addOutputOptions(OptionBinder& bind, OutputChoice& output, std::string& complaint) {
+    bind.value("--format", "text, json, ndjson, typed or csv", storeWord(output.format, kFormats));
+    bind.value("--tags", "names", [&output](const std::string& text) {
+        TagChoice choice = chooseTags(text);
+        if (!choice.complaint.empty()) {
+            throw CLI::ValidationError(choice.complaint);
+        }
+        for (ChosenField& field : choice.fields) {
+            const bool known = std::any_of(
+                output.fields.begin(), output.fields.end(),
+                [&field](const ChosenField& earlier) { return earlier.name == field.name; });
+            if (!known) {
+                output.fields.push_back(std::move(field));
+            }
+        }
+        return true;
+    });
+    bind.flag("--nested", output.nestedRows, true);
+    bind.value("--shorten", "a number from 1 on or all", [&output](const std::string& text) {
+        output.shorten = text == "all" ? 0 : parseByteCount(text);
+        return output.shorten && (*output.shorten > 0 || text == "all");
+    });
+    const auto lay = [&output, &complaint](JsonLayout layout) {
+        if (output.layout != JsonLayout::filePerLine && output.layout != layout) {
+            complaint = "--compact and --pretty exclude each other";
+        }
+        output.layout = layout;
+    };
+    bind.flag("--compact", [lay] { lay(JsonLayout::compact); });
+    bind.flag("--pretty", [lay] { lay(JsonLayout::pretty); });
+}
+
+void addMessageOptions(OptionBinder& bind, RunOptions& options) {
+    bind.value("--warnings", "each, count or none", storeWord(options.output.warnings, kDetails));
+    bind.value("--ignore", "a message id", [&options](const std::string& text) {
+        const MessageDescription description = describeMessage(text);
+        if (!description.complaint.empty()) {
+            throw CLI::ValidationError("--ignore: " + description.complaint);
+        }
+        options.output.ignored.emplace_back(description.id);
+        return true;
+    });
+    bind.flag("--strict", options.run.strict, true);
+    bind.text("--failures", options.run.failureFile);
+}
+
+void addRunOptions(OptionBinder& bind, WorkerChoice& workers, RunChoice& run) {
+    bind.value("--jobs", "a number from 1 to 1024", [&workers](const std::string& text) {
+        workers.jobs = parseByteCount(text);
+        return workers.jobs && *workers.jobs >= 1 && *workers.jobs <= 1024;
+    });
+    bind.value("--timeout", "a number of seconds above 0", [&workers](const std::string& text) {
+        workers.timeout = parseNumber(text);
+        return workers.timeout && *workers.timeout > 0;
+    });
+    bind.value("--memory", "a number of bytes from 1 on", storeCount(workers.memory, 1));
+    bind.text("--output", run.outputFile);
+    bind.text("--resume", run.journal);
+    bind.flag("--no-progress", run.progress, false);
+}
+
+void addHelpOptions(OptionBinder& bind, std::optional<std::string>& text) {
+    bind.flag("--list-tags", [&text] { text = tagListText(); });
+    bind.value("--explain", "a message id", [&text](const std::string& id) {
+        const MessageDescription description = describeMessage(id);
+        if (!description.complaint.empty()) {
+            throw CLI::ValidationError("--explain: " + description.complaint);
+        }
+        text = explanationText(description);
+        return true;
+    });
+    bind.flag("--version", [&text] { text = std::string(kVersionText) + '\n'; });
+}
+
+/// What is wrong with options that are each right; empty when nothing is.
+std::string combinationComplaint(const RunOptions& options) {
+    const OutputChoice& output = options.output;
+    const InputChoice& input = options.input;
+    const bool readsStandardInput =
+        std::find(input.paths.begin(), input.paths.end(), "-") != input.paths.end();
+    if (input.paths.empty() && input.listFile.empty()) {
+        return "PATH or --files-from is required";
+    }
+    if (readsStandardInput && input.listFile == "-") {
+        return "the standard input is either the image - or the list of --files-from, not both";
+    }
+    if (readsStandardInput && !options.run.journal.empty()) {
+        return "--resume goes without the image -: whether it has changed cannot be told";
+    }
+    if (output.layout != JsonLayout::filePerLine && output.format != Format::json) {
+        return "--compact and --pretty go with --format json";
+    }
+    if (output.nestedRows && output.format != Format::csv) {
+        return "--nested goes with --format csv";
+    }
+    if (output.shorten && output.format != Format::text) {
+        return "--shorten goes with --format text";
+    }
+    if (!options.run.journal.empty() && output.format == Format::csv && output.fields.empty()) {
+        return "--resume with --format csv needs --tags: the columns must be known from the start";
+    }
+    return "";
+}
+
+/// Whether the parser would take a file name such as "[a,b]" for a list of names. Leading line
+/// feeds are those of `shield`, so that a name which has some of its own is told apart.
+bool looksLikeList(std::string_view argument) {
+    const std::size_t start = argument.find_first_not_of('\n');
+    return start != std::string_view::npos && argument[start] == '[' && argument.ends_with(']');
+}
+
+/// The command line without the program's name, in the reversed order that the parser takes, each
+/// list-like argument shielded by a line feed.
+std::vector<std::string> shield(int argumentCount, const char* const* arguments) {
+    std::vector<std::string> shielded;
+    for (int index = argumentCount - 1; index > 0; --index) {
+        const std::string argument = arguments[index];
+        shielded.push_back(looksLikeList(argument) ? '\n' + argument : argument);
+    }
+    return shielded;
+}
+
+void unshield(std::vector<std::string>& files) {
+    for (std::string& file : files) {
+        if (looksLikeList(file)) {
+            file.erase(0, 1);
+        }
+    }
+}
+
+}  // namespace
+
+std::string_view wordOf(Format format) {
+    return findWord(format, kFormats);
+}
+
+std::string_view wordOf(WarningDetail detail) {
+    return findWord(detail, kDetails);
+}
+
+CommandLine parseCommandLine(int argumentCount, const char* const* arguments) {
+    CommandLine result;
+    const auto print = [&result](std::string text) {
+        result.action = CommandLine::Action::print;
+        result.text = std::move(text);
+    };
+    const auto complain = [&result](std::string text) {
+        result.action = CommandLine::Action::usage;
+        result.text = std::move(text);
+    };
+    std::optional<std::string> information;
+    std::string complaint;
+    CLI::App command(std::string(kDescription), "ifdsweep");
+    command.set_help_flag();
+    std::vector<std::string> commandWords = shield(argumentCount, arguments);
+    OptionBinder bind(command, commandWords);
+    addInputOptions(bind, result.options.input);
+    addReadOptions(bind, result.options.read);
+    addOutputOptions(bind, result.options.output, complaint);
+    addMessageOptions(bind, result.options);
+    addRunOptions(bind, result.options.workers, result.options.run);
+    addHelpOptions(bind, information);
+    command.set_help_flag("-h,--help", std::string(optionRow("--help").help))
+        ->group(std::string(optionRow("--help").group));
+    command.add_option("PATH", result.options.input.paths, "files and folders to read")
+        ->type_name("")
+        ->option_text("...");
+    try {
+        command.parse(std::move(commandWords));
+        unshield(result.options.input.paths);
+        if (complaint.empty()) {
+            complaint = combinationComplaint(result.options);
+        }
+        if (information) {
+            print(std::move(*information));
+        } else if (!complaint.empty()) {
+            complain(std::move(complaint));
+        }
+    } catch (const CLI::CallForHelp&) {
+        command.footer(std::string(kFooter));
+        command.get_formatter()->column_width(26);
+        print(command.help());
+    } catch (const CLI::Error& error) {
+        complain(error.what());
+    }
+    return result;
+}
+
+}  // namespace app

@@ -1,0 +1,119 @@
+#pragma once
+
+// The host's file service: status, existence and streams of files named in UTF-16, from the file
+// system or served by the caller, with a read budget.
+//
+// Ownership: the service keeps the file that was asked for last open until another is asked for or
+// `forgetFile`; streams share it and are closed by the caller.
+//
+// Threads: one thread at a time.
+
+#include <cstdint>
+#include <cstdio>
+#include <limits>
+#include <map>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+
+#include "files/byte_source.h"
+#include "files/fault_plan.h"
+#include "ifdsweep/qx.h"
+#include "values/value_budget.h"
+
+namespace host {
+
+class OpenedFile;
+class ReadCache;
+struct ReadFailure;
+
+/// A read budget that is never spent.
+inline constexpr std::uint64_t kUnlimitedReads = std::numeric_limits<std::uint64_t>::max();
+
+/// A file that the service serves instead of asking the system.
+struct ServedFile {
+    std::shared_ptr<const ByteSource> bytes;
+    qxFileStatus status;  ///< as reported, whatever the bytes are
+};
+
+/// A file that is open already, to be served. Takes over the descriptor; throws std::system_error
+/// when the system cannot tell what it is.
+[[nodiscard]] ServedFile servedFile(int descriptor);
+
+/// The message of a read that the system failed: a warning, or the error of a file that cannot be
+/// read at all.
+[[nodiscard]] qxMessage readFailedMessage(const ReadFailure& failure);
+
+class FileService {
+public:
+    /// @param valueBudget begun for every file that is looked at; it outlives the service
+    explicit FileService(ValueBudget& valueBudget);
+    ~FileService();
+    FileService(const FileService&) = delete;
+    FileService& operator=(const FileService&) = delete;
+
+    /// See `Host::setReadBudget`; holds for files opened from now on.
+    void setReadBudget(std::optional<std::uint64_t> bytes) noexcept { readBudget = bytes; }
+
+    /// See `Host::setValueBudget`; holds for files opened from now on.
+    void setValueBudget(std::optional<std::uint64_t> limit) noexcept { valueLimit = limit; }
+
+    /// See `Host::setMemoryBound`; the same.
+    void setMemoryBound(MemoryBound bound) noexcept { memoryBound = std::move(bound); }
+
+    /// Serves a regular file of these bytes, dated 1970-01-01 00:00:00, under a name. The caller
+    /// keeps the bytes.
+    void serve(const std::u16string& name, std::span<const std::uint8_t> bytes);
+
+    /// Serves a file under a name, with any source and status.
+    void serve(const std::u16string& name, ServedFile file);
+
+    /// Serves no file any more.
+    void serveNothing() noexcept;
+
+    /// What goes wrong in every file opened from now on; an empty plan ends it.
+    void setFaultPlan(FaultPlan plan) { faults = std::move(plan); }
+
+    /// The contract's operations of the same names.
+    [[nodiscard]] qxFileStatus status(const std::u16string& name);
+    [[nodiscard]] bool exists(const std::u16string& name);
+    [[nodiscard]] std::FILE* open(const std::u16string& name, const char* mode);
+
+    /// The file itself, to be read without a stream; null where the path does not exist. Raises
+    /// what `open` raises. It is the one looked at from now on.
+    [[nodiscard]] std::shared_ptr<OpenedFile> look(const std::u16string& name);
+
+    /// Reports the spent budget of the file looked at, once.
+    [[nodiscard]] std::optional<SpentBudget> takeSpentBudget() noexcept;
+
+    /// Reports a read of the file looked at that the system failed, once for each reason.
+    [[nodiscard]] std::optional<ReadFailure> takeReadFailure() noexcept;
+
+    /// The bytes counted against the budget of the file looked at.
+    [[nodiscard]] std::uint64_t countedBytes() const noexcept;
+
+    /// Forgets what was to be told of files that are not looked at any more.
+    void forgetWhatIsToTell() noexcept { formerFile.reset(); }
+
+    /// Ends the look at the current file: its next use asks the system again.
+    void forgetFile() noexcept;
+
+private:
+    /// What there is to tell of the file looked at before goes before what there is of this one.
+    template <class Take>
+    [[nodiscard]] auto takeFromFiles(Take take) noexcept;
+
+    ValueBudget& values;
+    std::optional<std::uint64_t> readBudget;
+    std::optional<std::uint64_t> valueLimit;
+    MemoryBound memoryBound;
+    std::map<std::u16string, ServedFile, std::less<>> served;
+    FaultPlan faults;
+    std::u16string currentName;
+    std::shared_ptr<OpenedFile> currentFile;
+    std::shared_ptr<ReadCache> spareCache;
+    std::shared_ptr<OpenedFile> formerFile;  ///< kept for what it still has to tell
+};
+
+}  // namespace host

@@ -1,0 +1,70 @@
+#pragma once
+
+// Directory path: the way to a directory, such as `0/SubIFDs[1]/0`, and the walk over the records
+// nested in a record. Templates over values of the caller; any thread.
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+#include "values/value.h"
+
+namespace app {
+
+inline constexpr std::string_view kUnknownTags = "UnknownTags";
+
+/// Whether a value is shown as directories of its own: records, or cells with records.
+[[nodiscard]] inline bool isNested(const host::Value& value) {
+    return value.kind() == host::ValueKind::Struct ||
+           (value.kind() == host::ValueKind::Cell && value.elementCount() > 0 &&
+            value.cell(0) != nullptr && value.cell(0)->kind() == host::ValueKind::Struct);
+}
+
+[[nodiscard]] inline std::string childPath(const std::string& path, std::string_view name) {
+    std::string child = path;
+    if (!child.empty()) {
+        child += '/';
+    }
+    return child.append(name);
+}
+
+/// Visits the fields of an element that have a value.
+/// @param visit called with name and value
+template <class Visit>
+void forEachField(const host::Value& records, std::size_t element, Visit&& visit) {
+    for (std::size_t field = 0; field < records.fieldCount(); ++field) {
+        if (const host::Value* value = records.field(element, field)) {
+            visit(records.fieldName(field), *value);
+        }
+    }
+}
+
+/// Visits the records in one field.
+/// @param visit called with the records and the way to them
+template <class Visit>
+void forEachTree(std::string_view name, const host::Value& value, const std::string& path,
+                 Visit&& visit) {
+    if (value.kind() == host::ValueKind::Struct) {
+        visit(value, childPath(path, name));
+        return;
+    }
+    for (std::size_t index = 0; index < value.elementCount(); ++index) {
+        if (const host::Value* tree = value.cell(index)) {
+            const std::string member = std::string(name) + '[' + std::to_string(index) + ']';
+            visit(*tree, childPath(path, member));
+        }
+    }
+}
+
+/// Visits the nested directories' records of an element.
+template <class Visit>
+void forEachNestedRecords(const host::Value& records, std::size_t element, const std::string& path,
+                          Visit&& visit) {
+    forEachField(records, element, [&](std::string_view name, const host::Value& value) {
+        if (isNested(value) && name != kUnknownTags) {
+            forEachTree(name, value, path, visit);
+        }
+    });
+}
+
+}  // namespace app

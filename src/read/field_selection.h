@@ -1,0 +1,20 @@
+#pragma once
+
+// Field selection: the part of a file's records that was asked for, as records of their own, so
+// that every format writes it as it writes all. Needs a host scope; one thread.
+
+#include <vector>
+
+#include "read/tag_choice.h"
+#include "values/value.h"
+
+namespace app {
+
+/// Copies the chosen fields of every record, in the order asked for. Behind them come the nested
+/// records that hold chosen fields, with these alone. An unknown tag becomes a field that is named
+/// by its number and holds its value. A field that the records lack is left out; values that are
+/// no records are copied as they are.
+[[nodiscard]] host::ValueHandle selectFields(const host::Value& records,
+                                             const std::vector<ChosenField>& fields);
+
+}  // namespace app

@@ -1,0 +1,37 @@
+#include "read/image_signature.h"
+
+#include <algorithm>
+#include <array>
+
+namespace app {
+namespace {
+
+struct Signature {
+    std::string_view bytes;
+    ImageFormat format;
+};
+
+// clang-format off
+constexpr std::array kSignatures{
+    Signature{{"II*\0", 4}, ImageFormat::tiff},
+    Signature{{"MM\0*", 4}, ImageFormat::tiff},
+    Signature{{"II+\0", 4}, ImageFormat::tiff},  // BigTIFF
+    Signature{{"MM\0+", 4}, ImageFormat::tiff},
+    Signature{{"\xFF\xD8", 2}, ImageFormat::jpeg},
+};
+// clang-format on
+
+static_assert(std::all_of(kSignatures.begin(), kSignatures.end(), [](const Signature& signature) {
+    return signature.bytes.size() <= kLongestSignature;
+}));
+
+}  // namespace
+
+std::optional<ImageFormat> imageFormatOf(std::string_view firstBytes) {
+    const auto found = std::find_if(
+        kSignatures.begin(), kSignatures.end(),
+        [&](const Signature& signature) { return firstBytes.starts_with(signature.bytes); });
+    return found == kSignatures.end() ? std::nullopt : std::optional(found->format);
+}
+
+}  // namespace app

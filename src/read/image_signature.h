@@ -1,0 +1,22 @@
+#pragma once
+
+// Image signature: the formats that the program reads, told by the first bytes of a file: what is
+// found in folders is chosen by them, and what begins with one is never written over. Plain
+// functions; any thread.
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+namespace app {
+
+enum class ImageFormat : std::uint8_t { tiff, jpeg };
+
+/// The most first bytes that tell a format.
+inline constexpr std::size_t kLongestSignature = 4;
+
+/// The format of a file that begins with these bytes; none when it is no image.
+[[nodiscard]] std::optional<ImageFormat> imageFormatOf(std::string_view firstBytes);
+
+}  // namespace app

@@ -1,0 +1,132 @@
+#include "read/messages.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+#include <sys/resource.h>
+
+#include "text/nearest_names.h"
+
+namespace app {
+namespace {
+
+// clang-format off
+constexpr std::array<host::MessageTextRow, 9> kOwnTexts{{
+    {kNoExifSegmentId, "i",
+     "no Exif segment in this JPEG file: its image data begins at position {1} and none stands before it",
+     "A JPEG file holds its directories in an Exif segment, and this one has none. Argument: where the search ended. Nothing is wrong with the file."},
+    {kBadJpegSegmentId, "i",
+     "no Exif segment in this JPEG file: its segments break off at position {1} and none stands before it",
+     "The segments of the JPEG file are damaged before an Exif segment was found. Argument: where they break off. If you know where the TIFF stream begins, give its --offset."},
+    {kOutOfMemoryId, "t",
+     "out of memory: {1}",
+     "The file's records need more memory than there is, or than --memory allows. Argument: what there was. Read fewer directories with --max, or allow more."},
+    {kUnexpectedFailureId, "t",
+     "unexpected failure: {1}",
+     "A failure that no file should lead to. Argument: what happened. Please report the file."},
+    {kWorkerDiedId, "t",
+     "the process that read the file ended: {1}",
+     "The worker process was ended from outside or by a fault while it read this file; the other files are not touched by it. Argument: how it ended. If it happens again, please report the file."},
+    {kNoWorkerId, "t",
+     "no process can be started to read the file: {1}",
+     "Files are read by processes of their own, and the system gives none: their number, the memory or the open files are at a limit. Argument: the system's reason. Read the file again when there is more, or with fewer --jobs."},
+    {kStuckId, "t",
+     "the process that reads the file cannot be ended: {1}",
+     "Reading the file took longer than --timeout allows, and the process does not end: most often the file system or the network has stopped answering. The process is left behind; it ends when the file system answers. Argument: the process and the time."},
+    {kTimeoutId, "t",
+     "not finished within {1} s, the limit of --timeout",
+     "Reading the file took longer than --timeout allows. Argument: the seconds. Allow more, or set a smaller --read-budget."},
+    {kInputFailureId, "t",
+     "{1}",
+     "A file or folder that was to be read cannot be opened or is no input. Argument: the reason."},
+}};
+// clang-format on
+
+const host::MessageTextRow* findOwn(std::string_view id) {
+    for (const host::MessageTextRow& row : kOwnTexts) {
+        if (row.id == id) {
+            return &row;
+        }
+    }
+    return nullptr;
+}
+
+constexpr std::uint64_t kMebibyte = std::uint64_t{1} << 20;
+
+std::string memoryText(std::uint64_t bytes) {
+    return bytes % kMebibyte == 0 ? std::to_string(bytes / kMebibyte) + " MiB"
+                                  : std::to_string(bytes) + " bytes";
+}
+
+}  // namespace
+
+qxMessage inputFailure(const std::string& reason) {
+    return {kInputFailureId, {qxMessageText(reason)}};
+}
+
+qxMessage outOfMemory() {
+    rlimit limit{};
+    const bool isLimited = ::getrlimit(RLIMIT_AS, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY;
+    return {kOutOfMemoryId,
+            {qxMessageText(isLimited ? "the limit is " + memoryText(limit.rlim_cur) + " (--memory)"
+                                     : std::string("the system gives no more"))}};
+}
+
+std::string messageText(const qxMessage& message) {
+    const host::MessageTextRow* own = findOwn(message.id());
+    if (own == nullptr) {
+        return host::messageText(message);
+    }
+    std::string text(own->text);
+    const std::size_t place = text.find("{1}");
+    if (place != std::string::npos) {
+        const bool given = !message.arguments().empty();
+        text.replace(place, 3, given ? host::argumentText(message.arguments()[0]) : "");
+    }
+    return text;
+}
+
+std::string_view shortMessageId(std::string_view id) {
+    return id.substr(id.rfind(':') + 1);
+}
+
+std::vector<MessageDescription> describeMessages() {
+    std::vector<MessageDescription> descriptions;
+    const auto add = [&descriptions](const host::MessageTextRow& row) {
+        descriptions.push_back({row.id, row.text, row.explanation, ""});
+    };
+    std::for_each(host::messageTexts().begin(), host::messageTexts().end(), add);
+    std::for_each(kOwnTexts.begin(), kOwnTexts.end(), add);
+    return descriptions;
+}
+
+MessageDescription describeMessage(std::string_view shortOrFullId) {
+    MessageDescription found;
+    std::vector<std::string_view> ids;
+    for (const MessageDescription& message : describeMessages()) {
+        ids.push_back(shortMessageId(message.id));
+        if (message.id == shortOrFullId || ids.back() == shortOrFullId) {
+            found = message;
+        }
+    }
+    if (found.id.empty()) {
+        found.complaint = "no message has the id " + std::string(shortOrFullId);
+        const std::string nearest = nearestNames(shortMessageId(shortOrFullId), ids);
+        found.complaint += nearest.empty() ? ", the ids are: " : ", nearest: " + nearest;
+        for (std::size_t index = 0; nearest.empty() && index < ids.size(); ++index) {
+            found.complaint.append(index > 0 ? ", " : "").append(ids[index]);
+        }
+    }
+    return found;
+}
+
+std::string explanationText(const MessageDescription& description) {
+    std::string text(description.id);
+    text.append("\n  ").append(description.text);
+    text.append("\n  ").append(description.explanation).append("\n");
+    return text;
+}
+
+}  // namespace app

@@ -1,0 +1,29 @@
+#pragma once
+
+// Run options: everything that a run over files can be asked for. Plain values; any thread.
+
+#include <string>
+
+#include "walk/input_choice.h"
+#include "workers/file_task.h"
+#include "workers/worker_limits.h"
+
+namespace app {
+
+/// How a run goes, and what it leaves.
+struct RunChoice {
+    std::string outputFile;  ///< empty: the standard output
+    std::string failureFile;
+    std::string journal;
+    bool strict = false;
+    bool progress = true;
+};
+
+/// What each file is asked for, and what the run is.
+struct RunOptions : TaskOptions {
+    InputChoice input;
+    WorkerChoice workers;
+    RunChoice run;
+};
+
+}  // namespace app

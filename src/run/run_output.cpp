@@ -1,0 +1,33 @@
+#include "run/run_output.h"
+
+#include "write/csv_writer.h"
+
+namespace app {
+namespace {
+
+Descriptor makeRowFile(const OutputChoice& choice) {
+    const bool waits = choice.format == Format::csv && choice.fields.empty();
+    return waits ? makeTemporaryFile() : Descriptor();
+}
+
+}  // namespace
+
+RunOutput::RunOutput(const RunOptions& options, Journal* runJournal,
+                     const Interruption* interruption, const Disk& disk)
+    : file(options.run.outputFile, runJournal, disk),
+      rows(makeRowFile(options.output)),
+      sink(rows.isOpen() ? rows.get() : file.descriptor(), file.keptLength(), interruption),
+      goingOn(file, sink),
+      output(goingOn) {}
+
+void RunOutput::complete() {
+    output.flush();
+    if (rows.isOpen()) {
+        FileDescriptorSink destination(file.descriptor());
+        Output table(destination);
+        assembleCsv(rows.get(), table);
+        table.flush();
+    }
+}
+
+}  // namespace app

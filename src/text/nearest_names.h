@@ -1,0 +1,15 @@
+#pragma once
+
+// Nearest names: what somebody who misspelt a word may have meant. Pure function; any thread.
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace app {
+
+/// The candidates most like a word, at most three, between commas; empty when none is near.
+[[nodiscard]] std::string nearestNames(std::string_view word,
+                                       const std::vector<std::string_view>& candidates);
+
+}  // namespace app

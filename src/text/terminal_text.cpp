@@ -1,0 +1,89 @@
+#include "text/terminal_text.h"
+
+#include <cstdint>
+
+#include "text/hidden_characters.h"
+#include "text/number_text.h"
+
+namespace app {
+namespace {
+
+/// A sink of text_decoding.h that appends escaped text.
+class TerminalSink {
+public:
+    explicit TerminalSink(Output& output) : destination(output) {}
+
+    void codePoint(char32_t value) {
+        switch (value) {
+            case '\\':
+                destination.append("\\\\");
+                return;
+            case '\n':
+                destination.append("\\n");
+                return;
+            case '\r':
+                destination.append("\\r");
+                return;
+            case '\t':
+                destination.append("\\t");
+                return;
+            default:
+                break;
+        }
+        if (!isHidden(value)) {
+            constexpr std::size_t kUtf8Room = 4;
+            destination.commit(encodeUtf8(destination.reserve(kUtf8Room), value));
+        } else if (value < 0x80) {
+            escape('x', value, 2);
+        } else if (value < 0x10000) {
+            escape('u', value, 4);
+        } else {
+            escape('U', value, 8);
+        }
+    }
+
+    void strayByte(std::uint8_t byte) { escape('x', byte, 2); }
+
+    void loneSurrogate(char16_t unit) {
+        // These surrogates stand for the bytes of a file name that are no UTF-8.
+        if (unit >= 0xDC80 && unit <= 0xDCFF) {
+            strayByte(static_cast<std::uint8_t>(unit));
+        } else {
+            escape('u', unit, 4);
+        }
+    }
+
+private:
+    void escape(char letter, std::uint32_t value, unsigned digits) {
+        destination.append('\\');
+        destination.append(letter);
+        while (digits > 0) {
+            --digits;
+            destination.append("0123456789abcdef"[value >> (4 * digits) & 0xF]);
+        }
+    }
+
+    Output& destination;
+};
+
+}  // namespace
+
+void appendTerminalText(Output& output, std::string_view bytes) {
+    decodeUtf8Text(bytes, TerminalSink(output));
+}
+
+void appendTerminalText(Output& output, std::u16string_view units, TextOrigin origin,
+                        std::size_t limit) {
+    // The form is that of the whole text: a part of it may look like something else.
+    const TextForm form = textForm(units, origin);
+    const std::u16string_view shown = naturalPrefix(units, form, limit);
+    decodeNaturalText(shown, form, TerminalSink(output));
+    if (shown.size() < units.size()) {
+        output.append(" ... (");
+        output.commit(
+            formatInteger(output.reserve(kNumberRoom), static_cast<std::int64_t>(units.size())));
+        output.append(" characters)");
+    }
+}
+
+}  // namespace app

@@ -1,0 +1,87 @@
+#include "values/field_list.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+#include <functional>
+#include <limits>
+#include <new>
+
+namespace host {
+
+namespace {
+
+std::size_t hashOf(std::string_view name) noexcept {
+    return std::hash<std::string_view>{}(name);
+}
+
+bool isIdentifier(std::string_view name) noexcept {
+    constexpr std::size_t kLongest = 63;  // so that room for one can be asked of any buffer
+    return name.size() <= kLongest && std::all_of(name.begin(), name.end(), [](char character) {
+               const char letter = static_cast<char>(character | 0x20);
+               return (letter >= 'a' && letter <= 'z') || (character >= '0' && character <= '9') ||
+                      character == '_';
+           });
+}
+
+}  // namespace
+
+FieldList::FieldList(std::span<const char* const> fieldNames)
+    : names(fieldNames.begin(), fieldNames.end()),
+      identifiersOnly(std::all_of(names.begin(), names.end(), isIdentifier)) {
+    // A field number + 1 must fit in a table cell.
+    if (names.size() >= std::numeric_limits<std::uint32_t>::max()) {
+        throw std::bad_alloc();
+    }
+    table.resize(std::bit_ceil(2 * names.size() + 1));  // at most half full: probing ends
+    successor.resize(names.size() + 1);
+    const std::size_t mask = table.size() - 1;
+    for (std::size_t number = 0; number < names.size(); ++number) {
+        successor[number] = static_cast<std::uint32_t>(number + 1);
+        if (find(names[number]) != names.size()) {
+            continue;
+        }
+        std::size_t place = hashOf(names[number]) & mask;
+        while (table[place] != 0) {
+            place = (place + 1) & mask;
+        }
+        table[place] = static_cast<std::uint32_t>(number + 1);
+    }
+}
+
+bool FieldList::matches(std::span<const char* const> fieldNames) const noexcept {
+    if (fieldNames.size() != names.size()) {
+        return false;
+    }
+    for (std::size_t number = 0; number < names.size(); ++number) {
+        if (std::strcmp(names[number].c_str(), fieldNames[number]) != 0) {
+            return false;
+        }
+    }
+    return true;
+}
+
+std::size_t FieldList::find(std::string_view name) const noexcept {
+    const std::size_t mask = table.size() - 1;
+    for (std::size_t place = hashOf(name) & mask; table[place] != 0; place = (place + 1) & mask) {
+        const std::size_t number = table[place] - 1;
+        if (names[number] == name) {
+            return number;
+        }
+    }
+    return names.size();
+}
+
+std::size_t FieldList::findAfter(std::size_t lastField, const char* name) const noexcept {
+    const std::size_t expected = successor[lastField];
+    if (expected < names.size() && std::strcmp(names[expected].c_str(), name) == 0) {
+        return expected;
+    }
+    const std::size_t number = find(name);
+    if (number < names.size()) {
+        successor[lastField] = static_cast<std::uint32_t>(number);
+    }
+    return number;
+}
+
+}  // namespace host

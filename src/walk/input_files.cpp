@@ -1,0 +1,201 @@
+#include "walk/input_files.h"
+
+#include <algorithm>
+#include <utility>
+
+#include <fnmatch.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "io/descriptor.h"
+#include "io/output.h"
+#include "io/run_failure.h"
+#include "run/failure_list.h"
+
+namespace app {
+namespace {
+
+using Kind = FolderListing::Kind;
+
+bool matchesAny(const std::vector<std::string>& globs, const std::string& path,
+                std::string_view name) {
+    return std::any_of(globs.begin(), globs.end(), [&](const std::string& glob) {
+        const bool wholePath = glob.find('/') != std::string::npos;
+        return ::fnmatch(glob.c_str(), wholePath ? path.c_str() : std::string(name).c_str(), 0) ==
+               0;
+    });
+}
+
+Kind kindOf(const struct stat& status) {
+    return S_ISREG(status.st_mode)   ? Kind::file
+           : S_ISDIR(status.st_mode) ? Kind::folder
+                                     : Kind::other;
+}
+
+/// The kind behind what a folder says of an entry; `other` for what is not to be read.
+Kind resolvedKind(const std::string& path, Kind kind, bool followLinks) {
+    struct stat status {};
+    if (kind == Kind::unknown && ::lstat(path.c_str(), &status) == 0) {
+        kind = S_ISLNK(status.st_mode) ? Kind::link : kindOf(status);
+    }
+    if (kind == Kind::link) {
+        // A link that leads nowhere is tried, so that it is told of.
+        kind = ::stat(path.c_str(), &status) == 0 ? kindOf(status) : Kind::file;
+        return kind == Kind::folder && !followLinks ? Kind::other : kind;
+    }
+    return kind;
+}
+
+bool contains(const std::vector<FileIdentity>& files, FileIdentity identity) {
+    return std::find(files.begin(), files.end(), identity) != files.end();
+}
+
+std::string pathIn(const std::string& folder, std::string_view name) {
+    std::string path = folder;
+    if (!path.ends_with('/')) {
+        path.push_back('/');
+    }
+    return path.append(name);
+}
+
+}  // namespace
+
+InputFiles::InputFiles(const InputChoice& inputChoice, std::vector<FileIdentity> filesWritten,
+                       std::vector<FileIdentity> filesReplaced)
+    : choice(inputChoice), written(std::move(filesWritten)), replaced(std::move(filesReplaced)) {
+    if (!choice.listFile.empty()) {
+        list.emplace(choice.listFile, choice.nulSeparated);
+    }
+}
+
+std::optional<InputFile> InputFiles::next() {
+    while (true) {
+        std::optional<InputFile> file;
+        if (!folders.empty()) {
+            file = takeFound();
+        } else if (nextPath < choice.paths.size()) {
+            file = takeNamed();
+        } else if (list) {
+            file = takeListed();
+        } else {
+            return std::nullopt;
+        }
+        if (file) {
+            return file;
+        }
+    }
+}
+
+std::optional<InputFile> InputFiles::takeNamed() {
+    return name(choice.paths[nextPath++]);
+}
+
+int InputFiles::awaited() {
+    const bool isAtList = folders.empty() && nextPath == choice.paths.size() && list;
+    try {
+        return isAtList && !list->isReady() ? list->descriptor() : -1;
+    } catch (const OutputError&) {
+        return -1;  // `next` meets it again
+    }
+}
+
+std::optional<InputFile> InputFiles::takeListed() {
+    std::optional<std::string> line;
+    try {
+        line = list->next();
+    } catch (const OutputError& error) {
+        list.reset();
+        return InputFile{choice.listFile, false,
+                         "the list cannot be read: " + systemErrorText(error.systemError), false};
+    }
+    if (!line) {
+        list.reset();
+        return std::nullopt;
+    }
+    std::string path(choice.nulSeparated ? *line : pathOfFailureLine(*line));
+    if (path.empty()) {
+        return InputFile{choice.listFile, false,
+                         "line " + std::to_string(list->line()) + " of the list is empty", false};
+    }
+    if (path == kStandardInput) {
+        path.insert(0, "./");  // in a list, the name of a file
+    }
+    return name(std::move(path));
+}
+
+std::optional<InputFile> InputFiles::name(std::string path) {
+    if (path == kStandardInput) {
+        return InputFile{std::move(path), false, ""};
+    }
+    struct stat status {};
+    if (::stat(path.c_str(), &status) == 0) {
+        if (S_ISDIR(status.st_mode)) {
+            return enter(std::move(path));
+        }
+        const FileIdentity identity{status.st_dev, status.st_ino};
+        if (S_ISREG(status.st_mode) && contains(replaced, identity)) {
+            throw Refusal(path + " cannot be both read and written");
+        }
+        if (S_ISREG(status.st_mode) && contains(written, identity)) {
+            return InputFile{std::move(path), false, "this is also the output"};
+        }
+        if (S_ISFIFO(status.st_mode) || S_ISSOCK(status.st_mode) || S_ISCHR(status.st_mode)) {
+            return InputFile{
+                std::move(path), false,
+                "this is a pipe or device and no file; pass it as standard input to -"};
+        }
+    }
+    return InputFile{std::move(path), false, ""};
+}
+
+std::optional<InputFile> InputFiles::enter(std::string path) {
+    FolderListing folder(std::move(path));
+    if (folder.error() != 0) {
+        return InputFile{folder.path(), false,
+                         "cannot read the folder: " + systemErrorText(folder.error())};
+    }
+    if (walked.insert(folder.identity()).second) {
+        folders.push_back(std::move(folder));
+    }
+    return std::nullopt;
+}
+
+std::optional<InputFile> InputFiles::takeFound() {
+    if (folders.back().isDone()) {
+        folders.pop_back();
+        return std::nullopt;
+    }
+    const FolderListing::Entry entry = folders.back().take();
+    std::string path = pathIn(folders.back().path(), entry.name);
+    const Kind kind = resolvedKind(path, entry.kind, choice.followLinks);
+    if (kind == Kind::other || isLeftOut(path, entry.name, kind)) {
+        return std::nullopt;
+    }
+    if (kind == Kind::folder) {
+        return choice.recursive ? enter(std::move(path)) : std::nullopt;
+    }
+    if (isWritten(path, entry)) {
+        return std::nullopt;
+    }
+    return InputFile{std::move(path), !choice.everyFile, ""};
+}
+
+bool InputFiles::isWritten(const std::string& path, const FolderListing::Entry& entry) const {
+    // What a folder tells of a name that is no link rules out nearly every file.
+    const bool isPossible =
+        entry.kind == Kind::link || entry.kind == Kind::unknown ||
+        std::any_of(written.begin(), written.end(), [&entry](const FileIdentity& identity) {
+            return identity.second == entry.inode;
+        });
+    struct stat status {};
+    return !written.empty() && isPossible && ::stat(path.c_str(), &status) == 0 &&
+           contains(written, {status.st_dev, status.st_ino});
+}
+
+bool InputFiles::isLeftOut(const std::string& path, std::string_view name, Kind kind) const {
+    const bool isIncluded =
+        kind == Kind::folder || choice.included.empty() || matchesAny(choice.included, path, name);
+    return !isIncluded || matchesAny(choice.excluded, path, name);
+}
+
+}  // namespace app

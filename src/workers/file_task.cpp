@@ -1,0 +1,128 @@
+#include "workers/file_task.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <new>
+#include <system_error>
+#include <utility>
+
+#include <fcntl.h>
+
+#include "files/file_names.h"
+#include "files/file_service.h"
+#include "io/descriptor.h"
+#include "read/field_selection.h"
+#include "read/messages.h"
+#include "workers/worker_limits.h"
+
+namespace app {
+
+FileTask::FileTask(const TaskOptions& taskOptions, Output& output, Colour colour,
+                   int standardInputFile)
+    : options(taskOptions),
+      standardInput(standardInputFile),
+      writer(makeResultWriter(options.output.format, output, colour,
+                              writerSettings(options.output))) {}
+
+void FileTask::setMemory(std::function<std::uint64_t()> limit) {
+    // The other half is for the directories while they are read, and for the output.
+    host.setMemoryBound([limit = std::move(limit)]() noexcept {
+        try {
+            return limit() / 2;
+        } catch (...) {
+            return kLeastDefaultMemory / 2;
+        }
+    });
+}
+
+void FileTask::serveStandardInput() {
+    const int own = ::fcntl(standardInput, F_DUPFD_CLOEXEC, 0);
+    if (own < 0) {
+        throw std::system_error(errno, std::system_category());
+    }
+    host.files().serve(host::fileNameFromSystem(kStandardInput), host::servedFile(own));
+}
+
+FileReport FileTask::read(const InputFile& file) {
+    outcome = Outcome();  // first, so that two results never lie in memory
+    if (file.path == kStandardInput) {
+        try {
+            serveStandardInput();
+        } catch (const std::system_error& error) {
+            return fail(file, inputFailure("cannot read the standard input: " +
+                                           systemErrorText(error.code().value())));
+        }
+    }
+    ReadOptions asked = options.read;
+    asked.imagesOnly = file.imagesOnly;
+    outcome = app::read(host, file.path, asked);
+    return finish();
+}
+
+FileReport FileTask::fail(const InputFile& file, const qxMessage& error) {
+    outcome = Outcome();
+    outcome.file = file.path;
+    outcome.firstIfdIndex = options.read.first;
+    outcome.maxIfdCount = options.read.max;
+    outcome.error = error;
+    return finish();
+}
+
+FileReport FileTask::finish() {
+    FileReport report;
+    if (!outcome.isImage) {
+        report.ending = FileReport::Ending::skipped;
+        return report;
+    }
+    const auto& ignored = options.output.ignored;
+    std::erase_if(outcome.warnings, [&](const qxMessage& warning) {
+        return std::find(ignored.begin(), ignored.end(), warning.id()) != ignored.end();
+    });
+    countWarnings(report);
+    if (outcome.result != nullptr && outcome.result->kind() == host::ValueKind::Struct) {
+        report.directories = outcome.result->rows();
+    }
+    if (outcome.result != nullptr && !options.output.fields.empty()) {
+        try {
+            const host::Host::Scope scope(host);
+            outcome.result = selectFields(*outcome.result, options.output.fields);
+        } catch (const std::bad_alloc&) {
+            outcome.result.reset();
+            outcome.error.emplace(outOfMemory());
+        }
+    }
+    if (outcome.error) {
+        report.ending = FileReport::Ending::failed;
+        report.failure =
+            messageText(*outcome.error) + " (" + std::string(outcome.error->id()) + ')';
+    }
+    report.isShown = writer->shows(outcome);
+    return report;
+}
+
+void FileTask::countWarnings(FileReport& report) {
+    for (const qxMessage& warning : outcome.warnings) {
+        const auto known =
+            std::find_if(report.warnings.begin(), report.warnings.end(),
+                         [&](const auto& counted) { return counted.first == warning.id(); });
+        if (known == report.warnings.end()) {
+            report.warnings.emplace_back(warning.id(), 1);
+        } else {
+            ++known->second;
+        }
+    }
+    if (options.output.warnings != WarningDetail::each) {
+        outcome.warnings.clear();
+    }
+    if (options.output.warnings == WarningDetail::count) {
+        for (const auto& [id, count] : report.warnings) {
+            outcome.warningCounts.push_back({describeMessage(id).id, count});
+        }
+    }
+}
+
+void FileTask::write() {
+    writer->writeFile(outcome);
+}
+
+}  // namespace app

@@ -1,0 +1,163 @@
+#include "write/csv_writer.h"
+
+#include <algorithm>
+#include <functional>
+#include <map>
+
+#include "read/directory_path.h"
+#include "text/terminal_text.h"
+#include "write/csv_rows.h"
+#include "write/json_parts.h"
+#include "write/text_value.h"
+
+namespace app {
+namespace {
+
+constexpr std::string_view kLineEnd = "\r\n";
+
+/// Appends a cell, between quotes when it holds what would end it.
+void appendQuoted(std::string& line, std::string_view cell) {
+    if (cell.find_first_of(",\"\r\n") == std::string_view::npos) {
+        line.append(cell);
+        return;
+    }
+    line.push_back('"');
+    for (const char character : cell) {
+        line.append(character == '"' ? 2 : 1, character);
+    }
+    line.push_back('"');
+}
+
+bool hasCell(const host::Value& value) {
+    return !isNested(value);
+}
+
+}  // namespace
+
+std::string csvHeader(const std::vector<std::string>& columns) {
+    std::string line = "File,Directory";
+    for (const std::string& column : columns) {
+        line.push_back(',');
+        appendQuoted(line, column);
+    }
+    return line.append(kLineEnd);
+}
+
+void CsvWriter::writeFile(const Outcome& outcome) {
+    fileCell.clear();
+    appendQuoted(fileCell, shownText(outcome.file));
+    writeRecords(*outcome.result, "");
+}
+
+void CsvWriter::writeRecords(const host::Value& records, const std::string& path) {
+    if (records.kind() != host::ValueKind::Struct) {
+        return;
+    }
+    for (std::size_t element = 0; element < records.elementCount(); ++element) {
+        const std::string directory = childPath(path, std::to_string(element));
+        if (columns.empty()) {
+            writeNamedRow(records, element, directory);
+        } else {
+            output.append(fileCell);
+            output.append(',');
+            output.append(directory);
+            writeColumns(records, element);
+            output.append(kLineEnd);
+        }
+        if (nestedRows) {
+            writeNested(records, element, directory);
+        }
+    }
+}
+
+void CsvWriter::writeNested(const host::Value& records, std::size_t element,
+                            const std::string& path) {
+    forEachNestedRecords(records, element, path,
+                         [this](const host::Value& nested, const std::string& nestedPath) {
+                             writeRecords(nested, nestedPath);
+                         });
+}
+
+void CsvWriter::writeColumns(const host::Value& records, std::size_t element) {
+    for (const std::string& column : columns) {
+        output.append(',');
+        const auto field = records.fieldIndex(column);
+        const host::Value* value = field ? records.field(element, *field) : nullptr;
+        if (value != nullptr && hasCell(*value)) {
+            output.append(cellOf(column, value));
+        }
+    }
+}
+
+void CsvWriter::writeNamedRow(const host::Value& records, std::size_t element,
+                              const std::string& path) {
+    std::string row;
+    packed::putText(row, fileCell);
+    packed::putText(row, path);
+    forEachField(records, element, [&](std::string_view name, const host::Value& value) {
+        if (hasCell(value)) {
+            packed::putText(row, name);
+            packed::putText(row, cellOf(name, &value));
+        }
+    });
+    std::string length;
+    packed::putNumber(length, row.size());
+    output.append(length);
+    output.append(row);
+}
+
+std::string_view CsvWriter::cellOf(std::string_view name, const host::Value* value) {
+    renderedText.text.clear();
+    appendPlainValue(rendered, value, fieldTextOrigin(name));
+    rendered.flush();
+    cell.clear();
+    appendQuoted(cell, shownText(renderedText.text));
+    return cell;
+}
+
+std::string_view CsvWriter::shownText(std::string_view text) {
+    if (!toTerminal) {
+        return text;
+    }
+    const std::string plain(text);  // it may be what is rendered
+    renderedText.text.clear();
+    appendTerminalText(rendered, plain);
+    rendered.flush();
+    return renderedText.text;
+}
+
+void assembleCsv(int rows, Output& output) {
+    std::vector<std::string> columns;
+    std::map<std::string, std::size_t, std::less<>> placeOf;
+    const auto place = [&](std::string_view name) {
+        auto known = placeOf.find(name);
+        if (known == placeOf.end()) {
+            known = placeOf.emplace(name, columns.size()).first;
+            columns.emplace_back(name);
+        }
+        return known->second;
+    };
+    forEachRow(rows, [&](const std::vector<std::string_view>& texts) {
+        for (std::size_t index = 2; index + 1 < texts.size(); index += 2) {
+            static_cast<void>(place(texts[index]));
+        }
+    });
+    output.append(csvHeader(columns));
+    std::vector<std::string_view> cells(columns.size());
+    forEachRow(rows, [&](const std::vector<std::string_view>& texts) {
+        std::fill(cells.begin(), cells.end(), std::string_view());
+        for (std::size_t index = 2; index + 1 < texts.size(); index += 2) {
+            cells[place(texts[index])] = texts[index + 1];
+        }
+        output.append(texts[0]);
+        output.append(',');
+        output.append(texts[1]);
+        for (const std::string_view text : cells) {
+            output.append(',');
+            output.append(text);
+        }
+        output.append(kLineEnd);
+    });
+}
+
+}  // namespace app

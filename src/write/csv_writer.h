@@ -1,0 +1,67 @@
+#pragma once
+
+// CSV writer (RFC 4180): one row per directory, and with nested rows one for each nested directory
+// behind it. The first two columns are the file and the way to the directory, such as
+// `0/SubIFDs[0]/1`.
+//
+// With fixed columns, the rows are written as they come. Without, the columns are all fields that
+// occur, which nobody knows before the last file: the writer then writes each row with the names
+// of its fields, and `assembleCsv` makes the table of them in two passes.
+//
+// A cell holds the numbers of a value between spaces, the rows of a matrix between "; ", text as
+// it is in UTF-8, the texts of a list between ", ", bytes in base64. Records have no cell. On a
+// terminal, cells are terminal text; files and pipes get them as they are.
+//
+// Ownership: borrows its output. Threads: one at a time.
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "write/result_writer.h"
+
+namespace app {
+
+/// The first line of a table with these columns behind "File" and "Directory".
+[[nodiscard]] std::string csvHeader(const std::vector<std::string>& columns);
+
+class CsvWriter final : public ResultWriter {
+public:
+    CsvWriter(Output& destination, const WriterSettings& settings)
+        : ResultWriter(destination, frameOf(Format::csv, settings)),
+          nestedRows(settings.nestedRows),
+          toTerminal(settings.toTerminal),
+          columns(settings.columns),
+          rendered(renderedText) {}
+
+    [[nodiscard]] bool shows(const Outcome& outcome) const override {
+        return outcome.result != nullptr;
+    }
+    void writeFile(const Outcome& outcome) override;
+
+private:
+    void writeRecords(const host::Value& records, const std::string& path);
+    void writeNested(const host::Value& records, std::size_t element, const std::string& path);
+    void writeColumns(const host::Value& records, std::size_t element);
+    void writeNamedRow(const host::Value& records, std::size_t element, const std::string& path);
+
+    /// The text of a cell as it is shown; valid until the next call.
+    [[nodiscard]] std::string_view shownText(std::string_view text);
+
+    /// The cell of a value, as it is shown; valid until the next call.
+    [[nodiscard]] std::string_view cellOf(std::string_view name, const host::Value* value);
+
+    bool nestedRows;
+    bool toTerminal;
+    std::vector<std::string> columns;
+    std::string fileCell;
+    std::string cell;
+    StringSink renderedText;
+    Output rendered;
+};
+
+/// Makes the table of rows with names.
+/// @param rows what CsvWriter wrote without fixed columns, as a file that can be read anywhere
+void assembleCsv(int rows, Output& output);
+
+}  // namespace app

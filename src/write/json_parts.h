@@ -1,0 +1,97 @@
+#pragma once
+
+// JSON parts that every JSON format shares: lists, numbers, messages. Templates over an Output of
+// the caller; any thread.
+
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+
+#include "ifdsweep/qx.h"
+#include "io/output.h"
+#include "read/read_file.h"
+#include "text/json_text.h"
+#include "text/number_text.h"
+
+namespace app {
+
+/// Appends `count` elements with a comma between them.
+/// @param appendElement called with each index in turn
+template <class AppendElement>
+void appendCommaList(Output& output, std::size_t count, AppendElement&& appendElement) {
+    for (std::size_t index = 0; index < count; ++index) {
+        if (index > 0) {
+            output.append(',');
+        }
+        appendElement(index);
+    }
+}
+
+/// Appends an array of `count` elements.
+template <class AppendElement>
+void appendJsonArray(Output& output, std::size_t count, AppendElement&& appendElement) {
+    output.append('[');
+    appendCommaList(output, count, appendElement);
+    output.append(']');
+}
+
+/// Appends an integer.
+inline void appendInteger(Output& output, std::int64_t value) {
+    output.commit(formatInteger(output.reserve(kNumberRoom), value));
+}
+
+/// Appends a number, and for one that is not finite what `appendNonFinite` makes of it.
+template <class AppendNonFinite>
+void appendNumber(Output& output, double value, AppendNonFinite&& appendNonFinite) {
+    if (std::isfinite(value)) {
+        output.commit(formatFinite(output.reserve(kNumberRoom), value));
+    } else {
+        appendNonFinite(value);
+    }
+}
+
+/// Appends the members "id" and "arguments" of a message, without braces. An integer is written
+/// whole.
+/// @param appendText called with each text argument
+template <class AppendText>
+void appendMessageMembers(Output& output, const qxMessage& message, AppendText&& appendText) {
+    output.append(R"("id":)");
+    appendJsonString(output, message.id());
+    output.append(R"(,"arguments":)");
+    appendJsonArray(output, message.arguments().size(), [&](std::size_t index) {
+        const qxMessageArgument& argument = message.arguments()[index];
+        if (const auto* integer = boost::get<std::int64_t>(&argument)) {
+            appendInteger(output, *integer);
+        } else {
+            appendText(boost::get<qxMessageText>(argument));
+        }
+    });
+}
+
+/// Appends the members "warnings" and "error" of an outcome, without braces.
+/// @param appendMessage called with each message
+template <class AppendMessage>
+void appendOutcomeMessages(Output& output, const Outcome& outcome, AppendMessage&& appendMessage) {
+    output.append(R"("warnings":)");
+    if (outcome.warningCounts.empty()) {
+        appendJsonArray(output, outcome.warnings.size(),
+                        [&](std::size_t index) { appendMessage(outcome.warnings[index]); });
+    } else {
+        appendJsonArray(output, outcome.warningCounts.size(), [&](std::size_t index) {
+            const WarningCount& warning = outcome.warningCounts[index];
+            output.append(R"({"id":)");
+            appendJsonString(output, warning.id);
+            output.append(R"(,"count":)");
+            appendInteger(output, static_cast<std::int64_t>(warning.count));
+            output.append('}');
+        });
+    }
+    output.append(R"(,"error":)");
+    if (outcome.error) {
+        appendMessage(*outcome.error);
+    } else {
+        output.append("null");
+    }
+}
+
+}  // namespace app

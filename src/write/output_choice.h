@@ -1,0 +1,40 @@
+#pragma once
+
+// Output choice: what is shown of each file, and how. Plain values; any thread.
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "read/tag_choice.h"
+
+namespace app {
+
+enum class Format : std::uint8_t { text, json, ndjson, typed, csv };
+
+/// How JSON is laid out.
+enum class JsonLayout : std::uint8_t {
+    filePerLine,  ///< an object per line
+    compact,      ///< no line ends
+    pretty,       ///< a member per line, indented
+};
+
+/// What is shown of a file's warnings.
+enum class WarningDetail : std::uint8_t { each, count, none };
+
+/// Whether text for people is coloured.
+enum class Colour : std::uint8_t { off, on };
+
+struct OutputChoice {
+    Format format = Format::text;
+    JsonLayout layout = JsonLayout::filePerLine;
+    bool toTerminal = false;               ///< a terminal shows the output
+    std::vector<ChosenField> fields;       ///< in the order asked for; empty: all
+    std::optional<std::uint64_t> shorten;  ///< elements of an array; 0: all
+    bool nestedRows = false;
+    WarningDetail warnings = WarningDetail::each;
+    std::vector<std::string> ignored;  ///< full message ids
+};
+
+}  // namespace app

@@ -1,0 +1,31 @@
+#pragma once
+
+// Text value: a value on one line, for people. Plain function over an Output of the caller; any
+// thread.
+
+#include <cstddef>
+
+#include "io/output.h"
+#include "text/natural_text.h"
+#include "values/value.h"
+
+namespace app {
+
+/// How much of a long value is shown.
+struct TextLimits {
+    std::size_t elements = 16;     ///< of an array
+    std::size_t characters = 256;  ///< of a text
+};
+
+/// Appends a value: numbers between spaces, the rows of a matrix between semicolons, the parts of
+/// a cell array between commas. A value that is cut short is followed by its size; a record array
+/// is shown by its size alone.
+/// @param value null for an empty cell
+void appendTextValue(Output& output, const host::Value* value, TextOrigin origin,
+                     const TextLimits& limits);
+
+/// Appends a whole value for a table: as above, but nothing is cut short, text stands as it is in
+/// UTF-8, bytes in base64, and what is empty is nothing at all.
+void appendPlainValue(Output& output, const host::Value* value, TextOrigin origin);
+
+}  // namespace app

@@ -1,0 +1,188 @@
+#include "write/text_writer.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cstdint>
+
+#include "read/directory_path.h"
+#include "read/messages.h"
+#include "text/terminal_text.h"
+#include "write/json_parts.h"
+#include "write/text_value.h"
+
+namespace app {
+namespace {
+
+/// Fields that are the same in every directory of a file, shown once below the file's heading.
+constexpr std::array<std::string_view, 7> kFileFields{
+    "Filename",      "FileModDate",     "FileSize", "Format",
+    "FormatVersion", "FormatSignature", "ByteOrder"};
+
+bool isFileField(std::string_view name) {
+    return std::find(kFileFields.begin(), kFileFields.end(), name) != kFileFields.end();
+}
+
+}  // namespace
+
+bool TextWriter::shows(const Outcome& outcome) const {
+    return outcome.result != nullptr || !outcome.warnings.empty() || !outcome.warningCounts.empty();
+}
+
+void TextWriter::writeFile(const Outcome& outcome) {
+    appendStyled(Style::file, outcome.file);
+    output.append('\n');
+    if (outcome.result != nullptr) {
+        if (outcome.result->kind() == host::ValueKind::Struct) {
+            appendFileFields(*outcome.result);
+            appendRecords(*outcome.result, "", 1);
+        } else {
+            indent(1);
+            output.append("no directories\n");
+        }
+    }
+    for (const qxMessage& warning : outcome.warnings) {
+        appendWarning(warning);
+    }
+    for (const WarningCount& warning : outcome.warningCounts) {
+        appendWarningCount(warning);
+    }
+}
+
+void TextWriter::appendStyled(Style style, std::string_view text) {
+    // Bold, bold blue, cyan, yellow: in the order of the styles.
+    constexpr std::array<std::string_view, 4> kStart{"\x1b[1m", "\x1b[1;34m", "\x1b[36m",
+                                                     "\x1b[33m"};
+    if (colour == Colour::off) {
+        appendTerminalText(output, text);
+        return;
+    }
+    output.append(kStart[static_cast<std::size_t>(style)]);
+    appendTerminalText(output, text);
+    output.append("\x1b[0m");
+}
+
+void TextWriter::appendFileFields(const host::Value& records) {
+    const auto isShown = [](std::string_view name) {
+        return isFileField(name) && name != kFileFields.front();  // the heading is the name
+    };
+    std::size_t nameWidth = 0;
+    forEachField(records, 0, [&](std::string_view name, const host::Value& value) {
+        if (isShown(name) && value.elementCount() > 0) {
+            nameWidth = std::max(nameWidth, name.size());
+        }
+    });
+    forEachField(records, 0, [&](std::string_view name, const host::Value& value) {
+        if (isShown(name) && value.elementCount() > 0) {
+            appendField(name, value, nameWidth, 1);
+        }
+    });
+}
+
+void TextWriter::appendRecords(const host::Value& records, const std::string& path,
+                               std::size_t depth) {
+    for (std::size_t element = 0; element < records.elementCount(); ++element) {
+        const std::string directory = childPath(path, std::to_string(element));
+        if (depth == 1) {
+            output.append('\n');
+        }
+        indent(depth);
+        appendStyled(Style::directory, "Directory " + directory);
+        output.append('\n');
+        appendDirectory(records, element, directory, depth + 1);
+    }
+}
+
+void TextWriter::appendDirectory(const host::Value& records, std::size_t element,
+                                 const std::string& path, std::size_t depth) {
+    const auto isPlain = [](std::string_view name, const host::Value& value) {
+        return !isFileField(name) && !isNested(value);
+    };
+    std::size_t nameWidth = 0;
+    forEachField(records, element, [&](std::string_view name, const host::Value& value) {
+        if (isPlain(name, value)) {
+            nameWidth = std::max(nameWidth, name.size());
+        }
+    });
+    forEachField(records, element, [&](std::string_view name, const host::Value& value) {
+        if (isPlain(name, value)) {
+            appendField(name, value, nameWidth, depth);
+        }
+    });
+    // Behind the plain values, so that these stay one aligned block.
+    forEachField(records, element, [&](std::string_view name, const host::Value& value) {
+        if (isNested(value)) {
+            appendNested(name, value, path, depth);
+        }
+    });
+}
+
+void TextWriter::appendNested(std::string_view name, const host::Value& value,
+                              const std::string& path, std::size_t depth) {
+    indent(depth);
+    appendStyled(Style::name, name);
+    output.append('\n');
+    if (name == kUnknownTags) {
+        appendUnknownTags(value, depth + 1);
+    } else {
+        forEachTree(name, value, path, [&](const host::Value& tree, const std::string& treePath) {
+            appendRecords(tree, treePath, depth + 1);
+        });
+    }
+}
+
+void TextWriter::appendField(std::string_view name, const host::Value& value, std::size_t nameWidth,
+                             std::size_t depth) {
+    indent(depth);
+    appendStyled(Style::name, name);
+    output.append(nameWidth - name.size() + 2, ' ');
+    appendTextValue(output, &value, fieldTextOrigin(name), limits);
+    output.append('\n');
+}
+
+void TextWriter::appendUnknownTags(const host::Value& tags, std::size_t depth) {
+    const auto member = [&tags](std::size_t element, std::string_view name) -> const host::Value* {
+        const auto field = tags.fieldIndex(name);
+        return field ? tags.field(element, *field) : nullptr;
+    };
+    for (std::size_t element = 0; element < tags.elementCount(); ++element) {
+        indent(depth);
+        const host::Value* id = member(element, "ID");
+        appendTextValue(output, id, TextOrigin::tag, limits);
+        if (id != nullptr && !id->doubles().empty() && id->doubles()[0] >= 0 &&
+            id->doubles()[0] <= UINT16_MAX) {
+            output.append(" (0x");
+            const auto number = static_cast<std::uint16_t>(id->doubles()[0]);
+            char* text = output.reserve(kNumberRoom);
+            output.commit(std::to_chars(text, text + kNumberRoom, number, 16).ptr);
+            output.append(')');
+        }
+        output.append("  offset ");
+        appendTextValue(output, member(element, "Offset"), TextOrigin::tag, limits);
+        output.append("  value ");
+        appendTextValue(output, member(element, "Value"), TextOrigin::tag, limits);
+        output.append('\n');
+    }
+}
+
+void TextWriter::appendWarning(const qxMessage& warning) {
+    indent(1);
+    appendStyled(Style::warning, "warning:");
+    output.append(' ');
+    appendTerminalText(output, messageText(warning));
+    output.append(" (");
+    appendTerminalText(output, warning.id());
+    output.append(")\n");
+}
+
+void TextWriter::appendWarningCount(const WarningCount& warning) {
+    indent(1);
+    appendStyled(Style::warning, warning.count == 1 ? "warning:" : "warnings:");
+    output.append(' ');
+    appendInteger(output, static_cast<std::int64_t>(warning.count));
+    output.append(" of ");
+    appendTerminalText(output, warning.id);
+    output.append('\n');
+}
+
+}  // namespace app

@@ -1,0 +1,54 @@
+#pragma once
+
+// Text writer: records for people. A heading per file, the fields of the file once, a heading per
+// directory, names and values aligned, nested directories indented below their name, long values
+// cut short with their size, and the warnings after the file that they belong to. Fields without a
+// value are left out. Everything that comes from a file is escaped (see terminal_text.h).
+//
+// Ownership: borrows its output. Threads: one at a time.
+
+#include <algorithm>
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+#include "write/result_writer.h"
+
+namespace app {
+
+class TextWriter final : public ResultWriter {
+public:
+    TextWriter(Output& destination, Colour textColour, const TextLimits& textLimits = {})
+        : ResultWriter(destination, frameOf(Format::text)),
+          colour(textColour),
+          limits(textLimits) {}
+
+    /// A file without a result is shown only when there are warnings: its error is told elsewhere.
+    [[nodiscard]] bool shows(const Outcome& outcome) const override;
+    void writeFile(const Outcome& outcome) override;
+
+private:
+    enum class Style : std::uint8_t { file, directory, name, warning };
+
+    void appendStyled(Style style, std::string_view text);
+    void appendFileFields(const host::Value& records);
+    void appendRecords(const host::Value& records, const std::string& path, std::size_t depth);
+    void appendDirectory(const host::Value& records, std::size_t element, const std::string& path,
+                         std::size_t depth);
+    void appendNested(std::string_view name, const host::Value& value, const std::string& path,
+                      std::size_t depth);
+    void appendField(std::string_view name, const host::Value& value, std::size_t nameWidth,
+                     std::size_t depth);
+    void appendUnknownTags(const host::Value& tags, std::size_t depth);
+    void appendWarning(const qxMessage& warning);
+    void appendWarningCount(const WarningCount& warning);
+    /// Real files do not nest so deep; one that nests 64 directories is not all spaces.
+    static constexpr std::size_t kDeepest = 16;
+
+    void indent(std::size_t depth) { output.append(2 * std::min(depth, kDeepest), ' '); }
+
+    Colour colour;
+    TextLimits limits;
+};
+
+}  // namespace app

@@ -1,0 +1,122 @@
+#include "write/typed_writer.h"
+
+#include <algorithm>
+
+#include "files/file_names.h"
+#include "text/json_text.h"
+#include "write/json_parts.h"
+
+namespace app {
+namespace {
+
+void appendTypedNumber(Output& output, double value) {
+    appendNumber(output, value, [&output](double nonFinite) {
+        output.append('"');
+        output.append(nonFiniteName(nonFinite));
+        output.append('"');
+    });
+}
+
+/// Appends everything up to the value's data.
+void appendHead(Output& output, std::string_view className, const host::Value& value) {
+    output.append(R"({"class":")");
+    output.append(className);
+    output.append(R"(","size":[)");
+    output.commit(formatFinite(output.reserve(kNumberRoom), static_cast<double>(value.rows())));
+    output.append(',');
+    output.commit(formatFinite(output.reserve(kNumberRoom), static_cast<double>(value.columns())));
+    output.append(']');
+    if (value.kind() == host::ValueKind::Struct) {
+        output.append(R"(,"fields":)");
+        appendJsonArray(output, value.fieldCount(), [&](std::size_t field) {
+            appendJsonString(output, value.fieldName(field));
+        });
+    }
+    output.append(R"(,"data":)");
+}
+
+void appendTypedRecords(Output& output, const host::Value& records) {
+    appendJsonArray(output, records.elementCount(), [&](std::size_t element) {
+        appendJsonArray(output, records.fieldCount(), [&](std::size_t field) {
+            appendTypedValue(output, records.field(element, field));
+        });
+    });
+}
+
+/// An 8-bit text has one character for each byte, as the host makes of such a text.
+void appendTypedText(Output& output, const qxMessageText& text) {
+    if (const auto* units = boost::get<std::u16string>(&text)) {
+        appendJsonUnits(output, *units);
+        return;
+    }
+    const auto& bytes = boost::get<std::string>(text);
+    std::u16string units(bytes.size(), u'\0');
+    std::transform(bytes.begin(), bytes.end(), units.begin(), [](char byte) {
+        return static_cast<char16_t>(static_cast<unsigned char>(byte));
+    });
+    appendJsonUnits(output, units);
+}
+
+void appendTypedMessage(Output& output, const qxMessage& message) {
+    output.append('{');
+    appendMessageMembers(output, message,
+                         [&](const qxMessageText& text) { appendTypedText(output, text); });
+    output.append('}');
+}
+
+}  // namespace
+
+void appendTypedValue(Output& output, const host::Value* value) {
+    if (value == nullptr) {
+        output.append("null");
+        return;
+    }
+    switch (value->kind()) {
+        case host::ValueKind::Double:
+            appendHead(output, "double", *value);
+            appendJsonArray(output, value->elementCount(), [&](std::size_t index) {
+                appendTypedNumber(output, value->doubles()[index]);
+            });
+            break;
+        case host::ValueKind::Uint8:
+            appendHead(output, "uint8", *value);
+            appendJsonArray(output, value->elementCount(), [&](std::size_t index) {
+                appendInteger(output, value->bytes()[index]);
+            });
+            break;
+        case host::ValueKind::Char:
+            appendHead(output, "char", *value);
+            appendJsonUnits(output, value->text());
+            break;
+        case host::ValueKind::Cell:
+            appendHead(output, "cell", *value);
+            appendJsonArray(output, value->elementCount(), [&](std::size_t index) {
+                appendTypedValue(output, value->cell(index));
+            });
+            break;
+        case host::ValueKind::Struct:
+            appendHead(output, "struct", *value);
+            appendTypedRecords(output, *value);
+            break;
+    }
+    output.append('}');
+}
+
+void TypedWriter::writeFile(const Outcome& outcome) {
+    output.append(R"({"file":)");
+    appendJsonUnits(output, host::fileNameFromSystem(outcome.file));
+    output.append(R"(,"arguments":{"initialOffset":)");
+    appendTypedNumber(output, outcome.initialOffset);
+    output.append(R"(,"firstIfdIndex":)");
+    appendTypedNumber(output, outcome.firstIfdIndex);
+    output.append(R"(,"maxIfdCount":)");
+    appendTypedNumber(output, outcome.maxIfdCount);
+    output.append(R"(},"result":)");
+    appendTypedValue(output, outcome.result.get());
+    output.append(',');
+    appendOutcomeMessages(output, outcome,
+                          [&](const qxMessage& message) { appendTypedMessage(output, message); });
+    output.append("}\n");
+}
+
+}  // namespace app

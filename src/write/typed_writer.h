@@ -1,0 +1,23 @@
+#pragma once
+
+// Typed writer: one line of JSON per file that tells every value with its class and size, for
+// programs and tests. Nothing is lost: numbers have the shortest digits that read back the same,
+// text is given unit by unit, and integers among the message arguments are whole.
+//
+// Ownership: borrows its output. Threads: one at a time.
+
+#include "write/result_writer.h"
+
+namespace app {
+
+/// Appends a value with its class, size and column-major data; "null" for an empty field or cell.
+void appendTypedValue(Output& output, const host::Value* value);
+
+class TypedWriter final : public ResultWriter {
+public:
+    explicit TypedWriter(Output& destination) : ResultWriter(destination, frameOf(Format::typed)) {}
+
+    void writeFile(const Outcome& outcome) override;
+};
+
+}  // namespace app

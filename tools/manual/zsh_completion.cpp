@@ -1,0 +1,83 @@
+#include "manual/zsh_completion.h"
+
+#include <string_view>
+
+#include "manual/option_texts.h"
+
+namespace app::manual {
+namespace {
+
+constexpr std::string_view kTail = R"(
+if [[ $funcstack[1] == _ifdsweep ]]; then
+    _ifdsweep "$@"
+else
+    compdef _ifdsweep ifdsweep
+fi
+)";
+
+/// A text behind a backslash wherever zsh would take one of these characters for syntax.
+std::string escaped(std::string_view text, std::string_view special) {
+    std::string result;
+    for (const char letter : text) {
+        if (letter == '\\' || special.find(letter) != std::string_view::npos) {
+            result += '\\';
+        }
+        result += letter;
+    }
+    return result;
+}
+
+/// The part of an option's line that completes its value; empty when it takes none.
+std::string valuePart(const OptionRow& row) {
+    const std::string named = ':' + escaped(row.placeholder, ":") + ':';
+    switch (row.value) {
+        case ValueKind::words:
+            return named + '(' + std::string(row.words) + ')';
+        case ValueKind::tag:
+            return named + "_ifdsweep_tags";
+        case ValueKind::message:
+            return named + "_ifdsweep_messages";
+        case ValueKind::file:
+            return named + "_files";
+        case ValueKind::other:
+            return named + ' ';
+        case ValueKind::none:
+            break;
+    }
+    return "";
+}
+
+std::string optionLine(const OptionRow& row) {
+    std::string line(isRepeatable(row) ? "*" : "");
+    line.append(row.name).append(row.value == ValueKind::none ? "[" : "=[");
+    line.append(escaped(helpLine(row), "[]")).append("]").append(valuePart(row));
+    return line;
+}
+
+}  // namespace
+
+std::string zshCompletion() {
+    std::string text = "#compdef ifdsweep\n# Completions of ifdsweep for zsh.\n\n";
+    text += "_ifdsweep_tags() {\n    local -a names=(";
+    for (const std::string_view name : tagNames()) {
+        text.append("\n        ").append(name);
+    }
+    text += "\n    )\n    compset -P '*,'\n    compadd -q -S , -a names\n}\n\n";
+
+    text += "_ifdsweep_messages() {\n    local -a messages=(";
+    for (const MessageDescription& message : describeMessages()) {
+        const std::string id = escaped(shortMessageId(message.id), ":");
+        text += "\n        " + shellQuoted(id + ':' + escaped(message.text, ""));
+    }
+    text += "\n    )\n    _describe message messages\n}\n\n";
+
+    text += "_ifdsweep() {\n    _arguments -S \\\n";
+    for (const OptionRow& row : optionTable()) {
+        text += "        " + shellQuoted(optionLine(row)) + " \\\n";
+    }
+    text += "        '*:PATH:_files'\n}\n";
+    text += kTail;
+    return text;
+}
+
+}  // namespace app::manual
