@@ -22,9 +22,9 @@ int main(int argumentCount, char** arguments) {
     }
     int failures = 0;
     bench::reportCalls(repetitions, [&] {
-        host::Host host;
+        ifdsweep::Host host;
         for (int i = firstFile; i < argumentCount; ++i) {
-            const app::Outcome outcome = app::read(host, arguments[i], {});
+            const ifdsweep::Outcome outcome = ifdsweep::read(host, arguments[i], {});
             if (outcome.error) {
                 std::fprintf(stderr, "call_timer: %s: %s\n", arguments[i], outcome.error->what());
                 ++failures;

@@ -26,7 +26,7 @@ struct Case {
     std::string_view name;
     Build build;
     Written written;
-    app::Format format;
+    ifdsweep::Format format;
 };
 
 fixture::TiffFile repeated(std::size_t size, fixture::Directory (*directory)(std::size_t)) {
@@ -89,20 +89,20 @@ fixture::TiffFile values(std::size_t size) {
 
 // clang-format off
 constexpr std::array<Case, 14> kCases{{
-    {"directory",        pages,           Written::nothing, app::Format::json},
-    {"photograph",       photographs,     Written::nothing, app::Format::json},
-    {"nested directory", subIfds,         Written::nothing, app::Format::json},
-    {"known entry",      knownEntries,    Written::nothing, app::Format::json},
-    {"unknown entry",    unknownEntries,  Written::nothing, app::Format::json},
-    {"named value",      namedEntries,    Written::nothing, app::Format::json},
-    {"rational entry",   rationalEntries, Written::nothing, app::Format::json},
-    {"ascii entry",      asciiEntries,    Written::nothing, app::Format::json},
-    {"warned entry",     droppedEntries,  Written::nothing, app::Format::json},
-    {"value",            values,          Written::nothing, app::Format::json},
-    {"json photograph",  photographs,     Written::result,  app::Format::json},
-    {"typed photograph", photographs,     Written::result,  app::Format::typed},
-    {"text photograph",  photographs,     Written::result,  app::Format::text},
-    {"json value",       values,          Written::result,  app::Format::json},
+    {"directory",        pages,           Written::nothing, ifdsweep::Format::json},
+    {"photograph",       photographs,     Written::nothing, ifdsweep::Format::json},
+    {"nested directory", subIfds,         Written::nothing, ifdsweep::Format::json},
+    {"known entry",      knownEntries,    Written::nothing, ifdsweep::Format::json},
+    {"unknown entry",    unknownEntries,  Written::nothing, ifdsweep::Format::json},
+    {"named value",      namedEntries,    Written::nothing, ifdsweep::Format::json},
+    {"rational entry",   rationalEntries, Written::nothing, ifdsweep::Format::json},
+    {"ascii entry",      asciiEntries,    Written::nothing, ifdsweep::Format::json},
+    {"warned entry",     droppedEntries,  Written::nothing, ifdsweep::Format::json},
+    {"value",            values,          Written::nothing, ifdsweep::Format::json},
+    {"json photograph",  photographs,     Written::result,  ifdsweep::Format::json},
+    {"typed photograph", photographs,     Written::result,  ifdsweep::Format::typed},
+    {"text photograph",  photographs,     Written::result,  ifdsweep::Format::text},
+    {"json value",       values,          Written::result,  ifdsweep::Format::json},
 }};
 // clang-format on
 
@@ -110,11 +110,11 @@ constexpr std::array<Case, 14> kCases{{
 
 /// Callgrind counts what happens in here; hence a plain name and a call of its own.
 extern "C" __attribute__((noinline)) void guardedWork(bench::MemoryFile& input, const Case& work) {
-    const app::Outcome outcome = input.sweep();
+    const ifdsweep::Outcome outcome = input.sweep();
     if (work.written == Written::result) {
         bench::NoSink sink;
-        app::Output output(sink);
-        const auto writer = app::makeResultWriter(work.format, output, app::Colour::off);
+        ifdsweep::Output output(sink);
+        const auto writer = ifdsweep::makeResultWriter(work.format, output, ifdsweep::Colour::off);
         writer->begin();
         writer->write(outcome);
         writer->end();

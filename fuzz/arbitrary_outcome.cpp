@@ -73,12 +73,13 @@ Shape arbitraryShape(FuzzInput& input) {
     return {code % 5, code / 5 % 5};
 }
 
-host::ValueHandle arbitraryArray(host::Host& host, FuzzInput& input, host::ValueKind kind) {
+ifdsweep::ValueHandle arbitraryArray(ifdsweep::Host& host, FuzzInput& input,
+                                     ifdsweep::ValueKind kind) {
     const Shape shape = arbitraryShape(input);
-    host::ValueHandle value(host.values().createArray(kind, shape.rows, shape.columns));
-    void* elements = host::ValueStore::elements(*value);
+    ifdsweep::ValueHandle value(host.values().createArray(kind, shape.rows, shape.columns));
+    void* elements = ifdsweep::ValueStore::elements(*value);
     for (std::size_t index = 0; index < value->elementCount(); ++index) {
-        if (kind == host::ValueKind::Double) {
+        if (kind == ifdsweep::ValueKind::Double) {
             static_cast<double*>(elements)[index] = arbitraryNumber(input);
         } else {
             static_cast<std::uint8_t*>(elements)[index] = input.byte();
@@ -87,16 +88,16 @@ host::ValueHandle arbitraryArray(host::Host& host, FuzzInput& input, host::Value
     return value;
 }
 
-host::ValueHandle arbitraryCells(host::Host& host, FuzzInput& input, unsigned depth) {
+ifdsweep::ValueHandle arbitraryCells(ifdsweep::Host& host, FuzzInput& input, unsigned depth) {
     const std::size_t columns = input.below(6);
-    host::ValueHandle cells(host.values().createArray(host::ValueKind::Cell, 1, columns));
+    ifdsweep::ValueHandle cells(host.values().createArray(ifdsweep::ValueKind::Cell, 1, columns));
     for (std::size_t index = 0; index < columns; ++index) {
-        host::ValueStore::setCell(*cells, index, arbitraryValue(host, input, depth).release());
+        ifdsweep::ValueStore::setCell(*cells, index, arbitraryValue(host, input, depth).release());
     }
     return cells;
 }
 
-host::ValueHandle arbitraryRecords(host::Host& host, FuzzInput& input, unsigned depth) {
+ifdsweep::ValueHandle arbitraryRecords(ifdsweep::Host& host, FuzzInput& input, unsigned depth) {
     constexpr std::array kNames{
         "Filename", "FileModDate", "Format",  "Width",           "UnknownTags", "ID",
         "Offset",   "Value",       "SubIFDs", "DigitalCamera",   "Make",        "XMP",
@@ -105,11 +106,11 @@ host::ValueHandle arbitraryRecords(host::Host& host, FuzzInput& input, unsigned 
     const std::size_t count = input.below(kNames.size() - first + 1);
     const auto names = std::span(kNames).subspan(first, count);
     const std::size_t elements = input.below(4);
-    host::ValueHandle records(host.values().createRecords(elements, 1, names));
+    ifdsweep::ValueHandle records(host.values().createRecords(elements, 1, names));
     for (std::size_t element = 0; element < elements; ++element) {
         for (const char* name : names) {
-            host::ValueStore::setField(*records, element, name,
-                                       arbitraryValue(host, input, depth).release());
+            ifdsweep::ValueStore::setField(*records, element, name,
+                                           arbitraryValue(host, input, depth).release());
         }
     }
     return records;
@@ -118,12 +119,12 @@ host::ValueHandle arbitraryRecords(host::Host& host, FuzzInput& input, unsigned 
 /// A message of any catalogue row, with arguments of the kinds that it takes.
 qxMessage arbitraryMessage(FuzzInput& input) {
     const std::size_t choice = input.byte();
-    const auto rows = host::messageTexts();
+    const auto rows = ifdsweep::messageTexts();
     if (choice >= 250) {
-        return {choice % 2 == 0 ? app::kNoExifSegmentId : app::kUnexpectedFailureId,
+        return {choice % 2 == 0 ? ifdsweep::kNoExifSegmentId : ifdsweep::kUnexpectedFailureId,
                 {qxMessageText(arbitraryBytes(input, 40))}};
     }
-    const host::MessageTextRow& row = rows[choice % rows.size()];
+    const ifdsweep::MessageTextRow& row = rows[choice % rows.size()];
     std::vector<qxMessageArgument> arguments;
     for (const char kind : row.arguments) {
         if (kind == 'i') {
@@ -139,18 +140,18 @@ qxMessage arbitraryMessage(FuzzInput& input) {
 
 }  // namespace
 
-host::ValueHandle arbitraryValue(host::Host& host, FuzzInput& input, unsigned depth) {
+ifdsweep::ValueHandle arbitraryValue(ifdsweep::Host& host, FuzzInput& input, unsigned depth) {
     switch (input.below(depth > 0 ? 8 : 6)) {
         case 0:
             return nullptr;
         case 1:
         case 2:
-            return arbitraryArray(host, input, host::ValueKind::Double);
+            return arbitraryArray(host, input, ifdsweep::ValueKind::Double);
         case 3:
-            return arbitraryArray(host, input, host::ValueKind::Uint8);
+            return arbitraryArray(host, input, ifdsweep::ValueKind::Uint8);
         case 4:
         case 5:
-            return host::ValueHandle(host.values().createText(arbitraryUnits(input, 255)));
+            return ifdsweep::ValueHandle(host.values().createText(arbitraryUnits(input, 255)));
         case 6:
             return arbitraryCells(host, input, depth - 1);
         default:
@@ -158,9 +159,9 @@ host::ValueHandle arbitraryValue(host::Host& host, FuzzInput& input, unsigned de
     }
 }
 
-app::Outcome arbitraryOutcome(host::Host& host, FuzzInput& input) {
+ifdsweep::Outcome arbitraryOutcome(ifdsweep::Host& host, FuzzInput& input) {
     constexpr unsigned kDepth = 5;
-    app::Outcome outcome;
+    ifdsweep::Outcome outcome;
     outcome.file = arbitraryBytes(input, 60);
     outcome.initialOffset = arbitraryNumber(input);
     outcome.firstIfdIndex = arbitraryNumber(input);

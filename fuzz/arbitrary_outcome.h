@@ -13,9 +13,10 @@
 namespace fuzz {
 
 /// A value, or null, with at most `depth` arrays around one another.
-[[nodiscard]] host::ValueHandle arbitraryValue(host::Host& host, FuzzInput& input, unsigned depth);
+[[nodiscard]] ifdsweep::ValueHandle arbitraryValue(ifdsweep::Host& host, FuzzInput& input,
+                                                   unsigned depth);
 
 /// A whole outcome: file name, numbers, result or error, warnings.
-[[nodiscard]] app::Outcome arbitraryOutcome(host::Host& host, FuzzInput& input);
+[[nodiscard]] ifdsweep::Outcome arbitraryOutcome(ifdsweep::Host& host, FuzzInput& input);
 
 }  // namespace fuzz

@@ -37,17 +37,17 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
         while (!input.empty()) {
             name += static_cast<char16_t>(input.word(2));
         }
-        const std::string bytes = host::fileNameToSystem(name);
-        fuzz::require(!isText(name) || host::fileNameFromSystem(bytes) == name,
+        const std::string bytes = ifdsweep::fileNameToSystem(name);
+        fuzz::require(!isText(name) || ifdsweep::fileNameFromSystem(bytes) == name,
                       "a name that is text comes back");
-        fuzz::require(host::fileNameToSystem(host::fileNameFromSystem(bytes)) == bytes,
+        fuzz::require(ifdsweep::fileNameToSystem(ifdsweep::fileNameFromSystem(bytes)) == bytes,
                       "the bytes of a name come back");
         return 0;
     }
     const auto rest = input.rest();
     const std::string bytes(rest.begin(), rest.end());
-    const std::u16string name = host::fileNameFromSystem(bytes);
-    fuzz::require(host::fileNameToSystem(name) == bytes, "every byte string comes back");
+    const std::u16string name = ifdsweep::fileNameFromSystem(bytes);
+    fuzz::require(ifdsweep::fileNameToSystem(name) == bytes, "every byte string comes back");
     for (std::size_t at = 0; at < name.size(); ++at) {
         fuzz::require(!isHigh(name[at]) || (at + 1 < name.size() && isLow(name[at + 1])),
                       "no lone high surrogate is made");

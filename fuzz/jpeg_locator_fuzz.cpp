@@ -11,7 +11,7 @@
 namespace {
 
 /// Bytes in memory that end where the file does.
-class MemoryReader final : public app::ByteReader {
+class MemoryReader final : public ifdsweep::ByteReader {
 public:
     explicit MemoryReader(std::span<const std::uint8_t> fileBytes) : bytes(fileBytes) {}
 
@@ -34,10 +34,11 @@ private:
     std::span<const std::uint8_t> bytes;
 };
 
-app::JpegSearch search(std::span<const std::uint8_t> file) {
+ifdsweep::JpegSearch search(std::span<const std::uint8_t> file) {
     MemoryReader reader(file);
-    const app::JpegSearch result = app::findExifHeader(reader);
-    fuzz::require(reader.reads <= file.size() / app::kJpegWindow + 3, "a read is a whole window");
+    const ifdsweep::JpegSearch result = ifdsweep::findExifHeader(reader);
+    fuzz::require(reader.reads <= file.size() / ifdsweep::kJpegWindow + 3,
+                  "a read is a whole window");
     fuzz::require(reader.delivered <= file.size(), "no byte is read twice");
     return result;
 }
@@ -45,13 +46,13 @@ app::JpegSearch search(std::span<const std::uint8_t> file) {
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    using Outcome = app::JpegSearch::Outcome;
+    using Outcome = ifdsweep::JpegSearch::Outcome;
     const std::span file(data, size);
     MemoryReader reader(file);
     const bool isJpeg = size >= 2 && data[0] == 0xFF && data[1] == 0xD8;
-    fuzz::require(app::beginsAsJpeg(reader) == isJpeg, "a JPEG file begins FF D8");
-    const app::JpegSearch found = search(file);
-    const app::JpegSearch again = search(file);
+    fuzz::require(ifdsweep::beginsAsJpeg(reader) == isJpeg, "a JPEG file begins FF D8");
+    const ifdsweep::JpegSearch found = search(file);
+    const ifdsweep::JpegSearch again = search(file);
     fuzz::require(found.outcome == again.outcome && found.position == again.position,
                   "the same result twice");
     if (found.outcome == Outcome::found) {

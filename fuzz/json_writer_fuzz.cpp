@@ -6,14 +6,15 @@
 #include "written_output.h"
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    host::Host host;
+    ifdsweep::Host host;
     {
         fuzz::FuzzInput input(std::span(data, size));
-        const app::Outcome outcome = fuzz::arbitraryOutcome(host, input);
-        const std::string text = fuzz::written(app::Format::json, outcome);
+        const ifdsweep::Outcome outcome = fuzz::arbitraryOutcome(host, input);
+        const std::string text = fuzz::written(ifdsweep::Format::json, outcome);
         fuzz::requireNaturalJson(text, outcome);
         fuzz::requireTerminalSafe(text);
-        fuzz::require(text == fuzz::written(app::Format::json, outcome), "the same text twice");
+        fuzz::require(text == fuzz::written(ifdsweep::Format::json, outcome),
+                      "the same text twice");
     }
     fuzz::require(host.liveValues() == 0, "every value is freed");
     return 0;

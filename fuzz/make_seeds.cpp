@@ -168,26 +168,26 @@ void addNames(SeedFolder& folder) {
 /// Messages of workers and of the main process, each as it comes out of a socket.
 void addMessages(SeedFolder& folder) {
     const auto add = [&folder](const std::string& message) {
-        folder.add(Bytes(message.begin() + app::packed::kNumberSize, message.end()));
+        folder.add(Bytes(message.begin() + ifdsweep::packed::kNumberSize, message.end()));
     };
-    app::FileReport report;
-    app::FilePart part;
-    add(app::packAnswer(0, report, part));
+    ifdsweep::FileReport report;
+    ifdsweep::FilePart part;
+    add(ifdsweep::packAnswer(0, report, part));
     report.isShown = true;
     part.bytes = "{}\n";
-    add(app::packAnswer(1, report, part));
-    report = app::failureReport("why (id)");
+    add(ifdsweep::packAnswer(1, report, part));
+    report = ifdsweep::failureReport("why (id)");
     report.warnings = {{"Velmora:a", 1}, {"Velmora:b", 300}};
     report.directories = 3;
-    add(app::packAnswer(2, report, app::FilePart()));
-    app::InputFile file;
+    add(ifdsweep::packAnswer(2, report, ifdsweep::FilePart()));
+    ifdsweep::InputFile file;
     file.path = "a/b.tif";
-    add(app::packRequest(3, file));
-    app::WorkerSetup setup;
-    add(app::packSetup(setup));
+    add(ifdsweep::packRequest(3, file));
+    ifdsweep::WorkerSetup setup;
+    add(ifdsweep::packSetup(setup));
     setup.task.output.fields = {{"Make", {}}, {"50000", 50000}};
     setup.task.output.ignored = {"Velmora:a"};
-    add(app::packSetup(setup));
+    add(ifdsweep::packSetup(setup));
 }
 
 void addNoise(SeedFolder& folder) {

@@ -6,13 +6,14 @@
 #include "written_output.h"
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    host::Host host;
+    ifdsweep::Host host;
     {
         fuzz::FuzzInput input(std::span(data, size));
-        const app::Outcome outcome = fuzz::arbitraryOutcome(host, input);
-        const std::string text = fuzz::written(app::Format::text, outcome);
+        const ifdsweep::Outcome outcome = fuzz::arbitraryOutcome(host, input);
+        const std::string text = fuzz::written(ifdsweep::Format::text, outcome);
         fuzz::requireTerminalSafe(text);
-        const std::string coloured = fuzz::written(app::Format::text, outcome, app::Colour::on);
+        const std::string coloured =
+            fuzz::written(ifdsweep::Format::text, outcome, ifdsweep::Colour::on);
         fuzz::require(fuzz::withoutColours(coloured) == text, "colour changes nothing else");
     }
     fuzz::require(host.liveValues() == 0, "every value is freed");

@@ -6,14 +6,15 @@
 #include "written_output.h"
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    host::Host host;
+    ifdsweep::Host host;
     {
         fuzz::FuzzInput input(std::span(data, size));
-        const app::Outcome outcome = fuzz::arbitraryOutcome(host, input);
-        const std::string line = fuzz::written(app::Format::typed, outcome);
+        const ifdsweep::Outcome outcome = fuzz::arbitraryOutcome(host, input);
+        const std::string line = fuzz::written(ifdsweep::Format::typed, outcome);
         fuzz::requireTypedReadsBack(line, outcome);
         fuzz::requireTerminalSafe(line);
-        fuzz::require(line == fuzz::written(app::Format::typed, outcome), "the same line twice");
+        fuzz::require(line == fuzz::written(ifdsweep::Format::typed, outcome),
+                      "the same line twice");
     }
     fuzz::require(host.liveValues() == 0, "every value is freed");
     return 0;

@@ -52,8 +52,8 @@ double numberOf(std::uint8_t code) {
     return place < kSpecial.size() ? kSpecial[place] : static_cast<double>(code);
 }
 
-app::ReadOptions numbersOf(fuzz::FuzzInput& input) {
-    app::ReadOptions numbers;
+ifdsweep::ReadOptions numbersOf(fuzz::FuzzInput& input) {
+    ifdsweep::ReadOptions numbers;
     // 0, which most inputs have: the program finds the stream.
     if (const std::uint8_t offset = input.byte(); offset != 0) {
         numbers.offset = numberOf(static_cast<std::uint8_t>(offset - 1));
@@ -63,10 +63,10 @@ app::ReadOptions numbersOf(fuzz::FuzzInput& input) {
     return numbers;
 }
 
-app::Outcome swept(host::Host& host, const app::ReadOptions& numbers) {
-    app::Outcome outcome = app::read(host, "fuzz.tif", numbers);
-    fuzz::require(!outcome.error || (outcome.error->id() != app::kUnexpectedFailureId &&
-                                     outcome.error->id() != app::kOutOfMemoryId),
+ifdsweep::Outcome swept(ifdsweep::Host& host, const ifdsweep::ReadOptions& numbers) {
+    ifdsweep::Outcome outcome = ifdsweep::read(host, "fuzz.tif", numbers);
+    fuzz::require(!outcome.error || (outcome.error->id() != ifdsweep::kUnexpectedFailureId &&
+                                     outcome.error->id() != ifdsweep::kOutOfMemoryId),
                   "no exception but the module's messages reaches the host");
     fuzz::require(outcome.error.has_value() == (outcome.result == nullptr),
                   "a call ends with a result or with an error");
@@ -74,11 +74,11 @@ app::Outcome swept(host::Host& host, const app::ReadOptions& numbers) {
 }
 
 /// Checks all that is made of an outcome; returns it lossless.
-std::string checked(const app::Outcome& outcome) {
-    std::string line = fuzz::written(app::Format::typed, outcome);
+std::string checked(const ifdsweep::Outcome& outcome) {
+    std::string line = fuzz::written(ifdsweep::Format::typed, outcome);
     fuzz::requireTypedReadsBack(line, outcome);
-    fuzz::requireNaturalJson(fuzz::written(app::Format::json, outcome), outcome);
-    fuzz::requireTerminalSafe(fuzz::written(app::Format::text, outcome));
+    fuzz::requireNaturalJson(fuzz::written(ifdsweep::Format::json, outcome), outcome);
+    fuzz::requireTerminalSafe(fuzz::written(ifdsweep::Format::text, outcome));
     return line;
 }
 
@@ -87,18 +87,18 @@ std::string checked(const app::Outcome& outcome) {
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     fuzz::FuzzInput input(std::span(data, size));
     const std::uint8_t layout = input.byte();
-    const app::ReadOptions numbers = numbersOf(input);
+    const ifdsweep::ReadOptions numbers = numbersOf(input);
     // Small, so that a loop ends soon, and of every size, so that it ends anywhere.
     const std::uint64_t budget =
         std::uint64_t{20} * input.byte() + std::uint64_t{4096} * input.below(2);
     const Bytes file = fileOf(input, layout);
     // One host for all inputs: its read cache is large, and nothing of a call may stay in it.
-    static host::Host host;
+    static ifdsweep::Host host;
     host.clear();
     host.setReadBudget(budget);
     host.files().serve(u"fuzz.tif", file);
     const std::string first = checked(swept(host, numbers));
-    fuzz::require(fuzz::written(app::Format::typed, swept(host, numbers)) == first,
+    fuzz::require(fuzz::written(ifdsweep::Format::typed, swept(host, numbers)) == first,
                   "the same result twice");
     fuzz::require(host.liveValues() == 0, "every value is freed");
     // Overshoot: one read at most, which is at most the file.

@@ -14,36 +14,37 @@
 namespace {
 
 std::string_view bodyOf(std::string_view message) {
-    return message.substr(app::packed::kNumberSize);
+    return message.substr(ifdsweep::packed::kNumberSize);
 }
 
 void checkAnswer(std::string_view bytes) {
-    const auto answer = app::unpackAnswer(bytes);
+    const auto answer = ifdsweep::unpackAnswer(bytes);
     if (!answer) {
         return;
     }
-    app::FilePart part;
+    ifdsweep::FilePart part;
     part.bytes = answer->bytes;
     if (answer->spillSize) {
         part.spill.reset(::open("/", O_RDONLY | O_CLOEXEC));
         part.spillSize = *answer->spillSize;
     }
-    const std::string again = app::packAnswer(answer->number, answer->report, part);
+    const std::string again = ifdsweep::packAnswer(answer->number, answer->report, part);
     fuzz::require(bodyOf(again) == bytes, "an answer is the bytes that it was");
 }
 
 void checkRequest(std::string_view bytes) {
-    const auto request = app::unpackRequest(bytes);
+    const auto request = ifdsweep::unpackRequest(bytes);
     if (request) {
-        fuzz::require(bodyOf(app::packRequest(request->number, request->file)) == bytes,
+        fuzz::require(bodyOf(ifdsweep::packRequest(request->number, request->file)) == bytes,
                       "a request is the bytes that it was");
     }
 }
 
 void checkSetup(std::string_view bytes) {
-    const auto setup = app::unpackSetup(bytes);
+    const auto setup = ifdsweep::unpackSetup(bytes);
     if (setup) {
-        fuzz::require(bodyOf(app::packSetup(*setup)) == bytes, "a setup is the bytes that it was");
+        fuzz::require(bodyOf(ifdsweep::packSetup(*setup)) == bytes,
+                      "a setup is the bytes that it was");
     }
 }
 

@@ -52,7 +52,7 @@ std::string withMarkedSurrogates(std::string_view text) {
 std::u16string unitsOf(const json& text) {
     require(text.is_string(), "a text is a JSON string");
     // The parser has checked the UTF-8; this is the conversion that the file names have.
-    const std::u16string marked = host::fileNameFromSystem(text.get_ref<const std::string&>());
+    const std::u16string marked = ifdsweep::fileNameFromSystem(text.get_ref<const std::string&>());
     std::u16string units;
     for (std::size_t at = 0; at < marked.size(); ++at) {
         if (marked[at] != kMark) {
@@ -89,7 +89,7 @@ void requireMembers(const json& object, std::initializer_list<const char*> names
     }
 }
 
-void requireValue(const json& parsed, const host::Value* value);
+void requireValue(const json& parsed, const ifdsweep::Value* value);
 
 /// @param requireElement called with each parsed element and its index
 template <class RequireElement>
@@ -100,7 +100,7 @@ void requireArray(const json& parsed, std::size_t count, RequireElement&& requir
     }
 }
 
-void requireRecords(const json& parsed, const host::Value& records) {
+void requireRecords(const json& parsed, const ifdsweep::Value& records) {
     requireArray(parsed.at("fields"), records.fieldCount(), [&](const json& name, std::size_t f) {
         require(name.get<std::string>() == records.fieldName(f), "a field has its name");
     });
@@ -112,7 +112,7 @@ void requireRecords(const json& parsed, const host::Value& records) {
         });
 }
 
-void requireValue(const json& parsed, const host::Value* value) {
+void requireValue(const json& parsed, const ifdsweep::Value* value) {
     if (value == nullptr) {
         require(parsed.is_null(), "nothing is null");
         return;
@@ -125,25 +125,25 @@ void requireValue(const json& parsed, const host::Value* value) {
     require(parsed.at("size") == json::array({value->rows(), value->columns()}),
             "a value has its size");
     switch (value->kind()) {
-        case host::ValueKind::Double:
+        case ifdsweep::ValueKind::Double:
             requireArray(data, value->elementCount(), [&](const json& number, std::size_t index) {
                 requireNumber(number, value->doubles()[index]);
             });
             break;
-        case host::ValueKind::Uint8:
+        case ifdsweep::ValueKind::Uint8:
             requireArray(data, value->elementCount(), [&](const json& number, std::size_t index) {
                 require(number == value->bytes()[index], "a byte reads back the same");
             });
             break;
-        case host::ValueKind::Char:
+        case ifdsweep::ValueKind::Char:
             require(unitsOf(data) == value->text(), "every unit of a text survives");
             break;
-        case host::ValueKind::Cell:
+        case ifdsweep::ValueKind::Cell:
             requireArray(data, value->elementCount(), [&](const json& cell, std::size_t index) {
                 requireValue(cell, value->cell(index));
             });
             break;
-        case host::ValueKind::Struct:
+        case ifdsweep::ValueKind::Struct:
             requireRecords(parsed, *value);
             break;
     }
@@ -179,12 +179,13 @@ void requireTypedMessage(const json& parsed, const qxMessage& message) {
 
 }  // namespace
 
-std::string written(app::Format format, const app::Outcome& outcome, app::Colour colour) {
-    app::StringSink sink;
-    app::Output output(sink);
-    app::WriterSettings settings;
+std::string written(ifdsweep::Format format, const ifdsweep::Outcome& outcome,
+                    ifdsweep::Colour colour) {
+    ifdsweep::StringSink sink;
+    ifdsweep::Output output(sink);
+    ifdsweep::WriterSettings settings;
     settings.toTerminal = true;  // where most is escaped
-    const auto writer = app::makeResultWriter(format, output, colour, settings);
+    const auto writer = ifdsweep::makeResultWriter(format, output, colour, settings);
     writer->begin();
     writer->write(outcome);
     writer->end();
@@ -192,12 +193,12 @@ std::string written(app::Format format, const app::Outcome& outcome, app::Colour
     return std::move(sink.text);
 }
 
-void requireTypedReadsBack(std::string_view line, const app::Outcome& outcome) {
+void requireTypedReadsBack(std::string_view line, const ifdsweep::Outcome& outcome) {
     require(line.ends_with('\n') && line.find('\n') == line.size() - 1, "a file is one line");
     const json parsed = json::parse(withMarkedSurrogates(line), nullptr, false);
     require(!parsed.is_discarded(), "the typed line is JSON");
     requireMembers(parsed, {"file", "arguments", "result", "warnings", "error"});
-    require(host::fileNameToSystem(unitsOf(parsed.at("file"))) == outcome.file,
+    require(ifdsweep::fileNameToSystem(unitsOf(parsed.at("file"))) == outcome.file,
             "the file name reads back the same");
     const json& arguments = parsed.at("arguments");
     requireMembers(arguments, {"initialOffset", "firstIfdIndex", "maxIfdCount"});
@@ -216,13 +217,13 @@ void requireTypedReadsBack(std::string_view line, const app::Outcome& outcome) {
     }
 }
 
-void requireNaturalJson(std::string_view text, const app::Outcome& outcome) {
+void requireNaturalJson(std::string_view text, const ifdsweep::Outcome& outcome) {
     const json parsed = json::parse(text, nullptr, false);
     require(parsed.is_array() && parsed.size() == 1, "the output is a JSON array of one file");
     requireMembers(parsed[0], {"file", "records", "warnings", "error"});
     require(parsed[0].at("warnings").size() == outcome.warnings.size(), "every warning is there");
     require(parsed[0].at("error").is_null() != outcome.error.has_value(), "an error is there");
-    if (outcome.result != nullptr && outcome.result->kind() == host::ValueKind::Struct) {
+    if (outcome.result != nullptr && outcome.result->kind() == ifdsweep::ValueKind::Struct) {
         require(parsed[0].at("records").size() == outcome.result->elementCount(),
                 "every record is there");
     }
@@ -230,7 +231,7 @@ void requireNaturalJson(std::string_view text, const app::Outcome& outcome) {
 
 void requireTerminalSafe(std::string_view text) {
     // Bytes that are no UTF-8 become lone surrogates.
-    const std::u16string units = host::fileNameFromSystem(text);
+    const std::u16string units = ifdsweep::fileNameFromSystem(text);
     char16_t beforeUnit = 0;
     for (const char16_t unit : units) {
         const bool endsPair = beforeUnit >= 0xD800 && beforeUnit <= 0xDBFF;

@@ -13,14 +13,14 @@
 namespace fuzz {
 
 /// An outcome in one format.
-[[nodiscard]] std::string written(app::Format format, const app::Outcome& outcome,
-                                  app::Colour colour = app::Colour::off);
+[[nodiscard]] std::string written(ifdsweep::Format format, const ifdsweep::Outcome& outcome,
+                                  ifdsweep::Colour colour = ifdsweep::Colour::off);
 
 /// One line of JSON that reads back as the same outcome, value by value and unit by unit.
-void requireTypedReadsBack(std::string_view line, const app::Outcome& outcome);
+void requireTypedReadsBack(std::string_view line, const ifdsweep::Outcome& outcome);
 
 /// A JSON array of one object with the members that the format promises.
-void requireNaturalJson(std::string_view text, const app::Outcome& outcome);
+void requireNaturalJson(std::string_view text, const ifdsweep::Outcome& outcome);
 
 /// Valid UTF-8 in which nothing but line ends controls a terminal, reorders a line or is not seen.
 void requireTerminalSafe(std::string_view text);

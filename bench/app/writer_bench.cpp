@@ -11,12 +11,12 @@
 
 namespace {
 
-void write(benchmark::State& state, app::Format format, const fixture::Chain& chain) {
+void write(benchmark::State& state, ifdsweep::Format format, const fixture::Chain& chain) {
     bench::MemoryFile file(bench::fileOf(chain, bench::kSwappedClassic));
-    const app::Outcome outcome = file.sweep();
+    const ifdsweep::Outcome outcome = file.sweep();
     bench::NoSink sink;
-    app::Output output(sink);
-    const auto writer = app::makeResultWriter(format, output, app::Colour::off);
+    ifdsweep::Output output(sink);
+    const auto writer = ifdsweep::makeResultWriter(format, output, ifdsweep::Colour::off);
     for (auto _ : state) {
         writer->begin();
         writer->write(outcome);
@@ -26,22 +26,22 @@ void write(benchmark::State& state, app::Format format, const fixture::Chain& ch
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
-void photographs(benchmark::State& state, app::Format format) {
+void photographs(benchmark::State& state, ifdsweep::Format format) {
     fixture::Chain chain;
     for (std::int64_t i = 0; i < state.range(0); ++i) {
         chain.push_back(bench::photograph(static_cast<std::size_t>(i)));
     }
     write(state, format, chain);
 }
-BENCHMARK_CAPTURE(photographs, text, app::Format::text)->Arg(1)->Arg(100);
-BENCHMARK_CAPTURE(photographs, json, app::Format::json)->Arg(1)->Arg(100);
-BENCHMARK_CAPTURE(photographs, typed, app::Format::typed)->Arg(1)->Arg(100);
+BENCHMARK_CAPTURE(photographs, text, ifdsweep::Format::text)->Arg(1)->Arg(100);
+BENCHMARK_CAPTURE(photographs, json, ifdsweep::Format::json)->Arg(1)->Arg(100);
+BENCHMARK_CAPTURE(photographs, typed, ifdsweep::Format::typed)->Arg(1)->Arg(100);
 
-void numbers(benchmark::State& state, app::Format format) {
+void numbers(benchmark::State& state, ifdsweep::Format format) {
     const std::vector<std::int64_t> offsets(static_cast<std::size_t>(state.range(0)), 123'456'789);
     write(state, format, {fixture::Directory{fixture::longs(324, offsets)}});
 }
-BENCHMARK_CAPTURE(numbers, json, app::Format::json)->Arg(1'000'000);
-BENCHMARK_CAPTURE(numbers, typed, app::Format::typed)->Arg(1'000'000);
+BENCHMARK_CAPTURE(numbers, json, ifdsweep::Format::json)->Arg(1'000'000);
+BENCHMARK_CAPTURE(numbers, typed, ifdsweep::Format::typed)->Arg(1'000'000);
 
 }  // namespace

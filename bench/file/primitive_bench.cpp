@@ -27,7 +27,7 @@ BENCHMARK(raw2nativeSwapped)->ArgsProduct({{2, 4, 8}, {1, 1'000'000}});
 /// A file whose header has been read, on the host that serves it.
 struct OpenFile {
     bench::MemoryFile memory{bench::fileOf({bench::page(1)}, bench::kSwappedClassic)};
-    host::Host::Scope scope{memory.host()};
+    ifdsweep::Host::Scope scope{memory.host()};
     TagFile tagFile{bench::MemoryFile::kName, 0, 0, 0};
 
     OpenFile() { tagFile.readThroughTiffHeader(); }
@@ -58,7 +58,7 @@ BENCHMARK(seekAndReadEntryCount);
 void openAndReadHeader(benchmark::State& state) {
     bench::MemoryFile memory(bench::fileOf({bench::page(1)}, bench::kSwappedClassic));
     for (auto _ : state) {
-        const host::Host::Scope scope(memory.host());
+        const ifdsweep::Host::Scope scope(memory.host());
         TagFile tagFile(bench::MemoryFile::kName, 0, 0, 0);
         tagFile.readThroughTiffHeader();
     }

@@ -14,7 +14,7 @@ namespace {
 void readChains(benchmark::State& state, const fixture::Chain& chain, std::int64_t items) {
     bench::MemoryFile memory(bench::fileOf(chain, bench::kSwappedClassic));
     for (auto _ : state) {
-        const host::Host::Scope scope(memory.host());
+        const ifdsweep::Host::Scope scope(memory.host());
         TagFile tagFile(bench::MemoryFile::kName, 0, 0, 0);
         tagFile.readThroughTagFile();
         benchmark::DoNotOptimize(tagFile.ifdTree.size());

@@ -16,13 +16,13 @@ namespace bench {
 class MemoryFile {
 public:
     explicit MemoryFile(fixture::TiffFile tiffFile) : file(std::move(tiffFile)) {
-        callHost.setReadBudget(host::kUnlimitedReads);
+        callHost.setReadBudget(ifdsweep::kUnlimitedReads);
         callHost.files().serve(kName, file.bytes);
     }
 
     /// The whole call. Throws std::runtime_error when it ends with an error.
-    [[nodiscard]] app::Outcome sweep() {
-        app::Outcome outcome = app::read(callHost, kSystemName, {});
+    [[nodiscard]] ifdsweep::Outcome sweep() {
+        ifdsweep::Outcome outcome = ifdsweep::read(callHost, kSystemName, {});
         if (outcome.error) {
             throw std::runtime_error(outcome.error->what());
         }
@@ -30,7 +30,7 @@ public:
     }
 
     [[nodiscard]] const fixture::TiffFile& tiff() const { return file; }
-    [[nodiscard]] host::Host& host() { return callHost; }
+    [[nodiscard]] ifdsweep::Host& host() { return callHost; }
 
     /// The name under which the bytes are served.
     static constexpr const char16_t* kName = u"bench.tif";
@@ -39,7 +39,7 @@ private:
     static constexpr const char* kSystemName = "bench.tif";
 
     fixture::TiffFile file;
-    host::Host callHost;
+    ifdsweep::Host callHost;
 };
 
 /// A file of these directories.

@@ -8,7 +8,7 @@
 
 namespace bench {
 
-class NoSink final : public app::ByteSink {
+class NoSink final : public ifdsweep::ByteSink {
 public:
     void write(std::string_view /*bytes*/) override {}
 };

@@ -19,7 +19,7 @@ constexpr std::int64_t kMany = 1000;
 
 void decodeEntry(benchmark::State& state, const fixture::Entry& entry) {
     bench::MemoryFile memory(bench::fileOf({fixture::Directory{entry}}, bench::kSwappedClassic));
-    const host::Host::Scope scope(memory.host());
+    const ifdsweep::Host::Scope scope(memory.host());
     TagFile tagFile(bench::MemoryFile::kName, 0, 0, 0);
     tagFile.readThroughTiffHeader();
     const fixture::TiffFile& tiff = memory.tiff();

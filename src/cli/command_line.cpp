@@ -19,7 +19,7 @@
 #include "read/messages.h"
 #include "read/tag_choice.h"
 
-namespace app {
+namespace ifdsweep {
 namespace {
 
 /// Reads a whole text as a number: decimal or hexadecimal, with or without a fraction, "inf" and
@@ -181,9 +181,8 @@ void addReadOptions(OptionBinder& bind, ReadOptions& read) {
         };
     };
     constexpr const char* kBudget = "a number of bytes or unlimited";
-    bind.value("--read-budget", kBudget, storeBudget(read.readBudget, host::kUnlimitedReads));
-    bind.value("--value-budget", kBudget,
-               storeBudget(read.valueBudget, host::ValueBudget::kUnlimited));
+    bind.value("--read-budget", kBudget, storeBudget(read.readBudget, kUnlimitedReads));
+    bind.value("--value-budget", kBudget, storeBudget(read.valueBudget, ValueBudget::kUnlimited));
 }
 
 /// @param complaint what is wrong with options that are each right
@@ -375,4 +374,4 @@ CommandLine parseCommandLine(int argumentCount, const char* const* arguments) {
     return result;
 }
 
-}  // namespace app
+}  // namespace ifdsweep

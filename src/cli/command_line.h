@@ -9,7 +9,7 @@
 #include "run/run_options.h"
 #include "write/output_choice.h"
 
-namespace app {
+namespace ifdsweep {
 
 /// The words of the command line for them.
 [[nodiscard]] std::string_view wordOf(Format format);
@@ -31,4 +31,4 @@ struct CommandLine {
 /// Reads a command line. Never throws for what the user wrote.
 [[nodiscard]] CommandLine parseCommandLine(int argumentCount, const char* const* arguments);
 
-}  // namespace app
+}  // namespace ifdsweep

@@ -1,5 +1,5 @@
 #include "cli/program.h"
 
 int main(int argumentCount, char** arguments) {
-    return app::runProgram(argumentCount, arguments);
+    return ifdsweep::runProgram(argumentCount, arguments);
 }

@@ -5,7 +5,7 @@
 #include <stdexcept>
 #include <string>
 
-namespace app {
+namespace ifdsweep {
 namespace {
 
 constexpr std::string_view kInput = "Choosing files";
@@ -17,43 +17,43 @@ constexpr std::string_view kHelp = "Help";
 
 // clang-format off
 constexpr std::array kOptions{
-    OptionRow{"--no-recursive", "", "do not go down into the folders of a folder", kInput, ValueKind::none, ""},
-    OptionRow{"--include", "GLOB", "of the files found in folders, only those whose name\nmatches (the whole path if GLOB has a slash); repeatable", kInput, ValueKind::other, ""},
-    OptionRow{"--exclude", "GLOB", "leave out files and folders whose name matches;\nrepeatable", kInput, ValueKind::other, ""},
-    OptionRow{"--all", "", "try every file of a folder, not only those that begin\nas TIFF, BigTIFF or JPEG with Exif", kInput, ValueKind::none, ""},
-    OptionRow{"--follow", "", "follow symbolic links to folders; no folder is walked\ntwice", kInput, ValueKind::none, ""},
-    OptionRow{"--files-from", "FILE", "read more paths from FILE, one per line; - is the\nstandard input", kInput, ValueKind::file, ""},
-    OptionRow{"--null", "", "the paths of --files-from and --failures end with NUL", kInput, ValueKind::none, ""},
+    OptionRow{"--no-recursive", "", "do not go down into the folders of a folder", kInput, ValueCompletion::none, ""},
+    OptionRow{"--include", "GLOB", "of the files found in folders, only those whose name\nmatches (the whole path if GLOB has a slash); repeatable", kInput, ValueCompletion::other, ""},
+    OptionRow{"--exclude", "GLOB", "leave out files and folders whose name matches;\nrepeatable", kInput, ValueCompletion::other, ""},
+    OptionRow{"--all", "", "try every file of a folder, not only those that begin\nas TIFF, BigTIFF or JPEG with Exif", kInput, ValueCompletion::none, ""},
+    OptionRow{"--follow", "", "follow symbolic links to folders; no folder is walked\ntwice", kInput, ValueCompletion::none, ""},
+    OptionRow{"--files-from", "FILE", "read more paths from FILE, one per line; - is the\nstandard input", kInput, ValueCompletion::file, ""},
+    OptionRow{"--null", "", "the paths of --files-from and --failures end with NUL", kInput, ValueCompletion::none, ""},
 
-    OptionRow{"--offset", "N", "byte position of the TIFF stream in the file\n(default: 0; in a JPEG file, that of its Exif data)", kRead, ValueKind::other, ""},
-    OptionRow{"--first", "N", "directories of the primary chain to skip (default: 0)", kRead, ValueKind::other, ""},
-    OptionRow{"--max", "N", "most directories of the primary chain to read\n(default: 0, no limit)", kRead, ValueKind::other, ""},
-    OptionRow{"--read-budget", "BYTES", "bytes that may be read of each file, with 64 for every\njump, or \"unlimited\" (default: 256 KiB and 8 times the\nfile's size)", kRead, ValueKind::words, "unlimited"},
-    OptionRow{"--value-budget", "BYTES", "bytes that each file's values and warnings may come to,\nor \"unlimited\" (default: 64 MiB and 32 times the\nfile's size)", kRead, ValueKind::words, "unlimited"},
+    OptionRow{"--offset", "N", "byte position of the TIFF stream in the file\n(default: 0; in a JPEG file, that of its Exif data)", kRead, ValueCompletion::other, ""},
+    OptionRow{"--first", "N", "directories of the primary chain to skip (default: 0)", kRead, ValueCompletion::other, ""},
+    OptionRow{"--max", "N", "most directories of the primary chain to read\n(default: 0, no limit)", kRead, ValueCompletion::other, ""},
+    OptionRow{"--read-budget", "BYTES", "bytes that may be read of each file, with 64 for every\njump, or \"unlimited\" (default: 256 KiB and 8 times the\nfile's size)", kRead, ValueCompletion::words, "unlimited"},
+    OptionRow{"--value-budget", "BYTES", "bytes that each file's values and warnings may come to,\nor \"unlimited\" (default: 64 MiB and 32 times the\nfile's size)", kRead, ValueCompletion::words, "unlimited"},
 
-    OptionRow{"--format", "FORMAT", "text: for reading (default)\njson: an array with an object per file, natural values\nndjson: the same objects, one per line\ntyped: a line of JSON per file, with the class and size\nof every value\ncsv: a row per directory (RFC 4180)", kOutput, ValueKind::words, "text json ndjson typed csv"},
-    OptionRow{"--output", "FILE", "write to FILE, which appears when it is whole", kOutput, ValueKind::file, ""},
-    OptionRow{"--tags", "NAME,...", "only these fields, in this order: names, numbers (270,\n0x10e) or patterns (GPS*), in nested records too", kOutput, ValueKind::tag, ""},
-    OptionRow{"--nested", "", "csv: a row for each nested directory too", kOutput, ValueKind::none, ""},
-    OptionRow{"--shorten", "N", "text: show N values of an array, 16 N characters of a\ntext, or \"all\" (default: 16)", kOutput, ValueKind::words, "all"},
-    OptionRow{"--compact", "", "json: without line ends", kOutput, ValueKind::none, ""},
-    OptionRow{"--pretty", "", "json: indented", kOutput, ValueKind::none, ""},
+    OptionRow{"--format", "FORMAT", "text: for reading (default)\njson: an array with an object per file, natural values\nndjson: the same objects, one per line\ntyped: a line of JSON per file, with the class and size\nof every value\ncsv: a row per directory (RFC 4180)", kOutput, ValueCompletion::words, "text json ndjson typed csv"},
+    OptionRow{"--output", "FILE", "write to FILE, which appears when it is whole", kOutput, ValueCompletion::file, ""},
+    OptionRow{"--tags", "NAME,...", "only these fields, in this order: names, numbers (270,\n0x10e) or patterns (GPS*), in nested records too", kOutput, ValueCompletion::tag, ""},
+    OptionRow{"--nested", "", "csv: a row for each nested directory too", kOutput, ValueCompletion::none, ""},
+    OptionRow{"--shorten", "N", "text: show N values of an array, 16 N characters of a\ntext, or \"all\" (default: 16)", kOutput, ValueCompletion::words, "all"},
+    OptionRow{"--compact", "", "json: without line ends", kOutput, ValueCompletion::none, ""},
+    OptionRow{"--pretty", "", "json: indented", kOutput, ValueCompletion::none, ""},
 
-    OptionRow{"--warnings", "DETAIL", "each: every warning (default), count: how many of each\nkind, none", kMessages, ValueKind::words, "each count none"},
-    OptionRow{"--ignore", "ID", "leave out warnings of this id, short or full;\nrepeatable", kMessages, ValueKind::message, ""},
-    OptionRow{"--strict", "", "exit status 3 when a warning was given that is not\nignored", kMessages, ValueKind::none, ""},
-    OptionRow{"--failures", "FILE", "write the paths that failed, with the reasons, to FILE,\nfor --files-from", kMessages, ValueKind::file, ""},
+    OptionRow{"--warnings", "DETAIL", "each: every warning (default), count: how many of each\nkind, none", kMessages, ValueCompletion::words, "each count none"},
+    OptionRow{"--ignore", "ID", "leave out warnings of this id, short or full;\nrepeatable", kMessages, ValueCompletion::message, ""},
+    OptionRow{"--strict", "", "exit status 3 when a warning was given that is not\nignored", kMessages, ValueCompletion::none, ""},
+    OptionRow{"--failures", "FILE", "write the paths that failed, with the reasons, to FILE,\nfor --files-from", kMessages, ValueCompletion::file, ""},
 
-    OptionRow{"--jobs", "N", "worker processes (default: as many as there are cores)", kRun, ValueKind::other, ""},
-    OptionRow{"--timeout", "SECONDS", "most time for one file (default: 600)", kRun, ValueKind::other, ""},
-    OptionRow{"--memory", "BYTES", "most memory for one file (default: 8 GiB, less where the\nmachine has less for each worker)", kRun, ValueKind::other, ""},
-    OptionRow{"--resume", "FILE", "keep a journal in FILE; the same run started again with\nit leaves out what is finished and unchanged; another\nrun is refused", kRun, ValueKind::file, ""},
-    OptionRow{"--no-progress", "", "show no progress on a terminal", kRun, ValueKind::none, ""},
+    OptionRow{"--jobs", "N", "worker processes (default: as many as there are cores)", kRun, ValueCompletion::other, ""},
+    OptionRow{"--timeout", "SECONDS", "most time for one file (default: 600)", kRun, ValueCompletion::other, ""},
+    OptionRow{"--memory", "BYTES", "most memory for one file (default: 8 GiB, less where the\nmachine has less for each worker)", kRun, ValueCompletion::other, ""},
+    OptionRow{"--resume", "FILE", "keep a journal in FILE; the same run started again with\nit leaves out what is finished and unchanged; another\nrun is refused", kRun, ValueCompletion::file, ""},
+    OptionRow{"--no-progress", "", "show no progress on a terminal", kRun, ValueCompletion::none, ""},
 
-    OptionRow{"--list-tags", "", "print every name for --tags, with number and dictionary", kHelp, ValueKind::none, ""},
-    OptionRow{"--explain", "ID", "print what a message means and what to do", kHelp, ValueKind::message, ""},
-    OptionRow{"--help", "", "print this help", kHelp, ValueKind::none, ""},
-    OptionRow{"--version", "", "print the version", kHelp, ValueKind::none, ""},
+    OptionRow{"--list-tags", "", "print every name for --tags, with number and dictionary", kHelp, ValueCompletion::none, ""},
+    OptionRow{"--explain", "ID", "print what a message means and what to do", kHelp, ValueCompletion::message, ""},
+    OptionRow{"--help", "", "print this help", kHelp, ValueCompletion::none, ""},
+    OptionRow{"--version", "", "print the version", kHelp, ValueCompletion::none, ""},
 };
 // clang-format on
 
@@ -96,4 +96,4 @@ constinit const std::string_view kFooter = kFooterText;
 
 constinit const std::string_view kVersionText = "ifdsweep " IFDSWEEP_VERSION;
 
-}  // namespace app
+}  // namespace ifdsweep

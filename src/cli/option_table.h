@@ -7,18 +7,18 @@
 #include <span>
 #include <string_view>
 
-namespace app {
+namespace ifdsweep {
 
 /// What completes the value of an option in a shell.
-enum class ValueKind : std::uint8_t { none, words, file, tag, message, other };
+enum class ValueCompletion : std::uint8_t { none, words, file, tag, message, other };
 
 struct OptionRow {
     std::string_view name;         ///< with its dashes
     std::string_view placeholder;  ///< of the value; empty when the option takes none
     std::string_view help;         ///< one or more lines
     std::string_view group;
-    ValueKind value;
-    std::string_view words;  ///< the values, between spaces, of `ValueKind::words`
+    ValueCompletion value;
+    std::string_view words;  ///< the values, between spaces, of `ValueCompletion::words`
 };
 
 /// Every option, group by group.
@@ -32,4 +32,4 @@ extern const std::string_view kDescription;
 extern const std::string_view kFooter;
 extern const std::string_view kVersionText;
 
-}  // namespace app
+}  // namespace ifdsweep

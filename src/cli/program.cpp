@@ -37,7 +37,7 @@
 #include "workers/worker.h"
 #include "write/csv_writer.h"
 
-namespace app {
+namespace ifdsweep {
 namespace {
 
 bool isSet(const char* variable) {
@@ -239,4 +239,4 @@ int runProgram(int argumentCount, const char* const* arguments) noexcept {
     return kSomeFailed;
 }
 
-}  // namespace app
+}  // namespace ifdsweep

@@ -16,7 +16,7 @@
 #include "io/sanitized.h"
 #include "workers/seconds.h"
 
-namespace app {
+namespace ifdsweep {
 namespace {
 
 // What the handlers of spent time and spent memory can reach: state that is not an object's,
@@ -104,4 +104,4 @@ TimeLimit::~TimeLimit() {
     static_cast<void>(::timer_delete(timer));
 }
 
-}  // namespace app
+}  // namespace ifdsweep

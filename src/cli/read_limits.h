@@ -13,7 +13,7 @@
 
 #include "workers/worker_limits.h"
 
-namespace app {
+namespace ifdsweep {
 
 /// Holds the process to an amount of address space. Without one given it asks the machine, when a
 /// file turns out to need much; small files do not wait for that.
@@ -49,4 +49,4 @@ private:
     timer_t timer{};
 };
 
-}  // namespace app
+}  // namespace ifdsweep

@@ -15,7 +15,7 @@
 #include "files/file_service.h"
 #include "io/descriptor.h"
 
-namespace app {
+namespace ifdsweep {
 namespace {
 
 std::string flagPhrase(const char* option, bool isGiven) {
@@ -42,7 +42,7 @@ std::optional<std::string> limitText(const std::optional<std::uint64_t>& limit) 
     if (!limit) {
         return std::nullopt;
     }
-    return *limit == host::kUnlimitedReads ? "unlimited" : std::to_string(*limit);
+    return *limit == kUnlimitedReads ? "unlimited" : std::to_string(*limit);
 }
 
 std::optional<std::string> shortenText(const OutputChoice& output) {
@@ -139,4 +139,4 @@ std::vector<std::string> describeRun(const RunOptions& options) {
     return phrases;
 }
 
-}  // namespace app
+}  // namespace ifdsweep

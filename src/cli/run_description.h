@@ -9,11 +9,11 @@
 
 #include "run/run_options.h"
 
-namespace app {
+namespace ifdsweep {
 
 /// The phrases: the program and its version first, each without a line end. What may end a file
 /// but changes nothing in a row (time, memory, workers) is no part of it, and neither are the
 /// paths: a run may go on with more of them.
 [[nodiscard]] std::vector<std::string> describeRun(const RunOptions& options);
 
-}  // namespace app
+}  // namespace ifdsweep

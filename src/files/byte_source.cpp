@@ -7,7 +7,7 @@
 
 #include <unistd.h>
 
-namespace host {
+namespace ifdsweep {
 
 FileBytes::FileBytes(int fileDescriptor, std::uint64_t fileSize) noexcept
     : descriptor(fileDescriptor), byteCount(fileSize) {}
@@ -49,4 +49,4 @@ std::ptrdiff_t MemoryBytes::read(std::uint64_t position,
     return static_cast<std::ptrdiff_t>(length);
 }
 
-}  // namespace host
+}  // namespace ifdsweep

@@ -9,7 +9,7 @@
 #include <cstdint>
 #include <span>
 
-namespace host {
+namespace ifdsweep {
 
 /// Bytes that can be read at any position.
 class ByteSource {
@@ -57,4 +57,4 @@ private:
     std::span<const std::uint8_t> bytes;
 };
 
-}  // namespace host
+}  // namespace ifdsweep

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <vector>
 
-namespace host {
+namespace ifdsweep {
 
 /// One planned failure. Seeks are counted from 1 as the module makes them, over all the streams of
 /// the file in one call; asking for the position is not a seek. Reads are counted by accesses: all
@@ -26,4 +26,4 @@ struct Fault {
 
 using FaultPlan = std::vector<Fault>;
 
-}  // namespace host
+}  // namespace ifdsweep

@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace host {
+namespace ifdsweep {
 
 namespace {
 
@@ -122,4 +122,4 @@ std::string fileNameToSystem(std::u16string_view name) {
     return bytes;
 }
 
-}  // namespace host
+}  // namespace ifdsweep

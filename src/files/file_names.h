@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-namespace host {
+namespace ifdsweep {
 
 /// The UTF-16 form of a name in system bytes.
 [[nodiscard]] std::u16string fileNameFromSystem(std::string_view systemBytes);
@@ -18,4 +18,4 @@ namespace host {
 /// valid UTF-8 and so names no file whose name is.
 [[nodiscard]] std::string fileNameToSystem(std::u16string_view name);
 
-}  // namespace host
+}  // namespace ifdsweep

@@ -14,12 +14,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "files/file_names.h"
 #include "files/file_messages.h"
+#include "files/file_names.h"
 #include "files/opened_file.h"
 #include "files/read_cache.h"
 
-namespace host {
+namespace ifdsweep {
 
 namespace {
 
@@ -275,4 +275,4 @@ std::shared_ptr<OpenedFile> FileService::look(const std::u16string& name) {
     return currentFile;
 }
 
-}  // namespace host
+}  // namespace ifdsweep

@@ -22,7 +22,7 @@
 #include "ifdsweep/qx.h"
 #include "values/value_budget.h"
 
-namespace host {
+namespace ifdsweep {
 
 class OpenedFile;
 class ReadCache;
@@ -116,4 +116,4 @@ private:
     std::shared_ptr<OpenedFile> formerFile;  ///< kept for what it still has to tell
 };
 
-}  // namespace host
+}  // namespace ifdsweep

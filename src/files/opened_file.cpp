@@ -12,7 +12,7 @@
 
 #include "files/file_service.h"
 
-namespace host {
+namespace ifdsweep {
 
 OpenedFile::OpenedFile(std::shared_ptr<const ByteSource> bytes, const qxFileStatus& fileStatus,
                        std::shared_ptr<ReadCache> readCache, std::uint64_t budget,
@@ -270,4 +270,4 @@ std::FILE* openStream(std::shared_ptr<OpenedFile> file) {
     return opened;
 }
 
-}  // namespace host
+}  // namespace ifdsweep

@@ -40,7 +40,7 @@
 #include "ifdsweep/qx.h"
 #include "values/value_budget.h"
 
-namespace host {
+namespace ifdsweep {
 
 /// A read that the system failed.
 struct ReadFailure {
@@ -145,4 +145,4 @@ private:
 /// A stream on a file, at its beginning. The caller closes it. Throws std::bad_alloc.
 [[nodiscard]] std::FILE* openStream(std::shared_ptr<OpenedFile> file);
 
-}  // namespace host
+}  // namespace ifdsweep

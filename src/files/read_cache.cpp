@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-namespace host {
+namespace ifdsweep {
 
 namespace {
 
@@ -122,4 +122,4 @@ std::ptrdiff_t ReadCache::fetch(const ByteSource& source, std::uint64_t position
     return got < 0 ? got : static_cast<std::ptrdiff_t>(copyHeld(position, target));
 }
 
-}  // namespace host
+}  // namespace ifdsweep

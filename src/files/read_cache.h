@@ -14,7 +14,7 @@
 
 #include "files/byte_source.h"
 
-namespace host {
+namespace ifdsweep {
 
 class ReadCache {
 public:
@@ -58,4 +58,4 @@ private:
     std::uint64_t useCounter = 0;
 };
 
-}  // namespace host
+}  // namespace ifdsweep

@@ -19,10 +19,10 @@
 
 namespace {
 
-using host::Host;
-using host::Value;
-using host::ValueKind;
-using host::ValueStore;
+using ifdsweep::Host;
+using ifdsweep::Value;
+using ifdsweep::ValueKind;
+using ifdsweep::ValueStore;
 
 struct Size {
     std::size_t rows = 0;

@@ -6,7 +6,7 @@
 #include "files/opened_file.h"
 #include "host/message_texts.h"
 
-namespace host {
+namespace ifdsweep {
 
 namespace {
 
@@ -101,4 +101,4 @@ void Host::collectOwnWarnings() {
     }
 }
 
-}  // namespace host
+}  // namespace ifdsweep

@@ -24,7 +24,7 @@
 #include "values/value_budget.h"
 #include "values/value_store.h"
 
-namespace host {
+namespace ifdsweep {
 
 class Host {
 public:
@@ -105,4 +105,4 @@ private:
     std::vector<qxMessage> collected;
 };
 
-}  // namespace host
+}  // namespace ifdsweep

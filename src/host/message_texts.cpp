@@ -6,7 +6,7 @@
 
 #include "files/file_names.h"
 
-namespace host {
+namespace ifdsweep {
 
 namespace {
 
@@ -148,7 +148,7 @@ std::string argumentText(const qxMessageArgument& argument) {
     return boost::apply_visitor(TextOf(), argument);
 }
 
-std::string messageText(const qxMessage& message) {
+std::string hostMessageText(const qxMessage& message) {
     const std::vector<qxMessageArgument>& arguments = message.arguments();
     const MessageTextRow* row = findMessageText(message.id());
     if (row == nullptr) {
@@ -172,4 +172,4 @@ std::string messageText(const qxMessage& message) {
     return text.append(rest);
 }
 
-}  // namespace host
+}  // namespace ifdsweep

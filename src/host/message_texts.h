@@ -10,7 +10,7 @@
 #include "files/file_messages.h"
 #include "ifdsweep/qx.h"
 
-namespace host {
+namespace ifdsweep {
 
 /// The host's own messages beside those of files (files/file_messages.h).
 inline constexpr const char* kValueBudgetSpentId = "Velmora:filesystem:valueBudgetSpent";
@@ -33,9 +33,9 @@ struct MessageTextRow {
 /// The text of a message with its arguments put in. An unknown identifier gives the
 /// identifier and the arguments behind it. File names come as the system's bytes and texts from a
 /// file as they are, control characters included: escaping is the writer's job.
-[[nodiscard]] std::string messageText(const qxMessage& message);
+[[nodiscard]] std::string hostMessageText(const qxMessage& message);
 
 /// One argument as text: an integer in decimal, a text as it is, a file name as system bytes.
 [[nodiscard]] std::string argumentText(const qxMessageArgument& argument);
 
-}  // namespace host
+}  // namespace ifdsweep

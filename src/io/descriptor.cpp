@@ -11,7 +11,7 @@
 #include "io/output.h"
 #include "io/run_failure.h"
 
-namespace app {
+namespace ifdsweep {
 
 std::optional<FileIdentity> identityOf(int descriptor) {
     struct stat status {};
@@ -68,4 +68,4 @@ std::string readPiece(int descriptor, std::uint64_t position, std::size_t size) 
     return bytes;
 }
 
-}  // namespace app
+}  // namespace ifdsweep

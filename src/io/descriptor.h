@@ -14,7 +14,7 @@
 #include <sys/types.h>
 #include <unistd.h>
 
-namespace app {
+namespace ifdsweep {
 
 class Descriptor {
 public:
@@ -66,4 +66,4 @@ void raiseDescriptorLimit();
 /// system cannot.
 [[nodiscard]] std::string readPiece(int descriptor, std::uint64_t position, std::size_t size);
 
-}  // namespace app
+}  // namespace ifdsweep

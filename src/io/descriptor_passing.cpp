@@ -6,7 +6,7 @@
 
 #include <sys/socket.h>
 
-namespace app {
+namespace ifdsweep {
 namespace {
 
 /// Room for the files, and what the system wants to be told of bytes and files.
@@ -65,4 +65,4 @@ Received receiveWithFiles(int socket, std::span<char> bytes, std::size_t most, i
     return received;
 }
 
-}  // namespace app
+}  // namespace ifdsweep

@@ -14,7 +14,7 @@
 
 #include "io/descriptor.h"
 
-namespace app {
+namespace ifdsweep {
 
 /// Most files that go with one piece of bytes.
 inline constexpr std::size_t kMostPassed = 2;
@@ -37,4 +37,4 @@ struct Received {
 [[nodiscard]] Received receiveWithFiles(int socket, std::span<char> bytes, std::size_t most,
                                         int flags);
 
-}  // namespace app
+}  // namespace ifdsweep

@@ -9,7 +9,7 @@
 
 #include "io/output.h"
 
-namespace app {
+namespace ifdsweep {
 namespace {
 
 int errorOf(int result) {
@@ -115,4 +115,4 @@ FoundOrMadeFile::~FoundOrMadeFile() {
     }
 }
 
-}  // namespace app
+}  // namespace ifdsweep

@@ -14,7 +14,7 @@
 
 #include "io/descriptor.h"
 
-namespace app {
+namespace ifdsweep {
 
 /// Each operation gives 0, or the value of errno.
 class Disk {
@@ -94,4 +94,4 @@ private:
     bool kept = false;
 };
 
-}  // namespace app
+}  // namespace ifdsweep

@@ -2,7 +2,7 @@
 
 // Exit status: how the program ends. Constants.
 
-namespace app {
+namespace ifdsweep {
 
 enum ExitStatus : int {
     kAllRead = 0,
@@ -13,4 +13,4 @@ enum ExitStatus : int {
     kOutputClosed = 141,  ///< as a shell reports a program ended by SIGPIPE
 };
 
-}  // namespace app
+}  // namespace ifdsweep

@@ -11,7 +11,7 @@
 
 #include "io/exit_status.h"
 
-namespace app {
+namespace ifdsweep {
 namespace {
 
 // What a signal handler can reach: the only mutable state that is not an object's.
@@ -111,4 +111,4 @@ void Interruption::keep() noexcept {
     std::atomic_signal_fence(std::memory_order_seq_cst);
 }
 
-}  // namespace app
+}  // namespace ifdsweep

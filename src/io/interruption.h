@@ -12,7 +12,7 @@
 #include <csignal>
 #include <string>
 
-namespace app {
+namespace ifdsweep {
 
 /// Thrown where a signal ends what is being done.
 struct Interrupted {};
@@ -46,4 +46,4 @@ private:
     std::array<struct sigaction, kSignals.size()> before{};
 };
 
-}  // namespace app
+}  // namespace ifdsweep

@@ -5,7 +5,7 @@
 #include <poll.h>
 #include <unistd.h>
 
-namespace app {
+namespace ifdsweep {
 
 void FileDescriptorSink::write(std::string_view bytes) {
     const bool isEnding = interruption != nullptr && interruption->signal() != 0;
@@ -64,4 +64,4 @@ void Output::appendLong(std::string_view text) {
     }
 }
 
-}  // namespace app
+}  // namespace ifdsweep

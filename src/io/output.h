@@ -19,7 +19,7 @@
 
 #include "io/interruption.h"
 
-namespace app {
+namespace ifdsweep {
 
 /// A failed write; `systemError` is the value of errno.
 class OutputError : public std::exception {
@@ -138,4 +138,4 @@ private:
     bool forTerminal = false;
 };
 
-}  // namespace app
+}  // namespace ifdsweep

@@ -11,7 +11,7 @@
 #include <string>
 #include <string_view>
 
-namespace app {
+namespace ifdsweep {
 namespace packed {
 
 inline constexpr std::size_t kNumberSize = sizeof(std::uint64_t);
@@ -95,4 +95,4 @@ private:
     bool failed = false;
 };
 
-}  // namespace app
+}  // namespace ifdsweep

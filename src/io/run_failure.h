@@ -4,7 +4,7 @@
 
 #include <stdexcept>
 
-namespace app {
+namespace ifdsweep {
 
 /// A list that cannot be read, an output that cannot be made.
 class RunFailure : public std::runtime_error {
@@ -18,4 +18,4 @@ public:
     using RunFailure::RunFailure;
 };
 
-}  // namespace app
+}  // namespace ifdsweep

@@ -3,7 +3,7 @@
 // Whether this build has a sanitizer, which needs terabytes of address space and writes what it
 // finds to the error stream. A constant.
 
-namespace app {
+namespace ifdsweep {
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 inline constexpr bool kIsSanitized = true;
@@ -17,4 +17,4 @@ inline constexpr bool kIsSanitized = false;
 inline constexpr bool kIsSanitized = false;
 #endif
 
-}  // namespace app
+}  // namespace ifdsweep

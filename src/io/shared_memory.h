@@ -23,7 +23,7 @@
 #include "io/descriptor.h"
 #include "io/run_failure.h"
 
-namespace app {
+namespace ifdsweep {
 
 template <class Object>
 class SharedMemory {
@@ -79,4 +79,4 @@ private:
     Object* object;
 };
 
-}  // namespace app
+}  // namespace ifdsweep

@@ -9,15 +9,15 @@
 
 #include "values/value.h"
 
-namespace app {
+namespace ifdsweep {
 
 inline constexpr std::string_view kUnknownTags = "UnknownTags";
 
 /// Whether a value is shown as directories of its own: records, or cells with records.
-[[nodiscard]] inline bool isNested(const host::Value& value) {
-    return value.kind() == host::ValueKind::Struct ||
-           (value.kind() == host::ValueKind::Cell && value.elementCount() > 0 &&
-            value.cell(0) != nullptr && value.cell(0)->kind() == host::ValueKind::Struct);
+[[nodiscard]] inline bool isNested(const Value& value) {
+    return value.kind() == ValueKind::Struct ||
+           (value.kind() == ValueKind::Cell && value.elementCount() > 0 &&
+            value.cell(0) != nullptr && value.cell(0)->kind() == ValueKind::Struct);
 }
 
 [[nodiscard]] inline std::string childPath(const std::string& path, std::string_view name) {
@@ -31,9 +31,9 @@ inline constexpr std::string_view kUnknownTags = "UnknownTags";
 /// Visits the fields of an element that have a value.
 /// @param visit called with name and value
 template <class Visit>
-void forEachField(const host::Value& records, std::size_t element, Visit&& visit) {
+void forEachField(const Value& records, std::size_t element, Visit&& visit) {
     for (std::size_t field = 0; field < records.fieldCount(); ++field) {
-        if (const host::Value* value = records.field(element, field)) {
+        if (const Value* value = records.field(element, field)) {
             visit(records.fieldName(field), *value);
         }
     }
@@ -42,14 +42,14 @@ void forEachField(const host::Value& records, std::size_t element, Visit&& visit
 /// Visits the records in one field.
 /// @param visit called with the records and the way to them
 template <class Visit>
-void forEachTree(std::string_view name, const host::Value& value, const std::string& path,
+void forEachTree(std::string_view name, const Value& value, const std::string& path,
                  Visit&& visit) {
-    if (value.kind() == host::ValueKind::Struct) {
+    if (value.kind() == ValueKind::Struct) {
         visit(value, childPath(path, name));
         return;
     }
     for (std::size_t index = 0; index < value.elementCount(); ++index) {
-        if (const host::Value* tree = value.cell(index)) {
+        if (const Value* tree = value.cell(index)) {
             const std::string member = std::string(name) + '[' + std::to_string(index) + ']';
             visit(*tree, childPath(path, member));
         }
@@ -58,13 +58,13 @@ void forEachTree(std::string_view name, const host::Value& value, const std::str
 
 /// Visits the nested directories' records of an element.
 template <class Visit>
-void forEachNestedRecords(const host::Value& records, std::size_t element, const std::string& path,
+void forEachNestedRecords(const Value& records, std::size_t element, const std::string& path,
                           Visit&& visit) {
-    forEachField(records, element, [&](std::string_view name, const host::Value& value) {
+    forEachField(records, element, [&](std::string_view name, const Value& value) {
         if (isNested(value) && name != kUnknownTags) {
             forEachTree(name, value, path, visit);
         }
     });
 }
 
-}  // namespace app
+}  // namespace ifdsweep

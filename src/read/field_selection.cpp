@@ -7,12 +7,8 @@
 #include "ifdsweep/qx.h"
 #include "read/directory_path.h"
 
-namespace app {
+namespace ifdsweep {
 namespace {
-
-using host::Value;
-using host::ValueHandle;
-
 ValueHandle makeRecords(const Value& likeThese, const std::vector<std::string>& names) {
     std::vector<const char*> pointers;
     pointers.reserve(names.size());
@@ -32,23 +28,23 @@ ValueHandle makeCells(const Value& likeThese) {
 ValueHandle copyOf(const Value& value) {
     const std::array<std::size_t, 2> size{value.rows(), value.columns()};
     switch (value.kind()) {
-        case host::ValueKind::Double: {
+        case ValueKind::Double: {
             ValueHandle copy(
                 qxCreateNumericArray(size.size(), size.data(), qxDOUBLE_CLASS, qxREAL));
             std::copy(value.doubles().begin(), value.doubles().end(), qxGetDoubles(copy.get()));
             return copy;
         }
-        case host::ValueKind::Uint8: {
+        case ValueKind::Uint8: {
             ValueHandle copy(qxCreateNumericArray(size.size(), size.data(), qxUINT8_CLASS, qxREAL));
             std::copy(value.bytes().begin(), value.bytes().end(), qxGetUint8s(copy.get()));
             return copy;
         }
-        case host::ValueKind::Char: {
+        case ValueKind::Char: {
             ValueHandle copy(qxCreateCharArray(size.size(), size.data()));
             std::copy(value.text().begin(), value.text().end(), qxGetChars(copy.get()));
             return copy;
         }
-        case host::ValueKind::Cell: {
+        case ValueKind::Cell: {
             ValueHandle copy = makeCells(value);
             for (std::size_t index = 0; index < value.elementCount(); ++index) {
                 if (const Value* content = value.cell(index)) {
@@ -57,7 +53,7 @@ ValueHandle copyOf(const Value& value) {
             }
             return copy;
         }
-        case host::ValueKind::Struct:
+        case ValueKind::Struct:
             break;
     }
     std::vector<std::string> names;
@@ -93,7 +89,7 @@ const Value* unknownValue(const Value& records, std::size_t element, std::uint16
 }
 
 ValueHandle nestedSelection(const Value& value, const std::vector<ChosenField>& fields) {
-    if (value.kind() == host::ValueKind::Struct) {
+    if (value.kind() == ValueKind::Struct) {
         ValueHandle records = selectFields(value, fields);
         return records->fieldCount() > 0 ? std::move(records) : ValueHandle();
     }
@@ -133,7 +129,7 @@ bool holdsAnything(const SelectedField& field) {
 }  // namespace
 
 ValueHandle selectFields(const Value& records, const std::vector<ChosenField>& fields) {
-    if (records.kind() != host::ValueKind::Struct) {
+    if (records.kind() != ValueKind::Struct) {
         return copyOf(records);
     }
     std::vector<SelectedField> selected;
@@ -188,4 +184,4 @@ ValueHandle selectFields(const Value& records, const std::vector<ChosenField>& f
     return result;
 }
 
-}  // namespace app
+}  // namespace ifdsweep

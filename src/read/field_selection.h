@@ -8,13 +8,13 @@
 #include "read/tag_choice.h"
 #include "values/value.h"
 
-namespace app {
+namespace ifdsweep {
 
 /// Copies the chosen fields of every record, in the order asked for. Behind them come the nested
 /// records that hold chosen fields, with these alone. An unknown tag becomes a field that is named
 /// by its number and holds its value. A field that the records lack is left out; values that are
 /// no records are copied as they are.
-[[nodiscard]] host::ValueHandle selectFields(const host::Value& records,
-                                             const std::vector<ChosenField>& fields);
+[[nodiscard]] ValueHandle selectFields(const Value& records,
+                                       const std::vector<ChosenField>& fields);
 
-}  // namespace app
+}  // namespace ifdsweep

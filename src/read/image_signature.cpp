@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 
-namespace app {
+namespace ifdsweep {
 namespace {
 
 struct Signature {
@@ -34,4 +34,4 @@ std::optional<ImageFormat> imageFormatOf(std::string_view firstBytes) {
     return found == kSignatures.end() ? std::nullopt : std::optional(found->format);
 }
 
-}  // namespace app
+}  // namespace ifdsweep

@@ -9,7 +9,7 @@
 #include <optional>
 #include <string_view>
 
-namespace app {
+namespace ifdsweep {
 
 enum class ImageFormat : std::uint8_t { tiff, jpeg };
 
@@ -19,4 +19,4 @@ inline constexpr std::size_t kLongestSignature = 4;
 /// The format of a file that begins with these bytes; none when it is no image.
 [[nodiscard]] std::optional<ImageFormat> imageFormatOf(std::string_view firstBytes);
 
-}  // namespace app
+}  // namespace ifdsweep

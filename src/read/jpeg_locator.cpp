@@ -7,7 +7,7 @@
 
 #include "read/image_signature.h"
 
-namespace app {
+namespace ifdsweep {
 namespace {
 
 enum Marker : std::uint8_t {
@@ -109,4 +109,4 @@ JpegSearch findExifHeader(ByteReader& reader) {
     }
 }
 
-}  // namespace app
+}  // namespace ifdsweep

@@ -9,7 +9,7 @@
 #include <cstdint>
 #include <span>
 
-namespace app {
+namespace ifdsweep {
 
 /// Random access to the bytes of a file.
 class ByteReader {
@@ -48,4 +48,4 @@ inline constexpr std::size_t kJpegWindow = 4096;
 /// @param reader a file that begins as JPEG
 [[nodiscard]] JpegSearch findExifHeader(ByteReader& reader);
 
-}  // namespace app
+}  // namespace ifdsweep

@@ -9,11 +9,11 @@
 
 #include "text/nearest_names.h"
 
-namespace app {
+namespace ifdsweep {
 namespace {
 
 // clang-format off
-constexpr std::array<host::MessageTextRow, 9> kOwnTexts{{
+constexpr std::array<MessageTextRow, 9> kOwnTexts{{
     {kNoExifSegmentId, "i",
      "no Exif segment in this JPEG file: its image data begins at position {1} and none stands before it",
      "A JPEG file holds its directories in an Exif segment, and this one has none. Argument: where the search ended. Nothing is wrong with the file."},
@@ -44,8 +44,8 @@ constexpr std::array<host::MessageTextRow, 9> kOwnTexts{{
 }};
 // clang-format on
 
-const host::MessageTextRow* findOwn(std::string_view id) {
-    for (const host::MessageTextRow& row : kOwnTexts) {
+const MessageTextRow* findOwn(std::string_view id) {
+    for (const MessageTextRow& row : kOwnTexts) {
         if (row.id == id) {
             return &row;
         }
@@ -75,15 +75,15 @@ qxMessage outOfMemory() {
 }
 
 std::string messageText(const qxMessage& message) {
-    const host::MessageTextRow* own = findOwn(message.id());
+    const MessageTextRow* own = findOwn(message.id());
     if (own == nullptr) {
-        return host::messageText(message);
+        return hostMessageText(message);
     }
     std::string text(own->text);
     const std::size_t place = text.find("{1}");
     if (place != std::string::npos) {
         const bool given = !message.arguments().empty();
-        text.replace(place, 3, given ? host::argumentText(message.arguments()[0]) : "");
+        text.replace(place, 3, given ? argumentText(message.arguments()[0]) : "");
     }
     return text;
 }
@@ -94,10 +94,10 @@ std::string_view shortMessageId(std::string_view id) {
 
 std::vector<MessageDescription> describeMessages() {
     std::vector<MessageDescription> descriptions;
-    const auto add = [&descriptions](const host::MessageTextRow& row) {
+    const auto add = [&descriptions](const MessageTextRow& row) {
         descriptions.push_back({row.id, row.text, row.explanation, ""});
     };
-    std::for_each(host::messageTexts().begin(), host::messageTexts().end(), add);
+    std::for_each(messageTexts().begin(), messageTexts().end(), add);
     std::for_each(kOwnTexts.begin(), kOwnTexts.end(), add);
     return descriptions;
 }
@@ -129,4 +129,4 @@ std::string explanationText(const MessageDescription& description) {
     return text;
 }
 
-}  // namespace app
+}  // namespace ifdsweep

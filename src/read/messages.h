@@ -10,7 +10,7 @@
 #include "host/message_texts.h"
 #include "ifdsweep/qx.h"
 
-namespace app {
+namespace ifdsweep {
 
 /// The program's own failures of one file.
 inline constexpr const char* kNoExifSegmentId = "ifdsweep:noExifSegment";
@@ -29,7 +29,7 @@ inline constexpr const char* kInputFailureId = "ifdsweep:inputFailure";
 /// The failure of a file for which memory ran out; names the process's limit.
 [[nodiscard]] qxMessage outOfMemory();
 
-/// The text of any message, as `host::messageText` gives it: arguments put in, nothing escaped.
+/// The text of any message, as `hostMessageText` gives it: arguments put in, nothing escaped.
 [[nodiscard]] std::string messageText(const qxMessage& message);
 
 /// The short form of an id: what stands behind its last colon.
@@ -52,4 +52,4 @@ struct MessageDescription {
 /// A description on three lines: id, text, explanation.
 [[nodiscard]] std::string explanationText(const MessageDescription& description);
 
-}  // namespace app
+}  // namespace ifdsweep

@@ -14,20 +14,20 @@
 #include "read/jpeg_locator.h"
 #include "read/messages.h"
 
-namespace app {
+namespace ifdsweep {
 namespace {
 
 /// Reads a file of the host's.
 class FileReader final : public ByteReader {
 public:
-    explicit FileReader(host::OpenedFile& openedFile) : file(openedFile) {}
+    explicit FileReader(OpenedFile& openedFile) : file(openedFile) {}
 
     std::size_t readAt(std::uint64_t position, std::span<std::uint8_t> target) override {
         return file.readAt(position, std::as_writable_bytes(target));
     }
 
 private:
-    host::OpenedFile& file;
+    OpenedFile& file;
 };
 
 /// What the first bytes of a file say, and where its TIFF stream begins.
@@ -43,7 +43,7 @@ bool beginsAsTiff(ByteReader& reader) {
     return imageFormatOf(std::string(start.begin(), start.begin() + size)) == ImageFormat::tiff;
 }
 
-Beginning lookAt(host::OpenedFile& file, bool imagesOnly) {
+Beginning lookAt(OpenedFile& file, bool imagesOnly) {
     FileReader reader(file);
     if (!beginsAsJpeg(reader)) {
         return {.isImage = !imagesOnly || beginsAsTiff(reader)};
@@ -63,8 +63,8 @@ Beginning lookAt(host::OpenedFile& file, bool imagesOnly) {
 
 /// Looks at the first bytes. Where a file does not exist, the entry point says so better: it
 /// passes for an image.
-Beginning lookAt(host::FileService& files, const std::u16string& name, bool imagesOnly) {
-    const std::shared_ptr<host::OpenedFile> file = files.look(name);
+Beginning lookAt(FileService& files, const std::u16string& name, bool imagesOnly) {
+    const std::shared_ptr<OpenedFile> file = files.look(name);
     if (file == nullptr) {
         return {.isImage = true};
     }
@@ -74,13 +74,13 @@ Beginning lookAt(host::FileService& files, const std::u16string& name, bool imag
     const auto failure = file->firstReadFailure();
     if (failure && (!beginning.isImage || failure->position == 0)) {
         static_cast<void>(file->takeReadFailure());
-        throw host::readFailedMessage(*failure);
+        throw readFailedMessage(*failure);
     }
     return beginning;
 }
 
 /// Finds the position of the TIFF stream; absent when the file is to be left alone.
-std::optional<double> findInitialOffset(host::FileService& files, const std::u16string& name,
+std::optional<double> findInitialOffset(FileService& files, const std::u16string& name,
                                         const ReadOptions& options) {
     if (options.offset && !options.imagesOnly) {
         return options.offset;
@@ -98,17 +98,17 @@ std::optional<double> findInitialOffset(host::FileService& files, const std::u16
     return beginning.offset;
 }
 
-host::ValueHandle callEntryPoint(const std::u16string& name, const Outcome& outcome) {
-    const std::array<host::ValueHandle, 4> inputs{
-        host::ValueHandle(qxCreateUString(name.data(), name.size())),
-        host::ValueHandle(qxCreateDoubleScalar(outcome.initialOffset)),
-        host::ValueHandle(qxCreateDoubleScalar(outcome.firstIfdIndex)),
-        host::ValueHandle(qxCreateDoubleScalar(outcome.maxIfdCount))};
+ValueHandle callEntryPoint(const std::u16string& name, const Outcome& outcome) {
+    const std::array<ValueHandle, 4> inputs{
+        ValueHandle(qxCreateUString(name.data(), name.size())),
+        ValueHandle(qxCreateDoubleScalar(outcome.initialOffset)),
+        ValueHandle(qxCreateDoubleScalar(outcome.firstIfdIndex)),
+        ValueHandle(qxCreateDoubleScalar(outcome.maxIfdCount))};
     std::array<const qxArray*, 4> handles{inputs[0].get(), inputs[1].get(), inputs[2].get(),
                                           inputs[3].get()};
     qxArray* output = nullptr;
     qxeFunction(1, &output, static_cast<int>(handles.size()), handles.data());
-    return host::ValueHandle(output);
+    return ValueHandle(output);
 }
 
 qxMessage unexpectedFailure(const std::exception& failure) {
@@ -117,7 +117,7 @@ qxMessage unexpectedFailure(const std::exception& failure) {
 
 }  // namespace
 
-Outcome read(host::Host& host, std::string_view file, const ReadOptions& options) {
+Outcome read(Host& host, std::string_view file, const ReadOptions& options) {
     Outcome outcome;
     if (options.readBudget) {
         host.setReadBudget(options.readBudget);
@@ -126,11 +126,11 @@ Outcome read(host::Host& host, std::string_view file, const ReadOptions& options
         host.setValueBudget(options.valueBudget);
     }
     try {
-        const host::Host::Scope scope(host);
+        const Host::Scope scope(host);
         outcome.file = file;
         outcome.firstIfdIndex = options.first;
         outcome.maxIfdCount = options.max;
-        const std::u16string name = host::fileNameFromSystem(file);
+        const std::u16string name = fileNameFromSystem(file);
         const auto offset = findInitialOffset(host.files(), name, options);
         outcome.isImage = offset.has_value();
         if (offset) {
@@ -148,4 +148,4 @@ Outcome read(host::Host& host, std::string_view file, const ReadOptions& options
     return outcome;
 }
 
-}  // namespace app
+}  // namespace ifdsweep

@@ -18,7 +18,7 @@
 #include "read/read_options.h"
 #include "values/value.h"
 
-namespace app {
+namespace ifdsweep {
 
 /// How often a file gave one kind of warning.
 struct WarningCount {
@@ -32,7 +32,7 @@ struct Outcome {
     double initialOffset = 0;  ///< as passed to the entry point; 0 when it was never called
     double firstIfdIndex = 0;
     double maxIfdCount = 0;
-    host::ValueHandle result;  ///< null when there is an error
+    ValueHandle result;  ///< null when there is an error
     std::vector<qxMessage> warnings;
     std::vector<WarningCount> warningCounts;  ///< shown in place of the warnings when it has any
     std::optional<qxMessage> error;
@@ -41,6 +41,6 @@ struct Outcome {
 
 /// Reads a file. Every failure, memory exhaustion included, becomes the error of the outcome.
 /// Budgets of the options become the host's.
-[[nodiscard]] Outcome read(host::Host& host, std::string_view file, const ReadOptions& options);
+[[nodiscard]] Outcome read(Host& host, std::string_view file, const ReadOptions& options);
 
-}  // namespace app
+}  // namespace ifdsweep

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <optional>
 
-namespace app {
+namespace ifdsweep {
 
 struct ReadOptions {
     /// Byte position of the TIFF stream. Absent: found, 0 or that of the Exif data of a JPEG.
@@ -13,12 +13,12 @@ struct ReadOptions {
     double first = 0;  ///< directories of the primary chain to skip
     double max = 0;    ///< most directories of the primary chain to read; 0: all
     /// Bytes of each file that may be read: absent for the default of the host, which depends on
-    /// the file's size; `host::kUnlimitedReads` for no limit.
+    /// the file's size; `kUnlimitedReads` for no limit.
     std::optional<std::uint64_t> readBudget{};
     /// What the values and warnings of each file may come to: the same, with
-    /// `host::ValueBudget::kUnlimited`.
+    /// `ValueBudget::kUnlimited`.
     std::optional<std::uint64_t> valueBudget{};
     bool imagesOnly = false;  ///< leaves a file alone whose first bytes are not those of an image
 };
 
-}  // namespace app
+}  // namespace ifdsweep

@@ -13,7 +13,7 @@
 #include "ifdsweep/tag_list.h"
 #include "text/nearest_names.h"
 
-namespace app {
+namespace ifdsweep {
 namespace {
 
 bool isNumber(std::string_view word) {
@@ -126,4 +126,4 @@ std::string tagListText() {
     return text;
 }
 
-}  // namespace app
+}  // namespace ifdsweep

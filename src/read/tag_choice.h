@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-namespace app {
+namespace ifdsweep {
 
 /// A field that was asked for: by its name, or an unknown tag by its number.
 struct ChosenField {
@@ -29,4 +29,4 @@ struct TagChoice {
 /// Every name, a line each: number, name, dictionary.
 [[nodiscard]] std::string tagListText();
 
-}  // namespace app
+}  // namespace ifdsweep

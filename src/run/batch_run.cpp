@@ -10,7 +10,7 @@
 
 #include "read/messages.h"
 
-namespace app {
+namespace ifdsweep {
 namespace {
 
 // What waits for its turn behind a slow file, in memory: some hundred thousand files without their
@@ -276,4 +276,4 @@ RunState BatchRun::state() const {
     return state;
 }
 
-}  // namespace app
+}  // namespace ifdsweep

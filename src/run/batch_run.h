@@ -24,7 +24,7 @@
 #include "workers/file_task.h"
 #include "workers/worker_pool.h"
 
-namespace app {
+namespace ifdsweep {
 
 class BatchRun {
 public:
@@ -89,4 +89,4 @@ private:
     PartSpool spool;
 };
 
-}  // namespace app
+}  // namespace ifdsweep

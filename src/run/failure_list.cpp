@@ -11,7 +11,7 @@
 #include "io/run_failure.h"
 #include "walk/path_list.h"
 
-namespace app {
+namespace ifdsweep {
 FailureList::FailureList(const std::string& path, bool nulSeparated, Journal* runJournal,
                          const Disk& listDisk)
     : disk(listDisk), journal(runJournal), name(path), withNul(nulSeparated), file(path, O_WRONLY) {
@@ -89,4 +89,4 @@ void FailureList::check(int error) const {
     }
 }
 
-}  // namespace app
+}  // namespace ifdsweep

@@ -18,7 +18,7 @@
 #include "io/disk.h"
 #include "run/journal.h"
 
-namespace app {
+namespace ifdsweep {
 
 class FailureList {
 public:
@@ -64,4 +64,4 @@ private:
     std::uint64_t size = 0;
 };
 
-}  // namespace app
+}  // namespace ifdsweep

@@ -19,7 +19,7 @@
 #include "walk/input_file.h"
 #include "walk/path_list.h"
 
-namespace app {
+namespace ifdsweep {
 namespace {
 
 constexpr int kNoDescriptor = -1;
@@ -167,4 +167,4 @@ void refuseToReplaceImage(const std::string& path) {
     }
 }
 
-}  // namespace app
+}  // namespace ifdsweep

@@ -8,7 +8,7 @@
 
 #include "run/run_options.h"
 
-namespace app {
+namespace ifdsweep {
 
 /// The name of the unfinished output of a run with a journal.
 [[nodiscard]] std::string partNameOf(const std::string& output);
@@ -22,4 +22,4 @@ void checkFileRoles(const RunOptions& options);
 /// read, which may be one. Links are followed.
 void refuseToReplaceImage(const std::string& path);
 
-}  // namespace app
+}  // namespace ifdsweep

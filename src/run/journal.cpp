@@ -11,7 +11,7 @@
 #include "io/output.h"
 #include "io/run_failure.h"
 
-namespace app {
+namespace ifdsweep {
 namespace {
 
 constexpr std::string_view kFirstLine = "ifdsweep journal 2\n";
@@ -400,4 +400,4 @@ void Journal::check(int error) const {
     }
 }
 
-}  // namespace app
+}  // namespace ifdsweep

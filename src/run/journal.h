@@ -33,7 +33,7 @@
 #include "walk/input_file.h"
 #include "workers/file_report.h"
 
-namespace app {
+namespace ifdsweep {
 
 class Journal {
 public:
@@ -168,4 +168,4 @@ private:
     std::chrono::steady_clock::time_point nextCommit;
 };
 
-}  // namespace app
+}  // namespace ifdsweep

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <random>
 
-namespace app {
+namespace ifdsweep {
 namespace {
 
 struct SipState {
@@ -66,4 +66,4 @@ std::uint64_t keyedHash(std::string_view bytes, const HashKey& key) {
     return state.a ^ state.b ^ state.c ^ state.d;
 }
 
-}  // namespace app
+}  // namespace ifdsweep

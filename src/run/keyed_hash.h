@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <string_view>
 
-namespace app {
+namespace ifdsweep {
 
 using HashKey = std::array<std::uint64_t, 2>;
 
@@ -16,4 +16,4 @@ using HashKey = std::array<std::uint64_t, 2>;
 
 [[nodiscard]] std::uint64_t keyedHash(std::string_view bytes, const HashKey& key);
 
-}  // namespace app
+}  // namespace ifdsweep

@@ -17,7 +17,7 @@
 #include "io/run_failure.h"
 #include "run/file_roles.h"
 
-namespace app {
+namespace ifdsweep {
 namespace {
 
 /// The file behind links, there already or not, so that a link stays one.
@@ -337,4 +337,4 @@ void OutputFile::check(int error, const std::string& path) const {
     }
 }
 
-}  // namespace app
+}  // namespace ifdsweep

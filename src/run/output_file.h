@@ -20,7 +20,7 @@
 #include "io/disk.h"
 #include "run/journal.h"
 
-namespace app {
+namespace ifdsweep {
 
 class OutputFile {
 public:
@@ -97,4 +97,4 @@ private:
     std::uint64_t kept = 0;
 };
 
-}  // namespace app
+}  // namespace ifdsweep

@@ -7,7 +7,7 @@
 
 #include "io/run_failure.h"
 
-namespace app {
+namespace ifdsweep {
 
 bool PartSpool::isOpen() {
     if (!file.isOpen()) {
@@ -63,4 +63,4 @@ void PartSpool::clear() {
     isFull = ::ftruncate(file.get(), 0) != 0 || ::lseek(file.get(), 0, SEEK_SET) != 0;
 }
 
-}  // namespace app
+}  // namespace ifdsweep

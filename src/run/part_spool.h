@@ -13,7 +13,7 @@
 #include "io/output.h"
 #include "workers/file_part.h"
 
-namespace app {
+namespace ifdsweep {
 
 class PartSpool {
 public:
@@ -55,4 +55,4 @@ private:
     bool isFull = false;     ///< until the last has gone
 };
 
-}  // namespace app
+}  // namespace ifdsweep

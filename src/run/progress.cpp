@@ -19,7 +19,7 @@
 #include "text/terminal_text.h"
 #include "walk/input_files.h"
 
-namespace app {
+namespace ifdsweep {
 namespace {
 
 /// Whether a list can be read by the counting process too: a pipe gives its lines only once.
@@ -182,4 +182,4 @@ std::string Progress::text(const RunState& state, std::chrono::duration<double> 
     return text;
 }
 
-}  // namespace app
+}  // namespace ifdsweep

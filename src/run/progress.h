@@ -19,7 +19,7 @@
 
 #include "run/run_options.h"
 
-namespace app {
+namespace ifdsweep {
 
 /// How far a run is.
 struct RunState {
@@ -68,4 +68,4 @@ private:
     std::future<void> counterEnd;
 };
 
-}  // namespace app
+}  // namespace ifdsweep

@@ -5,7 +5,7 @@
 #include "text/counted.h"
 #include "text/error_stream.h"
 
-namespace app {
+namespace ifdsweep {
 
 RunLog::RunLog(const RunOptions& runOptions, RunOutput& runOutput, Journal* runJournal,
                const Disk& disk)
@@ -202,4 +202,4 @@ int RunLog::exitStatus(int signal) const {
     return options.run.strict && warned ? kSomeWarned : kAllRead;
 }
 
-}  // namespace app
+}  // namespace ifdsweep

@@ -20,7 +20,7 @@
 #include "workers/file_report.h"
 #include "write/result_writer.h"
 
-namespace app {
+namespace ifdsweep {
 
 class RunLog {
 public:
@@ -99,4 +99,4 @@ private:
     std::map<std::string, std::uint64_t> warnings;
 };
 
-}  // namespace app
+}  // namespace ifdsweep

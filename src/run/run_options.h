@@ -8,7 +8,7 @@
 #include "workers/file_task.h"
 #include "workers/worker_limits.h"
 
-namespace app {
+namespace ifdsweep {
 
 /// How a run goes, and what it leaves.
 struct RunChoice {
@@ -26,4 +26,4 @@ struct RunOptions : TaskOptions {
     RunChoice run;
 };
 
-}  // namespace app
+}  // namespace ifdsweep

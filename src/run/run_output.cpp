@@ -2,7 +2,7 @@
 
 #include "write/csv_writer.h"
 
-namespace app {
+namespace ifdsweep {
 namespace {
 
 Descriptor makeRowFile(const OutputChoice& choice) {
@@ -30,4 +30,4 @@ void RunOutput::complete() {
     }
 }
 
-}  // namespace app
+}  // namespace ifdsweep

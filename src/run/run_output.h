@@ -18,7 +18,7 @@
 #include "run/output_file.h"
 #include "run/run_options.h"
 
-namespace app {
+namespace ifdsweep {
 
 class RunOutput {
 public:
@@ -82,4 +82,4 @@ private:
     Output output;
 };
 
-}  // namespace app
+}  // namespace ifdsweep

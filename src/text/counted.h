@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string>
 
-namespace app {
+namespace ifdsweep {
 
 /// "1 file", "2 files".
 [[nodiscard]] inline std::string counted(std::uint64_t count, const std::string& one,
@@ -13,4 +13,4 @@ namespace app {
     return std::to_string(count) + ' ' + (count == 1 ? one : many);
 }
 
-}  // namespace app
+}  // namespace ifdsweep

@@ -7,7 +7,7 @@
 #include "io/output.h"
 #include "text/terminal_text.h"
 
-namespace app {
+namespace ifdsweep {
 namespace {
 
 void writeToErrorStream(std::string_view text) noexcept {
@@ -40,4 +40,4 @@ void showProgressLine(std::string_view text) {
     writeToErrorStream("\r\x1b[K" + std::string(text));
 }
 
-}  // namespace app
+}  // namespace ifdsweep

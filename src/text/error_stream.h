@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-namespace app {
+namespace ifdsweep {
 
 /// "ifdsweep: " and the parts as one line with its end.
 [[nodiscard]] std::string errorLine(std::initializer_list<std::string_view> parts);
@@ -20,4 +20,4 @@ void printError(std::initializer_list<std::string_view> parts) noexcept;
 /// Shows a text in place of the progress line; an empty one takes it away.
 void showProgressLine(std::string_view text);
 
-}  // namespace app
+}  // namespace ifdsweep

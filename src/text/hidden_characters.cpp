@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 
-namespace app {
+namespace ifdsweep {
 namespace {
 
 struct Range {
@@ -53,4 +53,4 @@ bool isHiddenBeyondAscii(char32_t codePoint) {
     return row != kHidden.end() && row->first <= codePoint;
 }
 
-}  // namespace app
+}  // namespace ifdsweep

@@ -3,7 +3,7 @@
 // Hidden characters: those that a terminal obeys, that reorder a line, or that nobody sees. Text
 // for terminals and JSON show them as escapes. Pure functions; any thread.
 
-namespace app {
+namespace ifdsweep {
 
 /// What `isHidden` says of code points from U+007F on.
 [[nodiscard]] bool isHiddenBeyondAscii(char32_t codePoint);
@@ -14,4 +14,4 @@ namespace app {
     return codePoint < 0x7F ? codePoint < 0x20 : isHiddenBeyondAscii(codePoint);
 }
 
-}  // namespace app
+}  // namespace ifdsweep

@@ -8,7 +8,7 @@
 
 #include "text/hidden_characters.h"
 
-namespace app {
+namespace ifdsweep {
 namespace {
 
 constexpr std::string_view kHexDigits = "0123456789abcdef";
@@ -269,4 +269,4 @@ void appendJsonBase64(Output& output, std::span<const std::uint8_t> bytes) {
     output.append('"');
 }
 
-}  // namespace app
+}  // namespace ifdsweep

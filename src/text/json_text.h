@@ -11,7 +11,7 @@
 #include "io/output.h"
 #include "text/natural_text.h"
 
-namespace app {
+namespace ifdsweep {
 
 /// A quoted string of bytes in UTF-8; every byte that is no UTF-8 becomes U+FFFD.
 void appendJsonString(Output& output, std::string_view bytes);
@@ -29,4 +29,4 @@ void appendBase64(Output& output, std::span<const std::uint8_t> bytes);
 /// The same as a quoted string.
 void appendJsonBase64(Output& output, std::span<const std::uint8_t> bytes);
 
-}  // namespace app
+}  // namespace ifdsweep

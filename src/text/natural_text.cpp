@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 
-namespace app {
+namespace ifdsweep {
 namespace {
 
 // Windows-1252, bytes 0x80 to 0x9F; the others are the code points of the same number.
@@ -58,4 +58,4 @@ char32_t windows1252CodePoint(std::uint8_t byte) {
     return byte >= 0x80 && byte < 0xA0 ? kWindows1252[byte - 0x80u] : byte;
 }
 
-}  // namespace app
+}  // namespace ifdsweep

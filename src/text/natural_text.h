@@ -16,7 +16,7 @@
 
 #include "text/text_decoding.h"
 
-namespace app {
+namespace ifdsweep {
 
 /// Where the characters of a text come from.
 enum class TextOrigin : std::uint8_t { tag, fileName };
@@ -58,4 +58,4 @@ void decodeNaturalText(std::u16string_view units, TextForm form, Sink&& sink) {
     }
 }
 
-}  // namespace app
+}  // namespace ifdsweep

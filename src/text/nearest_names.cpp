@@ -6,7 +6,7 @@
 #include <numeric>
 #include <utility>
 
-namespace app {
+namespace ifdsweep {
 namespace {
 
 char lowerCase(char letter) {
@@ -49,4 +49,4 @@ std::string nearestNames(std::string_view word, const std::vector<std::string_vi
     return text;
 }
 
-}  // namespace app
+}  // namespace ifdsweep

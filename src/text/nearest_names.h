@@ -6,10 +6,10 @@
 #include <string_view>
 #include <vector>
 
-namespace app {
+namespace ifdsweep {
 
 /// The candidates most like a word, at most three, between commas; empty when none is near.
 [[nodiscard]] std::string nearestNames(std::string_view word,
                                        const std::vector<std::string_view>& candidates);
 
-}  // namespace app
+}  // namespace ifdsweep

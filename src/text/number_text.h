@@ -8,7 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace app {
+namespace ifdsweep {
 
 /// Room that every number fits into.
 inline constexpr std::size_t kNumberRoom = 32;
@@ -58,4 +58,4 @@ inline const char* nonFiniteName(double value) {
     return value > 0.0 ? "Infinity" : "-Infinity";
 }
 
-}  // namespace app
+}  // namespace ifdsweep

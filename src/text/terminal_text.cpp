@@ -5,7 +5,7 @@
 #include "text/hidden_characters.h"
 #include "text/number_text.h"
 
-namespace app {
+namespace ifdsweep {
 namespace {
 
 /// A sink of text_decoding.h that appends escaped text.
@@ -86,4 +86,4 @@ void appendTerminalText(Output& output, std::u16string_view units, TextOrigin or
     }
 }
 
-}  // namespace app
+}  // namespace ifdsweep

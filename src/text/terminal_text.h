@@ -17,7 +17,7 @@
 #include "io/output.h"
 #include "text/natural_text.h"
 
-namespace app {
+namespace ifdsweep {
 
 /// Appends bytes in UTF-8: a file name, a message.
 void appendTerminalText(Output& output, std::string_view bytes);
@@ -27,4 +27,4 @@ void appendTerminalText(Output& output, std::string_view bytes);
 void appendTerminalText(Output& output, std::u16string_view units, TextOrigin origin,
                         std::size_t limit);
 
-}  // namespace app
+}  // namespace ifdsweep

@@ -15,7 +15,7 @@
 #include <cstdint>
 #include <string_view>
 
-namespace app {
+namespace ifdsweep {
 
 /// One step of a UTF-8 decoder; a length of 0 says that the byte at hand starts no valid sequence.
 struct Utf8Step {
@@ -133,4 +133,4 @@ void decodeUtf16Text(std::u16string_view text, Sink&& sink) {
     }
 }
 
-}  // namespace app
+}  // namespace ifdsweep

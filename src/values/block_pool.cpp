@@ -17,7 +17,7 @@
 #include <sanitizer/asan_interface.h>
 #endif
 
-namespace host {
+namespace ifdsweep {
 
 namespace {
 
@@ -138,4 +138,4 @@ void BlockPool::enterSegment(std::byte* segment) noexcept {
     segmentEnd = segment + kSegmentSize;
 }
 
-}  // namespace host
+}  // namespace ifdsweep

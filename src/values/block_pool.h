@@ -13,7 +13,7 @@
 #include <memory>
 #include <vector>
 
-namespace host {
+namespace ifdsweep {
 
 class BlockPool {
 public:
@@ -87,4 +87,4 @@ private:
     std::vector<Slab> slabs;
 };
 
-}  // namespace host
+}  // namespace ifdsweep

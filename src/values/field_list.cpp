@@ -7,7 +7,7 @@
 #include <limits>
 #include <new>
 
-namespace host {
+namespace ifdsweep {
 
 namespace {
 
@@ -84,4 +84,4 @@ std::size_t FieldList::findAfter(std::size_t lastField, const char* name) const 
     return number;
 }
 
-}  // namespace host
+}  // namespace ifdsweep

@@ -13,7 +13,7 @@
 #include <string_view>
 #include <vector>
 
-namespace host {
+namespace ifdsweep {
 
 class FieldList {
 public:
@@ -50,4 +50,4 @@ private:
     mutable std::vector<std::uint32_t> successor;  ///< by field: the one found after it last time
 };
 
-}  // namespace host
+}  // namespace ifdsweep

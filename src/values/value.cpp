@@ -4,20 +4,21 @@
 #include "values/value_store.h"
 
 const qxArray* qxArray::cell(std::size_t index) const noexcept {
-    return valueKind == host::ValueKind::Cell && index < elementCount() ? slots()[index] : nullptr;
+    return valueKind == ifdsweep::ValueKind::Cell && index < elementCount() ? slots()[index]
+                                                                            : nullptr;
 }
 
 std::size_t qxArray::fieldCount() const noexcept {
-    return valueKind == host::ValueKind::Struct ? slotBlock().fields->size() : 0;
+    return valueKind == ifdsweep::ValueKind::Struct ? slotBlock().fields->size() : 0;
 }
 
 std::string_view qxArray::fieldName(std::size_t fieldNumber) const noexcept {
-    return valueKind == host::ValueKind::Struct ? slotBlock().fields->name(fieldNumber)
-                                                : std::string_view();
+    return valueKind == ifdsweep::ValueKind::Struct ? slotBlock().fields->name(fieldNumber)
+                                                    : std::string_view();
 }
 
 bool qxArray::fieldNamesAreIdentifiers() const noexcept {
-    return valueKind == host::ValueKind::Struct && slotBlock().fields->areIdentifiers();
+    return valueKind == ifdsweep::ValueKind::Struct && slotBlock().fields->areIdentifiers();
 }
 
 const qxArray* qxArray::field(std::size_t element, std::size_t fieldNumber) const noexcept {
@@ -27,18 +28,18 @@ const qxArray* qxArray::field(std::size_t element, std::size_t fieldNumber) cons
 }
 
 std::optional<std::size_t> qxArray::fieldIndex(std::string_view name) const noexcept {
-    if (valueKind != host::ValueKind::Struct) {
+    if (valueKind != ifdsweep::ValueKind::Struct) {
         return std::nullopt;
     }
-    const host::FieldList& fields = *slotBlock().fields;
+    const ifdsweep::FieldList& fields = *slotBlock().fields;
     const std::size_t number = fields.find(name);
     return number < fields.size() ? std::optional(number) : std::nullopt;
 }
 
-namespace host {
+namespace ifdsweep {
 
 void ValueDeleter::operator()(Value* value) const noexcept {
     ValueStore::destroy(value);
 }
 
-}  // namespace host
+}  // namespace ifdsweep

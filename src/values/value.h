@@ -18,7 +18,7 @@
 
 #include "ifdsweep/qx.h"
 
-namespace host {
+namespace ifdsweep {
 
 class FieldList;
 class ValueStore;
@@ -26,7 +26,7 @@ class ValueStore;
 /// The classes of values.
 enum class ValueKind : std::uint8_t { Double, Uint8, Char, Cell, Struct };
 
-}  // namespace host
+}  // namespace ifdsweep
 
 /// The value class behind the contract's opaque handle. 16 bytes; small contents lie inside it.
 struct qxArray {
@@ -34,7 +34,7 @@ public:
     qxArray(const qxArray&) = delete;
     qxArray& operator=(const qxArray&) = delete;
 
-    [[nodiscard]] host::ValueKind kind() const noexcept { return valueKind; }
+    [[nodiscard]] ifdsweep::ValueKind kind() const noexcept { return valueKind; }
     [[nodiscard]] std::size_t rows() const noexcept {
         return shape == Shape::row ? 1 : shape == Shape::matrix ? dimensions().rows : length;
     }
@@ -45,20 +45,20 @@ public:
 
     /// The elements of a double array; empty for every other kind.
     [[nodiscard]] std::span<const double> doubles() const noexcept {
-        return {static_cast<const double*>(dataOf(host::ValueKind::Double)),
-                countOf(host::ValueKind::Double)};
+        return {static_cast<const double*>(dataOf(ifdsweep::ValueKind::Double)),
+                countOf(ifdsweep::ValueKind::Double)};
     }
 
     /// The elements of an unsigned 8-bit array; empty for every other kind.
     [[nodiscard]] std::span<const std::uint8_t> bytes() const noexcept {
-        return {static_cast<const std::uint8_t*>(dataOf(host::ValueKind::Uint8)),
-                countOf(host::ValueKind::Uint8)};
+        return {static_cast<const std::uint8_t*>(dataOf(ifdsweep::ValueKind::Uint8)),
+                countOf(ifdsweep::ValueKind::Uint8)};
     }
 
     /// The UTF-16 code units of a character array; empty for every other kind.
     [[nodiscard]] std::u16string_view text() const noexcept {
-        return {static_cast<const char16_t*>(dataOf(host::ValueKind::Char)),
-                countOf(host::ValueKind::Char)};
+        return {static_cast<const char16_t*>(dataOf(ifdsweep::ValueKind::Char)),
+                countOf(ifdsweep::ValueKind::Char)};
     }
 
     /// The value in a cell; null when the cell is empty or there is no such cell.
@@ -80,7 +80,7 @@ public:
     [[nodiscard]] std::optional<std::size_t> fieldIndex(std::string_view name) const noexcept;
 
 private:
-    friend class host::ValueStore;
+    friend class ifdsweep::ValueStore;
 
     /// How the dimensions follow from the number of elements.
     enum class Shape : std::uint8_t {
@@ -97,7 +97,7 @@ private:
 
     /// Head of the contents of a cell or record array; the slots, element by element, follow it.
     struct SlotBlock {
-        std::shared_ptr<const host::FieldList> fields;  ///< null in a cell array
+        std::shared_ptr<const ifdsweep::FieldList> fields;  ///< null in a cell array
         std::size_t slotCount = 0;
         std::size_t lastField = 0;      ///< the field set last; the field count before the first
         qxArray* nextToFree = nullptr;  ///< the array that is freed after this one
@@ -108,7 +108,7 @@ private:
         void* block;         ///< otherwise where they lie, behind the dimensions of a matrix
     };
 
-    qxArray(host::ValueKind kind, Shape valueShape, std::size_t elementCount) noexcept
+    qxArray(ifdsweep::ValueKind kind, Shape valueShape, std::size_t elementCount) noexcept
         : content{}, length(elementCount & kLengthMask), valueKind(kind), shape(valueShape) {}
     ~qxArray() = default;
 
@@ -132,10 +132,10 @@ private:
     [[nodiscard]] const void* data() const noexcept {
         return inPlace ? static_cast<const void*>(content.bytes) : content.block;
     }
-    [[nodiscard]] const void* dataOf(host::ValueKind kind) const noexcept {
+    [[nodiscard]] const void* dataOf(ifdsweep::ValueKind kind) const noexcept {
         return valueKind == kind ? data() : nullptr;
     }
-    [[nodiscard]] std::size_t countOf(host::ValueKind kind) const noexcept {
+    [[nodiscard]] std::size_t countOf(ifdsweep::ValueKind kind) const noexcept {
         return valueKind == kind ? elementCount() : 0;
     }
     [[nodiscard]] SlotBlock& slotBlock() const noexcept {
@@ -146,7 +146,7 @@ private:
                 slotBlock().slotCount};
     }
     [[nodiscard]] bool hasSlots() const noexcept {
-        return valueKind == host::ValueKind::Cell || valueKind == host::ValueKind::Struct;
+        return valueKind == ifdsweep::ValueKind::Cell || valueKind == ifdsweep::ValueKind::Struct;
     }
 
     static constexpr unsigned kLengthBits = 48;  ///< as many as an address has
@@ -154,14 +154,14 @@ private:
 
     Content content;
     std::uint64_t length : kLengthBits;  ///< number of elements
-    host::ValueKind valueKind;
+    ifdsweep::ValueKind valueKind;
     Shape shape : 2;
     bool inPlace : 1 = true;
     bool isShared : 1 = false;  ///< a text whose block other values have too
     bool isCut : 1 = false;     ///< a record or cell array with fewer elements than asked for
 };
 
-namespace host {
+namespace ifdsweep {
 
 using Value = qxArray;
 
@@ -173,4 +173,4 @@ struct ValueDeleter {
 /// Owns a value. Make one of the result of any `qxCreate` function or of the entry point's output.
 using ValueHandle = std::unique_ptr<Value, ValueDeleter>;
 
-}  // namespace host
+}  // namespace ifdsweep

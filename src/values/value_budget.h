@@ -27,7 +27,7 @@
 #include <optional>
 #include <utility>
 
-namespace host {
+namespace ifdsweep {
 
 /// A budget of a file and its size, told once it is spent.
 struct SpentBudget {
@@ -208,4 +208,4 @@ private:
     std::optional<SpentBudget> memoryToTell;
 };
 
-}  // namespace host
+}  // namespace ifdsweep

@@ -8,7 +8,7 @@
 #include <tuple>
 #include <utility>
 
-namespace host {
+namespace ifdsweep {
 
 namespace {
 
@@ -320,4 +320,4 @@ const ValueStore::FieldListPointer& ValueStore::shareFields(
     return place;
 }
 
-}  // namespace host
+}  // namespace ifdsweep

@@ -21,7 +21,7 @@
 #include "values/value.h"
 #include "values/value_budget.h"
 
-namespace host {
+namespace ifdsweep {
 
 class ValueStore {
 public:
@@ -115,4 +115,4 @@ private:
     std::array<SharedText*, 256> recentTexts{};
 };
 
-}  // namespace host
+}  // namespace ifdsweep

@@ -7,7 +7,7 @@
 #include <dirent.h>
 #include <sys/stat.h>
 
-namespace app {
+namespace ifdsweep {
 namespace {
 
 struct FolderCloser {
@@ -60,4 +60,4 @@ FolderListing::Entry FolderListing::take() {
     return {nameOf(place), place.kind, place.inode};
 }
 
-}  // namespace app
+}  // namespace ifdsweep

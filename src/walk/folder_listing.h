@@ -12,7 +12,7 @@
 
 #include "io/descriptor.h"
 
-namespace app {
+namespace ifdsweep {
 
 class FolderListing {
 public:
@@ -57,4 +57,4 @@ private:
     int openError = 0;
 };
 
-}  // namespace app
+}  // namespace ifdsweep

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace app {
+namespace ifdsweep {
 
 struct InputChoice {
     std::vector<std::string> paths;
@@ -18,4 +18,4 @@ struct InputChoice {
     std::vector<std::string> excluded;
 };
 
-}  // namespace app
+}  // namespace ifdsweep

@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace app {
+namespace ifdsweep {
 
 /// The path that stands for the standard input.
 inline constexpr const char* kStandardInput = "-";
@@ -16,4 +16,4 @@ struct InputFile {
     bool isPath = true;       ///< false: the failure is one of a list, whose name stands as path
 };
 
-}  // namespace app
+}  // namespace ifdsweep

@@ -12,7 +12,7 @@
 #include "io/run_failure.h"
 #include "run/failure_list.h"
 
-namespace app {
+namespace ifdsweep {
 namespace {
 
 using Kind = FolderListing::Kind;
@@ -198,4 +198,4 @@ bool InputFiles::isLeftOut(const std::string& path, std::string_view name, Kind 
     return !isIncluded || matchesAny(choice.excluded, path, name);
 }
 
-}  // namespace app
+}  // namespace ifdsweep

@@ -19,7 +19,7 @@
 #include "walk/input_file.h"
 #include "walk/path_list.h"
 
-namespace app {
+namespace ifdsweep {
 
 class InputFiles {
 public:
@@ -54,4 +54,4 @@ private:
     std::set<FileIdentity> walked;
 };
 
-}  // namespace app
+}  // namespace ifdsweep

@@ -11,7 +11,7 @@
 #include "io/run_failure.h"
 #include "walk/input_file.h"
 
-namespace app {
+namespace ifdsweep {
 
 std::string_view pathOfFailureLine(std::string_view line) {
     return line.substr(0, line.find(kReasonMark));
@@ -78,4 +78,4 @@ bool PathList::fill() {
     return got > 0;
 }
 
-}  // namespace app
+}  // namespace ifdsweep

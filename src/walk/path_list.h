@@ -12,7 +12,7 @@
 
 #include "io/descriptor.h"
 
-namespace app {
+namespace ifdsweep {
 
 /// Stands between a path and the reason why it failed in a list that the program wrote.
 inline constexpr std::string_view kReasonMark = "\t# ";
@@ -53,4 +53,4 @@ private:
     std::uint64_t lineNumber = 0;
 };
 
-}  // namespace app
+}  // namespace ifdsweep

@@ -11,7 +11,7 @@
 #include "io/output.h"
 #include "io/run_failure.h"
 
-namespace app {
+namespace ifdsweep {
 namespace {
 
 [[noreturn]] void failToRead(int error) {
@@ -59,4 +59,4 @@ Descriptor openStandardInput() {
     }
 }
 
-}  // namespace app
+}  // namespace ifdsweep

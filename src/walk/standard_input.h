@@ -4,10 +4,10 @@
 
 #include "io/descriptor.h"
 
-namespace app {
+namespace ifdsweep {
 
 /// The standard input, when it is a file; a temporary file with all of it, when it is a pipe.
 /// Throws RunFailure when it cannot be read or held.
 [[nodiscard]] Descriptor openStandardInput();
 
-}  // namespace app
+}  // namespace ifdsweep

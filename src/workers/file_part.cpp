@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 
-namespace app {
+namespace ifdsweep {
 
 void appendPiece(int file, std::uint64_t position, std::uint64_t size, Output& output) {
     constexpr std::uint64_t kMost = std::uint64_t{1} << 18;
@@ -41,4 +41,4 @@ void FilePartSink::write(std::string_view bytes) {
     part.spillSize += bytes.size();
 }
 
-}  // namespace app
+}  // namespace ifdsweep

@@ -12,7 +12,7 @@
 #include "io/descriptor.h"
 #include "io/output.h"
 
-namespace app {
+namespace ifdsweep {
 
 struct FilePart {
     /// Most bytes that are kept in memory.
@@ -39,4 +39,4 @@ public:
     FilePart part;
 };
 
-}  // namespace app
+}  // namespace ifdsweep

@@ -1,6 +1,6 @@
 #include "workers/file_report.h"
 
-namespace app {
+namespace ifdsweep {
 
 FileReport failureReport(std::string failure) {
     FileReport report;
@@ -35,4 +35,4 @@ FileReport unpackReport(Unpacker& bytes) {
     return report;
 }
 
-}  // namespace app
+}  // namespace ifdsweep

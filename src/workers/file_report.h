@@ -10,7 +10,7 @@
 
 #include "io/packed.h"
 
-namespace app {
+namespace ifdsweep {
 
 struct FileReport {
     enum class Ending : std::uint8_t {
@@ -37,4 +37,4 @@ void packReport(std::string& bytes, const FileReport& report);
 /// Takes a packed report, whoever packed it; the unpacker fails when there is none.
 [[nodiscard]] FileReport unpackReport(Unpacker& bytes);
 
-}  // namespace app
+}  // namespace ifdsweep

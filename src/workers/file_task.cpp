@@ -15,7 +15,7 @@
 #include "read/messages.h"
 #include "workers/worker_limits.h"
 
-namespace app {
+namespace ifdsweep {
 
 FileTask::FileTask(const TaskOptions& taskOptions, Output& output, Colour colour,
                    int standardInputFile)
@@ -40,7 +40,7 @@ void FileTask::serveStandardInput() {
     if (own < 0) {
         throw std::system_error(errno, std::system_category());
     }
-    host.files().serve(host::fileNameFromSystem(kStandardInput), host::servedFile(own));
+    host.files().serve(fileNameFromSystem(kStandardInput), servedFile(own));
 }
 
 FileReport FileTask::read(const InputFile& file) {
@@ -55,7 +55,7 @@ FileReport FileTask::read(const InputFile& file) {
     }
     ReadOptions asked = options.read;
     asked.imagesOnly = file.imagesOnly;
-    outcome = app::read(host, file.path, asked);
+    outcome = ifdsweep::read(host, file.path, asked);
     return finish();
 }
 
@@ -79,12 +79,12 @@ FileReport FileTask::finish() {
         return std::find(ignored.begin(), ignored.end(), warning.id()) != ignored.end();
     });
     countWarnings(report);
-    if (outcome.result != nullptr && outcome.result->kind() == host::ValueKind::Struct) {
+    if (outcome.result != nullptr && outcome.result->kind() == ValueKind::Struct) {
         report.directories = outcome.result->rows();
     }
     if (outcome.result != nullptr && !options.output.fields.empty()) {
         try {
-            const host::Host::Scope scope(host);
+            const Host::Scope scope(host);
             outcome.result = selectFields(*outcome.result, options.output.fields);
         } catch (const std::bad_alloc&) {
             outcome.result.reset();
@@ -125,4 +125,4 @@ void FileTask::write() {
     writer->writeFile(outcome);
 }
 
-}  // namespace app
+}  // namespace ifdsweep

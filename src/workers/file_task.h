@@ -18,7 +18,7 @@
 #include "write/output_choice.h"
 #include "write/result_writer.h"
 
-namespace app {
+namespace ifdsweep {
 
 /// What every file of a run is asked for.
 struct TaskOptions {
@@ -54,9 +54,9 @@ private:
 
     const TaskOptions& options;
     int standardInput;
-    host::Host host;
+    Host host;
     std::unique_ptr<ResultWriter> writer;
     Outcome outcome;
 };
 
-}  // namespace app
+}  // namespace ifdsweep

@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <string>
 
-namespace app {
+namespace ifdsweep {
 
 /// At most some thirty years, so that a sum with a point of time does not overflow.
 [[nodiscard]] inline std::int64_t nanosecondsOf(double seconds) {
@@ -26,4 +26,4 @@ namespace app {
     return text;
 }
 
-}  // namespace app
+}  // namespace ifdsweep

@@ -32,7 +32,7 @@
 #include "workers/worker_limits.h"
 #include "workers/worker_messages.h"
 
-namespace app {
+namespace ifdsweep {
 namespace {
 
 constexpr int kSocket = STDIN_FILENO;
@@ -354,4 +354,4 @@ int runWorker() {
     return answerAll(requests, **state, worker) ? kAllRead : kSomeFailed;
 }
 
-}  // namespace app
+}  // namespace ifdsweep

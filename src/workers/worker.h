@@ -12,7 +12,7 @@
 #include <atomic>
 #include <cstdint>
 
-namespace app {
+namespace ifdsweep {
 
 /// The command line of a worker, which is for the program itself alone.
 inline constexpr const char* kWorkerCommand = "--worker-process";
@@ -38,4 +38,4 @@ struct WorkerState {
 /// @return the exit status of the process
 [[nodiscard]] int runWorker();
 
-}  // namespace app
+}  // namespace ifdsweep

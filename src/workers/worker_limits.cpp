@@ -9,7 +9,7 @@
 
 #include "io/sanitized.h"
 
-namespace app {
+namespace ifdsweep {
 namespace {
 
 // No real file meets it: a gigabyte of tags takes seconds.
@@ -110,4 +110,4 @@ void limitMemory(std::uint64_t bytes) {
     static_cast<void>(::setrlimit(RLIMIT_AS, &limit));
 }
 
-}  // namespace app
+}  // namespace ifdsweep

@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <optional>
 
-namespace app {
+namespace ifdsweep {
 
 /// What is asked for.
 struct WorkerChoice {
@@ -47,4 +47,4 @@ inline constexpr std::uint64_t kLeastDefaultMemory = std::uint64_t{1} << 30;
 /// sanitizer needs terabytes of it, and then nothing is set.
 void limitMemory(std::uint64_t bytes);
 
-}  // namespace app
+}  // namespace ifdsweep

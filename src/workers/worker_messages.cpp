@@ -6,7 +6,7 @@
 
 #include "io/packed.h"
 
-namespace app {
+namespace ifdsweep {
 namespace {
 
 // A worker is the same program, but a program may be replaced while it runs.
@@ -185,4 +185,4 @@ std::optional<UnpackedAnswer> unpackAnswer(std::string_view message) {
     return answer;
 }
 
-}  // namespace app
+}  // namespace ifdsweep

@@ -17,7 +17,7 @@
 #include "workers/file_task.h"
 #include "write/result_writer.h"
 
-namespace app {
+namespace ifdsweep {
 
 /// What a worker has to know before its first file. The file names of the command line are no part
 /// of it.
@@ -57,4 +57,4 @@ inline constexpr std::uint64_t kMostAnswerSize = 4 * std::uint64_t{FilePart::kMo
 [[nodiscard]] std::optional<WorkerRequest> unpackRequest(std::string_view message);
 [[nodiscard]] std::optional<UnpackedAnswer> unpackAnswer(std::string_view message);
 
-}  // namespace app
+}  // namespace ifdsweep

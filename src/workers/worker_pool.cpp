@@ -17,7 +17,7 @@
 #include "read/messages.h"
 #include "workers/seconds.h"
 
-namespace app {
+namespace ifdsweep {
 namespace {
 
 constexpr std::int64_t kMillisecond = 1'000'000;
@@ -511,4 +511,4 @@ void WorkerPool::retire(Worker& worker, const qxMessage& failure, bool blamesFir
                    std::make_move_iterator(requests.end()));
 }
 
-}  // namespace app
+}  // namespace ifdsweep

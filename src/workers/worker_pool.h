@@ -34,7 +34,7 @@
 #include "workers/worker_process.h"
 #include "write/result_writer.h"
 
-namespace app {
+namespace ifdsweep {
 
 /// What became of a submitted file.
 struct WorkerAnswer {
@@ -152,4 +152,4 @@ private:
     std::vector<char> received;
 };
 
-}  // namespace app
+}  // namespace ifdsweep

@@ -22,7 +22,7 @@
 #include "io/run_failure.h"
 #include "io/sanitized.h"
 
-namespace app {
+namespace ifdsweep {
 namespace {
 
 void check(int error) {
@@ -165,4 +165,4 @@ std::optional<int> waitForEnd(pid_t process, std::chrono::nanoseconds most) {
     }
 }
 
-}  // namespace app
+}  // namespace ifdsweep

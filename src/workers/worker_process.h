@@ -17,7 +17,7 @@
 #include "io/shared_memory.h"
 #include "workers/worker.h"
 
-namespace app {
+namespace ifdsweep {
 
 /// This program, to be started again: also from where there is no /proc.
 [[nodiscard]] std::string ownProgram();
@@ -50,4 +50,4 @@ private:
 /// @return its status; nothing when it has not ended
 [[nodiscard]] std::optional<int> waitForEnd(pid_t process, std::chrono::nanoseconds most);
 
-}  // namespace app
+}  // namespace ifdsweep

@@ -19,7 +19,7 @@
 #include "io/packed.h"
 #include "io/run_failure.h"
 
-namespace app {
+namespace ifdsweep {
 
 /// Reads a file of rows from its beginning; rows are read in large pieces, one row at least.
 /// @param visit called with the texts of each row, at least two, valid until it returns
@@ -67,4 +67,4 @@ void forEachRow(int file, Visit&& visit) {
     }
 }
 
-}  // namespace app
+}  // namespace ifdsweep

@@ -10,7 +10,7 @@
 #include "write/json_parts.h"
 #include "write/text_value.h"
 
-namespace app {
+namespace ifdsweep {
 namespace {
 
 constexpr std::string_view kLineEnd = "\r\n";
@@ -28,7 +28,7 @@ void appendQuoted(std::string& line, std::string_view cell) {
     line.push_back('"');
 }
 
-bool hasCell(const host::Value& value) {
+bool hasCell(const Value& value) {
     return !isNested(value);
 }
 
@@ -49,8 +49,8 @@ void CsvWriter::writeFile(const Outcome& outcome) {
     writeRecords(*outcome.result, "");
 }
 
-void CsvWriter::writeRecords(const host::Value& records, const std::string& path) {
-    if (records.kind() != host::ValueKind::Struct) {
+void CsvWriter::writeRecords(const Value& records, const std::string& path) {
+    if (records.kind() != ValueKind::Struct) {
         return;
     }
     for (std::size_t element = 0; element < records.elementCount(); ++element) {
@@ -70,31 +70,29 @@ void CsvWriter::writeRecords(const host::Value& records, const std::string& path
     }
 }
 
-void CsvWriter::writeNested(const host::Value& records, std::size_t element,
-                            const std::string& path) {
+void CsvWriter::writeNested(const Value& records, std::size_t element, const std::string& path) {
     forEachNestedRecords(records, element, path,
-                         [this](const host::Value& nested, const std::string& nestedPath) {
+                         [this](const Value& nested, const std::string& nestedPath) {
                              writeRecords(nested, nestedPath);
                          });
 }
 
-void CsvWriter::writeColumns(const host::Value& records, std::size_t element) {
+void CsvWriter::writeColumns(const Value& records, std::size_t element) {
     for (const std::string& column : columns) {
         output.append(',');
         const auto field = records.fieldIndex(column);
-        const host::Value* value = field ? records.field(element, *field) : nullptr;
+        const Value* value = field ? records.field(element, *field) : nullptr;
         if (value != nullptr && hasCell(*value)) {
             output.append(cellOf(column, value));
         }
     }
 }
 
-void CsvWriter::writeNamedRow(const host::Value& records, std::size_t element,
-                              const std::string& path) {
+void CsvWriter::writeNamedRow(const Value& records, std::size_t element, const std::string& path) {
     std::string row;
     packed::putText(row, fileCell);
     packed::putText(row, path);
-    forEachField(records, element, [&](std::string_view name, const host::Value& value) {
+    forEachField(records, element, [&](std::string_view name, const Value& value) {
         if (hasCell(value)) {
             packed::putText(row, name);
             packed::putText(row, cellOf(name, &value));
@@ -106,7 +104,7 @@ void CsvWriter::writeNamedRow(const host::Value& records, std::size_t element,
     output.append(row);
 }
 
-std::string_view CsvWriter::cellOf(std::string_view name, const host::Value* value) {
+std::string_view CsvWriter::cellOf(std::string_view name, const Value* value) {
     renderedText.text.clear();
     appendPlainValue(rendered, value, fieldTextOrigin(name));
     rendered.flush();
@@ -160,4 +158,4 @@ void assembleCsv(int rows, Output& output) {
     });
 }
 
-}  // namespace app
+}  // namespace ifdsweep

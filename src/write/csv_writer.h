@@ -20,7 +20,7 @@
 
 #include "write/result_writer.h"
 
-namespace app {
+namespace ifdsweep {
 
 /// The first line of a table with these columns behind "File" and "Directory".
 [[nodiscard]] std::string csvHeader(const std::vector<std::string>& columns);
@@ -40,16 +40,16 @@ public:
     void writeFile(const Outcome& outcome) override;
 
 private:
-    void writeRecords(const host::Value& records, const std::string& path);
-    void writeNested(const host::Value& records, std::size_t element, const std::string& path);
-    void writeColumns(const host::Value& records, std::size_t element);
-    void writeNamedRow(const host::Value& records, std::size_t element, const std::string& path);
+    void writeRecords(const Value& records, const std::string& path);
+    void writeNested(const Value& records, std::size_t element, const std::string& path);
+    void writeColumns(const Value& records, std::size_t element);
+    void writeNamedRow(const Value& records, std::size_t element, const std::string& path);
 
     /// The text of a cell as it is shown; valid until the next call.
     [[nodiscard]] std::string_view shownText(std::string_view text);
 
     /// The cell of a value, as it is shown; valid until the next call.
-    [[nodiscard]] std::string_view cellOf(std::string_view name, const host::Value* value);
+    [[nodiscard]] std::string_view cellOf(std::string_view name, const Value* value);
 
     bool nestedRows;
     bool toTerminal;
@@ -64,4 +64,4 @@ private:
 /// @param rows what CsvWriter wrote without fixed columns, as a file that can be read anywhere
 void assembleCsv(int rows, Output& output);
 
-}  // namespace app
+}  // namespace ifdsweep

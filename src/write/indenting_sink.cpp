@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace app {
+namespace ifdsweep {
 
 void IndentingSink::write(std::string_view bytes) {
     for (const char character : bytes) {
@@ -46,4 +46,4 @@ void IndentingSink::writeOutside(char character) {
     inString = character == '"';
 }
 
-}  // namespace app
+}  // namespace ifdsweep

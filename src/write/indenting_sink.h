@@ -13,7 +13,7 @@
 
 #include "io/output.h"
 
-namespace app {
+namespace ifdsweep {
 
 class IndentingSink final : public ByteSink {
 public:
@@ -40,4 +40,4 @@ private:
     bool opened = false;   ///< directly behind a bracket or brace
 };
 
-}  // namespace app
+}  // namespace ifdsweep

@@ -13,7 +13,7 @@
 #include "text/json_text.h"
 #include "text/number_text.h"
 
-namespace app {
+namespace ifdsweep {
 
 /// Appends `count` elements with a comma between them.
 /// @param appendElement called with each index in turn
@@ -94,4 +94,4 @@ void appendOutcomeMessages(Output& output, const Outcome& outcome, AppendMessage
     }
 }
 
-}  // namespace app
+}  // namespace ifdsweep

@@ -5,7 +5,7 @@
 #include "write/indenting_sink.h"
 #include "write/json_parts.h"
 
-namespace app {
+namespace ifdsweep {
 namespace {
 
 void appendNaturalNumber(Output& output, double value) {
@@ -14,7 +14,7 @@ void appendNaturalNumber(Output& output, double value) {
 
 /// A row as an array, every other shape as an array of rows; nothing at all as an empty array.
 template <class AppendElement>
-void appendNaturalArray(Output& output, const host::Value& value, AppendElement&& appendElement) {
+void appendNaturalArray(Output& output, const Value& value, AppendElement&& appendElement) {
     const std::size_t rows = value.rows();
     const std::size_t columns = value.columns();
     if (rows == 1 || value.elementCount() == 0) {
@@ -37,7 +37,7 @@ void appendPlainName(Output& output, std::string_view name) {
     output.commit(text);
 }
 
-void appendNaturalRecords(Output& output, const host::Value& records) {
+void appendNaturalRecords(Output& output, const Value& records) {
     const bool plainNames = records.fieldNamesAreIdentifiers();
     appendJsonArray(output, records.elementCount(), [&](std::size_t element) {
         output.append('{');
@@ -75,13 +75,13 @@ void appendNaturalMessage(Output& output, const qxMessage& message) {
 
 }  // namespace
 
-void appendNaturalValue(Output& output, const host::Value* value, TextOrigin origin) {
+void appendNaturalValue(Output& output, const Value* value, TextOrigin origin) {
     if (value == nullptr) {
         output.append("null");
         return;
     }
     switch (value->kind()) {
-        case host::ValueKind::Double: {
+        case ValueKind::Double: {
             const auto numbers = value->doubles();
             if (numbers.size() == 1) {
                 appendNaturalNumber(output, numbers[0]);
@@ -92,18 +92,18 @@ void appendNaturalValue(Output& output, const host::Value* value, TextOrigin ori
             }
             break;
         }
-        case host::ValueKind::Uint8:
+        case ValueKind::Uint8:
             appendJsonBase64(output, value->bytes());
             break;
-        case host::ValueKind::Char:
+        case ValueKind::Char:
             appendJsonNaturalText(output, value->text(), origin);
             break;
-        case host::ValueKind::Cell:
+        case ValueKind::Cell:
             appendNaturalArray(output, *value, [&](std::size_t index) {
                 appendNaturalValue(output, value->cell(index), origin);
             });
             break;
-        case host::ValueKind::Struct:
+        case ValueKind::Struct:
             appendNaturalRecords(output, *value);
             break;
     }
@@ -140,4 +140,4 @@ void LineWriter::writeFile(const Outcome& outcome) {
     output.append('\n');
 }
 
-}  // namespace app
+}  // namespace ifdsweep

@@ -9,15 +9,14 @@
 #include "text/natural_text.h"
 #include "write/result_writer.h"
 
-namespace app {
+namespace ifdsweep {
 
 /// Appends the natural JSON of a value: a 1-by-1 number as a number, a row as an array, a matrix as
 /// an array of rows, text as a string, unsigned 8-bit data as base64, cells as an array, records
 /// as an array of objects; null for an empty field, for NaN and for infinities.
 /// @param value  null for an empty field
 /// @param origin where the text in it comes from
-void appendNaturalValue(Output& output, const host::Value* value,
-                        TextOrigin origin = TextOrigin::tag);
+void appendNaturalValue(Output& output, const Value* value, TextOrigin origin = TextOrigin::tag);
 
 /// Appends the object of one file, without a line end.
 void appendNaturalOutcome(Output& output, const Outcome& outcome);
@@ -45,4 +44,4 @@ public:
     void writeFile(const Outcome& outcome) override;
 };
 
-}  // namespace app
+}  // namespace ifdsweep

@@ -9,7 +9,7 @@
 
 #include "read/tag_choice.h"
 
-namespace app {
+namespace ifdsweep {
 
 enum class Format : std::uint8_t { text, json, ndjson, typed, csv };
 
@@ -37,4 +37,4 @@ struct OutputChoice {
     std::vector<std::string> ignored;  ///< full message ids
 };
 
-}  // namespace app
+}  // namespace ifdsweep

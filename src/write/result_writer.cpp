@@ -8,7 +8,7 @@
 #include "write/text_writer.h"
 #include "write/typed_writer.h"
 
-namespace app {
+namespace ifdsweep {
 
 WriterSettings writerSettings(const OutputChoice& choice) {
     WriterSettings settings;
@@ -63,4 +63,4 @@ std::unique_ptr<ResultWriter> makeResultWriter(Format format, Output& output, Co
     return std::make_unique<TextWriter>(output, colour, settings.limits);
 }
 
-}  // namespace app
+}  // namespace ifdsweep

@@ -20,7 +20,7 @@
 #include "write/output_choice.h"
 #include "write/text_value.h"
 
-namespace app {
+namespace ifdsweep {
 
 /// Settings of the formats.
 struct WriterSettings {
@@ -86,4 +86,4 @@ private:
                                                              Colour colour,
                                                              const WriterSettings& settings = {});
 
-}  // namespace app
+}  // namespace ifdsweep

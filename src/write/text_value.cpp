@@ -8,7 +8,7 @@
 #include "text/terminal_text.h"
 #include "write/json_parts.h"
 
-namespace app {
+namespace ifdsweep {
 namespace {
 
 void appendCount(Output& output, std::size_t count) {
@@ -16,7 +16,7 @@ void appendCount(Output& output, std::size_t count) {
 }
 
 /// "4000000" for a row, "256x3" for a matrix, and what the elements are.
-void appendSize(Output& output, const host::Value& value, std::string_view elements) {
+void appendSize(Output& output, const Value& value, std::string_view elements) {
     output.append('(');
     if (value.rows() != 1) {
         appendCount(output, value.rows());
@@ -30,7 +30,7 @@ void appendSize(Output& output, const host::Value& value, std::string_view eleme
 
 /// Appends elements row by row, as many as the limits allow.
 template <class AppendElement>
-void appendElements(Output& output, const host::Value& value, std::string_view separator,
+void appendElements(Output& output, const Value& value, std::string_view separator,
                     std::string_view elements, const TextLimits& limits,
                     AppendElement&& appendElement) {
     const std::size_t shown = std::min(value.elementCount(), limits.elements);
@@ -52,38 +52,38 @@ void appendElements(Output& output, const host::Value& value, std::string_view s
 
 }  // namespace
 
-void appendTextValue(Output& output, const host::Value* value, TextOrigin origin,
+void appendTextValue(Output& output, const Value* value, TextOrigin origin,
                      const TextLimits& limits) {
     if (value == nullptr) {
         output.append("(empty)");
         return;
     }
     switch (value->kind()) {
-        case host::ValueKind::Double:
+        case ValueKind::Double:
             appendElements(output, *value, " ", "values", limits, [&](std::size_t index) {
                 appendNumber(output, value->doubles()[index], [&output](double nonFinite) {
                     output.append(nonFiniteName(nonFinite));
                 });
             });
             break;
-        case host::ValueKind::Uint8:
+        case ValueKind::Uint8:
             appendElements(output, *value, " ", "bytes", limits, [&](std::size_t index) {
                 appendInteger(output, value->bytes()[index]);
             });
             break;
-        case host::ValueKind::Char:
+        case ValueKind::Char:
             if (value->elementCount() == 0) {
                 output.append("(empty)");
             } else {
                 appendTerminalText(output, value->text(), origin, limits.characters);
             }
             break;
-        case host::ValueKind::Cell:
+        case ValueKind::Cell:
             appendElements(output, *value, ", ", "cells", limits, [&](std::size_t index) {
                 appendTextValue(output, value->cell(index), origin, limits);
             });
             break;
-        case host::ValueKind::Struct:
+        case ValueKind::Struct:
             appendSize(output, *value, "records");
             break;
     }
@@ -111,29 +111,29 @@ private:
 
 }  // namespace
 
-void appendPlainValue(Output& output, const host::Value* value, TextOrigin origin) {
+void appendPlainValue(Output& output, const Value* value, TextOrigin origin) {
     if (value == nullptr || value->elementCount() == 0) {
         return;
     }
     constexpr std::size_t kAll = std::numeric_limits<std::size_t>::max();
     switch (value->kind()) {
-        case host::ValueKind::Double:
+        case ValueKind::Double:
             appendTextValue(output, value, origin, {kAll, kAll});
             break;
-        case host::ValueKind::Uint8:
+        case ValueKind::Uint8:
             appendBase64(output, value->bytes());
             break;
-        case host::ValueKind::Char:
+        case ValueKind::Char:
             decodeNaturalText(value->text(), textForm(value->text(), origin), PlainSink(output));
             break;
-        case host::ValueKind::Cell:
+        case ValueKind::Cell:
             appendElements(output, *value, ", ", "cells", {kAll, kAll}, [&](std::size_t index) {
                 appendPlainValue(output, value->cell(index), origin);
             });
             break;
-        case host::ValueKind::Struct:
+        case ValueKind::Struct:
             break;
     }
 }
 
-}  // namespace app
+}  // namespace ifdsweep

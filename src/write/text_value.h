@@ -9,7 +9,7 @@
 #include "text/natural_text.h"
 #include "values/value.h"
 
-namespace app {
+namespace ifdsweep {
 
 /// How much of a long value is shown.
 struct TextLimits {
@@ -21,11 +21,11 @@ struct TextLimits {
 /// a cell array between commas. A value that is cut short is followed by its size; a record array
 /// is shown by its size alone.
 /// @param value null for an empty cell
-void appendTextValue(Output& output, const host::Value* value, TextOrigin origin,
+void appendTextValue(Output& output, const Value* value, TextOrigin origin,
                      const TextLimits& limits);
 
 /// Appends a whole value for a table: as above, but nothing is cut short, text stands as it is in
 /// UTF-8, bytes in base64, and what is empty is nothing at all.
-void appendPlainValue(Output& output, const host::Value* value, TextOrigin origin);
+void appendPlainValue(Output& output, const Value* value, TextOrigin origin);
 
-}  // namespace app
+}  // namespace ifdsweep

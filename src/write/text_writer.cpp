@@ -11,7 +11,7 @@
 #include "write/json_parts.h"
 #include "write/text_value.h"
 
-namespace app {
+namespace ifdsweep {
 namespace {
 
 /// Fields that are the same in every directory of a file, shown once below the file's heading.
@@ -33,7 +33,7 @@ void TextWriter::writeFile(const Outcome& outcome) {
     appendStyled(Style::file, outcome.file);
     output.append('\n');
     if (outcome.result != nullptr) {
-        if (outcome.result->kind() == host::ValueKind::Struct) {
+        if (outcome.result->kind() == ValueKind::Struct) {
             appendFileFields(*outcome.result);
             appendRecords(*outcome.result, "", 1);
         } else {
@@ -62,25 +62,24 @@ void TextWriter::appendStyled(Style style, std::string_view text) {
     output.append("\x1b[0m");
 }
 
-void TextWriter::appendFileFields(const host::Value& records) {
+void TextWriter::appendFileFields(const Value& records) {
     const auto isShown = [](std::string_view name) {
         return isFileField(name) && name != kFileFields.front();  // the heading is the name
     };
     std::size_t nameWidth = 0;
-    forEachField(records, 0, [&](std::string_view name, const host::Value& value) {
+    forEachField(records, 0, [&](std::string_view name, const Value& value) {
         if (isShown(name) && value.elementCount() > 0) {
             nameWidth = std::max(nameWidth, name.size());
         }
     });
-    forEachField(records, 0, [&](std::string_view name, const host::Value& value) {
+    forEachField(records, 0, [&](std::string_view name, const Value& value) {
         if (isShown(name) && value.elementCount() > 0) {
             appendField(name, value, nameWidth, 1);
         }
     });
 }
 
-void TextWriter::appendRecords(const host::Value& records, const std::string& path,
-                               std::size_t depth) {
+void TextWriter::appendRecords(const Value& records, const std::string& path, std::size_t depth) {
     for (std::size_t element = 0; element < records.elementCount(); ++element) {
         const std::string directory = childPath(path, std::to_string(element));
         if (depth == 1) {
@@ -93,45 +92,45 @@ void TextWriter::appendRecords(const host::Value& records, const std::string& pa
     }
 }
 
-void TextWriter::appendDirectory(const host::Value& records, std::size_t element,
-                                 const std::string& path, std::size_t depth) {
-    const auto isPlain = [](std::string_view name, const host::Value& value) {
+void TextWriter::appendDirectory(const Value& records, std::size_t element, const std::string& path,
+                                 std::size_t depth) {
+    const auto isPlain = [](std::string_view name, const Value& value) {
         return !isFileField(name) && !isNested(value);
     };
     std::size_t nameWidth = 0;
-    forEachField(records, element, [&](std::string_view name, const host::Value& value) {
+    forEachField(records, element, [&](std::string_view name, const Value& value) {
         if (isPlain(name, value)) {
             nameWidth = std::max(nameWidth, name.size());
         }
     });
-    forEachField(records, element, [&](std::string_view name, const host::Value& value) {
+    forEachField(records, element, [&](std::string_view name, const Value& value) {
         if (isPlain(name, value)) {
             appendField(name, value, nameWidth, depth);
         }
     });
     // Behind the plain values, so that these stay one aligned block.
-    forEachField(records, element, [&](std::string_view name, const host::Value& value) {
+    forEachField(records, element, [&](std::string_view name, const Value& value) {
         if (isNested(value)) {
             appendNested(name, value, path, depth);
         }
     });
 }
 
-void TextWriter::appendNested(std::string_view name, const host::Value& value,
-                              const std::string& path, std::size_t depth) {
+void TextWriter::appendNested(std::string_view name, const Value& value, const std::string& path,
+                              std::size_t depth) {
     indent(depth);
     appendStyled(Style::name, name);
     output.append('\n');
     if (name == kUnknownTags) {
         appendUnknownTags(value, depth + 1);
     } else {
-        forEachTree(name, value, path, [&](const host::Value& tree, const std::string& treePath) {
+        forEachTree(name, value, path, [&](const Value& tree, const std::string& treePath) {
             appendRecords(tree, treePath, depth + 1);
         });
     }
 }
 
-void TextWriter::appendField(std::string_view name, const host::Value& value, std::size_t nameWidth,
+void TextWriter::appendField(std::string_view name, const Value& value, std::size_t nameWidth,
                              std::size_t depth) {
     indent(depth);
     appendStyled(Style::name, name);
@@ -140,14 +139,14 @@ void TextWriter::appendField(std::string_view name, const host::Value& value, st
     output.append('\n');
 }
 
-void TextWriter::appendUnknownTags(const host::Value& tags, std::size_t depth) {
-    const auto member = [&tags](std::size_t element, std::string_view name) -> const host::Value* {
+void TextWriter::appendUnknownTags(const Value& tags, std::size_t depth) {
+    const auto member = [&tags](std::size_t element, std::string_view name) -> const Value* {
         const auto field = tags.fieldIndex(name);
         return field ? tags.field(element, *field) : nullptr;
     };
     for (std::size_t element = 0; element < tags.elementCount(); ++element) {
         indent(depth);
-        const host::Value* id = member(element, "ID");
+        const Value* id = member(element, "ID");
         appendTextValue(output, id, TextOrigin::tag, limits);
         if (id != nullptr && !id->doubles().empty() && id->doubles()[0] >= 0 &&
             id->doubles()[0] <= UINT16_MAX) {
@@ -185,4 +184,4 @@ void TextWriter::appendWarningCount(const WarningCount& warning) {
     output.append('\n');
 }
 
-}  // namespace app
+}  // namespace ifdsweep

@@ -14,7 +14,7 @@
 
 #include "write/result_writer.h"
 
-namespace app {
+namespace ifdsweep {
 
 class TextWriter final : public ResultWriter {
 public:
@@ -31,15 +31,15 @@ private:
     enum class Style : std::uint8_t { file, directory, name, warning };
 
     void appendStyled(Style style, std::string_view text);
-    void appendFileFields(const host::Value& records);
-    void appendRecords(const host::Value& records, const std::string& path, std::size_t depth);
-    void appendDirectory(const host::Value& records, std::size_t element, const std::string& path,
+    void appendFileFields(const Value& records);
+    void appendRecords(const Value& records, const std::string& path, std::size_t depth);
+    void appendDirectory(const Value& records, std::size_t element, const std::string& path,
                          std::size_t depth);
-    void appendNested(std::string_view name, const host::Value& value, const std::string& path,
+    void appendNested(std::string_view name, const Value& value, const std::string& path,
                       std::size_t depth);
-    void appendField(std::string_view name, const host::Value& value, std::size_t nameWidth,
+    void appendField(std::string_view name, const Value& value, std::size_t nameWidth,
                      std::size_t depth);
-    void appendUnknownTags(const host::Value& tags, std::size_t depth);
+    void appendUnknownTags(const Value& tags, std::size_t depth);
     void appendWarning(const qxMessage& warning);
     void appendWarningCount(const WarningCount& warning);
     /// Real files do not nest so deep; one that nests 64 directories is not all spaces.
@@ -51,4 +51,4 @@ private:
     TextLimits limits;
 };
 
-}  // namespace app
+}  // namespace ifdsweep

@@ -6,7 +6,7 @@
 #include "text/json_text.h"
 #include "write/json_parts.h"
 
-namespace app {
+namespace ifdsweep {
 namespace {
 
 void appendTypedNumber(Output& output, double value) {
@@ -18,7 +18,7 @@ void appendTypedNumber(Output& output, double value) {
 }
 
 /// Appends everything up to the value's data.
-void appendHead(Output& output, std::string_view className, const host::Value& value) {
+void appendHead(Output& output, std::string_view className, const Value& value) {
     output.append(R"({"class":")");
     output.append(className);
     output.append(R"(","size":[)");
@@ -26,7 +26,7 @@ void appendHead(Output& output, std::string_view className, const host::Value& v
     output.append(',');
     output.commit(formatFinite(output.reserve(kNumberRoom), static_cast<double>(value.columns())));
     output.append(']');
-    if (value.kind() == host::ValueKind::Struct) {
+    if (value.kind() == ValueKind::Struct) {
         output.append(R"(,"fields":)");
         appendJsonArray(output, value.fieldCount(), [&](std::size_t field) {
             appendJsonString(output, value.fieldName(field));
@@ -35,7 +35,7 @@ void appendHead(Output& output, std::string_view className, const host::Value& v
     output.append(R"(,"data":)");
 }
 
-void appendTypedRecords(Output& output, const host::Value& records) {
+void appendTypedRecords(Output& output, const Value& records) {
     appendJsonArray(output, records.elementCount(), [&](std::size_t element) {
         appendJsonArray(output, records.fieldCount(), [&](std::size_t field) {
             appendTypedValue(output, records.field(element, field));
@@ -66,35 +66,35 @@ void appendTypedMessage(Output& output, const qxMessage& message) {
 
 }  // namespace
 
-void appendTypedValue(Output& output, const host::Value* value) {
+void appendTypedValue(Output& output, const Value* value) {
     if (value == nullptr) {
         output.append("null");
         return;
     }
     switch (value->kind()) {
-        case host::ValueKind::Double:
+        case ValueKind::Double:
             appendHead(output, "double", *value);
             appendJsonArray(output, value->elementCount(), [&](std::size_t index) {
                 appendTypedNumber(output, value->doubles()[index]);
             });
             break;
-        case host::ValueKind::Uint8:
+        case ValueKind::Uint8:
             appendHead(output, "uint8", *value);
             appendJsonArray(output, value->elementCount(), [&](std::size_t index) {
                 appendInteger(output, value->bytes()[index]);
             });
             break;
-        case host::ValueKind::Char:
+        case ValueKind::Char:
             appendHead(output, "char", *value);
             appendJsonUnits(output, value->text());
             break;
-        case host::ValueKind::Cell:
+        case ValueKind::Cell:
             appendHead(output, "cell", *value);
             appendJsonArray(output, value->elementCount(), [&](std::size_t index) {
                 appendTypedValue(output, value->cell(index));
             });
             break;
-        case host::ValueKind::Struct:
+        case ValueKind::Struct:
             appendHead(output, "struct", *value);
             appendTypedRecords(output, *value);
             break;
@@ -104,7 +104,7 @@ void appendTypedValue(Output& output, const host::Value* value) {
 
 void TypedWriter::writeFile(const Outcome& outcome) {
     output.append(R"({"file":)");
-    appendJsonUnits(output, host::fileNameFromSystem(outcome.file));
+    appendJsonUnits(output, fileNameFromSystem(outcome.file));
     output.append(R"(,"arguments":{"initialOffset":)");
     appendTypedNumber(output, outcome.initialOffset);
     output.append(R"(,"firstIfdIndex":)");
@@ -119,4 +119,4 @@ void TypedWriter::writeFile(const Outcome& outcome) {
     output.append("}\n");
 }
 
-}  // namespace app
+}  // namespace ifdsweep

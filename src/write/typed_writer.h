@@ -8,10 +8,10 @@
 
 #include "write/result_writer.h"
 
-namespace app {
+namespace ifdsweep {
 
 /// Appends a value with its class, size and column-major data; "null" for an empty field or cell.
-void appendTypedValue(Output& output, const host::Value* value);
+void appendTypedValue(Output& output, const Value* value);
 
 class TypedWriter final : public ResultWriter {
 public:
@@ -20,4 +20,4 @@ public:
     void writeFile(const Outcome& outcome) override;
 };
 
-}  // namespace app
+}  // namespace ifdsweep

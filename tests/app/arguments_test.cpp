@@ -11,11 +11,11 @@
 
 namespace {
 
-using Action = app::CommandLine::Action;
+using Action = ifdsweep::CommandLine::Action;
 
-app::CommandLine parse(std::vector<const char*> words) {
+ifdsweep::CommandLine parse(std::vector<const char*> words) {
     words.insert(words.begin(), "ifdsweep");
-    return app::parseCommandLine(static_cast<int>(words.size()), words.data());
+    return ifdsweep::parseCommandLine(static_cast<int>(words.size()), words.data());
 }
 
 TEST(ArgumentsTest, defaults) {
@@ -24,7 +24,7 @@ TEST(ArgumentsTest, defaults) {
     EXPECT_FALSE(line.options.read.offset.has_value());
     EXPECT_EQ(line.options.read.first, 0);
     EXPECT_EQ(line.options.read.max, 0);
-    EXPECT_EQ(line.options.output.format, app::Format::text);
+    EXPECT_EQ(line.options.output.format, ifdsweep::Format::text);
     EXPECT_FALSE(line.options.read.readBudget.has_value());
     EXPECT_EQ(line.options.input.paths, std::vector<std::string>{"a.tif"});
 }
@@ -61,16 +61,16 @@ TEST(ArgumentsTest, numbersAreTakenAsDoubles) {
 }
 
 TEST(ArgumentsTest, formats) {
-    EXPECT_EQ(parse({"--format", "json", "f"}).options.output.format, app::Format::json);
-    EXPECT_EQ(parse({"--format=typed", "f"}).options.output.format, app::Format::typed);
-    EXPECT_EQ(parse({"--format", "text", "f"}).options.output.format, app::Format::text);
+    EXPECT_EQ(parse({"--format", "json", "f"}).options.output.format, ifdsweep::Format::json);
+    EXPECT_EQ(parse({"--format=typed", "f"}).options.output.format, ifdsweep::Format::typed);
+    EXPECT_EQ(parse({"--format", "text", "f"}).options.output.format, ifdsweep::Format::text);
 }
 
 TEST(ArgumentsTest, valueBudget) {
     EXPECT_FALSE(parse({"f"}).options.read.valueBudget.has_value());
     EXPECT_EQ(parse({"--value-budget", "1048576", "f"}).options.read.valueBudget, 1048576U);
     EXPECT_EQ(parse({"--value-budget", "unlimited", "f"}).options.read.valueBudget,
-              host::ValueBudget::kUnlimited);
+              ifdsweep::ValueBudget::kUnlimited);
     EXPECT_EQ(parse({"--value-budget", "unlimited", "f"}).options.read.readBudget, std::nullopt);
 }
 
@@ -78,7 +78,7 @@ TEST(ArgumentsTest, readBudget) {
     EXPECT_EQ(parse({"--read-budget", "0", "f"}).options.read.readBudget, 0U);
     EXPECT_EQ(parse({"--read-budget", "1048576", "f"}).options.read.readBudget, 1048576U);
     EXPECT_EQ(parse({"--read-budget", "unlimited", "f"}).options.read.readBudget,
-              host::kUnlimitedReads);
+              ifdsweep::kUnlimitedReads);
 }
 
 TEST(ArgumentsTest, everyFileNameComesThrough) {
@@ -169,7 +169,7 @@ TEST(ArgumentsTest, aComplaintIsOneLine) {
 }
 
 TEST(ArgumentsTest, input) {
-    const app::InputChoice none = parse({"f"}).options.input;
+    const ifdsweep::InputChoice none = parse({"f"}).options.input;
     EXPECT_TRUE(none.recursive);
     EXPECT_FALSE(none.nulSeparated || none.followLinks || none.everyFile);
     EXPECT_TRUE(none.listFile.empty() && none.included.empty() && none.excluded.empty());
@@ -177,7 +177,7 @@ TEST(ArgumentsTest, input) {
         parse({"--no-recursive", "--include", "*.tif", "--include", "*.jpg", "--exclude", "old",
                "--all", "--follow", "--files-from", "-", "--null", "--exclude=tmp"});
     ASSERT_EQ(line.action, Action::read) << line.text;
-    const app::InputChoice& input = line.options.input;
+    const ifdsweep::InputChoice& input = line.options.input;
     EXPECT_FALSE(input.recursive);
     EXPECT_TRUE(input.everyFile);
     EXPECT_TRUE(input.followLinks);
@@ -189,45 +189,45 @@ TEST(ArgumentsTest, input) {
 }
 
 TEST(ArgumentsTest, output) {
-    const app::OutputChoice none = parse({"f"}).options.output;
-    EXPECT_EQ(none.layout, app::JsonLayout::filePerLine);
-    EXPECT_EQ(none.warnings, app::WarningDetail::each);
+    const ifdsweep::OutputChoice none = parse({"f"}).options.output;
+    EXPECT_EQ(none.layout, ifdsweep::JsonLayout::filePerLine);
+    EXPECT_EQ(none.warnings, ifdsweep::WarningDetail::each);
     EXPECT_FALSE(none.shorten.has_value() || none.nestedRows);
     EXPECT_TRUE(none.fields.empty() && none.ignored.empty());
     const auto line = parse({"--format", "csv", "--nested", "--output", "o", "--tags", "Make,50000",
                              "--tags", "Model,Make,50000", "--warnings", "count", "--ignore",
                              "readBudgetSpent", "--ignore", "ifdsweep:outOfMemory", "f"});
     ASSERT_EQ(line.action, Action::read) << line.text;
-    const app::OutputChoice& output = line.options.output;
-    EXPECT_EQ(output.format, app::Format::csv);
+    const ifdsweep::OutputChoice& output = line.options.output;
+    EXPECT_EQ(output.format, ifdsweep::Format::csv);
     EXPECT_TRUE(output.nestedRows);
     EXPECT_EQ(line.options.run.outputFile, "o");
     ASSERT_EQ(output.fields.size(), 3U);
     EXPECT_EQ(output.fields[0].name, "Make");
     EXPECT_EQ(output.fields[1].unknownId, 50000);
     EXPECT_EQ(output.fields[2].name, "Model");
-    EXPECT_EQ(output.warnings, app::WarningDetail::count);
+    EXPECT_EQ(output.warnings, ifdsweep::WarningDetail::count);
     EXPECT_EQ(output.ignored, (std::vector<std::string>{"Velmora:filesystem:readBudgetSpent",
                                                         "ifdsweep:outOfMemory"}));
     EXPECT_EQ(parse({"--warnings", "none", "f"}).options.output.warnings,
-              app::WarningDetail::none);
+              ifdsweep::WarningDetail::none);
     EXPECT_EQ(parse({"--shorten", "3", "f"}).options.output.shorten, 3U);
     EXPECT_EQ(parse({"--shorten", "all", "f"}).options.output.shorten, 0U);
     EXPECT_EQ(parse({"--compact", "--format", "json", "f"}).options.output.layout,
-              app::JsonLayout::compact);
+              ifdsweep::JsonLayout::compact);
     EXPECT_EQ(parse({"--format", "json", "f", "--pretty"}).options.output.layout,
-              app::JsonLayout::pretty);
+              ifdsweep::JsonLayout::pretty);
 }
 
 TEST(ArgumentsTest, run) {
-    const app::RunChoice none = parse({"f"}).options.run;
-    const app::WorkerChoice workers = parse({"f"}).options.workers;
+    const ifdsweep::RunChoice none = parse({"f"}).options.run;
+    const ifdsweep::WorkerChoice workers = parse({"f"}).options.workers;
     EXPECT_FALSE(workers.jobs || workers.timeout || workers.memory || none.strict);
     EXPECT_TRUE(none.progress && none.failureFile.empty() && none.journal.empty());
     const auto line = parse({"--jobs", "1024", "--timeout", "0.5", "--memory", "1", "--strict",
                              "--no-progress", "--failures", "x", "--resume", "j", "f"});
     ASSERT_EQ(line.action, Action::read) << line.text;
-    const app::RunChoice& run = line.options.run;
+    const ifdsweep::RunChoice& run = line.options.run;
     EXPECT_EQ(line.options.workers.jobs, 1024U);
     EXPECT_EQ(line.options.workers.timeout, 0.5);
     EXPECT_EQ(line.options.workers.memory, 1U);
@@ -252,7 +252,7 @@ TEST(ArgumentsTest, helpNamesEveryOption) {
     for (const char* const option : {"-h", "--help"}) {
         const auto line = parse({option});
         ASSERT_EQ(line.action, Action::print);
-        for (const app::OptionRow& row : app::optionTable()) {
+        for (const ifdsweep::OptionRow& row : ifdsweep::optionTable()) {
             EXPECT_NE(line.text.find(std::string(row.name) + " "), std::string::npos) << row.name;
         }
         for (const char* const mentioned :

@@ -66,7 +66,7 @@ std::vector<Row> parsed(std::string_view table) {
 class CsvTest : public testing::Test {
 protected:
     /// A directory with SubIFDs of two trees, an Exif directory, and an unknown tag.
-    static app::Outcome nestedOutcome() {
+    static ifdsweep::Outcome nestedOutcome() {
         auto leaf = rendering::records(1, {"ExposureTime"});
         setField(leaf, 0, "ExposureTime", number(0.5));
         auto first = rendering::records(2, {"Width", "DigitalCamera"});
@@ -77,7 +77,7 @@ protected:
         setField(second, 0, "Artist", rendering::text(u"me"));
         auto unknown = rendering::records(1, {"ID", "Offset", "Value"});
         setField(unknown, 0, "ID", number(50000));
-        app::Outcome outcome;
+        ifdsweep::Outcome outcome;
         outcome.file = "n.tif";
         outcome.result = rendering::records(2, {"SubIFDs", "Artist", "UnknownTags"});
         setField(outcome.result, 0, "SubIFDs",
@@ -88,17 +88,17 @@ protected:
     }
 
     /// The table of outcomes; without columns, by way of a file.
-    static std::string table(const std::vector<app::Outcome>& outcomes, bool nestedRows,
+    static std::string table(const std::vector<ifdsweep::Outcome>& outcomes, bool nestedRows,
                              const std::vector<std::string>& columns) {
-        app::WriterSettings settings;
+        ifdsweep::WriterSettings settings;
         settings.nestedRows = nestedRows;
         settings.columns = columns;
-        const auto write = [&](app::Output& output) {
-            app::CsvWriter writer(output, settings);
+        const auto write = [&](ifdsweep::Output& output) {
+            ifdsweep::CsvWriter writer(output, settings);
             if (!columns.empty()) {
                 writer.begin();
             }
-            for (const app::Outcome& outcome : outcomes) {
+            for (const ifdsweep::Outcome& outcome : outcomes) {
                 writer.write(outcome);
             }
             writer.end();
@@ -106,20 +106,21 @@ protected:
         if (!columns.empty()) {
             return rendered(write);
         }
-        const app::Descriptor rows = app::makeTemporaryFile();
-        app::FileDescriptorSink(rows.get()).write(rendered(write));
-        return rendered([&](app::Output& output) { app::assembleCsv(rows.get(), output); });
+        const ifdsweep::Descriptor rows = ifdsweep::makeTemporaryFile();
+        ifdsweep::FileDescriptorSink(rows.get()).write(rendered(write));
+        return rendered(
+            [&](ifdsweep::Output& output) { ifdsweep::assembleCsv(rows.get(), output); });
     }
 
-    static std::string table(app::Outcome outcome, bool nestedRows,
+    static std::string table(ifdsweep::Outcome outcome, bool nestedRows,
                              const std::vector<std::string>& columns) {
-        std::vector<app::Outcome> outcomes;
+        std::vector<ifdsweep::Outcome> outcomes;
         outcomes.push_back(std::move(outcome));
         return table(outcomes, nestedRows, columns);
     }
 
-    host::Host host;
-    host::Host::Scope scope{host};
+    ifdsweep::Host host;
+    ifdsweep::Host::Scope scope{host};
 };
 
 TEST_F(CsvTest, cellsAreQuotedWhereTheyMustBe) {
@@ -137,7 +138,7 @@ TEST_F(CsvTest, cellsAreQuotedWhereTheyMustBe) {
         {u"caf\xE9", "café"},
     };
     for (const auto& [text, cell] : rows) {
-        app::Outcome outcome;
+        ifdsweep::Outcome outcome;
         outcome.file = "a.tif";
         outcome.result = rendering::records(1, {"Artist"});
         setField(outcome.result, 0, "Artist", rendering::text(text));
@@ -147,13 +148,13 @@ TEST_F(CsvTest, cellsAreQuotedWhereTheyMustBe) {
 }
 
 TEST_F(CsvTest, fileNamesAndColumnsAreQuotedToo) {
-    EXPECT_EQ(app::csvHeader({"a", "b,c", "d\"e"}), "File,Directory,a,\"b,c\",\"d\"\"e\"\r\n");
-    app::Outcome outcome;
+    EXPECT_EQ(ifdsweep::csvHeader({"a", "b,c", "d\"e"}), "File,Directory,a,\"b,c\",\"d\"\"e\"\r\n");
+    ifdsweep::Outcome outcome;
     outcome.file = "a,\"b\"\n.tif";
     outcome.result = rendering::records(1, {"Width"});
     setField(outcome.result, 0, "Width", number(7));
     for (const std::vector<std::string>& columns : {std::vector<std::string>{}, {"Width"}}) {
-        app::Outcome same;
+        ifdsweep::Outcome same;
         same.file = outcome.file;
         same.result = rendering::records(1, {"Width"});
         setField(same.result, 0, "Width", number(7));
@@ -163,17 +164,17 @@ TEST_F(CsvTest, fileNamesAndColumnsAreQuotedToo) {
 }
 
 TEST_F(CsvTest, onATerminalCellsShowWhatTheyHold) {
-    app::WriterSettings settings;
+    ifdsweep::WriterSettings settings;
     settings.columns = {"Artist", "Bytes"};
     settings.toTerminal = true;
-    app::Outcome outcome;
+    ifdsweep::Outcome outcome;
     outcome.file = "a\x1b[2J\n\xFF.tif";
     outcome.result = rendering::records(1, {"Artist", "Bytes"});
     setField(outcome.result, 0, "Artist",
              rendering::cells(rendering::text(u"one\r\ntwo, \"x\" \\"), rendering::text(u"\x9D")));
     setField(outcome.result, 0, "Bytes", rendering::bytes({0, 9, 255}));
-    const std::string shown = rendered([&](app::Output& output) {
-        app::CsvWriter writer(output, settings);
+    const std::string shown = rendered([&](ifdsweep::Output& output) {
+        ifdsweep::CsvWriter writer(output, settings);
         writer.begin();
         writer.write(outcome);
         writer.end();
@@ -186,7 +187,7 @@ TEST_F(CsvTest, onATerminalCellsShowWhatTheyHold) {
 }
 
 TEST_F(CsvTest, valuesInCells) {
-    app::Outcome outcome;
+    ifdsweep::Outcome outcome;
     outcome.file = "a";
     outcome.result = rendering::records(
         1, {"Row", "Matrix", "Bytes", "Cells", "Empty", "None", "NotFinite", "Records"});
@@ -230,13 +231,13 @@ TEST_F(CsvTest, columnsThatOccurStandInTheirOrder) {
                                 {"n.tif", "0/SubIFDs[0]/1/DigitalCamera/0", "", "0.5", ""},
                                 {"n.tif", "0/SubIFDs[1]/0", "", "", "me"},
                                 {"n.tif", "1", "", "", "you"}}));
-    EXPECT_EQ(table(std::vector<app::Outcome>{}, false, {}), "File,Directory\r\n");
+    EXPECT_EQ(table(std::vector<ifdsweep::Outcome>{}, false, {}), "File,Directory\r\n");
 }
 
 TEST_F(CsvTest, theSameCellsWithAndWithoutFixedColumns) {
-    std::vector<app::Outcome> outcomes;
+    std::vector<ifdsweep::Outcome> outcomes;
     for (int file = 0; file < 50; ++file) {
-        app::Outcome outcome;
+        ifdsweep::Outcome outcome;
         outcome.file = "f" + std::to_string(file);
         const std::string own = "Own" + std::to_string(file % 7);
         outcome.result = rendering::records(1, {own.c_str(), "Artist"});
@@ -264,12 +265,12 @@ TEST_F(CsvTest, theReaderOfTheTestIsStrict) {
 }
 
 TEST_F(CsvTest, filesWithoutARecordHaveNoRow) {
-    app::Outcome failed;
+    ifdsweep::Outcome failed;
     failed.file = "f";
-    app::Outcome empty;
+    ifdsweep::Outcome empty;
     empty.file = "e";
     empty.result = rendering::noRecords();
-    std::vector<app::Outcome> outcomes;
+    std::vector<ifdsweep::Outcome> outcomes;
     outcomes.push_back(std::move(failed));
     outcomes.push_back(std::move(empty));
     EXPECT_EQ(table(outcomes, true, {"Width"}), "File,Directory,Width\r\n");

@@ -16,9 +16,9 @@ using rendering::cells;
 using rendering::number;
 using rendering::setField;
 
-std::string typed(const host::ValueHandle& value) {
+std::string typed(const ifdsweep::ValueHandle& value) {
     return rendering::rendered(
-        [&](app::Output& output) { app::appendTypedValue(output, value.get()); });
+        [&](ifdsweep::Output& output) { ifdsweep::appendTypedValue(output, value.get()); });
 }
 
 class FieldSelectionTest : public testing::Test {
@@ -26,8 +26,8 @@ protected:
     ~FieldSelectionTest() override { EXPECT_EQ(host.liveValues(), 0U); }
 
     /// Fields by name; "#" stands before an unknown tag.
-    static std::vector<app::ChosenField> fields(const std::vector<std::string>& names) {
-        std::vector<app::ChosenField> chosen;
+    static std::vector<ifdsweep::ChosenField> fields(const std::vector<std::string>& names) {
+        std::vector<ifdsweep::ChosenField> chosen;
         for (const std::string& name : names) {
             const bool isUnknown = name[0] == '#';
             const std::string plain = name.substr(isUnknown ? 1 : 0);
@@ -38,13 +38,13 @@ protected:
         return chosen;
     }
 
-    static std::string selected(const host::ValueHandle& value,
+    static std::string selected(const ifdsweep::ValueHandle& value,
                                 const std::vector<std::string>& names) {
-        return typed(app::selectFields(*value, fields(names)));
+        return typed(ifdsweep::selectFields(*value, fields(names)));
     }
 
-    host::Host host;
-    host::Host::Scope scope{host};
+    ifdsweep::Host host;
+    ifdsweep::Host::Scope scope{host};
 };
 
 TEST_F(FieldSelectionTest, inTheOrderAskedFor) {
@@ -70,7 +70,7 @@ TEST_F(FieldSelectionTest, everyKindOfValueIsCopied) {
     setField(records, 0, "a", rendering::numbers(2, 2, {1, 2, 3, 4}));
     setField(records, 0, "b", rendering::bytes({0, 255}));
     setField(records, 0, "c", rendering::text(u"z\xFFFC"));
-    setField(records, 0, "d", cells(number(1), host::ValueHandle(), rendering::emptyText()));
+    setField(records, 0, "d", cells(number(1), ifdsweep::ValueHandle(), rendering::emptyText()));
     setField(records, 0, "e", std::move(inner));
     EXPECT_EQ(selected(records, {"a", "b", "c", "d", "e"}), typed(records));
 }

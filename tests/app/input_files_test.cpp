@@ -37,11 +37,12 @@ protected:
     }
 
     /// The paths in their order, from the folder on; the failures behind "! ".
-    Names found(app::InputChoice choice, std::vector<app::FileIdentity> written = {}) const {
+    Names found(ifdsweep::InputChoice choice,
+                std::vector<ifdsweep::FileIdentity> written = {}) const {
         for (std::string& path : choice.paths) {
             path = path == "-" ? path : (folder / path).string();
         }
-        app::InputFiles files(choice, std::move(written));
+        ifdsweep::InputFiles files(choice, std::move(written));
         Names names;
         while (const auto file = files.next()) {
             const std::string prefix = folder.path().string() + '/';
@@ -53,15 +54,15 @@ protected:
         return names;
     }
 
-    static app::InputChoice choose(Names paths) {
-        app::InputChoice choice;
+    static ifdsweep::InputChoice choose(Names paths) {
+        ifdsweep::InputChoice choice;
         choice.paths = std::move(paths);
         return choice;
     }
 
-    app::InputChoice chooseList(const std::string& lines, bool nulSeparated) const {
+    ifdsweep::InputChoice chooseList(const std::string& lines, bool nulSeparated) const {
         write(folder / "list", lines);
-        app::InputChoice choice;
+        ifdsweep::InputChoice choice;
         choice.listFile = (folder / "list").string();
         choice.nulSeparated = nulSeparated;
         return choice;
@@ -83,7 +84,7 @@ TEST_F(InputFilesTest, slashesBehindAFolderStayAsTheyAre) {
 }
 
 TEST_F(InputFilesTest, notRecursiveIsOneLevel) {
-    app::InputChoice choice = choose({"", "b", "b/c/3.jpg"});
+    ifdsweep::InputChoice choice = choose({"", "b", "b/c/3.jpg"});
     choice.recursive = false;
     EXPECT_EQ(found(choice), (Names{"a.tif", "ä.tif", "b/1.tif", "b/2.tif", "b/c/3.jpg"}));
 }
@@ -106,7 +107,7 @@ TEST_F(InputFilesTest, patterns) {
         {{"none"}, {}, {}},
     };
     for (const Case& row : rows) {
-        app::InputChoice choice = choose({""});
+        ifdsweep::InputChoice choice = choose({""});
         choice.included = row.included;
         choice.excluded = row.excluded;
         EXPECT_EQ(found(choice), row.expected)
@@ -115,7 +116,7 @@ TEST_F(InputFilesTest, patterns) {
 }
 
 TEST_F(InputFilesTest, patternsAreForWhatIsFoundAlone) {
-    app::InputChoice choice = choose({"a.tif", "b/c"});
+    ifdsweep::InputChoice choice = choose({"a.tif", "b/c"});
     choice.included = {"*.jpg"};
     choice.excluded = {"a*", "c"};
     EXPECT_EQ(found(choice), (Names{"a.tif", "b/c/3.jpg"}));
@@ -125,7 +126,7 @@ TEST_F(InputFilesTest, linksToFoldersAreFollowedOnDemand) {
     fs::create_symlink("../b/c", folder / "z/link");
     fs::create_symlink("../a.tif", folder / "z/file");
     EXPECT_EQ(found(choose({"z"})), (Names{"z/5.TIF", "z/file"}));
-    app::InputChoice choice = choose({"z"});
+    ifdsweep::InputChoice choice = choose({"z"});
     choice.followLinks = true;
     EXPECT_EQ(found(choice), (Names{"z/5.TIF", "z/file", "z/link/3.jpg", "z/link/d/4.tif"}));
     // A link that was named is followed anyway.
@@ -143,7 +144,7 @@ TEST_F(InputFilesTest, noFolderIsWalkedTwice) {
     fs::create_symlink("..", folder / "b/c/loop");
     fs::create_symlink(".", folder / "b/c/self");
     fs::create_symlink("../b", folder / "z/again");
-    app::InputChoice choice = choose({""});
+    ifdsweep::InputChoice choice = choose({""});
     choice.followLinks = true;
     EXPECT_EQ(found(choice), all);
 }
@@ -154,9 +155,10 @@ TEST_F(InputFilesTest, aFileIsReadAsOftenAsItIsNamed) {
 
 TEST_F(InputFilesTest, whatIsFoundIsSniffedUnlessAllIsTried) {
     for (const bool all : {false, true}) {
-        app::InputChoice choice = choose({(folder / "z").string(), (folder / "a.tif").string()});
+        ifdsweep::InputChoice choice =
+            choose({(folder / "z").string(), (folder / "a.tif").string()});
         choice.everyFile = all;
-        app::InputFiles files(choice, {});
+        ifdsweep::InputFiles files(choice, {});
         EXPECT_EQ(files.next()->imagesOnly, all ? false : true);
         EXPECT_EQ(files.next()->imagesOnly, false);
     }
@@ -164,7 +166,7 @@ TEST_F(InputFilesTest, whatIsFoundIsSniffedUnlessAllIsTried) {
 
 TEST_F(InputFilesTest, whatIsWrittenIsNotRead) {
     const int file = ::open((folder / "a.tif").c_str(), O_RDONLY | O_CLOEXEC);
-    const auto identity = app::identityOf(file);
+    const auto identity = ifdsweep::identityOf(file);
     ::close(file);
     ASSERT_TRUE(identity.has_value());
     EXPECT_EQ(found(choose({"a.tif", "z"}), {*identity}),
@@ -176,7 +178,7 @@ TEST_F(InputFilesTest, whatIsWrittenIsNotRead) {
 
 TEST_F(InputFilesTest, listsAreReadBehindTheCommandLine) {
     const std::string start = folder.path().string() + '/';
-    app::InputChoice choice =
+    ifdsweep::InputChoice choice =
         chooseList(start + "z\n" + start + "a.tif\n\n" + start + "b/1.tif\t# failed\n-", false);
     choice.paths = {"b/c"};
     const std::string list = "! list: line 3 of the list is empty";
@@ -194,9 +196,9 @@ TEST_F(InputFilesTest, nulSeparatedListsTakeEveryName) {
 }
 
 TEST_F(InputFilesTest, aListThatCannotBeOpened) {
-    app::InputChoice choice;
+    ifdsweep::InputChoice choice;
     choice.listFile = (folder / "none").string();
-    EXPECT_THROW(app::InputFiles(choice, {}), app::RunFailure);
+    EXPECT_THROW(ifdsweep::InputFiles(choice, {}), ifdsweep::RunFailure);
 }
 
 TEST_F(InputFilesTest, standardInputIsNoFileOfThatName) {
@@ -205,18 +207,18 @@ TEST_F(InputFilesTest, standardInputIsNoFileOfThatName) {
 }
 
 TEST_F(InputFilesTest, aFolderListingTellsWhyItCannot) {
-    EXPECT_EQ(app::FolderListing((folder / "none").string()).error(), ENOENT);
-    EXPECT_EQ(app::FolderListing((folder / "a.tif").string()).error(), ENOTDIR);
-    app::FolderListing listing((folder / "b").string());
+    EXPECT_EQ(ifdsweep::FolderListing((folder / "none").string()).error(), ENOENT);
+    EXPECT_EQ(ifdsweep::FolderListing((folder / "a.tif").string()).error(), ENOTDIR);
+    ifdsweep::FolderListing listing((folder / "b").string());
     EXPECT_EQ(listing.error(), 0);
     const auto first = listing.take();
     EXPECT_EQ(first.name, "1.tif");
-    EXPECT_EQ(first.kind, app::FolderListing::Kind::file);
+    EXPECT_EQ(first.kind, ifdsweep::FolderListing::Kind::file);
     EXPECT_EQ(listing.take().name, "2.tif");
     EXPECT_FALSE(listing.isDone());
-    EXPECT_EQ(listing.take().kind, app::FolderListing::Kind::folder);
+    EXPECT_EQ(listing.take().kind, ifdsweep::FolderListing::Kind::folder);
     EXPECT_TRUE(listing.isDone());
-    const app::FolderListing same((folder / "b/../b").string());
+    const ifdsweep::FolderListing same((folder / "b/../b").string());
     EXPECT_EQ(same.identity(), listing.identity());
 }
 
@@ -230,7 +232,7 @@ TEST_F(InputFilesTest, aPathListGivesLinesOfEveryLength) {
     }
     expected.emplace_back("end");
     write(folder / "list", text + "end");
-    app::PathList list((folder / "list").string(), false);
+    ifdsweep::PathList list((folder / "list").string(), false);
     for (const std::string& line : expected) {
         ASSERT_TRUE(list.isReady());
         ASSERT_EQ(list.next(), line);
@@ -244,7 +246,7 @@ TEST_F(InputFilesTest, aPathListThatIsStillWrittenIsNotWaitedFor) {
     const std::string pipe = folder / "pipe";
     ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
     const int both = ::open(pipe.c_str(), O_RDWR | O_CLOEXEC);
-    app::PathList list(pipe, false);
+    ifdsweep::PathList list(pipe, false);
     const int writing = ::open(pipe.c_str(), O_WRONLY | O_CLOEXEC);
     ::close(both);
     EXPECT_FALSE(list.isReady());
@@ -261,8 +263,8 @@ TEST_F(InputFilesTest, aPathListThatIsStillWrittenIsNotWaitedFor) {
 }
 
 TEST_F(InputFilesTest, aFolderIsNoPathList) {
-    app::PathList list((folder / "b").string(), false);
-    EXPECT_THROW(static_cast<void>(list.next()), app::OutputError);
+    ifdsweep::PathList list((folder / "b").string(), false);
+    EXPECT_THROW(static_cast<void>(list.next()), ifdsweep::OutputError);
 }
 
 }  // namespace

@@ -58,7 +58,7 @@ protected:
 };
 
 TEST_F(InterruptionTest, whatWasPrintedIsWhole) {
-    for (const int signal : app::Interruption::kSignals) {
+    for (const int signal : ifdsweep::Interruption::kSignals) {
         Running program = startEndless({"--format", "ndjson", "--jobs", "1"});
         ASSERT_TRUE(comesTrue([&] { return linesOf(endingOf(0).out).size() == 2; }));
         program.send(signal);
@@ -275,7 +275,7 @@ TEST_F(InterruptionTest, aLostTerminalEndsTheWholeGroupInOrder) {
 }
 
 TEST_F(InterruptionTest, oneFileEndsAtOnceOnAnyOfThem) {
-    for (const int signal : app::Interruption::kSignals) {
+    for (const int signal : ifdsweep::Interruption::kSignals) {
         Launch launch;
         launch.arguments = {"--read-budget", "unlimited", "--value-budget", "unlimited",
                             "slow.tif"};
@@ -291,7 +291,7 @@ TEST_F(InterruptionTest, oneFileEndsAtOnceOnAnyOfThem) {
 int statusOf(const std::function<void()>& act) {
     const pid_t child = ::fork();
     if (child == 0) {
-        for (const int signal : app::Interruption::kSignals) {
+        for (const int signal : ifdsweep::Interruption::kSignals) {
             ::signal(signal, SIG_DFL);
         }
         act();
@@ -305,10 +305,10 @@ TEST_F(InterruptionTest, aFileIsRemovedAtTheEnd) {
     const auto endTwice = [&](bool isKept) {
         programrun::write(file, "");
         return statusOf([&] {
-            const app::Interruption interruption;
-            app::Interruption::removeAtEnd(file.string());
+            const ifdsweep::Interruption interruption;
+            ifdsweep::Interruption::removeAtEnd(file.string());
             if (isKept) {
-                app::Interruption::keep();
+                ifdsweep::Interruption::keep();
             }
             ::raise(SIGTERM);
             if (interruption.signal() == SIGTERM && fs::exists(file)) {
@@ -322,9 +322,9 @@ TEST_F(InterruptionTest, aFileIsRemovedAtTheEnd) {
     EXPECT_TRUE(fs::exists(file));
     // A longer one cannot be the name of a file.
     const int status = statusOf([&] {
-        const app::Interruption interruption;
-        app::Interruption::removeAtEnd(file.string());
-        app::Interruption::removeAtEnd(std::string(100'000, 'x'));
+        const ifdsweep::Interruption interruption;
+        ifdsweep::Interruption::removeAtEnd(file.string());
+        ifdsweep::Interruption::removeAtEnd(std::string(100'000, 'x'));
         ::raise(SIGINT);
         ::raise(SIGINT);
     });
@@ -334,13 +334,13 @@ TEST_F(InterruptionTest, aFileIsRemovedAtTheEnd) {
 
 TEST_F(InterruptionTest, aSignalOfBeforeEndsItWhenItIsToEndAtOnce) {
     EXPECT_EQ(statusOf([] {
-                  app::Interruption interruption;
+                  ifdsweep::Interruption interruption;
                   ::raise(SIGHUP);
                   interruption.endAtOnce();
               }),
               129);
     EXPECT_EQ(statusOf([] {
-                  app::Interruption interruption;
+                  ifdsweep::Interruption interruption;
                   interruption.endAtOnce();
                   interruption.takeNote();
                   ::raise(SIGINT);
@@ -351,7 +351,7 @@ TEST_F(InterruptionTest, aSignalOfBeforeEndsItWhenItIsToEndAtOnce) {
 
 TEST_F(InterruptionTest, aForkedProcessTellsNothing) {
     const int status = statusOf([] {
-        const app::Interruption interruption;
+        const ifdsweep::Interruption interruption;
         const pid_t child = ::fork();
         if (child == 0) {
             ::raise(SIGTERM);
@@ -368,7 +368,7 @@ TEST_F(InterruptionTest, theHandlerKeepsErrno) {
     const int status = statusOf([] {
         const rlimit none{0, 0};
         ::setrlimit(RLIMIT_NOFILE, &none);  // no pipe, and the handler's write fails
-        const app::Interruption interruption;
+        const ifdsweep::Interruption interruption;
         errno = 77;
         ::raise(SIGINT);
         ::_exit(errno == 77 && interruption.signal() == SIGINT ? 0 : 1);

@@ -11,10 +11,10 @@
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
-using Outcome = app::JpegSearch::Outcome;
+using Outcome = ifdsweep::JpegSearch::Outcome;
 
 /// Serves bytes in memory and counts the reads.
-class MemoryReader final : public app::ByteReader {
+class MemoryReader final : public ifdsweep::ByteReader {
 public:
     explicit MemoryReader(Bytes fileBytes) : bytes(std::move(fileBytes)) {}
 
@@ -105,7 +105,7 @@ class JpegLocatorTest : public testing::TestWithParam<Case> {};
 
 TEST_P(JpegLocatorTest, findsTheHeaderOrSaysWhy) {
     MemoryReader reader(GetParam().file);
-    const app::JpegSearch search = app::findExifHeader(reader);
+    const ifdsweep::JpegSearch search = ifdsweep::findExifHeader(reader);
     EXPECT_EQ(search.outcome, GetParam().outcome);
     EXPECT_EQ(search.position, GetParam().position);
 }
@@ -118,7 +118,7 @@ TEST(JpegLocatorTest, endsForEveryLengthOfAFile) {
     for (std::size_t size = 2; size < whole.size(); ++size) {
         MemoryReader reader(
             Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size)));
-        const app::JpegSearch search = app::findExifHeader(reader);
+        const ifdsweep::JpegSearch search = ifdsweep::findExifHeader(reader);
         const bool complete = size >= whole.size() - 4;  // the TIFF header itself is not looked at
         EXPECT_EQ(search.outcome, complete ? Outcome::found : Outcome::damaged) << size;
     }
@@ -126,7 +126,7 @@ TEST(JpegLocatorTest, endsForEveryLengthOfAFile) {
 
 TEST(JpegLocatorTest, neighbouringSegmentsCostOneRead) {
     MemoryReader reader(kStart + kJfif + kXmp + kExif + kScan);
-    EXPECT_EQ(app::findExifHeader(reader).outcome, Outcome::found);
+    EXPECT_EQ(ifdsweep::findExifHeader(reader).outcome, Outcome::found);
     EXPECT_EQ(reader.reads, 1U);
 }
 
@@ -141,8 +141,8 @@ Bytes repeated(const Bytes& piece, std::size_t size) {
 /// Searches a file and tells whether its reads are in proportion to its size.
 void expectFewReads(Bytes file, const std::string& name) {
     MemoryReader reader(std::move(file));
-    static_cast<void>(app::findExifHeader(reader));
-    EXPECT_LE(reader.reads, reader.bytes.size() / app::kJpegWindow + 3) << name;
+    static_cast<void>(ifdsweep::findExifHeader(reader));
+    EXPECT_LE(reader.reads, reader.bytes.size() / ifdsweep::kJpegWindow + 3) << name;
     EXPECT_LE(reader.delivered, reader.bytes.size()) << name;
 }
 
@@ -160,14 +160,14 @@ TEST(JpegLocatorTest, noByteIsReadTwice) {
         expectFewReads(kStart + repeated(piece, kLarge), name);
     }
     // Segments that are as long as a window or nearly so, hence cut by its end at every place.
-    for (std::size_t length = 0; length <= 2 * app::kJpegWindow + 16; ++length) {
+    for (std::size_t length = 0; length <= 2 * ifdsweep::kJpegWindow + 16; ++length) {
         expectFewReads(kStart + repeated(segment(0xE1, Bytes(length, 'E')) + nearlyExif, 100000),
                        "a segment with " + std::to_string(length) + " bytes");
     }
 }
 
 TEST(JpegLocatorTest, everyEndOfAFileCostsTwoReadsAtMost) {
-    for (std::size_t size = app::kJpegWindow - 8; size < app::kJpegWindow + 8; ++size) {
+    for (std::size_t size = ifdsweep::kJpegWindow - 8; size < ifdsweep::kJpegWindow + 8; ++size) {
         for (const Bytes& piece : {Bytes{0}, Bytes{0xFF}, Bytes{0xFF, 0xD0}, segment(0xE1, {})}) {
             for (const Bytes& end :
                  {Bytes{}, Bytes{0xFF}, Bytes{0xFF, 0xE1}, Bytes{0xFF, 0xE1, 0}}) {
@@ -185,7 +185,7 @@ TEST(JpegLocatorTest, knowsTheStartOfAJpegFile) {
                                              {{0xFF, 0xD9}, false}, {{'I', 'I', 42, 0}, false}};
     for (const auto& [bytes, expected] : starts) {
         MemoryReader reader(bytes);
-        EXPECT_EQ(app::beginsAsJpeg(reader), expected) << testing::PrintToString(bytes);
+        EXPECT_EQ(ifdsweep::beginsAsJpeg(reader), expected) << testing::PrintToString(bytes);
     }
 }
 

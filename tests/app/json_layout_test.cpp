@@ -17,8 +17,8 @@ using rendering::rendered;
 
 /// Dense JSON indented, handed over in pieces of a size.
 std::string indented(const std::string& dense, std::size_t depth, std::size_t pieceSize) {
-    return rendered([&](app::Output& output) {
-        app::IndentingSink sink(output, depth);
+    return rendered([&](ifdsweep::Output& output) {
+        ifdsweep::IndentingSink sink(output, depth);
         for (std::size_t begin = 0; begin < dense.size(); begin += pieceSize) {
             sink.write(std::string_view(dense).substr(begin, pieceSize));
         }
@@ -48,8 +48,8 @@ TEST(IndentingSinkTest, startsAtADepth) {
     EXPECT_EQ(indented(R"({"a":[1]})", 1, 1000), "  {\n    \"a\": [\n      1\n    ]\n  }");
 }
 
-app::Outcome outcomeOf(const char* file) {
-    app::Outcome outcome;
+ifdsweep::Outcome outcomeOf(const char* file) {
+    ifdsweep::Outcome outcome;
     outcome.file = file;
     outcome.result = rendering::records(1, {"Width", "Artist"});
     rendering::setField(outcome.result, 0, "Width", rendering::numbers(1, 2, {1, 2}));
@@ -59,7 +59,7 @@ app::Outcome outcomeOf(const char* file) {
 
 template <class Writer, class... Arguments>
 std::string written(int files, Arguments... arguments) {
-    return rendered([&](app::Output& output) {
+    return rendered([&](ifdsweep::Output& output) {
         Writer writer(output, arguments...);
         writer.begin();
         for (int file = 0; file < files; ++file) {
@@ -70,13 +70,14 @@ std::string written(int files, Arguments... arguments) {
 }
 
 TEST(JsonLayoutTest, allLayoutsSayTheSame) {
-    host::Host host;
-    const host::Host::Scope scope(host);
+    ifdsweep::Host host;
+    const ifdsweep::Host::Scope scope(host);
     for (const int files : {0, 1, 2, 3}) {
-        const auto pretty = written<app::JsonWriter>(files, app::JsonLayout::pretty);
-        const auto compact = written<app::JsonWriter>(files, app::JsonLayout::compact);
-        const auto perLine = written<app::JsonWriter>(files, app::JsonLayout::filePerLine);
-        const auto lines = written<app::LineWriter>(files);
+        const auto pretty = written<ifdsweep::JsonWriter>(files, ifdsweep::JsonLayout::pretty);
+        const auto compact = written<ifdsweep::JsonWriter>(files, ifdsweep::JsonLayout::compact);
+        const auto perLine =
+            written<ifdsweep::JsonWriter>(files, ifdsweep::JsonLayout::filePerLine);
+        const auto lines = written<ifdsweep::LineWriter>(files);
         const json value = json::parse(perLine);
         ASSERT_EQ(value.size(), static_cast<std::size_t>(files));
         EXPECT_EQ(json::parse(pretty), value);

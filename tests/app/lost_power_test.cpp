@@ -51,7 +51,7 @@ std::size_t keptOf(Luck luck, const std::string& name, std::size_t synced, std::
 
 /// A disk that keeps apart what was written and what was synced, and ends at a given operation.
 /// Every file stays linked in a folder beside, so that a name that is lost can come back.
-class ForgetfulDisk final : public app::Disk {
+class ForgetfulDisk final : public ifdsweep::Disk {
 public:
     ForgetfulDisk(fs::path diskFolder, fs::path besideFolder, std::size_t operationsToDo)
         : folder(std::move(diskFolder)), beside(std::move(besideFolder)), left(operationsToDo) {
@@ -162,7 +162,7 @@ private:
 };
 
 /// A disk that loses nothing and need not wait.
-class QuickDisk final : public app::Disk {
+class QuickDisk final : public ifdsweep::Disk {
 public:
     int sync(int) const override { return 0; }
     int syncFolderOf(const std::string&) const override { return 0; }
@@ -178,9 +178,9 @@ protected:
         for (int number = 0; number < 8; ++number) {
             programrun::write(input(number), std::string(static_cast<std::size_t>(number), 'x'));
         }
-        arguments.output.format = std::string(GetParam()) == "csv"    ? app::Format::csv
-                                  : std::string(GetParam()) == "json" ? app::Format::json
-                                                                      : app::Format::ndjson;
+        arguments.output.format = std::string(GetParam()) == "csv"    ? ifdsweep::Format::csv
+                                  : std::string(GetParam()) == "json" ? ifdsweep::Format::json
+                                                                      : ifdsweep::Format::ndjson;
         arguments.output.fields = {{"Width", std::nullopt}};
         arguments.run.outputFile = folder / "disk/output";
         arguments.run.failureFile = folder / "disk/failed";
@@ -191,20 +191,20 @@ protected:
     std::string input(int number) const { return folder / ("in/" + std::to_string(number)); }
 
     /// A run over the first files, as the program does it. Every third file fails.
-    void run(int files, const app::Disk& disk) const {
-        app::Journal journal(folder / "disk/journal", {"a run"}, disk);
-        app::RunOutput output(arguments, &journal, nullptr, disk);
-        app::RunLog log(arguments, output, &journal, disk);
+    void run(int files, const ifdsweep::Disk& disk) const {
+        ifdsweep::Journal journal(folder / "disk/journal", {"a run"}, disk);
+        ifdsweep::RunOutput output(arguments, &journal, nullptr, disk);
+        ifdsweep::RunLog log(arguments, output, &journal, disk);
         log.begin();
         for (int number = 0; number < files; ++number) {
-            const app::InputFile file{input(number), false, ""};
+            const ifdsweep::InputFile file{input(number), false, ""};
             std::string entry;
             if (const auto ending = journal.endingOf(file, entry)) {
                 log.leaveOut(*ending);
                 continue;
             }
-            app::FileReport report =
-                number % 3 == 1 ? app::failureReport("why") : app::FileReport();
+            ifdsweep::FileReport report =
+                number % 3 == 1 ? ifdsweep::failureReport("why") : ifdsweep::FileReport();
             report.isShown = number % 3 != 1;
             log.add(
                 file, report,
@@ -239,7 +239,7 @@ protected:
     }
 
     TemporaryFolder folder;
-    app::RunOptions arguments;
+    ifdsweep::RunOptions arguments;
 };
 
 TEST_P(LostPower, TheRunThatGoesOnEndsAsIfNothingHadBeen) {

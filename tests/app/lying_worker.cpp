@@ -51,7 +51,7 @@ void sendAll(std::string_view bytes) {
 
 void sendWithFile(std::string_view message, int file) {
     const std::array<int, 1> files{file};
-    if (app::sendWithFiles(kSocket, message.substr(0, 1), files, 0) != 1) {
+    if (ifdsweep::sendWithFiles(kSocket, message.substr(0, 1), files, 0) != 1) {
         std::_Exit(0);
     }
     sendAll(message.substr(1));
@@ -59,7 +59,7 @@ void sendWithFile(std::string_view message, int file) {
 
 class Liar {
 public:
-    Liar(std::string lieToTell, app::WorkerState& workerState)
+    Liar(std::string lieToTell, ifdsweep::WorkerState& workerState)
         : lie(std::move(lieToTell)), state(workerState) {}
 
     void start() const {
@@ -73,7 +73,7 @@ public:
             }
         }
         if (lie == "unasked") {
-            sendAll(app::packAnswer(0, {}, {}));
+            sendAll(ifdsweep::packAnswer(0, {}, {}));
         }
         if (lie == "stopped") {
             ::raise(SIGSTOP);
@@ -81,58 +81,58 @@ public:
     }
 
     /// As a good worker does with a request that may have been taken back.
-    void answerSlowly(const app::WorkerRequest& request) const {
+    void answerSlowly(const ifdsweep::WorkerRequest& request) const {
         constexpr std::chrono::milliseconds kLong{150};
         if (request.number > state.takenBack) {
-            state.began = app::steadyNanoseconds();
+            state.began = ifdsweep::steadyNanoseconds();
             state.file = request.number;
             if (std::stoi(request.file.path) % 8 == 0) {
                 std::this_thread::sleep_for(kLong);
             }
-            state.file = app::WorkerState::kNoFile;
+            state.file = ifdsweep::WorkerState::kNoFile;
             answer(request);
         }
     }
 
-    void answer(const app::WorkerRequest& request) const {
+    void answer(const ifdsweep::WorkerRequest& request) const {
         const std::uint64_t number = request.number;
-        app::FileReport report;
+        ifdsweep::FileReport report;
         report.isShown = true;
-        app::FilePart part;
+        ifdsweep::FilePart part;
         part.bytes = request.file.path + "\n";
-        const std::string good = app::packAnswer(number, report, part);
+        const std::string good = ifdsweep::packAnswer(number, report, part);
         if (lie == "garbage") {
             std::string bytes;
-            app::packed::putText(bytes, "garbage");
+            ifdsweep::packed::putText(bytes, "garbage");
             sendAll(bytes);
         } else if (lie == "number") {
-            sendAll(app::packAnswer(number + 1000, report, part));
+            sendAll(ifdsweep::packAnswer(number + 1000, report, part));
         } else if (lie == "twice") {
             sendAll(good + good);
         } else if (lie == "huge") {
             std::string bytes;
-            app::packed::putNumber(bytes, std::uint64_t{1} << 60);
+            ifdsweep::packed::putNumber(bytes, std::uint64_t{1} << 60);
             sendAll(bytes);
         } else if (lie == "dies") {
-            state.began = app::steadyNanoseconds();
+            state.began = ifdsweep::steadyNanoseconds();
             state.file = 12345;
             std::_Exit(4);
         } else if (lie == "silent") {
             state.file = number;
-            state.began = app::steadyNanoseconds() + 1'000'000'000'000;
+            state.began = ifdsweep::steadyNanoseconds() + 1'000'000'000'000;
         } else if (lie == "notAFile" || lie == "short" || lie == "noFile") {
             part.bytes.clear();
-            part.spill = lie == "notAFile" ? app::Descriptor(::open("/", O_RDONLY | O_CLOEXEC))
-                                           : app::makeTemporaryFile();
+            part.spill = lie == "notAFile" ? ifdsweep::Descriptor(::open("/", O_RDONLY | O_CLOEXEC))
+                                           : ifdsweep::makeTemporaryFile();
             part.spillSize = 1000;
-            const std::string message = app::packAnswer(number, report, part);
+            const std::string message = ifdsweep::packAnswer(number, report, part);
             if (lie == "noFile") {
                 sendAll(message);
             } else {
                 sendWithFile(message, part.spill.get());
             }
         } else if (lie == "extraFile") {
-            sendWithFile(good, app::makeTemporaryFile().get());
+            sendWithFile(good, ifdsweep::makeTemporaryFile().get());
         } else {
             sendAll(good);
         }
@@ -140,18 +140,20 @@ public:
 
 private:
     std::string lie;
-    app::WorkerState& state;
+    ifdsweep::WorkerState& state;
 };
 
 }  // namespace
 
 int main() {
     std::array<char, 65536> piece{};
-    app::Received received = app::receiveWithFiles(kSocket, piece, app::kMostPassed, 0);
+    ifdsweep::Received received =
+        ifdsweep::receiveWithFiles(kSocket, piece, ifdsweep::kMostPassed, 0);
     if (received.size <= 0 || received.files.empty()) {
         return 2;
     }
-    const auto state = app::SharedMemory<app::WorkerState>::open(received.files.front().get());
+    const auto state =
+        ifdsweep::SharedMemory<ifdsweep::WorkerState>::open(received.files.front().get());
     const char* lie = std::getenv("LIE");
     if (!state || lie == nullptr) {
         return 2;
@@ -163,9 +165,9 @@ int main() {
     while (received.size > 0) {
         incoming.append(piece.data(), static_cast<std::size_t>(received.size));
         std::string_view rest = incoming;
-        for (std::string_view message; app::packed::takeWholeText(rest, message);) {
+        for (std::string_view message; ifdsweep::packed::takeWholeText(rest, message);) {
             if (std::exchange(isSetUp, true)) {
-                const app::WorkerRequest request = app::unpackRequest(message).value();
+                const ifdsweep::WorkerRequest request = ifdsweep::unpackRequest(message).value();
                 if (lie == std::string_view("slow")) {
                     liar.answerSlowly(request);
                 } else {
@@ -174,7 +176,7 @@ int main() {
             }
         }
         incoming.erase(0, incoming.size() - rest.size());
-        received = app::receiveWithFiles(kSocket, piece, 0, 0);
+        received = ifdsweep::receiveWithFiles(kSocket, piece, 0, 0);
     }
     return 0;
 }

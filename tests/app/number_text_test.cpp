@@ -13,8 +13,8 @@
 namespace {
 
 std::string finite(double value) {
-    std::array<char, app::kNumberRoom> room{};
-    return {room.data(), app::formatFinite(room.data(), value)};
+    std::array<char, ifdsweep::kNumberRoom> room{};
+    return {room.data(), ifdsweep::formatFinite(room.data(), value)};
 }
 
 TEST(NumberTextTest, writesShortestDigits) {
@@ -53,28 +53,28 @@ TEST(NumberTextTest, everyNumberReadsBackTheSame) {
         const auto value = std::bit_cast<double>(random());
         if (std::isfinite(value)) {
             const std::string text = finite(value);
-            ASSERT_LE(text.size(), app::kNumberRoom);
+            ASSERT_LE(text.size(), ifdsweep::kNumberRoom);
             ASSERT_EQ(std::strtod(text.c_str(), nullptr), value) << text;
         }
     }
 }
 
 TEST(NumberTextTest, writesEveryInteger) {
-    std::array<char, app::kNumberRoom> room{};
+    std::array<char, ifdsweep::kNumberRoom> room{};
     const std::pair<std::int64_t, std::string> rows[] = {{0, "0"},
                                                          {-7, "-7"},
                                                          {INT64_MAX, "9223372036854775807"},
                                                          {INT64_MIN, "-9223372036854775808"}};
     for (const auto& [value, expected] : rows) {
-        EXPECT_EQ(std::string(room.data(), app::formatInteger(room.data(), value)), expected);
+        EXPECT_EQ(std::string(room.data(), ifdsweep::formatInteger(room.data(), value)), expected);
     }
 }
 
 TEST(NumberTextTest, namesWhatIsNotFinite) {
-    EXPECT_STREQ(app::nonFiniteName(NAN), "NaN");
-    EXPECT_STREQ(app::nonFiniteName(-NAN), "NaN");
-    EXPECT_STREQ(app::nonFiniteName(INFINITY), "Infinity");
-    EXPECT_STREQ(app::nonFiniteName(-INFINITY), "-Infinity");
+    EXPECT_STREQ(ifdsweep::nonFiniteName(NAN), "NaN");
+    EXPECT_STREQ(ifdsweep::nonFiniteName(-NAN), "NaN");
+    EXPECT_STREQ(ifdsweep::nonFiniteName(INFINITY), "Infinity");
+    EXPECT_STREQ(ifdsweep::nonFiniteName(-INFINITY), "-Infinity");
 }
 
 }  // namespace

@@ -88,7 +88,7 @@ TEST_F(OneFileTest, theAlarmOfTheStarterIsItsOwn) {
 }
 
 TEST_F(OneFileTest, theMemoryLimitHolds) {
-    if (app::kIsSanitized) {
+    if (ifdsweep::kIsSanitized) {
         GTEST_SKIP() << "a sanitizer needs all address space";
     }
     fixture::TiffBuilder builder({fixture::Layout::classic, fixture::ByteOrder::little});
@@ -103,7 +103,7 @@ TEST_F(OneFileTest, theMemoryLimitHolds) {
 }
 
 TEST_F(OneFileTest, noMemoryAtAllIsToldToo) {
-    if (app::kIsSanitized) {
+    if (ifdsweep::kIsSanitized) {
         GTEST_SKIP() << "a sanitizer needs all address space";
     }
     const Ending given = run({"--memory", "1", "a.tif"});
@@ -124,15 +124,15 @@ bool isGiven(std::size_t bytes) {
 constexpr std::size_t kMebibyte = std::size_t{1} << 20;
 
 TEST(MemoryLimitTest, holdsWhileItLives) {
-    if (app::kIsSanitized) {
+    if (ifdsweep::kIsSanitized) {
         GTEST_SKIP() << "a sanitizer needs all address space";
     }
-    app::WorkerChoice choice;
+    ifdsweep::WorkerChoice choice;
     choice.memory = 400 * kMebibyte;
     rlimit before{};
     ::getrlimit(RLIMIT_AS, &before);
     {
-        const app::MemoryLimit limit(choice);
+        const ifdsweep::MemoryLimit limit(choice);
         EXPECT_TRUE(isGiven(100 * kMebibyte));
         EXPECT_FALSE(isGiven(400 * kMebibyte));
     }
@@ -144,21 +144,21 @@ TEST(MemoryLimitTest, holdsWhileItLives) {
 }
 
 TEST(MemoryLimitTest, theDefaultIsThatOfTheMachine) {
-    if (app::kIsSanitized) {
+    if (ifdsweep::kIsSanitized) {
         GTEST_SKIP() << "a sanitizer needs all address space";
     }
-    const std::uint64_t most = app::defaultMemory(app::availableMemory(), 1);
-    const app::MemoryLimit limit{app::WorkerChoice()};
+    const std::uint64_t most = ifdsweep::defaultMemory(ifdsweep::availableMemory(), 1);
+    const ifdsweep::MemoryLimit limit{ifdsweep::WorkerChoice()};
     EXPECT_TRUE(isGiven(500 * kMebibyte));
-    EXPECT_FALSE(isGiven(app::kMostDefaultMemory));
+    EXPECT_FALSE(isGiven(ifdsweep::kMostDefaultMemory));
     // What there is changes while other programs run.
-    if (most >= 4 * app::kLeastDefaultMemory) {
+    if (most >= 4 * ifdsweep::kLeastDefaultMemory) {
         EXPECT_TRUE(isGiven(most / 2));
     }
 }
 
 TEST(MemoryLimitTest, aLowerOneOfTheSystemStays) {
-    if (app::kIsSanitized) {
+    if (ifdsweep::kIsSanitized) {
         GTEST_SKIP() << "a sanitizer needs all address space";
     }
     rlimit before{};
@@ -166,21 +166,21 @@ TEST(MemoryLimitTest, aLowerOneOfTheSystemStays) {
     const rlimit lower{300 * kMebibyte, before.rlim_max};
     ASSERT_EQ(::setrlimit(RLIMIT_AS, &lower), 0);
     {
-        const app::MemoryLimit limit{app::WorkerChoice()};
+        const ifdsweep::MemoryLimit limit{ifdsweep::WorkerChoice()};
         EXPECT_FALSE(isGiven(300 * kMebibyte));
     }
     EXPECT_EQ(::setrlimit(RLIMIT_AS, &before), 0);
 }
 
 TEST(SecondsTest, text) {
-    EXPECT_EQ(app::secondsText(app::nanosecondsOf(600)), "600");
-    EXPECT_EQ(app::secondsText(app::nanosecondsOf(0.125)), "0.125");
-    EXPECT_EQ(app::secondsText(app::nanosecondsOf(2.05)), "2.050");
-    EXPECT_EQ(app::nanosecondsOf(1e300), 1'000'000'000'000'000'000);
+    EXPECT_EQ(ifdsweep::secondsText(ifdsweep::nanosecondsOf(600)), "600");
+    EXPECT_EQ(ifdsweep::secondsText(ifdsweep::nanosecondsOf(0.125)), "0.125");
+    EXPECT_EQ(ifdsweep::secondsText(ifdsweep::nanosecondsOf(2.05)), "2.050");
+    EXPECT_EQ(ifdsweep::nanosecondsOf(1e300), 1'000'000'000'000'000'000);
 }
 
 TEST_F(OneFileTest, theStandardInputNeedsNoProcessFolder) {
-    if (app::kIsSanitized) {
+    if (ifdsweep::kIsSanitized) {
         GTEST_SKIP() << "a sanitizer asks the system about its process";
     }
     constexpr int kNotPossible = 99;

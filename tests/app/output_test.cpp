@@ -11,11 +11,12 @@
 namespace {
 
 TEST(OutputTest, keepsOrderAcrossTheBuffer) {
-    app::StringSink sink;
-    app::Output output(sink);
+    ifdsweep::StringSink sink;
+    ifdsweep::Output output(sink);
     std::string expected;
-    for (const std::size_t size : {1UL, app::Output::kCapacity - 2, 5UL, app::Output::kCapacity,
-                                   3UL, 3 * app::Output::kCapacity + 1}) {
+    for (const std::size_t size :
+         {1UL, ifdsweep::Output::kCapacity - 2, 5UL, ifdsweep::Output::kCapacity, 3UL,
+          3 * ifdsweep::Output::kCapacity + 1}) {
         const std::string piece(size, static_cast<char>('a' + size % 26));
         output.append(piece);
         output.append('|');
@@ -29,12 +30,12 @@ TEST(OutputTest, keepsOrderAcrossTheBuffer) {
 }
 
 TEST(OutputTest, givesTheSinkLargePiecesOnly) {
-    struct CountingSink final : app::ByteSink {
+    struct CountingSink final : ifdsweep::ByteSink {
         void write(std::string_view) override { ++writes; }
         int writes = 0;
     } sink;
-    app::Output output(sink);
-    for (std::size_t byte = 0; byte < 4 * app::Output::kCapacity; ++byte) {
+    ifdsweep::Output output(sink);
+    for (std::size_t byte = 0; byte < 4 * ifdsweep::Output::kCapacity; ++byte) {
         output.append('x');
     }
     output.flush();
@@ -44,8 +45,8 @@ TEST(OutputTest, givesTheSinkLargePiecesOnly) {
 }
 
 TEST(OutputTest, reservedMemoryIsTakenUpByCommit) {
-    app::StringSink sink;
-    app::Output output(sink);
+    ifdsweep::StringSink sink;
+    ifdsweep::Output output(sink);
     output.append("ab");
     char* text = output.reserve(10);
     *text++ = 'c';
@@ -56,12 +57,12 @@ TEST(OutputTest, reservedMemoryIsTakenUpByCommit) {
 }
 
 int errorOfWriting(int descriptor) {
-    app::FileDescriptorSink sink(descriptor);
-    app::Output output(sink);
+    ifdsweep::FileDescriptorSink sink(descriptor);
+    ifdsweep::Output output(sink);
     output.append("text");
     try {
         output.flush();
-    } catch (const app::OutputError& failure) {
+    } catch (const ifdsweep::OutputError& failure) {
         output.flush();  // what could not be written is not tried again
         return failure.systemError;
     }

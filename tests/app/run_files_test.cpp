@@ -28,7 +28,7 @@
 namespace {
 
 namespace fs = std::filesystem;
-namespace packed = app::packed;
+namespace packed = ifdsweep::packed;
 using programrun::contents;
 using programrun::linesOf;
 using programrun::write;
@@ -39,7 +39,7 @@ TEST(PackedTest, comesBack) {
     packed::putText(bytes, std::string_view("a\0b", 3));
     packed::putNumber(bytes, ~std::uint64_t{0});
     packed::putText(bytes, "");
-    app::Unpacker rest(bytes);
+    ifdsweep::Unpacker rest(bytes);
     EXPECT_EQ(rest.number(), 0U);
     EXPECT_EQ(rest.text(), std::string_view("a\0b", 3));
     EXPECT_EQ(rest.number(), ~std::uint64_t{0});
@@ -52,17 +52,17 @@ TEST(PackedTest, nothingFollowsAFailure) {
     std::string bytes;
     packed::putNumber(bytes, 2);
     packed::putNumber(bytes, 7);
-    app::Unpacker numbers(bytes);
+    ifdsweep::Unpacker numbers(bytes);
     EXPECT_FALSE(numbers.flag());  // 2 is neither
     EXPECT_TRUE(numbers.hasFailed());
     EXPECT_EQ(numbers.number(), 0U);
     EXPECT_EQ(numbers.text(), "");
     EXPECT_FALSE(numbers.isWhole());
-    app::Unpacker bounded(bytes);
+    ifdsweep::Unpacker bounded(bytes);
     EXPECT_EQ(bounded.number(2), 2U);
     EXPECT_EQ(bounded.number(6), 0U);
     EXPECT_TRUE(bounded.hasFailed());
-    app::Unpacker beyond("");
+    ifdsweep::Unpacker beyond("");
     EXPECT_EQ(beyond.number(), 0U);
     EXPECT_TRUE(beyond.hasFailed());
 }
@@ -89,18 +89,18 @@ TEST(PackedTest, aTextIsTakenWholeOrNotAtAll) {
 }
 
 TEST(FileReportTest, comesBack) {
-    app::FileReport report = app::failureReport("why\n");
+    ifdsweep::FileReport report = ifdsweep::failureReport("why\n");
     report.directories = 7;
     report.warnings = {{"Velmora:a", 1}, {"Velmora:b", 300}};
     report.isShown = true;
     std::string bytes;
-    app::packReport(bytes, report);
+    ifdsweep::packReport(bytes, report);
     packed::putText(bytes, "more");
-    app::Unpacker rest(bytes);
-    const app::FileReport back = app::unpackReport(rest);
+    ifdsweep::Unpacker rest(bytes);
+    const ifdsweep::FileReport back = ifdsweep::unpackReport(rest);
     EXPECT_EQ(rest.text(), "more");
     EXPECT_TRUE(rest.isWhole());
-    EXPECT_EQ(back.ending, app::FileReport::Ending::failed);
+    EXPECT_EQ(back.ending, ifdsweep::FileReport::Ending::failed);
     EXPECT_EQ(back.failure, "why\n");
     EXPECT_EQ(back.directories, 7U);
     EXPECT_EQ(back.warnings, report.warnings);
@@ -108,7 +108,7 @@ TEST(FileReportTest, comesBack) {
 }
 
 TEST(FilePartTest, staysInMemoryWhileItIsSmall) {
-    constexpr std::size_t kMost = app::FilePart::kMostInMemory;
+    constexpr std::size_t kMost = ifdsweep::FilePart::kMostInMemory;
     const std::pair<std::vector<std::size_t>, bool> rows[] = {
         {{}, false},
         {{1, 2, 3}, false},
@@ -120,7 +120,7 @@ TEST(FilePartTest, staysInMemoryWhileItIsSmall) {
         {{3 * kMost + 7}, true},
     };
     for (const auto& [sizes, isSpilled] : rows) {
-        app::FilePartSink sink;
+        ifdsweep::FilePartSink sink;
         std::string expected;
         for (const std::size_t size : sizes) {
             const std::string piece(size, static_cast<char>('a' + expected.size() % 26));
@@ -132,22 +132,23 @@ TEST(FilePartTest, staysInMemoryWhileItIsSmall) {
         EXPECT_LE(sink.part.bytes.size(), kMost);
         // It may be written more than once.
         for (int time = 0; time < 2; ++time) {
-            EXPECT_TRUE(rendering::rendered(
-                            [&](app::Output& output) { sink.part.writeTo(output); }) == expected);
+            EXPECT_TRUE(rendering::rendered([&](ifdsweep::Output& output) {
+                            sink.part.writeTo(output);
+                        }) == expected);
         }
     }
 }
 
 TEST(FilePartTest, aSpillThatWasCutIsAnError) {
-    app::FilePartSink sink;
-    sink.write(std::string(2 * app::FilePart::kMostInMemory, 'x'));
+    ifdsweep::FilePartSink sink;
+    sink.write(std::string(2 * ifdsweep::FilePart::kMostInMemory, 'x'));
     sink.part.spillSize += 1;
-    EXPECT_THROW(rendering::rendered([&](app::Output& output) { sink.part.writeTo(output); }),
-                 app::OutputError);
+    EXPECT_THROW(rendering::rendered([&](ifdsweep::Output& output) { sink.part.writeTo(output); }),
+                 ifdsweep::OutputError);
 }
 
-app::FileReport readReport(bool warned = false) {
-    app::FileReport report;
+ifdsweep::FileReport readReport(bool warned = false) {
+    ifdsweep::FileReport report;
     if (warned) {
         report.warnings.emplace_back("Velmora:a", 1);
     }
@@ -160,29 +161,29 @@ protected:
 
     std::string path(const std::string& name) const { return folder / name; }
 
-    app::InputFile input(const std::string& name, const std::string& failure = "") const {
+    ifdsweep::InputFile input(const std::string& name, const std::string& failure = "") const {
         return {path(name), false, failure};
     }
 
-    std::optional<app::Journal::Ending> endingOf(const app::InputFile& file) const {
+    std::optional<ifdsweep::Journal::Ending> endingOf(const ifdsweep::InputFile& file) const {
         std::string entry;
-        return app::Journal(path("journal"), kRun).endingOf(file, entry);
+        return ifdsweep::Journal(path("journal"), kRun).endingOf(file, entry);
     }
 
     /// A journal that was begun, of a run with nothing in it.
     std::string emptyJournal() const {
-        app::Journal(path("journal"), kRun).begin();
+        ifdsweep::Journal(path("journal"), kRun).begin();
         return contents(path("journal"));
     }
 
-    static void commit(app::Journal& journal) {
+    static void commit(ifdsweep::Journal& journal) {
         journal.commit([] {});
     }
 
     /// Notes a file that is finished.
-    void finish(const app::InputFile& file, const app::FileReport& report,
+    void finish(const ifdsweep::InputFile& file, const ifdsweep::FileReport& report,
                 std::uint64_t length) const {
-        app::Journal journal(path("journal"), kRun);
+        ifdsweep::Journal journal(path("journal"), kRun);
         journal.begin();
         std::string entry;
         EXPECT_FALSE(journal.endingOf(file, entry).has_value());
@@ -196,22 +197,22 @@ protected:
 };
 
 TEST_F(JournalTest, tellsWhatIsFinished) {
-    using Ending = app::Journal::Ending;
-    app::FileReport skipped;
-    skipped.ending = app::FileReport::Ending::skipped;
+    using Ending = ifdsweep::Journal::Ending;
+    ifdsweep::FileReport skipped;
+    skipped.ending = ifdsweep::FileReport::Ending::skipped;
     const std::string odd = "odd \\ name\nwith a line end";
     for (const char* const name : {"b.tif", "c.tif", "d.tif"}) {
         write(path(name), "bytes");
     }
     write(path(odd), "bytes");
-    EXPECT_EQ(app::Journal(path("journal"), kRun).outputLength(), 0U);
+    EXPECT_EQ(ifdsweep::Journal(path("journal"), kRun).outputLength(), 0U);
     finish(input("a.tif"), readReport(), 10);
     finish(input("b.tif"), readReport(true), 20);
-    finish(input("c.tif"), app::failureReport("why"), 20);
+    finish(input("c.tif"), ifdsweep::failureReport("why"), 20);
     finish(input("d.tif"), skipped, 20);
     finish(input(odd), readReport(), 300);
-    finish(input("none.tif"), app::failureReport("why"), 300);
-    const app::Journal journal(path("journal"), kRun);
+    finish(input("none.tif"), ifdsweep::failureReport("why"), 300);
+    const ifdsweep::Journal journal(path("journal"), kRun);
     EXPECT_EQ(journal.outputLength(), 300U);
     EXPECT_EQ(journal.finishedFiles(), 6U);
     EXPECT_EQ(endingOf(input("a.tif")), Ending::read);
@@ -241,14 +242,14 @@ TEST_F(JournalTest, aChangeOfSizeOrTimeIsSeen) {
 }
 
 TEST_F(JournalTest, aPathThatCouldNotBeTriedIsFinishedWithItsReason) {
-    finish(input("a.tif", "no permission"), app::failureReport("why"), 10);
+    finish(input("a.tif", "no permission"), ifdsweep::failureReport("why"), 10);
     EXPECT_TRUE(endingOf(input("a.tif", "no permission")).has_value());
     EXPECT_FALSE(endingOf(input("a.tif", "a pipe")).has_value());
     EXPECT_FALSE(endingOf(input("a.tif")).has_value());
 }
 
 TEST_F(JournalTest, whatIsNotCommittedIsNotThere) {
-    app::Journal journal(path("journal"), kRun);
+    ifdsweep::Journal journal(path("journal"), kRun);
     journal.begin();
     std::string entry;
     static_cast<void>(journal.endingOf(input("a.tif"), entry));
@@ -257,7 +258,7 @@ TEST_F(JournalTest, whatIsNotCommittedIsNotThere) {
     commit(journal);
     EXPECT_TRUE(endingOf(input("a.tif")).has_value());
     commit(journal);
-    EXPECT_EQ(app::Journal(path("journal"), kRun).finishedFiles(), 1U);
+    EXPECT_EQ(ifdsweep::Journal(path("journal"), kRun).finishedFiles(), 1U);
 }
 
 TEST_F(JournalTest, aLastLineThatIsCutIsDropped) {
@@ -274,7 +275,7 @@ TEST_F(JournalTest, aLastLineThatIsCutIsDropped) {
             if (length < first && lost > 0) {
                 continue;  // a head is on the disk before anything else is
             }
-            app::Journal journal(path("journal"), kRun);
+            ifdsweep::Journal journal(path("journal"), kRun);
             EXPECT_EQ(journal.finishedFiles(), expected) << length;
             EXPECT_EQ(journal.outputLength(), expected * 10);
             journal.begin();
@@ -289,40 +290,40 @@ TEST_F(JournalTest, aLastLineThatIsCutIsDropped) {
 TEST_F(JournalTest, nothingIsWrittenBeforeItBegins) {
     const std::string whole = emptyJournal() + "r 1 0 2 3 4 a\nr 5 0";
     write(path("journal"), whole);
-    EXPECT_EQ(app::Journal(path("journal"), kRun).finishedFiles(), 1U);
+    EXPECT_EQ(ifdsweep::Journal(path("journal"), kRun).finishedFiles(), 1U);
     EXPECT_EQ(contents(path("journal")), whole);
     fs::remove(path("journal"));
-    EXPECT_EQ(app::Journal(path("journal"), kRun).finishedFiles(), 0U);
+    EXPECT_EQ(ifdsweep::Journal(path("journal"), kRun).finishedFiles(), 0U);
     EXPECT_FALSE(fs::exists(path("journal")));
     // Nor is a link taken away that leads to no file yet.
     fs::create_symlink("elsewhere", path("link"));
-    EXPECT_EQ(app::Journal(path("link"), kRun).finishedFiles(), 0U);
+    EXPECT_EQ(ifdsweep::Journal(path("link"), kRun).finishedFiles(), 0U);
     EXPECT_TRUE(fs::is_symlink(path("link")));
 }
 
 TEST_F(JournalTest, itTellsWhereTheOutputIs) {
     {
-        app::Journal journal(path("journal"), kRun);
+        ifdsweep::Journal journal(path("journal"), kRun);
         EXPECT_FALSE(journal.output() || journal.list() || journal.whole());
         journal.noteOutput({{{7, 8}, -1, 9}, 100});
         journal.noteList({{9, 10}, 1, 2});
         journal.begin();
         EXPECT_EQ(journal.outputLength(), 100U);
     }
-    EXPECT_EQ(app::Journal(path("journal"), kRun).outputLength(), 100U);
+    EXPECT_EQ(ifdsweep::Journal(path("journal"), kRun).outputLength(), 100U);
     finish(input("a.tif"), readReport(), 150);
     {
-        app::Journal journal(path("journal"), kRun);
-        EXPECT_TRUE(journal.output()->mark == (app::FileMark{{7, 8}, -1, 9}));
+        ifdsweep::Journal journal(path("journal"), kRun);
+        EXPECT_TRUE(journal.output()->mark == (ifdsweep::FileMark{{7, 8}, -1, 9}));
         EXPECT_EQ(journal.output()->start, 100U);
-        EXPECT_TRUE(journal.list() == (app::FileMark{{9, 10}, 1, 2}));
+        EXPECT_TRUE(journal.list() == (ifdsweep::FileMark{{9, 10}, 1, 2}));
         EXPECT_FALSE(journal.whole());
         journal.noteWhole(160);
     }
     finish(input("b.tif"), readReport(), 200);
-    const app::Journal journal(path("journal"), kRun);
+    const ifdsweep::Journal journal(path("journal"), kRun);
     ASSERT_TRUE(journal.whole());
-    EXPECT_TRUE(journal.whole()->output.mark == (app::FileMark{{7, 8}, -1, 9}));
+    EXPECT_TRUE(journal.whole()->output.mark == (ifdsweep::FileMark{{7, 8}, -1, 9}));
     EXPECT_EQ(journal.whole()->length, 150U);
     EXPECT_EQ(journal.whole()->size, 160U);
     EXPECT_EQ(journal.outputLength(), 200U);
@@ -332,8 +333,8 @@ TEST_F(JournalTest, anotherRunIsRefusedWithWhatDiffers) {
     const std::string before = emptyJournal();
     const auto refusalOf = [this](std::vector<std::string> phrases) -> std::string {
         try {
-            const app::Journal journal(path("journal"), std::move(phrases));
-        } catch (const app::Refusal& refusal) {
+            const ifdsweep::Journal journal(path("journal"), std::move(phrases));
+        } catch (const ifdsweep::Refusal& refusal) {
             return refusal.what();
         }
         return "";
@@ -371,15 +372,15 @@ TEST_F(JournalTest, aDateFarAwayIsTwoNumbers) {
 
 TEST_F(JournalTest, filesThatHaveChangedAreCounted) {
     finish(input("a.tif"), readReport(), 10);
-    finish(input("none.tif"), app::failureReport("why"), 10);
-    app::FileReport skipped;
-    skipped.ending = app::FileReport::Ending::skipped;
+    finish(input("none.tif"), ifdsweep::failureReport("why"), 10);
+    ifdsweep::FileReport skipped;
+    skipped.ending = ifdsweep::FileReport::Ending::skipped;
     write(path("letter"), "Dear sir");
     finish(input("letter"), skipped, 10);
     for (const char* const name : {"a.tif", "none.tif", "letter", "new.tif"}) {
         write(path(name), "changed since");
     }
-    app::Journal journal(path("journal"), kRun);
+    ifdsweep::Journal journal(path("journal"), kRun);
     journal.begin();
     for (const char* const name : {"a.tif", "none.tif", "letter", "new.tif"}) {
         std::string entry;
@@ -392,7 +393,7 @@ TEST_F(JournalTest, filesThatHaveChangedAreCounted) {
 
 TEST(KeyedHashTest, isSipHash) {
     // The vectors of its authors: the key 00 01 ... 0f, the text 00 01 ... of each length.
-    const app::HashKey key{0x0706050403020100U, 0x0f0e0d0c0b0a0908U};
+    const ifdsweep::HashKey key{0x0706050403020100U, 0x0f0e0d0c0b0a0908U};
     std::string text;
     const std::pair<std::size_t, std::uint64_t> rows[] = {{0, 0x726fdb47dd0e0e31U},
                                                           {1, 0x74f839c593dc67fdU},
@@ -403,32 +404,31 @@ TEST(KeyedHashTest, isSipHash) {
         while (text.size() < size) {
             text.push_back(static_cast<char>(text.size()));
         }
-        EXPECT_EQ(app::keyedHash(text, key), expected) << size;
+        EXPECT_EQ(ifdsweep::keyedHash(text, key), expected) << size;
     }
-    EXPECT_NE(app::makeHashKey(), app::makeHashKey());
+    EXPECT_NE(ifdsweep::makeHashKey(), ifdsweep::makeHashKey());
 }
 
 TEST_F(JournalTest, manyLinesAreReadInPieces) {
     // More than the journal reads at a time.
     const std::string long1(200, 'n');
     {
-        app::Journal journal(path("journal"), kRun);
+        ifdsweep::Journal journal(path("journal"), kRun);
         journal.begin();
         for (std::uint64_t number = 0; number < 12000; ++number) {
             std::string entry;
-            static_cast<void>(
-                journal.endingOf({long1 + std::to_string(number), false, ""}, entry));
+            static_cast<void>(journal.endingOf({long1 + std::to_string(number), false, ""}, entry));
             journal.add(readReport(), entry, number, 0);
         }
         commit(journal);
     }
     ASSERT_GT(fs::file_size(path("journal")), 2U << 20);
-    app::Journal journal(path("journal"), kRun);
+    ifdsweep::Journal journal(path("journal"), kRun);
     EXPECT_EQ(journal.finishedFiles(), 12000U);
     EXPECT_EQ(journal.outputLength(), 11999U);
     std::string entry;
     for (const int number : {0, 1, 5000, 11999}) {
-        const app::InputFile file{long1 + std::to_string(number), false, ""};
+        const ifdsweep::InputFile file{long1 + std::to_string(number), false, ""};
         EXPECT_TRUE(journal.endingOf(file, entry).has_value()) << number;
     }
     EXPECT_FALSE(journal.endingOf({long1 + "12000", false, ""}, entry).has_value());
@@ -457,18 +457,19 @@ TEST_F(JournalTest, foreignFilesAreRefusedUntouched) {
                                        head + "d 1\n",
                                        head + "o 1 2 3 4 5\nd x\n"}) {
         write(path("journal"), foreign);
-        EXPECT_THROW(app::Journal(path("journal"), kRun), app::Refusal) << foreign.substr(0, 99);
+        EXPECT_THROW(ifdsweep::Journal(path("journal"), kRun), ifdsweep::Refusal)
+            << foreign.substr(0, 99);
         EXPECT_TRUE(contents(path("journal")) == foreign) << foreign.substr(0, 99);
     }
-    EXPECT_THROW(app::Journal(folder.path().string(), kRun), app::RunFailure);
-    EXPECT_THROW(app::Journal("/dev/null", kRun), app::Refusal);
+    EXPECT_THROW(ifdsweep::Journal(folder.path().string(), kRun), ifdsweep::RunFailure);
+    EXPECT_THROW(ifdsweep::Journal("/dev/null", kRun), ifdsweep::Refusal);
 }
 
 class FailureListTest : public JournalTest {};
 
 TEST_F(FailureListTest, linesAreReadBack) {
     {
-        app::FailureList list(path("failed"), false, nullptr);
+        ifdsweep::FailureList list(path("failed"), false, nullptr);
         list.begin();
         list.add("a b.tif", "why\nand how");
         list.add("c#.tif", "");
@@ -476,35 +477,35 @@ TEST_F(FailureListTest, linesAreReadBack) {
     EXPECT_EQ(contents(path("failed")), "a b.tif\t# why and how\nc#.tif\t# \n");
     const auto lines = linesOf(contents(path("failed")));
     ASSERT_EQ(lines.size(), 2U);
-    EXPECT_EQ(app::pathOfFailureLine(lines[0]), "a b.tif");
-    EXPECT_EQ(app::pathOfFailureLine(lines[1]), "c#.tif");
-    EXPECT_EQ(app::pathOfFailureLine("d.tif\t# x\t# y"), "d.tif");
-    EXPECT_EQ(app::pathOfFailureLine("a.tif"), "a.tif");
-    EXPECT_EQ(app::pathOfFailureLine("a # b\t#c"), "a # b\t#c");
-    app::FailureList(path("failed"), true, nullptr).add("two\nlines", "why");
+    EXPECT_EQ(ifdsweep::pathOfFailureLine(lines[0]), "a b.tif");
+    EXPECT_EQ(ifdsweep::pathOfFailureLine(lines[1]), "c#.tif");
+    EXPECT_EQ(ifdsweep::pathOfFailureLine("d.tif\t# x\t# y"), "d.tif");
+    EXPECT_EQ(ifdsweep::pathOfFailureLine("a.tif"), "a.tif");
+    EXPECT_EQ(ifdsweep::pathOfFailureLine("a # b\t#c"), "a # b\t#c");
+    ifdsweep::FailureList(path("failed"), true, nullptr).add("two\nlines", "why");
     EXPECT_EQ(contents(path("failed")), std::string("two\nlines\0", 10));
 }
 
 TEST_F(FailureListTest, namesThatALineCannotHold) {
-    const app::FailureList lines(path("failed"), false, nullptr);
+    const ifdsweep::FailureList lines(path("failed"), false, nullptr);
     EXPECT_TRUE(lines.canHold("a\tb # c"));
     EXPECT_FALSE(lines.canHold("a\nb"));
     EXPECT_FALSE(lines.canHold("a\t# b"));
-    const app::FailureList withNul(path("failed"), true, nullptr);
+    const ifdsweep::FailureList withNul(path("failed"), true, nullptr);
     EXPECT_TRUE(withNul.canHold("a\nb\t# c"));
-    EXPECT_THROW(app::FailureList(path("none/failed"), false, nullptr), app::RunFailure);
+    EXPECT_THROW(ifdsweep::FailureList(path("none/failed"), false, nullptr), ifdsweep::RunFailure);
 }
 
 TEST_F(FailureListTest, anOldListIsEmptiedLate) {
     write(path("failed"), "old");
     {
-        app::FailureList refused(path("failed"), false, nullptr);
+        ifdsweep::FailureList refused(path("failed"), false, nullptr);
         refused.begin();
     }
     EXPECT_EQ(contents(path("failed")), "old");
-    app::FailureList(path("failed"), false, nullptr).finish();
+    ifdsweep::FailureList(path("failed"), false, nullptr).finish();
     EXPECT_EQ(contents(path("failed")), "");
-    { const app::FailureList refused(path("new"), false, nullptr); }
+    { const ifdsweep::FailureList refused(path("new"), false, nullptr); }
     EXPECT_FALSE(fs::exists(path("new")));
 }
 
@@ -513,50 +514,52 @@ class FileRolesTest : public JournalTest {};
 TEST_F(FileRolesTest, aFileHasOneRole) {
     write(path("b.tif"), "x");
     fs::create_hard_link(path("a.tif"), path("same.tif"));
-    app::RunOptions arguments;
+    ifdsweep::RunOptions arguments;
     arguments.input.paths = {path("a.tif"), "-", folder.path().string(), path("none")};
     arguments.run.outputFile = path("b.tif");
     arguments.run.failureFile = path("failed");
     arguments.run.journal = path("journal");
-    EXPECT_NO_THROW(app::checkFileRoles(arguments));
+    EXPECT_NO_THROW(ifdsweep::checkFileRoles(arguments));
     for (std::string* const name :
          {&arguments.run.outputFile, &arguments.run.failureFile, &arguments.run.journal}) {
         const std::string before = *name;
         *name = path("same.tif");
-        EXPECT_THROW(app::checkFileRoles(arguments), app::Refusal);
+        EXPECT_THROW(ifdsweep::checkFileRoles(arguments), ifdsweep::Refusal);
         *name = before;
     }
     arguments.input.listFile = path("b.tif");
-    EXPECT_THROW(app::checkFileRoles(arguments), app::Refusal);
+    EXPECT_THROW(ifdsweep::checkFileRoles(arguments), ifdsweep::Refusal);
     arguments.input.listFile.clear();
     arguments.run.journal = path("failed");
-    EXPECT_THROW(app::checkFileRoles(arguments), app::Refusal);
+    EXPECT_THROW(ifdsweep::checkFileRoles(arguments), ifdsweep::Refusal);
     arguments.run.journal = path("./b.tif");
-    EXPECT_THROW(app::checkFileRoles(arguments), app::Refusal);
+    EXPECT_THROW(ifdsweep::checkFileRoles(arguments), ifdsweep::Refusal);
     // A device may be written in several ways.
     arguments.run.journal.clear();
     arguments.run.outputFile = "/dev/null";
     arguments.run.failureFile = "/dev/null";
-    EXPECT_NO_THROW(app::checkFileRoles(arguments));
+    EXPECT_NO_THROW(ifdsweep::checkFileRoles(arguments));
 }
 
 TEST(ProgressTest, text) {
     using Seconds = std::chrono::duration<double>;
-    EXPECT_EQ(app::Progress::text({0, 0}, Seconds(0), std::nullopt, 80), "0 files, 0/s, 0 failed");
-    EXPECT_EQ(app::Progress::text({1, 1}, Seconds(2), std::nullopt, 80), "1 file, 1/s, 1 failed");
-    EXPECT_EQ(app::Progress::text({500, 3}, Seconds(2), 2000, 80),
+    EXPECT_EQ(ifdsweep::Progress::text({0, 0}, Seconds(0), std::nullopt, 80),
+              "0 files, 0/s, 0 failed");
+    EXPECT_EQ(ifdsweep::Progress::text({1, 1}, Seconds(2), std::nullopt, 80),
+              "1 file, 1/s, 1 failed");
+    EXPECT_EQ(ifdsweep::Progress::text({500, 3}, Seconds(2), 2000, 80),
               "500 files of 2000, 250/s, 3 failed, 6 s left");
-    EXPECT_EQ(app::Progress::text({2000, 3}, Seconds(2), 2000, 80),
+    EXPECT_EQ(ifdsweep::Progress::text({2000, 3}, Seconds(2), 2000, 80),
               "2000 files of 2000, 1000/s, 3 failed");
-    EXPECT_EQ(app::Progress::text({0, 0}, Seconds(2), 10, 80), "0 files of 10, 0/s, 0 failed");
+    EXPECT_EQ(ifdsweep::Progress::text({0, 0}, Seconds(2), 10, 80), "0 files of 10, 0/s, 0 failed");
 }
 
 TEST(ProgressTest, aSlowFileIsNamed) {
     const auto text = [](const std::string& name, std::chrono::seconds since, std::size_t columns) {
-        app::RunState state;
+        ifdsweep::RunState state;
         state.slowFile = name;
         state.slowSince = since;
-        return app::Progress::text(state, std::chrono::seconds(0), std::nullopt, columns);
+        return ifdsweep::Progress::text(state, std::chrono::seconds(0), std::nullopt, columns);
     };
     using std::chrono::seconds;
     const std::string start = "0 files, 0/s, 0 failed";

@@ -22,17 +22,18 @@ class SweepTest : public testing::Test {
 protected:
     ~SweepTest() override { EXPECT_EQ(host.liveValues(), 0U); }
 
-    app::Outcome sweep(const fixture::Bytes& bytes, const app::ReadOptions& numbers = {}) {
+    ifdsweep::Outcome sweep(const fixture::Bytes& bytes,
+                            const ifdsweep::ReadOptions& numbers = {}) {
         host.files().serve(u"a.tif", bytes);
-        return app::read(host, "a.tif", numbers);
+        return ifdsweep::read(host, "a.tif", numbers);
     }
 
-    host::Host host;
+    ifdsweep::Host host;
 };
 
 TEST_F(SweepTest, readsAFile) {
     const fixture::Bytes bytes = smallFile().build().bytes;
-    const app::Outcome outcome = sweep(bytes, {.first = 0.5, .max = 2.5});
+    const ifdsweep::Outcome outcome = sweep(bytes, {.first = 0.5, .max = 2.5});
     EXPECT_FALSE(outcome.error.has_value());
     ASSERT_NE(outcome.result, nullptr);
     EXPECT_EQ(outcome.result->rows(), 1U);
@@ -44,17 +45,17 @@ TEST_F(SweepTest, readsAFile) {
 
 TEST_F(SweepTest, findsTheExifDataOfAJpegFileUnlessToldWhere) {
     const fixture::TiffFile file = smallFile().buildInJpeg();
-    const app::Outcome found = sweep(file.bytes);
+    const ifdsweep::Outcome found = sweep(file.bytes);
     EXPECT_EQ(found.initialOffset, static_cast<double>(file.base));
     EXPECT_NE(found.result, nullptr);
-    const app::Outcome told = sweep(file.bytes, {.offset = 0.0});
+    const ifdsweep::Outcome told = sweep(file.bytes, {.offset = 0.0});
     EXPECT_EQ(told.initialOffset, 0);
     ASSERT_TRUE(told.error.has_value());
     EXPECT_EQ(told.error->id(), "Velmora:pixlore:ifdsweep:badEndianness");
 }
 
 TEST_F(SweepTest, aMissingFileIsAnErrorOfItsOwn) {
-    const app::Outcome outcome = app::read(host, "/no/such/file", {});
+    const ifdsweep::Outcome outcome = ifdsweep::read(host, "/no/such/file", {});
     ASSERT_TRUE(outcome.error.has_value());
     EXPECT_EQ(outcome.error->id(), "Velmora:pixlore:ifdsweep:statFailure");
     EXPECT_EQ(outcome.result, nullptr);
@@ -63,13 +64,13 @@ TEST_F(SweepTest, aMissingFileIsAnErrorOfItsOwn) {
 TEST_F(SweepTest, exhaustedMemoryCostsOneFile) {
     const fixture::Bytes bytes = smallFile().build().bytes;
     std::uint64_t creation = 0;
-    app::Outcome outcome;
+    ifdsweep::Outcome outcome;
     // Every value of the call in turn, the inputs too, until a call needs fewer.
     do {
         host.failValueCreation(++creation, std::make_exception_ptr(std::bad_alloc()));
         outcome = sweep(bytes);
         if (outcome.error) {
-            ASSERT_EQ(outcome.error->id(), app::kOutOfMemoryId) << creation;
+            ASSERT_EQ(outcome.error->id(), ifdsweep::kOutOfMemoryId) << creation;
             ASSERT_EQ(outcome.result, nullptr);
             ASSERT_EQ(host.liveValues(), 0U) << creation;
         }
@@ -79,30 +80,30 @@ TEST_F(SweepTest, exhaustedMemoryCostsOneFile) {
 
 TEST_F(SweepTest, anUnexpectedFailureSaysWhat) {
     host.failValueCreation(7, std::make_exception_ptr(std::runtime_error("strange")));
-    const app::Outcome outcome = sweep(smallFile().build().bytes);
+    const ifdsweep::Outcome outcome = sweep(smallFile().build().bytes);
     ASSERT_TRUE(outcome.error.has_value());
-    EXPECT_EQ(outcome.error->id(), app::kUnexpectedFailureId);
-    EXPECT_EQ(app::messageText(*outcome.error), "unexpected failure: strange");
+    EXPECT_EQ(outcome.error->id(), ifdsweep::kUnexpectedFailureId);
+    EXPECT_EQ(ifdsweep::messageText(*outcome.error), "unexpected failure: strange");
 }
 
 TEST_F(SweepTest, warningsBelongToTheirFile) {
     fixture::TiffBuilder builder = smallFile();
     builder.add(fixture::Directory{fixture::shorts(256, {4}), fixture::shorts(50000, {})});
-    const app::Outcome first = sweep(builder.build().bytes);
+    const ifdsweep::Outcome first = sweep(builder.build().bytes);
     EXPECT_EQ(first.warnings.size(), 1U);
-    const app::Outcome second = sweep(smallFile().build().bytes);
+    const ifdsweep::Outcome second = sweep(smallFile().build().bytes);
     EXPECT_EQ(second.warnings.size(), 0U);
 }
 
 TEST(MessagesTest, textsOfTheProgramsOwn) {
     const auto text = [](const char* id, std::vector<qxMessageArgument> arguments) {
-        return app::messageText(qxMessage(id, std::move(arguments)));
+        return ifdsweep::messageText(qxMessage(id, std::move(arguments)));
     };
-    EXPECT_EQ(text(app::kOutOfMemoryId, {qxMessageText("the limit is 1 MiB")}),
+    EXPECT_EQ(text(ifdsweep::kOutOfMemoryId, {qxMessageText("the limit is 1 MiB")}),
               "out of memory: the limit is 1 MiB");
-    EXPECT_NE(text(app::kNoExifSegmentId, {std::int64_t{20}}).find("position 20 "),
+    EXPECT_NE(text(ifdsweep::kNoExifSegmentId, {std::int64_t{20}}).find("position 20 "),
               std::string::npos);
-    EXPECT_NE(text(app::kBadJpegSegmentId, {std::int64_t{20}}).find("position 20 "),
+    EXPECT_NE(text(ifdsweep::kBadJpegSegmentId, {std::int64_t{20}}).find("position 20 "),
               std::string::npos);
 }
 

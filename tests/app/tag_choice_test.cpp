@@ -21,10 +21,10 @@ using Names = std::vector<std::string>;
 
 /// The chosen fields; unknown tags behind "#".
 Names chosen(std::string_view list) {
-    const app::TagChoice choice = app::chooseTags(list);
+    const ifdsweep::TagChoice choice = ifdsweep::chooseTags(list);
     EXPECT_EQ(choice.complaint, "") << list;
     Names names;
-    for (const app::ChosenField& field : choice.fields) {
+    for (const ifdsweep::ChosenField& field : choice.fields) {
         names.push_back((field.unknownId ? "#" : "") + field.name);
         if (field.unknownId) {
             EXPECT_EQ(field.name, std::to_string(*field.unknownId));
@@ -94,22 +94,23 @@ TEST(TagChoiceComplaintTest, names) {
         {"99999999999999999999", "--tags: 99999999999999999999 is no tag number (0 to 65535)"},
     };
     for (const auto& [list, complaint] : rows) {
-        EXPECT_EQ(app::chooseTags(list).complaint.find(complaint), 0U)
-            << list << ": " << app::chooseTags(list).complaint;
+        EXPECT_EQ(ifdsweep::chooseTags(list).complaint.find(complaint), 0U)
+            << list << ": " << ifdsweep::chooseTags(list).complaint;
     }
 }
 
 TEST(TagChoiceComplaintTest, theNearestStandFirst) {
     const auto nearest = [](std::string_view word) {
-        return app::nearestNames(word, {"Width", "Height", "CellWidth", "TileWidth", "Windth"});
+        return ifdsweep::nearestNames(word,
+                                      {"Width", "Height", "CellWidth", "TileWidth", "Windth"});
     };
     EXPECT_EQ(nearest("Widht"), "Width");
     EXPECT_EQ(nearest("Widthh"), "Width, Windth");
     EXPECT_EQ(nearest("width"), "Width, Windth");
     EXPECT_EQ(nearest("TileWidht"), "TileWidth");
     EXPECT_EQ(nearest("XXXXX"), "");
-    EXPECT_EQ(app::nearestNames("a", {"a1", "a2", "a3", "a1", "a4"}), "a1, a2, a3");
-    EXPECT_EQ(app::nearestNames("a", {}), "");
+    EXPECT_EQ(ifdsweep::nearestNames("a", {"a1", "a2", "a3", "a1", "a4"}), "a1, a2, a3");
+    EXPECT_EQ(ifdsweep::nearestNames("a", {}), "");
 }
 
 TEST(TagListTest, everyNameCanBeChosen) {
@@ -128,7 +129,7 @@ TEST(TagListTest, everyNameCanBeChosen) {
 }
 
 TEST(TagListTest, aLineForEveryName) {
-    const auto lines = programrun::linesOf(app::tagListText());
+    const auto lines = programrun::linesOf(ifdsweep::tagListText());
     EXPECT_EQ(lines.size(), listTags().size());
     for (const char* const line :
          {"-\tBitDepth\trecord", "256\tWidth\tTIFF", "257\tHeight\tTIFF", "271\tMake\tTIFF",
@@ -136,8 +137,8 @@ TEST(TagListTest, aLineForEveryName) {
         EXPECT_EQ(std::count(lines.begin(), lines.end(), line), 1) << line;
     }
     // No field is called so, and no two lines are of one tag.
-    EXPECT_EQ(app::tagListText().find("\tLength\t"), std::string::npos);
-    EXPECT_EQ(app::tagListText().find("-\tHeight\t"), std::string::npos);
+    EXPECT_EQ(ifdsweep::tagListText().find("\tLength\t"), std::string::npos);
+    EXPECT_EQ(ifdsweep::tagListText().find("-\tHeight\t"), std::string::npos);
 }
 
 }  // namespace

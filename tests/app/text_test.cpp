@@ -17,8 +17,8 @@
 
 namespace {
 
-using app::TextForm;
-using app::TextOrigin;
+using ifdsweep::TextForm;
+using ifdsweep::TextOrigin;
 using rendering::rendered;
 
 /// The units that a tag's bytes become.
@@ -39,32 +39,34 @@ std::u16string zeroExtended(std::string_view bytes) {
 }
 
 std::string jsonNatural(std::u16string_view units, TextOrigin origin = TextOrigin::tag) {
-    return rendered([&](app::Output& output) { appendJsonNaturalText(output, units, origin); });
+    return rendered(
+        [&](ifdsweep::Output& output) { appendJsonNaturalText(output, units, origin); });
 }
 
 std::string terminalBytes(std::string_view bytes) {
-    return rendered([&](app::Output& output) { app::appendTerminalText(output, bytes); });
+    return rendered([&](ifdsweep::Output& output) { ifdsweep::appendTerminalText(output, bytes); });
 }
 
 std::string terminalNatural(std::u16string_view units, std::size_t limit = 1000,
                             TextOrigin origin = TextOrigin::tag) {
-    return rendered(
-        [&](app::Output& output) { app::appendTerminalText(output, units, origin, limit); });
+    return rendered([&](ifdsweep::Output& output) {
+        ifdsweep::appendTerminalText(output, units, origin, limit);
+    });
 }
 
 std::string jsonBytes(std::string_view bytes) {
-    return rendered([&](app::Output& output) { app::appendJsonString(output, bytes); });
+    return rendered([&](ifdsweep::Output& output) { ifdsweep::appendJsonString(output, bytes); });
 }
 
 std::string jsonOnTerminal(std::string_view bytes) {
-    return rendered([&](app::Output& output) {
+    return rendered([&](ifdsweep::Output& output) {
         output.setForTerminal(true);
-        app::appendJsonString(output, bytes);
+        ifdsweep::appendJsonString(output, bytes);
     });
 }
 
 std::string jsonUnits(std::u16string_view units) {
-    return rendered([&](app::Output& output) { app::appendJsonUnits(output, units); });
+    return rendered([&](ifdsweep::Output& output) { ifdsweep::appendJsonUnits(output, units); });
 }
 
 /// Calls with every code point that is no surrogate, and its UTF-8.
@@ -72,8 +74,8 @@ template <class Visit>
 void forEachCodePoint(Visit&& visit) {
     for (char32_t codePoint = 0; codePoint <= 0x10FFFF; ++codePoint) {
         if (codePoint < 0xD800 || codePoint > 0xDFFF) {
-            visit(codePoint, rendered([codePoint](app::Output& output) {
-                      output.commit(app::encodeUtf8(output.reserve(4), codePoint));
+            visit(codePoint, rendered([codePoint](ifdsweep::Output& output) {
+                      output.commit(ifdsweep::encodeUtf8(output.reserve(4), codePoint));
                   }));
         }
     }
@@ -123,7 +125,7 @@ class NaturalTextTest : public testing::TestWithParam<NaturalCase> {};
 
 TEST_P(NaturalTextTest, readsTheText) {
     const NaturalCase& row = GetParam();
-    EXPECT_EQ(app::textForm(row.units, row.origin), row.form);
+    EXPECT_EQ(ifdsweep::textForm(row.units, row.origin), row.form);
     EXPECT_EQ(nlohmann::json::parse(jsonNatural(row.units, row.origin)), row.text);
 }
 
@@ -131,20 +133,21 @@ INSTANTIATE_TEST_SUITE_P(All, NaturalTextTest, testing::ValuesIn(kNaturalCases),
                          [](const auto& instance) { return std::string(instance.param.name); });
 
 TEST(NaturalTextTest, onlyTheFileNameIsTrueUtf16) {
-    EXPECT_EQ(app::fieldTextOrigin("Filename"), TextOrigin::fileName);
-    EXPECT_EQ(app::fieldTextOrigin("Artist"), TextOrigin::tag);
-    EXPECT_EQ(app::fieldTextOrigin(""), TextOrigin::tag);
+    EXPECT_EQ(ifdsweep::fieldTextOrigin("Filename"), TextOrigin::fileName);
+    EXPECT_EQ(ifdsweep::fieldTextOrigin("Artist"), TextOrigin::tag);
+    EXPECT_EQ(ifdsweep::fieldTextOrigin(""), TextOrigin::tag);
 }
 
 TEST(NaturalTextTest, aPrefixCutsNoCodePoint) {
     const std::u16string utf8 = signExtended("a\xE2\x82\xAC");
     for (const auto& [limit, length] :
          {std::pair{0U, 0U}, {1U, 1U}, {2U, 1U}, {3U, 1U}, {4U, 4U}}) {
-        EXPECT_EQ(app::naturalPrefix(utf8, TextForm::utf8Bytes, limit).size(), length) << limit;
+        EXPECT_EQ(ifdsweep::naturalPrefix(utf8, TextForm::utf8Bytes, limit).size(), length)
+            << limit;
     }
     const std::u16string pair = u"a\U0001F4F7";
-    EXPECT_EQ(app::naturalPrefix(pair, TextForm::utf16, 2), u"a");
-    EXPECT_EQ(app::naturalPrefix(pair, TextForm::utf16, 3), pair);
+    EXPECT_EQ(ifdsweep::naturalPrefix(pair, TextForm::utf16, 2), u"a");
+    EXPECT_EQ(ifdsweep::naturalPrefix(pair, TextForm::utf16, 3), pair);
 }
 
 TEST(JsonTextTest, escapesWhatMustBe) {
@@ -212,8 +215,8 @@ TEST(JsonTextTest, oneUnitThatIsNotPlainIsSeenAtEveryPlace) {
                 units[place] = unit;
                 const std::string utf8 = nlohmann::json::parse(jsonUnits(units));
                 const std::string expected =
-                    std::string(place, 'A') + rendered([&](app::Output& output) {
-                        output.commit(app::encodeUtf8(output.reserve(4), unit));
+                    std::string(place, 'A') + rendered([&](ifdsweep::Output& output) {
+                        output.commit(ifdsweep::encodeUtf8(output.reserve(4), unit));
                     }) +
                     std::string(length - 1 - place, 'A');
                 ASSERT_EQ(utf8, expected);
@@ -239,18 +242,18 @@ TEST(JsonTextTest, base64) {
     for (const auto& [plain, expected] : rows) {
         const std::vector<std::uint8_t> bytes(plain.begin(), plain.end());
         const std::string text =
-            rendered([&](app::Output& output) { app::appendJsonBase64(output, bytes); });
+            rendered([&](ifdsweep::Output& output) { ifdsweep::appendJsonBase64(output, bytes); });
         EXPECT_EQ(text, '"' + std::string(expected) + '"');
     }
     const std::vector<std::uint8_t> high{0xFB, 0xFF, 0xBF};
-    EXPECT_EQ(rendered([&](app::Output& output) { app::appendJsonBase64(output, high); }),
+    EXPECT_EQ(rendered([&](ifdsweep::Output& output) { ifdsweep::appendJsonBase64(output, high); }),
               R"("+/+/")");
 }
 
 TEST(JsonTextTest, longBase64HasNoPaddingInside) {
     const std::vector<std::uint8_t> bytes(100000, 0);
     const std::string text =
-        rendered([&](app::Output& output) { app::appendJsonBase64(output, bytes); });
+        rendered([&](ifdsweep::Output& output) { ifdsweep::appendJsonBase64(output, bytes); });
     EXPECT_EQ(text.size(), 2U + 133336U);
     EXPECT_EQ(text.find('='), text.size() - 3);  // 100000 = 3 * 33333 + 1: two at the very end
 }
@@ -310,7 +313,7 @@ TEST(TerminalTextTest, whatNobodySeesIsEscapedAndNothingElse) {
         const std::string expected = codePoint == '\\' ? R"(\\)" : utf8;
         if (fixture::mustBeEscaped(codePoint)) {
             ASSERT_EQ(shown.front(), '\\') << static_cast<std::uint32_t>(codePoint);
-            ASSERT_TRUE(app::isAscii<char>(shown)) << shown;
+            ASSERT_TRUE(ifdsweep::isAscii<char>(shown)) << shown;
         } else {
             ASSERT_EQ(shown, expected) << static_cast<std::uint32_t>(codePoint);
         }

@@ -9,9 +9,9 @@
 
 namespace {
 
-using app::defaultMemory;
-using app::kLeastDefaultMemory;
-using app::kMostDefaultMemory;
+using ifdsweep::defaultMemory;
+using ifdsweep::kLeastDefaultMemory;
+using ifdsweep::kMostDefaultMemory;
 
 constexpr std::uint64_t kMiB = std::uint64_t{1} << 20;
 
@@ -33,21 +33,21 @@ TEST(WorkerLimits, defaultMemoryHasBounds) {
 }
 
 TEST(WorkerLimits, theSystemTellsOfItsMemory) {
-    const auto available = app::availableMemory();
+    const auto available = ifdsweep::availableMemory();
     ASSERT_TRUE(available);
     EXPECT_GT(*available, 16 * kMiB);
 }
 
 TEST(WorkerLimits, theCommandLineComesFirst) {
-    app::WorkerChoice choice;
-    const app::WorkerLimits usual = app::workerLimits(choice, 1);
+    ifdsweep::WorkerChoice choice;
+    const ifdsweep::WorkerLimits usual = ifdsweep::workerLimits(choice, 1);
     EXPECT_EQ(usual.timeout, 600);
     EXPECT_GE(usual.memory, kLeastDefaultMemory);
     EXPECT_LE(usual.memory, kMostDefaultMemory);
-    EXPECT_LE(app::workerLimits(choice, 1000).memory, usual.memory);
+    EXPECT_LE(ifdsweep::workerLimits(choice, 1000).memory, usual.memory);
     choice.timeout = 0.25;
     choice.memory = 5;
-    const app::WorkerLimits chosen = app::workerLimits(choice, 1);
+    const ifdsweep::WorkerLimits chosen = ifdsweep::workerLimits(choice, 1);
     EXPECT_EQ(chosen.timeout, 0.25);
     EXPECT_EQ(chosen.memory, 5U);
 }

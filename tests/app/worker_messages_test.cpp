@@ -14,59 +14,59 @@
 
 namespace {
 
-namespace packed = app::packed;
+namespace packed = ifdsweep::packed;
 
 /// A message without its size.
 std::string_view bodyOf(std::string_view message) {
     return message.substr(packed::kNumberSize);
 }
 
-app::WorkerSetup usualSetup() {
-    app::WorkerSetup setup;
+ifdsweep::WorkerSetup usualSetup() {
+    ifdsweep::WorkerSetup setup;
     setup.mainProcess = 17;
     setup.memory = std::uint64_t{1} << 40;
     setup.hasStandardInput = true;
-    setup.colour = app::Colour::on;
+    setup.colour = ifdsweep::Colour::on;
     setup.task.read = {12.5, 1, 2, 300, 400, true};
-    app::OutputChoice& output = setup.task.output;
-    output.format = app::Format::csv;
-    output.layout = app::JsonLayout::compact;
+    ifdsweep::OutputChoice& output = setup.task.output;
+    output.format = ifdsweep::Format::csv;
+    output.layout = ifdsweep::JsonLayout::compact;
     output.toTerminal = true;
     output.fields = {{"Make", {}}, {"50000", 50000}};
     output.shorten = 0;
     output.nestedRows = true;
-    output.warnings = app::WarningDetail::count;
+    output.warnings = ifdsweep::WarningDetail::count;
     output.ignored = {"Velmora:a", "Velmora:b"};
     return setup;
 }
 
 std::string usualAnswer() {
-    app::FileReport report = app::failureReport("why");
+    ifdsweep::FileReport report = ifdsweep::failureReport("why");
     report.directories = 3;
     report.warnings = {{"Velmora:a", 1}, {"Velmora:b", 300}};
     report.isShown = true;
-    app::FilePart part;
+    ifdsweep::FilePart part;
     part.bytes = "{}\n";
-    return app::packAnswer(9, report, part);
+    return ifdsweep::packAnswer(9, report, part);
 }
 
 TEST(WorkerMessages, aSetupComesBack) {
-    const app::WorkerSetup sent = usualSetup();
-    const auto back = app::unpackSetup(bodyOf(app::packSetup(sent)));
+    const ifdsweep::WorkerSetup sent = usualSetup();
+    const auto back = ifdsweep::unpackSetup(bodyOf(ifdsweep::packSetup(sent)));
     ASSERT_TRUE(back);
     EXPECT_EQ(back->mainProcess, 17U);
     EXPECT_EQ(back->memory, std::uint64_t{1} << 40);
     EXPECT_TRUE(back->hasStandardInput);
-    EXPECT_EQ(back->colour, app::Colour::on);
+    EXPECT_EQ(back->colour, ifdsweep::Colour::on);
     EXPECT_EQ(back->task.read.offset, 12.5);
     EXPECT_EQ(back->task.read.first, 1);
     EXPECT_EQ(back->task.read.max, 2);
     EXPECT_EQ(back->task.read.readBudget, 300U);
     EXPECT_EQ(back->task.read.valueBudget, 400U);
     EXPECT_TRUE(back->task.read.imagesOnly);
-    const app::OutputChoice& output = back->task.output;
-    EXPECT_EQ(output.format, app::Format::csv);
-    EXPECT_EQ(output.layout, app::JsonLayout::compact);
+    const ifdsweep::OutputChoice& output = back->task.output;
+    EXPECT_EQ(output.format, ifdsweep::Format::csv);
+    EXPECT_EQ(output.layout, ifdsweep::JsonLayout::compact);
     EXPECT_TRUE(output.toTerminal);
     ASSERT_EQ(output.fields.size(), 2U);
     EXPECT_EQ(output.fields[0].name, "Make");
@@ -74,25 +74,25 @@ TEST(WorkerMessages, aSetupComesBack) {
     EXPECT_EQ(output.fields[1].unknownId, 50000);
     EXPECT_EQ(output.shorten, 0U);
     EXPECT_TRUE(output.nestedRows);
-    EXPECT_EQ(output.warnings, app::WarningDetail::count);
+    EXPECT_EQ(output.warnings, ifdsweep::WarningDetail::count);
     EXPECT_EQ(output.ignored, sent.task.output.ignored);
-    EXPECT_EQ(app::packSetup(*back), app::packSetup(sent));
+    EXPECT_EQ(ifdsweep::packSetup(*back), ifdsweep::packSetup(sent));
 }
 
 TEST(WorkerMessages, aSetupOfDefaultsComesBack) {
-    const std::string message = app::packSetup({});
-    const auto back = app::unpackSetup(bodyOf(message));
+    const std::string message = ifdsweep::packSetup({});
+    const auto back = ifdsweep::unpackSetup(bodyOf(message));
     ASSERT_TRUE(back);
     EXPECT_FALSE(back->task.read.offset);
     EXPECT_FALSE(back->task.output.shorten);
-    EXPECT_EQ(app::packSetup(*back), message);
+    EXPECT_EQ(ifdsweep::packSetup(*back), message);
 }
 
 TEST(WorkerMessages, aRequestComesBack) {
-    app::InputFile file;
+    ifdsweep::InputFile file;
     file.path = std::string("a\0\n/\xFF", 5);
     file.imagesOnly = true;
-    const auto back = app::unpackRequest(bodyOf(app::packRequest(5, file)));
+    const auto back = ifdsweep::unpackRequest(bodyOf(ifdsweep::packRequest(5, file)));
     ASSERT_TRUE(back);
     EXPECT_EQ(back->number, 5U);
     EXPECT_EQ(back->file.path, file.path);
@@ -101,10 +101,10 @@ TEST(WorkerMessages, aRequestComesBack) {
 
 TEST(WorkerMessages, anAnswerComesBack) {
     const std::string message = usualAnswer();
-    const auto back = app::unpackAnswer(bodyOf(message));
+    const auto back = ifdsweep::unpackAnswer(bodyOf(message));
     ASSERT_TRUE(back);
     EXPECT_EQ(back->number, 9U);
-    EXPECT_EQ(back->report.ending, app::FileReport::Ending::failed);
+    EXPECT_EQ(back->report.ending, ifdsweep::FileReport::Ending::failed);
     EXPECT_EQ(back->report.failure, "why");
     EXPECT_EQ(back->report.directories, 3U);
     ASSERT_EQ(back->report.warnings.size(), 2U);
@@ -123,10 +123,10 @@ TEST(WorkerMessages, aMessageCutAnywhereIsNone) {
         EXPECT_FALSE(unpack(std::string(body) + '\0'));
         EXPECT_FALSE(unpack(std::string(body) + std::string(8, '\0')));
     };
-    expectNone(usualAnswer(), app::unpackAnswer);
-    expectNone(app::packSetup(usualSetup()), app::unpackSetup);
-    expectNone(app::packRequest(1, app::InputFile{.path = "path", .failure = {}}),
-               app::unpackRequest);
+    expectNone(usualAnswer(), ifdsweep::unpackAnswer);
+    expectNone(ifdsweep::packSetup(usualSetup()), ifdsweep::unpackSetup);
+    expectNone(ifdsweep::packRequest(1, ifdsweep::InputFile{.path = "path", .failure = {}}),
+               ifdsweep::unpackRequest);
 }
 
 TEST(WorkerMessages, aFlippedBitGivesAnotherWholeMessageOrNone) {
@@ -135,15 +135,15 @@ TEST(WorkerMessages, aFlippedBitGivesAnotherWholeMessageOrNone) {
     for (std::size_t at = 0; at < good.size() * 8; ++at) {
         std::string bytes = good;
         bytes[at / 8] = static_cast<char>(bytes[at / 8] ^ (1 << (at % 8)));
-        const auto answer = app::unpackAnswer(bytes);
+        const auto answer = ifdsweep::unpackAnswer(bytes);
         if (!answer) {
             ++none;
             continue;
         }
         // Whatever was taken is what was there: packed again it is the same.
-        app::FilePart part;
+        ifdsweep::FilePart part;
         part.bytes = answer->bytes;
-        EXPECT_EQ(bodyOf(app::packAnswer(answer->number, answer->report, part)), bytes) << at;
+        EXPECT_EQ(bodyOf(ifdsweep::packAnswer(answer->number, answer->report, part)), bytes) << at;
     }
     EXPECT_GT(none, 0);
 }
@@ -173,9 +173,9 @@ std::string packed7(const BadAnswer& answer) {
 }
 
 TEST(WorkerMessages, answersThatMakeNoSenseAreNone) {
-    constexpr std::size_t kMost = app::FilePart::kMostInMemory;
-    EXPECT_TRUE(app::unpackAnswer(packed7({"good", 0, 0, 1, 0, 0, kMost})));
-    EXPECT_TRUE(app::unpackAnswer(packed7({"in a file", 2, 0, 1, 1, 5, 0})));
+    constexpr std::size_t kMost = ifdsweep::FilePart::kMostInMemory;
+    EXPECT_TRUE(ifdsweep::unpackAnswer(packed7({"good", 0, 0, 1, 0, 0, kMost})));
+    EXPECT_TRUE(ifdsweep::unpackAnswer(packed7({"in a file", 2, 0, 1, 1, 5, 0})));
     for (const BadAnswer& answer : {
              BadAnswer{"no such ending", 3, 0, 1, 0, 0, 1},
              BadAnswer{"more warnings than bytes", 0, ~std::uint64_t{0}, 1, 0, 0, 1},
@@ -185,7 +185,7 @@ TEST(WorkerMessages, answersThatMakeNoSenseAreNone) {
              BadAnswer{"in a file and here", 0, 0, 1, 1, 5, 1},
              BadAnswer{"more than is kept in memory", 0, 0, 1, 0, 0, kMost + 1},
          }) {
-        EXPECT_FALSE(app::unpackAnswer(packed7(answer))) << answer.name;
+        EXPECT_FALSE(ifdsweep::unpackAnswer(packed7(answer))) << answer.name;
     }
 }
 

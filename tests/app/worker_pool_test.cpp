@@ -29,8 +29,8 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-app::InputFile file(std::string path) {
-    app::InputFile input;
+ifdsweep::InputFile file(std::string path) {
+    ifdsweep::InputFile input;
     input.path = std::move(path);
     return input;
 }
@@ -50,7 +50,7 @@ protected:
     void lie(const char* how) { ::setenv("LIE", how, 1); }
 
     /// Gives files to a pool until all have come back.
-    void runFiles(app::WorkerPool& pool, std::uint64_t count) {
+    void runFiles(ifdsweep::WorkerPool& pool, std::uint64_t count) {
         const auto end = steady_clock::now() + std::chrono::seconds(60);
         std::uint64_t next = 0;
         while (answers.size() < count) {
@@ -59,7 +59,7 @@ protected:
                 pool.submit(next, file(std::to_string(next)));
                 ++next;
             }
-            for (app::WorkerAnswer& answer : pool.wait(milliseconds(100), {})) {
+            for (ifdsweep::WorkerAnswer& answer : pool.wait(milliseconds(100), {})) {
                 const std::uint64_t number = answer.number;
                 ASSERT_LT(number, count);
                 ASSERT_TRUE(answers.emplace(number, std::move(answer)).second) << number;
@@ -78,14 +78,14 @@ protected:
 
     using Counts = std::map<std::string, int>;
 
-    app::TaskOptions task;
-    app::WorkerPoolSettings settings;
-    std::map<std::uint64_t, app::WorkerAnswer> answers;
+    ifdsweep::TaskOptions task;
+    ifdsweep::WorkerPoolSettings settings;
+    std::map<std::uint64_t, ifdsweep::WorkerAnswer> answers;
 };
 
 TEST_F(WorkerPoolTest, goodWorkersAnswerAll) {
     lie("none");
-    app::WorkerPool pool(task, settings);
+    ifdsweep::WorkerPool pool(task, settings);
     runFiles(pool, 1000);
     EXPECT_EQ(failures(), (Counts{{"", 1000}}));
     for (const auto& [number, answer] : answers) {
@@ -97,7 +97,7 @@ TEST_F(WorkerPoolTest, whatIsTakenBackComesOnceWhoeverReadsIt) {
     // A file may be taken from behind a slow one and come to the same worker again.
     lie("slow");
     settings.workers = 3;
-    app::WorkerPool pool(task, settings);
+    ifdsweep::WorkerPool pool(task, settings);
     runFiles(pool, 400);
     EXPECT_EQ(failures(), (Counts{{"", 400}}));
     for (const auto& [number, answer] : answers) {
@@ -110,9 +110,9 @@ TEST_F(WorkerPoolTest, aWorkerThatLiesIsADeadOne) {
          {"garbage", "number", "huge", "notAFile", "short", "noFile", "extraFile"}) {
         lie(how);
         answers.clear();
-        app::WorkerPool pool(task, settings);
+        ifdsweep::WorkerPool pool(task, settings);
         runFiles(pool, 20);
-        EXPECT_EQ(failures(), (Counts{{app::kWorkerDiedId, 20}})) << how;
+        EXPECT_EQ(failures(), (Counts{{ifdsweep::kWorkerDiedId, 20}})) << how;
     }
 }
 
@@ -121,12 +121,12 @@ TEST_F(WorkerPoolTest, whatWasNotAskedIsNoAnswer) {
     for (const char* const how : {"unasked", "twice"}) {
         lie(how);
         answers.clear();
-        app::WorkerPool pool(task, settings);
+        ifdsweep::WorkerPool pool(task, settings);
         runFiles(pool, 20);
         const Counts counts = failures();
         EXPECT_EQ(answers.size(), 20U) << how;
         for (const auto& [id, count] : counts) {
-            EXPECT_TRUE(id.empty() || id == app::kWorkerDiedId) << id;
+            EXPECT_TRUE(id.empty() || id == ifdsweep::kWorkerDiedId) << id;
         }
     }
 }
@@ -135,9 +135,9 @@ TEST_F(WorkerPoolTest, workersThatCannotBeginAreNotBegunForEver) {
     for (const char* const how : {"exit", "dies"}) {
         lie(how);
         answers.clear();
-        app::WorkerPool pool(task, settings);
+        ifdsweep::WorkerPool pool(task, settings);
         runFiles(pool, 10);
-        EXPECT_EQ(failures(), (Counts{{app::kWorkerDiedId, 10}})) << how;
+        EXPECT_EQ(failures(), (Counts{{ifdsweep::kWorkerDiedId, 10}})) << how;
     }
 }
 
@@ -145,7 +145,7 @@ TEST_F(WorkerPoolTest, aWorkerThatWasReadingNothingCostsNoFile) {
     const TemporaryFolder folder;
     ::setenv("LIE_FILE", (folder.path() / "died").c_str(), 1);
     lie("once");
-    app::WorkerPool pool(task, settings);
+    ifdsweep::WorkerPool pool(task, settings);
     runFiles(pool, 10);
     EXPECT_EQ(failures(), (Counts{{"", 10}}));
 }
@@ -155,9 +155,9 @@ TEST_F(WorkerPoolTest, silenceEndsWhateverAWorkerSaysOfItself) {
         lie(how);
         answers.clear();
         settings.limits.timeout = 0.1;
-        app::WorkerPool pool(task, settings);
+        ifdsweep::WorkerPool pool(task, settings);
         runFiles(pool, 2);
-        EXPECT_EQ(failures(), (Counts{{app::kTimeoutId, 2}})) << how;
+        EXPECT_EQ(failures(), (Counts{{ifdsweep::kTimeoutId, 2}})) << how;
     }
 }
 
@@ -170,12 +170,12 @@ TEST_F(WorkerPoolTest, aProcessThatCannotBeEndedIsLeftBehind) {
     lie("silent");
     const auto begin = steady_clock::now();
     {
-        app::WorkerPool pool(task, settings);
+        ifdsweep::WorkerPool pool(task, settings);
         runFiles(pool, 2);
-        EXPECT_EQ(failures(), (Counts{{app::kStuckId, 2}}));
+        EXPECT_EQ(failures(), (Counts{{ifdsweep::kStuckId, 2}}));
         ASSERT_GE(processes.size(), 2U);
         // Of its two requests the worker says last that it reads the second.
-        EXPECT_EQ(app::messageText(*answers.at(1).failure),
+        EXPECT_EQ(ifdsweep::messageText(*answers.at(1).failure),
                   "the process that reads the file cannot be ended: process " +
                       std::to_string(processes[0]) + ", not finished within 2 s");
         pool.submit(100, file("file"));
@@ -191,10 +191,10 @@ TEST_F(WorkerPoolTest, aProcessThatCannotBeEndedIsLeftBehind) {
 
 TEST_F(WorkerPoolTest, withoutAnyProcessFilesFail) {
     settings.program = "/no/such/program";
-    app::WorkerPool pool(task, settings);
+    ifdsweep::WorkerPool pool(task, settings);
     runFiles(pool, 100);
-    EXPECT_EQ(failures(), (Counts{{app::kNoWorkerId, 100}}));
-    EXPECT_EQ(app::messageText(*answers.at(5).failure),
+    EXPECT_EQ(failures(), (Counts{{ifdsweep::kNoWorkerId, 100}}));
+    EXPECT_EQ(ifdsweep::messageText(*answers.at(5).failure),
               "no process can be started to read the file: No such file or directory");
 }
 
@@ -202,9 +202,9 @@ TEST_F(WorkerPoolTest, aProcessWithThreadsCanHaveAPool) {
     const TemporaryFolder folder;
     programfiles::write(folder.path() / "a.tif", programfiles::image(7));
     settings.program = IFDSWEEP_PROGRAM;
-    task.output.format = app::Format::ndjson;
+    task.output.format = ifdsweep::Format::ndjson;
     const auto readMany = [&](std::string& text) {
-        app::WorkerPool pool(task, settings);
+        ifdsweep::WorkerPool pool(task, settings);
         for (std::uint64_t number = 0; number < 50; ++number) {
             while (!pool.hasRoom()) {
                 for (const auto& answer : pool.wait(milliseconds(100), {})) {

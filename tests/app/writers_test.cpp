@@ -26,27 +26,29 @@ class WritersTest : public testing::Test {
 protected:
     ~WritersTest() override { EXPECT_EQ(host.liveValues(), 0U); }
 
-    host::Host host;
-    host::Host::Scope scope{host};
+    ifdsweep::Host host;
+    ifdsweep::Host::Scope scope{host};
 };
 
-std::string typed(const host::ValueHandle& value) {
-    return rendered([&](app::Output& output) { app::appendTypedValue(output, value.get()); });
+std::string typed(const ifdsweep::ValueHandle& value) {
+    return rendered(
+        [&](ifdsweep::Output& output) { ifdsweep::appendTypedValue(output, value.get()); });
 }
 
-std::string natural(const host::ValueHandle& value) {
-    return rendered([&](app::Output& output) { app::appendNaturalValue(output, value.get()); });
+std::string natural(const ifdsweep::ValueHandle& value) {
+    return rendered(
+        [&](ifdsweep::Output& output) { ifdsweep::appendNaturalValue(output, value.get()); });
 }
 
-std::string shown(const host::ValueHandle& value, const app::TextLimits& limits = {}) {
-    return rendered([&](app::Output& output) {
-        app::appendTextValue(output, value.get(), app::TextOrigin::tag, limits);
+std::string shown(const ifdsweep::ValueHandle& value, const ifdsweep::TextLimits& limits = {}) {
+    return rendered([&](ifdsweep::Output& output) {
+        ifdsweep::appendTextValue(output, value.get(), ifdsweep::TextOrigin::tag, limits);
     });
 }
 
 template <class Writer, class... Arguments>
-std::string written(const app::Outcome& outcome, Arguments... arguments) {
-    return rendered([&](app::Output& output) {
+std::string written(const ifdsweep::Outcome& outcome, Arguments... arguments) {
+    return rendered([&](ifdsweep::Output& output) {
         Writer writer(output, arguments...);
         writer.begin();
         writer.write(outcome);
@@ -116,7 +118,7 @@ TEST_F(WritersTest, text) {
 }
 
 TEST_F(WritersTest, cells) {
-    const auto row = rendering::cells(rendering::text(u"a"), host::ValueHandle(), number(3));
+    const auto row = rendering::cells(rendering::text(u"a"), ifdsweep::ValueHandle(), number(3));
     EXPECT_EQ(typed(row), R"({"class":"cell","size":[1,3],"data":[)"
                           R"({"class":"char","size":[1,1],"data":"a"},null,)"
                           R"({"class":"double","size":[1,1],"data":[3]}]})");
@@ -137,7 +139,7 @@ TEST_F(WritersTest, records) {
               R"([null,{"class":"char","size":[1,2],"data":"me"}]]})");
     EXPECT_EQ(natural(column), R"([{"Width":7,"Artist":null},{"Width":null,"Artist":"me"}])");
     EXPECT_EQ(shown(column), "(2x1 records)");
-    EXPECT_EQ(typed(host::ValueHandle()), "null");
+    EXPECT_EQ(typed(ifdsweep::ValueHandle()), "null");
 }
 
 TEST_F(WritersTest, namesOfFields) {
@@ -169,7 +171,7 @@ TEST_F(WritersTest, theFileNameIsNotTakenForBytes) {
 }
 
 TEST_F(WritersTest, longValuesAreCutWithTheirSize) {
-    const app::TextLimits limits{3, 4};
+    const ifdsweep::TextLimits limits{3, 4};
     EXPECT_EQ(shown(rendering::numbers(1, 3, {1, 2, 3}), limits), "1 2 3");
     EXPECT_EQ(shown(rendering::numbers(1, 4, {1, 2, 3, 4}), limits), "1 2 3 ... (4 values)");
     EXPECT_EQ(shown(rendering::numbers(2, 2, {1, 2, 3, 4}), limits), "1 3; 2 ... (2x2 values)");
@@ -189,8 +191,8 @@ TEST_F(WritersTest, moreThanOneBuffer) {
 
 const char* const kExpectedTagDataFormat = "Velmora:pixlore:ifdsweep:expectedTagDataFormat";
 
-app::Outcome goodOutcome() {
-    app::Outcome outcome;
+ifdsweep::Outcome goodOutcome() {
+    ifdsweep::Outcome outcome;
     outcome.file = "a\xFF.tif";
     outcome.initialOffset = 12;
     outcome.maxIfdCount = INFINITY;
@@ -209,16 +211,17 @@ app::Outcome goodOutcome() {
     return outcome;
 }
 
-app::Outcome failedOutcome() {
-    app::Outcome outcome;
+ifdsweep::Outcome failedOutcome() {
+    ifdsweep::Outcome outcome;
     outcome.file = "b.jpg";
-    outcome.error.emplace(app::kNoExifSegmentId, std::vector<qxMessageArgument>{std::int64_t{20}});
+    outcome.error.emplace(ifdsweep::kNoExifSegmentId,
+                          std::vector<qxMessageArgument>{std::int64_t{20}});
     return outcome;
 }
 
 TEST_F(WritersTest, typedLineOfAFile) {
     EXPECT_EQ(
-        written<app::TypedWriter>(goodOutcome()),
+        written<ifdsweep::TypedWriter>(goodOutcome()),
         R"({"file":"a\udcff.tif","arguments":{"initialOffset":12,"firstIfdIndex":0,)"
         R"("maxIfdCount":"Infinity"},"result":{"class":"struct","size":[1,1],)"
         R"("fields":["Format","Width","UnknownTags"],"data":[[)"
@@ -233,7 +236,7 @@ TEST_F(WritersTest, typedLineOfAFile) {
 }
 
 TEST_F(WritersTest, typedLineOfAFailure) {
-    EXPECT_EQ(written<app::TypedWriter>(failedOutcome()),
+    EXPECT_EQ(written<ifdsweep::TypedWriter>(failedOutcome()),
               R"({"file":"b.jpg","arguments":{"initialOffset":0,"firstIfdIndex":0,)"
               R"("maxIfdCount":0},"result":null,"warnings":[],)"
               R"("error":{"id":"ifdsweep:noExifSegment","arguments":[20]}})"
@@ -241,7 +244,7 @@ TEST_F(WritersTest, typedLineOfAFailure) {
 }
 
 TEST_F(WritersTest, naturalObjectOfAFile) {
-    const json files = json::parse(written<app::JsonWriter>(goodOutcome()));
+    const json files = json::parse(written<ifdsweep::JsonWriter>(goodOutcome()));
     ASSERT_EQ(files.size(), 1U);
     EXPECT_EQ(files[0]["file"], "a\uFFFD.tif");
     EXPECT_EQ(files[0]["records"],
@@ -255,22 +258,22 @@ TEST_F(WritersTest, naturalObjectOfAFile) {
 }
 
 TEST_F(WritersTest, naturalObjectOfAFailure) {
-    const json files = json::parse(written<app::JsonWriter>(failedOutcome()));
+    const json files = json::parse(written<ifdsweep::JsonWriter>(failedOutcome()));
     EXPECT_EQ(files[0]["records"], json::array());
     EXPECT_EQ(files[0]["error"]["id"], "ifdsweep:noExifSegment");
     EXPECT_EQ(files[0]["error"]["arguments"], json::array({20}));
-    EXPECT_EQ(files[0]["error"]["text"], app::messageText(*failedOutcome().error));
+    EXPECT_EQ(files[0]["error"]["text"], ifdsweep::messageText(*failedOutcome().error));
 }
 
 TEST_F(WritersTest, oneArrayForAllFiles) {
-    const std::string none = rendered([](app::Output& output) {
-        app::JsonWriter writer(output);
+    const std::string none = rendered([](ifdsweep::Output& output) {
+        ifdsweep::JsonWriter writer(output);
         writer.begin();
         writer.end();
     });
     EXPECT_EQ(json::parse(none), json::array());
-    const std::string two = rendered([](app::Output& output) {
-        app::JsonWriter writer(output);
+    const std::string two = rendered([](ifdsweep::Output& output) {
+        ifdsweep::JsonWriter writer(output);
         writer.begin();
         writer.write(failedOutcome());
         writer.write(failedOutcome());
@@ -288,32 +291,35 @@ TEST_F(WritersTest, textOfAFile) {
     UnknownTags
       50000 (0xc350)  offset 99  value x\x1b
   warning: )";
-    const std::string text = written<app::TextWriter>(goodOutcome(), app::Colour::off);
+    const std::string text = written<ifdsweep::TextWriter>(goodOutcome(), ifdsweep::Colour::off);
     EXPECT_EQ(text.substr(0, expectedStart.size()), expectedStart);
     EXPECT_NE(text.find(std::string("(") + kExpectedTagDataFormat + ")\n"), std::string::npos);
 }
 
 TEST_F(WritersTest, textIsColouredOnlyOnDemand) {
-    EXPECT_EQ(written<app::TextWriter>(goodOutcome(), app::Colour::off).find('\x1b'),
+    EXPECT_EQ(written<ifdsweep::TextWriter>(goodOutcome(), ifdsweep::Colour::off).find('\x1b'),
               std::string::npos);
-    EXPECT_EQ(
-        written<app::TextWriter>(goodOutcome(), app::Colour::on).find("\x1b[1ma\\xff.tif\x1b[0m\n"),
-        0U);
+    EXPECT_EQ(written<ifdsweep::TextWriter>(goodOutcome(), ifdsweep::Colour::on)
+                  .find("\x1b[1ma\\xff.tif\x1b[0m\n"),
+              0U);
 }
 
 TEST_F(WritersTest, textOfAFileWithoutDirectories) {
-    app::Outcome outcome;
+    ifdsweep::Outcome outcome;
     outcome.file = "empty.tif";
     outcome.result = noRecords();
-    EXPECT_EQ(written<app::TextWriter>(outcome, app::Colour::off), "empty.tif\n  no directories\n");
-    EXPECT_EQ(json::parse(written<app::JsonWriter>(outcome))[0]["records"], json::array());
+    EXPECT_EQ(written<ifdsweep::TextWriter>(outcome, ifdsweep::Colour::off),
+              "empty.tif\n  no directories\n");
+    EXPECT_EQ(json::parse(written<ifdsweep::JsonWriter>(outcome))[0]["records"], json::array());
 }
 
 TEST_F(WritersTest, textOfAFailureIsItsWarnings) {
-    EXPECT_EQ(written<app::TextWriter>(failedOutcome(), app::Colour::off), "");
-    app::Outcome outcome = failedOutcome();
+    EXPECT_EQ(written<ifdsweep::TextWriter>(failedOutcome(), ifdsweep::Colour::off), "");
+    ifdsweep::Outcome outcome = failedOutcome();
     outcome.warnings = goodOutcome().warnings;
-    EXPECT_EQ(written<app::TextWriter>(outcome, app::Colour::off).find("b.jpg\n  warning: "), 0U);
+    EXPECT_EQ(
+        written<ifdsweep::TextWriter>(outcome, ifdsweep::Colour::off).find("b.jpg\n  warning: "),
+        0U);
 }
 
 TEST_F(WritersTest, textIndentsNestedDirectories) {
@@ -322,13 +328,13 @@ TEST_F(WritersTest, textIndentsNestedDirectories) {
     auto first = rendering::records(2, {"Width"});
     setField(first, 0, "Width", number(1));
     setField(first, 1, "Width", number(2));
-    app::Outcome outcome;
+    ifdsweep::Outcome outcome;
     outcome.file = "n.tif";
     outcome.result = rendering::records(1, {"SubIFDs", "DigitalCamera", "Artist"});
     setField(outcome.result, 0, "SubIFDs", rendering::cells(std::move(first)));
     setField(outcome.result, 0, "DigitalCamera", std::move(leaf));
     setField(outcome.result, 0, "Artist", rendering::text(u"me"));
-    EXPECT_EQ(written<app::TextWriter>(outcome, app::Colour::off), R"(n.tif
+    EXPECT_EQ(written<ifdsweep::TextWriter>(outcome, ifdsweep::Colour::off), R"(n.tif
 
   Directory 0
     Artist  me

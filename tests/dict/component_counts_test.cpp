@@ -24,8 +24,8 @@ std::string errorOf(unsigned short id, unsigned long count) {
 }
 
 TEST(ComponentCounts, SevenTagsMustHoldOneAndNoOtherIsAsked) {
-    host::Host host;
-    const host::Host::Scope scope(host);
+    ifdsweep::Host host;
+    const ifdsweep::Host::Scope scope(host);
     for (unsigned each = 0; each <= 0xFFFF; ++each) {
         const auto id = static_cast<unsigned short>(each);
         const bool isRuled =
@@ -42,8 +42,8 @@ TEST(ComponentCounts, SevenTagsMustHoldOneAndNoOtherIsAsked) {
 }
 
 TEST(ComponentCounts, TheErrorNamesTheTag) {
-    host::Host host;
-    const host::Host::Scope scope(host);
+    ifdsweep::Host host;
+    const ifdsweep::Host::Scope scope(host);
     EXPECT_EQ(errorOf(256, 2), "badTagDataCount(256, 'Width', 2, 1)");
     EXPECT_EQ(errorOf(257, 0), "badTagDataCount(257, 'Length', 0, 1)");
     EXPECT_EQ(errorOf(277, 3), "badTagDataCount(277, 'SamplesPerPixel', 3, 1)");

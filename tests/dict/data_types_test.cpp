@@ -47,8 +47,8 @@ TEST(DataTypes, EveryTypeHasItsName) {
 }
 
 TEST(DataTypes, ACodeWithoutANameIsAnError) {
-    host::Host host;
-    const host::Host::Scope scope(host);
+    ifdsweep::Host host;
+    const ifdsweep::Host::Scope scope(host);
     // The enumeration has room for five bits.
     for (const int code : {14, 15, 19, 20, 31}) {
         try {

@@ -16,13 +16,13 @@ protected:
     /// Sweeps a file with one tag that was modified at a moment (microseconds since 1970).
     static Sweep sweptAt(std::int64_t modified) {
         const TiffFile file = fileOf({{ascii(315, "x")}});
-        return sweep(file.bytes, {}, [&](host::Host& host) {
+        return sweep(file.bytes, {}, [&](ifdsweep::Host& host) {
             qxFileStatus status;
             status.type = qxFileType::regular;
             status.fileSize = file.bytes.size();
             status.timeStamps = {1, modified, 2};
             host.files().serve(kFileName,
-                               {std::make_shared<host::MemoryBytes>(file.bytes), status});
+                               {std::make_shared<ifdsweep::MemoryBytes>(file.bytes), status});
         });
     }
 };
@@ -38,9 +38,9 @@ TEST_P(FileFields, ThirtyFiveNamesInTheirOrder) {
 TEST_P(FileFields, TheListIsTheSameForEveryFormat) {
     const TiffFile tiff = fileOf({{ascii(315, "x")}});
     for (const Bytes& bytes : {tiff.bytes, Bytes{0xFF, 0xD8}, Bytes{}}) {
-        host::Host host;
+        ifdsweep::Host host;
         host.files().serve(kFileName, bytes);
-        const host::Host::Scope scope(host);
+        const ifdsweep::Host::Scope scope(host);
         const TagFile file(kFileName, 0, 0, 0);
         const Lines names(file.defaultFieldNames.begin(), file.defaultFieldNames.end());
         EXPECT_EQ(names, headNames());
@@ -134,7 +134,7 @@ TEST_P(FileFields, ANameOfAnyCharactersComesBack) {
     const TiffFile file = fileOf({{ascii(315, "x")}});
     const std::u16string name = u"\u00E9t\u00E9 \u6F22\xD83D\xDE00\xDC80.tif";
     const Sweep swept =
-        sweepFile(name, {}, [&](host::Host& host) { host.files().serve(name, file.bytes); });
+        sweepFile(name, {}, [&](ifdsweep::Host& host) { host.files().serve(name, file.bytes); });
     EXPECT_EQ(swept.value("Filename"), quotedText(name));
 }
 

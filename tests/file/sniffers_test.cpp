@@ -40,9 +40,9 @@ std::vector<SniffCase> sniffCases() {
 
 TEST(Sniffers, FirstBytesDecide) {
     for (const SniffCase& each : sniffCases()) {
-        host::Host host;
+        ifdsweep::Host host;
         host.files().serve(kFileName, each.bytes);
-        const host::Host::Scope scope(host);
+        const ifdsweep::Host::Scope scope(host);
         EXPECT_EQ(isJpeg(kFileName), each.isJpeg) << each.name;
         EXPECT_EQ(isClassicTiff(kFileName), each.isClassic) << each.name;
         EXPECT_EQ(isBigTiff(kFileName), each.isBig) << each.name;
@@ -50,8 +50,8 @@ TEST(Sniffers, FirstBytesDecide) {
 }
 
 TEST(Sniffers, AMissingFileIsNoneOfThem) {
-    host::Host host;
-    const host::Host::Scope scope(host);
+    ifdsweep::Host host;
+    const ifdsweep::Host::Scope scope(host);
     EXPECT_FALSE(isJpeg(u"/no such folder/no such file"));
     EXPECT_FALSE(isClassicTiff(u"/no such folder/no such file"));
     EXPECT_FALSE(isBigTiff(u"/no such folder/no such file"));
@@ -59,9 +59,9 @@ TEST(Sniffers, AMissingFileIsNoneOfThem) {
 
 TEST(Sniffers, TheLayoutFollows) {
     for (const SniffCase& each : sniffCases()) {
-        host::Host host;
+        ifdsweep::Host host;
         host.files().serve(kFileName, each.bytes);
-        const host::Host::Scope scope(host);
+        const ifdsweep::Host::Scope scope(host);
         const TagFile file(kFileName, 0, 0, 0);
         const bool isWide = !each.isJpeg && !each.isClassic;
         EXPECT_EQ(static_cast<unsigned>(file.fileFormat),

@@ -75,7 +75,7 @@ TEST(Corpus, EveryFileIsReadFromEveryPlausiblePosition) {
         return;
     }
     for (const CorpusFile& file : files) {
-        const std::u16string name = host::fileNameFromSystem(file.path);
+        const std::u16string name = ifdsweep::fileNameFromSystem(file.path);
         const Bytes bytes = bytesOf(file.path);
         ASSERT_FALSE(bytes.empty()) << file.path;
         for (const double offset : {0.0, streamOffset(bytes)}) {
@@ -141,7 +141,7 @@ TEST(Corpus, BaselineNumbersAreThoseOfLibtiff) {
             ++unread;  // no witness: libtiff wants a baseline field that the file lacks
             continue;
         }
-        const Sweep swept = sweepFile(host::fileNameFromSystem(file.path));
+        const Sweep swept = sweepFile(ifdsweep::fileNameFromSystem(file.path));
         ASSERT_EQ(swept.error, "");
         ASSERT_EQ(swept.records.size(), expected.size());
         for (std::size_t i = 0; i < expected.size(); ++i) {

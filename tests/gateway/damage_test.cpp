@@ -55,14 +55,14 @@ TEST_P(Damage, EveryByteFlipped) {
         for (const unsigned mask : {0x01U, 0x80U, 0xFFU}) {
             SCOPED_TRACE(position);
             expectSound(sweep(flipped(bytes, position, static_cast<std::uint8_t>(mask)), {},
-                              [](host::Host& host) { host.setReadBudget(200000); }));
+                              [](ifdsweep::Host& host) { host.setReadBudget(200000); }));
         }
     }
 }
 
 TEST_P(Damage, EveryReadAndSeekFails) {
-    using Operation = host::Fault::Operation;
-    using Effect = host::Fault::Effect;
+    using Operation = ifdsweep::Fault::Operation;
+    using Effect = ifdsweep::Fault::Effect;
     const TiffFile file = rich();
     for (const Operation operation : {Operation::read, Operation::seek}) {
         for (const Effect effect : {Effect::fail, Effect::deliverShort, Effect::shrinkFile}) {
@@ -71,7 +71,7 @@ TEST_P(Damage, EveryReadAndSeekFails) {
             }
             for (std::uint64_t number = 1; number <= 80; ++number) {
                 SCOPED_TRACE(number);
-                expectSound(sweep(file.bytes, {}, [&](host::Host& host) {
+                expectSound(sweep(file.bytes, {}, [&](ifdsweep::Host& host) {
                     host.files().setFaultPlan({{operation, number, effect, 3}});
                 }));
             }

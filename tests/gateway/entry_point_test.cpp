@@ -52,7 +52,7 @@ TEST_P(EntryPoint, AFailedNumericConversionIsOutOfBounds) {
     int outOfBounds = 0;
     for (std::uint64_t creation = 5; creation <= 40; ++creation) {
         // The first four values are the inputs of the call.
-        const Sweep swept = sweep(file.bytes, {}, [&](host::Host& host) {
+        const Sweep swept = sweep(file.bytes, {}, [&](ifdsweep::Host& host) {
             host.failValueCreation(creation,
                                    std::make_exception_ptr(boost::numeric::bad_numeric_cast()));
         });
@@ -71,7 +71,7 @@ TEST_P(EntryPoint, AnyOtherExceptionPassesUnchanged) {
                                    pointer(330, {{{ascii(271, "m")}}, {{ascii(271, "m")}}})}});
     int failed = 0;
     for (std::uint64_t creation = 5; creation <= 200; ++creation) {
-        const Sweep swept = sweep(file.bytes, {}, [&](host::Host& host) {
+        const Sweep swept = sweep(file.bytes, {}, [&](ifdsweep::Host& host) {
             host.failValueCreation(creation, std::make_exception_ptr(std::bad_alloc()));
         });
         if (!swept.error.empty()) {

@@ -16,7 +16,7 @@
 namespace fixture {
 namespace {
 
-using Fault = host::Fault;
+using Fault = ifdsweep::Fault;
 
 constexpr std::uint16_t kArtist = 315;
 constexpr std::uint16_t kExif = 34665;
@@ -95,8 +95,8 @@ Lines messagesOf(const Sweep& swept) {
 
 /// The messages of an operation that is called without a file.
 Lines messagesOf(const std::function<void()>& operation) {
-    host::Host host;
-    const host::Host::Scope scope(host);
+    ifdsweep::Host host;
+    const ifdsweep::Host::Scope scope(host);
     Lines lines;
     std::string error;
     try {
@@ -119,7 +119,7 @@ Lines messagesOf(const std::function<void()>& operation) {
 Lines messagesWhenFailing(const Bytes& bytes, Fault::Operation operation, Fault::Effect effect,
                           std::string_view name, const Numbers& numbers = {}) {
     for (std::uint64_t number = 1; number <= 40; ++number) {
-        const Lines lines = messagesOf(sweep(bytes, numbers, [&](host::Host& host) {
+        const Lines lines = messagesOf(sweep(bytes, numbers, [&](ifdsweep::Host& host) {
             host.files().setFaultPlan({{operation, number, effect, 1}});
         }));
         if (!lines.empty() && lines.front().rfind(std::string(name) + '(', 0) == 0) {
@@ -187,13 +187,13 @@ TEST_P(Messages, EachIsProvokedWithItsArguments) {
         {"badIFDread('IFD #1')"}};
     seen["strftimeFailure"] = {
         messagesOf(sweep(one.bytes, {},
-                         [&](host::Host& host) {
+                         [&](ifdsweep::Host& host) {
                              qxFileStatus status;
                              status.type = qxFileType::regular;
                              status.fileSize = size;
                              host.files().serve(
                                  kFileName,
-                                 {std::make_shared<host::MemoryBytes>(one.bytes), status});
+                                 {std::make_shared<ifdsweep::MemoryBytes>(one.bytes), status});
                          })),
         {"strftimeFailure()"}};
     seen["zeroComponentCount"] = {messagesOf(sweep(bytesOf({{ascii(kArtist, "")}}))),
@@ -242,7 +242,7 @@ TEST_P(Messages, EachIsProvokedWithItsArguments) {
         {"expectedTagDataFormatMultiple('DotRange', 'TIFF_LONG', 'TIFF_BYTE, TIFF_SHORT')"}};
     seen["argumentOutOfBounds"] = {
         messagesOf(sweep(one.bytes, {},
-                         [](host::Host& host) {
+                         [](ifdsweep::Host& host) {
                              host.failValueCreation(
                                  6, std::make_exception_ptr(boost::numeric::bad_numeric_cast()));
                          })),

@@ -33,19 +33,19 @@ TEST(LoadableModule, ReadsThroughItsEntryPoint) {
     const auto function = std::bit_cast<decltype(&qxeFunction)>(symbol);
 
     const TiffFile file = TiffBuilder({}).add({shorts(256, {640}), ascii(315, "x")}).build();
-    host::Host host;
+    ifdsweep::Host host;
     host.files().serve(u"module.tif", file.bytes);
     {
-        const host::Host::Scope scope(host);
+        const ifdsweep::Host::Scope scope(host);
         const std::u16string name = u"module.tif";
-        const std::array<host::ValueHandle, 2> values{
-            host::ValueHandle(qxCreateUString(name.data(), name.size())),
-            host::ValueHandle(qxCreateDoubleScalar(0))};
+        const std::array<ifdsweep::ValueHandle, 2> values{
+            ifdsweep::ValueHandle(qxCreateUString(name.data(), name.size())),
+            ifdsweep::ValueHandle(qxCreateDoubleScalar(0))};
         std::array<const qxArray*, 4> inputs{values[0].get(), values[1].get(), values[1].get(),
                                              values[1].get()};
         qxArray* output = nullptr;
         function(1, &output, 4, inputs.data());
-        const host::ValueHandle result(output);
+        const ifdsweep::ValueHandle result(output);
         ASSERT_NE(result, nullptr);
         EXPECT_EQ(dump(result.get()), "(Artist='x')");
 

@@ -9,7 +9,7 @@
 
 namespace {
 
-using host::BlockPool;
+using ifdsweep::BlockPool;
 
 struct Block {
     void* memory;

@@ -16,9 +16,9 @@
 
 namespace {
 
-using host::Host;
-using host::ValueHandle;
-using host::ValueKind;
+using ifdsweep::Host;
+using ifdsweep::ValueHandle;
+using ifdsweep::ValueKind;
 
 class Contract : public testing::Test {
 protected:

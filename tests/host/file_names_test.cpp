@@ -7,8 +7,8 @@
 
 namespace {
 
-using host::fileNameFromSystem;
-using host::fileNameToSystem;
+using ifdsweep::fileNameFromSystem;
+using ifdsweep::fileNameToSystem;
 
 std::string bytes(std::initializer_list<int> values) {
     std::string result;

@@ -23,8 +23,8 @@
 
 namespace {
 
-using host::Fault;
-using host::Host;
+using ifdsweep::Fault;
+using ifdsweep::Host;
 
 struct StreamCloser {
     void operator()(std::FILE* stream) const { static_cast<void>(std::fclose(stream)); }
@@ -97,7 +97,7 @@ protected:
 
 TEST_F(Files, StreamsEqualTheFile) {
     const std::vector<std::uint8_t> bytes = patternOf(700'000);
-    const std::u16string onDisk = host::fileNameFromSystem(folder.write("caf\xE9.tif", bytes));
+    const std::u16string onDisk = ifdsweep::fileNameFromSystem(folder.write("caf\xE9.tif", bytes));
     host.files().serve(u"served", bytes);
     for (const std::u16string& name : {onDisk, std::u16string(u"served")}) {
         const StreamHandle stream = open(name);
@@ -123,7 +123,7 @@ TEST_F(Files, StreamsEqualTheFile) {
 TEST_F(Files, EveryPositionUpToTheLastCanBeSought) {
     const std::vector<std::uint8_t> bytes = patternOf(100);
     host.files().serve(u"served", bytes);
-    const std::u16string onDisk = host::fileNameFromSystem(folder.write("a", patternOf(100)));
+    const std::u16string onDisk = ifdsweep::fileNameFromSystem(folder.write("a", patternOf(100)));
     for (const std::u16string& name : {onDisk, std::u16string(u"served")}) {
         const StreamHandle stream = open(name);
         const off_t last = std::numeric_limits<off_t>::max();
@@ -158,7 +158,7 @@ TEST_F(Files, StatusOfAFile) {
     ASSERT_EQ(::chmod(path.c_str(), 0640), 0);
     const timespec times[2]{{100, 5'000}, {1'600'000'000, 123'456'789}};
     ASSERT_EQ(::utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
-    const std::u16string name = host::fileNameFromSystem(path);
+    const std::u16string name = ifdsweep::fileNameFromSystem(path);
 
     struct Zone {
         const char* text;
@@ -181,7 +181,7 @@ TEST_F(Files, StatusOfAFile) {
 }
 
 TEST_F(Files, StatusWhileOpenIsTheSame) {
-    const std::u16string name = host::fileNameFromSystem(folder.write("a", patternOf(123)));
+    const std::u16string name = ifdsweep::fileNameFromSystem(folder.write("a", patternOf(123)));
     const qxFileStatus before = qxGetFileStatus(name);
     const StreamHandle stream = open(name);
     const qxFileStatus after = qxGetFileStatus(name);
@@ -191,13 +191,13 @@ TEST_F(Files, StatusWhileOpenIsTheSame) {
 }
 
 TEST_F(Files, FoldersAndAbsentPathsHaveTheirStatus) {
-    EXPECT_EQ(qxGetFileStatus(host::fileNameFromSystem(folder.path.string())).type,
+    EXPECT_EQ(qxGetFileStatus(ifdsweep::fileNameFromSystem(folder.path.string())).type,
               qxFileType::directory);
     EXPECT_EQ(qxGetFileStatus(u"/dev/null").type, qxFileType::other);
     for (const std::u16string& name :
-         {host::fileNameFromSystem((folder.path / "none").string()), std::u16string(),
-          host::fileNameFromSystem(folder.write("file", {})) + u"/below",
-          host::fileNameFromSystem(folder.path.string()) + u'\0' + u"x"}) {
+         {ifdsweep::fileNameFromSystem((folder.path / "none").string()), std::u16string(),
+          ifdsweep::fileNameFromSystem(folder.write("file", {})) + u"/below",
+          ifdsweep::fileNameFromSystem(folder.path.string()) + u'\0' + u"x"}) {
         const qxFileStatus status = qxGetFileStatus(name);
         EXPECT_EQ(status.type, qxFileType::notFound);
         EXPECT_EQ(status.permissions, 0U);
@@ -227,13 +227,13 @@ TEST_F(Files, PathsThatCannotBeOpenedAreErrorsOfTheHost) {
         cases.push_back({locked, EACCES});
     }
     for (const auto& [path, error] : cases) {
-        const std::u16string name = host::fileNameFromSystem(path);
+        const std::u16string name = ifdsweep::fileNameFromSystem(path);
         try {
             static_cast<void>(qxOpenFile(name, "r"));
             ADD_FAILURE() << path << " was opened";
         } catch (const qxMessage& message) {
-            EXPECT_EQ(message.id(), host::kOpenFailureId);
-            EXPECT_EQ(host::messageText(message),
+            EXPECT_EQ(message.id(), ifdsweep::kOpenFailureId);
+            EXPECT_EQ(ifdsweep::hostMessageText(message),
                       "cannot open \"" + path + "\": " + std::strerror(error));
             const auto* text = boost::get<qxMessageText>(&message.arguments().at(0));
             ASSERT_NE(text, nullptr);
@@ -263,7 +263,7 @@ TEST_F(Files, ServedFilesHaveTheirStatus) {
 
 TEST_F(Files, AScopeLooksAtAFileOnce) {
     const std::string path = folder.write("a", patternOf(10));
-    const std::u16string name = host::fileNameFromSystem(path);
+    const std::u16string name = ifdsweep::fileNameFromSystem(path);
     EXPECT_EQ(read(open(name), 20), 10U);
     std::filesystem::remove(path);
     EXPECT_EQ(read(open(name), 20), 10U);
@@ -393,7 +393,7 @@ TEST_F(Files, ASpentBudgetIsOneWarningInItsPlace) {
     const std::vector<qxMessage> warnings = host.takeWarnings();
     const std::string readError = messageRow(MessageId::nextIfdOffsetReadError).id;
     EXPECT_EQ(idsOf(warnings), (std::vector<std::string>{messageRow(MessageId::unrecognizedIfd).id,
-                                                         host::kReadBudgetSpentId, readError,
+                                                         ifdsweep::kReadBudgetSpentId, readError,
                                                          readError, readError}));
     EXPECT_EQ(boost::get<std::int64_t>(warnings[1].arguments().at(0)), 10);
     EXPECT_EQ(boost::get<std::int64_t>(warnings[1].arguments().at(1)), 1000);
@@ -410,7 +410,8 @@ TEST_F(Files, TheWarningSurvivesTheScopeAndComesAgainInTheNext) {
             EXPECT_EQ(::fseeko(stream.get(), 1, SEEK_SET), 0);
             EXPECT_EQ(read(stream, 20), 0U);
         }
-        EXPECT_EQ(idsOf(host.takeWarnings()), std::vector<std::string>{host::kReadBudgetSpentId});
+        EXPECT_EQ(idsOf(host.takeWarnings()),
+                  std::vector<std::string>{ifdsweep::kReadBudgetSpentId});
     }
 }
 
@@ -436,7 +437,7 @@ TEST_F(Files, TheDefaultBudgetFollowsTheSize) {
 TEST_F(Files, AnUnlimitedBudgetIsNeverSpent) {
     const std::vector<std::uint8_t> bytes = patternOf(1024 * 1024);
     host.files().serve(u"served", bytes);
-    host.setReadBudget(host::kUnlimitedReads);
+    host.setReadBudget(ifdsweep::kUnlimitedReads);
     const StreamHandle stream = open(u"served");
     for (int access = 0; access < 40; ++access) {
         ASSERT_EQ(::fseeko(stream.get(), 0, SEEK_SET), 0);
@@ -448,7 +449,7 @@ TEST_F(Files, AnUnlimitedBudgetIsNeverSpent) {
 // ----------------------------------------------------------------------------- failing sources
 
 /// Bytes that the system can no longer deliver from a position on.
-class FailingBytes final : public host::ByteSource {
+class FailingBytes final : public ifdsweep::ByteSource {
 public:
     FailingBytes(std::span<const std::uint8_t> servedBytes, std::uint64_t firstLost)
         : bytes(servedBytes), lostFrom(firstLost) {}
@@ -467,7 +468,7 @@ public:
     std::uint64_t secondFrom = std::numeric_limits<std::uint64_t>::max();
 
 private:
-    host::MemoryBytes bytes;
+    ifdsweep::MemoryBytes bytes;
     std::uint64_t lostFrom;
 };
 
@@ -476,8 +477,8 @@ protected:
     [[nodiscard]] std::vector<std::string> textsOf() {
         std::vector<std::string> texts;
         for (const qxMessage& message : host.takeWarnings()) {
-            EXPECT_EQ(message.id(), host::kReadFailedId);
-            texts.push_back(host::messageText(message));
+            EXPECT_EQ(message.id(), ifdsweep::kReadFailedId);
+            texts.push_back(ifdsweep::hostMessageText(message));
         }
         return texts;
     }
@@ -614,7 +615,7 @@ TEST_F(Files, FaultsAreCountedOverAllStreamsOfACall) {
 
 TEST_F(Files, AFileCutWhileItIsReadGivesShortReads) {
     const std::string path = folder.write("a", patternOf(1'000'000));
-    const StreamHandle stream = open(host::fileNameFromSystem(path));
+    const StreamHandle stream = open(ifdsweep::fileNameFromSystem(path));
     EXPECT_EQ(read(stream, 10), 10U);
     ASSERT_EQ(::truncate(path.c_str(), 500'000), 0);
     EXPECT_EQ(::fseeko(stream.get(), 400'000, SEEK_SET), 0);

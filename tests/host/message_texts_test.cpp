@@ -8,10 +8,10 @@
 
 namespace {
 
-using host::findMessageText;
-using host::messageText;
-using host::MessageTextRow;
-using host::messageTexts;
+using ifdsweep::findMessageText;
+using ifdsweep::hostMessageText;
+using ifdsweep::MessageTextRow;
+using ifdsweep::messageTexts;
 
 TEST(MessageTexts, EveryMessageOfTheModuleHasARowWithItsArguments) {
     for (const MessageRow& message : kMessageCatalogue) {
@@ -23,9 +23,9 @@ TEST(MessageTexts, EveryMessageOfTheModuleHasARowWithItsArguments) {
 
 TEST(MessageTexts, EveryRowIsAMessageOfTheModuleOrTheHost) {
     std::set<std::string_view> known{
-        host::kOpenFailureId, host::kReadBudgetSpentId,
-        host::kReadFailedId,  host::kValueBudgetSpentId,
-        host::kMemorySpentId, "Velmora:pixlore:ifdsweep:badTiffTagOffsetDataRead"};
+        ifdsweep::kOpenFailureId, ifdsweep::kReadBudgetSpentId,
+        ifdsweep::kReadFailedId,  ifdsweep::kValueBudgetSpentId,
+        ifdsweep::kMemorySpentId, "Velmora:pixlore:ifdsweep:badTiffTagOffsetDataRead"};
     for (const MessageRow& message : kMessageCatalogue) {
         known.insert(message.id);
     }
@@ -71,7 +71,7 @@ TEST(MessageTexts, TextsAreWorded) {
 }
 
 TEST(MessageTexts, BudgetTextNamesTheOption) {
-    EXPECT_NE(findMessageText(host::kReadBudgetSpentId)->text.find("--read-budget"),
+    EXPECT_NE(findMessageText(ifdsweep::kReadBudgetSpentId)->text.find("--read-budget"),
               std::string_view::npos);
 }
 
@@ -84,7 +84,7 @@ struct TextCase {
 class Texts : public testing::TestWithParam<TextCase> {};
 
 TEST_P(Texts, HaveTheirArguments) {
-    EXPECT_EQ(messageText(GetParam().message), GetParam().text);
+    EXPECT_EQ(hostMessageText(GetParam().message), GetParam().text);
 }
 
 const TextCase kTexts[] = {
@@ -95,7 +95,7 @@ const TextCase kTexts[] = {
      "the TIFF header of \"\xC3\xA9.tif\" begins with the bytes 77 and 73, expected 73 73 (\"II\") "
      "or 77 77 (\"MM\")"},
     {"FileNameOfAnyBytes",
-     qxMessage(host::kOpenFailureId,
+     qxMessage(ifdsweep::kOpenFailureId,
                {qxMessageText(std::u16string{0xDCE9}), qxMessageText(std::string("reason"))}),
      "cannot open \"\xE9\": reason"},
     {"ArgumentsAreNotSearchedForPlaces",

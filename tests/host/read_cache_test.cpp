@@ -10,8 +10,8 @@
 
 namespace {
 
-using host::ByteSource;
-using host::ReadCache;
+using ifdsweep::ByteSource;
+using ifdsweep::ReadCache;
 
 /// Bytes that differ from their neighbours, and a count of what was asked of them.
 class CountedBytes final : public ByteSource {

@@ -15,8 +15,8 @@
 
 namespace {
 
-using host::Host;
-using host::ValueHandle;
+using ifdsweep::Host;
+using ifdsweep::ValueHandle;
 
 /// What a call does with its host; returns whether all went as it must.
 bool useHost(Host& host, const std::vector<std::uint8_t>& bytes, std::int64_t worker) {

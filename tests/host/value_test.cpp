@@ -15,10 +15,10 @@
 
 namespace {
 
-using host::Value;
-using host::ValueHandle;
-using host::ValueKind;
-using host::ValueStore;
+using ifdsweep::Value;
+using ifdsweep::ValueHandle;
+using ifdsweep::ValueKind;
+using ifdsweep::ValueStore;
 
 class Values : public testing::Test {
 protected:
@@ -28,7 +28,7 @@ protected:
         return ValueHandle(store.createRecords(count, 1, names));
     }
 
-    host::ValueBudget budget;
+    ifdsweep::ValueBudget budget;
     ValueStore store{budget};
 };
 
@@ -60,7 +60,7 @@ TEST_F(Values, LongTextsThatAreEqualShareABlock) {
 }
 
 TEST_F(Values, ArraysAreCutToTheBudget) {
-    constexpr std::uint64_t kPlace = host::ValueBudget::kPlaceCost;
+    constexpr std::uint64_t kPlace = ifdsweep::ValueBudget::kPlaceCost;
     const std::vector<const char*> names{"Filename", "B"};
     struct Case {
         std::uint64_t limit;
@@ -80,7 +80,7 @@ TEST_F(Values, ArraysAreCutToTheBudget) {
             ValueStore::setField(*made, element, "B", store.createScalar(1));
         }
         EXPECT_EQ(store.liveValues() - before, made->rows()) << "the others are freed";
-        const std::optional<host::SpentBudget> spent = budget.takeSpent();
+        const std::optional<ifdsweep::SpentBudget> spent = budget.takeSpent();
         ASSERT_EQ(spent.has_value(), made->rows() < 5) << limit;
         if (spent) {
             EXPECT_EQ(spent->budget, limit);
@@ -126,14 +126,14 @@ TEST_F(Values, AQuarterOfTheBudgetIsAlwaysThereForRecords) {
     budget.add(5000);
     EXPECT_TRUE(budget.refuses());
     const ValueHandle made = records(100, {"A"});
-    EXPECT_EQ(made->rows(), 1000U / host::ValueBudget::kPlaceCost);
+    EXPECT_EQ(made->rows(), 1000U / ifdsweep::ValueBudget::kPlaceCost);
 }
 
 TEST_F(Values, MemoryEndsReadingWhileThereIsRoomForTheRecords) {
     constexpr std::uint64_t kMebibyte = std::uint64_t{1} << 20;
-    constexpr std::uint64_t kUnlimited = host::ValueBudget::kUnlimited;
+    constexpr std::uint64_t kUnlimited = ifdsweep::ValueBudget::kUnlimited;
     int asked = 0;
-    const host::MemoryBound bound = [&asked] {
+    const ifdsweep::MemoryBound bound = [&asked] {
         ++asked;
         return 512 * kMebibyte;
     };
@@ -146,7 +146,7 @@ TEST_F(Values, MemoryEndsReadingWhileThereIsRoomForTheRecords) {
     budget.addValue(16, kMebibyte);
     EXPECT_TRUE(budget.refuses());
     EXPECT_EQ(asked, 1);
-    const std::optional<host::SpentBudget> spent = budget.takeSpentMemory();
+    const std::optional<ifdsweep::SpentBudget> spent = budget.takeSpentMemory();
     ASSERT_TRUE(spent);
     EXPECT_EQ(spent->budget, 512 * kMebibyte);
     EXPECT_EQ(spent->fileSize, 1000U);
@@ -162,12 +162,12 @@ TEST_F(Values, MemoryEndsReadingWhileThereIsRoomForTheRecords) {
 
 TEST_F(Values, TheLastWarningsOfASpentBudgetAreKept) {
     constexpr std::uint64_t kBefore = 5;
-    budget.begin(kBefore * host::ValueBudget::kWarningCost, 1000, 0, {});
+    budget.begin(kBefore * ifdsweep::ValueBudget::kWarningCost, 1000, 0, {});
     std::uint64_t kept = 0;
     for (int warning = 0; warning < 5000; ++warning) {
         kept += budget.takesWarning(0) ? 1U : 0U;
     }
-    EXPECT_EQ(kept, kBefore + host::ValueBudget::kLastWarnings);
+    EXPECT_EQ(kept, kBefore + ifdsweep::ValueBudget::kLastWarnings);
     EXPECT_TRUE(budget.takeSpent().has_value());
     EXPECT_FALSE(budget.takeSpent().has_value()) << "told once";
 }
@@ -480,7 +480,7 @@ struct SizeCase {
 class ImpossibleSizes : public testing::TestWithParam<SizeCase> {};
 
 TEST_P(ImpossibleSizes, AreBadAlloc) {
-    host::ValueBudget budget;
+    ifdsweep::ValueBudget budget;
     ValueStore store(budget);
     const std::array names{"A", "B"};
     const auto create = [&] {

@@ -79,11 +79,11 @@ public:
     bool call(std::uint64_t failingRequest, Requests counted) {
         text.clear();
         ended = false;
-        const host::Host::Scope scope(host);
-        const std::array<host::ValueHandle, 2> inputs{
-            host::ValueHandle(qxCreateUString(name.data(), name.size())),
-            host::ValueHandle(qxCreateDoubleScalar(offset))};
-        const host::ValueHandle zero(qxCreateDoubleScalar(0));
+        const ifdsweep::Host::Scope scope(host);
+        const std::array<ifdsweep::ValueHandle, 2> inputs{
+            ifdsweep::ValueHandle(qxCreateUString(name.data(), name.size())),
+            ifdsweep::ValueHandle(qxCreateDoubleScalar(offset))};
+        const ifdsweep::ValueHandle zero(qxCreateDoubleScalar(0));
         std::array<const qxArray*, 4> arguments{inputs[0].get(), inputs[1].get(), zero.get(),
                                                 zero.get()};
         qxArray* output = nullptr;
@@ -101,7 +101,7 @@ public:
             }
             ended = !failing.hasFailed();
         }
-        const host::ValueHandle result(output);
+        const ifdsweep::ValueHandle result(output);
         EXPECT_EQ(host.liveValues(), 3U + (result == nullptr ? 0U : countOf(*result)));
         text = error + (result == nullptr ? "" : dump(result.get()));
         for (const qxMessage& warning : host.takeWarnings()) {
@@ -113,18 +113,18 @@ public:
     /// Whether the last call made fewer requests than would have failed.
     [[nodiscard]] bool madeAllRequests() const { return ended; }
     [[nodiscard]] const std::string& outcome() const { return text; }
-    [[nodiscard]] host::Host& usedHost() { return host; }
+    [[nodiscard]] ifdsweep::Host& usedHost() { return host; }
 
 private:
     /// Values in a value, itself included.
-    static std::size_t countOf(const host::Value& value) {
+    static std::size_t countOf(const ifdsweep::Value& value) {
         std::size_t count = 1;
         for (std::size_t element = 0; element < value.elementCount(); ++element) {
-            if (const host::Value* cell = value.cell(element)) {
+            if (const ifdsweep::Value* cell = value.cell(element)) {
                 count += countOf(*cell);
             }
             for (std::size_t field = 0; field < value.fieldCount(); ++field) {
-                if (const host::Value* member = value.field(element, field)) {
+                if (const ifdsweep::Value* member = value.field(element, field)) {
                     count += countOf(*member);
                 }
             }
@@ -132,7 +132,7 @@ private:
         return count;
     }
 
-    host::Host host;
+    ifdsweep::Host host;
     double offset;
     std::u16string name;
     std::string text;
@@ -202,7 +202,7 @@ TEST(ProgramOutOfMemory, SaysSo) {
         runCaptured({"--memory", "1073741824", file.path()}, [] { failRequestsAbove(8000000); });
     EXPECT_EQ(program.status, 1);
     const std::string reason =
-        app::kIsSanitized ? "the system gives no more" : "the limit is 1024 MiB (--memory)";
+        ifdsweep::kIsSanitized ? "the system gives no more" : "the limit is 1024 MiB (--memory)";
     EXPECT_EQ(program.errors, "ifdsweep: " + file.path() + ": out of memory: " + reason +
                                   " (ifdsweep:outOfMemory)\n");
     EXPECT_EQ(program.output, "");

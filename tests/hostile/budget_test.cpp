@@ -17,7 +17,7 @@ Chain threePages() {
 }
 
 Sweep sweptWith(const TiffFile& file, std::uint64_t budget) {
-    return sweep(file.bytes, {}, [&](host::Host& host) { host.setReadBudget(budget); });
+    return sweep(file.bytes, {}, [&](ifdsweep::Host& host) { host.setReadBudget(budget); });
 }
 
 /// The bytes that a whole file counts, found by trying.
@@ -153,7 +153,7 @@ TEST_P(ReadBudget, GivesAnyTableWhoseCountItGave) {
                                 64 + wide.format.entryCountSize() + wide.format.entrySize() + 64 +
                                 wide.format.offsetSize();
     const Sweep swept =
-        sweep(wide.bytes, {}, [&](host::Host& host) { host.setReadBudget(first + 1); });
+        sweep(wide.bytes, {}, [&](ifdsweep::Host& host) { host.setReadBudget(first + 1); });
     EXPECT_EQ(swept.error, "");
     EXPECT_EQ(swept.records.size(), 2U);
     EXPECT_EQ(swept.warnings,
@@ -163,7 +163,7 @@ TEST_P(ReadBudget, GivesAnyTableWhoseCountItGave) {
 }
 
 TEST_P(ReadBudget, CanBeTakenAway) {
-    const Sweep swept = sweptWith(host::kUnlimitedReads);
+    const Sweep swept = sweptWith(ifdsweep::kUnlimitedReads);
     EXPECT_EQ(swept.warnings, Lines{});
     EXPECT_EQ(swept.records.size(), 3U);
 }

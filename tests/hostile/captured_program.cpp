@@ -62,7 +62,7 @@ CapturedProgram runCaptured(const std::vector<std::string>& arguments,
         if (prepare) {
             prepare();
         }
-        ::_exit(app::runProgram(static_cast<int>(list.size()), list.data()));
+        ::_exit(ifdsweep::runProgram(static_cast<int>(list.size()), list.data()));
     }
     int status = 0;
     if (::waitpid(child, &status, 0) != child) {
@@ -79,8 +79,8 @@ CapturedProgram runCaptured(const std::vector<std::string>& arguments,
 
 /// The program starts itself anew for its workers, and here it is this one.
 int main(int argumentCount, char** arguments) {
-    if (argumentCount == 2 && std::string_view(arguments[1]) == app::kWorkerCommand) {
-        return app::runProgram(argumentCount, arguments);
+    if (argumentCount == 2 && std::string_view(arguments[1]) == ifdsweep::kWorkerCommand) {
+        return ifdsweep::runProgram(argumentCount, arguments);
     }
     testing::InitGoogleTest(&argumentCount, arguments);
     return RUN_ALL_TESTS();

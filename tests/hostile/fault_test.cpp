@@ -8,7 +8,7 @@
 namespace fixture {
 namespace {
 
-using host::Fault;
+using ifdsweep::Fault;
 
 constexpr std::uint16_t kMake = 271;
 constexpr std::uint16_t kSubIfds = 330;
@@ -75,7 +75,7 @@ protected:
 
     [[nodiscard]] Sweep sweptWith(const Fault& fault, const Numbers& numbers = {}) const {
         return sweep(file.bytes, numbers,
-                     [&](host::Host& host) { host.files().setFaultPlan({fault}); });
+                     [&](ifdsweep::Host& host) { host.files().setFaultPlan({fault}); });
     }
 
     void expect(const Expected& expected, const Fault& fault) const {

@@ -192,7 +192,7 @@ Hostile sharedValues(Format format) {
     // Each value counts 32 a byte: the budget of values is spent long before that of reads.
     return {std::move(file),
             "struct 1x1; Velmora:filesystem:valueBudgetSpent x1; unableToReadTiffTag x" +
-                std::to_string(host::ValueBudget::kLastWarnings)};
+                std::to_string(ifdsweep::ValueBudget::kLastWarnings)};
 }
 
 Hostile sharedProfile(Format format) {
@@ -320,7 +320,7 @@ TEST_P(SharedDirectories, AnEndlessChainOfWideRecords) {
     // As many records as the value budget has room for, each with a place for every name.
     const std::size_t kept = std::stoul(call.outcome.substr(7));
     EXPECT_GT(kept, 1000U);
-    EXPECT_LT(kept * headNames().size() * host::ValueBudget::kPlaceCost,
+    EXPECT_LT(kept * headNames().size() * ifdsweep::ValueBudget::kPlaceCost,
               valueBudgetOf(file.bytes.size()));
     EXPECT_NE(call.outcome.find("; Velmora:filesystem:readBudgetSpent x1; "), std::string::npos);
     EXPECT_NE(call.outcome.find("; Velmora:filesystem:valueBudgetSpent x1"), std::string::npos);
@@ -340,8 +340,8 @@ TEST_P(SharedDirectories, MillionsOfWarnings) {
     const MeasuredCall call = measuredCall(file.bytes);
     const std::size_t warnings = std::stoul(call.outcome.substr(call.outcome.find(" x") + 2));
     EXPECT_GT(warnings, kValues);
-    EXPECT_LE(warnings, valueBudgetOf(file.bytes.size()) / host::ValueBudget::kWarningCost +
-                            host::ValueBudget::kLastWarnings + 1);
+    EXPECT_LE(warnings, valueBudgetOf(file.bytes.size()) / ifdsweep::ValueBudget::kWarningCost +
+                            ifdsweep::ValueBudget::kLastWarnings + 1);
     EXPECT_EQ(call.outcome, "struct 2x1; badTagValueDivisionByZero x" + std::to_string(warnings) +
                                 "; Velmora:filesystem:valueBudgetSpent x1");
     expectCheap(call);

@@ -15,7 +15,8 @@ constexpr std::uint16_t kProfile = 34675;
 constexpr std::uint16_t kImageSourceData = 37724;
 constexpr std::size_t kMegabyte = 1000000;
 
-const host::Value* fieldOf(const host::Value& records, std::size_t element, const char* name) {
+const ifdsweep::Value* fieldOf(const ifdsweep::Value& records, std::size_t element,
+                               const char* name) {
     const auto field = records.fieldIndex(name);
     return field ? records.field(element, *field) : nullptr;
 }
@@ -30,9 +31,9 @@ TEST_P(LargeFile, TenThousandEntriesInOneDirectory) {
         entries.push_back(
             longs(static_cast<std::uint16_t>(50000 + i), {static_cast<std::int64_t>(7 * i)}));
     }
-    const Sweep swept =
-        inspect(fileOf({Directory(std::move(entries))}).bytes, {}, [&](const host::Value& records) {
-            const host::Value* unknown = fieldOf(records, 0, "UnknownTags");
+    const Sweep swept = inspect(
+        fileOf({Directory(std::move(entries))}).bytes, {}, [&](const ifdsweep::Value& records) {
+            const ifdsweep::Value* unknown = fieldOf(records, 0, "UnknownTags");
             ASSERT_NE(unknown, nullptr);
             // Some of the numbers between have a name: known and unknown tags make up all.
             std::size_t known = 0;
@@ -54,7 +55,7 @@ TEST_P(LargeFile, FiveThousandDirectories) {
     for (std::size_t page = 0; page < kPages; ++page) {
         chain.push_back({shorts(256, {static_cast<std::int64_t>(page)})});
     }
-    const Sweep swept = inspect(fileOf(chain).bytes, {}, [&](const host::Value& records) {
+    const Sweep swept = inspect(fileOf(chain).bytes, {}, [&](const ifdsweep::Value& records) {
         ASSERT_EQ(records.elementCount(), kPages);
         for (std::size_t page = 0; page < kPages; ++page) {
             ASSERT_EQ(fieldOf(records, page, "Width")->doubles()[0], static_cast<double>(page));
@@ -70,8 +71,8 @@ TEST_P(LargeFile, AValueOf150Megabytes) {
                      .withCount(kSize)}});
     const TemporaryFile onDisk("value.tif", file.bytes);
     onDisk.extend(file.places[0].data[0] + kSize);
-    const Sweep swept = inspectFile(onDisk.name(), {}, [&](const host::Value& records) {
-        const host::Value* value = fieldOf(records, 0, "ImageSourceData");
+    const Sweep swept = inspectFile(onDisk.name(), {}, [&](const ifdsweep::Value& records) {
+        const ifdsweep::Value* value = fieldOf(records, 0, "ImageSourceData");
         ASSERT_NE(value, nullptr);
         ASSERT_EQ(value->bytes().size(), kSize);
         EXPECT_EQ(value->bytes()[15], 1);
@@ -107,8 +108,8 @@ TEST_P(LargeFile, ThreeThousandSubIfdsInOneTag) {
     }
     const Sweep swept =
         inspect(fileOf({{pointer(kSubIfds, std::move(chains))}}).bytes, {},
-                [&](const host::Value& records) {
-                    const host::Value* cells = fieldOf(records, 0, "SubIFDs");
+                [&](const ifdsweep::Value& records) {
+                    const ifdsweep::Value* cells = fieldOf(records, 0, "SubIFDs");
                     ASSERT_NE(cells, nullptr);
                     ASSERT_EQ(cells->elementCount(), kChains);
                     for (std::size_t i = 0; i < kChains; ++i) {
@@ -153,7 +154,7 @@ TEST_P(SharedProfile, AsLongAsTheBudgetHolds) {
 
 TEST_P(SharedProfile, ByAnyNumberOfPagesWithoutABudget) {
     expectAllRead(sharing(200),
-                  [](host::Host& host) { host.setReadBudget(host::kUnlimitedReads); });
+                  [](ifdsweep::Host& host) { host.setReadBudget(ifdsweep::kUnlimitedReads); });
 }
 
 }  // namespace

@@ -101,11 +101,11 @@ MeasuredCall measured(const std::function<Sweep()>& call) {
 
 // The values are not turned into text, which would cost more than the call.
 MeasuredCall measuredCall(const Bytes& bytes, const Numbers& numbers) {
-    return measured([&] { return inspect(bytes, numbers, [](const host::Value&) {}); });
+    return measured([&] { return inspect(bytes, numbers, [](const ifdsweep::Value&) {}); });
 }
 
 MeasuredCall measuredCallOnFile(const std::u16string& fileName) {
-    return measured([&] { return inspectFile(fileName, {}, [](const host::Value&) {}); });
+    return measured([&] { return inspectFile(fileName, {}, [](const ifdsweep::Value&) {}); });
 }
 
 }  // namespace fixture

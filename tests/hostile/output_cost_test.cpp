@@ -23,7 +23,7 @@ constexpr std::size_t kSmall = 65535;
 constexpr std::size_t kMostOutput = 64'000'000;
 
 /// Counts what would be written.
-class CountingSink final : public app::ByteSink {
+class CountingSink final : public ifdsweep::ByteSink {
 public:
     void write(std::string_view bytes) override { count += bytes.size(); }
 
@@ -31,33 +31,33 @@ public:
 };
 
 struct Form {
-    app::Format format;
-    app::WriterSettings settings;
+    ifdsweep::Format format;
+    ifdsweep::WriterSettings settings;
     const char* name;
 };
 
 std::vector<Form> forms() {
-    app::WriterSettings everything;
+    ifdsweep::WriterSettings everything;
     everything.limits = {kMostOutput, kMostOutput};
-    app::WriterSettings pretty;
-    pretty.layout = app::JsonLayout::pretty;
-    return {{app::Format::text, everything, "text"},
-            {app::Format::json, pretty, "json, pretty"},
-            {app::Format::ndjson, {}, "ndjson"},
-            {app::Format::typed, {}, "typed"}};
+    ifdsweep::WriterSettings pretty;
+    pretty.layout = ifdsweep::JsonLayout::pretty;
+    return {{ifdsweep::Format::text, everything, "text"},
+            {ifdsweep::Format::json, pretty, "json, pretty"},
+            {ifdsweep::Format::ndjson, {}, "ndjson"},
+            {ifdsweep::Format::typed, {}, "typed"}};
 }
 
 /// Reads a file and writes it in every form; each must stay below the bound.
 void expectModest(const Bytes& bytes, const std::string& name = "small.tif") {
-    host::Host host;
-    host.files().serve(host::fileNameFromSystem(name), bytes);
-    const app::Outcome outcome = app::read(host, name, {});
+    ifdsweep::Host host;
+    host.files().serve(ifdsweep::fileNameFromSystem(name), bytes);
+    const ifdsweep::Outcome outcome = ifdsweep::read(host, name, {});
     EXPECT_FALSE(outcome.error.has_value()) << outcome.error->id();
     EXPECT_FALSE(outcome.warnings.empty()) << "a budget ends the file";
     for (const Form& form : forms()) {
         CountingSink sink;
-        app::Output output(sink);
-        app::makeResultWriter(form.format, output, app::Colour::off, form.settings)
+        ifdsweep::Output output(sink);
+        ifdsweep::makeResultWriter(form.format, output, ifdsweep::Colour::off, form.settings)
             ->writeFile(outcome);
         output.flush();
         EXPECT_LE(sink.count, kMostOutput) << form.name;
@@ -161,10 +161,10 @@ TEST(GoodFile, OfManyDirectoriesUnderALongName) {
                      shorts(296, {2})});
     }
     const Bytes bytes = builder.build().bytes;
-    host::Host host;
+    ifdsweep::Host host;
     const std::string name = std::string(500, 'x');
-    host.files().serve(host::fileNameFromSystem(name), bytes);
-    const app::Outcome outcome = app::read(host, name, {});
+    host.files().serve(ifdsweep::fileNameFromSystem(name), bytes);
+    const ifdsweep::Outcome outcome = ifdsweep::read(host, name, {});
     ASSERT_NE(outcome.result, nullptr);
     EXPECT_EQ(outcome.result->rows(), 20000U);
     EXPECT_TRUE(outcome.warnings.empty());

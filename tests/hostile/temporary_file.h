@@ -37,7 +37,7 @@ public:
     void extend(std::uint64_t size) const { std::filesystem::resize_file(location, size); }
 
     [[nodiscard]] const std::string& path() const { return location; }
-    [[nodiscard]] std::u16string name() const { return host::fileNameFromSystem(location); }
+    [[nodiscard]] std::u16string name() const { return ifdsweep::fileNameFromSystem(location); }
 
 private:
     static std::string makeFolder() {

@@ -58,7 +58,7 @@ TemporaryFile fileWith(std::string_view text, const std::string& name) {
 }
 
 void expectNoControls(const std::string& output) {
-    const std::u16string units = host::fileNameFromSystem(output);
+    const std::u16string units = ifdsweep::fileNameFromSystem(output);
     const auto unsafe = firstUnsafe(units);
     EXPECT_FALSE(unsafe) << std::hex << static_cast<std::uint32_t>(unsafe.value_or(0)) << " in "
                          << output;

@@ -153,7 +153,8 @@ TEST_P(ChainWalk, ADirectoryThatIsItsOwnNextIsReadAgain) {
 TEST_P(ChainWalk, AChainWithoutEndIsEndedByTheReadBudget) {
     TiffFile file = fileOf({named("again")});
     file.setOffset(file.places[0].next, file.offsetOf(file.places[0].position));
-    const Sweep swept = sweep(file.bytes, {}, [](host::Host& host) { host.setReadBudget(100000); });
+    const Sweep swept =
+        sweep(file.bytes, {}, [](ifdsweep::Host& host) { host.setReadBudget(100000); });
     EXPECT_EQ(swept.error, "");
     EXPECT_GT(swept.records.size(), 100U);
     // The last directory may lack values that were refused; those before are whole.
@@ -170,9 +171,9 @@ TEST_P(ChainWalk, AFailedSeekToTheNextOffsetOrDirectoryEndsTheChain) {
     // that end the chain keep what was read and warn once.
     int ended = 0;
     for (std::uint64_t seek = 1; seek <= 8; ++seek) {
-        const Sweep swept = sweep(file.bytes, {}, [&](host::Host& host) {
+        const Sweep swept = sweep(file.bytes, {}, [&](ifdsweep::Host& host) {
             host.files().setFaultPlan(
-                {{host::Fault::Operation::seek, seek, host::Fault::Effect::fail, 0}});
+                {{ifdsweep::Fault::Operation::seek, seek, ifdsweep::Fault::Effect::fail, 0}});
         });
         if (swept.warnings == Lines{"badNextIfdPointerSeek()"}) {
             ++ended;

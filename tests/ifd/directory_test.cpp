@@ -115,7 +115,7 @@ TEST_P(DirectoryTable, AnEntryCountThatTheFileCannotHoldEndsTheCall) {
 }
 
 /// Zeros, and some bytes at the end.
-class EndOfAHugeFile final : public host::ByteSource {
+class EndOfAHugeFile final : public ifdsweep::ByteSource {
 public:
     static constexpr std::uint64_t kSize = std::uint64_t{1} << 50U;
 
@@ -155,7 +155,7 @@ TEST(HugeFile, TakesNoMemoryForAnEntryCountAtItsEnd) {
         TiffBuilder builder(Format{Layout::big, byteOrder});
         builder.withFirstOffset(EndOfAHugeFile::kSize - ending.size());
         const auto source = std::make_shared<EndOfAHugeFile>(builder.build().bytes, ending);
-        const Sweep swept = sweepFile(kFileName, {}, [&](host::Host& host) {
+        const Sweep swept = sweepFile(kFileName, {}, [&](ifdsweep::Host& host) {
             qxFileStatus status;
             status.type = qxFileType::regular;
             status.timeStamps = {0, 0, 0};
@@ -169,12 +169,13 @@ TEST(HugeFile, TakesNoMemoryForAnEntryCountAtItsEnd) {
 
 TEST_P(DirectoryTable, ThatTheFileHasGrownOverIsRead) {
     const TiffFile file = fileOf({{shorts(256, {7}), ascii(315, "x")}});
-    const Sweep swept = sweepFile(kFileName, {}, [&](host::Host& host) {
+    const Sweep swept = sweepFile(kFileName, {}, [&](ifdsweep::Host& host) {
         qxFileStatus status;
         status.type = qxFileType::regular;
         status.timeStamps = {0, 0, 0};
         status.fileSize = file.places[0].entries[1];  // when it was looked at
-        host.files().serve(kFileName, {std::make_shared<host::MemoryBytes>(file.bytes), status});
+        host.files().serve(kFileName,
+                           {std::make_shared<ifdsweep::MemoryBytes>(file.bytes), status});
     });
     EXPECT_EQ(swept.error, "");
     EXPECT_EQ(swept.value("Width"), "7");

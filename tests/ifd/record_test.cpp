@@ -65,7 +65,7 @@ TEST_P(RecordArray, OffsetIsThePositionOfTheEntryCount) {
     }
 }
 
-Lines namesOf(const host::Value& records) {
+Lines namesOf(const ifdsweep::Value& records) {
     Lines names;
     for (std::size_t f = 0; f < records.fieldCount(); ++f) {
         names.emplace_back(records.fieldName(f));
@@ -76,8 +76,9 @@ Lines namesOf(const host::Value& records) {
 TEST_P(RecordArray, SubIfdRecordsAreLikePrimaryOnes) {
     const TiffFile file = fileOf({{pointer(330, {{{shorts(256, {7}), shorts(257, {8})},
                                                   {shorts(258, {8, 8, 8}), ascii(315, "x")}}})}});
-    const Sweep swept = inspect(file.bytes, {}, [&](const host::Value& result) {
-        const host::Value* nested = result.field(0, result.fieldIndex("SubIFDs").value())->cell(0);
+    const Sweep swept = inspect(file.bytes, {}, [&](const ifdsweep::Value& result) {
+        const ifdsweep::Value* nested =
+            result.field(0, result.fieldIndex("SubIFDs").value())->cell(0);
         ASSERT_NE(nested, nullptr);
         EXPECT_EQ(namesOf(*nested), headAnd({"Artist"}));
         const auto shown = [&](std::size_t element, std::string_view name) {
@@ -130,16 +131,17 @@ TEST_P(JpegRecord, NestedPrimaryDirectoriesHaveTheSameTenFields) {
     const TiffFile file = TiffBuilder({Layout::classic, GetParam()})
                               .add({pointer(330, {{{ascii(315, "nested")}}}), ascii(315, "outer")})
                               .buildInJpeg();
-    const Sweep swept = inspect(file.bytes, {.initialOffset = 12}, [&](const host::Value& result) {
-        const host::Value* cell = result.field(0, result.fieldIndex("SubIFDs").value());
-        ASSERT_NE(cell, nullptr);
-        const host::Value* nested = cell->cell(0);
-        ASSERT_NE(nested, nullptr);
-        EXPECT_EQ(namesOf(*nested), firstTenAnd({"Artist"}));
-        EXPECT_EQ(namesOf(result), firstTenAnd({"Artist", "SubIFDs"}));
-        EXPECT_EQ(dump(nested->field(0, 3)), "'jpg'");
-        EXPECT_EQ(dump(nested->field(0, 9)), "double(0x0)");
-    });
+    const Sweep swept =
+        inspect(file.bytes, {.initialOffset = 12}, [&](const ifdsweep::Value& result) {
+            const ifdsweep::Value* cell = result.field(0, result.fieldIndex("SubIFDs").value());
+            ASSERT_NE(cell, nullptr);
+            const ifdsweep::Value* nested = cell->cell(0);
+            ASSERT_NE(nested, nullptr);
+            EXPECT_EQ(namesOf(*nested), firstTenAnd({"Artist"}));
+            EXPECT_EQ(namesOf(result), firstTenAnd({"Artist", "SubIFDs"}));
+            EXPECT_EQ(dump(nested->field(0, 3)), "'jpg'");
+            EXPECT_EQ(dump(nested->field(0, 9)), "double(0x0)");
+        });
     EXPECT_EQ(swept.error, "");
 }
 

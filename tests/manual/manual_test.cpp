@@ -20,7 +20,7 @@
 
 namespace {
 
-using namespace app;
+using namespace ifdsweep;
 
 /// What groff prints for a page: to its standard output, and as complaints.
 struct Rendering {
@@ -67,7 +67,7 @@ std::string squeezed(std::string_view text) {
 
 const Rendering& renderedManual() {
     static const Rendering rendering = [] {
-        Rendering made = render(manual::manualPage());
+        Rendering made = render(ifdsweep::manual::manualPage());
         made.text = squeezed(made.text);
         return made;
     }();
@@ -91,8 +91,8 @@ TEST(ManualPage, ShowsEveryOptionWithItsHelp) {
 
 TEST(ManualPage, ShowsTheTextsAroundTheOptions) {
     expectInManual(kDescription);
-    for (const std::string_view paragraph : manual::split(kFooter, "\n\n")) {
-        for (const std::string_view line : manual::split(paragraph, "\n")) {
+    for (const std::string_view paragraph : ifdsweep::manual::split(kFooter, "\n\n")) {
+        for (const std::string_view line : ifdsweep::manual::split(paragraph, "\n")) {
             const bool isHeading = line == "Examples:";
             const std::string_view exitStatus = "Exit status: ";
             expectInManual(isHeading                      ? "EXAMPLES"
@@ -123,34 +123,34 @@ TEST(ManualPage, HasEverySectionInOrder) {
 TEST(RoffText, IsShownAsItIs) {
     for (const std::string_view text : {".br starts no request", "'br neither", "a\\fBb\\nc\\",
                                         "`quotes' \"and\" ^hats~", "--dashes - and-hyphens"}) {
-        const Rendering rendering = render(".TH T 1\n.nh\n.SH S\n" + manual::roffText(text) + '\n');
+        const Rendering rendering = render(".TH T 1\n.nh\n.SH S\n" + ifdsweep::manual::roffText(text) + '\n');
         EXPECT_EQ(rendering.complaints, "");
         EXPECT_NE(squeezed(rendering.text).find(text), std::string::npos) << rendering.text;
     }
 }
 
 TEST(OptionTexts, SplitAtSeparators) {
-    EXPECT_EQ(manual::split("", ","), std::vector<std::string_view>());
-    EXPECT_EQ(manual::split("a", ","), std::vector<std::string_view>{"a"});
-    EXPECT_EQ(manual::split("a, b", ", "), (std::vector<std::string_view>{"a", "b"}));
+    EXPECT_EQ(ifdsweep::manual::split("", ","), std::vector<std::string_view>());
+    EXPECT_EQ(ifdsweep::manual::split("a", ","), std::vector<std::string_view>{"a"});
+    EXPECT_EQ(ifdsweep::manual::split("a, b", ", "), (std::vector<std::string_view>{"a", "b"}));
 }
 
 TEST(OptionTexts, BeginAParagraphForEachWord) {
     const OptionRow row{"--way",          "WAY",    "up: to\nthe top\ndown: to it", "",
-                        ValueKind::words, "up down"};
-    EXPECT_EQ(manual::helpParagraphs(row),
+                        ValueCompletion::words, "up down"};
+    EXPECT_EQ(ifdsweep::manual::helpParagraphs(row),
               (std::vector<std::string>{"up: to the top", "down: to it"}));
-    EXPECT_EQ(manual::helpLine(row), "up: to the top; down: to it");
+    EXPECT_EQ(ifdsweep::manual::helpLine(row), "up: to the top; down: to it");
 }
 
 TEST(OptionTexts, QuoteForTheShell) {
-    EXPECT_EQ(manual::shellQuoted("it's $HOME"), "'it'\\''s $HOME'");
+    EXPECT_EQ(ifdsweep::manual::shellQuoted("it's $HOME"), "'it'\\''s $HOME'");
 }
 
 TEST(OptionTexts, KnowWhichOptionsRepeat) {
     std::vector<std::string_view> names;
     for (const OptionRow& row : optionTable()) {
-        if (manual::isRepeatable(row)) {
+        if (ifdsweep::manual::isRepeatable(row)) {
             names.push_back(row.name);
         }
     }
@@ -166,7 +166,7 @@ TEST(OptionTexts, HoldEveryMessage) {
     ASSERT_NE(list, std::string::npos) << complaint;
     std::vector<std::string> expected;
     for (const auto id :
-         manual::split(std::string_view(complaint).substr(list + kBefore.size()), ", ")) {
+         ifdsweep::manual::split(std::string_view(complaint).substr(list + kBefore.size()), ", ")) {
         expected.emplace_back(id);
     }
     std::vector<std::string> found;
@@ -208,7 +208,7 @@ TEST_P(Completion, HoldsEveryOption) {
 
 TEST_P(Completion, HoldsEveryTagAndMessage) {
     const std::string text = GetParam().completion();
-    for (const std::string_view name : manual::tagNames()) {
+    for (const std::string_view name : ifdsweep::manual::tagNames()) {
         EXPECT_NE(text.find(name), std::string::npos) << name;
     }
     for (const MessageDescription& message : describeMessages()) {
@@ -217,9 +217,9 @@ TEST_P(Completion, HoldsEveryTagAndMessage) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Shells, Completion,
-                         testing::Values(Shell{"bash", manual::bashCompletion, "", 0},
-                                         Shell{"zsh", manual::zshCompletion, "", 0},
-                                         Shell{"fish", manual::fishCompletion, "-l ", 2}),
+                         testing::Values(Shell{"bash", ifdsweep::manual::bashCompletion, "", 0},
+                                         Shell{"zsh", ifdsweep::manual::zshCompletion, "", 0},
+                                         Shell{"fish", ifdsweep::manual::fishCompletion, "-l ", 2}),
                          [](const auto& test) { return std::string(test.param.name); });
 
 /// The lists of words in the files for bash and fish are not quoted word by word.
@@ -229,11 +229,11 @@ TEST(CompletionWords, NeedNoQuotes) {
             return std::isalnum(static_cast<unsigned char>(letter)) != 0 || letter == '_';
         });
     };
-    for (const std::string_view name : manual::tagNames()) {
+    for (const std::string_view name : ifdsweep::manual::tagNames()) {
         EXPECT_TRUE(isPlain(name)) << name;
     }
     for (const OptionRow& row : optionTable()) {
-        for (const std::string_view word : manual::wordsOf(row)) {
+        for (const std::string_view word : ifdsweep::manual::wordsOf(row)) {
             EXPECT_TRUE(isPlain(word)) << word;
         }
     }

@@ -11,17 +11,17 @@
 namespace fixture {
 namespace {
 
-std::string_view className(host::ValueKind kind) {
+std::string_view className(ifdsweep::ValueKind kind) {
     switch (kind) {
-        case host::ValueKind::Double:
+        case ifdsweep::ValueKind::Double:
             return "double";
-        case host::ValueKind::Uint8:
+        case ifdsweep::ValueKind::Uint8:
             return "uint8";
-        case host::ValueKind::Char:
+        case ifdsweep::ValueKind::Char:
             return "char";
-        case host::ValueKind::Cell:
+        case ifdsweep::ValueKind::Cell:
             return "cell";
-        case host::ValueKind::Struct:
+        case ifdsweep::ValueKind::Struct:
             return "struct";
     }
     return "no class";
@@ -29,7 +29,7 @@ std::string_view className(host::ValueKind kind) {
 
 /// Column-major elements as rows: spaces between columns, semicolons between rows.
 template <class Text>
-std::string matrixText(const host::Value& value, const Text& textOf) {
+std::string matrixText(const ifdsweep::Value& value, const Text& textOf) {
     std::string text;
     for (std::size_t row = 0; row < value.rows(); ++row) {
         for (std::size_t column = 0; column < value.columns(); ++column) {
@@ -44,7 +44,7 @@ std::string matrixText(const host::Value& value, const Text& textOf) {
     return '[' + text + ']';
 }
 
-std::string cellText(const host::Value& value) {
+std::string cellText(const ifdsweep::Value& value) {
     std::string text;
     for (std::size_t i = 0; i < value.elementCount(); ++i) {
         text += (i > 0 ? ", " : "") + dump(value.cell(i));
@@ -57,14 +57,14 @@ bool isHeadName(std::string_view name) {
     return std::find(names.begin(), names.end(), name) != names.end();
 }
 
-std::string recordText(const host::Value& value) {
+std::string recordText(const ifdsweep::Value& value) {
     const bool isPrimary = value.fieldIndex("Filename").has_value();
     std::string text;
     for (std::size_t element = 0; element < value.elementCount(); ++element) {
         std::string fields;
         for (std::size_t f = 0; f < value.fieldCount(); ++f) {
             const std::string name(value.fieldName(f));
-            const host::Value* field = value.field(element, f);
+            const ifdsweep::Value* field = value.field(element, f);
             if (field == nullptr || (isPrimary && isHeadName(name))) {
                 continue;
             }
@@ -120,12 +120,12 @@ std::string quotedText(std::u16string_view units) {
     return text + '\'';
 }
 
-std::string shapeText(const host::Value& value) {
+std::string shapeText(const ifdsweep::Value& value) {
     return std::string(className(value.kind())) + ' ' + std::to_string(value.rows()) + 'x' +
            std::to_string(value.columns());
 }
 
-std::string dump(const host::Value* value) {
+std::string dump(const ifdsweep::Value* value) {
     if (value == nullptr) {
         return "empty";
     }
@@ -134,19 +134,19 @@ std::string dump(const host::Value* value) {
                std::to_string(value->columns()) + ')';
     }
     switch (value->kind()) {
-        case host::ValueKind::Double: {
+        case ifdsweep::ValueKind::Double: {
             const auto textOf = [&](std::size_t i) { return numberText(value->doubles()[i]); };
             return value->elementCount() == 1 ? textOf(0) : matrixText(*value, textOf);
         }
-        case host::ValueKind::Uint8:
+        case ifdsweep::ValueKind::Uint8:
             return "uint8" + matrixText(*value, [&](std::size_t i) {
                        return std::to_string(value->bytes()[i]);
                    });
-        case host::ValueKind::Char:
+        case ifdsweep::ValueKind::Char:
             return quotedText(value->text());
-        case host::ValueKind::Cell:
+        case ifdsweep::ValueKind::Cell:
             return cellText(*value);
-        case host::ValueKind::Struct:
+        case ifdsweep::ValueKind::Struct:
             return recordText(*value);
     }
     return "no class";

@@ -17,7 +17,7 @@
 
 namespace fixture {
 
-[[nodiscard]] std::string dump(const host::Value* value);
+[[nodiscard]] std::string dump(const ifdsweep::Value* value);
 
 /// One number as `dump` writes it.
 [[nodiscard]] std::string numberText(double value);
@@ -29,7 +29,7 @@ namespace fixture {
 [[nodiscard]] std::string quotedText(std::u16string_view text);
 
 /// Class and size, such as "struct 2x1".
-[[nodiscard]] std::string shapeText(const host::Value& value);
+[[nodiscard]] std::string shapeText(const ifdsweep::Value& value);
 
 /// The 35 names that every primary record of a TIFF file begins with.
 [[nodiscard]] const std::vector<std::string>& headNames();

@@ -23,9 +23,9 @@ struct ArgumentDump : boost::static_visitor<std::string> {
     std::string operator()(const std::u16string& text) const { return 'u' + quotedText(text); }
 };
 
-std::vector<Record> recordsOf(const host::Value& value) {
+std::vector<Record> recordsOf(const ifdsweep::Value& value) {
     std::vector<Record> records;
-    if (value.kind() != host::ValueKind::Struct) {
+    if (value.kind() != ifdsweep::ValueKind::Struct) {
         return records;
     }
     for (std::size_t element = 0; element < value.elementCount(); ++element) {
@@ -39,11 +39,11 @@ std::vector<Record> recordsOf(const host::Value& value) {
 
 /// The call alone; every host value is gone when it returns.
 Sweep call(const std::u16string& fileName, const Numbers& numbers, const Inspection& inspection) {
-    const std::array<host::ValueHandle, 4> inputs{
-        host::ValueHandle(qxCreateUString(fileName.data(), fileName.size())),
-        host::ValueHandle(qxCreateDoubleScalar(numbers.initialOffset)),
-        host::ValueHandle(qxCreateDoubleScalar(numbers.firstIfdIndex)),
-        host::ValueHandle(qxCreateDoubleScalar(numbers.maxIfdCount))};
+    const std::array<ifdsweep::ValueHandle, 4> inputs{
+        ifdsweep::ValueHandle(qxCreateUString(fileName.data(), fileName.size())),
+        ifdsweep::ValueHandle(qxCreateDoubleScalar(numbers.initialOffset)),
+        ifdsweep::ValueHandle(qxCreateDoubleScalar(numbers.firstIfdIndex)),
+        ifdsweep::ValueHandle(qxCreateDoubleScalar(numbers.maxIfdCount))};
     std::array<const qxArray*, 4> arguments{};
     for (std::size_t i = 0; i < inputs.size(); ++i) {
         arguments[i] = inputs[i].get();
@@ -52,7 +52,7 @@ Sweep call(const std::u16string& fileName, const Numbers& numbers, const Inspect
     qxArray* output = nullptr;
     try {
         qxeFunction(1, &output, 4, arguments.data());
-        const host::ValueHandle result(output);
+        const ifdsweep::ValueHandle result(output);
         if (result == nullptr) {
             sweep.error = "no result and no error";
             return sweep;
@@ -69,13 +69,13 @@ Sweep call(const std::u16string& fileName, const Numbers& numbers, const Inspect
 
 Sweep run(const std::u16string& fileName, const Numbers& numbers, const Preparation& prepare,
           const Inspection& inspection) {
-    host::Host host;
+    ifdsweep::Host host;
     if (prepare) {
         prepare(host);
     }
     Sweep sweep;
     {
-        const host::Host::Scope scope(host);
+        const ifdsweep::Host::Scope scope(host);
         sweep = call(fileName, numbers, inspection);
     }
     for (const qxMessage& warning : host.warnings()) {
@@ -89,7 +89,7 @@ Sweep run(const std::u16string& fileName, const Numbers& numbers, const Preparat
 
 /// Serves bytes before the caller's own preparation.
 Preparation serving(const Bytes& bytes, const Preparation& prepare) {
-    return [&bytes, &prepare](host::Host& host) {
+    return [&bytes, &prepare](ifdsweep::Host& host) {
         host.files().serve(kFileName, bytes);
         if (prepare) {
             prepare(host);
@@ -116,7 +116,7 @@ Sweep sweepFile(const std::u16string& fileName, const Numbers& numbers,
                 const Preparation& prepare) {
     std::vector<Record> records;
     Sweep sweep = run(fileName, numbers, prepare,
-                      [&](const host::Value& result) { records = recordsOf(result); });
+                      [&](const ifdsweep::Value& result) { records = recordsOf(result); });
     sweep.records = std::move(records);
     return sweep;
 }

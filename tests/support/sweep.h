@@ -48,7 +48,7 @@ struct Sweep {
 inline constexpr const char16_t* kFileName = u"sweep.tif";
 
 /// Prepares the host before the call: fault plans, budgets.
-using Preparation = std::function<void(host::Host&)>;
+using Preparation = std::function<void(ifdsweep::Host&)>;
 
 /// Calls the entry point on bytes in memory. Throws std::logic_error when a host value is left
 /// alive afterwards.
@@ -56,7 +56,7 @@ using Preparation = std::function<void(host::Host&)>;
                           const Preparation& prepare = {});
 
 /// Looks at a result while it lives.
-using Inspection = std::function<void(const host::Value&)>;
+using Inspection = std::function<void(const ifdsweep::Value&)>;
 
 /// Calls the entry point on bytes in memory and hands its result to `inspect`; not called after an
 /// error. The messages are returned, records are not.

@@ -20,7 +20,7 @@ protected:
 
     /// The host value as text.
     static std::string shown(TiffTag& tag) {
-        const host::ValueHandle value(tag.getQxArray().release());
+        const ifdsweep::ValueHandle value(tag.getQxArray().release());
         return dump(value.get());
     }
     [[nodiscard]] Lines warnings() {
@@ -31,8 +31,8 @@ protected:
         return lines;
     }
 
-    host::Host host;
-    host::Host::Scope scope{host};
+    ifdsweep::Host host;
+    ifdsweep::Host::Scope scope{host};
 };
 
 struct DefaultCase {
@@ -155,7 +155,7 @@ TEST_F(DefaultTag, TextKeepsItsEmbeddedNulsAlone) {
         {"a\0b\0"sv, "'a\\u0000b'"},
         {"\xE9", "'\\uFFE9'"}};
     for (const auto& [text, expected] : cases) {
-        const host::ValueHandle value(trim_nulls(text).release());
+        const ifdsweep::ValueHandle value(trim_nulls(text).release());
         EXPECT_EQ(dump(value.get()), expected);
     }
 }

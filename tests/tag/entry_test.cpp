@@ -204,9 +204,9 @@ TEST_P(TagEntry, AReadThatFailsNamesTheTagOrItsNumber) {
         {{ascii(kUnknown, "0123456789"), ascii(kArtist, "0123456789"), ascii(316, "still there")}},
         kFar);
     const auto swept = [&](std::uint64_t read) {
-        return sweep(file.bytes, {}, [&](host::Host& host) {
-            host.files().setFaultPlan(
-                {{host::Fault::Operation::read, read, host::Fault::Effect::deliverShort, 3}});
+        return sweep(file.bytes, {}, [&](ifdsweep::Host& host) {
+            host.files().setFaultPlan({{ifdsweep::Fault::Operation::read, read,
+                                        ifdsweep::Fault::Effect::deliverShort, 3}});
         });
     };
     // The reads before are the module's own affair; the first that hits data is looked for.
@@ -248,15 +248,15 @@ TEST_P(TagEntry, DataAreSoughtWhereWhatLiesBeforeThemCannotBeRead) {
     // offset, lies between it and the data.
     const std::uint64_t directoryAccess = format().isBig() ? 5 : 4;  // after header and first looks
     const std::size_t table = file.format.entryCountSize() + file.format.entrySize();
-    const Sweep swept = sweep(file.bytes, {}, [&](host::Host& host) {
-        host.files().setFaultPlan({{host::Fault::Operation::read, directoryAccess,
-                                    host::Fault::Effect::deliverShort, table}});
+    const Sweep swept = sweep(file.bytes, {}, [&](ifdsweep::Host& host) {
+        host.files().setFaultPlan({{ifdsweep::Fault::Operation::read, directoryAccess,
+                                    ifdsweep::Fault::Effect::deliverShort, table}});
     });
     EXPECT_EQ(swept.added(), "Artist='0123456789'");
     EXPECT_EQ(swept.warnings, Lines{});
-    const Sweep shorter = sweep(file.bytes, {}, [&](host::Host& host) {
-        host.files().setFaultPlan({{host::Fault::Operation::read, directoryAccess,
-                                    host::Fault::Effect::deliverShort, table - 1}});
+    const Sweep shorter = sweep(file.bytes, {}, [&](ifdsweep::Host& host) {
+        host.files().setFaultPlan({{ifdsweep::Fault::Operation::read, directoryAccess,
+                                    ifdsweep::Fault::Effect::deliverShort, table - 1}});
     });
     EXPECT_EQ(shorter.error, "badIFDread('IFD #1')") << "the plan is for another access";
 }

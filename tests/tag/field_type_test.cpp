@@ -85,8 +85,9 @@ TEST_P(FieldTypes, OtherTagsAreNeverChecked) {
                 directory.entries.push_back(oneComponent(tag, type.code));
             }
         }
-        EXPECT_EQ(typeWarnings(inspect(fileOf({directory}).bytes, {}, [](const host::Value&) {})),
-                  Lines{})
+        EXPECT_EQ(
+            typeWarnings(inspect(fileOf({directory}).bytes, {}, [](const ifdsweep::Value&) {})),
+            Lines{})
             << type.name;
     }
 }

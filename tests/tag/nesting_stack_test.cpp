@@ -70,13 +70,13 @@ private:
 
 /// The call, with nothing around it that the module's host would not have.
 struct Call {
-    host::Host& host;
+    ifdsweep::Host& host;
     const std::array<const qxArray*, 4>& inputs;
-    host::ValueHandle result{};
+    ifdsweep::ValueHandle result{};
 
     static void* run(void* call) {
         auto& self = *static_cast<Call*>(call);
-        const host::Host::Scope scope(self.host);
+        const ifdsweep::Host::Scope scope(self.host);
         qxArray* output = nullptr;
         qxeFunction(1, &output, 4, const_cast<const qxArray**>(self.inputs.data()));
         self.result.reset(output);
@@ -93,13 +93,13 @@ protected:
             chain = {{pointer(tag, {chain})}};
         }
         const TiffFile file = fileOf(chain);
-        host::Host host;
+        ifdsweep::Host host;
         host.files().serve(kFileName, file.bytes);
         const std::u16string name = kFileName;
-        std::array<host::ValueHandle, 4> values;
+        std::array<ifdsweep::ValueHandle, 4> values;
         std::array<const qxArray*, 4> inputs{};
         {
-            const host::Host::Scope scope(host);
+            const ifdsweep::Host::Scope scope(host);
             values[0].reset(qxCreateUString(name.data(), name.size()));
             inputs[0] = values[0].get();
             for (std::size_t i = 1; i < inputs.size(); ++i) {

@@ -64,13 +64,13 @@ struct Fields {
     std::vector<unsigned> unknownIds{};
 };
 
-Fields fieldsOf(const host::Value& records) {
+Fields fieldsOf(const ifdsweep::Value& records) {
     Fields fields;
     for (std::size_t f = 0; f < records.fieldCount(); ++f) {
         fields.names.emplace_back(records.fieldName(f));
     }
     const auto unknownField = records.fieldIndex("UnknownTags");
-    const host::Value* unknown = unknownField ? records.field(0, *unknownField) : nullptr;
+    const ifdsweep::Value* unknown = unknownField ? records.field(0, *unknownField) : nullptr;
     for (std::size_t i = 0; unknown != nullptr && i < unknown->elementCount(); ++i) {
         fields.unknownIds.push_back(static_cast<unsigned>(
             unknown->field(i, unknown->fieldIndex("ID").value())->doubles()[0]));
@@ -104,8 +104,9 @@ TEST_P(TagNames, EveryIdOfAPrimaryDirectoryIsAFieldOrUnknown) {
         const unsigned last = first + 0x7FFF;
         const Fields expected = expectedFields(names, first, last, headNames());
         Fields seen;
-        const Sweep swept = inspect(fileOf({plainIds(first, last)}).bytes, {},
-                                    [&](const host::Value& result) { seen = fieldsOf(result); });
+        const Sweep swept =
+            inspect(fileOf({plainIds(first, last)}).bytes, {},
+                    [&](const ifdsweep::Value& result) { seen = fieldsOf(result); });
         EXPECT_EQ(swept.error, "");
         EXPECT_EQ(seen.names, expected.names);
         EXPECT_EQ(seen.unknownIds, expected.unknownIds);
@@ -128,8 +129,8 @@ TEST_P(TagNames, EveryIdOfANestedDirectoryIsAFieldOrUnknown) {
             Fields seen;
             const Sweep swept =
                 inspect(fileOf({{pointer(kind.pointerTag, {{plainIds(first, last)}})}}).bytes, {},
-                        [&](const host::Value& result) {
-                            const host::Value* nested =
+                        [&](const ifdsweep::Value& result) {
+                            const ifdsweep::Value* nested =
                                 result.field(0, result.fieldIndex(kind.field).value());
                             ASSERT_NE(nested, nullptr);
                             seen = fieldsOf(*nested);

@@ -5,7 +5,7 @@
 
 #include "manual/option_texts.h"
 
-namespace app::manual {
+namespace ifdsweep::manual {
 namespace {
 
 // bash cuts "--tags=Make" at the equals sign into three words, which are put together first. The
@@ -62,16 +62,16 @@ std::string wordsFrom(std::string_view list) {
 /// What is done for the value of an option; empty when it takes none.
 std::string action(const OptionRow& row) {
     switch (row.value) {
-        case ValueKind::words:
+        case ValueCompletion::words:
             return wordsFrom(shellQuoted(row.words));
-        case ValueKind::tag:
+        case ValueCompletion::tag:
             return std::string(kListItem);
-        case ValueKind::message:
+        case ValueCompletion::message:
             return wordsFrom("\"$_ifdsweep_messages\"");
-        case ValueKind::file:
+        case ValueCompletion::file:
             return "            compopt -o default\n";
-        case ValueKind::other:
-        case ValueKind::none:
+        case ValueCompletion::other:
+        case ValueCompletion::none:
             break;
     }
     return "";
@@ -88,7 +88,7 @@ std::string bashCompletion() {
     std::string cases;
     for (const OptionRow& row : optionTable()) {
         options.push_back(row.name);
-        if (row.value != ValueKind::none) {
+        if (row.value != ValueCompletion::none) {
             cases.append("        ").append(row.name).append(")\n");
             cases.append(action(row)).append("            return ;;\n");
         }
@@ -105,4 +105,4 @@ std::string bashCompletion() {
     return text;
 }
 
-}  // namespace app::manual
+}  // namespace ifdsweep::manual

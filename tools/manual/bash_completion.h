@@ -4,8 +4,8 @@
 
 #include <string>
 
-namespace app::manual {
+namespace ifdsweep::manual {
 
 [[nodiscard]] std::string bashCompletion();
 
-}  // namespace app::manual
+}  // namespace ifdsweep::manual

@@ -4,7 +4,7 @@
 
 #include "manual/option_texts.h"
 
-namespace app::manual {
+namespace ifdsweep::manual {
 namespace {
 
 /// A text between single quotes, inside which fish knows two escapes.
@@ -15,17 +15,17 @@ std::string quoted(std::string_view text) {
 /// The switches that complete the value of an option; empty when it takes none.
 std::string valueSwitches(const OptionRow& row) {
     switch (row.value) {
-        case ValueKind::words:
+        case ValueCompletion::words:
             return " -x -a " + quoted(row.words);
-        case ValueKind::tag:
+        case ValueCompletion::tag:
             return " -x -a '(__ifdsweep_tags)'";
-        case ValueKind::message:
+        case ValueCompletion::message:
             return " -x -a '(__ifdsweep_messages)'";
-        case ValueKind::file:
+        case ValueCompletion::file:
             return " -r -F";
-        case ValueKind::other:
+        case ValueCompletion::other:
             return " -x";
-        case ValueKind::none:
+        case ValueCompletion::none:
             break;
     }
     return "";
@@ -59,4 +59,4 @@ std::string fishCompletion() {
     return text;
 }
 
-}  // namespace app::manual
+}  // namespace ifdsweep::manual

@@ -32,10 +32,10 @@ int main(int argumentCount, char** arguments) {
     }
     try {
         const std::string folder = std::string(arguments[1]) + '/';
-        writeFile(folder + "ifdsweep.1", app::manual::manualPage());
-        writeFile(folder + "ifdsweep.bash", app::manual::bashCompletion());
-        writeFile(folder + "_ifdsweep", app::manual::zshCompletion());
-        writeFile(folder + "ifdsweep.fish", app::manual::fishCompletion());
+        writeFile(folder + "ifdsweep.1", ifdsweep::manual::manualPage());
+        writeFile(folder + "ifdsweep.bash", ifdsweep::manual::bashCompletion());
+        writeFile(folder + "_ifdsweep", ifdsweep::manual::zshCompletion());
+        writeFile(folder + "ifdsweep.fish", ifdsweep::manual::fishCompletion());
     } catch (const std::exception& error) {
         std::fprintf(stderr, "ifdsweep_make_manual: %s\n", error.what());
         return 1;

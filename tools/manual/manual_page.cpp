@@ -7,7 +7,7 @@
 
 #include "manual/option_texts.h"
 
-namespace app::manual {
+namespace ifdsweep::manual {
 namespace {
 
 constexpr std::string_view kExitStatus = "Exit status: ";
@@ -155,4 +155,4 @@ std::string manualPage() {
     return page.text;
 }
 
-}  // namespace app::manual
+}  // namespace ifdsweep::manual

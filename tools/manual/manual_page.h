@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-namespace app::manual {
+namespace ifdsweep::manual {
 
 /// The page, made from the option table, the texts of --help and the message catalogue.
 [[nodiscard]] std::string manualPage();
@@ -13,4 +13,4 @@ namespace app::manual {
 /// A text as roff shows it: no character of it is a command or changes its look.
 [[nodiscard]] std::string roffText(std::string_view text);
 
-}  // namespace app::manual
+}  // namespace ifdsweep::manual

@@ -4,7 +4,7 @@
 
 #include "ifdsweep/tag_list.h"
 
-namespace app::manual {
+namespace ifdsweep::manual {
 
 std::vector<std::string_view> split(std::string_view text, std::string_view separator) {
     std::vector<std::string_view> parts;
@@ -57,7 +57,7 @@ std::string helpLine(const OptionRow& row) {
 }
 
 bool isRepeatable(const OptionRow& row) {
-    return row.value == ValueKind::tag || row.help.ends_with("repeatable");
+    return row.value == ValueCompletion::tag || row.help.ends_with("repeatable");
 }
 
 std::vector<std::string_view> tagNames() {
@@ -74,4 +74,4 @@ std::string shellQuoted(std::string_view text) {
     return '\'' + replaced(text, "'", "'\\''") + '\'';
 }
 
-}  // namespace app::manual
+}  // namespace ifdsweep::manual

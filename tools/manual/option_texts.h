@@ -10,7 +10,7 @@
 #include "cli/option_table.h"
 #include "read/messages.h"
 
-namespace app::manual {
+namespace ifdsweep::manual {
 
 /// The parts of a text between separators; none when the text is empty.
 [[nodiscard]] std::vector<std::string_view> split(std::string_view text,
@@ -39,4 +39,4 @@ namespace app::manual {
 /// A text between single quotes, as bash and zsh read it.
 [[nodiscard]] std::string shellQuoted(std::string_view text);
 
-}  // namespace app::manual
+}  // namespace ifdsweep::manual

@@ -4,7 +4,7 @@
 
 #include "manual/option_texts.h"
 
-namespace app::manual {
+namespace ifdsweep::manual {
 namespace {
 
 constexpr std::string_view kTail = R"(
@@ -31,17 +31,17 @@ std::string escaped(std::string_view text, std::string_view special) {
 std::string valuePart(const OptionRow& row) {
     const std::string named = ':' + escaped(row.placeholder, ":") + ':';
     switch (row.value) {
-        case ValueKind::words:
+        case ValueCompletion::words:
             return named + '(' + std::string(row.words) + ')';
-        case ValueKind::tag:
+        case ValueCompletion::tag:
             return named + "_ifdsweep_tags";
-        case ValueKind::message:
+        case ValueCompletion::message:
             return named + "_ifdsweep_messages";
-        case ValueKind::file:
+        case ValueCompletion::file:
             return named + "_files";
-        case ValueKind::other:
+        case ValueCompletion::other:
             return named + ' ';
-        case ValueKind::none:
+        case ValueCompletion::none:
             break;
     }
     return "";
@@ -49,7 +49,7 @@ std::string valuePart(const OptionRow& row) {
 
 std::string optionLine(const OptionRow& row) {
     std::string line(isRepeatable(row) ? "*" : "");
-    line.append(row.name).append(row.value == ValueKind::none ? "[" : "=[");
+    line.append(row.name).append(row.value == ValueCompletion::none ? "[" : "=[");
     line.append(escaped(helpLine(row), "[]")).append("]").append(valuePart(row));
     return line;
 }
@@ -80,4 +80,4 @@ std::string zshCompletion() {
     return text;
 }
 
-}  // namespace app::manual
+}  // namespace ifdsweep::manual

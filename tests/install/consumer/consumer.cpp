@@ -13,16 +13,16 @@ int main(int argumentCount, char** arguments) {
     if (argumentCount != 2) {
         return 2;
     }
-    host::Host host;
+    ifdsweep::Host host;
     std::size_t directories = 0;
     {
-        const host::Host::Scope scope(host);
-        const std::u16string name = host::fileNameFromSystem(arguments[1]);
-        const std::array<host::ValueHandle, 4> inputs{
-            host::ValueHandle(qxCreateUString(name.data(), name.size())),
-            host::ValueHandle(qxCreateDoubleScalar(0)),
-            host::ValueHandle(qxCreateDoubleScalar(0)),
-            host::ValueHandle(qxCreateDoubleScalar(0)),
+        const ifdsweep::Host::Scope scope(host);
+        const std::u16string name = ifdsweep::fileNameFromSystem(arguments[1]);
+        const std::array<ifdsweep::ValueHandle, 4> inputs{
+            ifdsweep::ValueHandle(qxCreateUString(name.data(), name.size())),
+            ifdsweep::ValueHandle(qxCreateDoubleScalar(0)),
+            ifdsweep::ValueHandle(qxCreateDoubleScalar(0)),
+            ifdsweep::ValueHandle(qxCreateDoubleScalar(0)),
         };
         std::array<const qxArray*, 4> handles{};
         for (std::size_t i = 0; i < inputs.size(); ++i) {
@@ -30,7 +30,7 @@ int main(int argumentCount, char** arguments) {
         }
         qxArray* output = nullptr;
         qxeFunction(1, &output, static_cast<int>(handles.size()), handles.data());
-        const host::ValueHandle records(output);
+        const ifdsweep::ValueHandle records(output);
         directories = records->rows();
     }
     std::printf("%zu director%s, %zu warnings, %zu live values\n", directories,
