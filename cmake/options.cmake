@@ -1,8 +1,6 @@
 # Flags of every target sit on one interface target.
 add_library(ifdsweep_options INTERFACE)
 target_compile_features(ifdsweep_options INTERFACE cxx_std_20)
-target_include_directories(ifdsweep_options INTERFACE
-  ${PROJECT_SOURCE_DIR}/src ${PROJECT_SOURCE_DIR}/include)
 target_compile_options(ifdsweep_options INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast
   -Wnon-virtual-dtor

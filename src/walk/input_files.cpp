@@ -10,7 +10,6 @@
 #include "io/descriptor.h"
 #include "io/output.h"
 #include "io/run_failure.h"
-#include "run/failure_list.h"
 
 namespace ifdsweep {
 namespace {
