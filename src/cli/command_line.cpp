@@ -185,9 +185,12 @@ void addReadOptions(OptionBinder& bind, ReadOptions& read) {
     bind.value("--value-budget", kBudget, storeBudget(read.valueBudget, ValueBudget::kUnlimited));
 }
 
+/// @param file      the name of the output
 /// @param complaint what is wrong with options that are each right
-void addOutputOptions(OptionBinder& bind, OutputChoice& output, std::string& complaint) {
+void addOutputOptions(OptionBinder& bind, OutputChoice& output, std::string& file,
+                      std::string& complaint) {
     bind.value("--format", "text, json, ndjson, typed or csv", storeWord(output.format, kFormats));
+    bind.text("--output", file);
     bind.value("--tags", "names", [&output](const std::string& text) {
         TagChoice choice = chooseTags(text);
         if (!choice.complaint.empty()) {
@@ -242,7 +245,6 @@ void addRunOptions(OptionBinder& bind, WorkerChoice& workers, RunChoice& run) {
         return workers.timeout && *workers.timeout > 0;
     });
     bind.value("--memory", "a number of bytes from 1 on", storeCount(workers.memory, 1));
-    bind.text("--output", run.outputFile);
     bind.text("--resume", run.journal);
     bind.flag("--no-progress", run.progress, false);
 }
@@ -344,7 +346,7 @@ CommandLine parseCommandLine(int argumentCount, const char* const* arguments) {
     OptionBinder bind(command, commandWords);
     addInputOptions(bind, result.options.input);
     addReadOptions(bind, result.options.read);
-    addOutputOptions(bind, result.options.output, complaint);
+    addOutputOptions(bind, result.options.output, result.options.run.outputFile, complaint);
     addMessageOptions(bind, result.options);
     addRunOptions(bind, result.options.workers, result.options.run);
     addHelpOptions(bind, information);
