@@ -3,12 +3,15 @@
 #include <algorithm>
 #include <array>
 #include <string>
+#include <utility>
 
 #include "ifdsweep/qx.h"
 #include "read/directory_path.h"
+#include "values/value_store.h"
 
 namespace ifdsweep {
 namespace {
+
 ValueHandle makeRecords(const Value& likeThese, const std::vector<std::string>& names) {
     std::vector<const char*> pointers;
     pointers.reserve(names.size());
@@ -20,54 +23,16 @@ ValueHandle makeRecords(const Value& likeThese, const std::vector<std::string>& 
         qxCreateStructArray(size.size(), size.data(), pointers.size(), pointers.data()));
 }
 
-ValueHandle makeCells(const Value& likeThese) {
-    const std::array<std::size_t, 2> size{likeThese.rows(), likeThese.columns()};
-    return ValueHandle(qxCreateCellArray(size.size(), size.data()));
-}
-
+/// A copy of the value of an unknown tag: a text or a double row.
 ValueHandle copyOf(const Value& value) {
     const std::array<std::size_t, 2> size{value.rows(), value.columns()};
-    switch (value.kind()) {
-        case ValueKind::Double: {
-            ValueHandle copy(
-                qxCreateNumericArray(size.size(), size.data(), qxDOUBLE_CLASS, qxREAL));
-            std::copy(value.doubles().begin(), value.doubles().end(), qxGetDoubles(copy.get()));
-            return copy;
-        }
-        case ValueKind::Uint8: {
-            ValueHandle copy(qxCreateNumericArray(size.size(), size.data(), qxUINT8_CLASS, qxREAL));
-            std::copy(value.bytes().begin(), value.bytes().end(), qxGetUint8s(copy.get()));
-            return copy;
-        }
-        case ValueKind::Char: {
-            ValueHandle copy(qxCreateCharArray(size.size(), size.data()));
-            std::copy(value.text().begin(), value.text().end(), qxGetChars(copy.get()));
-            return copy;
-        }
-        case ValueKind::Cell: {
-            ValueHandle copy = makeCells(value);
-            for (std::size_t index = 0; index < value.elementCount(); ++index) {
-                if (const Value* content = value.cell(index)) {
-                    qxSetCell(copy.get(), index, copyOf(*content).release());
-                }
-            }
-            return copy;
-        }
-        case ValueKind::Struct:
-            break;
+    if (value.kind() == ValueKind::Char) {
+        ValueHandle copy(qxCreateCharArray(size.size(), size.data()));
+        std::copy(value.text().begin(), value.text().end(), qxGetChars(copy.get()));
+        return copy;
     }
-    std::vector<std::string> names;
-    for (std::size_t field = 0; field < value.fieldCount(); ++field) {
-        names.emplace_back(value.fieldName(field));
-    }
-    ValueHandle copy = makeRecords(value, names);
-    for (std::size_t element = 0; element < value.elementCount(); ++element) {
-        for (std::size_t field = 0; field < names.size(); ++field) {
-            if (const Value* content = value.field(element, field)) {
-                qxSetField(copy.get(), element, names[field].c_str(), copyOf(*content).release());
-            }
-        }
-    }
+    ValueHandle copy(qxCreateNumericArray(size.size(), size.data(), qxDOUBLE_CLASS, qxREAL));
+    std::copy(value.doubles().begin(), value.doubles().end(), qxGetDoubles(copy.get()));
     return copy;
 }
 
@@ -88,21 +53,21 @@ const Value* unknownValue(const Value& records, std::size_t element, std::uint16
     return nullptr;
 }
 
-ValueHandle nestedSelection(const Value& value, const std::vector<ChosenField>& fields) {
-    if (value.kind() == ValueKind::Struct) {
-        ValueHandle records = selectFields(value, fields);
+/// What a value that holds records has of the chosen fields; null when that is nothing.
+ValueHandle nestedSelection(ValueHandle value, const std::vector<ChosenField>& fields) {
+    if (value->kind() == ValueKind::Struct) {
+        ValueHandle records = selectFields(std::move(value), fields);
         return records->fieldCount() > 0 ? std::move(records) : ValueHandle();
     }
-    ValueHandle cells = makeCells(value);
     bool any = false;
-    for (std::size_t index = 0; index < value.elementCount(); ++index) {
-        const Value* tree = value.cell(index);
-        if (ValueHandle chosen = tree != nullptr ? nestedSelection(*tree, fields) : nullptr) {
-            qxSetCell(cells.get(), index, chosen.release());
+    for (std::size_t index = 0; index < value->elementCount(); ++index) {
+        ValueHandle tree = ValueStore::takeCell(*value, index);
+        if (ValueHandle chosen = tree ? nestedSelection(std::move(tree), fields) : nullptr) {
+            qxSetCell(value.get(), index, chosen.release());
             any = true;
         }
     }
-    return any ? std::move(cells) : ValueHandle();
+    return any ? std::move(value) : ValueHandle();
 }
 
 /// One field of the selection: its values, element by element, null where it is empty.
@@ -128,40 +93,43 @@ bool holdsAnything(const SelectedField& field) {
 
 }  // namespace
 
-ValueHandle selectFields(const Value& records, const std::vector<ChosenField>& fields) {
-    if (records.kind() != ValueKind::Struct) {
-        return copyOf(records);
+ValueHandle selectFields(ValueHandle records, const std::vector<ChosenField>& fields) {
+    if (records->kind() != ValueKind::Struct) {
+        return records;
     }
-    std::vector<SelectedField> selected;
-    const auto copyIfAny = [](const Value* value) {
-        return value != nullptr ? copyOf(*value) : ValueHandle();
-    };
-    for (const ChosenField& chosen : fields) {
-        const auto source = records.fieldIndex(chosen.name);
-        if (source) {
-            selected.push_back(selectField(records, chosen.name, [&](std::size_t element) {
-                return copyIfAny(records.field(element, *source));
-            }));
-        } else if (chosen.unknownId) {
-            SelectedField field = selectField(records, chosen.name, [&](std::size_t element) {
-                return copyIfAny(unknownValue(records, element, *chosen.unknownId));
+    std::vector<SelectedField> selected(fields.size());
+    // Unknown tags first: they stand in a field that may be chosen, and is moved then.
+    for (std::size_t number = 0; number < fields.size(); ++number) {
+        const ChosenField& chosen = fields[number];
+        if (chosen.unknownId && !records->fieldIndex(chosen.name)) {
+            selected[number] = selectField(*records, chosen.name, [&](std::size_t element) {
+                const Value* value = unknownValue(*records, element, *chosen.unknownId);
+                return value != nullptr ? copyOf(*value) : ValueHandle();
             });
-            if (holdsAnything(field)) {
-                selected.push_back(std::move(field));
-            }
         }
     }
-    for (std::size_t source = 0; source < records.fieldCount(); ++source) {
-        const std::string_view name = records.fieldName(source);
+    for (std::size_t number = 0; number < fields.size(); ++number) {
+        if (const auto source = records->fieldIndex(fields[number].name)) {
+            selected[number] = selectField(*records, fields[number].name, [&](std::size_t element) {
+                return ValueStore::takeField(*records, element, *source);
+            });
+        }
+    }
+    std::erase_if(selected, [&](const SelectedField& field) {
+        return !records->fieldIndex(field.name) && !holdsAnything(field);
+    });
+    for (std::size_t source = 0; source < records->fieldCount(); ++source) {
+        const std::string_view name = records->fieldName(source);
         const bool isChosen = std::any_of(fields.begin(), fields.end(),
                                           [&](const auto& chosen) { return chosen.name == name; });
         if (isChosen || name == kUnknownTags) {
             continue;
         }
-        SelectedField field = selectField(records, name, [&](std::size_t element) {
-            const Value* value = records.field(element, source);
-            return value != nullptr && isNested(*value) ? nestedSelection(*value, fields)
-                                                        : ValueHandle();
+        SelectedField field = selectField(*records, name, [&](std::size_t element) {
+            const Value* value = records->field(element, source);
+            return value != nullptr && isNested(*value)
+                       ? nestedSelection(ValueStore::takeField(*records, element, source), fields)
+                       : ValueHandle();
         });
         if (holdsAnything(field)) {
             selected.push_back(std::move(field));
@@ -172,7 +140,7 @@ ValueHandle selectFields(const Value& records, const std::vector<ChosenField>& f
     for (const SelectedField& field : selected) {
         names.push_back(field.name);
     }
-    ValueHandle result = makeRecords(records, names);
+    ValueHandle result = makeRecords(*records, names);
     for (SelectedField& field : selected) {
         for (std::size_t element = 0; element < field.values.size(); ++element) {
             if (field.values[element] != nullptr) {

@@ -10,11 +10,10 @@
 
 namespace ifdsweep {
 
-/// Copies the chosen fields of every record, in the order asked for. Behind them come the nested
-/// records that hold chosen fields, with these alone. An unknown tag becomes a field that is named
-/// by its number and holds its value. A field that the records lack is left out; values that are
-/// no records are copied as they are.
-[[nodiscard]] ValueHandle selectFields(const Value& records,
-                                       const std::vector<ChosenField>& fields);
+/// Moves the chosen fields of every record over, in the order asked for. Behind them come the
+/// nested records that hold chosen fields, with these alone. An unknown tag becomes a field that is
+/// named by its number and holds its value. A field that the records lack is left out; values that
+/// are no records come back as they are.
+[[nodiscard]] ValueHandle selectFields(ValueHandle records, const std::vector<ChosenField>& fields);
 
 }  // namespace ifdsweep

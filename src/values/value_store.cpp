@@ -172,6 +172,21 @@ void ValueStore::setField(Value& records, std::size_t index, const char* fieldNa
     replace(records.slots()[index * fieldCount + number], value);
 }
 
+ValueHandle ValueStore::takeCell(Value& cells, std::size_t index) noexcept {
+    return ValueHandle(cells.cell(index) == nullptr
+                           ? nullptr
+                           : std::exchange(cells.slots()[index], nullptr));
+}
+
+ValueHandle ValueStore::takeField(Value& records, std::size_t index,
+                                  std::size_t fieldNumber) noexcept {
+    if (records.field(index, fieldNumber) == nullptr) {
+        return nullptr;
+    }
+    return ValueHandle(
+        std::exchange(records.slots()[index * records.fieldCount() + fieldNumber], nullptr));
+}
+
 void ValueStore::replace(Value*& slot, Value* value) noexcept {
     Value* former = std::exchange(slot, value);
     if (former != nullptr && former != value) {

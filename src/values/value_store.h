@@ -59,6 +59,12 @@ public:
     /// std::invalid_argument when there is no such element or field.
     static void setField(Value& records, std::size_t index, const char* fieldName, Value* value);
 
+    /// Takes the value out of a cell, or out of a field of an element, which is empty then; null
+    /// where there is none.
+    [[nodiscard]] static ValueHandle takeCell(Value& cells, std::size_t index) noexcept;
+    [[nodiscard]] static ValueHandle takeField(Value& records, std::size_t index,
+                                               std::size_t fieldNumber) noexcept;
+
     /// Frees a value, of whatever store, with everything in it. Null is allowed.
     static void destroy(Value* value) noexcept;
 

@@ -85,7 +85,7 @@ FileReport FileTask::finish() {
     if (outcome.result != nullptr && !options.output.fields.empty()) {
         try {
             const Host::Scope scope(host);
-            outcome.result = selectFields(*outcome.result, options.output.fields);
+            outcome.result = selectFields(std::move(outcome.result), options.output.fields);
         } catch (const std::bad_alloc&) {
             outcome.result.reset();
             outcome.error.emplace(outOfMemory());

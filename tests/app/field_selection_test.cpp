@@ -2,6 +2,8 @@
 
 #include "read/field_selection.h"
 
+#include <algorithm>
+#include <array>
 #include <string>
 #include <vector>
 
@@ -19,6 +21,70 @@ using rendering::setField;
 std::string typed(const ifdsweep::ValueHandle& value) {
     return rendering::rendered(
         [&](ifdsweep::Output& output) { ifdsweep::appendTypedValue(output, value.get()); });
+}
+
+ifdsweep::ValueHandle makeRecords(const ifdsweep::Value& likeThese,
+                                  const std::vector<std::string>& names) {
+    std::vector<const char*> pointers;
+    pointers.reserve(names.size());
+    for (const std::string& name : names) {
+        pointers.push_back(name.c_str());
+    }
+    const std::array<std::size_t, 2> size{likeThese.rows(), likeThese.columns()};
+    return ifdsweep::ValueHandle(
+        qxCreateStructArray(size.size(), size.data(), pointers.size(), pointers.data()));
+}
+
+ifdsweep::ValueHandle makeCells(const ifdsweep::Value& likeThese) {
+    const std::array<std::size_t, 2> size{likeThese.rows(), likeThese.columns()};
+    return ifdsweep::ValueHandle(qxCreateCellArray(size.size(), size.data()));
+}
+
+ifdsweep::ValueHandle copyOf(const ifdsweep::Value& value) {
+    const std::array<std::size_t, 2> size{value.rows(), value.columns()};
+    switch (value.kind()) {
+        case ifdsweep::ValueKind::Double: {
+            ifdsweep::ValueHandle copy(
+                qxCreateNumericArray(size.size(), size.data(), qxDOUBLE_CLASS, qxREAL));
+            std::copy(value.doubles().begin(), value.doubles().end(), qxGetDoubles(copy.get()));
+            return copy;
+        }
+        case ifdsweep::ValueKind::Uint8: {
+            ifdsweep::ValueHandle copy(
+                qxCreateNumericArray(size.size(), size.data(), qxUINT8_CLASS, qxREAL));
+            std::copy(value.bytes().begin(), value.bytes().end(), qxGetUint8s(copy.get()));
+            return copy;
+        }
+        case ifdsweep::ValueKind::Char: {
+            ifdsweep::ValueHandle copy(qxCreateCharArray(size.size(), size.data()));
+            std::copy(value.text().begin(), value.text().end(), qxGetChars(copy.get()));
+            return copy;
+        }
+        case ifdsweep::ValueKind::Cell: {
+            ifdsweep::ValueHandle copy = makeCells(value);
+            for (std::size_t index = 0; index < value.elementCount(); ++index) {
+                if (const ifdsweep::Value* content = value.cell(index)) {
+                    qxSetCell(copy.get(), index, copyOf(*content).release());
+                }
+            }
+            return copy;
+        }
+        case ifdsweep::ValueKind::Struct:
+            break;
+    }
+    std::vector<std::string> names;
+    for (std::size_t field = 0; field < value.fieldCount(); ++field) {
+        names.emplace_back(value.fieldName(field));
+    }
+    ifdsweep::ValueHandle copy = makeRecords(value, names);
+    for (std::size_t element = 0; element < value.elementCount(); ++element) {
+        for (std::size_t field = 0; field < names.size(); ++field) {
+            if (const ifdsweep::Value* content = value.field(element, field)) {
+                qxSetField(copy.get(), element, names[field].c_str(), copyOf(*content).release());
+            }
+        }
+    }
+    return copy;
 }
 
 class FieldSelectionTest : public testing::Test {
@@ -40,7 +106,7 @@ protected:
 
     static std::string selected(const ifdsweep::ValueHandle& value,
                                 const std::vector<std::string>& names) {
-        return typed(ifdsweep::selectFields(*value, fields(names)));
+        return typed(ifdsweep::selectFields(copyOf(*value), fields(names)));
     }
 
     ifdsweep::Host host;
