@@ -1,0 +1,242 @@
+// What options make of the output and the exit status of the built program.
+
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "program/program_files.h"
+#include "program/program_run.h"
+#include "support/tiff_builder.h"
+
+namespace {
+
+using nlohmann::json;
+using programrun::Ending;
+using programrun::linesOf;
+
+class OptionsTest : public programrun::ProgramTest {
+protected:
+    void SetUp() override {
+        programrun::ProgramTest::SetUp();
+        programfiles::write(in("small.tif"), programfiles::image(7));
+        programfiles::write(in("nested.tif"), programfiles::nestedImage());
+        programfiles::write(in("damaged.tif"), programfiles::damagedImage());
+        programfiles::write(in("photo.jpg"), programfiles::photo());
+    }
+};
+
+TEST_F(OptionsTest, tagsInEveryFormat) {
+    const std::vector<std::string> files{"nested.tif", "damaged.tif"};
+    const auto runWith = [&](std::vector<std::string> arguments) {
+        arguments.insert(arguments.end(),
+                         {"--tags", "ExposureTime,256,50000", "--warnings", "none"});
+        arguments.insert(arguments.end(), files.begin(), files.end());
+        const Ending given = run(arguments);
+        EXPECT_EQ(given.status, 0) << given.error;
+        return given.out;
+    };
+    EXPECT_EQ(runWith({}), R"(nested.tif
+
+  Directory 0
+    Width  4
+    SubIFDs
+      Directory 0/SubIFDs[0]/0
+        Width  4
+    DigitalCamera
+      Directory 0/DigitalCamera/0
+        ExposureTime  0.016666666666666666
+
+  Directory 1
+    Width  4
+
+damaged.tif
+
+  Directory 0
+    Width  4
+    50000  1 2 3
+)");
+    const std::string objects =
+        R"({"file":"nested.tif","records":[{"Width":4,"SubIFDs":[[{"Width":4}]],)"
+        R"("DigitalCamera":[{"ExposureTime":0.016666666666666666}]},)"
+        R"({"Width":4,"SubIFDs":null,"DigitalCamera":null}],"warnings":[],"error":null})"
+        "\n"
+        R"({"file":"damaged.tif","records":[{"Width":4,"50000":[1,2,3]}],"warnings":[],)"
+        R"("error":null})"
+        "\n";
+    EXPECT_EQ(runWith({"--format", "ndjson"}), objects);
+    const auto lines = linesOf(objects);
+    const json array = json::array({json::parse(lines[0]), json::parse(lines[1])});
+    EXPECT_EQ(json::parse(runWith({"--format", "json"})), array);
+    EXPECT_EQ(json::parse(runWith({"--format", "json", "--pretty"})), array);
+    EXPECT_EQ(json::parse(runWith({"--format", "json", "--compact"})), array);
+    const auto typedLines = linesOf(runWith({"--format", "typed"}));
+    ASSERT_EQ(typedLines.size(), 2U);
+    EXPECT_EQ(json::parse(typedLines[0])["result"]["fields"],
+              json({"Width", "SubIFDs", "DigitalCamera"}));
+    EXPECT_EQ(json::parse(typedLines[1])["result"]["fields"], json({"Width", "50000"}));
+    EXPECT_EQ(runWith({"--format", "csv"}),
+              "File,Directory,ExposureTime,Width,50000\r\n"
+              "nested.tif,0,,4,\r\n"
+              "nested.tif,1,,4,\r\n"
+              "damaged.tif,0,,4,1 2 3\r\n");
+    EXPECT_EQ(runWith({"--format", "csv", "--nested"}),
+              "File,Directory,ExposureTime,Width,50000\r\n"
+              "nested.tif,0,,4,\r\n"
+              "nested.tif,0/SubIFDs[0]/0,,4,\r\n"
+              "nested.tif,0/DigitalCamera/0,0.016666666666666666,,\r\n"
+              "nested.tif,1,,4,\r\n"
+              "damaged.tif,0,,4,1 2 3\r\n");
+}
+
+TEST_F(OptionsTest, ndjsonIsWhatJsonHolds) {
+    const auto array = json::parse(run({"--format", "json", "nested.tif", "damaged.tif"}).out);
+    const auto lines = linesOf(run({"--format", "ndjson", "nested.tif", "damaged.tif"}).out);
+    ASSERT_EQ(lines.size(), array.size());
+    for (std::size_t index = 0; index < lines.size(); ++index) {
+        EXPECT_EQ(json::parse(lines[index]), array[index]);
+    }
+    const auto compact = run({"--format", "json", "--compact", "nested.tif", "damaged.tif"}).out;
+    EXPECT_EQ(json::parse(compact), array);
+    EXPECT_EQ(compact.find('\n'), compact.size() - 1);
+}
+
+TEST_F(OptionsTest, csvWithoutTagsHasTheColumnsThatOccur) {
+    const auto lines = linesOf(run({"--format", "csv", "damaged.tif", "photo.jpg"}).out);
+    ASSERT_EQ(lines.size(), 3U);
+    EXPECT_EQ(lines[0].find("File,Directory,Filename,"), 0U);
+    EXPECT_NE(lines[0].find(",Make"), std::string::npos);
+    EXPECT_NE(lines[0].find(",BitsPerSample"), std::string::npos);
+    EXPECT_EQ(lines[0].find("UnknownTags"), std::string::npos);
+    EXPECT_EQ(lines[1].find("damaged.tif,0,damaged.tif,"), 0U);
+}
+
+TEST_F(OptionsTest, warnings) {
+    const auto file = [&](std::vector<std::string> arguments) {
+        arguments.insert(arguments.end(), {"--format", "ndjson", "damaged.tif"});
+        return json::parse(run(arguments).out);
+    };
+    const json each = file({})["warnings"];
+    ASSERT_EQ(each.size(), 2U);
+    const std::string first = each[0]["id"];
+    const std::string second = each[1]["id"];
+    EXPECT_EQ(file({"--warnings", "each"})["warnings"], each);
+    EXPECT_EQ(file({"--warnings", "none"})["warnings"], json::array());
+    EXPECT_EQ(file({"--warnings", "count"})["warnings"],
+              json::array({{{"id", first}, {"count", 1}}, {{"id", second}, {"count", 1}}}));
+    const std::string shortId = first.substr(first.rfind(':') + 1);
+    for (const std::string& id : {first, shortId}) {
+        EXPECT_EQ(file({"--ignore", id})["warnings"], json::array({each[1]}));
+    }
+    EXPECT_EQ(file({"--ignore", first, "--ignore", second})["warnings"], json::array());
+
+    const Ending text = run({"--warnings", "count", "damaged.tif"});
+    EXPECT_NE(text.out.find("  warning: 1 of " + first + '\n'), std::string::npos) << text.out;
+    EXPECT_EQ(run({"--warnings", "none", "damaged.tif"}).out.find("warning"), std::string::npos);
+}
+
+TEST_F(OptionsTest, strict) {
+    const std::string first = "expectedTagDataFormat";
+    const std::string second = "tagDataPastEOF";
+    const std::pair<std::vector<std::string>, int> rows[] = {
+        {{"damaged.tif"}, 0},
+        {{"--strict", "damaged.tif"}, 3},
+        {{"--strict", "damaged.tif", "small.tif"}, 3},
+        {{"--strict", "small.tif", "nested.tif"}, 0},
+        {{"--strict", "--warnings", "none", "damaged.tif"}, 3},
+        {{"--strict", "--warnings", "count", "damaged.tif", "small.tif"}, 3},
+        {{"--strict", "--ignore", first, "damaged.tif"}, 3},
+        {{"--strict", "--ignore", first, "--ignore", second, "damaged.tif"}, 0},
+        {{"--strict", "--ignore", first, "--ignore", second, "damaged.tif", "small.tif"}, 0},
+        {{"--strict", "damaged.tif", "none.tif"}, 1},
+        {{"--strict", "none.tif"}, 1},
+        {{"--strict", "--bogus", "damaged.tif"}, 2},
+    };
+    for (const auto& [arguments, status] : rows) {
+        EXPECT_EQ(run(arguments).status, status) << testing::PrintToString(arguments);
+    }
+}
+
+TEST_F(OptionsTest, theSummaryTellsOfMoreThanOneFile) {
+    EXPECT_EQ(run({"damaged.tif"}).error, "");
+    EXPECT_EQ(run({"--jobs", "2", "damaged.tif"}).error, "");
+    EXPECT_EQ(run({"damaged.tif", "nested.tif", "damaged.tif"}).error,
+              "ifdsweep: 3 files read, 0 failed, 4 directories\n"
+              "ifdsweep:   2 warnings Velmora:pixlore:ifdsweep:expectedTagDataFormat\n"
+              "ifdsweep:   2 warnings Velmora:pixlore:ifdsweep:tagDataPastEOF\n");
+    EXPECT_EQ(
+        run({"--warnings", "none", "--ignore", "tagDataPastEOF", "damaged.tif", "none.tif"}).error,
+        "ifdsweep: none.tif: the file does not exist "
+        "(Velmora:pixlore:ifdsweep:statFailure)\n"
+        "ifdsweep: 1 file read, 1 failed, 1 directory\n"
+        "ifdsweep:   1 warning Velmora:pixlore:ifdsweep:expectedTagDataFormat\n");
+}
+
+TEST_F(OptionsTest, onlyImagesOfAFolderAreRead) {
+    const std::pair<const char*, std::string> rows[] = {
+        {"letter.txt", "Dear sir"},
+        {"empty.tif", ""},
+        {"short.tif", "II*"},
+        {"plain.jpg", "\xFF\xD8\xFF\xE0" + std::string("\0\4ab", 4) + "\xFF\xD9"},
+        {"wrong.tif", std::string("II\0*\0\0\0\0", 8)},
+    };
+    for (const auto& [name, bytes] : rows) {
+        programrun::write(in(name), bytes);
+    }
+    fixture::TiffBuilder big({fixture::Layout::big, fixture::ByteOrder::little});
+    programfiles::write(in("no_ending"), big.add(fixture::Directory{}).build().bytes);
+    const Ending sniffed = run({"--format", "ndjson", "."});
+    EXPECT_EQ(sniffed.status, 0) << sniffed.error;
+    EXPECT_EQ(linesOf(sniffed.out).size(), 5U);
+    EXPECT_EQ(linesOf(sniffed.error)[0],
+              "ifdsweep: 5 files read, 0 failed, 5 directories; no images: 5 files");
+    const Ending all = run({"--format", "ndjson", "--all", "."});
+    EXPECT_EQ(all.status, 1);
+    EXPECT_EQ(linesOf(all.out).size(), 10U);
+    EXPECT_NE(all.error.find("ifdsweep: 5 files read, 5 failed, 5 directories\n"),
+              std::string::npos)
+        << all.error;
+}
+
+TEST_F(OptionsTest, shorten) {
+    fixture::TiffBuilder builder({fixture::Layout::classic, fixture::ByteOrder::little});
+    std::vector<std::int64_t> values(20);
+    builder.add(fixture::Directory{fixture::longs(273, values),
+                                   fixture::ascii(315, std::string(300, 'x'))});
+    programfiles::write(in("long.tif"), builder.build().bytes);
+    const auto text = [&](std::vector<std::string> arguments) {
+        arguments.insert(arguments.end(), {"--tags", "StripOffsets,Artist", "long.tif"});
+        return run(arguments).out;
+    };
+    EXPECT_NE(text({}).find(" ... (20 values)\n"), std::string::npos);
+    EXPECT_NE(text({}).find(" ... (300 characters)\n"), std::string::npos);
+    EXPECT_NE(text({"--shorten", "3"}).find("StripOffsets  0 0 0 ... (20 values)\n"),
+              std::string::npos);
+    EXPECT_NE(text({"--shorten", "3"})
+                  .find("Artist        " + std::string(48, 'x') + " ... (300 characters)\n"),
+              std::string::npos);
+    for (const char* const most : {"20", "all", "18446744073709551615"}) {
+        EXPECT_EQ(text({"--shorten", most}).find("..."), std::string::npos) << most;
+    }
+    EXPECT_NE(text({"--shorten", "19"}).find("(20 values)"), std::string::npos);
+}
+
+TEST_F(OptionsTest, informationIsPrinted) {
+    const Ending tags = run({"--list-tags"});
+    EXPECT_EQ(tags.status, 0);
+    EXPECT_EQ(linesOf(tags.out).size(), 319U);
+    EXPECT_EQ(tags.error, "");
+    const Ending message = run({"--explain", "tagDataPastEOF"});
+    EXPECT_EQ(message.status, 0);
+    EXPECT_EQ(linesOf(message.out).size(), 3U);
+    const Ending misspelt = run({"--explain", "tagDataPastEOV"});
+    EXPECT_EQ(misspelt.status, 2);
+    EXPECT_NE(misspelt.error.find("nearest: tagDataPastEOF"), std::string::npos);
+    const Ending name = run({"--tags", "Widht", "none.tif"});
+    EXPECT_EQ(name.status, 2);
+    EXPECT_EQ(linesOf(name.error).size(), 1U);
+    EXPECT_NE(name.error.find("no tag is named Widht, nearest: Width"), std::string::npos);
+}
+
+}  // namespace

@@ -1,0 +1,1 @@
+// Nothing: its target holds the precompiled header of the tests.

@@ -1,0 +1,279 @@
+// Tables: quoting, rows of nested directories, columns that occur. Read back by a reader of the
+// test's own, which knows RFC 4180 and nothing else.
+
+#include <cmath>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "io/descriptor.h"
+#include "write/rendering.h"
+#include "write/csv_rows.h"
+#include "write/csv_writer.h"
+
+namespace {
+
+using Row = std::vector<std::string>;
+using rendering::number;
+using rendering::rendered;
+using rendering::setField;
+
+/// The rows of a table; throws for everything that RFC 4180 does not allow.
+std::vector<Row> parsed(std::string_view table) {
+    std::vector<Row> rows;
+    std::size_t at = 0;
+    const auto take = [&](char character) {
+        const bool isThere = at < table.size() && table[at] == character;
+        at += isThere ? 1 : 0;
+        return isThere;
+    };
+    while (at < table.size()) {
+        Row row;
+        do {
+            std::string cell;
+            if (take('"')) {
+                for (bool isOpen = true; isOpen;) {
+                    if (at == table.size()) {
+                        throw std::runtime_error("a quote is not closed");
+                    }
+                    if (!take('"')) {
+                        cell.push_back(table[at++]);
+                    } else if (take('"')) {
+                        cell.push_back('"');
+                    } else {
+                        isOpen = false;
+                    }
+                }
+            } else {
+                while (at < table.size() &&
+                       std::string_view(",\r\n\"").find(table[at]) == std::string_view::npos) {
+                    cell.push_back(table[at++]);
+                }
+            }
+            row.push_back(cell);
+        } while (take(','));
+        if (!take('\r') || !take('\n')) {
+            throw std::runtime_error("no line end behind a row");
+        }
+        rows.push_back(row);
+    }
+    return rows;
+}
+
+class CsvTest : public testing::Test {
+protected:
+    /// A directory with SubIFDs of two trees, an Exif directory, and an unknown tag.
+    static ifdsweep::Outcome nestedOutcome() {
+        auto leaf = rendering::records(1, {"ExposureTime"});
+        setField(leaf, 0, "ExposureTime", number(0.5));
+        auto first = rendering::records(2, {"Width", "DigitalCamera"});
+        setField(first, 0, "Width", number(1));
+        setField(first, 1, "Width", number(2));
+        setField(first, 1, "DigitalCamera", std::move(leaf));
+        auto second = rendering::records(1, {"Artist"});
+        setField(second, 0, "Artist", rendering::text(u"me"));
+        auto unknown = rendering::records(1, {"ID", "Offset", "Value"});
+        setField(unknown, 0, "ID", number(50000));
+        ifdsweep::Outcome outcome;
+        outcome.file = "n.tif";
+        outcome.result = rendering::records(2, {"SubIFDs", "Artist", "UnknownTags"});
+        setField(outcome.result, 0, "SubIFDs",
+                 rendering::cells(std::move(first), std::move(second)));
+        setField(outcome.result, 0, "UnknownTags", std::move(unknown));
+        setField(outcome.result, 1, "Artist", rendering::text(u"you"));
+        return outcome;
+    }
+
+    /// The table of outcomes; without columns, by way of a file.
+    static std::string table(const std::vector<ifdsweep::Outcome>& outcomes, bool nestedRows,
+                             const std::vector<std::string>& columns) {
+        ifdsweep::WriterSettings settings;
+        settings.nestedRows = nestedRows;
+        settings.columns = columns;
+        const auto write = [&](ifdsweep::Output& output) {
+            ifdsweep::CsvWriter writer(output, settings);
+            if (!columns.empty()) {
+                writer.begin();
+            }
+            for (const ifdsweep::Outcome& outcome : outcomes) {
+                writer.write(outcome);
+            }
+            writer.end();
+        };
+        if (!columns.empty()) {
+            return rendered(write);
+        }
+        const ifdsweep::Descriptor rows = ifdsweep::makeTemporaryFile();
+        ifdsweep::FileDescriptorSink(rows.get()).write(rendered(write));
+        return rendered(
+            [&](ifdsweep::Output& output) { ifdsweep::assembleCsv(rows.get(), output); });
+    }
+
+    static std::string table(ifdsweep::Outcome outcome, bool nestedRows,
+                             const std::vector<std::string>& columns) {
+        std::vector<ifdsweep::Outcome> outcomes;
+        outcomes.push_back(std::move(outcome));
+        return table(outcomes, nestedRows, columns);
+    }
+
+    ifdsweep::Host host;
+    ifdsweep::Host::Scope scope{host};
+};
+
+TEST_F(CsvTest, cellsAreQuotedWhereTheyMustBe) {
+    const std::pair<std::u16string, std::string> rows[] = {
+        {u"plain", "plain"},
+        {u"", ""},
+        {u" a b ", " a b "},
+        {u"a,b", "\"a,b\""},
+        {u"say \"b\"", "\"say \"\"b\"\"\""},
+        {u"\"", "\"\"\"\""},
+        {u"two\nlines", "\"two\nlines\""},
+        {u"a\rb", "\"a\rb\""},
+        {u"a\r\n,\"b", "\"a\r\n,\"\"b\""},
+        {u"a;b\tc'd", "a;b\tc'd"},
+        {u"caf\xE9", "café"},
+    };
+    for (const auto& [text, cell] : rows) {
+        ifdsweep::Outcome outcome;
+        outcome.file = "a.tif";
+        outcome.result = rendering::records(1, {"Artist"});
+        setField(outcome.result, 0, "Artist", rendering::text(text));
+        EXPECT_EQ(table(std::move(outcome), false, {"Artist"}),
+                  "File,Directory,Artist\r\na.tif,0," + cell + "\r\n");
+    }
+}
+
+TEST_F(CsvTest, fileNamesAndColumnsAreQuotedToo) {
+    EXPECT_EQ(ifdsweep::csvHeader({"a", "b,c", "d\"e"}), "File,Directory,a,\"b,c\",\"d\"\"e\"\r\n");
+    ifdsweep::Outcome outcome;
+    outcome.file = "a,\"b\"\n.tif";
+    outcome.result = rendering::records(1, {"Width"});
+    setField(outcome.result, 0, "Width", number(7));
+    for (const std::vector<std::string>& columns : {std::vector<std::string>{}, {"Width"}}) {
+        ifdsweep::Outcome same;
+        same.file = outcome.file;
+        same.result = rendering::records(1, {"Width"});
+        setField(same.result, 0, "Width", number(7));
+        EXPECT_EQ(parsed(table(std::move(same), false, columns)),
+                  (std::vector<Row>{{"File", "Directory", "Width"}, {outcome.file, "0", "7"}}));
+    }
+}
+
+TEST_F(CsvTest, onATerminalCellsShowWhatTheyHold) {
+    ifdsweep::WriterSettings settings;
+    settings.columns = {"Artist", "Bytes"};
+    settings.toTerminal = true;
+    ifdsweep::Outcome outcome;
+    outcome.file = "a\x1b[2J\n\xFF.tif";
+    outcome.result = rendering::records(1, {"Artist", "Bytes"});
+    setField(outcome.result, 0, "Artist",
+             rendering::cells(rendering::text(u"one\r\ntwo, \"x\" \\"), rendering::text(u"\x9D")));
+    setField(outcome.result, 0, "Bytes", rendering::bytes({0, 9, 255}));
+    const std::string shown = rendered([&](ifdsweep::Output& output) {
+        ifdsweep::CsvWriter writer(output, settings);
+        writer.begin();
+        writer.write(outcome);
+        writer.end();
+    });
+    EXPECT_EQ(shown,
+              "File,Directory,Artist,Bytes\r\n"
+              R"(a\x1b[2J\n\xff.tif,0,"one\r\ntwo, ""x"" \\, \u009d",AAn/)"
+              "\r\n");
+    EXPECT_EQ(parsed(shown)[1][2], R"(one\r\ntwo, "x" \\, \u009d)");
+}
+
+TEST_F(CsvTest, valuesInCells) {
+    ifdsweep::Outcome outcome;
+    outcome.file = "a";
+    outcome.result = rendering::records(
+        1, {"Row", "Matrix", "Bytes", "Cells", "Empty", "None", "NotFinite", "Records"});
+    setField(outcome.result, 0, "Row", rendering::numbers(1, 3, {1, 2.5, -3}));
+    setField(outcome.result, 0, "Matrix", rendering::numbers(2, 2, {1, 2, 3, 4}));
+    setField(outcome.result, 0, "Bytes", rendering::bytes({0, 9, 255}));
+    setField(outcome.result, 0, "Cells",
+             rendering::cells(rendering::text(u"a"), rendering::text(u"b")));
+    setField(outcome.result, 0, "Empty", rendering::numbers(1, 0, {}));
+    setField(outcome.result, 0, "NotFinite", rendering::numbers(1, 2, {NAN, -INFINITY}));
+    setField(outcome.result, 0, "Records", rendering::records(1, {"x"}));
+    const auto rows = parsed(table(
+        std::move(outcome), false,
+        {"Row", "Matrix", "Bytes", "Cells", "Empty", "None", "NotFinite", "Records", "Missing"}));
+    ASSERT_EQ(rows.size(), 2U);
+    EXPECT_EQ(rows[1], (Row{"a", "0", "1 2.5 -3", "1 3; 2 4", "AAn/", "a, b", "", "",
+                            "NaN -Infinity", "", ""}));
+}
+
+TEST_F(CsvTest, nestedDirectoriesHaveRowsOnDemand) {
+    EXPECT_EQ(parsed(table(nestedOutcome(), false, {"Width", "Artist", "ExposureTime"})),
+              (std::vector<Row>{{"File", "Directory", "Width", "Artist", "ExposureTime"},
+                                {"n.tif", "0", "", "", ""},
+                                {"n.tif", "1", "", "you", ""}}));
+    EXPECT_EQ(parsed(table(nestedOutcome(), true, {"Width", "Artist", "ExposureTime"})),
+              (std::vector<Row>{{"File", "Directory", "Width", "Artist", "ExposureTime"},
+                                {"n.tif", "0", "", "", ""},
+                                {"n.tif", "0/SubIFDs[0]/0", "1", "", ""},
+                                {"n.tif", "0/SubIFDs[0]/1", "2", "", ""},
+                                {"n.tif", "0/SubIFDs[0]/1/DigitalCamera/0", "", "", "0.5"},
+                                {"n.tif", "0/SubIFDs[1]/0", "", "me", ""},
+                                {"n.tif", "1", "", "you", ""}}));
+}
+
+TEST_F(CsvTest, columnsThatOccurStandInTheirOrder) {
+    EXPECT_EQ(parsed(table(nestedOutcome(), true, {})),
+              (std::vector<Row>{{"File", "Directory", "Width", "ExposureTime", "Artist"},
+                                {"n.tif", "0", "", "", ""},
+                                {"n.tif", "0/SubIFDs[0]/0", "1", "", ""},
+                                {"n.tif", "0/SubIFDs[0]/1", "2", "", ""},
+                                {"n.tif", "0/SubIFDs[0]/1/DigitalCamera/0", "", "0.5", ""},
+                                {"n.tif", "0/SubIFDs[1]/0", "", "", "me"},
+                                {"n.tif", "1", "", "", "you"}}));
+    EXPECT_EQ(table(std::vector<ifdsweep::Outcome>{}, false, {}), "File,Directory\r\n");
+}
+
+TEST_F(CsvTest, theSameCellsWithAndWithoutFixedColumns) {
+    std::vector<ifdsweep::Outcome> outcomes;
+    for (int file = 0; file < 50; ++file) {
+        ifdsweep::Outcome outcome;
+        outcome.file = "f" + std::to_string(file);
+        const std::string own = "Own" + std::to_string(file % 7);
+        outcome.result = rendering::records(1, {own.c_str(), "Artist"});
+        setField(outcome.result, 0, own.c_str(), number(file));
+        // Together more than the rows are read at a time, one row by far.
+        setField(outcome.result, 0, "Artist",
+                 rendering::text(std::u16string(file == 20 ? 3000000 : 90000, u'"')));
+        outcomes.push_back(std::move(outcome));
+    }
+    const auto occurring = parsed(table(outcomes, false, {}));
+    ASSERT_EQ(occurring.size(), 51U);
+    const Row columns(occurring[0].begin() + 2, occurring[0].end());
+    EXPECT_EQ(columns, (Row{"Own0", "Artist", "Own1", "Own2", "Own3", "Own4", "Own5", "Own6"}));
+    EXPECT_TRUE(occurring == parsed(table(outcomes, false, columns)));
+    EXPECT_EQ(occurring[21][3].size(), 3000000U);
+    EXPECT_EQ(occurring[21][9], "20");
+}
+
+TEST_F(CsvTest, theReaderOfTheTestIsStrict) {
+    EXPECT_THROW(parsed("a\n"), std::runtime_error);
+    EXPECT_THROW(parsed("a\"b\r\n"), std::runtime_error);
+    EXPECT_THROW(parsed("\"a\"b\r\n"), std::runtime_error);
+    EXPECT_THROW(parsed("\"a\r\n"), std::runtime_error);
+    EXPECT_THROW(parsed("a,b"), std::runtime_error);
+}
+
+TEST_F(CsvTest, filesWithoutARecordHaveNoRow) {
+    ifdsweep::Outcome failed;
+    failed.file = "f";
+    ifdsweep::Outcome empty;
+    empty.file = "e";
+    empty.result = rendering::noRecords();
+    std::vector<ifdsweep::Outcome> outcomes;
+    outcomes.push_back(std::move(failed));
+    outcomes.push_back(std::move(empty));
+    EXPECT_EQ(table(outcomes, true, {"Width"}), "File,Directory,Width\r\n");
+}
+
+}  // namespace

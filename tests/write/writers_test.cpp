@@ -1,0 +1,352 @@
+// The three formats on values built by hand: every class and shape, empty and not finite.
+
+#include <cmath>
+#include <string>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "read/messages.h"
+#include "write/rendering.h"
+#include "write/json_writer.h"
+#include "write/text_value.h"
+#include "write/text_writer.h"
+#include "write/typed_writer.h"
+
+namespace {
+
+using nlohmann::json;
+using rendering::emptyText;
+using rendering::noRecords;
+using rendering::number;
+using rendering::rendered;
+using rendering::setField;
+
+class WritersTest : public testing::Test {
+protected:
+    ~WritersTest() override { EXPECT_EQ(host.liveValues(), 0U); }
+
+    ifdsweep::Host host;
+    ifdsweep::Host::Scope scope{host};
+};
+
+std::string typed(const ifdsweep::ValueHandle& value) {
+    return rendered(
+        [&](ifdsweep::Output& output) { ifdsweep::appendTypedValue(output, value.get()); });
+}
+
+std::string natural(const ifdsweep::ValueHandle& value) {
+    return rendered(
+        [&](ifdsweep::Output& output) { ifdsweep::appendNaturalValue(output, value.get()); });
+}
+
+std::string shown(const ifdsweep::ValueHandle& value, const ifdsweep::TextLimits& limits = {}) {
+    return rendered([&](ifdsweep::Output& output) {
+        ifdsweep::appendTextValue(output, value.get(), ifdsweep::TextOrigin::tag, limits);
+    });
+}
+
+template <class Writer, class... Arguments>
+std::string written(const ifdsweep::Outcome& outcome, Arguments... arguments) {
+    return rendered([&](ifdsweep::Output& output) {
+        Writer writer(output, arguments...);
+        writer.begin();
+        writer.write(outcome);
+        writer.end();
+    });
+}
+
+TEST_F(WritersTest, numbers) {
+    const auto scalar = number(2.5);
+    EXPECT_EQ(typed(scalar), R"({"class":"double","size":[1,1],"data":[2.5]})");
+    EXPECT_EQ(natural(scalar), "2.5");
+    EXPECT_EQ(shown(scalar), "2.5");
+
+    const auto row = rendering::numbers(1, 3, {8, 8, -1});
+    EXPECT_EQ(typed(row), R"({"class":"double","size":[1,3],"data":[8,8,-1]})");
+    EXPECT_EQ(natural(row), "[8,8,-1]");
+    EXPECT_EQ(shown(row), "8 8 -1");
+
+    const auto column = rendering::numbers(2, 1, {1, 2});
+    EXPECT_EQ(typed(column), R"({"class":"double","size":[2,1],"data":[1,2]})");
+    EXPECT_EQ(natural(column), "[[1],[2]]");
+    EXPECT_EQ(shown(column), "1; 2");
+
+    const auto matrix = rendering::numbers(2, 3, {1, 2, 3, 4, 5, 6});
+    EXPECT_EQ(typed(matrix), R"({"class":"double","size":[2,3],"data":[1,2,3,4,5,6]})");
+    EXPECT_EQ(natural(matrix), "[[1,3,5],[2,4,6]]");
+    EXPECT_EQ(shown(matrix), "1 3 5; 2 4 6");
+}
+
+TEST_F(WritersTest, numbersThatAreNotFinite) {
+    const auto row = rendering::numbers(1, 4, {NAN, INFINITY, -INFINITY, -0.0});
+    EXPECT_EQ(typed(row),
+              R"({"class":"double","size":[1,4],"data":["NaN","Infinity","-Infinity",-0.0]})");
+    EXPECT_EQ(natural(row), "[null,null,null,-0.0]");
+    EXPECT_EQ(shown(row), "NaN Infinity -Infinity -0.0");
+    EXPECT_EQ(natural(number(NAN)), "null");
+}
+
+TEST_F(WritersTest, emptyNumbers) {
+    EXPECT_EQ(typed(noRecords()), R"({"class":"double","size":[0,0],"data":[]})");
+    EXPECT_EQ(natural(noRecords()), "[]");
+    EXPECT_EQ(shown(noRecords()), "(empty)");
+    EXPECT_EQ(typed(rendering::numbers(1, 0, {})), R"({"class":"double","size":[1,0],"data":[]})");
+    EXPECT_EQ(natural(rendering::numbers(1, 0, {})), "[]");
+    EXPECT_EQ(natural(rendering::numbers(0, 3, {})), "[]");
+}
+
+TEST_F(WritersTest, bytes) {
+    const auto row = rendering::bytes({0, 9, 255});
+    EXPECT_EQ(typed(row), R"({"class":"uint8","size":[1,3],"data":[0,9,255]})");
+    EXPECT_EQ(natural(row), R"("AAn/")");
+    EXPECT_EQ(shown(row), "0 9 255");
+    EXPECT_EQ(natural(rendering::bytes({102})), R"("Zg==")");
+    EXPECT_EQ(typed(rendering::bytes({})), R"({"class":"uint8","size":[1,0],"data":[]})");
+    EXPECT_EQ(natural(rendering::bytes({})), R"("")");
+}
+
+TEST_F(WritersTest, text) {
+    const auto row = rendering::text(u"Z\xFFFCrich\n");
+    EXPECT_EQ(typed(row), "{\"class\":\"char\",\"size\":[1,7],\"data\":\"Z\uFFFCrich\\n\"}");
+    EXPECT_EQ(natural(row), R"("Zürich\n")");
+    EXPECT_EQ(shown(row), R"(Zürich\n)");
+    EXPECT_EQ(typed(emptyText()), R"({"class":"char","size":[0,0],"data":""})");
+    EXPECT_EQ(typed(rendering::text(u"")), R"({"class":"char","size":[1,0],"data":""})");
+    EXPECT_EQ(natural(emptyText()), R"("")");
+    EXPECT_EQ(shown(emptyText()), "(empty)");
+}
+
+TEST_F(WritersTest, cells) {
+    const auto row = rendering::cells(rendering::text(u"a"), ifdsweep::ValueHandle(), number(3));
+    EXPECT_EQ(typed(row), R"({"class":"cell","size":[1,3],"data":[)"
+                          R"({"class":"char","size":[1,1],"data":"a"},null,)"
+                          R"({"class":"double","size":[1,1],"data":[3]}]})");
+    EXPECT_EQ(natural(row), R"(["a",null,3])");
+    EXPECT_EQ(shown(row), "a, (empty), 3");
+    EXPECT_EQ(typed(rendering::cells()), R"({"class":"cell","size":[1,0],"data":[]})");
+    EXPECT_EQ(natural(rendering::cells()), "[]");
+    EXPECT_EQ(natural(rendering::cells(number(1))), "[1]");
+}
+
+TEST_F(WritersTest, records) {
+    auto column = rendering::records(2, {"Width", "Artist"});
+    setField(column, 0, "Width", number(7));
+    setField(column, 1, "Artist", rendering::text(u"me"));
+    EXPECT_EQ(typed(column),
+              R"({"class":"struct","size":[2,1],"fields":["Width","Artist"],"data":[)"
+              R"([{"class":"double","size":[1,1],"data":[7]},null],)"
+              R"([null,{"class":"char","size":[1,2],"data":"me"}]]})");
+    EXPECT_EQ(natural(column), R"([{"Width":7,"Artist":null},{"Width":null,"Artist":"me"}])");
+    EXPECT_EQ(shown(column), "(2x1 records)");
+    EXPECT_EQ(typed(ifdsweep::ValueHandle()), "null");
+}
+
+TEST_F(WritersTest, namesOfFields) {
+    const std::string longest(63, 'n');
+    const std::string longer(64, 'n');
+    const std::vector<const char*> names{
+        "A_z09",       "",          "with space",        "quote\"",
+        "back\\",      "line\nend", "\xC3\xA9t\xC3\xA9", longest.c_str(),
+        longer.c_str()};
+    for (const char* const name : names) {
+        auto one = rendering::records(1, {name});
+        setField(one, 0, name, number(7));
+        EXPECT_EQ(json::parse(natural(one)), (json::array({{{name, 7}}}))) << name;
+        EXPECT_EQ(json::parse(typed(one))["fields"], json::array({name})) << name;
+    }
+    auto all = rendering::records(1, names);
+    const json read = json::parse(natural(all))[0];
+    EXPECT_EQ(read.size(), names.size());
+    for (const char* const name : names) {
+        EXPECT_TRUE(read.contains(name)) << name;
+    }
+}
+
+TEST_F(WritersTest, theFileNameIsNotTakenForBytes) {
+    auto column = rendering::records(1, {"Filename", "Artist"});
+    setField(column, 0, "Filename", rendering::text(u"\uFF83"));
+    setField(column, 0, "Artist", rendering::text(u"\uFF83"));
+    EXPECT_EQ(natural(column), "[{\"Filename\":\"\uFF83\",\"Artist\":\"ƒ\"}]");
+}
+
+TEST_F(WritersTest, longValuesAreCutWithTheirSize) {
+    const ifdsweep::TextLimits limits{3, 4};
+    EXPECT_EQ(shown(rendering::numbers(1, 3, {1, 2, 3}), limits), "1 2 3");
+    EXPECT_EQ(shown(rendering::numbers(1, 4, {1, 2, 3, 4}), limits), "1 2 3 ... (4 values)");
+    EXPECT_EQ(shown(rendering::numbers(2, 2, {1, 2, 3, 4}), limits), "1 3; 2 ... (2x2 values)");
+    EXPECT_EQ(shown(rendering::bytes({1, 2, 3, 4}), limits), "1 2 3 ... (4 bytes)");
+    EXPECT_EQ(shown(rendering::text(u"abcde"), limits), "abcd ... (5 characters)");
+}
+
+TEST_F(WritersTest, moreThanOneBuffer) {
+    std::vector<double> values(100000);
+    for (std::size_t index = 0; index < values.size(); ++index) {
+        values[index] = static_cast<double>(index) / 8;
+    }
+    const auto row = rendering::numbers(1, values.size(), values);
+    EXPECT_EQ(json::parse(natural(row)), values);
+    EXPECT_EQ(json::parse(typed(row))["data"], values);
+}
+
+const char* const kExpectedTagDataFormat = "Velmora:pixlore:ifdsweep:expectedTagDataFormat";
+
+ifdsweep::Outcome goodOutcome() {
+    ifdsweep::Outcome outcome;
+    outcome.file = "a\xFF.tif";
+    outcome.initialOffset = 12;
+    outcome.maxIfdCount = INFINITY;
+    outcome.result = rendering::records(1, {"Format", "Width", "UnknownTags"});
+    setField(outcome.result, 0, "Format", rendering::text(u"tif"));
+    setField(outcome.result, 0, "Width", number(7));
+    auto unknown = rendering::records(1, {"ID", "Offset", "Value"});
+    setField(unknown, 0, "ID", number(50000));
+    setField(unknown, 0, "Offset", number(99));
+    setField(unknown, 0, "Value", rendering::text(u"x\x1b"));
+    setField(outcome.result, 0, "UnknownTags", std::move(unknown));
+    outcome.warnings.emplace_back(
+        kExpectedTagDataFormat, std::vector<qxMessageArgument>{qxMessageText(std::string("Artist")),
+                                                               qxMessageText(std::string("\xE9")),
+                                                               std::int64_t{9223372036854775807}});
+    return outcome;
+}
+
+ifdsweep::Outcome failedOutcome() {
+    ifdsweep::Outcome outcome;
+    outcome.file = "b.jpg";
+    outcome.error.emplace(ifdsweep::kNoExifSegmentId,
+                          std::vector<qxMessageArgument>{std::int64_t{20}});
+    return outcome;
+}
+
+TEST_F(WritersTest, typedLineOfAFile) {
+    EXPECT_EQ(
+        written<ifdsweep::TypedWriter>(goodOutcome()),
+        R"({"file":"a\udcff.tif","arguments":{"initialOffset":12,"firstIfdIndex":0,)"
+        R"("maxIfdCount":"Infinity"},"result":{"class":"struct","size":[1,1],)"
+        R"("fields":["Format","Width","UnknownTags"],"data":[[)"
+        R"({"class":"char","size":[1,3],"data":"tif"},{"class":"double","size":[1,1],"data":[7]},)"
+        R"({"class":"struct","size":[1,1],"fields":["ID","Offset","Value"],"data":[[)"
+        R"({"class":"double","size":[1,1],"data":[50000]},)"
+        R"({"class":"double","size":[1,1],"data":[99]},)"
+        R"({"class":"char","size":[1,2],"data":"x\u001b"}]]}]]},)"
+        R"("warnings":[{"id":"Velmora:pixlore:ifdsweep:expectedTagDataFormat",)"
+        R"("arguments":["Artist","é",9223372036854775807]}],"error":null})"
+        "\n");
+}
+
+TEST_F(WritersTest, typedLineOfAFailure) {
+    EXPECT_EQ(written<ifdsweep::TypedWriter>(failedOutcome()),
+              R"({"file":"b.jpg","arguments":{"initialOffset":0,"firstIfdIndex":0,)"
+              R"("maxIfdCount":0},"result":null,"warnings":[],)"
+              R"("error":{"id":"ifdsweep:noExifSegment","arguments":[20]}})"
+              "\n");
+}
+
+TEST_F(WritersTest, naturalObjectOfAFile) {
+    const json files = json::parse(written<ifdsweep::JsonWriter>(goodOutcome()));
+    ASSERT_EQ(files.size(), 1U);
+    EXPECT_EQ(files[0]["file"], "a\uFFFD.tif");
+    EXPECT_EQ(files[0]["records"],
+              json::parse(R"([{"Format":"tif","Width":7,)"
+                          R"("UnknownTags":[{"ID":50000,"Offset":99,"Value":"x\u001b"}]}])"));
+    EXPECT_EQ(files[0]["warnings"][0]["id"], kExpectedTagDataFormat);
+    EXPECT_EQ(files[0]["warnings"][0]["arguments"],
+              json::parse("[\"Artist\",\"\uFFFD\",9223372036854775807]"));
+    EXPECT_FALSE(files[0]["warnings"][0]["text"].get<std::string>().empty());
+    EXPECT_TRUE(files[0]["error"].is_null());
+}
+
+TEST_F(WritersTest, naturalObjectOfAFailure) {
+    const json files = json::parse(written<ifdsweep::JsonWriter>(failedOutcome()));
+    EXPECT_EQ(files[0]["records"], json::array());
+    EXPECT_EQ(files[0]["error"]["id"], "ifdsweep:noExifSegment");
+    EXPECT_EQ(files[0]["error"]["arguments"], json::array({20}));
+    EXPECT_EQ(files[0]["error"]["text"], ifdsweep::messageText(*failedOutcome().error));
+}
+
+TEST_F(WritersTest, oneArrayForAllFiles) {
+    const std::string none = rendered([](ifdsweep::Output& output) {
+        ifdsweep::JsonWriter writer(output);
+        writer.begin();
+        writer.end();
+    });
+    EXPECT_EQ(json::parse(none), json::array());
+    const std::string two = rendered([](ifdsweep::Output& output) {
+        ifdsweep::JsonWriter writer(output);
+        writer.begin();
+        writer.write(failedOutcome());
+        writer.write(failedOutcome());
+        writer.end();
+    });
+    EXPECT_EQ(json::parse(two).size(), 2U);
+}
+
+TEST_F(WritersTest, textOfAFile) {
+    const std::string expectedStart = R"(a\xff.tif
+  Format  tif
+
+  Directory 0
+    Width  7
+    UnknownTags
+      50000 (0xc350)  offset 99  value x\x1b
+  warning: )";
+    const std::string text = written<ifdsweep::TextWriter>(goodOutcome(), ifdsweep::Colour::off);
+    EXPECT_EQ(text.substr(0, expectedStart.size()), expectedStart);
+    EXPECT_NE(text.find(std::string("(") + kExpectedTagDataFormat + ")\n"), std::string::npos);
+}
+
+TEST_F(WritersTest, textIsColouredOnlyOnDemand) {
+    EXPECT_EQ(written<ifdsweep::TextWriter>(goodOutcome(), ifdsweep::Colour::off).find('\x1b'),
+              std::string::npos);
+    EXPECT_EQ(written<ifdsweep::TextWriter>(goodOutcome(), ifdsweep::Colour::on)
+                  .find("\x1b[1ma\\xff.tif\x1b[0m\n"),
+              0U);
+}
+
+TEST_F(WritersTest, textOfAFileWithoutDirectories) {
+    ifdsweep::Outcome outcome;
+    outcome.file = "empty.tif";
+    outcome.result = noRecords();
+    EXPECT_EQ(written<ifdsweep::TextWriter>(outcome, ifdsweep::Colour::off),
+              "empty.tif\n  no directories\n");
+    EXPECT_EQ(json::parse(written<ifdsweep::JsonWriter>(outcome))[0]["records"], json::array());
+}
+
+TEST_F(WritersTest, textOfAFailureIsItsWarnings) {
+    EXPECT_EQ(written<ifdsweep::TextWriter>(failedOutcome(), ifdsweep::Colour::off), "");
+    ifdsweep::Outcome outcome = failedOutcome();
+    outcome.warnings = goodOutcome().warnings;
+    EXPECT_EQ(
+        written<ifdsweep::TextWriter>(outcome, ifdsweep::Colour::off).find("b.jpg\n  warning: "),
+        0U);
+}
+
+TEST_F(WritersTest, textIndentsNestedDirectories) {
+    auto leaf = rendering::records(1, {"ExposureTime"});
+    setField(leaf, 0, "ExposureTime", number(0.5));
+    auto first = rendering::records(2, {"Width"});
+    setField(first, 0, "Width", number(1));
+    setField(first, 1, "Width", number(2));
+    ifdsweep::Outcome outcome;
+    outcome.file = "n.tif";
+    outcome.result = rendering::records(1, {"SubIFDs", "DigitalCamera", "Artist"});
+    setField(outcome.result, 0, "SubIFDs", rendering::cells(std::move(first)));
+    setField(outcome.result, 0, "DigitalCamera", std::move(leaf));
+    setField(outcome.result, 0, "Artist", rendering::text(u"me"));
+    EXPECT_EQ(written<ifdsweep::TextWriter>(outcome, ifdsweep::Colour::off), R"(n.tif
+
+  Directory 0
+    Artist  me
+    SubIFDs
+      Directory 0/SubIFDs[0]/0
+        Width  1
+      Directory 0/SubIFDs[0]/1
+        Width  2
+    DigitalCamera
+      Directory 0/DigitalCamera/0
+        ExposureTime  0.5
+)");
+}
+
+}  // namespace
