@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "file/raw2native.h"
 #include "file/tag_file.h"
+#include "stream/raw2native.h"
 #include "support/memory_file.h"
 #include "workloads/photographs.h"
 

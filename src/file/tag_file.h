@@ -1,30 +1,18 @@
 #pragma once
 
-// One file being scanned: its layout, its open stream, its header, and the primary chain.
+// One file being scanned: the stream that it opens, its header, and the primary chain.
 //
-// The entry point owns one `TagFile` for the duration of a call. Every reader below holds a plain
-// pointer to it and reads its members; the buffers here are theirs to use. One thread.
+// The entry point owns one `TagFile` for the duration of a call. One thread.
+//
+// Members are defined in tag_file.cpp and tiff_header.cpp; the sniffers in sniffers.cpp.
 
-#include <array>
 #include <cstdint>
-#include <cstdio>
-#include <memory>
-#include <optional>
-#include <span>
 #include <string>
-#include <vector>
 
 #include "adapter/values.h"
-#include "file/scratch_buffer.h"
-#include "file/wide.h"
+#include "dict/ifd_type.h"
 #include "ifd/ifd_tree.h"
-
-/// Layout of a file, decided by its first bytes.
-enum class FileFormat : std::uint32_t {
-    jpeg = 0,         ///< a JPEG whose Exif block holds a classic TIFF stream
-    classicTiff = 1,  ///< TIFF 6.0
-    bigTiff = 2,      ///< BigTIFF, and everything that is neither of the others
-};
+#include "stream/tiff_stream.h"
 
 /// Whether the file begins FF D8.
 [[nodiscard]] bool isJpeg(std::u16string filename);
@@ -35,20 +23,15 @@ enum class FileFormat : std::uint32_t {
 /// Whether the file begins with a byte-order mark and the version 43 in that order.
 [[nodiscard]] bool isBigTiff(std::u16string filename);
 
-class TagFile {
+class TagFile final : public TiffStream {
 public:
-    /// Nested directories lie at most so many levels below the primary chain. Real files nest
-    /// three deep; a level takes about 1 KiB of stack (960 bytes measured in the release build,
-    /// 1,136 in the debug build), so that all fit a thread of 128 KiB.
-    static constexpr unsigned kMaximumNesting = 64;
-
     /// Opens the file and decides its layout. A path that does not exist raises the error
     /// `statFailure`; what the host raises for one that cannot be opened passes through.
     TagFile(std::u16string name, std::uint64_t streamOffset, std::uint64_t firstIndex,
             std::uint64_t maximumCount);
     TagFile(const TagFile&) = delete;
     TagFile& operator=(const TagFile&) = delete;
-    ~TagFile() = default;
+    ~TagFile() override;
 
     /// Reads header and directories into `ifdTree`. Damage in the header, or in the first
     /// directory of all, is an error.
@@ -70,40 +53,17 @@ public:
     void readThroughTiffHeader();
     void readTiffHeaderEndianFormat();
 
-    // Primitive readers. Those of the stream return the number of items read, 1 or 0, and set
-    // `out` to 0 when there is none.
+    [[nodiscard]] OwnedValue readChain(IFDtype_t_ kind, bool isShown) override;
 
-    [[nodiscard]] std::size_t freadNextIfdOffset(std::uint64_t& out);
-    [[nodiscard]] std::size_t freadNumDirectoryEntries(std::uint64_t& out);
-    [[nodiscard]] std::uint64_t readTagDataOffset(const std::uint8_t* entry) const;
-    [[nodiscard]] std::uint64_t readTagNumComponents(const std::uint8_t* entry) const;
+    std::uint64_t initialOffset;
+    std::uint64_t firstIfdIndex;
+    IFDTree ifdTree;
+    std::uint32_t byteOrderMark = 0;
+    bool hostIsBigEndian = false;
+    bool hostIsLittleEndian = true;
+    std::uint16_t tiffVersion = 0;
 
-    // The stream.
-
-    /// Reads up to `itemCount` items; returns how many were read in full.
-    [[nodiscard]] std::size_t read(void* out, std::size_t itemSize, std::size_t itemCount);
-
-    /// Reads the entries of a directory, so many bytes, into the buffer of this level of nesting;
-    /// empty when the file ends before them. No memory is taken for what the file cannot hold.
-    [[nodiscard]] std::span<const std::uint8_t> readEntries(Wide size);
-
-    /// Moves to a position from the start of the file. False when there is no such position or
-    /// the move fails; the stream is then where it was.
-    bool seekTo(Wide target);
-
-    /// Moves to the data of a tag. Most data stand one behind the other, and to read over the few
-    /// bytes between them costs less than to seek. False as `seekTo`, the stream then anywhere.
-    bool seekToData(Wide target);
-
-    [[nodiscard]] std::uint64_t position() const;
-    [[nodiscard]] std::uint64_t baseOffset() const {
-        return static_cast<std::uint64_t>(tiffBaseOffset);
-    }
-
-    /// The modification time as "%d-%b-%Y %H:%M:%S", formatted once a call; empty when it cannot
-    /// be formatted.
-    [[nodiscard]] const std::string& modificationDate();
-
+private:
     /// Counts one level of nested directories while it lives.
     class NestingLevel {
     public:
@@ -116,51 +76,6 @@ public:
         TagFile& file;
     };
 
-    struct StreamCloser {
-        void operator()(std::FILE* stream) const noexcept { std::fclose(stream); }
-    };
-
-    using Stream = std::unique_ptr<std::FILE, StreamCloser>;
-
-    FileFormat fileFormat = FileFormat::bigTiff;
-    qxFileStatus fileStatus;
-    Stream file;
-    std::u16string filename;
-    std::uint64_t initialOffset;
-    std::uint64_t firstIfdIndex;
-    std::uint64_t maxIfdCount;
-    std::uint64_t offsetSize = 8;  ///< bytes of an offset, and of data that fit in an entry
-    bool needsByteSwap = false;
-    std::uint64_t entrySize = 20;
-    std::int64_t tiffBaseOffset = 0;  ///< file position of the header; all offsets start there
-    IFDTree ifdTree;
-    std::uint64_t valueOffsetPosition = 12;
-    std::uint32_t byteOrderMark = 0;
-    bool hostIsBigEndian = false;
-    bool hostIsLittleEndian = true;
-    std::uint64_t entryCountSize = 8;
-    std::array<std::uint8_t, 2> headerByteOrder{};
-    std::uint16_t tiffVersion = 0;
-    std::array<std::uint8_t, 2> headerVersion{};  ///< the version word in file order
-    std::span<const char* const> defaultFieldNames;
-
-    unsigned nestingDepth = 0;  ///< 0 while the primary chain is read
-    ScratchBuffer dataBuffer;   ///< data of the entry that is being decoded
-    /// Entries of the directory that is being read, one buffer for each level of nesting.
-    std::array<ScratchBuffer, kMaximumNesting + 1> entryBuffers;
-    /// Room for the tags of that directory, at each level.
-    std::array<std::vector<KnownTag>, kMaximumNesting + 1> tagBuffers;
-
-private:
-    void setLayout(FileFormat format);
-    [[nodiscard]] std::size_t readUnsigned(std::size_t width, std::uint64_t& out);
-    [[nodiscard]] std::uint64_t unsignedAt(const std::uint8_t* bytes, std::size_t width) const;
-    bool moveForward(Wide distance);
-    bool readOver(Wide byteCount);
     void skipDirectories();
     void skipDirectory();
-
-    /// Where the stream is; unknown after a read that came short.
-    std::optional<std::uint64_t> knownPosition = 0;
-    std::optional<std::string> formattedDate;
 };

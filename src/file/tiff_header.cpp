@@ -1,7 +1,6 @@
-// The header, the skipping of directories, and the primitive readers of `TagFile`.
+// The header and the skipping of directories.
 
 #include "adapter/messages.h"
-#include "file/raw2native.h"
 #include "file/tag_file.h"
 
 namespace {
@@ -84,38 +83,4 @@ void TagFile::skipDirectory() {
     if (!seekTo(Wide{next} + baseOffset())) {
         raise<MessageId::badTiffHeaderIfdOffset>();
     }
-}
-
-std::uint64_t TagFile::unsignedAt(const std::uint8_t* bytes, std::size_t width) const {
-    switch (width) {
-        case 2:
-            return nativeItem<std::uint16_t>(bytes, needsByteSwap);
-        case 4:
-            return nativeItem<std::uint32_t>(bytes, needsByteSwap);
-        default:
-            return nativeItem<std::uint64_t>(bytes, needsByteSwap);
-    }
-}
-
-std::size_t TagFile::readUnsigned(std::size_t width, std::uint64_t& out) {
-    std::array<std::uint8_t, 8> bytes{};
-    const std::size_t count = read(bytes.data(), width, 1);
-    out = count == 1 ? unsignedAt(bytes.data(), width) : 0;
-    return count;
-}
-
-std::size_t TagFile::freadNextIfdOffset(std::uint64_t& out) {
-    return readUnsigned(offsetSize, out);
-}
-
-std::size_t TagFile::freadNumDirectoryEntries(std::uint64_t& out) {
-    return readUnsigned(entryCountSize, out);
-}
-
-std::uint64_t TagFile::readTagDataOffset(const std::uint8_t* entry) const {
-    return unsignedAt(entry + valueOffsetPosition, offsetSize);
-}
-
-std::uint64_t TagFile::readTagNumComponents(const std::uint8_t* entry) const {
-    return unsignedAt(entry + 4, offsetSize);
 }

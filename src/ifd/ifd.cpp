@@ -7,7 +7,7 @@
 
 #include "adapter/messages.h"
 #include "dict/tag_names.h"
-#include "file/tag_file.h"
+#include "stream/tiff_stream.h"
 #include "tag/special_tags.h"
 #include "tag/tiff_tag.h"
 

@@ -10,16 +10,10 @@
 
 #include "adapter/values.h"
 #include "dict/ifd_type.h"
+#include "stream/known_tag.h"
 
-class TagFile;
+class TiffStream;
 class TiffTag;
-
-/// A tag with a name: the row of its name in the dictionary of the directory's kind, and its
-/// value, null when it has nothing to show.
-struct KnownTag {
-    std::uint16_t row;
-    OwnedValue value;
-};
 
 /// A tag that no dictionary names.
 struct UnknownTag {
@@ -33,7 +27,7 @@ struct UnknownTag {
 
 class IFD {
 public:
-    IFD(TagFile* file, IFDtype_t_ kind) : tagFile(file), ifdType(kind) {}
+    IFD(TiffStream* file, IFDtype_t_ kind) : tagFile(file), ifdType(kind) {}
 
     /// Reads the directory at the stream's position. False when the chain ends here without it:
     /// it has no readable entry count (warned `numberOfDirectoryEntriesReadError`) or no entries
@@ -56,7 +50,7 @@ public:
     std::vector<KnownTag> tags;  ///< in entry order, then the defaults
     std::vector<UnknownTag> unknownTags;
     std::uint64_t numEntries = 0;
-    TagFile* tagFile;             ///< not owned
+    TiffStream* tagFile;          ///< not owned
     std::uint64_t ifdOffset = 0;  ///< file position of the entry count
     IFDtype_t_ ifdType;
     std::uint64_t entryBytes = 0;  ///< size of the entries

@@ -1,9 +1,9 @@
 #include "ifd/ifd_tree.h"
 
 #include "adapter/messages.h"
-#include "file/tag_file.h"
+#include "stream/tiff_stream.h"
 
-IFDTree::IFDTree(TagFile* file, IFDtype_t_ kind) : tagFile(file), ifdType(kind) {
+IFDTree::IFDTree(TiffStream* file, IFDtype_t_ kind) : tagFile(file), ifdType(kind) {
     processIfdSet();
 }
 

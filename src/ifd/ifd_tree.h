@@ -13,7 +13,7 @@
 #include "dict/row_set.h"
 #include "ifd/ifd.h"
 
-class TagFile;
+class TiffStream;
 
 class IFDTree {
 public:
@@ -23,7 +23,7 @@ public:
     /// Reads the chain that begins at the stream's position. Damage that ends the chain warns
     /// (`badNextIfdPointerSeek`, `nextIfdPointerOutOfRange`, `nextIfdOffsetReadError`) and keeps
     /// what was read; other exceptions leave the constructor, and the chain is lost.
-    IFDTree(TagFile* file, IFDtype_t_ kind);
+    IFDTree(TiffStream* file, IFDtype_t_ kind);
 
     /// The number of directories.
     [[nodiscard]] std::size_t size() const { return ifds.size(); }
@@ -41,7 +41,7 @@ private:
     void setDefaultQxFields(qxArray* records);
     void setDerivedFields(qxArray* records, std::size_t index) const;
 
-    TagFile* tagFile = nullptr;  // not owned
+    TiffStream* tagFile = nullptr;  // not owned
     IFDtype_t_ ifdType = primaryIFD;
     std::deque<IFD> ifds;  // in the order read; never moved, there can be millions
     RowSet tagNames;       // rows of the kind's dictionary: names that occur

@@ -6,8 +6,8 @@
 #include "adapter/messages.h"
 #include "dict/default_fields.h"
 #include "dict/tag_names.h"
-#include "file/tag_file.h"
 #include "ifd/ifd_tree.h"
+#include "stream/tiff_stream.h"
 
 namespace {
 
@@ -27,7 +27,7 @@ const char* formatName(FileFormat format) {
 }
 
 /// The first four bytes of the header in file order.
-OwnedValue formatSignature(const TagFile& file) {
+OwnedValue formatSignature(const TiffStream& file) {
     OwnedValue row = makeNumericArray(1, 4, qxDOUBLE_CLASS);
     double* out = qxGetDoubles(row.get());
     out = std::copy(file.headerByteOrder.begin(), file.headerByteOrder.end(), out);

@@ -5,8 +5,7 @@
 #include <utility>
 
 #include "adapter/messages.h"
-#include "file/tag_file.h"
-#include "ifd/ifd_tree.h"
+#include "stream/tiff_stream.h"
 #include "tag/special_tags.h"
 #include "tag/tiff_tag.h"
 
@@ -73,18 +72,17 @@ bool TiffTag::processSubIfd(std::uint64_t offset) {
     if (!checkThatProposedNewSubIfdIsLegal()) {
         return false;
     }
-    const TagFile::NestingLevel level(*tagFile);
-    IFDTree tree(tagFile, kindOfChain(tagId));
     // All chains of a SubIFDs tag are shown, of the other pointers the first one.
-    if (tree.size() != 0 && (tagId == kSubIfds || subIfds.empty())) {
-        subIfds.push_back(tree.repackageIfds());
+    const bool isShown = tagId == kSubIfds || subIfds.empty();
+    if (OwnedValue records = tagFile->readChain(kindOfChain(tagId), isShown)) {
+        subIfds.push_back(std::move(records));
     }
     return true;
 }
 
 bool TiffTag::checkThatProposedNewSubIfdIsLegal() const {
     const bool mayPoint = ifdType == primaryIFD || ifdType == exifIFD;
-    if (mayPoint && tagFile->nestingDepth < TagFile::kMaximumNesting) {
+    if (mayPoint && tagFile->nestingDepth < TiffStream::kMaximumNesting) {
         return true;
     }
     warn<MessageId::illegallyNestedIFD>(tagId, kindText(ifdType));

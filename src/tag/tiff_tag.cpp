@@ -10,11 +10,11 @@
 #include "dict/required_fields.h"
 #include "dict/tag_names.h"
 #include "dict/tag_rules.h"
-#include "file/raw2native.h"
-#include "file/tag_file.h"
+#include "stream/raw2native.h"
+#include "stream/tiff_stream.h"
 #include "tag/special_tags.h"
 
-TiffTag::TiffTag(TagFile* file, const std::uint8_t* entry, IFDtype_t_ kind)
+TiffTag::TiffTag(TiffStream* file, const std::uint8_t* entry, IFDtype_t_ kind)
     : tagFile(file), tagId(nativeItem<std::uint16_t>(entry, file->needsByteSwap)), ifdType(kind) {
     setTagName();
     dropped = !decode(entry);

@@ -20,7 +20,7 @@
 #include "dict/value_names.h"
 #include "tag/numeric_values.h"
 
-class TagFile;
+class TiffStream;
 
 class TiffTag {
 public:
@@ -28,7 +28,7 @@ public:
     /// 12 bytes, 20 in a BigTIFF). Gives every warning and error about the entry and follows the
     /// pointers of tags 330, 34665, 34853 and 40965. Look at `isDropped` before anything else: a
     /// damaged file has entries to drop by the million, which makes an exception too dear.
-    TiffTag(TagFile* file, const std::uint8_t* entry, IFDtype_t_ kind);
+    TiffTag(TiffStream* file, const std::uint8_t* entry, IFDtype_t_ kind);
 
     /// The default of a required field with a fixed or no value. Any other id warns
     /// `unrecognizedTagId` and throws `TiffTagsRecoverableError`.
@@ -99,7 +99,7 @@ public:
     NumericValues numericValues;             ///< empty for text and pointers
     std::string_view stringValue;            ///< the text with every NUL that was stored
     std::string_view valueName;              ///< readable value of an enumerated tag
-    TagFile* tagFile = nullptr;              ///< not owned; null for defaults
+    TiffStream* tagFile = nullptr;           ///< not owned; null for defaults
     std::uint16_t tagId = 0;
     std::uint32_t dataType = 0;  ///< field type code; 0 for defaults
     std::uint64_t componentCount = 0;

@@ -1,6 +1,6 @@
 // The one place where bytes change their order.
 
-#include "file/raw2native.h"
+#include "stream/raw2native.h"
 
 #include <gtest/gtest.h>
 

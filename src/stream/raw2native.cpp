@@ -1,4 +1,4 @@
-#include "file/raw2native.h"
+#include "stream/raw2native.h"
 
 #include <algorithm>
 #include <cstring>
