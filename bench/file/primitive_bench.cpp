@@ -12,6 +12,8 @@
 
 namespace {
 
+using namespace ifdsweep::module;
+
 void raw2nativeSwapped(benchmark::State& state) {
     const auto itemSize = static_cast<std::size_t>(state.range(0));
     const auto itemCount = static_cast<std::size_t>(state.range(1));

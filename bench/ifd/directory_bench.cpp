@@ -10,6 +10,8 @@
 
 namespace {
 
+using namespace ifdsweep::module;
+
 /// Opens and reads the file; `items` is what is counted per second.
 void readChains(benchmark::State& state, const fixture::Chain& chain, std::int64_t items) {
     bench::MemoryFile memory(bench::fileOf(chain, bench::kSwappedClassic));

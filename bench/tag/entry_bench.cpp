@@ -13,6 +13,8 @@
 
 namespace {
 
+using namespace ifdsweep::module;
+
 constexpr std::uint16_t kUncheckedTag = 34855;
 constexpr std::int64_t kOne = 1;
 constexpr std::int64_t kMany = 1000;

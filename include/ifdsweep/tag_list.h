@@ -8,6 +8,8 @@
 #include <string_view>
 #include <vector>
 
+namespace ifdsweep {
+
 /// One name that the module gives to a field.
 struct TagListing {
     std::optional<std::uint16_t> id;  ///< the tag's number; absent for fields that are no tag
@@ -18,3 +20,5 @@ struct TagListing {
 
 /// Every name: fields that are no tag, then each dictionary in ascending order of its numbers.
 [[nodiscard]] std::vector<TagListing> listTags();
+
+}  // namespace ifdsweep

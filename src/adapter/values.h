@@ -9,6 +9,8 @@
 
 #include "ifdsweep/qx.h"
 
+namespace ifdsweep::module {
+
 struct QxArrayDeleter {
     void operator()(qxArray* value) const noexcept { qxDestroyArray(value); }
 };
@@ -67,3 +69,5 @@ inline OwnedValue makeDoubleScalar(double value) {
 inline OwnedValue makeString(const char* text) {
     return OwnedValue(qxCreateString(text));
 }
+
+}  // namespace ifdsweep::module

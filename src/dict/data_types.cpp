@@ -3,6 +3,8 @@
 #include "adapter/messages.h"
 #include "dict/ordered_map.h"
 
+namespace ifdsweep::module {
+
 namespace {
 
 struct DataType {
@@ -51,3 +53,5 @@ const char* get_datatype_name(TIFFDataType dataType) {
     }
     return type->name;
 }
+
+}  // namespace ifdsweep::module

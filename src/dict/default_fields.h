@@ -6,6 +6,8 @@
 
 #include "dict/row_set.h"
 
+namespace ifdsweep::module {
+
 /// Their names, in order: facts of the file, derived fields, and the baseline tags.
 // clang-format off
 inline constexpr std::array<const char*, 35> kDefaultFieldNames{
@@ -49,3 +51,5 @@ inline constexpr std::array<const char*, 35> kDefaultFieldNames{
 
 /// The rows of `primaryMap` whose names are among them.
 extern const RowSet kDefaultFieldRows;
+
+}  // namespace ifdsweep::module

@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <limits>
 
+namespace ifdsweep::module {
+
 /// Truncation toward zero to 64 bits; negative numbers down to -2^63 give their two's complement.
 /// NaN and everything outside -2^63 to 2^64 gives 2^63.
 [[nodiscard]] inline std::uint64_t toUnsigned64(double value) {
@@ -42,3 +44,5 @@ template <unsigned bits>
     const double remainder = std::fmod(std::trunc(value), kModulus);
     return static_cast<std::uint16_t>(remainder < 0 ? remainder + kModulus : remainder);
 }
+
+}  // namespace ifdsweep::module

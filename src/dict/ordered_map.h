@@ -11,6 +11,8 @@
 #include <cstdint>
 #include <iterator>
 
+namespace ifdsweep::module {
+
 /// One literal row.
 template <class Value>
 struct Row {
@@ -134,3 +136,5 @@ using TextMap = OrderedMap<const char*>;
     const char* const* text = map->find(id);
     return text == nullptr ? "unknown" : *text;
 }
+
+}  // namespace ifdsweep::module

@@ -7,6 +7,8 @@
 #include <cstddef>
 #include <cstdint>
 
+namespace ifdsweep::module {
+
 /// How the default of a required field is made.
 enum class DefaultValue : std::uint8_t {
     number,        ///< the number of the row
@@ -68,3 +70,5 @@ inline constexpr auto kRequiredRowById = [] {
     }
     return &kRequiredFields[kRequiredRowById[id] - 1U];
 }
+
+}  // namespace ifdsweep::module

@@ -9,6 +9,8 @@
 
 #include "dict/tag_names.h"
 
+namespace ifdsweep::module {
+
 class RowSet {
 public:
     constexpr void add(std::size_t row) { words[row / 64] |= std::uint64_t{1} << row % 64; }
@@ -33,3 +35,5 @@ private:
     using Words = std::array<std::uint64_t, (kMaximumNames + 63) / 64>;
     Words words{};
 };
+
+}  // namespace ifdsweep::module

@@ -5,6 +5,8 @@
 
 #include "dict/default_fields.h"
 
+namespace ifdsweep::module {
+
 namespace {
 
 // clang-format off
@@ -364,3 +366,5 @@ const TextMap& dictionaryOf(IFDtype_t_ kind) {
             return interopMap;
     }
 }
+
+}  // namespace ifdsweep::module

@@ -5,6 +5,8 @@
 #include "dict/ifd_type.h"
 #include "dict/ordered_map.h"
 
+namespace ifdsweep::module {
+
 /// Tags of the main chain, of SubIFDs and of Exif directories (TIFF 6.0, Exif 2.2, DNG, GeoTIFF).
 extern const TextMap primaryMap;
 
@@ -19,3 +21,5 @@ inline constexpr std::size_t kMaximumNames = 272;
 
 /// The dictionary of a directory kind; `interopMap` for any kind that is none of the four.
 [[nodiscard]] const TextMap& dictionaryOf(IFDtype_t_ kind);
+
+}  // namespace ifdsweep::module

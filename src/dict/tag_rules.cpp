@@ -4,6 +4,8 @@
 #include "dict/data_types.h"
 #include "dict/tag_names.h"
 
+namespace ifdsweep::module {
+
 namespace {
 
 template <class... Types>
@@ -125,3 +127,5 @@ void validate_tag_against_number_of_components(unsigned short id, unsigned long 
 const FieldTypeRule* fieldTypeRule(std::uint16_t id) {
     return kFieldTypeRules.find(id);
 }
+
+}  // namespace ifdsweep::module

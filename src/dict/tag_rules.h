@@ -5,7 +5,9 @@
 
 #include <cstdint>
 
-#include "ifdsweep/qx.h"
+#include "ifdsweep/message_catalogue.h"
+
+namespace ifdsweep::module {
 
 /// Checks the component count of a tag that must hold exactly so many; any kind of directory.
 /// A wrong count raises the error `badTagDataCount` (id, name, count, required count).
@@ -24,3 +26,5 @@ struct FieldTypeRule {
 
 /// The rule of a tag, or null when any type will do. Only the id decides, not the directory.
 [[nodiscard]] const FieldTypeRule* fieldTypeRule(std::uint16_t id);
+
+}  // namespace ifdsweep::module

@@ -1,5 +1,7 @@
 #include "dict/value_names.h"
 
+namespace ifdsweep::module {
+
 namespace {
 
 // clang-format off
@@ -260,3 +262,5 @@ constinit const TextMap saturationNames(kOrdered<kSaturationRows>);
 constinit const TextMap sharpnessNames(kOrdered<kSharpnessRows>);
 constinit const TextMap subjectDistanceRangeNames(kOrdered<kSubjectDistanceRangeRows>);
 constinit const OrderedMap<double> grayResponseUnits(kOrdered<kGrayResponseUnitRows>);
+
+}  // namespace ifdsweep::module

@@ -4,6 +4,8 @@
 
 #include "dict/ordered_map.h"
 
+namespace ifdsweep::module {
+
 extern const TextMap compressionNames;                // tag 259
 extern const TextMap photometricInterpretationNames;  // tag 262
 extern const TextMap planarConfigurationNames;        // tag 284
@@ -31,3 +33,5 @@ extern const TextMap subjectDistanceRangeNames;       // tag 41996
 
 /// Factors of GrayResponseUnit (tag 290) by its stored value.
 extern const OrderedMap<double> grayResponseUnits;
+
+}  // namespace ifdsweep::module

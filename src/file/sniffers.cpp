@@ -5,6 +5,8 @@
 
 #include "file/tag_file.h"
 
+namespace ifdsweep::module {
+
 namespace {
 
 /// The first `count` bytes of a file by its name; those that it lacks, all where there is none,
@@ -39,3 +41,5 @@ bool isClassicTiff(std::u16string filename) {
 bool isBigTiff(std::u16string filename) {
     return startsTiff(filename, 43);
 }
+
+}  // namespace ifdsweep::module

@@ -5,6 +5,8 @@
 #include "adapter/messages.h"
 #include "dict/default_fields.h"
 
+namespace ifdsweep::module {
+
 TagFile::TagFile(std::u16string name, std::uint64_t streamOffset, std::uint64_t firstIndex,
                  std::uint64_t maximumCount)
     : TiffStream(std::move(name), maximumCount),
@@ -60,3 +62,5 @@ OwnedValue TagFile::readChain(IFDtype_t_ kind, bool isShown) {
     IFDTree tree(this, kind);
     return isShown && tree.size() != 0 ? tree.repackageIfds() : OwnedValue();
 }
+
+}  // namespace ifdsweep::module

@@ -14,6 +14,8 @@
 #include "ifd/ifd_tree.h"
 #include "stream/tiff_stream.h"
 
+namespace ifdsweep::module {
+
 /// Whether the file begins FF D8.
 [[nodiscard]] bool isJpeg(std::u16string filename);
 
@@ -79,3 +81,5 @@ private:
     void skipDirectories();
     void skipDirectory();
 };
+
+}  // namespace ifdsweep::module

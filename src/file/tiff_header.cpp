@@ -3,6 +3,8 @@
 #include "adapter/messages.h"
 #include "file/tag_file.h"
 
+namespace ifdsweep::module {
+
 namespace {
 
 constexpr std::uint32_t kLittleEndianMark = 18761;  // "II"
@@ -84,3 +86,5 @@ void TagFile::skipDirectory() {
         raise<MessageId::badTiffHeaderIfdOffset>();
     }
 }
+
+}  // namespace ifdsweep::module

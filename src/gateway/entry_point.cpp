@@ -14,6 +14,7 @@ extern "C" __attribute__((visibility("default"))) void qxeFunction(int /*outputC
                                                                    qxArray** outputs,
                                                                    int /*inputCount*/,
                                                                    const qxArray** inputs) {
+    using namespace ifdsweep::module;
     std::u16string filename = qxGetUString(inputs[0]);
     const std::uint64_t initialOffset = toUnsigned64(qxGetScalar(inputs[1]));
     const std::uint64_t firstIfdIndex = toUnsigned64(qxGetScalar(inputs[2]));
@@ -30,6 +31,6 @@ extern "C" __attribute__((visibility("default"))) void qxeFunction(int /*outputC
     // A host need not come back from an error: the file is closed and every value freed by then.
     tagFile.reset();
     if (isOutOfBounds) {
-        raise<MessageId::argumentOutOfBounds>();
+        raise<ifdsweep::MessageId::argumentOutOfBounds>();
     }
 }

@@ -7,9 +7,11 @@
 #include "dict/tag_names.h"
 #include "tag/special_tags.h"
 
+namespace ifdsweep {
+
 namespace {
 
-void appendDictionary(std::vector<TagListing>& listings, const TextMap& names,
+void appendDictionary(std::vector<TagListing>& listings, const module::TextMap& names,
                       std::string_view dictionary) {
     for (std::size_t row = 0; row < names.size(); ++row) {
         listings.push_back({names.keyAt(row), names.valueAt(row), dictionary, {}});
@@ -18,10 +20,10 @@ void appendDictionary(std::vector<TagListing>& listings, const TextMap& names,
 
 std::vector<TagListing> listPrimaryTags() {
     std::vector<TagListing> listings;
-    appendDictionary(listings, primaryMap, "TIFF");
+    appendDictionary(listings, module::primaryMap, "TIFF");
     for (TagListing& listing : listings) {
         // No directory keeps this tag: what it says is the height of the record.
-        if (listing.id == kImageLength) {
+        if (listing.id == module::kImageLength) {
             listing.alias = std::exchange(listing.name, "Height");
         }
     }
@@ -33,7 +35,7 @@ std::vector<TagListing> listPrimaryTags() {
 std::vector<TagListing> listTags() {
     const std::vector<TagListing> tags = listPrimaryTags();
     std::vector<TagListing> listings;
-    for (const std::string_view name : kDefaultFieldNames) {
+    for (const std::string_view name : module::kDefaultFieldNames) {
         if (std::none_of(tags.begin(), tags.end(),
                          [name](const TagListing& tag) { return tag.name == name; })) {
             listings.push_back({std::nullopt, name, "record", {}});
@@ -41,7 +43,9 @@ std::vector<TagListing> listTags() {
     }
     listings.push_back({std::nullopt, "UnknownTags", "record", {}});
     listings.insert(listings.end(), tags.begin(), tags.end());
-    appendDictionary(listings, GPSmap, "GPS");
-    appendDictionary(listings, interopMap, "Interoperability");
+    appendDictionary(listings, module::GPSmap, "GPS");
+    appendDictionary(listings, module::interopMap, "Interoperability");
     return listings;
 }
+
+}  // namespace ifdsweep

@@ -11,6 +11,8 @@
 #include "tag/special_tags.h"
 #include "tag/tiff_tag.h"
 
+namespace ifdsweep::module {
+
 namespace {
 
 /// A directory in a JPEG lies in one APP1 segment, which holds less than 64 KiB.
@@ -116,3 +118,5 @@ void UnknownTag::setUnknownTagQx(qxArray* records, std::size_t index) {
     setField(records, index, "Offset", makeDoubleScalar(static_cast<double>(dataOffset)));
     setField(records, index, "Value", std::move(value));
 }
+
+}  // namespace ifdsweep::module

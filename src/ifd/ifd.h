@@ -12,6 +12,8 @@
 #include "dict/ifd_type.h"
 #include "stream/known_tag.h"
 
+namespace ifdsweep::module {
+
 class TiffStream;
 class TiffTag;
 
@@ -68,3 +70,5 @@ private:
     void keep(TiffTag& tag);
     void processRequiredFields();
 };
+
+}  // namespace ifdsweep::module

@@ -3,6 +3,8 @@
 #include "adapter/messages.h"
 #include "stream/tiff_stream.h"
 
+namespace ifdsweep::module {
+
 IFDTree::IFDTree(TiffStream* file, IFDtype_t_ kind) : tagFile(file), ifdType(kind) {
     processIfdSet();
 }
@@ -65,3 +67,5 @@ std::uint64_t IFDTree::readNextIfdOffset() {
     }
     return next;
 }
+
+}  // namespace ifdsweep::module

@@ -13,6 +13,8 @@
 #include "dict/row_set.h"
 #include "ifd/ifd.h"
 
+namespace ifdsweep::module {
+
 class TiffStream;
 
 class IFDTree {
@@ -47,3 +49,5 @@ private:
     RowSet tagNames;       // rows of the kind's dictionary: names that occur
     bool hasUnknownTags = false;
 };
+
+}  // namespace ifdsweep::module

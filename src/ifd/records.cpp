@@ -9,6 +9,8 @@
 #include "ifd/ifd_tree.h"
 #include "stream/tiff_stream.h"
 
+namespace ifdsweep::module {
+
 namespace {
 
 /// A JPEG's records begin with the first fields of the default list and lack the others.
@@ -120,3 +122,5 @@ void IFDTree::setDerivedFields(qxArray* records, std::size_t index) const {
         setField(records, index, "Offset", makeDoubleScalar(static_cast<double>(ifd.ifdOffset)));
     }
 }
+
+}  // namespace ifdsweep::module

@@ -9,6 +9,8 @@
 #include "tag/special_tags.h"
 #include "tag/tiff_tag.h"
 
+namespace ifdsweep::module {
+
 namespace {
 
 // TIFF 6.0 section 8, its supplements and DNG.
@@ -101,3 +103,5 @@ void IFD::setColorType(qxArray* records, std::size_t index) const {
 void IFD::setBitDepth(qxArray* records, std::size_t index) const {
     setField(records, index, "BitDepth", makeDoubleScalar(bitDepth));
 }
+
+}  // namespace ifdsweep::module

@@ -7,9 +7,13 @@
 
 #include "adapter/values.h"
 
+namespace ifdsweep::module {
+
 /// A tag with a name: the row of its name in the dictionary of the directory's kind, and its
 /// value, null when it has nothing to show.
 struct KnownTag {
     std::uint16_t row;
     OwnedValue value;
 };
+
+}  // namespace ifdsweep::module

@@ -11,6 +11,8 @@
 
 #include "stream/tiff_stream.h"
 
+namespace ifdsweep::module {
+
 namespace {
 
 /// A time stamp: microseconds since 1970. The range is that of 64 bits, some 292,000 years either
@@ -84,3 +86,5 @@ const std::string& TiffStream::modificationDate() {
     }
     return *formattedDate;
 }
+
+}  // namespace ifdsweep::module

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+namespace ifdsweep::module {
+
 namespace {
 
 template <class Item>
@@ -33,3 +35,5 @@ void raw2native(void* buffer, std::size_t itemSize, std::size_t itemCount, bool 
             }
     }
 }
+
+}  // namespace ifdsweep::module

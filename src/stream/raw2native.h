@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <cstring>
 
+namespace ifdsweep::module {
+
 [[nodiscard]] inline std::uint16_t reversed(std::uint16_t item) {
     return __builtin_bswap16(item);
 }
@@ -25,3 +27,5 @@ template <class Item>
 /// Reverses the bytes of each of `itemCount` consecutive items of `itemSize` bytes in place when
 /// `swap` is true; every multi-byte value of a file passes through it, or `nativeItem`, at once.
 void raw2native(void* buffer, std::size_t itemSize, std::size_t itemCount, bool swap);
+
+}  // namespace ifdsweep::module

@@ -5,6 +5,8 @@
 #include <memory>
 #include <span>
 
+namespace ifdsweep::module {
+
 /// Memory that is used again and again: it grows to the largest piece asked for and is not
 /// cleared. Spans given out before hold until the next call of `take`.
 class ScratchBuffer {
@@ -23,3 +25,5 @@ private:
     std::unique_ptr<std::uint8_t[]> memory;
     std::size_t capacity = 0;
 };
+
+}  // namespace ifdsweep::module

@@ -5,6 +5,8 @@
 
 #include "stream/raw2native.h"
 
+namespace ifdsweep::module {
+
 namespace {
 
 struct Layout {
@@ -112,3 +114,5 @@ bool TiffStream::moveForward(Wide distance) {
 std::uint64_t TiffStream::position() const {
     return knownPosition ? *knownPosition : static_cast<std::uint64_t>(ftello(file.get()));
 }
+
+}  // namespace ifdsweep::module

@@ -24,6 +24,8 @@
 #include "stream/scratch_buffer.h"
 #include "stream/wide.h"
 
+namespace ifdsweep::module {
+
 /// Layout of a file, decided by its first bytes.
 enum class FileFormat : std::uint32_t {
     jpeg = 0,         ///< a JPEG whose Exif block holds a classic TIFF stream
@@ -125,3 +127,5 @@ private:
     std::optional<std::uint64_t> knownPosition = 0;
     std::optional<std::string> formattedDate;
 };
+
+}  // namespace ifdsweep::module

@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+namespace ifdsweep::module {
+
 /// Positions and sizes made of numbers from a file. Sums and products of 64-bit numbers are exact
 /// in 128 bits, so that one that lies past every file is seen as such and never wraps.
 __extension__ using Wide = unsigned __int128;
@@ -10,3 +12,5 @@ __extension__ using Wide = unsigned __int128;
 [[nodiscard]] constexpr std::uint64_t lowBits(Wide value) {
     return static_cast<std::uint64_t>(value);
 }
+
+}  // namespace ifdsweep::module

@@ -3,6 +3,8 @@
 #include <bit>
 #include <cstring>
 
+namespace ifdsweep::module {
+
 namespace {
 
 /// The quiet NaN that stands for a division by zero.
@@ -96,3 +98,5 @@ std::size_t NumericValues::zeroDenominators() const {
     }
     return zeros;
 }
+
+}  // namespace ifdsweep::module

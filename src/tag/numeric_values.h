@@ -10,6 +10,8 @@
 
 #include <tiff.h>
 
+namespace ifdsweep::module {
+
 class NumericValues {
 public:
     /// No values.
@@ -49,3 +51,5 @@ private:
     std::size_t count = 0;
     TIFFDataType type = TIFF_DOUBLE;
 };
+
+}  // namespace ifdsweep::module

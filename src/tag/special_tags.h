@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+namespace ifdsweep::module {
+
 // Tags that readers treat in a way of their own.
 inline constexpr std::uint16_t kImageWidth = 256;
 inline constexpr std::uint16_t kImageLength = 257;
@@ -20,3 +22,5 @@ inline constexpr std::uint16_t kInteroperability = 40965;
 [[nodiscard]] constexpr bool isPointerTag(std::uint16_t id) {
     return id == kSubIfds || id == kExif || id == kGps || id == kInteroperability;
 }
+
+}  // namespace ifdsweep::module

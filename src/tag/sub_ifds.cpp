@@ -9,6 +9,8 @@
 #include "tag/special_tags.h"
 #include "tag/tiff_tag.h"
 
+namespace ifdsweep::module {
+
 namespace {
 
 /// The kind of the directories that a pointer tag leads to.
@@ -88,3 +90,5 @@ bool TiffTag::checkThatProposedNewSubIfdIsLegal() const {
     warn<MessageId::illegallyNestedIFD>(tagId, kindText(ifdType));
     return false;
 }
+
+}  // namespace ifdsweep::module

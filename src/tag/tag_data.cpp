@@ -5,6 +5,8 @@
 #include "tag/special_tags.h"
 #include "tag/tiff_tag.h"
 
+namespace ifdsweep::module {
+
 bool TiffTag::processNormalTagData() {
     if (tagId == kImageSourceData) {
         byteData = rawData.first(componentCount);  // every type is at least a byte wide
@@ -68,3 +70,5 @@ void TiffTag::processTiffTagSRational() {
         warn<MessageId::badTagValueDivisionByZero>(tagName);
     }
 }
+
+}  // namespace ifdsweep::module

@@ -7,6 +7,8 @@
 #include "tag/special_tags.h"
 #include "tag/tiff_tag.h"
 
+namespace ifdsweep::module {
+
 namespace {
 
 // TIFF 6.0 section 19, and the complex types of its supplement.
@@ -112,3 +114,5 @@ OwnedValue TiffTag::getQxArrayUnknown() const {
     }
     return makeString(std::string(stringValue).c_str());
 }
+
+}  // namespace ifdsweep::module

@@ -6,6 +6,8 @@
 #include "dict/number_conversion.h"
 #include "tag/tiff_tag.h"
 
+namespace ifdsweep::module {
+
 /// What is done to a tag once its data are loaded, by its id.
 struct TiffTag::Decoders {
     // clang-format off
@@ -124,3 +126,5 @@ void TiffTag::processICCProfile() {
     singleNumber = static_cast<double>(dataOffset);
     numericValues = NumericValues(std::span(&singleNumber, 1));
 }
+
+}  // namespace ifdsweep::module

@@ -14,6 +14,8 @@
 #include "stream/tiff_stream.h"
 #include "tag/special_tags.h"
 
+namespace ifdsweep::module {
+
 TiffTag::TiffTag(TiffStream* file, const std::uint8_t* entry, IFDtype_t_ kind)
     : tagFile(file), tagId(nativeItem<std::uint16_t>(entry, file->needsByteSwap)), ifdType(kind) {
     setTagName();
@@ -145,3 +147,5 @@ bool TiffTag::processGenericTag() {
 double TiffTag::getNumericValue(int /*index*/) const {
     return numericValues[0];
 }
+
+}  // namespace ifdsweep::module

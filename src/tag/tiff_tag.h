@@ -20,6 +20,8 @@
 #include "dict/value_names.h"
 #include "tag/numeric_values.h"
 
+namespace ifdsweep::module {
+
 class TiffStream;
 
 class TiffTag {
@@ -173,3 +175,5 @@ private:
 /// Text as a char row: trailing NULs removed, bytes widened with their sign to 16 bits (0xE9 gives
 /// U+FFE9); 0-by-0 when nothing is left.
 [[nodiscard]] OwnedValue trim_nulls(std::string_view text);
+
+}  // namespace ifdsweep::module

@@ -14,6 +14,8 @@
 namespace fixture {
 namespace {
 
+using namespace ifdsweep::module;
+
 std::string errorOf(unsigned short id, unsigned long count) {
     try {
         validate_tag_against_number_of_components(id, count);

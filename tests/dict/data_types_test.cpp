@@ -15,6 +15,8 @@
 namespace fixture {
 namespace {
 
+using namespace ifdsweep::module;
+
 const TypeRow* rowOf(unsigned code) {
     const auto* row = std::find_if(kTypeRows.begin(), kTypeRows.end(),
                                    [&](const TypeRow& each) { return each.code == code; });

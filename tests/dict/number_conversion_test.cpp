@@ -11,6 +11,8 @@
 namespace fixture {
 namespace {
 
+using namespace ifdsweep::module;
+
 constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 constexpr double kTwo63 = 9223372036854775808.0;

@@ -12,6 +12,8 @@
 namespace fixture {
 namespace {
 
+using namespace ifdsweep::module;
+
 template <class Rows>
 void expectRows(const TextMap& dictionary, const Rows& rows) {
     std::map<unsigned, std::string> expected;

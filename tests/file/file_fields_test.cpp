@@ -11,6 +11,8 @@
 namespace fixture {
 namespace {
 
+using namespace ifdsweep::module;
+
 class FileFields : public TiffMatrix {
 protected:
     /// Sweeps a file with one tag that was modified at a moment (microseconds since 1970).

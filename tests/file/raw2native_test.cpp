@@ -12,6 +12,8 @@
 namespace fixture {
 namespace {
 
+using namespace ifdsweep::module;
+
 Bytes counted(std::size_t length) {
     Bytes bytes(length);
     std::iota(bytes.begin(), bytes.end(), std::uint8_t{1});

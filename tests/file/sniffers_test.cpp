@@ -11,6 +11,8 @@
 namespace fixture {
 namespace {
 
+using namespace ifdsweep::module;
+
 struct SniffCase {
     const char* name;
     Bytes bytes;

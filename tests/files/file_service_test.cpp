@@ -17,6 +17,7 @@
 #include <string>
 #include <vector>
 
+#include "adapter/messages.h"
 #include "files/file_names.h"
 #include "host/host.h"
 #include "host/message_texts.h"
@@ -25,6 +26,9 @@ namespace {
 
 using ifdsweep::Fault;
 using ifdsweep::Host;
+using ifdsweep::MessageId;
+using ifdsweep::messageRow;
+using ifdsweep::module::Message;
 
 struct StreamCloser {
     void operator()(std::FILE* stream) const { static_cast<void>(std::fclose(stream)); }

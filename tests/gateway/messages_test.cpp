@@ -16,6 +16,11 @@
 namespace fixture {
 namespace {
 
+using namespace ifdsweep::module;
+using ifdsweep::kMessageCatalogue;
+using ifdsweep::MessageRow;
+using ifdsweep::MessageSeverity;
+
 using Fault = ifdsweep::Fault;
 
 constexpr std::uint16_t kArtist = 315;

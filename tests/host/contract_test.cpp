@@ -10,6 +10,7 @@
 #include <string>
 #include <utility>
 
+#include "adapter/messages.h"
 #include "host/host.h"
 #include "ifdsweep/qx.h"
 #include "values/value.h"
@@ -17,8 +18,10 @@
 namespace {
 
 using ifdsweep::Host;
+using ifdsweep::MessageId;
 using ifdsweep::ValueHandle;
 using ifdsweep::ValueKind;
+using ifdsweep::module::Message;
 
 class Contract : public testing::Test {
 protected:

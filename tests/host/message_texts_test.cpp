@@ -6,12 +6,18 @@
 #include <set>
 #include <string>
 
+#include "adapter/messages.h"
+
 namespace {
 
 using ifdsweep::findMessageText;
 using ifdsweep::hostMessageText;
+using ifdsweep::kMessageCatalogue;
+using ifdsweep::MessageId;
+using ifdsweep::MessageRow;
 using ifdsweep::MessageTextRow;
 using ifdsweep::messageTexts;
+using ifdsweep::module::Message;
 
 TEST(MessageTexts, EveryMessageOfTheModuleHasARowWithItsArguments) {
     for (const MessageRow& message : kMessageCatalogue) {

@@ -10,13 +10,16 @@
 #include <thread>
 #include <vector>
 
+#include "adapter/messages.h"
 #include "host/host.h"
 #include "ifdsweep/qx.h"
 
 namespace {
 
 using ifdsweep::Host;
+using ifdsweep::MessageId;
 using ifdsweep::ValueHandle;
+using ifdsweep::module::Message;
 
 /// What a call does with its host; returns whether all went as it must.
 bool useHost(Host& host, const std::vector<std::uint8_t>& bytes, std::int64_t worker) {

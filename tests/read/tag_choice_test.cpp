@@ -115,7 +115,7 @@ TEST(TagChoiceComplaintTest, theNearestStandFirst) {
 
 TEST(TagListTest, everyNameCanBeChosen) {
     std::set<std::string_view> dictionaries;
-    for (const TagListing& listing : listTags()) {
+    for (const ifdsweep::TagListing& listing : ifdsweep::listTags()) {
         dictionaries.insert(listing.dictionary);
         EXPECT_EQ(chosen(listing.name), Names{std::string(listing.name)});
         if (listing.id) {
@@ -130,7 +130,7 @@ TEST(TagListTest, everyNameCanBeChosen) {
 
 TEST(TagListTest, aLineForEveryName) {
     const auto lines = programrun::linesOf(ifdsweep::tagListText());
-    EXPECT_EQ(lines.size(), listTags().size());
+    EXPECT_EQ(lines.size(), ifdsweep::listTags().size());
     for (const char* const line :
          {"-\tBitDepth\trecord", "256\tWidth\tTIFF", "257\tHeight\tTIFF", "271\tMake\tTIFF",
           "2\tGPSLatitude\tGPS", "1\tInteroperabilityIndex\tInteroperability"}) {

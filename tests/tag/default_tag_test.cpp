@@ -13,6 +13,8 @@
 namespace fixture {
 namespace {
 
+using namespace ifdsweep::module;
+
 /// A host for the calls below.
 class DefaultTag : public testing::Test {
 protected:

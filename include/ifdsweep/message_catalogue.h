@@ -1,0 +1,99 @@
+#pragma once
+
+// The catalogue of the module's messages: their identifiers, how each is given, and its arguments.
+// Hosts find here what they need texts for. Constants; any thread.
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+namespace ifdsweep {
+
+/// Every message of the module. The row of the same position in `kMessageCatalogue` describes it.
+enum class MessageId : std::uint8_t {
+    statFailure,
+    unableToReadTagData,
+    tiffHeaderReadFailure,
+    badEndianness,
+    badTiffIfdOffset,
+    badTiffHeaderIfdOffset,
+    badNextIfdPointerSeek,
+    nextIfdPointerOutOfRange,
+    nextIfdOffsetReadError,
+    numberOfDirectoryEntriesReadError,
+    numDirectoryEntriesIsZero,
+    jpegApp1MaximumLengthExceeded,
+    badIFDread,
+    strftimeFailure,
+    zeroComponentCount,
+    noTypeFormatId,
+    unrecognizedTagFormatId,
+    unrecognizedTagId,
+    tagDataPastEOF,
+    badTagDataOffsetSeek,
+    unableToReadTiffTag,
+    unrecognizedIfd,
+    badTagValueDivisionByZero,
+    badSubIfdSeek,
+    illegallyNestedIFD,
+    unrecognizedIfdId,
+    badTagDataCount,
+    expectedTagDataFormat,
+    expectedTagDataFormatMultiple,
+    argumentOutOfBounds,
+};
+
+/// How a message is given. `both` is a warning in one place and an error in another.
+enum class MessageSeverity : std::uint8_t { error, warning, both };
+
+/// One row of the message catalogue.
+struct MessageRow {
+    MessageId message;
+    const char* id;              ///< full identifier
+    MessageSeverity severity;    ///< how it is given
+    std::string_view arguments;  ///< one letter each: 'i' signed 64-bit integer, 't' text
+};
+
+// clang-format off
+/// The catalogue: every message with its identifier, severity and argument kinds.
+inline constexpr std::array<MessageRow, 30> kMessageCatalogue{{
+    {MessageId::statFailure,                       "Velmora:pixlore:ifdsweep:statFailure",                       MessageSeverity::error,   ""},
+    {MessageId::unableToReadTagData,               "Velmora:pixlore:ifdsweep:unableToReadTagData",               MessageSeverity::error,   ""},
+    {MessageId::tiffHeaderReadFailure,             "Velmora:pixlore:ifdsweep:tiffHeaderReadFailure",             MessageSeverity::error,   ""},
+    {MessageId::badEndianness,                     "Velmora:pixlore:ifdsweep:badEndianness",                     MessageSeverity::error,   "iit"},
+    {MessageId::badTiffIfdOffset,                  "Velmora:pixlore:ifdsweep:badTiffIfdOffset",                  MessageSeverity::error,   "ii"},
+    {MessageId::badTiffHeaderIfdOffset,            "Velmora:pixlore:ifdsweep:badTiffHeaderIfdOffset",            MessageSeverity::error,   ""},
+    {MessageId::badNextIfdPointerSeek,             "Velmora:pixlore:ifdsweep:badNextIfdPointerSeek",             MessageSeverity::warning, ""},
+    {MessageId::nextIfdPointerOutOfRange,          "Velmora:pixlore:ifdsweep:nextIfdPointerOutOfRange",          MessageSeverity::warning, "i"},
+    {MessageId::nextIfdOffsetReadError,            "Velmora:pixlore:ifdsweep:nextIfdOffsetReadError",            MessageSeverity::warning, "i"},
+    {MessageId::numberOfDirectoryEntriesReadError, "Velmora:pixlore:ifdsweep:numberOfDirectoryEntriesReadError", MessageSeverity::warning, "i"},
+    {MessageId::numDirectoryEntriesIsZero,         "Velmora:pixlore:ifdsweep:numDirectoryEntriesIsZero",         MessageSeverity::warning, "i"},
+    {MessageId::jpegApp1MaximumLengthExceeded,     "Velmora:pixlore:ifdsweep:jpegApp1MaximumLengthExceeded",     MessageSeverity::warning, "i"},
+    {MessageId::badIFDread,                        "Velmora:pixlore:ifdsweep:badIFDread",                        MessageSeverity::error,   "t"},
+    {MessageId::strftimeFailure,                   "Velmora:pixlore:ifdsweep:strftimeFailure",                   MessageSeverity::error,   ""},
+    {MessageId::zeroComponentCount,                "Velmora:pixlore:ifdsweep:zeroComponentCount",                MessageSeverity::warning, "t"},
+    {MessageId::noTypeFormatId,                    "Velmora:pixlore:ifdsweep:noTypeFormatId",                    MessageSeverity::warning, "t"},
+    {MessageId::unrecognizedTagFormatId,           "Velmora:pixlore:ifdsweep:unrecognizedTagFormatId",           MessageSeverity::both,    "i"},
+    {MessageId::unrecognizedTagId,                 "Velmora:pixlore:ifdsweep:unrecognizedTagId",                 MessageSeverity::warning, "i"},
+    {MessageId::tagDataPastEOF,                    "Velmora:pixlore:ifdsweep:tagDataPastEOF",                    MessageSeverity::warning, "ii"},
+    {MessageId::badTagDataOffsetSeek,              "Velmora:pixlore:ifdsweep:badTagDataOffsetSeek",              MessageSeverity::warning, "i"},
+    {MessageId::unableToReadTiffTag,               "Velmora:pixlore:ifdsweep:unableToReadTiffTag",               MessageSeverity::warning, "ti"},
+    {MessageId::unrecognizedIfd,                   "Velmora:pixlore:ifdsweep:unrecognizedIfd",                   MessageSeverity::warning, "i"},
+    {MessageId::badTagValueDivisionByZero,         "Velmora:pixlore:ifdsweep:badTagValueDivisionByZero",         MessageSeverity::warning, "t"},
+    {MessageId::badSubIfdSeek,                     "Velmora:pixlore:ifdsweep:badSubIfdSeek",                     MessageSeverity::warning, "i"},
+    {MessageId::illegallyNestedIFD,                "Velmora:pixlore:ifdsweep:illegallyNestedIFD",                MessageSeverity::warning, "it"},
+    {MessageId::unrecognizedIfdId,                 "Velmora:pixlore:ifdsweep:unrecognizedIfdId",                 MessageSeverity::error,   "i"},
+    {MessageId::badTagDataCount,                   "Velmora:pixlore:ifdsweep:badTagDataCount",                   MessageSeverity::error,   "itii"},
+    {MessageId::expectedTagDataFormat,             "Velmora:pixlore:ifdsweep:expectedTagDataFormat",             MessageSeverity::warning, "ttt"},
+    {MessageId::expectedTagDataFormatMultiple,     "Velmora:pixlore:ifdsweep:expectedTagDataFormatMultiple",     MessageSeverity::warning, "ttt"},
+    {MessageId::argumentOutOfBounds,               "Velmora:pixlore:validate:argumentOutOfBounds",               MessageSeverity::error,   ""},
+}};
+// clang-format on
+
+/// The catalogue row of a message.
+constexpr const MessageRow& messageRow(MessageId message) {
+    return kMessageCatalogue[static_cast<std::size_t>(message)];
+}
+
+}  // namespace ifdsweep
