@@ -105,6 +105,12 @@ fixture::TiffBuilder builderOf(Format format, const Chain& chain) {
     return builder;
 }
 
+/// The bytes that choose a case, then a text.
+Bytes prefixed(Bytes choice, std::string_view text) {
+    choice.insert(choice.end(), text.begin(), text.end());
+    return choice;
+}
+
 /// A case of the whole call: the bytes that choose layout and numbers, then the stream.
 Bytes wholeCall(std::uint8_t layout, std::uint8_t first, std::uint8_t max, const Bytes& stream) {
     constexpr std::uint8_t kFindOffset = 0;
@@ -158,9 +164,7 @@ void addNames(SeedFolder& folder) {
          {"plain.tif", "\xC3\xA9.tif", "\xF0\x9F\x98\x80", "\xFF\xFE", "\xED\xA0\x80\xED\xB2\x80",
           "\xF4\x90\x80\x80", "a\xC0\x80", "\x3D\xD8\x00\xDE", "\x00\xD8\x80\xDC", "\x80\xDC"}) {
         for (const std::uint8_t form : {std::uint8_t{0}, std::uint8_t{1}}) {
-            Bytes bytes{form};
-            bytes.insert(bytes.end(), name.begin(), name.end());
-            folder.add(bytes);
+            folder.add(prefixed({form}, name));
         }
     }
 }
@@ -188,6 +192,54 @@ void addMessages(SeedFolder& folder) {
     setup.task.output.fields = {{"Make", {}}, {"50000", 50000}};
     setup.task.output.ignored = {"Velmora:a"};
     add(ifdsweep::packSetup(setup));
+}
+
+/// Journals: any file, what follows a head, and runs of our own.
+void addJournals(SeedFolder& folder) {
+    const std::string head = "ifdsweep journal 2\nifdsweep 1\n--format json\n\n";
+    const std::string notes = "o 1 2 3 4 7\nl 1 3 3 4\n";
+    const std::string files =
+        "r 10 0 0 0 0 /dev/null/a\nw 20 0 5 -1 9 /dev/null/b\n"
+        "f 30 6 0 0 0 /dev/null/c\\n\\t\\\\\twhy\ns 30 6 0 0 0 /dev/null/d\n";
+    for (const std::string& journal :
+         {head, head + notes, head + notes + files + "d 30\n", head + files.substr(0, 40),
+          head + notes + std::string(9, '\0'), std::string("ifdsweep journal 1\n"),
+          "ifdsweep journal 2\nifdsweep 0\n\n" + files, std::string("II*\0", 4)}) {
+        folder.add(prefixed({0}, journal));
+    }
+    for (const std::string& lines : {notes + files, files + "d 1\n", std::string("x 1 2\n")}) {
+        folder.add(prefixed({1}, lines));
+    }
+    // Files by the bytes that choose length, letters, failure, ending, warnings and lengths; then
+    // how the journal is cut.
+    const std::string name =
+        "\x02"
+        "ab";
+    const std::string shortOne(12, '\0');
+    folder.add(prefixed({2, 2}, name + shortOne + name + shortOne + name + shortOne));
+    folder.add(prefixed({2, 1}, name + "\x01" + shortOne));
+}
+
+/// Lists of names, with line feeds and with NULs.
+void addLists(SeedFolder& folder) {
+    for (const std::string_view list :
+         {std::string_view("a.tif\nb c.tif\n"), std::string_view("a\n\n\nb"),
+          std::string_view("a\0b\n\0c", 6), std::string_view("")}) {
+        for (const std::uint8_t separator : {std::uint8_t{0}, std::uint8_t{1}}) {
+            for (const std::uint8_t copies : {std::uint8_t{0}, std::uint8_t{63}}) {
+                folder.add(prefixed({separator, copies, 3, 0}, list));
+            }
+        }
+    }
+    folder.add(prefixed({0, 63, 1, 4}, std::string(1025, 'x')));
+}
+
+void addTagLists(SeedFolder& folder) {
+    for (const std::string_view list :
+         {"Make", "Make,Model,0x110,GPS*", "271,271,65000", "*", "Mak", "[A-C]*,!", "", ",",
+          "0x1ffff", "65536", "ISO*,?mage*"}) {
+        folder.add(prefixed({}, list));
+    }
 }
 
 void addNoise(SeedFolder& folder) {
@@ -223,7 +275,14 @@ void makeSeeds(const fs::path& folder, std::span<char*> samples) {
     addNames(names);
     SeedFolder messages(folder / "worker_answer");
     addMessages(messages);
-    for (const char* target : {"typed_writer", "json_writer", "text_writer", "byte_order"}) {
+    SeedFolder journals(folder / "journal");
+    addJournals(journals);
+    SeedFolder lists(folder / "path_list");
+    addLists(lists);
+    SeedFolder tagLists(folder / "tag_choice");
+    addTagLists(tagLists);
+    for (const char* target :
+         {"typed_writer", "json_writer", "text_writer", "csv_writer", "byte_order"}) {
         SeedFolder noise(folder / target);
         addNoise(noise);
     }

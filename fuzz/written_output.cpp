@@ -180,17 +180,22 @@ void requireTypedMessage(const json& parsed, const qxMessage& message) {
 }  // namespace
 
 std::string written(ifdsweep::Format format, const ifdsweep::Outcome& outcome,
-                    ifdsweep::Colour colour) {
+                    const ifdsweep::WriterSettings& settings, ifdsweep::Colour colour) {
     ifdsweep::StringSink sink;
     ifdsweep::Output output(sink);
-    ifdsweep::WriterSettings settings;
-    settings.toTerminal = true;  // where most is escaped
     const auto writer = ifdsweep::makeResultWriter(format, output, colour, settings);
     writer->begin();
     writer->write(outcome);
     writer->end();
     output.flush();
     return std::move(sink.text);
+}
+
+std::string written(ifdsweep::Format format, const ifdsweep::Outcome& outcome,
+                    ifdsweep::Colour colour) {
+    ifdsweep::WriterSettings settings;
+    settings.toTerminal = true;
+    return written(format, outcome, settings, colour);
 }
 
 void requireTypedReadsBack(std::string_view line, const ifdsweep::Outcome& outcome) {

@@ -14,6 +14,11 @@ namespace fuzz {
 
 /// An outcome in one format.
 [[nodiscard]] std::string written(ifdsweep::Format format, const ifdsweep::Outcome& outcome,
+                                  const ifdsweep::WriterSettings& settings,
+                                  ifdsweep::Colour colour = ifdsweep::Colour::off);
+
+/// The same as a terminal gets it, where most is escaped.
+[[nodiscard]] std::string written(ifdsweep::Format format, const ifdsweep::Outcome& outcome,
                                   ifdsweep::Colour colour = ifdsweep::Colour::off);
 
 /// One line of JSON that reads back as the same outcome, value by value and unit by unit.

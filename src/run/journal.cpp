@@ -91,6 +91,16 @@ std::string joined(const std::vector<std::string>& phrases) {
     return text;
 }
 
+/// Whether a file may be a journal that ended while it was begun: a part of what stands first in
+/// it, and no more than NULs where the power failed to bring the rest to the disk.
+bool isUnbegun(std::string_view bytes, std::string_view head) {
+    constexpr std::size_t kLongestNotes = 512;
+    const std::size_t written = std::min(bytes.find('\0'), bytes.size());
+    return head.starts_with(bytes.substr(0, written)) &&
+           bytes.find_first_not_of('\0', written) == std::string_view::npos &&
+           bytes.size() <= head.size() + kLongestNotes;
+}
+
 std::string headOf(const std::vector<std::string>& phrases) {
     std::string head(kFirstLine);
     for (const std::string& phrase : phrases) {
@@ -148,8 +158,8 @@ void Journal::load() {
     constexpr std::size_t kLongestHead = std::size_t{1} << 20;
     const std::string ownHead = headOf(phrases);
     const std::string start = readPiece(file.get(), 0, kLongestHead);
-    if (ownHead.starts_with(start)) {
-        return;  // new, or ended while it was begun
+    if (isUnbegun(start, ownHead)) {
+        return;  // or new
     }
     if (start.starts_with(kOlderFirstLine)) {
         throw Refusal("the journal " + name +
@@ -195,8 +205,10 @@ void Journal::checkHead(std::string_view head) const {
 
 void Journal::loadLines() {
     constexpr std::size_t kPiece = std::size_t{1} << 20;
+    std::size_t wanted = kPiece;
     while (true) {
-        std::string piece = readPiece(file.get(), wholeLines, kPiece);
+        std::string piece = readPiece(file.get(), wholeLines, wanted);
+        const bool isRest = piece.size() < wanted;
         // No path holds a NUL: this is a block that the power failed to bring to the disk.
         const std::size_t lost = piece.find('\0');
         piece.resize(std::min(lost, piece.size()));
@@ -209,9 +221,10 @@ void Journal::loadLines() {
             begin = end + 1;
         }
         wholeLines += begin;
-        if (begin == 0 || lost != std::string::npos) {
+        if (isRest || lost != std::string::npos) {
             return;
         }
+        wanted = begin == 0 ? 2 * wanted : kPiece;  // a list may hold a path of any length
     }
 }
 

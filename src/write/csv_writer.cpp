@@ -55,12 +55,14 @@ void CsvWriter::writeRecords(const Value& records, const std::string& path) {
     }
     for (std::size_t element = 0; element < records.elementCount(); ++element) {
         const std::string directory = childPath(path, std::to_string(element));
+        directoryCell.clear();
+        appendQuoted(directoryCell, shownText(directory));
         if (columns.empty()) {
-            writeNamedRow(records, element, directory);
+            writeNamedRow(records, element);
         } else {
             output.append(fileCell);
             output.append(',');
-            output.append(directory);
+            output.append(directoryCell);
             writeColumns(records, element);
             output.append(kLineEnd);
         }
@@ -88,10 +90,10 @@ void CsvWriter::writeColumns(const Value& records, std::size_t element) {
     }
 }
 
-void CsvWriter::writeNamedRow(const Value& records, std::size_t element, const std::string& path) {
+void CsvWriter::writeNamedRow(const Value& records, std::size_t element) {
     std::string row;
     packed::putText(row, fileCell);
-    packed::putText(row, path);
+    packed::putText(row, directoryCell);
     forEachField(records, element, [&](std::string_view name, const Value& value) {
         if (hasCell(value)) {
             packed::putText(row, name);

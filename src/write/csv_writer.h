@@ -43,7 +43,7 @@ private:
     void writeRecords(const Value& records, const std::string& path);
     void writeNested(const Value& records, std::size_t element, const std::string& path);
     void writeColumns(const Value& records, std::size_t element);
-    void writeNamedRow(const Value& records, std::size_t element, const std::string& path);
+    void writeNamedRow(const Value& records, std::size_t element);
 
     /// The text of a cell as it is shown; valid until the next call.
     [[nodiscard]] std::string_view shownText(std::string_view text);
@@ -55,6 +55,7 @@ private:
     bool toTerminal;
     std::vector<std::string> columns;
     std::string fileCell;
+    std::string directoryCell;
     std::string cell;
     StringSink renderedText;
     Output rendered;

@@ -1,5 +1,5 @@
 // Tables: quoting, rows of nested directories, columns that occur. Read back by a reader of the
-// test's own, which knows RFC 4180 and nothing else.
+// tests' own, which knows RFC 4180 and nothing else.
 
 #include <cmath>
 #include <stdexcept>
@@ -10,58 +10,18 @@
 #include <gtest/gtest.h>
 
 #include "io/descriptor.h"
-#include "write/rendering.h"
+#include "support/csv_reader.h"
 #include "write/csv_rows.h"
 #include "write/csv_writer.h"
+#include "write/rendering.h"
 
 namespace {
 
-using Row = std::vector<std::string>;
+using fixture::Row;
+using fixture::rowsOf;
 using rendering::number;
 using rendering::rendered;
 using rendering::setField;
-
-/// The rows of a table; throws for everything that RFC 4180 does not allow.
-std::vector<Row> parsed(std::string_view table) {
-    std::vector<Row> rows;
-    std::size_t at = 0;
-    const auto take = [&](char character) {
-        const bool isThere = at < table.size() && table[at] == character;
-        at += isThere ? 1 : 0;
-        return isThere;
-    };
-    while (at < table.size()) {
-        Row row;
-        do {
-            std::string cell;
-            if (take('"')) {
-                for (bool isOpen = true; isOpen;) {
-                    if (at == table.size()) {
-                        throw std::runtime_error("a quote is not closed");
-                    }
-                    if (!take('"')) {
-                        cell.push_back(table[at++]);
-                    } else if (take('"')) {
-                        cell.push_back('"');
-                    } else {
-                        isOpen = false;
-                    }
-                }
-            } else {
-                while (at < table.size() &&
-                       std::string_view(",\r\n\"").find(table[at]) == std::string_view::npos) {
-                    cell.push_back(table[at++]);
-                }
-            }
-            row.push_back(cell);
-        } while (take(','));
-        if (!take('\r') || !take('\n')) {
-            throw std::runtime_error("no line end behind a row");
-        }
-        rows.push_back(row);
-    }
-    return rows;
-}
 
 class CsvTest : public testing::Test {
 protected:
@@ -158,7 +118,7 @@ TEST_F(CsvTest, fileNamesAndColumnsAreQuotedToo) {
         same.file = outcome.file;
         same.result = rendering::records(1, {"Width"});
         setField(same.result, 0, "Width", number(7));
-        EXPECT_EQ(parsed(table(std::move(same), false, columns)),
+        EXPECT_EQ(rowsOf(table(std::move(same), false, columns)),
                   (std::vector<Row>{{"File", "Directory", "Width"}, {outcome.file, "0", "7"}}));
     }
 }
@@ -183,7 +143,7 @@ TEST_F(CsvTest, onATerminalCellsShowWhatTheyHold) {
               "File,Directory,Artist,Bytes\r\n"
               R"(a\x1b[2J\n\xff.tif,0,"one\r\ntwo, ""x"" \\, \u009d",AAn/)"
               "\r\n");
-    EXPECT_EQ(parsed(shown)[1][2], R"(one\r\ntwo, "x" \\, \u009d)");
+    EXPECT_EQ(rowsOf(shown)[1][2], R"(one\r\ntwo, "x" \\, \u009d)");
 }
 
 TEST_F(CsvTest, valuesInCells) {
@@ -199,7 +159,7 @@ TEST_F(CsvTest, valuesInCells) {
     setField(outcome.result, 0, "Empty", rendering::numbers(1, 0, {}));
     setField(outcome.result, 0, "NotFinite", rendering::numbers(1, 2, {NAN, -INFINITY}));
     setField(outcome.result, 0, "Records", rendering::records(1, {"x"}));
-    const auto rows = parsed(table(
+    const auto rows = rowsOf(table(
         std::move(outcome), false,
         {"Row", "Matrix", "Bytes", "Cells", "Empty", "None", "NotFinite", "Records", "Missing"}));
     ASSERT_EQ(rows.size(), 2U);
@@ -208,11 +168,11 @@ TEST_F(CsvTest, valuesInCells) {
 }
 
 TEST_F(CsvTest, nestedDirectoriesHaveRowsOnDemand) {
-    EXPECT_EQ(parsed(table(nestedOutcome(), false, {"Width", "Artist", "ExposureTime"})),
+    EXPECT_EQ(rowsOf(table(nestedOutcome(), false, {"Width", "Artist", "ExposureTime"})),
               (std::vector<Row>{{"File", "Directory", "Width", "Artist", "ExposureTime"},
                                 {"n.tif", "0", "", "", ""},
                                 {"n.tif", "1", "", "you", ""}}));
-    EXPECT_EQ(parsed(table(nestedOutcome(), true, {"Width", "Artist", "ExposureTime"})),
+    EXPECT_EQ(rowsOf(table(nestedOutcome(), true, {"Width", "Artist", "ExposureTime"})),
               (std::vector<Row>{{"File", "Directory", "Width", "Artist", "ExposureTime"},
                                 {"n.tif", "0", "", "", ""},
                                 {"n.tif", "0/SubIFDs[0]/0", "1", "", ""},
@@ -223,7 +183,7 @@ TEST_F(CsvTest, nestedDirectoriesHaveRowsOnDemand) {
 }
 
 TEST_F(CsvTest, columnsThatOccurStandInTheirOrder) {
-    EXPECT_EQ(parsed(table(nestedOutcome(), true, {})),
+    EXPECT_EQ(rowsOf(table(nestedOutcome(), true, {})),
               (std::vector<Row>{{"File", "Directory", "Width", "ExposureTime", "Artist"},
                                 {"n.tif", "0", "", "", ""},
                                 {"n.tif", "0/SubIFDs[0]/0", "1", "", ""},
@@ -247,21 +207,21 @@ TEST_F(CsvTest, theSameCellsWithAndWithoutFixedColumns) {
                  rendering::text(std::u16string(file == 20 ? 3000000 : 90000, u'"')));
         outcomes.push_back(std::move(outcome));
     }
-    const auto occurring = parsed(table(outcomes, false, {}));
+    const auto occurring = rowsOf(table(outcomes, false, {}));
     ASSERT_EQ(occurring.size(), 51U);
     const Row columns(occurring[0].begin() + 2, occurring[0].end());
     EXPECT_EQ(columns, (Row{"Own0", "Artist", "Own1", "Own2", "Own3", "Own4", "Own5", "Own6"}));
-    EXPECT_TRUE(occurring == parsed(table(outcomes, false, columns)));
+    EXPECT_TRUE(occurring == rowsOf(table(outcomes, false, columns)));
     EXPECT_EQ(occurring[21][3].size(), 3000000U);
     EXPECT_EQ(occurring[21][9], "20");
 }
 
 TEST_F(CsvTest, theReaderOfTheTestIsStrict) {
-    EXPECT_THROW(parsed("a\n"), std::runtime_error);
-    EXPECT_THROW(parsed("a\"b\r\n"), std::runtime_error);
-    EXPECT_THROW(parsed("\"a\"b\r\n"), std::runtime_error);
-    EXPECT_THROW(parsed("\"a\r\n"), std::runtime_error);
-    EXPECT_THROW(parsed("a,b"), std::runtime_error);
+    EXPECT_THROW(rowsOf("a\n"), std::runtime_error);
+    EXPECT_THROW(rowsOf("a\"b\r\n"), std::runtime_error);
+    EXPECT_THROW(rowsOf("\"a\"b\r\n"), std::runtime_error);
+    EXPECT_THROW(rowsOf("\"a\r\n"), std::runtime_error);
+    EXPECT_THROW(rowsOf("a,b"), std::runtime_error);
 }
 
 TEST_F(CsvTest, filesWithoutARecordHaveNoRow) {
