@@ -71,11 +71,13 @@ std::string arbitraryName(fuzz::FuzzInput& input) {
     const auto bytes = input.piece(input.below(32));
     std::string name(bytes.begin(), bytes.end());
     std::replace(name.begin(), name.end(), '\0', '/');
-    // Most names are short, and a list may hold one of any length.
-    const std::size_t copies = input.below(64) == 1 ? std::size_t{1} << 17 : 1;
-    std::string path = "/dev/null/";  // where nothing can ever be
-    for (std::size_t copy = 0; copy < copies; ++copy) {
-        path += name;
+    std::string path = "/dev/null/" + name;  // where nothing can ever be
+    // Most are short, and a list may hold one of any length.
+    if (!name.empty() && input.below(64) == 1) {
+        constexpr std::size_t kReadAtOnce = std::size_t{1} << 20;
+        while (path.size() < kReadAtOnce) {
+            path += name;
+        }
     }
     return path;
 }
