@@ -1,6 +1,7 @@
 // Texts in all the forms that the writers give them: natural reading, JSON strings, base64 and
 // terminal escapes.
 
+#include <array>
 #include <ostream>
 #include <string>
 #include <string_view>
@@ -9,11 +10,11 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include "write/rendering.h"
 #include "support/hidden_characters.h"
 #include "text/json_text.h"
 #include "text/natural_text.h"
 #include "text/terminal_text.h"
+#include "write/rendering.h"
 
 namespace {
 
@@ -74,9 +75,9 @@ template <class Visit>
 void forEachCodePoint(Visit&& visit) {
     for (char32_t codePoint = 0; codePoint <= 0x10FFFF; ++codePoint) {
         if (codePoint < 0xD800 || codePoint > 0xDFFF) {
-            visit(codePoint, rendered([codePoint](ifdsweep::Output& output) {
-                      output.commit(ifdsweep::encodeUtf8(output.reserve(4), codePoint));
-                  }));
+            std::array<char, 4> bytes{};
+            char* const end = ifdsweep::encodeUtf8(bytes.data(), codePoint);
+            visit(codePoint, std::string(bytes.data(), end));
         }
     }
 }

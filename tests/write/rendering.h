@@ -18,11 +18,15 @@
 
 namespace rendering {
 
-/// Everything that `append` gives to an output.
+/// Everything that `append` gives to an output. The output is used again: there are tests with
+/// millions of texts, and sanitizers take their time over each new buffer.
 template <class Append>
 std::string rendered(Append&& append) {
-    ifdsweep::StringSink sink;
-    ifdsweep::Output output(sink);
+    static ifdsweep::StringSink sink;
+    static ifdsweep::Output output(sink);
+    sink.text.clear();
+    output.discard();
+    output.setForTerminal(false);
     append(output);
     output.flush();
     return sink.text;
