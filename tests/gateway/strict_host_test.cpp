@@ -358,10 +358,10 @@ namespace {
 using EntryPoint = decltype(&qxeFunction);
 
 EntryPoint entryPoint() {
-    static const std::unique_ptr<void, int (*)(void*)> library(
+    static const std::unique_ptr<void, int (*)(void*)> kLibrary(
         dlopen(IFDSWEEP_MODULE, RTLD_NOW | RTLD_LOCAL), &dlclose);
-    return library == nullptr ? nullptr
-                              : std::bit_cast<EntryPoint>(dlsym(library.get(), "qxeFunction"));
+    return kLibrary == nullptr ? nullptr
+                               : std::bit_cast<EntryPoint>(dlsym(kLibrary.get(), "qxeFunction"));
 }
 
 constexpr std::size_t kInputs = 4;

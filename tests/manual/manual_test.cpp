@@ -66,12 +66,12 @@ std::string squeezed(std::string_view text) {
 }
 
 const Rendering& renderedManual() {
-    static const Rendering rendering = [] {
+    static const Rendering kRendering = [] {
         Rendering made = render(ifdsweep::manual::manualPage());
         made.text = squeezed(made.text);
         return made;
     }();
-    return rendering;
+    return kRendering;
 }
 
 void expectInManual(std::string_view text) {
@@ -123,7 +123,8 @@ TEST(ManualPage, HasEverySectionInOrder) {
 TEST(RoffText, IsShownAsItIs) {
     for (const std::string_view text : {".br starts no request", "'br neither", "a\\fBb\\nc\\",
                                         "`quotes' \"and\" ^hats~", "--dashes - and-hyphens"}) {
-        const Rendering rendering = render(".TH T 1\n.nh\n.SH S\n" + ifdsweep::manual::roffText(text) + '\n');
+        const Rendering rendering =
+            render(".TH T 1\n.nh\n.SH S\n" + ifdsweep::manual::roffText(text) + '\n');
         EXPECT_EQ(rendering.complaints, "");
         EXPECT_NE(squeezed(rendering.text).find(text), std::string::npos) << rendering.text;
     }
@@ -136,8 +137,8 @@ TEST(OptionTexts, SplitAtSeparators) {
 }
 
 TEST(OptionTexts, BeginAParagraphForEachWord) {
-    const OptionRow row{"--way",          "WAY",    "up: to\nthe top\ndown: to it", "",
-                        ValueCompletion::words, "up down"};
+    const OptionRow row{"--way",  "WAY", "up: to\nthe top\ndown: to it", "", ValueCompletion::words,
+                        "up down"};
     EXPECT_EQ(ifdsweep::manual::helpParagraphs(row),
               (std::vector<std::string>{"up: to the top", "down: to it"}));
     EXPECT_EQ(ifdsweep::manual::helpLine(row), "up: to the top; down: to it");
