@@ -9,6 +9,7 @@
 // Threads: one at a time.
 
 #include <algorithm>
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -87,6 +88,7 @@ public:
 
     /// Memory for at least `size` bytes (at most kCapacity), to be taken up by `commit`.
     [[nodiscard]] char* reserve(std::size_t size) {
+        assert(size <= kCapacity);
         if (size > kCapacity - used) {
             flush();
         }
@@ -94,7 +96,10 @@ public:
     }
 
     /// Takes up what was placed between the last `reserve` and `end`.
-    void commit(const char* end) { used = static_cast<std::size_t>(end - buffer.get()); }
+    void commit(const char* end) {
+        assert(end >= buffer.get() + used && end <= buffer.get() + kCapacity);
+        used = static_cast<std::size_t>(end - buffer.get());
+    }
 
     void append(char character) {
         *reserve(1) = character;

@@ -6,6 +6,7 @@
 //
 // Ownership: an Unpacker refers to the caller's bytes. Pure functions and values; any thread.
 
+#include <cassert>
 #include <cstdint>
 #include <cstring>
 #include <string>
@@ -29,6 +30,7 @@ inline void putText(std::string& bytes, std::string_view text) {
 
 /// The number at the beginning of bytes that hold one.
 [[nodiscard]] inline std::uint64_t numberAt(std::string_view bytes) {
+    assert(bytes.size() >= kNumberSize);
     std::uint64_t number = 0;
     std::memcpy(&number, bytes.data(), kNumberSize);
     return number;

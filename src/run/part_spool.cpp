@@ -1,6 +1,7 @@
 #include "run/part_spool.h"
 
 #include <algorithm>
+#include <cassert>
 
 #include <sys/statvfs.h>
 #include <unistd.h>
@@ -52,6 +53,7 @@ void PartSpool::write(const Place& place, Output& output) const {
 }
 
 void PartSpool::release(const Place& place) {
+    assert(place.size <= kept);
     kept -= place.size;
     if (kept == 0) {
         clear();

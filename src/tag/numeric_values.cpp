@@ -1,6 +1,7 @@
 #include "tag/numeric_values.h"
 
 #include <bit>
+#include <cassert>
 #include <cstring>
 
 namespace ifdsweep::module {
@@ -73,6 +74,7 @@ NumericValues::NumericValues(std::span<const double> numbers)
       count(numbers.size()) {}
 
 double NumericValues::operator[](std::size_t index) const {
+    assert(index < count);
     return withReader(type, [&](auto reader) { return reader.at(bytes, index); });
 }
 

@@ -4,6 +4,7 @@
 // items, in host byte order, belong to the reader's buffer and are converted when asked for, so
 // that a long value exists as doubles only once, in the host's array.
 
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -37,6 +38,7 @@ public:
 
     /// The first `number` values; there are at least so many.
     [[nodiscard]] NumericValues first(std::size_t number) const {
+        assert(number <= count);
         return NumericValues(bytes, number, type);
     }
 

@@ -1,6 +1,7 @@
 // The host value of a tag.
 
 #include <algorithm>
+#include <cassert>
 #include <utility>
 
 #include "dict/number_conversion.h"
@@ -50,6 +51,7 @@ OwnedValue TiffTag::getQxArray() {
         case kExif:
         case kGps:
         case kInteroperability:
+            assert(!subIfds.empty());
             return std::move(subIfds.front());
         case kSubIfds: {
             OwnedValue cells = makeCellRow(subIfds.size());

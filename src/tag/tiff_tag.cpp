@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cassert>
 #include <cmath>
 #include <string>
 
@@ -145,6 +146,7 @@ bool TiffTag::processGenericTag() {
 }
 
 double TiffTag::getNumericValue(int /*index*/) const {
+    assert(!numericValues.empty());
     return numericValues[0];
 }
 

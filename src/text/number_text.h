@@ -3,6 +3,7 @@
 // Numbers as text: the shortest digits that read back the same, integers without a fraction.
 // Plain functions over memory of the caller; any thread.
 
+#include <cassert>
 #include <charconv>
 #include <cmath>
 #include <cstddef>
@@ -27,6 +28,7 @@ inline char* formatInteger(char* text, std::int64_t value) {
 /// @param text memory for kNumberRoom characters
 /// @return the end of the text
 inline char* formatFinite(char* text, double value) {
+    assert(std::isfinite(value));
     // Nearly all numbers of a file are small integers, which need none of the work that the
     // shortest digits of a fraction take.
     if (value > -kExactIntegers && value < kExactIntegers) {
@@ -52,6 +54,7 @@ inline char* formatFinite(char* text, double value) {
 
 /// The name of a number that is not finite: "NaN", "Infinity" or "-Infinity".
 inline const char* nonFiniteName(double value) {
+    assert(!std::isfinite(value));
     if (std::isnan(value)) {
         return "NaN";
     }

@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
@@ -28,6 +29,7 @@ struct Utf8Step {
 /// @param text bytes, or units whose low eight bits are the bytes
 template <class Unit>
 Utf8Step decodeUtf8(std::basic_string_view<Unit> text) {
+    assert(!text.empty());
     const auto byte = [text](std::size_t index) { return static_cast<std::uint8_t>(text[index]); };
     const std::uint8_t lead = byte(0);
     if (lead < 0x80) {

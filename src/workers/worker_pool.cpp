@@ -1,6 +1,7 @@
 #include "workers/worker_pool.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
@@ -86,7 +87,9 @@ WorkerPool::WorkerPool(const TaskOptions& task, WorkerPoolSettings poolSettings)
       setup(packedSetup(task, settings)),
       timeLimit(nanosecondsOf(settings.limits.timeout)),
       workers(settings.workers),
-      received(kReceiveSize) {}
+      received(kReceiveSize) {
+    assert(settings.workers >= 1);
+}
 
 WorkerPool::~WorkerPool() {
     // A worker that has nothing to do ends by itself, the others at once; none is waited for longer
