@@ -5,8 +5,7 @@ namespace ifdsweep::module {
 namespace {
 
 // clang-format off
-// Tag 259.
-constexpr Row<const char*> kCompressionRows[] = {
+constexpr Row<const char*> compressionNames[] = {
     {1, "Uncompressed"},
     {2, "CCITT 1D"},
     {3, "Group 3 Fax"},
@@ -33,8 +32,7 @@ constexpr Row<const char*> kCompressionRows[] = {
     {34712, "JPEG2000"},
 };
 
-// Tag 262.
-constexpr Row<const char*> kPhotometricInterpretationRows[] = {
+constexpr Row<const char*> photometricInterpretationNames[] = {
     {0, "WhiteIsZero"},
     {1, "BlackIsZero"},
     {2, "RGB"},
@@ -51,8 +49,7 @@ constexpr Row<const char*> kPhotometricInterpretationRows[] = {
     {34892, "LinearRaw"},
 };
 
-// Tag 284.
-constexpr Row<const char*> kPlanarConfigurationRows[] = {
+constexpr Row<const char*> planarConfigurationNames[] = {
     {1, "Chunky"},
     {2, "Planar"},
 };
@@ -64,33 +61,28 @@ constexpr Row<const char*> kResolutionUnitRows[] = {
     {3, "Centimeter"},
 };
 
-// Tag 317.
-constexpr Row<const char*> kPredictorRows[] = {
+constexpr Row<const char*> predictorNames[] = {
     {1, "None"},
     {2, "Horizontal differencing"},
     {3, "Floating point differencing"},
 };
 
-// Tag 332.
-constexpr Row<const char*> kInkSetRows[] = {
+constexpr Row<const char*> inkSetNames[] = {
     {1, "CMYK"},
     {2, "not CMYK"},
 };
 
-// Tag 512.
-constexpr Row<const char*> kJPEGProcRows[] = {
+constexpr Row<const char*> jpegProcNames[] = {
     {1, "Baseline sequential process"},
     {14, "Lossless process with Huffman coding"},
 };
 
-// Tag 531.
-constexpr Row<const char*> kYCbCrPositioningRows[] = {
+constexpr Row<const char*> yCbCrPositioningNames[] = {
     {1, "Centered"},
     {2, "Co-sited"},
 };
 
-// Tag 34850.
-constexpr Row<const char*> kExposureProgramRows[] = {
+constexpr Row<const char*> exposureProgramNames[] = {
     {0, "Not defined"},
     {1, "Manual"},
     {2, "Normal program"},
@@ -102,8 +94,7 @@ constexpr Row<const char*> kExposureProgramRows[] = {
     {8, "Landscape mode (for landscape photos in the background in focus)"},
 };
 
-// Tag 37383.
-constexpr Row<const char*> kMeteringModeRows[] = {
+constexpr Row<const char*> meteringModeNames[] = {
     {0, "Unknown"},
     {1, "Average"},
     {2, "CenterWeightedAverage"},
@@ -114,8 +105,7 @@ constexpr Row<const char*> kMeteringModeRows[] = {
     {255, "Other"},
 };
 
-// Tag 37384.
-constexpr Row<const char*> kLightSourceRows[] = {
+constexpr Row<const char*> lightSourceNames[] = {
     {0, "unknown"},
     {1, "Daylight"},
     {2, "Fluorescent"},
@@ -139,14 +129,12 @@ constexpr Row<const char*> kLightSourceRows[] = {
     {255, "Other light source"},
 };
 
-// Tag 40961.
-constexpr Row<const char*> kColorSpaceRows[] = {
+constexpr Row<const char*> colorSpaceNames[] = {
     {1, "sRGB"},
     {65535, "Uncalibrated"},
 };
 
-// Tag 41495.
-constexpr Row<const char*> kSensingMethodRows[] = {
+constexpr Row<const char*> sensingMethodNames[] = {
     {1, "Not defined"},
     {2, "One-chip color area sensor"},
     {3, "Two-chip color area sensor"},
@@ -156,80 +144,125 @@ constexpr Row<const char*> kSensingMethodRows[] = {
     {8, "Color sequential linear sensor"},
 };
 
-// Tag 41728.
-constexpr Row<const char*> kFileSourceRows[] = {
+constexpr Row<const char*> fileSourceNames[] = {
     {3, "DSC"},
 };
 
-// Tag 41729.
-constexpr Row<const char*> kSceneTypeRows[] = {
+constexpr Row<const char*> sceneTypeNames[] = {
     {1, "A directly photographed image"},
 };
 
-// Tag 41985.
-constexpr Row<const char*> kCustomRenderedRows[] = {
+constexpr Row<const char*> customRenderedNames[] = {
     {0, "Normal process"},
     {1, "Custom process"},
 };
 
-// Tag 41986.
-constexpr Row<const char*> kExposureModeRows[] = {
+constexpr Row<const char*> exposureModeNames[] = {
     {0, "Auto exposure"},
     {1, "Manual exposure"},
     {2, "Auto bracket"},
 };
 
-// Tag 41987.
-constexpr Row<const char*> kWhiteBalanceRows[] = {
+constexpr Row<const char*> whiteBalanceNames[] = {
     {0, "Auto white balance"},
     {1, "Manual white balance"},
 };
 
-// Tag 41990.
-constexpr Row<const char*> kSceneCaptureTypeRows[] = {
+constexpr Row<const char*> sceneCaptureTypeNames[] = {
     {0, "Standard"},
     {1, "Landscape"},
     {2, "Portrait"},
     {3, "Night scene"},
 };
 
-// Tag 41991.
-constexpr Row<const char*> kGainControlRows[] = {
+constexpr Row<const char*> gainControlNames[] = {
     {0, "None"},
     {1, "Low gain up"},
     {2, "High gain up"},
     {3, "High gain down"},
 };
 
-// Tag 41992.
-constexpr Row<const char*> kContrastRows[] = {
+constexpr Row<const char*> contrastNames[] = {
     {0, "Normal"},
     {1, "Soft"},
     {2, "Hard"},
 };
 
-// Tag 41993.
-constexpr Row<const char*> kSaturationRows[] = {
+constexpr Row<const char*> saturationNames[] = {
     {0, "Normal"},
     {1, "Low Saturation"},
     {2, "High Saturation"},
 };
 
-// Tag 41994.
-constexpr Row<const char*> kSharpnessRows[] = {
+constexpr Row<const char*> sharpnessNames[] = {
     {0, "Normal"},
     {1, "Soft"},
     {2, "Hard"},
 };
 
-// Tag 41996.
-constexpr Row<const char*> kSubjectDistanceRangeRows[] = {
+constexpr Row<const char*> subjectDistanceRangeNames[] = {
     {0, "unknown"},
     {1, "Macro"},
     {2, "Close view"},
 };
 
+// Tag 339: TIFF 6.0 section 19, and the complex types of its supplement.
+constexpr Row<const char*> kSampleFormatRows[] = {
+    {1, "Unsigned integer"},
+    {2, "Two's complement signed integer"},
+    {3, "IEEE floating point"},
+    {4, "Undefined"},
+    {5, "Complex integer"},
+    {6, "Complex IEEE floating point"},
+};
+
+// ColorType by tag 262: TIFF 6.0 section 8, its supplements and DNG.
+constexpr Row<const char*> kColorTypeRows[] = {
+    {0, "grayscale"},
+    {1, "grayscale"},
+    {2, "truecolor"},
+    {3, "indexed"},
+    {4, "Transparency Mask"},
+    {5, "CMYK"},
+    {6, "YCbCr"},
+    {8, "CIELab"},
+    {9, "ICCLab"},
+    {10, "ITULab"},
+    {32803, "CFA"},
+    {32844, "LogL"},
+    {32845, "LogLuv"},
+    {34892, "LinearRaw"},
+};
+
+// The tags that are shown by the name of their value.
+constexpr Row<TextMap> kValueNameRows[] = {
+    {259, kOrdered<compressionNames>},
+    {262, kOrdered<photometricInterpretationNames>},
+    {284, kOrdered<planarConfigurationNames>},
+    {317, kOrdered<predictorNames>},
+    {332, kOrdered<inkSetNames>},
+    {512, kOrdered<jpegProcNames>},
+    {531, kOrdered<yCbCrPositioningNames>},
+    {34850, kOrdered<exposureProgramNames>},
+    {37383, kOrdered<meteringModeNames>},
+    {37384, kOrdered<lightSourceNames>},
+    {40961, kOrdered<colorSpaceNames>},
+    {41495, kOrdered<sensingMethodNames>},
+    {41728, kOrdered<fileSourceNames>},
+    {41729, kOrdered<sceneTypeNames>},
+    {41985, kOrdered<customRenderedNames>},
+    {41986, kOrdered<exposureModeNames>},
+    {41987, kOrdered<whiteBalanceNames>},
+    {41990, kOrdered<sceneCaptureTypeNames>},
+    {41991, kOrdered<gainControlNames>},
+    {41992, kOrdered<contrastNames>},
+    {41993, kOrdered<saturationNames>},
+    {41994, kOrdered<sharpnessNames>},
+    {41996, kOrdered<subjectDistanceRangeNames>},
+};
 // clang-format on
+
+constexpr OrderedMap<TextMap> kValueNames(kOrdered<kValueNameRows>);
 
 constexpr Row<double> kGrayResponseUnitRows[] = {
     {1, 0.1}, {2, 0.01}, {3, 0.001}, {4, 0.0001}, {5, 0.00001},
@@ -237,30 +270,13 @@ constexpr Row<double> kGrayResponseUnitRows[] = {
 
 }  // namespace
 
-constinit const TextMap compressionNames(kOrdered<kCompressionRows>);
-constinit const TextMap photometricInterpretationNames(kOrdered<kPhotometricInterpretationRows>);
-constinit const TextMap planarConfigurationNames(kOrdered<kPlanarConfigurationRows>);
 constinit const TextMap resolutionUnitNames(kOrdered<kResolutionUnitRows>);
-constinit const TextMap predictorNames(kOrdered<kPredictorRows>);
-constinit const TextMap inkSetNames(kOrdered<kInkSetRows>);
-constinit const TextMap jpegProcNames(kOrdered<kJPEGProcRows>);
-constinit const TextMap yCbCrPositioningNames(kOrdered<kYCbCrPositioningRows>);
-constinit const TextMap exposureProgramNames(kOrdered<kExposureProgramRows>);
-constinit const TextMap meteringModeNames(kOrdered<kMeteringModeRows>);
-constinit const TextMap lightSourceNames(kOrdered<kLightSourceRows>);
-constinit const TextMap colorSpaceNames(kOrdered<kColorSpaceRows>);
-constinit const TextMap sensingMethodNames(kOrdered<kSensingMethodRows>);
-constinit const TextMap fileSourceNames(kOrdered<kFileSourceRows>);
-constinit const TextMap sceneTypeNames(kOrdered<kSceneTypeRows>);
-constinit const TextMap customRenderedNames(kOrdered<kCustomRenderedRows>);
-constinit const TextMap exposureModeNames(kOrdered<kExposureModeRows>);
-constinit const TextMap whiteBalanceNames(kOrdered<kWhiteBalanceRows>);
-constinit const TextMap sceneCaptureTypeNames(kOrdered<kSceneCaptureTypeRows>);
-constinit const TextMap gainControlNames(kOrdered<kGainControlRows>);
-constinit const TextMap contrastNames(kOrdered<kContrastRows>);
-constinit const TextMap saturationNames(kOrdered<kSaturationRows>);
-constinit const TextMap sharpnessNames(kOrdered<kSharpnessRows>);
-constinit const TextMap subjectDistanceRangeNames(kOrdered<kSubjectDistanceRangeRows>);
+constinit const TextMap sampleFormatNames(kOrdered<kSampleFormatRows>);
+constinit const TextMap colorTypeNames(kOrdered<kColorTypeRows>);
 constinit const OrderedMap<double> grayResponseUnits(kOrdered<kGrayResponseUnitRows>);
+
+const TextMap* valueNames(std::uint16_t tagId) {
+    return kValueNames.find(tagId);
+}
 
 }  // namespace ifdsweep::module

@@ -4,7 +4,7 @@
 
 #include "adapter/messages.h"
 #include "dict/number_conversion.h"
-#include "dict/tag_names.h"
+#include "dict/value_names.h"
 #include "ifd/ifd.h"
 #include "tag/special_tags.h"
 #include "tag/tiff_tag.h"
@@ -12,25 +12,6 @@
 namespace ifdsweep::module {
 
 namespace {
-
-// TIFF 6.0 section 8, its supplements and DNG.
-constexpr Row<const char*> kColorTypeRows[] = {
-    {0, "grayscale"},
-    {1, "grayscale"},
-    {2, "truecolor"},
-    {3, "indexed"},
-    {4, "Transparency Mask"},
-    {5, "CMYK"},
-    {6, "YCbCr"},
-    {8, "CIELab"},
-    {9, "ICCLab"},
-    {10, "ITULab"},
-    {32803, "CFA"},
-    {32844, "LogL"},
-    {32845, "LogLuv"},
-    {34892, "LinearRaw"},
-};
-constexpr TextMap kColorTypeNames(kOrdered<kColorTypeRows>);
 
 std::vector<double> copyOf(const NumericValues& numbers) {
     std::vector<double> copy(numbers.size());
@@ -95,7 +76,7 @@ void IFD::processRequiredFields() {
 void IFD::setColorType(qxArray* records, std::size_t index) const {
     const bool inTable = photometric >= 0 && photometric <= 0xFFFF;
     const char* const* name =
-        inTable ? kColorTypeNames.find(static_cast<std::uint16_t>(photometric)) : nullptr;
+        inTable ? colorTypeNames.find(static_cast<std::uint16_t>(photometric)) : nullptr;
     setField(records, index, "ColorType",
              name == nullptr ? makeDoubleScalar(photometric) : makeString(*name));
 }

@@ -13,31 +13,11 @@ namespace ifdsweep::module {
 
 namespace {
 
-/// The kind of the directories that a pointer tag leads to.
-IFDtype_t_ kindOfChain(std::uint16_t pointerId) {
-    switch (pointerId) {
-        case kInteroperability:
-            return interopIFD;
-        case kGps:
-            return GPSIFD;
-        case kExif:
-            return exifIFD;
-        default:
-            return primaryIFD;
-    }
-}
-
+/// What a message calls a kind of directory; a kind that is none of the four has the last name.
 const char* kindText(IFDtype_t_ kind) {
-    switch (kind) {
-        case primaryIFD:
-            return "Primary";
-        case exifIFD:
-            return "Exif";
-        case GPSIFD:
-            return "GPS";
-        default:
-            return "Interoperability";
-    }
+    const auto* row = std::find_if(kPointerTags.begin(), kPointerTags.end() - 1,
+                                   [kind](const PointerTag& tag) { return tag.kind == kind; });
+    return row->kindName;
 }
 
 /// The offsets that a pointer tag holds: one from each 4-byte slot that begins inside its data,
@@ -53,11 +33,11 @@ std::vector<std::uint32_t> readOffsets(std::span<const std::uint8_t> data, std::
 
 }  // namespace
 
-bool TiffTag::processSubIfds() {
+bool TiffTag::processSubIfds(IFDtype_t_ chainKind) {
     const std::uint64_t position = tagFile->position();
     // Copied: nested tags use the same data buffer.
     for (const std::uint32_t offset : readOffsets(rawData, componentCount)) {
-        if (!processSubIfd(offset)) {
+        if (!processSubIfd(offset, chainKind)) {
             return false;
         }
     }
@@ -65,7 +45,7 @@ bool TiffTag::processSubIfds() {
     return true;
 }
 
-bool TiffTag::processSubIfd(std::uint64_t offset) {
+bool TiffTag::processSubIfd(std::uint64_t offset, IFDtype_t_ chainKind) {
     const Wide position = Wide{offset} + tagFile->baseOffset();
     if (!tagFile->seekTo(position)) {
         warn<MessageId::badSubIfdSeek>(lowBits(position));
@@ -76,7 +56,7 @@ bool TiffTag::processSubIfd(std::uint64_t offset) {
     }
     // All chains of a SubIFDs tag are shown, of the other pointers the first one.
     const bool isShown = tagId == kSubIfds || subIfds.empty();
-    if (OwnedValue records = tagFile->readChain(kindOfChain(tagId), isShown)) {
+    if (OwnedValue records = tagFile->readChain(chainKind, isShown)) {
         subIfds.push_back(std::move(records));
     }
     return true;

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "dict/number_conversion.h"
+#include "dict/value_names.h"
 #include "tag/special_tags.h"
 #include "tag/tiff_tag.h"
 
@@ -12,16 +13,8 @@ namespace ifdsweep::module {
 
 namespace {
 
-// TIFF 6.0 section 19, and the complex types of its supplement.
-constexpr Row<const char*> kSampleFormatRows[] = {
-    {1, "Unsigned integer"},    {2, "Two's complement signed integer"},
-    {3, "IEEE floating point"}, {4, "Undefined"},
-    {5, "Complex integer"},     {6, "Complex IEEE floating point"},
-};
-constexpr TextMap kSampleFormatNames(kOrdered<kSampleFormatRows>);
-
 OwnedValue sampleFormatName(double code) {
-    return makeString(search_map(&kSampleFormatNames, toLowBits<16>(code)));
+    return makeString(search_map(&sampleFormatNames, toLowBits<16>(code)));
 }
 
 OwnedValue doubleRow(const NumericValues& numbers) {
@@ -47,19 +40,10 @@ OwnedValue trim_nulls(std::string_view text) {
 }
 
 OwnedValue TiffTag::getQxArray() {
+    if (isPointerTag(tagId)) {
+        return getQxArraySubIfds();
+    }
     switch (tagId) {
-        case kExif:
-        case kGps:
-        case kInteroperability:
-            assert(!subIfds.empty());
-            return std::move(subIfds.front());
-        case kSubIfds: {
-            OwnedValue cells = makeCellRow(subIfds.size());
-            for (std::size_t i = 0; i < subIfds.size(); ++i) {
-                setCell(cells.get(), i, std::move(subIfds[i]));
-            }
-            return cells;
-        }
         case kColorMap:
             return getQxArrayColormap();
         case kSampleFormat:
@@ -76,6 +60,18 @@ OwnedValue TiffTag::getQxArray() {
         return trim_nulls(stringValue);
     }
     return numericValues.empty() ? OwnedValue() : doubleRow(numericValues);
+}
+
+OwnedValue TiffTag::getQxArraySubIfds() {
+    if (tagId != kSubIfds) {
+        assert(!subIfds.empty());
+        return std::move(subIfds.front());
+    }
+    OwnedValue cells = makeCellRow(subIfds.size());
+    for (std::size_t i = 0; i < subIfds.size(); ++i) {
+        setCell(cells.get(), i, std::move(subIfds[i]));
+    }
+    return cells;
 }
 
 OwnedValue TiffTag::getQxArrayColormap() const {

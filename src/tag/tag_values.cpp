@@ -4,44 +4,18 @@
 
 #include "adapter/messages.h"
 #include "dict/number_conversion.h"
+#include "dict/value_names.h"
 #include "tag/tiff_tag.h"
 
 namespace ifdsweep::module {
 
-/// What is done to a tag once its data are loaded, by its id.
+/// The tags with a treatment of their own, by id.
 struct TiffTag::Decoders {
-    // clang-format off
     static constexpr Row<void (TiffTag::*)()> kRows[] = {
-        {259, &TiffTag::processCompression},
-        {262, &TiffTag::processPhotometricInterpretation},
-        {270, &TiffTag::processImageDescription},
-        {284, &TiffTag::processPlanarConfiguration},
-        {290, &TiffTag::processGrayResponseUnit},
-        {296, &TiffTag::processResolutionUnit},
-        {317, &TiffTag::processPredictor},
-        {332, &TiffTag::processInkSet},
-        {512, &TiffTag::processJPEGProc},
-        {531, &TiffTag::processYCbCrPositioning},
-        {700, &TiffTag::processXMP},
+        {270, &TiffTag::processImageDescription}, {290, &TiffTag::processGrayResponseUnit},
+        {296, &TiffTag::processResolutionUnit},   {700, &TiffTag::processXMP},
         {34675, &TiffTag::processICCProfile},
-        {34850, &TiffTag::processExposureProgram},
-        {37383, &TiffTag::processMeteringMode},
-        {37384, &TiffTag::processLightSource},
-        {40961, &TiffTag::processColorSpace},
-        {41495, &TiffTag::processSensingMethod},
-        {41728, &TiffTag::processFileSource},
-        {41729, &TiffTag::processSceneType},
-        {41985, &TiffTag::processCustomRendered},
-        {41986, &TiffTag::processExposureMode},
-        {41987, &TiffTag::processWhiteBalance},
-        {41990, &TiffTag::processSceneCaptureType},
-        {41991, &TiffTag::processGainControl},
-        {41992, &TiffTag::processContrast},
-        {41993, &TiffTag::processSaturation},
-        {41994, &TiffTag::processSharpness},
-        {41996, &TiffTag::processSubjectDistanceRange},
     };
-    // clang-format on
     static constexpr OrderedMap<void (TiffTag::*)()> kById{kOrdered<kRows>};
 };
 
@@ -61,6 +35,8 @@ void TiffTag::processSpecificTag() {
     }
     if (const auto* decode = Decoders::kById.find(tagId)) {
         (this->**decode)();
+    } else if (const TextMap* names = valueNames(tagId)) {
+        nameValue(*names);
     }
 }
 

@@ -135,8 +135,8 @@ void TiffTag::validateTag() const {
 
 bool TiffTag::processGenericTag() {
     validateTag();
-    if (isPointerTag(tagId)) {
-        return processSubIfds();
+    if (const PointerTag* pointer = pointerTag(tagId)) {
+        return processSubIfds(pointer->kind);
     }
     if (!processNormalTagData()) {
         return false;

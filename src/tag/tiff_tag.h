@@ -17,7 +17,7 @@
 
 #include "adapter/values.h"
 #include "dict/ifd_type.h"
-#include "dict/value_names.h"
+#include "dict/ordered_map.h"
 #include "tag/numeric_values.h"
 
 namespace ifdsweep::module {
@@ -122,9 +122,12 @@ private:
     // Steps of the decoding; false when the entry must be dropped and its warning has been given.
     [[nodiscard]] bool decode(const std::uint8_t* entry);
     [[nodiscard]] bool setTagDataOffset(const std::uint8_t* entry, std::uint32_t width);
-    [[nodiscard]] bool processSubIfds();
-    [[nodiscard]] bool processSubIfd(std::uint64_t offset);
+    [[nodiscard]] bool processSubIfds(IFDtype_t_ chainKind);
+    [[nodiscard]] bool processSubIfd(std::uint64_t offset, IFDtype_t_ chainKind);
     [[nodiscard]] bool checkThatProposedNewSubIfdIsLegal() const;
+
+    /// The records of a pointer tag: those of the one chain, for SubIFDs a cell for each.
+    [[nodiscard]] OwnedValue getQxArraySubIfds();
 
     // Values by field type.
     void setNumbers(TIFFDataType itemType);
@@ -139,31 +142,6 @@ private:
     void processImageDescription();
     void processXMP();
     void processICCProfile();
-    // clang-format off
-    void processCompression() { nameValue(compressionNames); }
-    void processPhotometricInterpretation() { nameValue(photometricInterpretationNames); }
-    void processPlanarConfiguration() { nameValue(planarConfigurationNames); }
-    void processPredictor() { nameValue(predictorNames); }
-    void processInkSet() { nameValue(inkSetNames); }
-    void processJPEGProc() { nameValue(jpegProcNames); }
-    void processYCbCrPositioning() { nameValue(yCbCrPositioningNames); }
-    void processExposureProgram() { nameValue(exposureProgramNames); }
-    void processMeteringMode() { nameValue(meteringModeNames); }
-    void processLightSource() { nameValue(lightSourceNames); }
-    void processColorSpace() { nameValue(colorSpaceNames); }
-    void processSensingMethod() { nameValue(sensingMethodNames); }
-    void processFileSource() { nameValue(fileSourceNames); }
-    void processSceneType() { nameValue(sceneTypeNames); }
-    void processCustomRendered() { nameValue(customRenderedNames); }
-    void processExposureMode() { nameValue(exposureModeNames); }
-    void processWhiteBalance() { nameValue(whiteBalanceNames); }
-    void processSceneCaptureType() { nameValue(sceneCaptureTypeNames); }
-    void processGainControl() { nameValue(gainControlNames); }
-    void processContrast() { nameValue(contrastNames); }
-    void processSaturation() { nameValue(saturationNames); }
-    void processSharpness() { nameValue(sharpnessNames); }
-    void processSubjectDistanceRange() { nameValue(subjectDistanceRangeNames); }
-    // clang-format on
 
     bool dropped = false;
     std::array<std::uint8_t, 8> inlineData{};  ///< data that lay in the entry
