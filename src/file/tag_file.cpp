@@ -1,5 +1,6 @@
 #include "file/tag_file.h"
 
+#include <bit>
 #include <utility>
 
 #include "adapter/messages.h"
@@ -29,6 +30,9 @@ TagFile::TagFile(std::u16string name, std::uint64_t streamOffset, std::uint64_t 
 }
 
 TagFile::~TagFile() = default;
+
+static_assert(std::endian::native == std::endian::little,
+              "the host's byte order is taken for little-endian: build for such a machine");
 
 void TagFile::determineArchitectureEndianness() {
     hostIsBigEndian = false;

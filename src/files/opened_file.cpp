@@ -12,6 +12,10 @@
 
 #include "files/file_service.h"
 
+#ifndef __GLIBC__
+#error "what a stream has read ahead is looked up in glibc's FILE: build with glibc"
+#endif
+
 namespace ifdsweep {
 
 OpenedFile::OpenedFile(std::shared_ptr<const ByteSource> bytes, const qxFileStatus& fileStatus,
