@@ -2,6 +2,7 @@
 
 // Host values as the module holds them until they are handed over: an owning handle, and makers
 // for the shapes that the module uses. The handle frees a value that an exception leaves behind.
+// Stateless; a value belongs to the thread of its call.
 
 #include <array>
 #include <cstddef>

@@ -1,5 +1,7 @@
 #pragma once
 
+// The kinds of directories. Constants; any thread.
+
 #include <cstdint>
 
 namespace ifdsweep::module {

@@ -4,7 +4,8 @@
 // holds a key twice, the first row wins. Nothing is built when the module is loaded or called.
 //
 // `kOrdered` is the constant that owns the rows; `OrderedMap` is the view of them that the readers
-// use. A key is found through the page of keys in which it lies, by two table accesses.
+// use. A key is found through the page of keys in which it lies, by two table accesses. A view owns
+// nothing; any thread.
 
 #include <array>
 #include <cstddef>

@@ -1,6 +1,6 @@
 #pragma once
 
-// A set of rows of one dictionary, such as the names that occur in a chain.
+// A set of rows of one dictionary, such as the names that occur in a chain. A value type.
 
 #include <array>
 #include <bit>

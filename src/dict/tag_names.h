@@ -1,6 +1,7 @@
 #pragma once
 
-// The dictionaries that name tags: the text is the name of the field in the record. Constants.
+// The dictionaries that name tags: the text is the name of the field in the record. Constants;
+// any thread.
 
 #include "dict/ifd_type.h"
 #include "dict/ordered_map.h"

@@ -1,7 +1,10 @@
 #pragma once
 
 // One image file directory: what is kept of it until the chain's record is made. It owns the host
-// values of its tags; the tags themselves are gone once their directory is read.
+// values of its tags; the tags themselves are gone once their directory is read. One thread.
+//
+// Members are defined in ifd.cpp and, for the fields that it must show or derives, in
+// required_fields.cpp.
 
 #include <cstddef>
 #include <cstdint>

@@ -1,7 +1,9 @@
 #pragma once
 
 // One chain of directories of one kind. Constructing a tree reads the whole chain; making its
-// record hands all values over. It owns its directories.
+// record hands all values over. It owns its directories. One thread.
+//
+// Members are defined in ifd_tree.cpp (reading) and records.cpp (the record).
 
 #include <cstddef>
 #include <cstdint>

@@ -1,5 +1,7 @@
 #pragma once
 
+// The bytes of a file as numbers of this machine. Stateless; any thread.
+
 #include <cstddef>
 #include <cstdint>
 #include <cstring>

@@ -1,5 +1,8 @@
 #pragma once
 
+// A reader's own memory for what passes through. It owns the memory, a span given out does not. One
+// thread.
+
 #include <cstddef>
 #include <cstdint>
 #include <memory>

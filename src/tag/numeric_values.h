@@ -2,7 +2,7 @@
 
 // The numbers of one tag, read as doubles from the packed items of its field type. A view: the
 // items, in host byte order, belong to the reader's buffer and are converted when asked for, so
-// that a long value exists as doubles only once, in the host's array.
+// that a long value exists as doubles only once, in the host's array. One thread.
 
 #include <cassert>
 #include <cstddef>

@@ -11,11 +11,15 @@ namespace ifdsweep::module {
 
 /// The tags with a treatment of their own, by id.
 struct TiffTag::Decoders {
+    // clang-format off
     static constexpr Row<void (TiffTag::*)()> kRows[] = {
-        {270, &TiffTag::processImageDescription}, {290, &TiffTag::processGrayResponseUnit},
-        {296, &TiffTag::processResolutionUnit},   {700, &TiffTag::processXMP},
+        {270, &TiffTag::processImageDescription},
+        {290, &TiffTag::processGrayResponseUnit},
+        {296, &TiffTag::processResolutionUnit},
+        {700, &TiffTag::processXMP},
         {34675, &TiffTag::processICCProfile},
     };
+    // clang-format on
     static constexpr OrderedMap<void (TiffTag::*)()> kById{kOrdered<kRows>};
 };
 

@@ -5,7 +5,10 @@
 // A tag lives only while its directory is being read: the constructor decodes the entry, the
 // directory takes the host value (`getQxArray`, `setUnknownTagQx`) and the tag goes. Its data are
 // views of the tag file's buffer, valid until the next entry is decoded; nothing is copied on the
-// way from the file to the host's value. Texts of names are the constant tables' own.
+// way from the file to the host's value. Texts of names are the constant tables' own. One thread.
+//
+// Members are defined in tiff_tag.cpp (decoding), tag_data.cpp (data by field type), tag_values.cpp
+// (names and special treatments), sub_ifds.cpp (pointers) and tag_export.cpp (host values).
 
 #include <array>
 #include <cstddef>
