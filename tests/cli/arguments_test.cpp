@@ -18,7 +18,7 @@ ifdsweep::CommandLine parse(std::vector<const char*> words) {
     return ifdsweep::parseCommandLine(static_cast<int>(words.size()), words.data());
 }
 
-TEST(ArgumentsTest, defaults) {
+TEST(Arguments, Defaults) {
     const auto line = parse({"a.tif"});
     ASSERT_EQ(line.action, Action::read) << line.text;
     EXPECT_FALSE(line.options.read.offset.has_value());
@@ -29,7 +29,7 @@ TEST(ArgumentsTest, defaults) {
     EXPECT_EQ(line.options.input.paths, std::vector<std::string>{"a.tif"});
 }
 
-TEST(ArgumentsTest, numbersAreTakenAsDoubles) {
+TEST(Arguments, NumbersAreTakenAsDoubles) {
     const std::pair<const char*, double> rows[] = {
         {"0", 0},
         {"2.9", 2.9},
@@ -60,13 +60,13 @@ TEST(ArgumentsTest, numbersAreTakenAsDoubles) {
     EXPECT_TRUE(std::isnan(parse({"--max", "nan", "f"}).options.read.max));
 }
 
-TEST(ArgumentsTest, formats) {
+TEST(Arguments, Formats) {
     EXPECT_EQ(parse({"--format", "json", "f"}).options.output.format, ifdsweep::Format::json);
     EXPECT_EQ(parse({"--format=typed", "f"}).options.output.format, ifdsweep::Format::typed);
     EXPECT_EQ(parse({"--format", "text", "f"}).options.output.format, ifdsweep::Format::text);
 }
 
-TEST(ArgumentsTest, valueBudget) {
+TEST(Arguments, ValueBudget) {
     EXPECT_FALSE(parse({"f"}).options.read.valueBudget.has_value());
     EXPECT_EQ(parse({"--value-budget", "1048576", "f"}).options.read.valueBudget, 1048576U);
     EXPECT_EQ(parse({"--value-budget", "unlimited", "f"}).options.read.valueBudget,
@@ -74,14 +74,14 @@ TEST(ArgumentsTest, valueBudget) {
     EXPECT_EQ(parse({"--value-budget", "unlimited", "f"}).options.read.readBudget, std::nullopt);
 }
 
-TEST(ArgumentsTest, readBudget) {
+TEST(Arguments, ReadBudget) {
     EXPECT_EQ(parse({"--read-budget", "0", "f"}).options.read.readBudget, 0U);
     EXPECT_EQ(parse({"--read-budget", "1048576", "f"}).options.read.readBudget, 1048576U);
     EXPECT_EQ(parse({"--read-budget", "unlimited", "f"}).options.read.readBudget,
               ifdsweep::kUnlimitedReads);
 }
 
-TEST(ArgumentsTest, everyFileNameComesThrough) {
+TEST(Arguments, EveryFileNameComesThrough) {
     const std::vector<std::vector<const char*>> rows = {
         {"a", "b", "c"}, {"[a,b]"},      {"[]"}, {"\n[a]", "[a]", "\n\n[b,c]"},
         {"++", "%%"},    {"a,b", "a b"}, {""},   {"a\xFF\n"},
@@ -96,7 +96,7 @@ TEST(ArgumentsTest, everyFileNameComesThrough) {
               (std::vector<std::string>{"-1", "--max", "[x]"}));
 }
 
-TEST(ArgumentsTest, wrongUsageIsToldWithTheOption) {
+TEST(Arguments, WrongUsageIsToldWithTheOption) {
     const std::pair<std::vector<const char*>, const char*> rows[] = {
         {{}, "PATH"},
         {{"--max", "1"}, "PATH"},
@@ -161,14 +161,14 @@ TEST(ArgumentsTest, wrongUsageIsToldWithTheOption) {
     }
 }
 
-TEST(ArgumentsTest, aComplaintIsOneLine) {
+TEST(Arguments, AComplaintIsOneLine) {
     for (const auto& words : std::vector<std::vector<const char*>>{
              {}, {"--max"}, {"--bogus"}, {"--format", "xml"}, {"--compact", "--pretty", "f"}}) {
         EXPECT_EQ(parse(words).text.find('\n'), std::string::npos) << parse(words).text;
     }
 }
 
-TEST(ArgumentsTest, input) {
+TEST(Arguments, Input) {
     const ifdsweep::InputChoice none = parse({"f"}).options.input;
     EXPECT_TRUE(none.recursive);
     EXPECT_FALSE(none.nulSeparated || none.followLinks || none.everyFile);
@@ -188,7 +188,7 @@ TEST(ArgumentsTest, input) {
     EXPECT_TRUE(input.paths.empty());
 }
 
-TEST(ArgumentsTest, output) {
+TEST(Arguments, Output) {
     const ifdsweep::OutputChoice none = parse({"f"}).options.output;
     EXPECT_EQ(none.layout, ifdsweep::JsonLayout::filePerLine);
     EXPECT_EQ(none.warnings, ifdsweep::WarningDetail::each);
@@ -219,7 +219,7 @@ TEST(ArgumentsTest, output) {
               ifdsweep::JsonLayout::pretty);
 }
 
-TEST(ArgumentsTest, run) {
+TEST(Arguments, Run) {
     const ifdsweep::RunChoice none = parse({"f"}).options.run;
     const ifdsweep::WorkerChoice workers = parse({"f"}).options.workers;
     EXPECT_FALSE(workers.jobs || workers.timeout || workers.memory || none.strict);
@@ -238,7 +238,7 @@ TEST(ArgumentsTest, run) {
     EXPECT_EQ(parse({"--timeout", "inf", "f"}).options.workers.timeout, INFINITY);
 }
 
-TEST(ArgumentsTest, informationNeedsNoPath) {
+TEST(Arguments, InformationNeedsNoPath) {
     const auto tags = parse({"--list-tags"});
     EXPECT_EQ(tags.action, Action::print);
     EXPECT_NE(tags.text.find("271\tMake\tTIFF\n"), std::string::npos);
@@ -248,7 +248,7 @@ TEST(ArgumentsTest, informationNeedsNoPath) {
     EXPECT_EQ(parse({"--explain", "ifdsweep:outOfMemory"}).text, message.text);
 }
 
-TEST(ArgumentsTest, helpNamesEveryOption) {
+TEST(Arguments, HelpNamesEveryOption) {
     for (const char* const option : {"-h", "--help"}) {
         const auto line = parse({option});
         ASSERT_EQ(line.action, Action::print);
@@ -263,14 +263,14 @@ TEST(ArgumentsTest, helpNamesEveryOption) {
     }
 }
 
-TEST(ArgumentsTest, helpAndVersionComeBeforeComplaintsAboutCombinations) {
+TEST(Arguments, HelpAndVersionComeBeforeComplaintsAboutCombinations) {
     for (const char* const option : {"-h", "--help", "--version"}) {
         EXPECT_EQ(parse({"--compact", "--pretty", option}).action, Action::print) << option;
         EXPECT_EQ(parse({"--compact", option}).action, Action::print) << option;
     }
 }
 
-TEST(ArgumentsTest, version) {
+TEST(Arguments, Version) {
     const auto line = parse({"--version"});
     EXPECT_EQ(line.action, Action::print);
     EXPECT_EQ(line.text, "ifdsweep 1.0.0\n");

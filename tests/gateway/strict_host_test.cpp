@@ -503,22 +503,22 @@ const Case kCases[] = {
     {"NoTiff", noTiff},
 };
 
-class StrictHostTest : public testing::TestWithParam<Case> {
+class StrictHostCall : public testing::TestWithParam<Case> {
 protected:
     void SetUp() override { ASSERT_NE(entryPoint(), nullptr) << dlerror(); }
 
     const TiffFile file = GetParam().make();
 };
-INSTANTIATE_TEST_SUITE_P(Files, StrictHostTest, testing::ValuesIn(kCases),
+INSTANTIATE_TEST_SUITE_P(Files, StrictHostCall, testing::ValuesIn(kCases),
                          [](const testing::TestParamInfo<Case>& made) {
                              return std::string(made.param.name);
                          });
 
-TEST_P(StrictHostTest, ACallLeavesItsResultAndNothingElse) {
+TEST_P(StrictHostCall, ACallLeavesItsResultAndNothingElse) {
     EXPECT_EQ(call(file).broken, "");
 }
 
-TEST_P(StrictHostTest, EveryOperationThatFailsEndsTheCallAndNothingIsLeft) {
+TEST_P(StrictHostCall, EveryOperationThatFailsEndsTheCallAndNothingIsLeft) {
     const std::size_t operations = call(file).operations;
     ASSERT_GT(operations, kInputs);
     std::map<std::string, std::size_t> failed;
@@ -534,7 +534,7 @@ TEST_P(StrictHostTest, EveryOperationThatFailsEndsTheCallAndNothingIsLeft) {
     }
 }
 
-TEST_P(StrictHostTest, ABadNumericCastIsAnErrorOnceTheFileIsOpen) {
+TEST_P(StrictHostCall, ABadNumericCastIsAnErrorOnceTheFileIsOpen) {
     const std::size_t operations = call(file).operations;
     std::size_t translated = 0;
     for (std::size_t failing = 1; failing <= operations; ++failing) {

@@ -10,7 +10,7 @@
 
 namespace {
 
-TEST(OutputTest, keepsOrderAcrossTheBuffer) {
+TEST(Outputs, KeepsOrderAcrossTheBuffer) {
     ifdsweep::StringSink sink;
     ifdsweep::Output output(sink);
     std::string expected;
@@ -29,7 +29,7 @@ TEST(OutputTest, keepsOrderAcrossTheBuffer) {
     EXPECT_EQ(sink.text, expected);
 }
 
-TEST(OutputTest, givesTheSinkLargePiecesOnly) {
+TEST(Outputs, GivesTheSinkLargePiecesOnly) {
     struct CountingSink final : ifdsweep::ByteSink {
         void write(std::string_view) override { ++writes; }
         int writes = 0;
@@ -44,7 +44,7 @@ TEST(OutputTest, givesTheSinkLargePiecesOnly) {
     EXPECT_EQ(sink.writes, 4);
 }
 
-TEST(OutputTest, reservedMemoryIsTakenUpByCommit) {
+TEST(Outputs, ReservedMemoryIsTakenUpByCommit) {
     ifdsweep::StringSink sink;
     ifdsweep::Output output(sink);
     output.append("ab");
@@ -69,14 +69,14 @@ int errorOfWriting(int descriptor) {
     return 0;
 }
 
-TEST(OutputTest, aFullDiskIsAnError) {
+TEST(Outputs, AFullDiskIsAnError) {
     const int descriptor = ::open("/dev/full", O_WRONLY | O_CLOEXEC);
     ASSERT_GE(descriptor, 0);
     EXPECT_EQ(errorOfWriting(descriptor), ENOSPC);
     ::close(descriptor);
 }
 
-TEST(OutputTest, aClosedPipeIsAnErrorWhereSignalsAreIgnored) {
+TEST(Outputs, AClosedPipeIsAnErrorWhereSignalsAreIgnored) {
     int ends[2];
     ASSERT_EQ(::pipe(ends), 0);
     ::close(ends[0]);

@@ -27,15 +27,15 @@ using programrun::Launch;
 using programrun::linesOf;
 using programrun::Running;
 
-class BadInputTest : public programrun::ProgramTest {
+class BadInput : public programrun::ProgramRun {
 protected:
     void SetUp() override {
-        programrun::ProgramTest::SetUp();
+        programrun::ProgramRun::SetUp();
         programfiles::writePair(in("."));
     }
 };
 
-TEST_F(BadInputTest, eachCostsOneLineAndNoOther) {
+TEST_F(BadInput, EachCostsOneLineAndNoOther) {
     fs::create_symlink("nowhere", in("link"));
     ASSERT_EQ(::mkfifo(in("pipe").c_str(), 0600), 0);
     constexpr const char* kDevice =
@@ -67,7 +67,7 @@ TEST_F(BadInputTest, eachCostsOneLineAndNoOther) {
     }
 }
 
-TEST_F(BadInputTest, whatMayNotBeReadIsToldOf) {
+TEST_F(BadInput, WhatMayNotBeReadIsToldOf) {
     fs::create_directories(in("all/closed"));
     programfiles::write(in("all/closed/c.tif"), programfiles::image(7));
     programfiles::write(in("all/d.tif"), programfiles::image(7));
@@ -95,7 +95,7 @@ TEST_F(BadInputTest, whatMayNotBeReadIsToldOf) {
     EXPECT_EQ(linesOf(failures)[0].find("all/closed\t# cannot read the folder"), 0U) << failures;
 }
 
-TEST_F(BadInputTest, pipesAndDevicesInFoldersAreLeftAlone) {
+TEST_F(BadInput, PipesAndDevicesInFoldersAreLeftAlone) {
     fs::create_directory(in("all"));
     programfiles::write(in("all/a.tif"), programfiles::image(7));
     programfiles::write(in("all/b.tif"), programfiles::image(7));
@@ -105,7 +105,7 @@ TEST_F(BadInputTest, pipesAndDevicesInFoldersAreLeftAlone) {
     EXPECT_EQ(run({"--all", "all"}).error, "ifdsweep: 2 files read, 0 failed, 2 directories\n");
 }
 
-TEST_F(BadInputTest, lists) {
+TEST_F(BadInput, Lists) {
     programrun::write(in("list"), "a.tif\n\nnone.tif\n\nb.tif");
     const Ending given =
         run({"--format", "ndjson", "--files-from", "list", "--failures", "failed"});
@@ -134,7 +134,7 @@ TEST_F(BadInputTest, lists) {
     EXPECT_EQ(none.error, "ifdsweep: 0 files read, 0 failed, 0 directories\n");
 }
 
-TEST_F(BadInputTest, listsFromTheStandardInput) {
+TEST_F(BadInput, ListsFromTheStandardInput) {
     programfiles::write(in("two\nlines.tif"), programfiles::image(7));
     programfiles::write(in("-"), programfiles::image(8));
     const std::string expected = run({"--format", "typed", "a.tif", "two\nlines.tif"}).out;
@@ -151,7 +151,7 @@ TEST_F(BadInputTest, listsFromTheStandardInput) {
               "(ifdsweep:inputFailure)");
 }
 
-TEST_F(BadInputTest, failuresAreReadAgain) {
+TEST_F(BadInput, FailuresAreReadAgain) {
     programfiles::write(in("bad # 1.tif"), {'I', 'I', 42, 0});
     programfiles::write(in("two\nlines.tif"), {'I', 'I', 42, 0});
     const std::vector<std::string> paths{"a.tif", "bad # 1.tif", "two\nlines.tif", "none.tif"};
@@ -175,7 +175,7 @@ TEST_F(BadInputTest, failuresAreReadAgain) {
     EXPECT_EQ(linesOf(third.error).back(), "ifdsweep: 0 files read, 2 failed, 0 directories");
 }
 
-TEST_F(BadInputTest, aFullListOfFailuresEndsNothing) {
+TEST_F(BadInput, AFullListOfFailuresEndsNothing) {
     const Ending given = run({"--failures", "/dev/full", "none", "a.tif"});
     EXPECT_EQ(given.status, 1);
     const auto lines = linesOf(given.error);
@@ -183,7 +183,7 @@ TEST_F(BadInputTest, aFullListOfFailuresEndsNothing) {
     EXPECT_EQ(lines[1], "ifdsweep: cannot write /dev/full: No space left on device");
 }
 
-TEST_F(BadInputTest, theStandardInputIsAnImage) {
+TEST_F(BadInput, TheStandardInputIsAnImage) {
     // All but the name and the time of the file.
     const auto recordsOf = [](const std::string& text) {
         const auto isKept = [](int, nlohmann::json::parse_event_t event, nlohmann::json& parsed) {
@@ -207,7 +207,7 @@ TEST_F(BadInputTest, theStandardInputIsAnImage) {
               "File,Directory,Width\r\na.tif,0,7\r\n-,0,4\r\n-,1,4\r\n-,0,4\r\n-,1,4\r\n");
 }
 
-TEST_F(BadInputTest, theStandardInputCanBeBad) {
+TEST_F(BadInput, TheStandardInputCanBeBad) {
     const std::pair<const char*, const char*> rows[] = {
         {"$PROGRAM - <&-", "ifdsweep: cannot read the standard input: Bad file descriptor\n"},
         {"$PROGRAM - < /proc", "ifdsweep: cannot read the standard input: Is a directory\n"},
@@ -229,10 +229,10 @@ TEST_F(BadInputTest, theStandardInputCanBeBad) {
 }
 
 /// The program on a terminal of its own, for one or two of its streams.
-class TerminalTest : public programrun::ProgramTest {
+class Terminals : public programrun::ProgramRun {
 protected:
     void SetUp() override {
-        programrun::ProgramTest::SetUp();
+        programrun::ProgramRun::SetUp();
         programfiles::write(in("a.tif"), programfiles::damagedImage());
         programfiles::write(in("slow.tif"), programfiles::endlessImage());
         int given = -1;
@@ -245,7 +245,7 @@ protected:
     void TearDown() override {
         ::close(terminal);
         ::close(other);
-        programrun::ProgramTest::TearDown();
+        programrun::ProgramRun::TearDown();
     }
 
     /// What the terminal shows and did not show before.
@@ -263,7 +263,7 @@ protected:
     std::string device;
 };
 
-TEST_F(TerminalTest, progressIsShownThereAndNowhereElse) {
+TEST_F(Terminals, ProgressIsShownThereAndNowhereElse) {
     Launch launch;
     launch.arguments = {"--read-budget", "unlimited", "--value-budget", "unlimited",
                         "--format",      "ndjson",    "--jobs",         "1",
@@ -288,7 +288,7 @@ TEST_F(TerminalTest, progressIsShownThereAndNowhereElse) {
     EXPECT_EQ(out.find('\r'), std::string::npos);
 }
 
-TEST_F(TerminalTest, withoutProgressNoneIsShown) {
+TEST_F(Terminals, WithoutProgressNoneIsShown) {
     Launch launch;
     launch.arguments = {"--no-progress", "--read-budget", "unlimited", "--value-budget",
                         "unlimited",     "--timeout",     "0.5",       "--format",
@@ -301,7 +301,7 @@ TEST_F(TerminalTest, withoutProgressNoneIsShown) {
     EXPECT_EQ(text.find('\x1b'), std::string::npos) << text;
 }
 
-TEST_F(TerminalTest, aListFromAPipeIsReadOnceOnly) {
+TEST_F(Terminals, AListFromAPipeIsReadOnceOnly) {
     // Whoever counts for the progress line must not take lines away.
     ASSERT_EQ(::mkfifo((folder / "list").c_str(), 0600), 0);
     Launch launch;
@@ -319,7 +319,7 @@ TEST_F(TerminalTest, aListFromAPipeIsReadOnceOnly) {
     EXPECT_EQ(linesOf(endingOf(0).out).size(), 2000U);
 }
 
-TEST_F(TerminalTest, coloursAreForATerminalOnly) {
+TEST_F(Terminals, ColoursAreForATerminalOnly) {
     Launch launch;
     launch.arguments = {"a.tif"};
     launch.out = device;

@@ -41,7 +41,7 @@ std::vector<std::string> operator+(std::vector<std::string> left,
     return left;
 }
 
-class BatchRunTest : public programrun::ProgramTest {
+class BatchRuns : public programrun::ProgramTest {
 protected:
     /// Ends the worker that reads a file, as often as one does.
     void endReaderOf(const Running& program, const std::string& fileName, int times) const {
@@ -57,7 +57,7 @@ protected:
     }
 };
 
-TEST_F(BatchRunTest, theNumberOfJobsChangesNoByte) {
+TEST_F(BatchRuns, TheNumberOfJobsChangesNoByte) {
     fs::create_directories(in("many/folder"));
     programfiles::writeMany(in("many"), 100);
     programfiles::writeMany(in("many/folder"), 100);
@@ -85,7 +85,7 @@ TEST_F(BatchRunTest, theNumberOfJobsChangesNoByte) {
     }
 }
 
-TEST_F(BatchRunTest, aBatchWritesWhatEachFileAloneWould) {
+TEST_F(BatchRuns, ABatchWritesWhatEachFileAloneWould) {
     programfiles::writeMany(in(""), 32);
     std::string alone;
     for (const std::string& name : names()) {
@@ -95,7 +95,7 @@ TEST_F(BatchRunTest, aBatchWritesWhatEachFileAloneWould) {
               alone);
 }
 
-TEST_F(BatchRunTest, largePartsKeepTheirPlace) {
+TEST_F(BatchRuns, LargePartsKeepTheirPlace) {
     // Each is more than is kept in memory, and small ones stand between them.
     fixture::TiffBuilder builder({fixture::Layout::classic, fixture::ByteOrder::little});
     std::vector<std::int64_t> numbers(300000);
@@ -118,7 +118,7 @@ TEST_F(BatchRunTest, largePartsKeepTheirPlace) {
     EXPECT_EQ(run(format + std::vector<std::string>{"--jobs", "3"} + files).out, alone);
 }
 
-TEST_F(BatchRunTest, moreFilesTakeNoMoreMemory) {
+TEST_F(BatchRuns, MoreFilesTakeNoMoreMemory) {
     fs::create_directory(in("many"));
     constexpr std::ptrdiff_t kFew = 3000;  // enough to fill the buffers, which are kept
     constexpr std::ptrdiff_t kMany = 8000;
@@ -172,7 +172,7 @@ TEST_F(BatchRunTest, moreFilesTakeNoMoreMemory) {
     EXPECT_EQ(linesOf(programrun::contents(in("failed"))).size(), 500U);
 }
 
-TEST_F(BatchRunTest, aWorkerThatDiesCostsItsFileAlone) {
+TEST_F(BatchRuns, AWorkerThatDiesCostsItsFileAlone) {
     programfiles::writeMany(in(""), 12);
     programfiles::write(in("00005a.tif"), programfiles::endlessImage());
     const std::vector<std::string> files = names();
@@ -202,7 +202,7 @@ TEST_F(BatchRunTest, aWorkerThatDiesCostsItsFileAlone) {
     }
 }
 
-TEST_F(BatchRunTest, whatWaitsOutlivesItsWorker) {
+TEST_F(BatchRuns, WhatWaitsOutlivesItsWorker) {
     // Behind a file that takes for ever, a worker makes much that has to wait, and ends.
     constexpr std::size_t kKinds = 7;
     programfiles::write(in("slow.tif"), programfiles::endlessImage());
@@ -257,7 +257,7 @@ TEST_F(BatchRunTest, whatWaitsOutlivesItsWorker) {
     EXPECT_LE(died, 1);
 }
 
-TEST_F(BatchRunTest, everyReaderOfABadFileMayDie) {
+TEST_F(BatchRuns, EveryReaderOfABadFileMayDie) {
     programfiles::write(in("a.tif"), programfiles::endlessImage());
     programfiles::write(in("b.tif"), programfiles::endlessImage());
     programfiles::write(in("c.tif"), programfiles::image(7));
@@ -274,7 +274,7 @@ TEST_F(BatchRunTest, everyReaderOfABadFileMayDie) {
     EXPECT_EQ(linesOf(given.error).back(), "ifdsweep: 1 file read, 3 failed, 1 directory");
 }
 
-TEST_F(BatchRunTest, theTimeLimitCostsOneFile) {
+TEST_F(BatchRuns, TheTimeLimitCostsOneFile) {
     programfiles::write(in("slow.tif"), programfiles::endlessImage());
     programfiles::write(in("a.tif"), programfiles::image(7));
     const Ending given = run(
@@ -294,7 +294,7 @@ TEST_F(BatchRunTest, theTimeLimitCostsOneFile) {
               "(ifdsweep:timeout)\n");
 }
 
-TEST_F(BatchRunTest, theMemoryLimitCostsOneFile) {
+TEST_F(BatchRuns, TheMemoryLimitCostsOneFile) {
     if (ifdsweep::kIsSanitized) {
         GTEST_SKIP() << "a sanitizer needs all address space";
     }
@@ -319,7 +319,7 @@ TEST_F(BatchRunTest, theMemoryLimitCostsOneFile) {
     EXPECT_EQ(none.out, "");
 }
 
-TEST_F(BatchRunTest, moreJobsThanDescriptorsAreFewerJobs) {
+TEST_F(BatchRuns, MoreJobsThanDescriptorsAreFewerJobs) {
     programfiles::writeMany(in(""), 64);
     Launch launch;
     launch.arguments = std::vector<std::string>{"--format", "ndjson", "--jobs", "1024"} + names();
@@ -333,7 +333,7 @@ TEST_F(BatchRunTest, moreJobsThanDescriptorsAreFewerJobs) {
         << given.error;
 }
 
-TEST_F(BatchRunTest, resultsAreSeenAsTheyCome) {
+TEST_F(BatchRuns, ResultsAreSeenAsTheyCome) {
     programfiles::write(in("a.tif"), programfiles::image(7));
     programfiles::write(in("slow.tif"), programfiles::endlessImage());
     const fs::path pipe = folder / "pipe";
@@ -357,7 +357,7 @@ TEST_F(BatchRunTest, resultsAreSeenAsTheyCome) {
     EXPECT_EQ(program.wait(), 130);
 }
 
-TEST_F(BatchRunTest, workersEndWithTheProgram) {
+TEST_F(BatchRuns, WorkersEndWithTheProgram) {
     programfiles::write(in("slow.tif"), programfiles::endlessImage());
     Launch launch;
     launch.arguments = kUnlimited + std::vector<std::string>{"--jobs", "2", "slow.tif", "slow.tif"};

@@ -41,7 +41,7 @@ void limit(int resource, rlim_t most) {
     }
 }
 
-class ExhaustionTest : public programrun::ProgramTest {
+class Exhaustion : public programrun::ProgramTest {
 protected:
     /// Writes images, each with a part of over 1 MiB.
     void writeLarge(int count) const {
@@ -80,7 +80,7 @@ protected:
     }
 };
 
-TEST_F(ExhaustionTest, fewDescriptorsCostFilesAtMost) {
+TEST_F(Exhaustion, FewDescriptorsCostFilesAtMost) {
     writeLarge(60);
     for (const rlim_t most : {rlim_t{20}, rlim_t{64}, rlim_t{256}}) {
         for (const char* const jobs : {"1", "4"}) {
@@ -95,7 +95,7 @@ TEST_F(ExhaustionTest, fewDescriptorsCostFilesAtMost) {
     }
 }
 
-TEST_F(ExhaustionTest, largePartsBehindASlowFileTakeNoDescriptors) {
+TEST_F(Exhaustion, LargePartsBehindASlowFileTakeNoDescriptors) {
     // Directories that share their numbers: many large parts come soon, from many workers at once.
     constexpr std::uint32_t kDirectories = 40;
     constexpr std::uint32_t kSize = 2 + 12 + 4;
@@ -146,7 +146,7 @@ TEST_F(ExhaustionTest, largePartsBehindASlowFileTakeNoDescriptors) {
     }
 }
 
-TEST_F(ExhaustionTest, aSoftLimitOfDescriptorsIsRaised) {
+TEST_F(Exhaustion, ASoftLimitOfDescriptorsIsRaised) {
     programfiles::write(in("slow.tif"), programfiles::endlessImage());
     Launch launch;
     launch.arguments = {"--read-budget", "unlimited", "--value-budget", "unlimited",
@@ -163,7 +163,7 @@ TEST_F(ExhaustionTest, aSoftLimitOfDescriptorsIsRaised) {
     }));
 }
 
-TEST_F(ExhaustionTest, oneProcessToSpareIsEnough) {
+TEST_F(Exhaustion, OneProcessToSpareIsEnough) {
     if (::geteuid() != 0) {
         GTEST_SKIP() << "needs a user without other processes, so rights to become one";
     }
@@ -193,7 +193,7 @@ TEST_F(ExhaustionTest, oneProcessToSpareIsEnough) {
     }
 }
 
-TEST_F(ExhaustionTest, littleAddressSpaceCostsFiles) {
+TEST_F(Exhaustion, LittleAddressSpaceCostsFiles) {
     if (ifdsweep::kIsSanitized) {
         GTEST_SKIP() << "a sanitizer needs all address space";
     }
@@ -205,7 +205,7 @@ TEST_F(ExhaustionTest, littleAddressSpaceCostsFiles) {
     }
 }
 
-TEST_F(ExhaustionTest, withoutRoomForTemporaryFilesLargePartsFail) {
+TEST_F(Exhaustion, WithoutRoomForTemporaryFilesLargePartsFail) {
     writeLarge(5);
     programfiles::write(in("small.tif"), programfiles::image(7));
     Launch launch = launchOf("2");
@@ -221,7 +221,7 @@ TEST_F(ExhaustionTest, withoutRoomForTemporaryFilesLargePartsFail) {
     EXPECT_EQ(run(launch).status, 0);
 }
 
-TEST_F(ExhaustionTest, aStoppedWorkerIsEnded) {
+TEST_F(Exhaustion, AStoppedWorkerIsEnded) {
     programfiles::write(in("slow.tif"), programfiles::endlessImage());
     programfiles::write(in("a.tif"), programfiles::image(7));
     Launch launch;
@@ -241,7 +241,7 @@ TEST_F(ExhaustionTest, aStoppedWorkerIsEnded) {
               "ifdsweep: 1 file read, 1 failed, 1 directory\n");
 }
 
-TEST_F(ExhaustionTest, whatTheParentIgnoresIsItsOwn) {
+TEST_F(Exhaustion, WhatTheParentIgnoresIsItsOwn) {
     programfiles::write(in("slow.tif"), programfiles::endlessImage());
     programfiles::write(in("a.tif"), programfiles::image(7));
     Launch launch;
@@ -264,7 +264,7 @@ TEST_F(ExhaustionTest, whatTheParentIgnoresIsItsOwn) {
               "(ifdsweep:workerDied)");
 }
 
-TEST_F(ExhaustionTest, aWorkerHasWhatItIsGivenAndNoMore) {
+TEST_F(Exhaustion, AWorkerHasWhatItIsGivenAndNoMore) {
     programfiles::write(in("slow.tif"), programfiles::endlessImage());
     Launch launch;
     launch.arguments = {"--read-budget", "unlimited", "--value-budget", "unlimited", "--jobs", "2",
@@ -297,7 +297,7 @@ TEST_F(ExhaustionTest, aWorkerHasWhatItIsGivenAndNoMore) {
     EXPECT_EQ(command, std::string("ifdsweep\0--worker-process\0", 26));
 }
 
-TEST_F(ExhaustionTest, aWorkerIsNothingForUsers) {
+TEST_F(Exhaustion, AWorkerIsNothingForUsers) {
     const Ending given = run(std::vector<std::string>{"--worker-process"});
     EXPECT_EQ(given.status, 2);
     EXPECT_EQ(given.error,
@@ -305,7 +305,7 @@ TEST_F(ExhaustionTest, aWorkerIsNothingForUsers) {
     EXPECT_EQ(given.out, "");
 }
 
-TEST_F(ExhaustionTest, aSlowFileKeepsNobodyWaiting) {
+TEST_F(Exhaustion, ASlowFileKeepsNobodyWaiting) {
     constexpr int kSmall = 20000;
     programfiles::write(in("slow.tif"), programfiles::endlessImage());
     programfiles::write(in("a.tif"), programfiles::image(7));

@@ -37,10 +37,10 @@ using programrun::linesOf;
 using programrun::readerOf;
 using programrun::Running;
 
-class InterruptionTest : public programrun::ProgramTest {
+class Interruptions : public programrun::ProgramRun {
 protected:
     void SetUp() override {
-        programrun::ProgramTest::SetUp();
+        programrun::ProgramRun::SetUp();
         programfiles::writePair(in("."));
         programfiles::write(in("slow.tif"), programfiles::endlessImage());
     }
@@ -57,7 +57,7 @@ protected:
     }
 };
 
-TEST_F(InterruptionTest, whatWasPrintedIsWhole) {
+TEST_F(Interruptions, WhatWasPrintedIsWhole) {
     for (const int signal : ifdsweep::Interruption::kSignals) {
         Running program = startEndless({"--format", "ndjson", "--jobs", "1"});
         ASSERT_TRUE(comesTrue([&] { return linesOf(endingOf(0).out).size() == 2; }));
@@ -75,7 +75,7 @@ TEST_F(InterruptionTest, whatWasPrintedIsWhole) {
     }
 }
 
-TEST_F(InterruptionTest, anOutputFileIsNotReplaced) {
+TEST_F(Interruptions, AnOutputFileIsNotReplaced) {
     programrun::write(in("table.csv"), "what was there\n");
     for (const char* const format : {"ndjson", "csv", "json", "text"}) {
         const auto before = names();
@@ -93,7 +93,7 @@ TEST_F(InterruptionTest, anOutputFileIsNotReplaced) {
     }
 }
 
-TEST_F(InterruptionTest, nothingStaysOfAnOutputThatWasNotFinished) {
+TEST_F(Interruptions, NothingStaysOfAnOutputThatWasNotFinished) {
     const auto before = names();
     for (const char* const format : {"ndjson", "csv"}) {
         // With more than its buffer holds, the output is being written.
@@ -106,7 +106,7 @@ TEST_F(InterruptionTest, nothingStaysOfAnOutputThatWasNotFinished) {
     }
 }
 
-TEST_F(InterruptionTest, atRandomMomentsLinesAreWhole) {
+TEST_F(Interruptions, AtRandomMomentsLinesAreWhole) {
     fs::create_directory(in("many"));
     programfiles::writeMany(in("many"), 1000);
     const std::string whole = run({"--format", "ndjson", "many"}).out;
@@ -132,7 +132,7 @@ TEST_F(InterruptionTest, atRandomMomentsLinesAreWhole) {
     }
 }
 
-TEST_F(InterruptionTest, oneFileEndsAtOnceToo) {
+TEST_F(Interruptions, OneFileEndsAtOnceToo) {
     Launch launch;
     launch.arguments = {"--read-budget", "unlimited", "--value-budget", "unlimited", "slow.tif"};
     Running program = start(launch);
@@ -143,7 +143,7 @@ TEST_F(InterruptionTest, oneFileEndsAtOnceToo) {
     EXPECT_EQ(given.out, "");
 }
 
-TEST_F(InterruptionTest, aSignalWhileTheListIsAwaited) {
+TEST_F(Interruptions, ASignalWhileTheListIsAwaited) {
     ASSERT_EQ(::mkfifo((folder / "list").c_str(), 0600), 0);
     Launch launch;
     launch.arguments = {"--format", "ndjson", "--files-from", "-"};
@@ -161,7 +161,7 @@ TEST_F(InterruptionTest, aSignalWhileTheListIsAwaited) {
               "ifdsweep: what was printed is whole lines\n");
 }
 
-TEST_F(InterruptionTest, theEndTellsHowToGoOn) {
+TEST_F(Interruptions, TheEndTellsHowToGoOn) {
     const std::pair<std::vector<std::string>, const char*> rows[] = {
         {{"--format", "ndjson", "--output", "o", "--resume", "j"},
          "ifdsweep: what is finished is kept; run the same command again to go on"},
@@ -187,7 +187,7 @@ bool hasAllSignals(pid_t process) {
     return text.str().find("ShdPnd:\t0000000000000000") != std::string::npos;
 }
 
-TEST_F(InterruptionTest, aSecondSignalEndsItAtOnceAndLeavesNothing) {
+TEST_F(Interruptions, ASecondSignalEndsItAtOnceAndLeavesNothing) {
     programrun::write(in("table.json"), "what was there\n");
     ASSERT_EQ(::mkfifo((folder / "unread").c_str(), 0600), 0);
     const int unread = ::open((folder / "unread").c_str(), O_RDWR | O_CLOEXEC);
@@ -232,7 +232,7 @@ TEST_F(InterruptionTest, aSecondSignalEndsItAtOnceAndLeavesNothing) {
     ::close(unread);
 }
 
-TEST_F(InterruptionTest, whatIsIgnoredAtTheStartStaysIgnored) {
+TEST_F(Interruptions, WhatIsIgnoredAtTheStartStaysIgnored) {
     // As nohup does, and a shell for the jobs that its scripts leave in the background.
     for (const auto& arguments :
          {std::vector<std::string>{"--format", "ndjson"},
@@ -258,7 +258,7 @@ TEST_F(InterruptionTest, whatIsIgnoredAtTheStartStaysIgnored) {
     }
 }
 
-TEST_F(InterruptionTest, aLostTerminalEndsTheWholeGroupInOrder) {
+TEST_F(Interruptions, ALostTerminalEndsTheWholeGroupInOrder) {
     // The signal goes to the workers too; none of their files failed.
     Launch launch;
     launch.arguments = {"--format",       "ndjson",    "--read-budget", "unlimited",
@@ -274,7 +274,7 @@ TEST_F(InterruptionTest, aLostTerminalEndsTheWholeGroupInOrder) {
     EXPECT_EQ(linesOf(given.error)[0], "ifdsweep: interrupted: 1 file read, 0 failed, 1 directory");
 }
 
-TEST_F(InterruptionTest, oneFileEndsAtOnceOnAnyOfThem) {
+TEST_F(Interruptions, OneFileEndsAtOnceOnAnyOfThem) {
     for (const int signal : ifdsweep::Interruption::kSignals) {
         Launch launch;
         launch.arguments = {"--read-budget", "unlimited", "--value-budget", "unlimited",
@@ -300,7 +300,7 @@ int statusOf(const std::function<void()>& act) {
     return Running(child).wait();
 }
 
-TEST_F(InterruptionTest, aFileIsRemovedAtTheEnd) {
+TEST_F(Interruptions, AFileIsRemovedAtTheEnd) {
     const fs::path file = in("unfinished");
     const auto endTwice = [&](bool isKept) {
         programrun::write(file, "");
@@ -332,7 +332,7 @@ TEST_F(InterruptionTest, aFileIsRemovedAtTheEnd) {
     EXPECT_TRUE(fs::exists(file));
 }
 
-TEST_F(InterruptionTest, aSignalOfBeforeEndsItWhenItIsToEndAtOnce) {
+TEST_F(Interruptions, ASignalOfBeforeEndsItWhenItIsToEndAtOnce) {
     EXPECT_EQ(statusOf([] {
                   ifdsweep::Interruption interruption;
                   ::raise(SIGHUP);
@@ -349,7 +349,7 @@ TEST_F(InterruptionTest, aSignalOfBeforeEndsItWhenItIsToEndAtOnce) {
               SIGINT);
 }
 
-TEST_F(InterruptionTest, aForkedProcessTellsNothing) {
+TEST_F(Interruptions, AForkedProcessTellsNothing) {
     const int status = statusOf([] {
         const ifdsweep::Interruption interruption;
         const pid_t child = ::fork();
@@ -364,7 +364,7 @@ TEST_F(InterruptionTest, aForkedProcessTellsNothing) {
     EXPECT_EQ(status, 0);
 }
 
-TEST_F(InterruptionTest, theHandlerKeepsErrno) {
+TEST_F(Interruptions, TheHandlerKeepsErrno) {
     const int status = statusOf([] {
         const rlimit none{0, 0};
         ::setrlimit(RLIMIT_NOFILE, &none);  // no pipe, and the handler's write fails

@@ -37,10 +37,10 @@ std::map<std::string, std::string> stateOf(const fs::path& folder) {
     return state;
 }
 
-class NothingDestroyed : public programrun::ProgramTest {
+class NothingDestroyed : public programrun::ProgramRun {
 protected:
     void SetUp() override {
-        programrun::ProgramTest::SetUp();
+        programrun::ProgramRun::SetUp();
         programfiles::writePair(in("."));
         fs::create_directory(in("archive"));
         programfiles::write(in("archive/scan.tif"), programfiles::image(3));

@@ -42,10 +42,10 @@ const std::vector<std::vector<std::string>> kWays{
     {"--format", "csv", "--tags", "Width,Height"},
 };
 
-class OneFileTest : public programrun::ProgramTest {
+class OneFile : public programrun::ProgramRun {
 protected:
     void SetUp() override {
-        programrun::ProgramTest::SetUp();
+        programrun::ProgramRun::SetUp();
         programfiles::writePair(in("."));
         programfiles::write(in("slow \x1b.tif"), programfiles::endlessImage());
     }
@@ -65,21 +65,21 @@ protected:
     }
 };
 
-TEST_F(OneFileTest, theTimeLimitHolds) {
+TEST_F(OneFile, TheTimeLimitHolds) {
     expectTheSame({"--timeout", "0.05", "--read-budget", "unlimited", "--value-budget", "unlimited",
                    "slow \x1b.tif"},
                   "ifdsweep: slow \\x1b.tif: not finished within 0.050 s, the limit of --timeout "
                   "(ifdsweep:timeout)\n");
 }
 
-TEST_F(OneFileTest, theTimeLimitIsNotMetByAGoodFile) {
+TEST_F(OneFile, TheTimeLimitIsNotMetByAGoodFile) {
     const Ending given = run({"--timeout", "60", "--memory", "1000000000", "a.tif"});
     EXPECT_EQ(given.status, 0);
     EXPECT_EQ(given.out, run({"a.tif"}).out);
     EXPECT_EQ(given.error, "");
 }
 
-TEST_F(OneFileTest, theAlarmOfTheStarterIsItsOwn) {
+TEST_F(OneFile, TheAlarmOfTheStarterIsItsOwn) {
     Launch launch;
     launch.arguments = {"--read-budget", "unlimited", "--value-budget", "unlimited",
                         "slow \x1b.tif"};
@@ -87,7 +87,7 @@ TEST_F(OneFileTest, theAlarmOfTheStarterIsItsOwn) {
     EXPECT_EQ(run(launch).status, 128 + SIGALRM);
 }
 
-TEST_F(OneFileTest, theMemoryLimitHolds) {
+TEST_F(OneFile, TheMemoryLimitHolds) {
     if (ifdsweep::kIsSanitized) {
         GTEST_SKIP() << "a sanitizer needs all address space";
     }
@@ -102,7 +102,7 @@ TEST_F(OneFileTest, theMemoryLimitHolds) {
                   "(ifdsweep:outOfMemory)\n");
 }
 
-TEST_F(OneFileTest, noMemoryAtAllIsToldToo) {
+TEST_F(OneFile, NoMemoryAtAllIsToldToo) {
     if (ifdsweep::kIsSanitized) {
         GTEST_SKIP() << "a sanitizer needs all address space";
     }
@@ -123,7 +123,7 @@ bool isGiven(std::size_t bytes) {
 
 constexpr std::size_t kMebibyte = std::size_t{1} << 20;
 
-TEST(MemoryLimitTest, holdsWhileItLives) {
+TEST(MemoryLimits, HoldsWhileItLives) {
     if (ifdsweep::kIsSanitized) {
         GTEST_SKIP() << "a sanitizer needs all address space";
     }
@@ -143,7 +143,7 @@ TEST(MemoryLimitTest, holdsWhileItLives) {
     EXPECT_EQ(after.rlim_max, before.rlim_max);
 }
 
-TEST(MemoryLimitTest, theDefaultIsThatOfTheMachine) {
+TEST(MemoryLimits, TheDefaultIsThatOfTheMachine) {
     if (ifdsweep::kIsSanitized) {
         GTEST_SKIP() << "a sanitizer needs all address space";
     }
@@ -157,7 +157,7 @@ TEST(MemoryLimitTest, theDefaultIsThatOfTheMachine) {
     }
 }
 
-TEST(MemoryLimitTest, aLowerOneOfTheSystemStays) {
+TEST(MemoryLimits, ALowerOneOfTheSystemStays) {
     if (ifdsweep::kIsSanitized) {
         GTEST_SKIP() << "a sanitizer needs all address space";
     }
@@ -172,14 +172,14 @@ TEST(MemoryLimitTest, aLowerOneOfTheSystemStays) {
     EXPECT_EQ(::setrlimit(RLIMIT_AS, &before), 0);
 }
 
-TEST(SecondsTest, text) {
+TEST(SecondsText, Text) {
     EXPECT_EQ(ifdsweep::secondsText(ifdsweep::nanosecondsOf(600)), "600");
     EXPECT_EQ(ifdsweep::secondsText(ifdsweep::nanosecondsOf(0.125)), "0.125");
     EXPECT_EQ(ifdsweep::secondsText(ifdsweep::nanosecondsOf(2.05)), "2.050");
     EXPECT_EQ(ifdsweep::nanosecondsOf(1e300), 1'000'000'000'000'000'000);
 }
 
-TEST_F(OneFileTest, theStandardInputNeedsNoProcessFolder) {
+TEST_F(OneFile, TheStandardInputNeedsNoProcessFolder) {
     if (ifdsweep::kIsSanitized) {
         GTEST_SKIP() << "a sanitizer asks the system about its process";
     }
@@ -209,13 +209,13 @@ TEST_F(OneFileTest, theStandardInputNeedsNoProcessFolder) {
     }
 }
 
-TEST_F(OneFileTest, aStandardInputThatCannotBeReadSaysSo) {
+TEST_F(OneFile, AStandardInputThatCannotBeReadSaysSo) {
     const Ending given = shell("$PROGRAM - 0>>a.tif");
     EXPECT_EQ(given.error, "ifdsweep: cannot read the standard input: Bad file descriptor\n");
     EXPECT_EQ(given.status, 1);
 }
 
-TEST_F(OneFileTest, closedStreamsAreNobodyElsesFile) {
+TEST_F(OneFile, ClosedStreamsAreNobodyElsesFile) {
     const Ending output = shell("$PROGRAM a.tif >&-");
     EXPECT_EQ(output.error, "ifdsweep: cannot write the output: Bad file descriptor\n");
     EXPECT_EQ(output.status, 1);
@@ -224,7 +224,7 @@ TEST_F(OneFileTest, closedStreamsAreNobodyElsesFile) {
     EXPECT_EQ(both.out.find("ifdsweep: "), std::string::npos) << both.out;
 }
 
-TEST_F(OneFileTest, anIgnoredEndOfChildrenIsNotInherited) {
+TEST_F(OneFile, AnIgnoredEndOfChildrenIsNotInherited) {
     Launch launch;
     launch.arguments = {"--jobs",         "1",         "--read-budget", "unlimited",
                         "--value-budget", "unlimited", "slow \x1b.tif"};

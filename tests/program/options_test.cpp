@@ -16,10 +16,10 @@ using nlohmann::json;
 using programrun::Ending;
 using programrun::linesOf;
 
-class OptionsTest : public programrun::ProgramTest {
+class Options : public programrun::ProgramRun {
 protected:
     void SetUp() override {
-        programrun::ProgramTest::SetUp();
+        programrun::ProgramRun::SetUp();
         programfiles::write(in("small.tif"), programfiles::image(7));
         programfiles::write(in("nested.tif"), programfiles::nestedImage());
         programfiles::write(in("damaged.tif"), programfiles::damagedImage());
@@ -27,7 +27,7 @@ protected:
     }
 };
 
-TEST_F(OptionsTest, tagsInEveryFormat) {
+TEST_F(Options, TagsInEveryFormat) {
     const std::vector<std::string> files{"nested.tif", "damaged.tif"};
     const auto runWith = [&](std::vector<std::string> arguments) {
         arguments.insert(arguments.end(),
@@ -90,7 +90,7 @@ damaged.tif
               "damaged.tif,0,,4,1 2 3\r\n");
 }
 
-TEST_F(OptionsTest, ndjsonIsWhatJsonHolds) {
+TEST_F(Options, NdjsonIsWhatJsonHolds) {
     const auto array = json::parse(run({"--format", "json", "nested.tif", "damaged.tif"}).out);
     const auto lines = linesOf(run({"--format", "ndjson", "nested.tif", "damaged.tif"}).out);
     ASSERT_EQ(lines.size(), array.size());
@@ -102,7 +102,7 @@ TEST_F(OptionsTest, ndjsonIsWhatJsonHolds) {
     EXPECT_EQ(compact.find('\n'), compact.size() - 1);
 }
 
-TEST_F(OptionsTest, csvWithoutTagsHasTheColumnsThatOccur) {
+TEST_F(Options, CsvWithoutTagsHasTheColumnsThatOccur) {
     const auto lines = linesOf(run({"--format", "csv", "damaged.tif", "photo.jpg"}).out);
     ASSERT_EQ(lines.size(), 3U);
     EXPECT_EQ(lines[0].find("File,Directory,Filename,"), 0U);
@@ -112,7 +112,7 @@ TEST_F(OptionsTest, csvWithoutTagsHasTheColumnsThatOccur) {
     EXPECT_EQ(lines[1].find("damaged.tif,0,damaged.tif,"), 0U);
 }
 
-TEST_F(OptionsTest, warnings) {
+TEST_F(Options, Warnings) {
     const auto file = [&](std::vector<std::string> arguments) {
         arguments.insert(arguments.end(), {"--format", "ndjson", "damaged.tif"});
         return json::parse(run(arguments).out);
@@ -136,7 +136,7 @@ TEST_F(OptionsTest, warnings) {
     EXPECT_EQ(run({"--warnings", "none", "damaged.tif"}).out.find("warning"), std::string::npos);
 }
 
-TEST_F(OptionsTest, strict) {
+TEST_F(Options, Strict) {
     const std::string first = "expectedTagDataFormat";
     const std::string second = "tagDataPastEOF";
     const std::pair<std::vector<std::string>, int> rows[] = {
@@ -158,7 +158,7 @@ TEST_F(OptionsTest, strict) {
     }
 }
 
-TEST_F(OptionsTest, theSummaryTellsOfMoreThanOneFile) {
+TEST_F(Options, TheSummaryTellsOfMoreThanOneFile) {
     EXPECT_EQ(run({"damaged.tif"}).error, "");
     EXPECT_EQ(run({"--jobs", "2", "damaged.tif"}).error, "");
     EXPECT_EQ(run({"damaged.tif", "nested.tif", "damaged.tif"}).error,
@@ -173,7 +173,7 @@ TEST_F(OptionsTest, theSummaryTellsOfMoreThanOneFile) {
         "ifdsweep:   1 warning Velmora:pixlore:ifdsweep:expectedTagDataFormat\n");
 }
 
-TEST_F(OptionsTest, onlyImagesOfAFolderAreRead) {
+TEST_F(Options, OnlyImagesOfAFolderAreRead) {
     const std::pair<const char*, std::string> rows[] = {
         {"letter.txt", "Dear sir"},
         {"empty.tif", ""},
@@ -199,7 +199,7 @@ TEST_F(OptionsTest, onlyImagesOfAFolderAreRead) {
         << all.error;
 }
 
-TEST_F(OptionsTest, shorten) {
+TEST_F(Options, Shorten) {
     fixture::TiffBuilder builder({fixture::Layout::classic, fixture::ByteOrder::little});
     std::vector<std::int64_t> values(20);
     builder.add(fixture::Directory{fixture::longs(273, values),
@@ -222,7 +222,7 @@ TEST_F(OptionsTest, shorten) {
     EXPECT_NE(text({"--shorten", "19"}).find("(20 values)"), std::string::npos);
 }
 
-TEST_F(OptionsTest, informationIsPrinted) {
+TEST_F(Options, InformationIsPrinted) {
     const Ending tags = run({"--list-tags"});
     EXPECT_EQ(tags.status, 0);
     EXPECT_EQ(linesOf(tags.out).size(), 319U);

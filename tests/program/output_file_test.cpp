@@ -23,10 +23,10 @@ using programrun::Launch;
 using programrun::linesOf;
 using programrun::Running;
 
-class OutputFileTest : public programrun::ProgramTest {
+class OutputFiles : public programrun::ProgramRun {
 protected:
     void SetUp() override {
-        programrun::ProgramTest::SetUp();
+        programrun::ProgramRun::SetUp();
         programfiles::writePair(in("."));
         before = names();
     }
@@ -44,7 +44,7 @@ protected:
     std::vector<std::string> before;
 };
 
-TEST_F(OutputFileTest, holdsWhatTheStandardOutputWould) {
+TEST_F(OutputFiles, HoldsWhatTheStandardOutputWould) {
     for (const char* const format : {"text", "json", "ndjson", "typed", "csv"}) {
         const std::string expected = run({"--format", format, "a.tif", "b.tif"}).out;
         const Ending given = run({"--format", format, "--output", "table", "a.tif", "b.tif"});
@@ -54,7 +54,7 @@ TEST_F(OutputFileTest, holdsWhatTheStandardOutputWould) {
     }
 }
 
-TEST_F(OutputFileTest, hasTheModeOfANewFile) {
+TEST_F(OutputFiles, HasTheModeOfANewFile) {
     for (const mode_t mask : {0022U, 0077U, 0002U}) {
         Launch launch;
         launch.arguments = {"--output", "table", "a.tif"};
@@ -66,7 +66,7 @@ TEST_F(OutputFileTest, hasTheModeOfANewFile) {
     }
 }
 
-TEST_F(OutputFileTest, aLinkStaysALink) {
+TEST_F(OutputFiles, ALinkStaysALink) {
     fs::create_directory(in("elsewhere"));
     programrun::write(in("elsewhere/table"), "old");
     fs::create_symlink("elsewhere/table", in("link"));
@@ -81,12 +81,12 @@ TEST_F(OutputFileTest, aLinkStaysALink) {
     EXPECT_EQ(std::distance(fs::directory_iterator(in("elsewhere")), {}), 1);
 }
 
-TEST_F(OutputFileTest, aDeviceIsWrittenTo) {
+TEST_F(OutputFiles, ADeviceIsWrittenTo) {
     EXPECT_EQ(run({"--output", "/dev/null", "a.tif"}).status, 0);
     EXPECT_TRUE(fs::is_character_file("/dev/null"));
 }
 
-TEST_F(OutputFileTest, aPipeIsWrittenTo) {
+TEST_F(OutputFiles, APipeIsWrittenTo) {
     ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
     const int reading = ::open((folder / "pipe").c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     const Ending given = run(
@@ -99,7 +99,7 @@ TEST_F(OutputFileTest, aPipeIsWrittenTo) {
     EXPECT_EQ(bytes, "File,Directory,Width\r\na.tif,0,7\r\n");
 }
 
-TEST_F(OutputFileTest, aFullDeviceIsAnError) {
+TEST_F(OutputFiles, AFullDeviceIsAnError) {
     for (const char* const format : {"text", "json", "csv"}) {
         expectRefusal({"--format", format, "--output", "/dev/full", "a.tif"},
                       "cannot write /dev/full: No space left on device");
@@ -109,7 +109,7 @@ TEST_F(OutputFileTest, aFullDeviceIsAnError) {
     }
 }
 
-TEST_F(OutputFileTest, aFileThatCannotGetLargeEnoughDoesNotAppear) {
+TEST_F(OutputFiles, AFileThatCannotGetLargeEnoughDoesNotAppear) {
     programrun::write(in("table"), "old");
     before = names();
     Launch launch;
@@ -125,7 +125,7 @@ TEST_F(OutputFileTest, aFileThatCannotGetLargeEnoughDoesNotAppear) {
     EXPECT_EQ(names(), before);
 }
 
-TEST_F(OutputFileTest, placesWhereNothingCanBeWritten) {
+TEST_F(OutputFiles, PlacesWhereNothingCanBeWritten) {
     expectRefusal({"--output", "/proc/table", "a.tif"},
                   "cannot write /proc/table: No such file or directory");
     expectRefusal({"--output", "none/table", "a.tif"},
@@ -137,7 +137,7 @@ TEST_F(OutputFileTest, placesWhereNothingCanBeWritten) {
                   "cannot write none/failed: No such file or directory");
 }
 
-TEST_F(OutputFileTest, aFolderWithoutPermission) {
+TEST_F(OutputFiles, AFolderWithoutPermission) {
     fs::create_directory(in("closed"));
     fs::permissions(in("closed"), fs::perms::owner_read | fs::perms::owner_exec);
     fs::permissions(folder, fs::perms::owner_all | fs::perms::others_exec);
@@ -151,7 +151,7 @@ TEST_F(OutputFileTest, aFolderWithoutPermission) {
     EXPECT_EQ(given.error, "ifdsweep: cannot write closed/table: Permission denied\n");
 }
 
-TEST_F(OutputFileTest, nothingIsBothReadAndWritten) {
+TEST_F(OutputFiles, NothingIsBothReadAndWritten) {
     programrun::write(in("list"), "a.tif\n");
     fs::create_hard_link(in("a.tif"), in("same.tif"));
     before = names();
@@ -175,14 +175,14 @@ TEST_F(OutputFileTest, nothingIsBothReadAndWritten) {
     EXPECT_EQ(contents(in("list")), "a.tif\n");
 }
 
-TEST_F(OutputFileTest, theOutputOfTheShellIsNoInput) {
+TEST_F(OutputFiles, TheOutputOfTheShellIsNoInput) {
     const Ending redirected = shell("$PROGRAM a.tif b.tif >> a.tif");
     EXPECT_EQ(redirected.status, 1);
     EXPECT_EQ(linesOf(redirected.error)[0],
               "ifdsweep: a.tif: this is also the output (ifdsweep:inputFailure)");
 }
 
-TEST_F(OutputFileTest, theOutputInAFolderIsLeftOut) {
+TEST_F(OutputFiles, TheOutputInAFolderIsLeftOut) {
     fs::create_directory(in("inner"));
     const std::vector<std::string> arguments{"--all",      "--format", "ndjson",   "--output",
                                              "table",      ".",        "--resume", "inner/journal",
@@ -192,7 +192,7 @@ TEST_F(OutputFileTest, theOutputInAFolderIsLeftOut) {
               "ifdsweep: 0 files read, 0 failed, 0 directories; finished before: 2 files\n");
 }
 
-TEST_F(OutputFileTest, aClosedStandardOutputIsAnErrorAndNoOtherFile) {
+TEST_F(OutputFiles, AClosedStandardOutputIsAnErrorAndNoOtherFile) {
     const Ending given = shell("$PROGRAM --resume journal --format ndjson a.tif b.tif >&-");
     EXPECT_EQ(given.status, 1);
     EXPECT_EQ(given.error, "ifdsweep: cannot write the output: Bad file descriptor\n");

@@ -157,7 +157,7 @@ void sendTo(pid_t process, int signal) {
     EXPECT_EQ(::kill(process, signal), 0);
 }
 
-void ProgramTest::SetUp() {
+void ProgramRun::SetUp() {
     std::string pattern = (fs::temp_directory_path() / "ifdsweep_XXXXXX").string();
     ASSERT_NE(::mkdtemp(pattern.data()), nullptr);
     folder = pattern;
@@ -165,12 +165,12 @@ void ProgramTest::SetUp() {
     fs::create_directory(folder / "tmp");
 }
 
-void ProgramTest::TearDown() {
+void ProgramRun::TearDown() {
     EXPECT_TRUE(fs::is_empty(folder / "tmp")) << "temporary files were left behind";
     fs::remove_all(folder);
 }
 
-Launch ProgramTest::withStreams(Launch launch) const {
+Launch ProgramRun::withStreams(Launch launch) const {
     if (launch.out.empty()) {
         launch.out = folder / "out";
     }
@@ -180,7 +180,7 @@ Launch ProgramTest::withStreams(Launch launch) const {
     return launch;
 }
 
-Running ProgramTest::start(const Launch& given) const {
+Running ProgramRun::start(const Launch& given) const {
     const Launch launch = withStreams(given);
     std::vector<char*> words{const_cast<char*>("ifdsweep")};
     for (const std::string& argument : launch.arguments) {
@@ -215,11 +215,11 @@ Running ProgramTest::start(const Launch& given) const {
     return Running(child);
 }
 
-Ending ProgramTest::endingOf(int status) const {
+Ending ProgramRun::endingOf(int status) const {
     return {contents(folder / "out"), contents(folder / "error"), status};
 }
 
-Ending ProgramTest::run(const Launch& launch) const {
+Ending ProgramRun::run(const Launch& launch) const {
     Running program = start(launch);
     Ending ending = endingOf(program.wait());
     if (!launch.out.empty()) {
@@ -228,21 +228,21 @@ Ending ProgramTest::run(const Launch& launch) const {
     return ending;
 }
 
-Ending ProgramTest::run(const std::vector<std::string>& arguments) const {
+Ending ProgramRun::run(const std::vector<std::string>& arguments) const {
     Launch launch;
     launch.arguments = arguments;
     return run(launch);
 }
 
-Ending ProgramTest::run(const std::vector<std::string>& arguments,
-                        const fs::path& standardOutput) const {
+Ending ProgramRun::run(const std::vector<std::string>& arguments,
+                       const fs::path& standardOutput) const {
     Launch launch;
     launch.arguments = arguments;
     launch.out = standardOutput;
     return run(launch);
 }
 
-Ending ProgramTest::shell(const std::string& line) const {
+Ending ProgramRun::shell(const std::string& line) const {
     const std::string command = "cd '" + (folder / "in").string() + "' && TMPDIR='" +
                                 (folder / "tmp").string() + "' PROGRAM='" + IFDSWEEP_PROGRAM +
                                 "' bash -c '" + line + "' > '" + (folder / "out").string() +
@@ -251,7 +251,7 @@ Ending ProgramTest::shell(const std::string& line) const {
     return endingOf(WEXITSTATUS(status));
 }
 
-std::vector<std::string> ProgramTest::names() const {
+std::vector<std::string> ProgramRun::names() const {
     std::vector<std::string> all;
     for (const auto& entry : fs::directory_iterator(folder / "in")) {
         all.push_back(entry.path().filename().string());

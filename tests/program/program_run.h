@@ -89,7 +89,7 @@ void sendTo(pid_t process, int signal);
 /// Whether a process has a file of this name open.
 [[nodiscard]] bool hasOpen(pid_t process, const std::string& fileName);
 
-class ProgramTest : public testing::Test {
+class ProgramRun : public testing::Test {
 protected:
     void SetUp() override;
     void TearDown() override;

@@ -1,6 +1,6 @@
 // The built program from outside: arguments, standard output, error stream and exit status, kept as
-// files in tests/program/golden/NAME, and what cannot be kept in files: full disks and closed pipes.
-// IFDSWEEP_WRITE_GOLDEN=1 writes the files anew, for a look at the difference.
+// files in tests/program/golden/NAME, and what cannot be kept in files: full disks and closed
+// pipes. IFDSWEEP_WRITE_GOLDEN=1 writes the files anew, for a look at the difference.
 
 #include <algorithm>
 #include <array>
@@ -24,10 +24,10 @@ namespace fs = std::filesystem;
 using programrun::contents;
 using programrun::Ending;
 
-class ProgramTest : public programrun::ProgramTest {
+class WholeProgram : public programrun::ProgramRun {
 protected:
     void SetUp() override {
-        programrun::ProgramTest::SetUp();
+        programrun::ProgramRun::SetUp();
         programfiles::writeAll(folder / "in");
     }
 };
@@ -43,9 +43,9 @@ std::vector<std::string> goldenNames() {
     return names;
 }
 
-class GoldenTest : public ProgramTest, public testing::WithParamInterface<std::string> {};
+class Golden : public WholeProgram, public testing::WithParamInterface<std::string> {};
 
-TEST_P(GoldenTest, saysWhatItSaid) {
+TEST_P(Golden, SaysWhatItSaid) {
     const fs::path kept = kGolden / GetParam();
     std::vector<std::string> arguments;
     std::istringstream lines(contents(kept / "arguments"));
@@ -65,14 +65,14 @@ TEST_P(GoldenTest, saysWhatItSaid) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(All, GoldenTest, testing::ValuesIn(goldenNames()),
+INSTANTIATE_TEST_SUITE_P(All, Golden, testing::ValuesIn(goldenNames()),
                          [](const auto& instance) { return instance.param; });
 
-TEST(GoldenFilesTest, areThere) {
+TEST(GoldenFiles, AreThere) {
     EXPECT_GE(goldenNames().size(), 12U);
 }
 
-TEST_F(ProgramTest, aBadFileCostsNoOther) {
+TEST_F(WholeProgram, ABadFileCostsNoOther) {
     const Ending given = run({"--format", "json", "small.tif", "missing.tif", "plain.jpg",
                               "broken.jpg", "letter.txt", "empty.tif", "folder", "nested.tif"});
     EXPECT_EQ(given.status, 1);
@@ -91,7 +91,7 @@ TEST_F(ProgramTest, aBadFileCostsNoOther) {
               6);  // five failures and the summary
 }
 
-TEST_F(ProgramTest, everyErrorIsOneLineThatBeginsWithTheProgram) {
+TEST_F(WholeProgram, EveryErrorIsOneLineThatBeginsWithTheProgram) {
     for (const char* const file : {"missing\n.tif", "plain.jpg", "letter.txt"}) {
         const Ending given = run({file});
         EXPECT_EQ(given.error.find("ifdsweep: "), 0U);
@@ -100,14 +100,14 @@ TEST_F(ProgramTest, everyErrorIsOneLineThatBeginsWithTheProgram) {
     }
 }
 
-TEST_F(ProgramTest, aFullDiskIsAnError) {
+TEST_F(WholeProgram, AFullDiskIsAnError) {
     const Ending given = run({"small.tif"}, "/dev/full");
     EXPECT_EQ(given.status, 1);
     EXPECT_EQ(given.error, "ifdsweep: cannot write the output: No space left on device\n");
     EXPECT_EQ(run({"--help"}, "/dev/full").status, 1);
 }
 
-TEST_F(ProgramTest, aClosedPipeEndsItQuietly) {
+TEST_F(WholeProgram, AClosedPipeEndsItQuietly) {
     const char* const pipeline =
         "$PROGRAM --format typed small.tif{,}{,}{,}{,}{,}{,}{,}{,} | head -c 1; "
         "exit ${PIPESTATUS[0]}";
@@ -119,7 +119,7 @@ TEST_F(ProgramTest, aClosedPipeEndsItQuietly) {
     EXPECT_EQ(byError.status, 141);
 }
 
-TEST_F(ProgramTest, theReadBudgetStopsAndSaysSo) {
+TEST_F(WholeProgram, TheReadBudgetStopsAndSaysSo) {
     const Ending given = run({"--format", "json", "--read-budget", "200", "nested.tif"});
     EXPECT_EQ(given.status, 0) << given.error;
     const auto file = nlohmann::json::parse(given.out)[0];

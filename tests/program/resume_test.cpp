@@ -28,7 +28,7 @@ using programrun::Launch;
 using programrun::linesOf;
 using programrun::Running;
 
-class ResumeTest : public programrun::ProgramTest {
+class ResumedRuns : public programrun::ProgramRun {
 protected:
     [[nodiscard]] std::vector<std::string> resuming(const std::string& format,
                                                     const std::vector<std::string>& paths) const {
@@ -73,7 +73,7 @@ protected:
     }
 };
 
-TEST_F(ResumeTest, killedAtRandomTheOutputIsWholeInTheEnd) {
+TEST_F(ResumedRuns, KilledAtRandomTheOutputIsWholeInTheEnd) {
     fs::create_directories(in("many/folder"));
     programfiles::writeMany(in("many"), 700);
     programfiles::writeMany(in("many/folder"), 700);
@@ -114,7 +114,7 @@ TEST_F(ResumeTest, killedAtRandomTheOutputIsWholeInTheEnd) {
     }
 }
 
-TEST_F(ResumeTest, cutAnywhereTheJournalGoesOn) {
+TEST_F(ResumedRuns, CutAnywhereTheJournalGoesOn) {
     programfiles::writeMany(in(""), 20);
     ASSERT_EQ(run(resuming("ndjson", {"."})).status, 1);
     const std::string expected = contents(in("output"));
@@ -136,7 +136,7 @@ TEST_F(ResumeTest, cutAnywhereTheJournalGoesOn) {
     }
 }
 
-TEST_F(ResumeTest, aFileThatIsNamedTwiceIsFinishedTwice) {
+TEST_F(ResumedRuns, AFileThatIsNamedTwiceIsFinishedTwice) {
     programfiles::writePair(in("."));
     const auto twice = resuming("ndjson", {"a.tif", "b.tif", "a.tif"});
     ASSERT_EQ(run(twice).status, 0);
@@ -152,7 +152,7 @@ TEST_F(ResumeTest, aFileThatIsNamedTwiceIsFinishedTwice) {
               "ifdsweep: 0 files read, 0 failed, 0 directories; finished before: 3 files\n");
 }
 
-TEST_F(ResumeTest, whatIsFinishedAndUnchangedIsLeftOut) {
+TEST_F(ResumedRuns, WhatIsFinishedAndUnchangedIsLeftOut) {
     fs::create_directory(in("many"));
     programfiles::writeMany(in("many"), 10);
     ASSERT_EQ(run(resuming("ndjson", {"many"})).status, 0);
@@ -187,7 +187,7 @@ TEST_F(ResumeTest, whatIsFinishedAndUnchangedIsLeftOut) {
     EXPECT_EQ(linesOf(after).size(), 13U);
 }
 
-TEST_F(ResumeTest, failuresAreFinishedTooUntilTheyChange) {
+TEST_F(ResumedRuns, FailuresAreFinishedTooUntilTheyChange) {
     programfiles::write(in("a.tif"), {'I', 'I', 42, 0});
     const std::string line =
         "$PROGRAM --resume journal --strict a.tif b.tif | cat; "
@@ -207,7 +207,7 @@ TEST_F(ResumeTest, failuresAreFinishedTooUntilTheyChange) {
     EXPECT_EQ(shell(line).status, 3);  // the warnings before count
 }
 
-TEST_F(ResumeTest, aForeignFileIsLeftAsItIs) {
+TEST_F(ResumedRuns, AForeignFileIsLeftAsItIs) {
     programfiles::write(in("a.tif"), programfiles::image(7));
     const std::string image(1000, '\x01');  // without a line end
     for (const std::string& foreign :
@@ -228,7 +228,7 @@ TEST_F(ResumeTest, aForeignFileIsLeftAsItIs) {
               "ifdsweep: cannot open the journal none/journal: No such file or directory\n");
 }
 
-TEST_F(ResumeTest, anotherRunIsRefused) {
+TEST_F(ResumedRuns, AnotherRunIsRefused) {
     programfiles::writePair(in("."));
     const std::vector<std::string> base{"--resume", "journal",    "--output",
                                         "output",   "--failures", "failed"};
@@ -295,7 +295,7 @@ TEST_F(ResumeTest, anotherRunIsRefused) {
               0);
 }
 
-TEST_F(ResumeTest, aJournalHasOneRunAtATime) {
+TEST_F(ResumedRuns, AJournalHasOneRunAtATime) {
     programfiles::writePair(in("."));
     programfiles::write(in("slow.tif"), programfiles::endlessImage());
     Launch launch;
@@ -323,7 +323,7 @@ TEST_F(ResumeTest, aJournalHasOneRunAtATime) {
     EXPECT_EQ(linesOf(contents(in("output"))).size(), 2U);
 }
 
-TEST_F(ResumeTest, anUnfinishedOutputOfSomebodyElseIsLeftAsItIs) {
+TEST_F(ResumedRuns, AnUnfinishedOutputOfSomebodyElseIsLeftAsItIs) {
     programfiles::writePair(in("."));
     const auto arguments = resuming("ndjson", {"a.tif"});
     const std::string image = contents(in("b.tif"));
@@ -367,7 +367,7 @@ TEST_F(ResumeTest, anUnfinishedOutputOfSomebodyElseIsLeftAsItIs) {
     EXPECT_TRUE(fs::is_directory(in("output.part")));
 }
 
-TEST_F(ResumeTest, theStandardOutputIsGoneOnWithWhereItEnded) {
+TEST_F(ResumedRuns, TheStandardOutputIsGoneOnWithWhereItEnded) {
     fs::create_directory(in("many"));
     programfiles::writeMany(in("many"), 30);
     const std::string options = " --resume journal --format csv --tags Width,Make many ";
@@ -404,7 +404,7 @@ TEST_F(ResumeTest, theStandardOutputIsGoneOnWithWhereItEnded) {
     EXPECT_NE(pipe.error.find("now the standard output into no file"), std::string::npos);
 }
 
-TEST_F(ResumeTest, framesAreWrittenOnceAroundWhatIsAdded) {
+TEST_F(ResumedRuns, FramesAreWrittenOnceAroundWhatIsAdded) {
     fs::create_directory(in("many"));
     ASSERT_EQ(run(resuming("json", {"many"})).status, 0);  // nothing yet
     programfiles::writeMany(in("many"), 3);
@@ -419,7 +419,7 @@ TEST_F(ResumeTest, framesAreWrittenOnceAroundWhatIsAdded) {
     EXPECT_EQ(added, contents(in("output")));
 }
 
-TEST_F(ResumeTest, anOutputThatIsNotTheJournalsIsRefused) {
+TEST_F(ResumedRuns, AnOutputThatIsNotTheJournalsIsRefused) {
     programfiles::write(in("a.tif"), programfiles::image(7));
     ASSERT_EQ(run(resuming("ndjson", {"a.tif"})).status, 0);
     const std::string whole = contents(in("output"));
@@ -437,7 +437,7 @@ TEST_F(ResumeTest, anOutputThatIsNotTheJournalsIsRefused) {
     }
 }
 
-TEST_F(ResumeTest, anOutputThatGrewIsRefused) {
+TEST_F(ResumedRuns, AnOutputThatGrewIsRefused) {
     programfiles::write(in("a.tif"), programfiles::image(7));
     ASSERT_EQ(run(resuming("ndjson", {"a.tif"})).status, 0);
     const std::string more = contents(in("output")) + "more\n";
@@ -446,7 +446,7 @@ TEST_F(ResumeTest, anOutputThatGrewIsRefused) {
     EXPECT_EQ(contents(in("output")), more);
 }
 
-TEST_F(ResumeTest, theListOfFailuresIsGoneOnWith) {
+TEST_F(ResumedRuns, TheListOfFailuresIsGoneOnWith) {
     programfiles::write(in("a.tif"), {'I', 'I', 42, 0});
     const std::vector<std::string> arguments{"--resume", "journal",    "--output",
                                              "output",   "--failures", "failed"};

@@ -87,9 +87,9 @@ ifdsweep::ValueHandle copyOf(const ifdsweep::Value& value) {
     return copy;
 }
 
-class FieldSelectionTest : public testing::Test {
+class FieldSelections : public testing::Test {
 protected:
-    ~FieldSelectionTest() override { EXPECT_EQ(host.liveValues(), 0U); }
+    ~FieldSelections() override { EXPECT_EQ(host.liveValues(), 0U); }
 
     /// Fields by name; "#" stands before an unknown tag.
     static std::vector<ifdsweep::ChosenField> fields(const std::vector<std::string>& names) {
@@ -113,7 +113,7 @@ protected:
     ifdsweep::Host::Scope scope{host};
 };
 
-TEST_F(FieldSelectionTest, inTheOrderAskedFor) {
+TEST_F(FieldSelections, InTheOrderAskedFor) {
     auto records = rendering::records(2, {"Width", "Make", "Artist"});
     setField(records, 0, "Width", number(1));
     setField(records, 1, "Width", number(2));
@@ -129,7 +129,7 @@ TEST_F(FieldSelectionTest, inTheOrderAskedFor) {
               R"({"class":"double","size":[0,0],"data":[]})");
 }
 
-TEST_F(FieldSelectionTest, everyKindOfValueIsCopied) {
+TEST_F(FieldSelections, EveryKindOfValueIsCopied) {
     auto inner = rendering::records(1, {"x", "y"});
     setField(inner, 0, "y", number(5));
     auto records = rendering::records(1, {"a", "b", "c", "d", "e"});
@@ -141,7 +141,7 @@ TEST_F(FieldSelectionTest, everyKindOfValueIsCopied) {
     EXPECT_EQ(selected(records, {"a", "b", "c", "d", "e"}), typed(records));
 }
 
-TEST_F(FieldSelectionTest, nestedRecordsHoldWhatTheyHaveOfIt) {
+TEST_F(FieldSelections, NestedRecordsHoldWhatTheyHaveOfIt) {
     auto leaf = rendering::records(1, {"ExposureTime", "Flash"});
     setField(leaf, 0, "ExposureTime", number(0.5));
     auto without = rendering::records(1, {"Flash"});
@@ -162,7 +162,7 @@ TEST_F(FieldSelectionTest, nestedRecordsHoldWhatTheyHaveOfIt) {
                   camera + R"(]}],[{"class":"double","size":[1,1],"data":[9]},null]]})");
 }
 
-TEST_F(FieldSelectionTest, aPointerThatIsChosenComesWhole) {
+TEST_F(FieldSelections, APointerThatIsChosenComesWhole) {
     auto leaf = rendering::records(1, {"ExposureTime", "Flash"});
     setField(leaf, 0, "ExposureTime", number(0.5));
     auto records = rendering::records(1, {"Width", "DigitalCamera"});
@@ -171,7 +171,7 @@ TEST_F(FieldSelectionTest, aPointerThatIsChosenComesWhole) {
     EXPECT_NE(text.find(R"("fields":["ExposureTime","Flash"])"), std::string::npos) << text;
 }
 
-TEST_F(FieldSelectionTest, unknownTagsByTheirNumber) {
+TEST_F(FieldSelections, UnknownTagsByTheirNumber) {
     auto tags = rendering::records(2, {"ID", "Offset", "Value"});
     setField(tags, 0, "ID", number(50000));
     setField(tags, 0, "Value", rendering::numbers(1, 2, {1, 2}));

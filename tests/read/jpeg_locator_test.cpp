@@ -101,19 +101,19 @@ const Case kCases[] = {
     {"tooMuchPadding", kStart + Bytes(65537, 0) + kExif, Outcome::damaged, 2 + 65537},
 };
 
-class JpegLocatorTest : public testing::TestWithParam<Case> {};
+class JpegLocators : public testing::TestWithParam<Case> {};
 
-TEST_P(JpegLocatorTest, findsTheHeaderOrSaysWhy) {
+TEST_P(JpegLocators, FindsTheHeaderOrSaysWhy) {
     MemoryReader reader(GetParam().file);
     const ifdsweep::JpegSearch search = ifdsweep::findExifHeader(reader);
     EXPECT_EQ(search.outcome, GetParam().outcome);
     EXPECT_EQ(search.position, GetParam().position);
 }
 
-INSTANTIATE_TEST_SUITE_P(All, JpegLocatorTest, testing::ValuesIn(kCases),
+INSTANTIATE_TEST_SUITE_P(All, JpegLocators, testing::ValuesIn(kCases),
                          [](const auto& instance) { return std::string(instance.param.name); });
 
-TEST(JpegLocatorTest, endsForEveryLengthOfAFile) {
+TEST(JpegLocators, EndsForEveryLengthOfAFile) {
     const Bytes whole = kStart + kJfif + kXmp + kExif;
     for (std::size_t size = 2; size < whole.size(); ++size) {
         MemoryReader reader(
@@ -124,7 +124,7 @@ TEST(JpegLocatorTest, endsForEveryLengthOfAFile) {
     }
 }
 
-TEST(JpegLocatorTest, neighbouringSegmentsCostOneRead) {
+TEST(JpegLocators, NeighbouringSegmentsCostOneRead) {
     MemoryReader reader(kStart + kJfif + kXmp + kExif + kScan);
     EXPECT_EQ(ifdsweep::findExifHeader(reader).outcome, Outcome::found);
     EXPECT_EQ(reader.reads, 1U);
@@ -146,7 +146,7 @@ void expectFewReads(Bytes file, const std::string& name) {
     EXPECT_LE(reader.delivered, reader.bytes.size()) << name;
 }
 
-TEST(JpegLocatorTest, noByteIsReadTwice) {
+TEST(JpegLocators, NoByteIsReadTwice) {
     constexpr std::size_t kLarge = std::size_t{4} << 20;
     const Bytes nearlyExif = segment(0xE1, {'E', 'x', 'i', 'f', 0, 1});
     const Bytes nothingAllowed = Bytes(65535, 0) + segment(0xE2, {});
@@ -166,7 +166,7 @@ TEST(JpegLocatorTest, noByteIsReadTwice) {
     }
 }
 
-TEST(JpegLocatorTest, everyEndOfAFileCostsTwoReadsAtMost) {
+TEST(JpegLocators, EveryEndOfAFileCostsTwoReadsAtMost) {
     for (std::size_t size = ifdsweep::kJpegWindow - 8; size < ifdsweep::kJpegWindow + 8; ++size) {
         for (const Bytes& piece : {Bytes{0}, Bytes{0xFF}, Bytes{0xFF, 0xD0}, segment(0xE1, {})}) {
             for (const Bytes& end :
@@ -179,7 +179,7 @@ TEST(JpegLocatorTest, everyEndOfAFileCostsTwoReadsAtMost) {
     }
 }
 
-TEST(JpegLocatorTest, knowsTheStartOfAJpegFile) {
+TEST(JpegLocators, KnowsTheStartOfAJpegFile) {
     const std::pair<Bytes, bool> starts[] = {{{0xFF, 0xD8}, true},  {{0xFF, 0xD8, 0xFF}, true},
                                              {{0xFF}, false},       {{}, false},
                                              {{0xFF, 0xD9}, false}, {{'I', 'I', 42, 0}, false}};

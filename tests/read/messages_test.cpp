@@ -26,7 +26,7 @@ std::vector<std::string> allIds() {
     return ids;
 }
 
-TEST(ExplainTest, everyMessageByItsFullAndItsShortId) {
+TEST(Explanations, EveryMessageByItsFullAndItsShortId) {
     std::set<std::string> shortIds;
     std::set<std::string> explanations;
     for (const std::string& id : allIds()) {
@@ -50,7 +50,7 @@ TEST(ExplainTest, everyMessageByItsFullAndItsShortId) {
     }
 }
 
-TEST(ExplainTest, everyArgumentIsExplained) {
+TEST(Explanations, EveryArgumentIsExplained) {
     for (const std::string& id : allIds()) {
         const ifdsweep::MessageDescription description = ifdsweep::describeMessage(id);
         if (description.text.find("{1}") != std::string_view::npos) {
@@ -59,7 +59,7 @@ TEST(ExplainTest, everyArgumentIsExplained) {
     }
 }
 
-TEST(ExplainTest, aMisspeltIdIsToldTheNearest) {
+TEST(Explanations, AMisspeltIdIsToldTheNearest) {
     const auto complaint = [](const char* id) { return ifdsweep::describeMessage(id).complaint; };
     EXPECT_EQ(complaint("outOfMemry"), "no message has the id outOfMemry, nearest: outOfMemory");
     EXPECT_EQ(complaint("OUTOFMEMORY"), "no message has the id OUTOFMEMORY, nearest: outOfMemory");

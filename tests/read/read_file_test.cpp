@@ -18,9 +18,9 @@ fixture::TiffBuilder smallFile() {
     return builder;
 }
 
-class SweepTest : public testing::Test {
+class FileReading : public testing::Test {
 protected:
-    ~SweepTest() override { EXPECT_EQ(host.liveValues(), 0U); }
+    ~FileReading() override { EXPECT_EQ(host.liveValues(), 0U); }
 
     ifdsweep::Outcome sweep(const fixture::Bytes& bytes,
                             const ifdsweep::ReadOptions& numbers = {}) {
@@ -31,7 +31,7 @@ protected:
     ifdsweep::Host host;
 };
 
-TEST_F(SweepTest, readsAFile) {
+TEST_F(FileReading, ReadsAFile) {
     const fixture::Bytes bytes = smallFile().build().bytes;
     const ifdsweep::Outcome outcome = sweep(bytes, {.first = 0.5, .max = 2.5});
     EXPECT_FALSE(outcome.error.has_value());
@@ -43,7 +43,7 @@ TEST_F(SweepTest, readsAFile) {
     EXPECT_EQ(outcome.maxIfdCount, 2.5);
 }
 
-TEST_F(SweepTest, findsTheExifDataOfAJpegFileUnlessToldWhere) {
+TEST_F(FileReading, FindsTheExifDataOfAJpegFileUnlessToldWhere) {
     const fixture::TiffFile file = smallFile().buildInJpeg();
     const ifdsweep::Outcome found = sweep(file.bytes);
     EXPECT_EQ(found.initialOffset, static_cast<double>(file.base));
@@ -54,14 +54,14 @@ TEST_F(SweepTest, findsTheExifDataOfAJpegFileUnlessToldWhere) {
     EXPECT_EQ(told.error->id(), "Velmora:pixlore:ifdsweep:badEndianness");
 }
 
-TEST_F(SweepTest, aMissingFileIsAnErrorOfItsOwn) {
+TEST_F(FileReading, AMissingFileIsAnErrorOfItsOwn) {
     const ifdsweep::Outcome outcome = ifdsweep::read(host, "/no/such/file", {});
     ASSERT_TRUE(outcome.error.has_value());
     EXPECT_EQ(outcome.error->id(), "Velmora:pixlore:ifdsweep:statFailure");
     EXPECT_EQ(outcome.result, nullptr);
 }
 
-TEST_F(SweepTest, exhaustedMemoryCostsOneFile) {
+TEST_F(FileReading, ExhaustedMemoryCostsOneFile) {
     const fixture::Bytes bytes = smallFile().build().bytes;
     std::uint64_t creation = 0;
     ifdsweep::Outcome outcome;
@@ -78,7 +78,7 @@ TEST_F(SweepTest, exhaustedMemoryCostsOneFile) {
     EXPECT_GT(creation, 10U);
 }
 
-TEST_F(SweepTest, anUnexpectedFailureSaysWhat) {
+TEST_F(FileReading, AnUnexpectedFailureSaysWhat) {
     host.failValueCreation(7, std::make_exception_ptr(std::runtime_error("strange")));
     const ifdsweep::Outcome outcome = sweep(smallFile().build().bytes);
     ASSERT_TRUE(outcome.error.has_value());
@@ -86,7 +86,7 @@ TEST_F(SweepTest, anUnexpectedFailureSaysWhat) {
     EXPECT_EQ(ifdsweep::messageText(*outcome.error), "unexpected failure: strange");
 }
 
-TEST_F(SweepTest, warningsBelongToTheirFile) {
+TEST_F(FileReading, WarningsBelongToTheirFile) {
     fixture::TiffBuilder builder = smallFile();
     builder.add(fixture::Directory{fixture::shorts(256, {4}), fixture::shorts(50000, {})});
     const ifdsweep::Outcome first = sweep(builder.build().bytes);
@@ -95,7 +95,7 @@ TEST_F(SweepTest, warningsBelongToTheirFile) {
     EXPECT_EQ(second.warnings.size(), 0U);
 }
 
-TEST(MessagesTest, textsOfTheProgramsOwn) {
+TEST(OwnMessages, TextsOfTheProgramsOwn) {
     const auto text = [](const char* id, std::vector<qxMessageArgument> arguments) {
         return ifdsweep::messageText(qxMessage(id, std::move(arguments)));
     };

@@ -68,15 +68,15 @@ const Case kCases[] = {
     {"Mak?", {"Make"}},
 };
 
-class TagChoiceTest : public testing::TestWithParam<Case> {};
+class TagChoice : public testing::TestWithParam<Case> {};
 
-TEST_P(TagChoiceTest, choosesInTheOrderAskedFor) {
+TEST_P(TagChoice, ChoosesInTheOrderAskedFor) {
     EXPECT_EQ(chosen(GetParam().list), GetParam().expected);
 }
 
-INSTANTIATE_TEST_SUITE_P(All, TagChoiceTest, testing::ValuesIn(kCases));
+INSTANTIATE_TEST_SUITE_P(All, TagChoice, testing::ValuesIn(kCases));
 
-TEST(TagChoiceComplaintTest, names) {
+TEST(TagChoiceComplaint, Names) {
     const std::pair<const char*, const char*> rows[] = {
         {"Mkae", "--tags: no tag is named Mkae, nearest: Make"},
         {"make", "--tags: no tag is named make, nearest: Make"},
@@ -99,7 +99,7 @@ TEST(TagChoiceComplaintTest, names) {
     }
 }
 
-TEST(TagChoiceComplaintTest, theNearestStandFirst) {
+TEST(TagChoiceComplaint, TheNearestStandFirst) {
     const auto nearest = [](std::string_view word) {
         return ifdsweep::nearestNames(word,
                                       {"Width", "Height", "CellWidth", "TileWidth", "Windth"});
@@ -113,7 +113,7 @@ TEST(TagChoiceComplaintTest, theNearestStandFirst) {
     EXPECT_EQ(ifdsweep::nearestNames("a", {}), "");
 }
 
-TEST(TagListTest, everyNameCanBeChosen) {
+TEST(TagList, EveryNameCanBeChosen) {
     std::set<std::string_view> dictionaries;
     for (const ifdsweep::TagListing& listing : ifdsweep::listTags()) {
         dictionaries.insert(listing.dictionary);
@@ -128,7 +128,7 @@ TEST(TagListTest, everyNameCanBeChosen) {
               (std::set<std::string_view>{"TIFF", "GPS", "Interoperability", "record"}));
 }
 
-TEST(TagListTest, aLineForEveryName) {
+TEST(TagList, ALineForEveryName) {
     const auto lines = programrun::linesOf(ifdsweep::tagListText());
     EXPECT_EQ(lines.size(), ifdsweep::listTags().size());
     for (const char* const line :

@@ -14,16 +14,16 @@
 #include "io/packed.h"
 #include "io/run_failure.h"
 #include "program/program_run.h"
-#include "write/rendering.h"
+#include "program/temporary_folder.h"
 #include "run/failure_list.h"
 #include "run/file_roles.h"
 #include "run/journal.h"
 #include "run/keyed_hash.h"
 #include "run/progress.h"
-#include "program/temporary_folder.h"
 #include "walk/path_list.h"
 #include "workers/file_part.h"
 #include "workers/file_report.h"
+#include "write/rendering.h"
 
 namespace {
 
@@ -33,7 +33,7 @@ using programrun::contents;
 using programrun::linesOf;
 using programrun::write;
 
-TEST(PackedTest, comesBack) {
+TEST(Packed, ComesBack) {
     std::string bytes;
     packed::putNumber(bytes, 0);
     packed::putText(bytes, std::string_view("a\0b", 3));
@@ -48,7 +48,7 @@ TEST(PackedTest, comesBack) {
     EXPECT_TRUE(rest.isWhole());
 }
 
-TEST(PackedTest, nothingFollowsAFailure) {
+TEST(Packed, NothingFollowsAFailure) {
     std::string bytes;
     packed::putNumber(bytes, 2);
     packed::putNumber(bytes, 7);
@@ -67,7 +67,7 @@ TEST(PackedTest, nothingFollowsAFailure) {
     EXPECT_TRUE(beyond.hasFailed());
 }
 
-TEST(PackedTest, aTextIsTakenWholeOrNotAtAll) {
+TEST(Packed, ATextIsTakenWholeOrNotAtAll) {
     std::string bytes;
     packed::putText(bytes, "text");
     for (std::size_t size = 0; size < bytes.size(); ++size) {
@@ -88,7 +88,7 @@ TEST(PackedTest, aTextIsTakenWholeOrNotAtAll) {
     EXPECT_TRUE(rest.empty());
 }
 
-TEST(FileReportTest, comesBack) {
+TEST(FileReport, ComesBack) {
     ifdsweep::FileReport report = ifdsweep::failureReport("why\n");
     report.directories = 7;
     report.warnings = {{"Velmora:a", 1}, {"Velmora:b", 300}};
@@ -107,7 +107,7 @@ TEST(FileReportTest, comesBack) {
     EXPECT_TRUE(back.isShown);
 }
 
-TEST(FilePartTest, staysInMemoryWhileItIsSmall) {
+TEST(FilePart, StaysInMemoryWhileItIsSmall) {
     constexpr std::size_t kMost = ifdsweep::FilePart::kMostInMemory;
     const std::pair<std::vector<std::size_t>, bool> rows[] = {
         {{}, false},
@@ -139,7 +139,7 @@ TEST(FilePartTest, staysInMemoryWhileItIsSmall) {
     }
 }
 
-TEST(FilePartTest, aSpillThatWasCutIsAnError) {
+TEST(FilePart, ASpillThatWasCutIsAnError) {
     ifdsweep::FilePartSink sink;
     sink.write(std::string(2 * ifdsweep::FilePart::kMostInMemory, 'x'));
     sink.part.spillSize += 1;
@@ -155,7 +155,7 @@ ifdsweep::FileReport readReport(bool warned = false) {
     return report;
 }
 
-class JournalTest : public testing::Test {
+class JournalFile : public testing::Test {
 protected:
     void SetUp() override { write(path("a.tif"), "bytes"); }
 
@@ -196,7 +196,7 @@ protected:
     TemporaryFolder folder;
 };
 
-TEST_F(JournalTest, tellsWhatIsFinished) {
+TEST_F(JournalFile, TellsWhatIsFinished) {
     using Ending = ifdsweep::Journal::Ending;
     ifdsweep::FileReport skipped;
     skipped.ending = ifdsweep::FileReport::Ending::skipped;
@@ -226,7 +226,7 @@ TEST_F(JournalTest, tellsWhatIsFinished) {
     EXPECT_EQ(linesOf(contents(path("journal"))).size(), 5U + 6);
 }
 
-TEST_F(JournalTest, aChangeOfSizeOrTimeIsSeen) {
+TEST_F(JournalFile, AChangeOfSizeOrTimeIsSeen) {
     finish(input("a.tif"), readReport(), 10);
     ASSERT_TRUE(endingOf(input("a.tif")).has_value());
     const auto time = fs::last_write_time(path("a.tif"));
@@ -241,14 +241,14 @@ TEST_F(JournalTest, aChangeOfSizeOrTimeIsSeen) {
     EXPECT_FALSE(endingOf(input("a.tif")).has_value());
 }
 
-TEST_F(JournalTest, aPathThatCouldNotBeTriedIsFinishedWithItsReason) {
+TEST_F(JournalFile, APathThatCouldNotBeTriedIsFinishedWithItsReason) {
     finish(input("a.tif", "no permission"), ifdsweep::failureReport("why"), 10);
     EXPECT_TRUE(endingOf(input("a.tif", "no permission")).has_value());
     EXPECT_FALSE(endingOf(input("a.tif", "a pipe")).has_value());
     EXPECT_FALSE(endingOf(input("a.tif")).has_value());
 }
 
-TEST_F(JournalTest, whatIsNotCommittedIsNotThere) {
+TEST_F(JournalFile, WhatIsNotCommittedIsNotThere) {
     ifdsweep::Journal journal(path("journal"), kRun);
     journal.begin();
     std::string entry;
@@ -261,7 +261,7 @@ TEST_F(JournalTest, whatIsNotCommittedIsNotThere) {
     EXPECT_EQ(ifdsweep::Journal(path("journal"), kRun).finishedFiles(), 1U);
 }
 
-TEST_F(JournalTest, aLastLineThatIsCutIsDropped) {
+TEST_F(JournalFile, ALastLineThatIsCutIsDropped) {
     const std::size_t first = emptyJournal().size();
     finish(input("a.tif"), readReport(), 10);
     finish(input("none.tif"), readReport(), 20);
@@ -287,7 +287,7 @@ TEST_F(JournalTest, aLastLineThatIsCutIsDropped) {
     }
 }
 
-TEST_F(JournalTest, nothingIsWrittenBeforeItBegins) {
+TEST_F(JournalFile, NothingIsWrittenBeforeItBegins) {
     const std::string whole = emptyJournal() + "r 1 0 2 3 4 a\nr 5 0";
     write(path("journal"), whole);
     EXPECT_EQ(ifdsweep::Journal(path("journal"), kRun).finishedFiles(), 1U);
@@ -301,7 +301,7 @@ TEST_F(JournalTest, nothingIsWrittenBeforeItBegins) {
     EXPECT_TRUE(fs::is_symlink(path("link")));
 }
 
-TEST_F(JournalTest, itTellsWhereTheOutputIs) {
+TEST_F(JournalFile, ItTellsWhereTheOutputIs) {
     {
         ifdsweep::Journal journal(path("journal"), kRun);
         EXPECT_FALSE(journal.output() || journal.list() || journal.whole());
@@ -329,7 +329,7 @@ TEST_F(JournalTest, itTellsWhereTheOutputIs) {
     EXPECT_EQ(journal.outputLength(), 200U);
 }
 
-TEST_F(JournalTest, anotherRunIsRefusedWithWhatDiffers) {
+TEST_F(JournalFile, AnotherRunIsRefusedWithWhatDiffers) {
     const std::string before = emptyJournal();
     const auto refusalOf = [this](std::vector<std::string> phrases) -> std::string {
         try {
@@ -355,7 +355,7 @@ TEST_F(JournalTest, anotherRunIsRefusedWithWhatDiffers) {
     EXPECT_NE(refusalOf(kRun).find("was begun by an older ifdsweep"), std::string::npos);
 }
 
-TEST_F(JournalTest, aDateFarAwayIsTwoNumbers) {
+TEST_F(JournalFile, ADateFarAwayIsTwoNumbers) {
     // As nanoseconds, the year 2300 does not fit in 64 bits.
     const timespec time{10413792000, 123456789};
     const timespec times[2] = {time, time};
@@ -370,7 +370,7 @@ TEST_F(JournalTest, aDateFarAwayIsTwoNumbers) {
     EXPECT_TRUE(endingOf(input("a.tif")).has_value());
 }
 
-TEST_F(JournalTest, filesThatHaveChangedAreCounted) {
+TEST_F(JournalFile, FilesThatHaveChangedAreCounted) {
     finish(input("a.tif"), readReport(), 10);
     finish(input("none.tif"), ifdsweep::failureReport("why"), 10);
     ifdsweep::FileReport skipped;
@@ -391,7 +391,7 @@ TEST_F(JournalTest, filesThatHaveChangedAreCounted) {
     EXPECT_EQ(journal.changedFiles().failed, 1U);
 }
 
-TEST(KeyedHashTest, isSipHash) {
+TEST(KeyedHash, IsSipHash) {
     // The vectors of its authors: the key 00 01 ... 0f, the text 00 01 ... of each length.
     const ifdsweep::HashKey key{0x0706050403020100U, 0x0f0e0d0c0b0a0908U};
     std::string text;
@@ -409,7 +409,7 @@ TEST(KeyedHashTest, isSipHash) {
     EXPECT_NE(ifdsweep::makeHashKey(), ifdsweep::makeHashKey());
 }
 
-TEST_F(JournalTest, manyLinesAreReadInPieces) {
+TEST_F(JournalFile, ManyLinesAreReadInPieces) {
     // More than the journal reads at a time.
     const std::string long1(200, 'n');
     {
@@ -434,7 +434,7 @@ TEST_F(JournalTest, manyLinesAreReadInPieces) {
     EXPECT_FALSE(journal.endingOf({long1 + "12000", false, ""}, entry).has_value());
 }
 
-TEST_F(JournalTest, foreignFilesAreRefusedUntouched) {
+TEST_F(JournalFile, ForeignFilesAreRefusedUntouched) {
     const std::string head = emptyJournal();
     for (const std::string& foreign : {std::string("x"),
                                        std::string("x\n"),
@@ -465,9 +465,9 @@ TEST_F(JournalTest, foreignFilesAreRefusedUntouched) {
     EXPECT_THROW(ifdsweep::Journal("/dev/null", kRun), ifdsweep::Refusal);
 }
 
-class FailureListTest : public JournalTest {};
+class FailureListFile : public JournalFile {};
 
-TEST_F(FailureListTest, linesAreReadBack) {
+TEST_F(FailureListFile, LinesAreReadBack) {
     {
         ifdsweep::FailureList list(path("failed"), false, nullptr);
         list.begin();
@@ -486,7 +486,7 @@ TEST_F(FailureListTest, linesAreReadBack) {
     EXPECT_EQ(contents(path("failed")), std::string("two\nlines\0", 10));
 }
 
-TEST_F(FailureListTest, namesThatALineCannotHold) {
+TEST_F(FailureListFile, NamesThatALineCannotHold) {
     const ifdsweep::FailureList lines(path("failed"), false, nullptr);
     EXPECT_TRUE(lines.canHold("a\tb # c"));
     EXPECT_FALSE(lines.canHold("a\nb"));
@@ -496,7 +496,7 @@ TEST_F(FailureListTest, namesThatALineCannotHold) {
     EXPECT_THROW(ifdsweep::FailureList(path("none/failed"), false, nullptr), ifdsweep::RunFailure);
 }
 
-TEST_F(FailureListTest, anOldListIsEmptiedLate) {
+TEST_F(FailureListFile, AnOldListIsEmptiedLate) {
     write(path("failed"), "old");
     {
         ifdsweep::FailureList refused(path("failed"), false, nullptr);
@@ -509,9 +509,9 @@ TEST_F(FailureListTest, anOldListIsEmptiedLate) {
     EXPECT_FALSE(fs::exists(path("new")));
 }
 
-class FileRolesTest : public JournalTest {};
+class FileRoles : public JournalFile {};
 
-TEST_F(FileRolesTest, aFileHasOneRole) {
+TEST_F(FileRoles, AFileHasOneRole) {
     write(path("b.tif"), "x");
     fs::create_hard_link(path("a.tif"), path("same.tif"));
     ifdsweep::RunOptions arguments;
@@ -541,7 +541,7 @@ TEST_F(FileRolesTest, aFileHasOneRole) {
     EXPECT_NO_THROW(ifdsweep::checkFileRoles(arguments));
 }
 
-TEST(ProgressTest, text) {
+TEST(Progress, Text) {
     using Seconds = std::chrono::duration<double>;
     EXPECT_EQ(ifdsweep::Progress::text({0, 0}, Seconds(0), std::nullopt, 80),
               "0 files, 0/s, 0 failed");
@@ -554,7 +554,7 @@ TEST(ProgressTest, text) {
     EXPECT_EQ(ifdsweep::Progress::text({0, 0}, Seconds(2), 10, 80), "0 files of 10, 0/s, 0 failed");
 }
 
-TEST(ProgressTest, aSlowFileIsNamed) {
+TEST(Progress, ASlowFileIsNamed) {
     const auto text = [](const std::string& name, std::chrono::seconds since, std::size_t columns) {
         ifdsweep::RunState state;
         state.slowFile = name;

@@ -17,7 +17,7 @@ std::string finite(double value) {
     return {room.data(), ifdsweep::formatFinite(room.data(), value)};
 }
 
-TEST(NumberTextTest, writesShortestDigits) {
+TEST(NumberText, WritesShortestDigits) {
     using Limits = std::numeric_limits<double>;
     const std::pair<double, std::string> rows[] = {
         {0.0, "0"},
@@ -47,7 +47,7 @@ TEST(NumberTextTest, writesShortestDigits) {
     }
 }
 
-TEST(NumberTextTest, everyNumberReadsBackTheSame) {
+TEST(NumberText, EveryNumberReadsBackTheSame) {
     std::mt19937_64 random(1);
     for (int repetition = 0; repetition < 200000; ++repetition) {
         const auto value = std::bit_cast<double>(random());
@@ -59,7 +59,7 @@ TEST(NumberTextTest, everyNumberReadsBackTheSame) {
     }
 }
 
-TEST(NumberTextTest, writesEveryInteger) {
+TEST(NumberText, WritesEveryInteger) {
     std::array<char, ifdsweep::kNumberRoom> room{};
     const std::pair<std::int64_t, std::string> rows[] = {{0, "0"},
                                                          {-7, "-7"},
@@ -70,7 +70,7 @@ TEST(NumberTextTest, writesEveryInteger) {
     }
 }
 
-TEST(NumberTextTest, namesWhatIsNotFinite) {
+TEST(NumberText, NamesWhatIsNotFinite) {
     EXPECT_STREQ(ifdsweep::nonFiniteName(NAN), "NaN");
     EXPECT_STREQ(ifdsweep::nonFiniteName(-NAN), "NaN");
     EXPECT_STREQ(ifdsweep::nonFiniteName(INFINITY), "Infinity");

@@ -122,24 +122,24 @@ const NaturalCase kNaturalCases[] = {
     {"fileNamePair", u"\U0001F4F7", TextOrigin::fileName, TextForm::utf16, "\U0001F4F7"},
 };
 
-class NaturalTextTest : public testing::TestWithParam<NaturalCase> {};
+class NaturalText : public testing::TestWithParam<NaturalCase> {};
 
-TEST_P(NaturalTextTest, readsTheText) {
+TEST_P(NaturalText, ReadsTheText) {
     const NaturalCase& row = GetParam();
     EXPECT_EQ(ifdsweep::textForm(row.units, row.origin), row.form);
     EXPECT_EQ(nlohmann::json::parse(jsonNatural(row.units, row.origin)), row.text);
 }
 
-INSTANTIATE_TEST_SUITE_P(All, NaturalTextTest, testing::ValuesIn(kNaturalCases),
+INSTANTIATE_TEST_SUITE_P(All, NaturalText, testing::ValuesIn(kNaturalCases),
                          [](const auto& instance) { return std::string(instance.param.name); });
 
-TEST(NaturalTextTest, onlyTheFileNameIsTrueUtf16) {
+TEST(NaturalText, OnlyTheFileNameIsTrueUtf16) {
     EXPECT_EQ(ifdsweep::fieldTextOrigin("Filename"), TextOrigin::fileName);
     EXPECT_EQ(ifdsweep::fieldTextOrigin("Artist"), TextOrigin::tag);
     EXPECT_EQ(ifdsweep::fieldTextOrigin(""), TextOrigin::tag);
 }
 
-TEST(NaturalTextTest, aPrefixCutsNoCodePoint) {
+TEST(NaturalText, APrefixCutsNoCodePoint) {
     const std::u16string utf8 = signExtended("a\xE2\x82\xAC");
     for (const auto& [limit, length] :
          {std::pair{0U, 0U}, {1U, 1U}, {2U, 1U}, {3U, 1U}, {4U, 4U}}) {
@@ -151,14 +151,14 @@ TEST(NaturalTextTest, aPrefixCutsNoCodePoint) {
     EXPECT_EQ(ifdsweep::naturalPrefix(pair, TextForm::utf16, 3), pair);
 }
 
-TEST(JsonTextTest, escapesWhatMustBe) {
+TEST(JsonText, EscapesWhatMustBe) {
     EXPECT_EQ(jsonBytes("plain"), R"("plain")");
     EXPECT_EQ(jsonBytes("\"\\/\b\f\n\r\t"), R"("\"\\/\b\f\n\r\t")");
     EXPECT_EQ(jsonBytes(std::string_view("\0\x1F\x7F", 3)), "\"\\u0000\\u001f\\u007f\"");
     EXPECT_EQ(jsonBytes("Zürich €"), "\"Zürich €\"");
 }
 
-TEST(JsonTextTest, whatNobodySeesIsEscapedOnATerminalAndReadsBack) {
+TEST(JsonText, WhatNobodySeesIsEscapedOnATerminalAndReadsBack) {
     EXPECT_EQ(jsonOnTerminal("\u0080\u009B\u202E"), R"("\u0080\u009b\u202e")");
     EXPECT_EQ(jsonOnTerminal("\U000E0041"), R"("\udb40\udc41")");
     EXPECT_EQ(jsonNatural(signExtended("\x9D")), R"("\u009d")");
@@ -173,12 +173,12 @@ TEST(JsonTextTest, whatNobodySeesIsEscapedOnATerminalAndReadsBack) {
     });
 }
 
-TEST(JsonTextTest, replacesBytesThatAreNoUtf8) {
+TEST(JsonText, ReplacesBytesThatAreNoUtf8) {
     EXPECT_EQ(jsonBytes("a\xFFz\xC3"), "\"a\uFFFDz\uFFFD\"");
     EXPECT_EQ(jsonBytes("\xED\xA0\x80"), "\"\uFFFD\uFFFD\uFFFD\"");
 }
 
-TEST(JsonTextTest, everyUnitSurvives) {
+TEST(JsonText, EveryUnitSurvives) {
     EXPECT_EQ(jsonUnits(u"a\uFFE9"), "\"a\uFFE9\"");
     EXPECT_EQ(jsonUnits(u"\U0001F4F7"), "\"\U0001F4F7\"");
     EXPECT_EQ(jsonUnits({u"\xD83D", 1}), "\"\\ud83d\"");
@@ -187,11 +187,11 @@ TEST(JsonTextTest, everyUnitSurvives) {
     EXPECT_EQ(jsonUnits({u"a\0b", 3}), "\"a\\u0000b\"");
 }
 
-TEST(JsonTextTest, naturalTextReplacesLoneSurrogates) {
+TEST(JsonText, NaturalTextReplacesLoneSurrogates) {
     EXPECT_EQ(jsonNatural({u"a\xDC80", 2}, TextOrigin::fileName), "\"a\uFFFD\"");
 }
 
-TEST(JsonTextTest, everySingleUnitIsValidJson) {
+TEST(JsonText, EverySingleUnitIsValidJson) {
     for (std::uint32_t unit = 0; unit < 0x10000; ++unit) {
         const std::u16string text(1, static_cast<char16_t>(unit));
         ASSERT_TRUE(nlohmann::json::accept(jsonNatural(text))) << unit;
@@ -199,7 +199,7 @@ TEST(JsonTextTest, everySingleUnitIsValidJson) {
     }
 }
 
-TEST(JsonTextTest, longTextsCrossEveryBoundary) {
+TEST(JsonText, LongTextsCrossEveryBoundary) {
     for (const std::size_t size : {63U, 64U, 65U, 131071U, 131072U, 400000U}) {
         std::string text(size, 'x');
         text[size / 2] = '\n';
@@ -208,7 +208,7 @@ TEST(JsonTextTest, longTextsCrossEveryBoundary) {
     }
 }
 
-TEST(JsonTextTest, oneUnitThatIsNotPlainIsSeenAtEveryPlace) {
+TEST(JsonText, OneUnitThatIsNotPlainIsSeenAtEveryPlace) {
     for (const std::size_t length : {1U, 7U, 8U, 9U, 15U, 16U, 17U, 63U, 64U, 65U, 256U, 257U}) {
         for (std::size_t place = 0; place < length; ++place) {
             for (const char16_t unit : u"\x01\x1F \"\\~\x7F\x80\x100\u2241\uFF22") {
@@ -231,7 +231,7 @@ TEST(JsonTextTest, oneUnitThatIsNotPlainIsSeenAtEveryPlace) {
     }
 }
 
-TEST(JsonTextTest, base64) {
+TEST(JsonText, Base64) {
     // The examples of RFC 4648, section 10.
     const std::pair<std::string_view, std::string_view> rows[] = {{"", ""},
                                                                   {"f", "Zg=="},
@@ -251,7 +251,7 @@ TEST(JsonTextTest, base64) {
               R"("+/+/")");
 }
 
-TEST(JsonTextTest, longBase64HasNoPaddingInside) {
+TEST(JsonText, LongBase64HasNoPaddingInside) {
     const std::vector<std::uint8_t> bytes(100000, 0);
     const std::string text =
         rendered([&](ifdsweep::Output& output) { ifdsweep::appendJsonBase64(output, bytes); });
@@ -289,16 +289,16 @@ const TerminalCase kTerminalCases[] = {
     {"fillers", "\u115F\u1160\u3164\uFFA0", R"(\u115f\u1160\u3164\uffa0)"},
 };
 
-class TerminalTextTest : public testing::TestWithParam<TerminalCase> {};
+class TerminalText : public testing::TestWithParam<TerminalCase> {};
 
-TEST_P(TerminalTextTest, showsNothingThatATerminalObeys) {
+TEST_P(TerminalText, ShowsNothingThatATerminalObeys) {
     EXPECT_EQ(terminalBytes(GetParam().bytes), GetParam().shown);
 }
 
-INSTANTIATE_TEST_SUITE_P(All, TerminalTextTest, testing::ValuesIn(kTerminalCases),
+INSTANTIATE_TEST_SUITE_P(All, TerminalText, testing::ValuesIn(kTerminalCases),
                          [](const auto& instance) { return std::string(instance.param.name); });
 
-TEST(JsonTextTest, controlsAloneAreEscapedForAProgram) {
+TEST(JsonText, ControlsAloneAreEscapedForAProgram) {
     forEachCodePoint([](char32_t codePoint, const std::string& utf8) {
         const bool isControl = codePoint < 0x20 || (codePoint >= 0x7F && codePoint <= 0x9F);
         const bool isSyntax = codePoint == '"' || codePoint == '\\';
@@ -308,7 +308,7 @@ TEST(JsonTextTest, controlsAloneAreEscapedForAProgram) {
     });
 }
 
-TEST(TerminalTextTest, whatNobodySeesIsEscapedAndNothingElse) {
+TEST(TerminalText, WhatNobodySeesIsEscapedAndNothingElse) {
     forEachCodePoint([](char32_t codePoint, const std::string& utf8) {
         const std::string shown = terminalBytes(utf8);
         const std::string expected = codePoint == '\\' ? R"(\\)" : utf8;
@@ -321,16 +321,16 @@ TEST(TerminalTextTest, whatNobodySeesIsEscapedAndNothingElse) {
     });
 }
 
-TEST(TerminalTextTest, tagTextIsReadNaturallyAndEscaped) {
+TEST(TerminalText, TagTextIsReadNaturallyAndEscaped) {
     EXPECT_EQ(terminalNatural(signExtended("Z\xFCrich\x1b[0m")), R"(Zürich\x1b[0m)");
     EXPECT_EQ(terminalNatural(signExtended("\x9D")), R"(\u009d)");
 }
 
-TEST(TerminalTextTest, bytesOfAFileNameShowAsBytes) {
+TEST(TerminalText, BytesOfAFileNameShowAsBytes) {
     EXPECT_EQ(terminalNatural({u"a\xDCFF\xD800", 3}, 1000, TextOrigin::fileName), R"(a\xff\ud800)");
 }
 
-TEST(TerminalTextTest, longTextIsCutWithItsLength) {
+TEST(TerminalText, LongTextIsCutWithItsLength) {
     EXPECT_EQ(terminalNatural(u"abcdef", 6), "abcdef");
     EXPECT_EQ(terminalNatural(u"abcdefg", 6), "abcdef ... (7 characters)");
     // The part that is shown alone would be no UTF-8.

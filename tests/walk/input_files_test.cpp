@@ -26,7 +26,7 @@ namespace fs = std::filesystem;
 using programrun::write;
 using Names = std::vector<std::string>;
 
-class InputFilesTest : public testing::Test {
+class InputFileWalk : public testing::Test {
 protected:
     void SetUp() override {
         for (const char* const name :
@@ -71,25 +71,25 @@ protected:
     TemporaryFolder folder;
 };
 
-TEST_F(InputFilesTest, foldersAreWalkedDepthFirstInTheOrderOfBytes) {
+TEST_F(InputFileWalk, FoldersAreWalkedDepthFirstInTheOrderOfBytes) {
     EXPECT_EQ(found(choose({""})), (Names{"a.tif", "b/1.tif", "b/2.tif", "b/c/3.jpg", "b/c/d/4.tif",
                                           "z/5.TIF", "ä.tif"}));
     EXPECT_EQ(found(choose({"z", "a.tif", "b/c"})),
               (Names{"z/5.TIF", "a.tif", "b/c/3.jpg", "b/c/d/4.tif"}));
 }
 
-TEST_F(InputFilesTest, slashesBehindAFolderStayAsTheyAre) {
+TEST_F(InputFileWalk, SlashesBehindAFolderStayAsTheyAre) {
     EXPECT_EQ(found(choose({"z/"})), (Names{"z/5.TIF"}));
     EXPECT_EQ(found(choose({"z//"})), (Names{"z//5.TIF"}));
 }
 
-TEST_F(InputFilesTest, notRecursiveIsOneLevel) {
+TEST_F(InputFileWalk, NotRecursiveIsOneLevel) {
     ifdsweep::InputChoice choice = choose({"", "b", "b/c/3.jpg"});
     choice.recursive = false;
     EXPECT_EQ(found(choice), (Names{"a.tif", "ä.tif", "b/1.tif", "b/2.tif", "b/c/3.jpg"}));
 }
 
-TEST_F(InputFilesTest, patterns) {
+TEST_F(InputFileWalk, Patterns) {
     struct Case {
         Names included;
         Names excluded;
@@ -115,14 +115,14 @@ TEST_F(InputFilesTest, patterns) {
     }
 }
 
-TEST_F(InputFilesTest, patternsAreForWhatIsFoundAlone) {
+TEST_F(InputFileWalk, PatternsAreForWhatIsFoundAlone) {
     ifdsweep::InputChoice choice = choose({"a.tif", "b/c"});
     choice.included = {"*.jpg"};
     choice.excluded = {"a*", "c"};
     EXPECT_EQ(found(choice), (Names{"a.tif", "b/c/3.jpg"}));
 }
 
-TEST_F(InputFilesTest, linksToFoldersAreFollowedOnDemand) {
+TEST_F(InputFileWalk, LinksToFoldersAreFollowedOnDemand) {
     fs::create_symlink("../b/c", folder / "z/link");
     fs::create_symlink("../a.tif", folder / "z/file");
     EXPECT_EQ(found(choose({"z"})), (Names{"z/5.TIF", "z/file"}));
@@ -133,12 +133,12 @@ TEST_F(InputFilesTest, linksToFoldersAreFollowedOnDemand) {
     EXPECT_EQ(found(choose({"z/link"})), (Names{"z/link/3.jpg", "z/link/d/4.tif"}));
 }
 
-TEST_F(InputFilesTest, aLinkThatLeadsNowhereIsTried) {
+TEST_F(InputFileWalk, ALinkThatLeadsNowhereIsTried) {
     fs::create_symlink("nowhere", folder / "z/link");
     EXPECT_EQ(found(choose({"z"})), (Names{"z/5.TIF", "z/link"}));
 }
 
-TEST_F(InputFilesTest, noFolderIsWalkedTwice) {
+TEST_F(InputFileWalk, NoFolderIsWalkedTwice) {
     const Names all = found(choose({""}));
     EXPECT_EQ(found(choose({"", "b", "z", "."})), all);
     fs::create_symlink("..", folder / "b/c/loop");
@@ -149,11 +149,11 @@ TEST_F(InputFilesTest, noFolderIsWalkedTwice) {
     EXPECT_EQ(found(choice), all);
 }
 
-TEST_F(InputFilesTest, aFileIsReadAsOftenAsItIsNamed) {
+TEST_F(InputFileWalk, AFileIsReadAsOftenAsItIsNamed) {
     EXPECT_EQ(found(choose({"a.tif", "a.tif"})), (Names{"a.tif", "a.tif"}));
 }
 
-TEST_F(InputFilesTest, whatIsFoundIsSniffedUnlessAllIsTried) {
+TEST_F(InputFileWalk, WhatIsFoundIsSniffedUnlessAllIsTried) {
     for (const bool all : {false, true}) {
         ifdsweep::InputChoice choice =
             choose({(folder / "z").string(), (folder / "a.tif").string()});
@@ -164,7 +164,7 @@ TEST_F(InputFilesTest, whatIsFoundIsSniffedUnlessAllIsTried) {
     }
 }
 
-TEST_F(InputFilesTest, whatIsWrittenIsNotRead) {
+TEST_F(InputFileWalk, WhatIsWrittenIsNotRead) {
     const int file = ::open((folder / "a.tif").c_str(), O_RDONLY | O_CLOEXEC);
     const auto identity = ifdsweep::identityOf(file);
     ::close(file);
@@ -176,7 +176,7 @@ TEST_F(InputFilesTest, whatIsWrittenIsNotRead) {
     EXPECT_EQ(others.size(), 6U);
 }
 
-TEST_F(InputFilesTest, listsAreReadBehindTheCommandLine) {
+TEST_F(InputFileWalk, ListsAreReadBehindTheCommandLine) {
     const std::string start = folder.path().string() + '/';
     ifdsweep::InputChoice choice =
         chooseList(start + "z\n" + start + "a.tif\n\n" + start + "b/1.tif\t# failed\n-", false);
@@ -186,7 +186,7 @@ TEST_F(InputFilesTest, listsAreReadBehindTheCommandLine) {
               (Names{"b/c/3.jpg", "b/c/d/4.tif", "z/5.TIF", "a.tif", list, "b/1.tif", "./-"}));
 }
 
-TEST_F(InputFilesTest, nulSeparatedListsTakeEveryName) {
+TEST_F(InputFileWalk, NulSeparatedListsTakeEveryName) {
     const std::string start = folder.path().string() + '/';
     write(folder / "two\nlines\t# 1", "x");
     const std::string lines =
@@ -195,18 +195,18 @@ TEST_F(InputFilesTest, nulSeparatedListsTakeEveryName) {
               (Names{"two\nlines\t# 1", "! list: line 2 of the list is empty", "a.tif"}));
 }
 
-TEST_F(InputFilesTest, aListThatCannotBeOpened) {
+TEST_F(InputFileWalk, AListThatCannotBeOpened) {
     ifdsweep::InputChoice choice;
     choice.listFile = (folder / "none").string();
     EXPECT_THROW(ifdsweep::InputFiles(choice, {}), ifdsweep::RunFailure);
 }
 
-TEST_F(InputFilesTest, standardInputIsNoFileOfThatName) {
+TEST_F(InputFileWalk, StandardInputIsNoFileOfThatName) {
     write(folder / "-", "x");
     EXPECT_EQ(found(choose({"-"})), (Names{"-"}));
 }
 
-TEST_F(InputFilesTest, aFolderListingTellsWhyItCannot) {
+TEST_F(InputFileWalk, AFolderListingTellsWhyItCannot) {
     EXPECT_EQ(ifdsweep::FolderListing((folder / "none").string()).error(), ENOENT);
     EXPECT_EQ(ifdsweep::FolderListing((folder / "a.tif").string()).error(), ENOTDIR);
     ifdsweep::FolderListing listing((folder / "b").string());
@@ -222,7 +222,7 @@ TEST_F(InputFilesTest, aFolderListingTellsWhyItCannot) {
     EXPECT_EQ(same.identity(), listing.identity());
 }
 
-TEST_F(InputFilesTest, aPathListGivesLinesOfEveryLength) {
+TEST_F(InputFileWalk, APathListGivesLinesOfEveryLength) {
     // Around the size of the pieces that it reads.
     std::string text;
     Names expected;
@@ -242,7 +242,7 @@ TEST_F(InputFilesTest, aPathListGivesLinesOfEveryLength) {
     EXPECT_EQ(list.next(), std::nullopt);
 }
 
-TEST_F(InputFilesTest, aPathListThatIsStillWrittenIsNotWaitedFor) {
+TEST_F(InputFileWalk, APathListThatIsStillWrittenIsNotWaitedFor) {
     const std::string pipe = folder / "pipe";
     ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
     const int both = ::open(pipe.c_str(), O_RDWR | O_CLOEXEC);
@@ -262,7 +262,7 @@ TEST_F(InputFilesTest, aPathListThatIsStillWrittenIsNotWaitedFor) {
     EXPECT_EQ(list.next(), std::nullopt);
 }
 
-TEST_F(InputFilesTest, aFolderIsNoPathList) {
+TEST_F(InputFileWalk, AFolderIsNoPathList) {
     ifdsweep::PathList list((folder / "b").string(), false);
     EXPECT_THROW(static_cast<void>(list.next()), ifdsweep::OutputError);
 }

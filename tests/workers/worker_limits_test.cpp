@@ -15,13 +15,13 @@ using ifdsweep::kMostDefaultMemory;
 
 constexpr std::uint64_t kMiB = std::uint64_t{1} << 20;
 
-TEST(WorkerLimits, defaultMemoryIsTwiceAnEqualShare) {
+TEST(WorkerLimits, DefaultMemoryIsTwiceAnEqualShare) {
     EXPECT_EQ(defaultMemory(4096 * kMiB, 4), 2048 * kMiB);
     EXPECT_EQ(defaultMemory(4096 * kMiB, 1), 8192 * kMiB);
     EXPECT_EQ(defaultMemory(3000 * kMiB + 12345, 2), 3000 * kMiB);
 }
 
-TEST(WorkerLimits, defaultMemoryHasBounds) {
+TEST(WorkerLimits, DefaultMemoryHasBounds) {
     EXPECT_EQ(defaultMemory(0, 1), kLeastDefaultMemory);
     EXPECT_EQ(defaultMemory(512 * kMiB, 1), kLeastDefaultMemory);
     EXPECT_EQ(defaultMemory(513 * kMiB, 1), 1026 * kMiB);
@@ -32,13 +32,13 @@ TEST(WorkerLimits, defaultMemoryHasBounds) {
     EXPECT_EQ(defaultMemory({}, 64), kMostDefaultMemory);
 }
 
-TEST(WorkerLimits, theSystemTellsOfItsMemory) {
+TEST(WorkerLimits, TheSystemTellsOfItsMemory) {
     const auto available = ifdsweep::availableMemory();
     ASSERT_TRUE(available);
     EXPECT_GT(*available, 16 * kMiB);
 }
 
-TEST(WorkerLimits, theCommandLineComesFirst) {
+TEST(WorkerLimits, TheCommandLineComesFirst) {
     ifdsweep::WorkerChoice choice;
     const ifdsweep::WorkerLimits usual = ifdsweep::workerLimits(choice, 1);
     EXPECT_EQ(usual.timeout, 600);

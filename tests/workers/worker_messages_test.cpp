@@ -50,7 +50,7 @@ std::string usualAnswer() {
     return ifdsweep::packAnswer(9, report, part);
 }
 
-TEST(WorkerMessages, aSetupComesBack) {
+TEST(WorkerMessages, ASetupComesBack) {
     const ifdsweep::WorkerSetup sent = usualSetup();
     const auto back = ifdsweep::unpackSetup(bodyOf(ifdsweep::packSetup(sent)));
     ASSERT_TRUE(back);
@@ -79,7 +79,7 @@ TEST(WorkerMessages, aSetupComesBack) {
     EXPECT_EQ(ifdsweep::packSetup(*back), ifdsweep::packSetup(sent));
 }
 
-TEST(WorkerMessages, aSetupOfDefaultsComesBack) {
+TEST(WorkerMessages, ASetupOfDefaultsComesBack) {
     const std::string message = ifdsweep::packSetup({});
     const auto back = ifdsweep::unpackSetup(bodyOf(message));
     ASSERT_TRUE(back);
@@ -88,7 +88,7 @@ TEST(WorkerMessages, aSetupOfDefaultsComesBack) {
     EXPECT_EQ(ifdsweep::packSetup(*back), message);
 }
 
-TEST(WorkerMessages, aRequestComesBack) {
+TEST(WorkerMessages, ARequestComesBack) {
     ifdsweep::InputFile file;
     file.path = std::string("a\0\n/\xFF", 5);
     file.imagesOnly = true;
@@ -99,7 +99,7 @@ TEST(WorkerMessages, aRequestComesBack) {
     EXPECT_EQ(back->file.imagesOnly, true);
 }
 
-TEST(WorkerMessages, anAnswerComesBack) {
+TEST(WorkerMessages, AnAnswerComesBack) {
     const std::string message = usualAnswer();
     const auto back = ifdsweep::unpackAnswer(bodyOf(message));
     ASSERT_TRUE(back);
@@ -114,7 +114,7 @@ TEST(WorkerMessages, anAnswerComesBack) {
     EXPECT_FALSE(back->spillSize);
 }
 
-TEST(WorkerMessages, aMessageCutAnywhereIsNone) {
+TEST(WorkerMessages, AMessageCutAnywhereIsNone) {
     const auto expectNone = [](std::string_view message, auto unpack) {
         const std::string_view body = bodyOf(message);
         for (std::size_t size = 0; size < body.size(); ++size) {
@@ -129,7 +129,7 @@ TEST(WorkerMessages, aMessageCutAnywhereIsNone) {
                ifdsweep::unpackRequest);
 }
 
-TEST(WorkerMessages, aFlippedBitGivesAnotherWholeMessageOrNone) {
+TEST(WorkerMessages, AFlippedBitGivesAnotherWholeMessageOrNone) {
     const std::string good(bodyOf(usualAnswer()));
     int none = 0;
     for (std::size_t at = 0; at < good.size() * 8; ++at) {
@@ -172,7 +172,7 @@ std::string packed7(const BadAnswer& answer) {
     return bytes;
 }
 
-TEST(WorkerMessages, answersThatMakeNoSenseAreNone) {
+TEST(WorkerMessages, AnswersThatMakeNoSenseAreNone) {
     constexpr std::size_t kMost = ifdsweep::FilePart::kMostInMemory;
     EXPECT_TRUE(ifdsweep::unpackAnswer(packed7({"good", 0, 0, 1, 0, 0, kMost})));
     EXPECT_TRUE(ifdsweep::unpackAnswer(packed7({"in a file", 2, 0, 1, 1, 5, 0})));

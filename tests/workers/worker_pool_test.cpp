@@ -21,8 +21,8 @@
 
 #include "program/program_files.h"
 #include "program/program_run.h"
-#include "read/messages.h"
 #include "program/temporary_folder.h"
+#include "read/messages.h"
 
 namespace {
 
@@ -35,14 +35,14 @@ ifdsweep::InputFile file(std::string path) {
     return input;
 }
 
-class WorkerPoolTest : public testing::Test {
+class WorkerPools : public testing::Test {
 protected:
-    WorkerPoolTest() {
+    WorkerPools() {
         settings.program = IFDSWEEP_LYING_WORKER;
         settings.workers = 2;
         settings.limits = {30, std::uint64_t{8} << 30};
     }
-    ~WorkerPoolTest() override {
+    ~WorkerPools() override {
         ::unsetenv("LIE");
         ::unsetenv("LIE_FILE");
     }
@@ -83,7 +83,7 @@ protected:
     std::map<std::uint64_t, ifdsweep::WorkerAnswer> answers;
 };
 
-TEST_F(WorkerPoolTest, goodWorkersAnswerAll) {
+TEST_F(WorkerPools, GoodWorkersAnswerAll) {
     lie("none");
     ifdsweep::WorkerPool pool(task, settings);
     runFiles(pool, 1000);
@@ -93,7 +93,7 @@ TEST_F(WorkerPoolTest, goodWorkersAnswerAll) {
     }
 }
 
-TEST_F(WorkerPoolTest, whatIsTakenBackComesOnceWhoeverReadsIt) {
+TEST_F(WorkerPools, WhatIsTakenBackComesOnceWhoeverReadsIt) {
     // A file may be taken from behind a slow one and come to the same worker again.
     lie("slow");
     settings.workers = 3;
@@ -105,7 +105,7 @@ TEST_F(WorkerPoolTest, whatIsTakenBackComesOnceWhoeverReadsIt) {
     }
 }
 
-TEST_F(WorkerPoolTest, aWorkerThatLiesIsADeadOne) {
+TEST_F(WorkerPools, AWorkerThatLiesIsADeadOne) {
     for (const char* const how :
          {"garbage", "number", "huge", "notAFile", "short", "noFile", "extraFile"}) {
         lie(how);
@@ -116,7 +116,7 @@ TEST_F(WorkerPoolTest, aWorkerThatLiesIsADeadOne) {
     }
 }
 
-TEST_F(WorkerPoolTest, whatWasNotAskedIsNoAnswer) {
+TEST_F(WorkerPools, WhatWasNotAskedIsNoAnswer) {
     // The answers to what was asked may have come before the lie was seen.
     for (const char* const how : {"unasked", "twice"}) {
         lie(how);
@@ -131,7 +131,7 @@ TEST_F(WorkerPoolTest, whatWasNotAskedIsNoAnswer) {
     }
 }
 
-TEST_F(WorkerPoolTest, workersThatCannotBeginAreNotBegunForEver) {
+TEST_F(WorkerPools, WorkersThatCannotBeginAreNotBegunForEver) {
     for (const char* const how : {"exit", "dies"}) {
         lie(how);
         answers.clear();
@@ -141,7 +141,7 @@ TEST_F(WorkerPoolTest, workersThatCannotBeginAreNotBegunForEver) {
     }
 }
 
-TEST_F(WorkerPoolTest, aWorkerThatWasReadingNothingCostsNoFile) {
+TEST_F(WorkerPools, AWorkerThatWasReadingNothingCostsNoFile) {
     const TemporaryFolder folder;
     ::setenv("LIE_FILE", (folder.path() / "died").c_str(), 1);
     lie("once");
@@ -150,7 +150,7 @@ TEST_F(WorkerPoolTest, aWorkerThatWasReadingNothingCostsNoFile) {
     EXPECT_EQ(failures(), (Counts{{"", 10}}));
 }
 
-TEST_F(WorkerPoolTest, silenceEndsWhateverAWorkerSaysOfItself) {
+TEST_F(WorkerPools, SilenceEndsWhateverAWorkerSaysOfItself) {
     for (const char* const how : {"silent", "stopped"}) {
         lie(how);
         answers.clear();
@@ -161,7 +161,7 @@ TEST_F(WorkerPoolTest, silenceEndsWhateverAWorkerSaysOfItself) {
     }
 }
 
-TEST_F(WorkerPoolTest, aProcessThatCannotBeEndedIsLeftBehind) {
+TEST_F(WorkerPools, AProcessThatCannotBeEndedIsLeftBehind) {
     std::vector<pid_t> processes;
     settings.end = [&](pid_t process) { processes.push_back(process); };
     settings.grace = milliseconds(200);
@@ -189,7 +189,7 @@ TEST_F(WorkerPoolTest, aProcessThatCannotBeEndedIsLeftBehind) {
     }
 }
 
-TEST_F(WorkerPoolTest, withoutAnyProcessFilesFail) {
+TEST_F(WorkerPools, WithoutAnyProcessFilesFail) {
     settings.program = "/no/such/program";
     ifdsweep::WorkerPool pool(task, settings);
     runFiles(pool, 100);
@@ -198,7 +198,7 @@ TEST_F(WorkerPoolTest, withoutAnyProcessFilesFail) {
               "no process can be started to read the file: No such file or directory");
 }
 
-TEST_F(WorkerPoolTest, aProcessWithThreadsCanHaveAPool) {
+TEST_F(WorkerPools, AProcessWithThreadsCanHaveAPool) {
     const TemporaryFolder folder;
     programfiles::write(folder.path() / "a.tif", programfiles::image(7));
     settings.program = IFDSWEEP_PROGRAM;

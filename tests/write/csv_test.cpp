@@ -23,7 +23,7 @@ using rendering::number;
 using rendering::rendered;
 using rendering::setField;
 
-class CsvTest : public testing::Test {
+class Csv : public testing::Test {
 protected:
     /// A directory with SubIFDs of two trees, an Exif directory, and an unknown tag.
     static ifdsweep::Outcome nestedOutcome() {
@@ -83,7 +83,7 @@ protected:
     ifdsweep::Host::Scope scope{host};
 };
 
-TEST_F(CsvTest, cellsAreQuotedWhereTheyMustBe) {
+TEST_F(Csv, CellsAreQuotedWhereTheyMustBe) {
     const std::pair<std::u16string, std::string> rows[] = {
         {u"plain", "plain"},
         {u"", ""},
@@ -107,7 +107,7 @@ TEST_F(CsvTest, cellsAreQuotedWhereTheyMustBe) {
     }
 }
 
-TEST_F(CsvTest, fileNamesAndColumnsAreQuotedToo) {
+TEST_F(Csv, FileNamesAndColumnsAreQuotedToo) {
     EXPECT_EQ(ifdsweep::csvHeader({"a", "b,c", "d\"e"}), "File,Directory,a,\"b,c\",\"d\"\"e\"\r\n");
     ifdsweep::Outcome outcome;
     outcome.file = "a,\"b\"\n.tif";
@@ -123,7 +123,7 @@ TEST_F(CsvTest, fileNamesAndColumnsAreQuotedToo) {
     }
 }
 
-TEST_F(CsvTest, onATerminalCellsShowWhatTheyHold) {
+TEST_F(Csv, OnATerminalCellsShowWhatTheyHold) {
     ifdsweep::WriterSettings settings;
     settings.columns = {"Artist", "Bytes"};
     settings.toTerminal = true;
@@ -146,7 +146,7 @@ TEST_F(CsvTest, onATerminalCellsShowWhatTheyHold) {
     EXPECT_EQ(rowsOf(shown)[1][2], R"(one\r\ntwo, "x" \\, \u009d)");
 }
 
-TEST_F(CsvTest, valuesInCells) {
+TEST_F(Csv, ValuesInCells) {
     ifdsweep::Outcome outcome;
     outcome.file = "a";
     outcome.result = rendering::records(
@@ -167,7 +167,7 @@ TEST_F(CsvTest, valuesInCells) {
                             "NaN -Infinity", "", ""}));
 }
 
-TEST_F(CsvTest, nestedDirectoriesHaveRowsOnDemand) {
+TEST_F(Csv, NestedDirectoriesHaveRowsOnDemand) {
     EXPECT_EQ(rowsOf(table(nestedOutcome(), false, {"Width", "Artist", "ExposureTime"})),
               (std::vector<Row>{{"File", "Directory", "Width", "Artist", "ExposureTime"},
                                 {"n.tif", "0", "", "", ""},
@@ -182,7 +182,7 @@ TEST_F(CsvTest, nestedDirectoriesHaveRowsOnDemand) {
                                 {"n.tif", "1", "", "you", ""}}));
 }
 
-TEST_F(CsvTest, columnsThatOccurStandInTheirOrder) {
+TEST_F(Csv, ColumnsThatOccurStandInTheirOrder) {
     EXPECT_EQ(rowsOf(table(nestedOutcome(), true, {})),
               (std::vector<Row>{{"File", "Directory", "Width", "ExposureTime", "Artist"},
                                 {"n.tif", "0", "", "", ""},
@@ -194,7 +194,7 @@ TEST_F(CsvTest, columnsThatOccurStandInTheirOrder) {
     EXPECT_EQ(table(std::vector<ifdsweep::Outcome>{}, false, {}), "File,Directory\r\n");
 }
 
-TEST_F(CsvTest, theSameCellsWithAndWithoutFixedColumns) {
+TEST_F(Csv, TheSameCellsWithAndWithoutFixedColumns) {
     std::vector<ifdsweep::Outcome> outcomes;
     for (int file = 0; file < 50; ++file) {
         ifdsweep::Outcome outcome;
@@ -216,7 +216,7 @@ TEST_F(CsvTest, theSameCellsWithAndWithoutFixedColumns) {
     EXPECT_EQ(occurring[21][9], "20");
 }
 
-TEST_F(CsvTest, theReaderOfTheTestIsStrict) {
+TEST_F(Csv, TheReaderOfTheTestIsStrict) {
     EXPECT_THROW(rowsOf("a\n"), std::runtime_error);
     EXPECT_THROW(rowsOf("a\"b\r\n"), std::runtime_error);
     EXPECT_THROW(rowsOf("\"a\"b\r\n"), std::runtime_error);
@@ -224,7 +224,7 @@ TEST_F(CsvTest, theReaderOfTheTestIsStrict) {
     EXPECT_THROW(rowsOf("a,b"), std::runtime_error);
 }
 
-TEST_F(CsvTest, filesWithoutARecordHaveNoRow) {
+TEST_F(Csv, FilesWithoutARecordHaveNoRow) {
     ifdsweep::Outcome failed;
     failed.file = "f";
     ifdsweep::Outcome empty;

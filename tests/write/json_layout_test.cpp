@@ -6,9 +6,9 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include "write/rendering.h"
 #include "write/indenting_sink.h"
 #include "write/json_writer.h"
+#include "write/rendering.h"
 
 namespace {
 
@@ -25,7 +25,7 @@ std::string indented(const std::string& dense, std::size_t depth, std::size_t pi
     });
 }
 
-TEST(IndentingSinkTest, laysOutAsEveryoneDoes) {
+TEST(IndentingSinks, LaysOutAsEveryoneDoes) {
     // The independent layout keeps the order of members too.
     for (const char* const dense :
          {R"({"a":1})", R"([])", R"({})", R"([[]])", R"([{}])", R"([[],[]])", R"({"a":{}})",
@@ -44,7 +44,7 @@ TEST(IndentingSinkTest, laysOutAsEveryoneDoes) {
     }
 }
 
-TEST(IndentingSinkTest, startsAtADepth) {
+TEST(IndentingSinks, StartsAtADepth) {
     EXPECT_EQ(indented(R"({"a":[1]})", 1, 1000), "  {\n    \"a\": [\n      1\n    ]\n  }");
 }
 
@@ -69,7 +69,7 @@ std::string written(int files, Arguments... arguments) {
     });
 }
 
-TEST(JsonLayoutTest, allLayoutsSayTheSame) {
+TEST(JsonLayout, AllLayoutsSayTheSame) {
     ifdsweep::Host host;
     const ifdsweep::Host::Scope scope(host);
     for (const int files : {0, 1, 2, 3}) {

@@ -7,8 +7,8 @@
 #include <nlohmann/json.hpp>
 
 #include "read/messages.h"
-#include "write/rendering.h"
 #include "write/json_writer.h"
+#include "write/rendering.h"
 #include "write/text_value.h"
 #include "write/text_writer.h"
 #include "write/typed_writer.h"
@@ -22,9 +22,9 @@ using rendering::number;
 using rendering::rendered;
 using rendering::setField;
 
-class WritersTest : public testing::Test {
+class Writers : public testing::Test {
 protected:
-    ~WritersTest() override { EXPECT_EQ(host.liveValues(), 0U); }
+    ~Writers() override { EXPECT_EQ(host.liveValues(), 0U); }
 
     ifdsweep::Host host;
     ifdsweep::Host::Scope scope{host};
@@ -56,7 +56,7 @@ std::string written(const ifdsweep::Outcome& outcome, Arguments... arguments) {
     });
 }
 
-TEST_F(WritersTest, numbers) {
+TEST_F(Writers, Numbers) {
     const auto scalar = number(2.5);
     EXPECT_EQ(typed(scalar), R"({"class":"double","size":[1,1],"data":[2.5]})");
     EXPECT_EQ(natural(scalar), "2.5");
@@ -78,7 +78,7 @@ TEST_F(WritersTest, numbers) {
     EXPECT_EQ(shown(matrix), "1 3 5; 2 4 6");
 }
 
-TEST_F(WritersTest, numbersThatAreNotFinite) {
+TEST_F(Writers, NumbersThatAreNotFinite) {
     const auto row = rendering::numbers(1, 4, {NAN, INFINITY, -INFINITY, -0.0});
     EXPECT_EQ(typed(row),
               R"({"class":"double","size":[1,4],"data":["NaN","Infinity","-Infinity",-0.0]})");
@@ -87,7 +87,7 @@ TEST_F(WritersTest, numbersThatAreNotFinite) {
     EXPECT_EQ(natural(number(NAN)), "null");
 }
 
-TEST_F(WritersTest, emptyNumbers) {
+TEST_F(Writers, EmptyNumbers) {
     EXPECT_EQ(typed(noRecords()), R"({"class":"double","size":[0,0],"data":[]})");
     EXPECT_EQ(natural(noRecords()), "[]");
     EXPECT_EQ(shown(noRecords()), "(empty)");
@@ -96,7 +96,7 @@ TEST_F(WritersTest, emptyNumbers) {
     EXPECT_EQ(natural(rendering::numbers(0, 3, {})), "[]");
 }
 
-TEST_F(WritersTest, bytes) {
+TEST_F(Writers, Bytes) {
     const auto row = rendering::bytes({0, 9, 255});
     EXPECT_EQ(typed(row), R"({"class":"uint8","size":[1,3],"data":[0,9,255]})");
     EXPECT_EQ(natural(row), R"("AAn/")");
@@ -106,7 +106,7 @@ TEST_F(WritersTest, bytes) {
     EXPECT_EQ(natural(rendering::bytes({})), R"("")");
 }
 
-TEST_F(WritersTest, text) {
+TEST_F(Writers, Text) {
     const auto row = rendering::text(u"Z\xFFFCrich\n");
     EXPECT_EQ(typed(row), "{\"class\":\"char\",\"size\":[1,7],\"data\":\"Z\uFFFCrich\\n\"}");
     EXPECT_EQ(natural(row), R"("Zürich\n")");
@@ -117,7 +117,7 @@ TEST_F(WritersTest, text) {
     EXPECT_EQ(shown(emptyText()), "(empty)");
 }
 
-TEST_F(WritersTest, cells) {
+TEST_F(Writers, Cells) {
     const auto row = rendering::cells(rendering::text(u"a"), ifdsweep::ValueHandle(), number(3));
     EXPECT_EQ(typed(row), R"({"class":"cell","size":[1,3],"data":[)"
                           R"({"class":"char","size":[1,1],"data":"a"},null,)"
@@ -129,7 +129,7 @@ TEST_F(WritersTest, cells) {
     EXPECT_EQ(natural(rendering::cells(number(1))), "[1]");
 }
 
-TEST_F(WritersTest, records) {
+TEST_F(Writers, Records) {
     auto column = rendering::records(2, {"Width", "Artist"});
     setField(column, 0, "Width", number(7));
     setField(column, 1, "Artist", rendering::text(u"me"));
@@ -142,7 +142,7 @@ TEST_F(WritersTest, records) {
     EXPECT_EQ(typed(ifdsweep::ValueHandle()), "null");
 }
 
-TEST_F(WritersTest, namesOfFields) {
+TEST_F(Writers, NamesOfFields) {
     const std::string longest(63, 'n');
     const std::string longer(64, 'n');
     const std::vector<const char*> names{
@@ -163,14 +163,14 @@ TEST_F(WritersTest, namesOfFields) {
     }
 }
 
-TEST_F(WritersTest, theFileNameIsNotTakenForBytes) {
+TEST_F(Writers, TheFileNameIsNotTakenForBytes) {
     auto column = rendering::records(1, {"Filename", "Artist"});
     setField(column, 0, "Filename", rendering::text(u"\uFF83"));
     setField(column, 0, "Artist", rendering::text(u"\uFF83"));
     EXPECT_EQ(natural(column), "[{\"Filename\":\"\uFF83\",\"Artist\":\"ƒ\"}]");
 }
 
-TEST_F(WritersTest, longValuesAreCutWithTheirSize) {
+TEST_F(Writers, LongValuesAreCutWithTheirSize) {
     const ifdsweep::TextLimits limits{3, 4};
     EXPECT_EQ(shown(rendering::numbers(1, 3, {1, 2, 3}), limits), "1 2 3");
     EXPECT_EQ(shown(rendering::numbers(1, 4, {1, 2, 3, 4}), limits), "1 2 3 ... (4 values)");
@@ -179,7 +179,7 @@ TEST_F(WritersTest, longValuesAreCutWithTheirSize) {
     EXPECT_EQ(shown(rendering::text(u"abcde"), limits), "abcd ... (5 characters)");
 }
 
-TEST_F(WritersTest, moreThanOneBuffer) {
+TEST_F(Writers, MoreThanOneBuffer) {
     std::vector<double> values(100000);
     for (std::size_t index = 0; index < values.size(); ++index) {
         values[index] = static_cast<double>(index) / 8;
@@ -219,7 +219,7 @@ ifdsweep::Outcome failedOutcome() {
     return outcome;
 }
 
-TEST_F(WritersTest, typedLineOfAFile) {
+TEST_F(Writers, TypedLineOfAFile) {
     EXPECT_EQ(
         written<ifdsweep::TypedWriter>(goodOutcome()),
         R"({"file":"a\udcff.tif","arguments":{"initialOffset":12,"firstIfdIndex":0,)"
@@ -235,7 +235,7 @@ TEST_F(WritersTest, typedLineOfAFile) {
         "\n");
 }
 
-TEST_F(WritersTest, typedLineOfAFailure) {
+TEST_F(Writers, TypedLineOfAFailure) {
     EXPECT_EQ(written<ifdsweep::TypedWriter>(failedOutcome()),
               R"({"file":"b.jpg","arguments":{"initialOffset":0,"firstIfdIndex":0,)"
               R"("maxIfdCount":0},"result":null,"warnings":[],)"
@@ -243,7 +243,7 @@ TEST_F(WritersTest, typedLineOfAFailure) {
               "\n");
 }
 
-TEST_F(WritersTest, naturalObjectOfAFile) {
+TEST_F(Writers, NaturalObjectOfAFile) {
     const json files = json::parse(written<ifdsweep::JsonWriter>(goodOutcome()));
     ASSERT_EQ(files.size(), 1U);
     EXPECT_EQ(files[0]["file"], "a\uFFFD.tif");
@@ -257,7 +257,7 @@ TEST_F(WritersTest, naturalObjectOfAFile) {
     EXPECT_TRUE(files[0]["error"].is_null());
 }
 
-TEST_F(WritersTest, naturalObjectOfAFailure) {
+TEST_F(Writers, NaturalObjectOfAFailure) {
     const json files = json::parse(written<ifdsweep::JsonWriter>(failedOutcome()));
     EXPECT_EQ(files[0]["records"], json::array());
     EXPECT_EQ(files[0]["error"]["id"], "ifdsweep:noExifSegment");
@@ -265,7 +265,7 @@ TEST_F(WritersTest, naturalObjectOfAFailure) {
     EXPECT_EQ(files[0]["error"]["text"], ifdsweep::messageText(*failedOutcome().error));
 }
 
-TEST_F(WritersTest, oneArrayForAllFiles) {
+TEST_F(Writers, OneArrayForAllFiles) {
     const std::string none = rendered([](ifdsweep::Output& output) {
         ifdsweep::JsonWriter writer(output);
         writer.begin();
@@ -282,7 +282,7 @@ TEST_F(WritersTest, oneArrayForAllFiles) {
     EXPECT_EQ(json::parse(two).size(), 2U);
 }
 
-TEST_F(WritersTest, textOfAFile) {
+TEST_F(Writers, TextOfAFile) {
     const std::string expectedStart = R"(a\xff.tif
   Format  tif
 
@@ -296,7 +296,7 @@ TEST_F(WritersTest, textOfAFile) {
     EXPECT_NE(text.find(std::string("(") + kExpectedTagDataFormat + ")\n"), std::string::npos);
 }
 
-TEST_F(WritersTest, textIsColouredOnlyOnDemand) {
+TEST_F(Writers, TextIsColouredOnlyOnDemand) {
     EXPECT_EQ(written<ifdsweep::TextWriter>(goodOutcome(), ifdsweep::Colour::off).find('\x1b'),
               std::string::npos);
     EXPECT_EQ(written<ifdsweep::TextWriter>(goodOutcome(), ifdsweep::Colour::on)
@@ -304,7 +304,7 @@ TEST_F(WritersTest, textIsColouredOnlyOnDemand) {
               0U);
 }
 
-TEST_F(WritersTest, textOfAFileWithoutDirectories) {
+TEST_F(Writers, TextOfAFileWithoutDirectories) {
     ifdsweep::Outcome outcome;
     outcome.file = "empty.tif";
     outcome.result = noRecords();
@@ -313,7 +313,7 @@ TEST_F(WritersTest, textOfAFileWithoutDirectories) {
     EXPECT_EQ(json::parse(written<ifdsweep::JsonWriter>(outcome))[0]["records"], json::array());
 }
 
-TEST_F(WritersTest, textOfAFailureIsItsWarnings) {
+TEST_F(Writers, TextOfAFailureIsItsWarnings) {
     EXPECT_EQ(written<ifdsweep::TextWriter>(failedOutcome(), ifdsweep::Colour::off), "");
     ifdsweep::Outcome outcome = failedOutcome();
     outcome.warnings = goodOutcome().warnings;
@@ -322,7 +322,7 @@ TEST_F(WritersTest, textOfAFailureIsItsWarnings) {
         0U);
 }
 
-TEST_F(WritersTest, textIndentsNestedDirectories) {
+TEST_F(Writers, TextIndentsNestedDirectories) {
     auto leaf = rendering::records(1, {"ExposureTime"});
     setField(leaf, 0, "ExposureTime", number(0.5));
     auto first = rendering::records(2, {"Width"});
