@@ -7,7 +7,7 @@
 
 #include "fuzz_input.h"
 #include "fuzz_target.h"
-#include "support/sweep.h"
+#include "support/entry_call.h"
 #include "support/tiff_builder.h"
 
 namespace {
@@ -73,7 +73,7 @@ std::string sweptWithoutOrder(const fixture::Chain& chain, fixture::Format forma
     for (const fixture::Directory& directory : chain) {
         builder.add(directory);
     }
-    fixture::Sweep swept = fixture::sweep(builder.build().bytes);
+    fixture::Call swept = fixture::callEntryPoint(builder.build().bytes);
     for (fixture::Record& record : swept.records) {
         std::erase_if(record, [](const auto& field) {
             return field.first == "ByteOrder" || field.first == "FormatSignature";

@@ -16,7 +16,7 @@ namespace {
 constexpr std::int64_t kFewest = 1000;
 constexpr std::int64_t kMost = 1'024'000;
 
-void sweepFile(benchmark::State& state, fixture::TiffFile input) {
+void callOnFile(benchmark::State& state, fixture::TiffFile input) {
     bench::MemoryFile file(std::move(input));
     for (auto _ : state) {
         ifdsweep::Outcome outcome = file.sweep();
@@ -35,14 +35,14 @@ fixture::TiffFile oneDirectory(std::vector<fixture::Entry> entries) {
 }
 
 void directories(benchmark::State& state) {
-    sweepFile(state, bench::fileOf(fixture::Chain(sizeOf(state),
-                                                  fixture::Directory{fixture::shorts(256, {640})}),
-                                   bench::kLittleBig));
+    callOnFile(state, bench::fileOf(fixture::Chain(sizeOf(state),
+                                                   fixture::Directory{fixture::shorts(256, {640})}),
+                                    bench::kLittleBig));
 }
 
 void entries(benchmark::State& state) {
-    sweepFile(state, oneDirectory(std::vector<fixture::Entry>(sizeOf(state),
-                                                              fixture::shorts(34855, {400}))));
+    callOnFile(state, oneDirectory(std::vector<fixture::Entry>(sizeOf(state),
+                                                               fixture::shorts(34855, {400}))));
 }
 
 /// Every directory fills the fields of 24 tags; the number of fields filled is what is doubled.
@@ -54,25 +54,25 @@ void fields(benchmark::State& state) {
         directory.entries.push_back(
             fixture::shorts(static_cast<std::uint16_t>(kFirstTag + i), {i}));
     }
-    sweepFile(state, bench::fileOf(fixture::Chain(sizeOf(state) / kFieldsPerDirectory, directory),
-                                   bench::kLittleBig));
+    callOnFile(state, bench::fileOf(fixture::Chain(sizeOf(state) / kFieldsPerDirectory, directory),
+                                    bench::kLittleBig));
 }
 
 void unknownTags(benchmark::State& state) {
-    sweepFile(state, oneDirectory(
-                         std::vector<fixture::Entry>(sizeOf(state), fixture::longs(65000, {400}))));
+    callOnFile(state, oneDirectory(std::vector<fixture::Entry>(sizeOf(state),
+                                                               fixture::longs(65000, {400}))));
 }
 
 void nestedTrees(benchmark::State& state) {
     const fixture::Chain tree{fixture::Directory{fixture::shorts(259, {1})}};
-    sweepFile(
+    callOnFile(
         state,
         oneDirectory({fixture::pointer(330, std::vector<fixture::Chain>(sizeOf(state), tree))}));
 }
 
 void warnings(benchmark::State& state) {
-    sweepFile(state,
-              oneDirectory(std::vector<fixture::Entry>(sizeOf(state), fixture::shorts(34855, {}))));
+    callOnFile(state, oneDirectory(
+                          std::vector<fixture::Entry>(sizeOf(state), fixture::shorts(34855, {}))));
 }
 
 void doubled(benchmark::internal::Benchmark* benchmark) {

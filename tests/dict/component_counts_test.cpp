@@ -8,7 +8,7 @@
 #include "dict/tag_names.h"
 #include "dict/tag_rules.h"
 #include "host/host.h"
-#include "support/sweep.h"
+#include "support/entry_call.h"
 #include "support/type_rows.h"
 
 namespace fixture {

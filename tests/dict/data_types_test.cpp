@@ -9,7 +9,7 @@
 #include <string>
 
 #include "host/host.h"
-#include "support/sweep.h"
+#include "support/entry_call.h"
 #include "support/type_rows.h"
 
 namespace fixture {

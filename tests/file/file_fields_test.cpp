@@ -15,10 +15,10 @@ using namespace ifdsweep::module;
 
 class FileFields : public TiffMatrix {
 protected:
-    /// Sweeps a file with one tag that was modified at a moment (microseconds since 1970).
-    static Sweep sweptAt(std::int64_t modified) {
+    /// Calls on a file with one tag that was modified at a moment (microseconds since 1970).
+    static Call calledAt(std::int64_t modified) {
         const TiffFile file = fileOf({{ascii(315, "x")}});
-        return sweep(file.bytes, {}, [&](ifdsweep::Host& host) {
+        return callEntryPoint(file.bytes, {}, [&](ifdsweep::Host& host) {
             qxFileStatus status;
             status.type = qxFileType::regular;
             status.fileSize = file.bytes.size();
@@ -34,7 +34,7 @@ TEST_P(FileFields, ThirtyFiveNamesInTheirOrder) {
     ASSERT_EQ(headNames().size(), 35U);
     EXPECT_EQ(headNames().front(), "Filename");
     EXPECT_EQ(headNames().back(), "Offset");
-    EXPECT_EQ(sweepOf({{shorts(256, {1})}}).names(), headNames());
+    EXPECT_EQ(callOf({{shorts(256, {1})}}).names(), headNames());
 }
 
 TEST_P(FileFields, TheListIsTheSameForEveryFormat) {
@@ -51,43 +51,44 @@ TEST_P(FileFields, TheListIsTheSameForEveryFormat) {
 
 TEST_P(FileFields, FileFactsAreThoseOfTheStatus) {
     const TiffFile file = fileOf({{ascii(315, "x")}});
-    const Sweep swept = sweep(file.bytes);
-    EXPECT_EQ(swept.value("Filename"), "'sweep.tif'");
-    EXPECT_EQ(swept.value("FileSize"), std::to_string(file.bytes.size()));
-    EXPECT_EQ(swept.value("Format"), "'tif'");
-    EXPECT_EQ(swept.value("FormatVersion"), "empty");
-    EXPECT_EQ(swept.value("FileModDate"), "'01-Jan-1970 00:00:00'");
-    EXPECT_EQ(swept.value("Offset"), std::to_string(file.places[0].position));
+    const Call given = callEntryPoint(file.bytes);
+    EXPECT_EQ(given.value("Filename"), "'call.tif'");
+    EXPECT_EQ(given.value("FileSize"), std::to_string(file.bytes.size()));
+    EXPECT_EQ(given.value("Format"), "'tif'");
+    EXPECT_EQ(given.value("FormatVersion"), "empty");
+    EXPECT_EQ(given.value("FileModDate"), "'01-Jan-1970 00:00:00'");
+    EXPECT_EQ(given.value("Offset"), std::to_string(file.places[0].position));
 }
 
 TEST_P(FileFields, TheHeaderIsShownInFileOrder) {
     const std::string version = format().isBig() ? "43" : "42";
-    const Sweep swept = sweepOf({{ascii(315, "x")}});
+    const Call given = callOf({{ascii(315, "x")}});
     if (format().byteOrder == ByteOrder::big) {
-        EXPECT_EQ(swept.value("FormatSignature"), "[77 77 0 " + version + ']');
-        EXPECT_EQ(swept.value("ByteOrder"), "'big-endian'");
+        EXPECT_EQ(given.value("FormatSignature"), "[77 77 0 " + version + ']');
+        EXPECT_EQ(given.value("ByteOrder"), "'big-endian'");
     } else {
-        EXPECT_EQ(swept.value("FormatSignature"), "[73 73 " + version + " 0]");
-        EXPECT_EQ(swept.value("ByteOrder"), "'little-endian'");
+        EXPECT_EQ(given.value("FormatSignature"), "[73 73 " + version + " 0]");
+        EXPECT_EQ(given.value("ByteOrder"), "'little-endian'");
     }
 }
 
 TEST_P(FileFields, TheSignatureIsThatOfTheStreamWhateverItsVersion) {
     TiffBuilder builder(Format{Layout::big, format().byteOrder});
     builder.withVersion(0x1234).add({ascii(315, "x")});
-    const Sweep swept = sweep(builder.buildBehind(Bytes(20, 'x')).bytes, {.initialOffset = 20});
-    EXPECT_EQ(swept.value("FormatSignature"),
+    const Call given =
+        callEntryPoint(builder.buildBehind(Bytes(20, 'x')).bytes, {.initialOffset = 20});
+    EXPECT_EQ(given.value("FormatSignature"),
               format().byteOrder == ByteOrder::big ? "[77 77 18 52]" : "[73 73 52 18]");
 }
 
 TEST_P(FileFields, TheModificationDateIsTheSecondTimeStamp) {
     constexpr std::int64_t kSecond = 1000000;
-    EXPECT_EQ(sweptAt(1700000000 * kSecond).value("FileModDate"), "'14-Nov-2023 22:13:20'");
-    EXPECT_EQ(sweptAt(1700000000 * kSecond + 999999).value("FileModDate"),
+    EXPECT_EQ(calledAt(1700000000 * kSecond).value("FileModDate"), "'14-Nov-2023 22:13:20'");
+    EXPECT_EQ(calledAt(1700000000 * kSecond + 999999).value("FileModDate"),
               "'14-Nov-2023 22:13:20'");
-    EXPECT_EQ(sweptAt(951782400 * kSecond).value("FileModDate"), "'29-Feb-2000 00:00:00'");
-    EXPECT_EQ(sweptAt(-1 * kSecond).value("FileModDate"), "'31-Dec-1969 23:59:59'");
-    EXPECT_EQ(sweptAt(-1).value("FileModDate"), "'31-Dec-1969 23:59:59'");
+    EXPECT_EQ(calledAt(951782400 * kSecond).value("FileModDate"), "'29-Feb-2000 00:00:00'");
+    EXPECT_EQ(calledAt(-1 * kSecond).value("FileModDate"), "'31-Dec-1969 23:59:59'");
+    EXPECT_EQ(calledAt(-1).value("FileModDate"), "'31-Dec-1969 23:59:59'");
 }
 
 TEST_P(FileFields, ADateIsThatOfTheStampOrNone) {
@@ -114,30 +115,30 @@ TEST_P(FileFields, ADateIsThatOfTheStampOrNone) {
         {std::numeric_limits<std::int64_t>::max(), nullptr},
     };
     for (const Case& each : cases) {
-        const Sweep swept = sweptAt(each.microseconds);
-        EXPECT_EQ(swept.error, each.date == nullptr ? "strftimeFailure()" : "")
+        const Call given = calledAt(each.microseconds);
+        EXPECT_EQ(given.error, each.date == nullptr ? "strftimeFailure()" : "")
             << each.microseconds;
         if (each.date != nullptr) {
-            EXPECT_EQ(swept.value("FileModDate"), '\'' + std::string(each.date) + '\'');
+            EXPECT_EQ(given.value("FileModDate"), '\'' + std::string(each.date) + '\'');
         }
     }
 }
 
 TEST_P(FileFields, EveryDirectoryCarriesTheFileFacts) {
-    const Sweep swept = sweepOf({{ascii(315, "x")}, {ascii(315, "y")}});
+    const Call given = callOf({{ascii(315, "x")}, {ascii(315, "y")}});
     for (const char* field : {"Filename", "FileModDate", "FileSize", "Format", "FormatSignature",
                               "ByteOrder", "FormatVersion"}) {
-        EXPECT_EQ(swept.value(field, 1), swept.value(field, 0));
+        EXPECT_EQ(given.value(field, 1), given.value(field, 0));
     }
-    EXPECT_NE(swept.value("Offset", 1), swept.value("Offset", 0));
+    EXPECT_NE(given.value("Offset", 1), given.value("Offset", 0));
 }
 
 TEST_P(FileFields, ANameOfAnyCharactersComesBack) {
     const TiffFile file = fileOf({{ascii(315, "x")}});
     const std::u16string name = u"\u00E9t\u00E9 \u6F22\xD83D\xDE00\xDC80.tif";
-    const Sweep swept =
-        sweepFile(name, {}, [&](ifdsweep::Host& host) { host.files().serve(name, file.bytes); });
-    EXPECT_EQ(swept.value("Filename"), quotedText(name));
+    const Call given =
+        callOnFile(name, {}, [&](ifdsweep::Host& host) { host.files().serve(name, file.bytes); });
+    EXPECT_EQ(given.value("Filename"), quotedText(name));
 }
 
 }  // namespace

@@ -6,7 +6,7 @@
 
 #include "file/tag_file.h"
 #include "host/host.h"
-#include "support/sweep.h"
+#include "support/entry_call.h"
 
 namespace fixture {
 namespace {

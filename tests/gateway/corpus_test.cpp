@@ -15,8 +15,8 @@
 
 #include "files/file_names.h"
 #include "gateway/libtiff_reading.h"
+#include "support/entry_call.h"
 #include "support/record_dump.h"
-#include "support/sweep.h"
 #include "support/value_name_rows.h"
 
 namespace fixture {
@@ -81,9 +81,9 @@ TEST(Corpus, EveryFileIsReadFromEveryPlausiblePosition) {
         for (const double offset : {0.0, streamOffset(bytes)}) {
             for (const double maximum : {0.0, 1.0}) {
                 const Numbers numbers{.initialOffset = offset, .maxIfdCount = maximum};
-                const Sweep swept = sweepFile(name, numbers);
-                EXPECT_EQ(swept.error.empty(), !swept.result.empty()) << file.path;
-                EXPECT_EQ(swept.error.rfind("exception", 0), std::string::npos) << file.path;
+                const Call given = callOnFile(name, numbers);
+                EXPECT_EQ(given.error.empty(), !given.result.empty()) << file.path;
+                EXPECT_EQ(given.error.rfind("exception", 0), std::string::npos) << file.path;
             }
         }
     }
@@ -141,23 +141,23 @@ TEST(Corpus, BaselineNumbersAreThoseOfLibtiff) {
             ++unread;  // no witness: libtiff wants a baseline field that the file lacks
             continue;
         }
-        const Sweep swept = sweepFile(ifdsweep::fileNameFromSystem(file.path));
-        ASSERT_EQ(swept.error, "");
-        ASSERT_EQ(swept.records.size(), expected.size());
+        const Call given = callOnFile(ifdsweep::fileNameFromSystem(file.path));
+        ASSERT_EQ(given.error, "");
+        ASSERT_EQ(given.records.size(), expected.size());
         for (std::size_t i = 0; i < expected.size(); ++i) {
             // Of old-style JPEGs libtiff makes up bits and strips while it reads.
             if (!expected[i] || expected[i]->compression == COMPRESSION_OJPEG) {
                 continue;
             }
             const Baseline& baseline = *expected[i];
-            EXPECT_EQ(swept.value("Width", i), std::to_string(baseline.width));
-            EXPECT_EQ(swept.value("Height", i), std::to_string(baseline.height));
-            EXPECT_EQ(swept.value("Compression", i), compressionText(baseline.compression));
-            expectAll(swept.value("BitsPerSample", i), baseline.bitsPerSample);
+            EXPECT_EQ(given.value("Width", i), std::to_string(baseline.width));
+            EXPECT_EQ(given.value("Height", i), std::to_string(baseline.height));
+            EXPECT_EQ(given.value("Compression", i), compressionText(baseline.compression));
+            expectAll(given.value("BitsPerSample", i), baseline.bitsPerSample);
             const std::string kind = baseline.isTiled ? "Tile" : "Strip";
-            EXPECT_EQ(swept.value(kind + "Offsets", i), rowText(baseline.blockOffsets));
+            EXPECT_EQ(given.value(kind + "Offsets", i), rowText(baseline.blockOffsets));
             if (!baseline.hasBogusByteCounts) {
-                EXPECT_EQ(swept.value(kind + "ByteCounts", i), rowText(baseline.blockByteCounts));
+                EXPECT_EQ(given.value(kind + "ByteCounts", i), rowText(baseline.blockByteCounts));
             }
         }
         ++compared;

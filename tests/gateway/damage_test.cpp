@@ -23,18 +23,18 @@ protected:
               shorts(60000, {1, 2, 3, 4, 5})},
              {ascii(315, "next page")}});
     }
-    static void expectSound(const Sweep& swept) {
-        EXPECT_NE(swept.error.empty(), swept.result.empty());
-        EXPECT_EQ(swept.error.rfind("exception", 0), std::string::npos) << swept.error;
+    static void expectSound(const Call& given) {
+        EXPECT_NE(given.error.empty(), given.result.empty());
+        EXPECT_EQ(given.error.rfind("exception", 0), std::string::npos) << given.error;
     }
 };
 IFDSWEEP_TIFF_MATRIX(Damage);
 
 TEST_P(Damage, UndamagedItDrawsNoMessage) {
-    const Sweep swept = sweep(rich().bytes);
-    EXPECT_EQ(swept.error, "");
-    EXPECT_EQ(swept.result, "struct 2x1");
-    EXPECT_EQ(swept.warnings, Lines{});
+    const Call given = callEntryPoint(rich().bytes);
+    EXPECT_EQ(given.error, "");
+    EXPECT_EQ(given.result, "struct 2x1");
+    EXPECT_EQ(given.warnings, Lines{});
 }
 
 TEST_P(Damage, CutAtEveryLength) {
@@ -42,10 +42,10 @@ TEST_P(Damage, CutAtEveryLength) {
     for (std::size_t length = 0; length < bytes.size(); ++length) {
         SCOPED_TRACE(length);
         const Bytes cut = truncated(bytes, length);
-        const Sweep swept = sweep(cut);
-        expectSound(swept);
-        EXPECT_EQ(swept.text(), sweep(cut).text());
-        EXPECT_FALSE(swept.error.empty() && swept.warnings.empty());
+        const Call given = callEntryPoint(cut);
+        expectSound(given);
+        EXPECT_EQ(given.text(), callEntryPoint(cut).text());
+        EXPECT_FALSE(given.error.empty() && given.warnings.empty());
     }
 }
 
@@ -54,8 +54,9 @@ TEST_P(Damage, EveryByteFlipped) {
     for (std::size_t position = 0; position < bytes.size(); ++position) {
         for (const unsigned mask : {0x01U, 0x80U, 0xFFU}) {
             SCOPED_TRACE(position);
-            expectSound(sweep(flipped(bytes, position, static_cast<std::uint8_t>(mask)), {},
-                              [](ifdsweep::Host& host) { host.setReadBudget(200000); }));
+            expectSound(callEntryPoint(flipped(bytes, position, static_cast<std::uint8_t>(mask)),
+                                       {},
+                                       [](ifdsweep::Host& host) { host.setReadBudget(200000); }));
         }
     }
 }
@@ -71,7 +72,7 @@ TEST_P(Damage, EveryReadAndSeekFails) {
             }
             for (std::uint64_t number = 1; number <= 80; ++number) {
                 SCOPED_TRACE(number);
-                expectSound(sweep(file.bytes, {}, [&](ifdsweep::Host& host) {
+                expectSound(callEntryPoint(file.bytes, {}, [&](ifdsweep::Host& host) {
                     host.files().setFaultPlan({{operation, number, effect, 3}});
                 }));
             }
@@ -85,9 +86,9 @@ TEST_P(Damage, LittleEqualsBig) {
         TiffBuilder builder({format().layout, byteOrder});
         builder.add({shorts(256, {3}), numbers(282, kRational, {72, 1}), ascii(315, "an artist"),
                      doubles(60000, {0.5, 0.25}), pointer(34665, {{{ascii(271, "m")}}})});
-        Sweep swept = sweep(builder.build().bytes);
+        Call given = callEntryPoint(builder.build().bytes);
         std::string text;
-        for (const auto& [name, value] : swept.records.at(0)) {
+        for (const auto& [name, value] : given.records.at(0)) {
             if (name != "ByteOrder" && name != "FormatSignature") {
                 text += name + '=' + value + '\n';
             }

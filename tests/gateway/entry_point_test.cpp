@@ -21,30 +21,30 @@ protected:
 IFDSWEEP_TIFF_MATRIX(EntryPoint);
 
 TEST_P(EntryPoint, ZerosReadEveryDirectory) {
-    EXPECT_EQ(sweepOf(threePages()).result, "struct 3x1");
+    EXPECT_EQ(callOf(threePages()).result, "struct 3x1");
 }
 
 TEST_P(EntryPoint, FractionsAreTruncated) {
-    const Sweep swept = sweepOf(threePages(), {.firstIfdIndex = 1.9, .maxIfdCount = 1.9});
-    EXPECT_EQ(swept.result, "struct 1x1");
-    EXPECT_EQ(swept.value("Width"), "2");
+    const Call given = callOf(threePages(), {.firstIfdIndex = 1.9, .maxIfdCount = 1.9});
+    EXPECT_EQ(given.result, "struct 1x1");
+    EXPECT_EQ(given.value("Width"), "2");
 }
 
 TEST_P(EntryPoint, NumbersAboveTheSignedRangeDoNotOverflow) {
-    EXPECT_EQ(sweepOf(threePages(), {.maxIfdCount = 1e19}).result, "struct 3x1");
-    EXPECT_EQ(sweepOf(threePages(), {.maxIfdCount = 1e300}).result, "struct 3x1");
+    EXPECT_EQ(callOf(threePages(), {.maxIfdCount = 1e19}).result, "struct 3x1");
+    EXPECT_EQ(callOf(threePages(), {.maxIfdCount = 1e300}).result, "struct 3x1");
 }
 
 TEST_P(EntryPoint, NoReadableDirectoryGivesAnEmptyDouble) {
-    const Sweep swept = sweepOf({Directory{}});
-    EXPECT_EQ(swept.result, "double 0x0");
-    EXPECT_EQ(swept.error, "");
+    const Call given = callOf({Directory{}});
+    EXPECT_EQ(given.result, "double 0x0");
+    EXPECT_EQ(given.error, "");
 }
 
 TEST_P(EntryPoint, TwoCallsGiveTheSame) {
     const TiffFile file =
         fileOf({{ascii(315, "x"), shorts(320, {1, 2, 3}), pointer(34665, {{{ascii(271, "m")}}})}});
-    EXPECT_EQ(sweep(file.bytes).text(), sweep(file.bytes).text());
+    EXPECT_EQ(callEntryPoint(file.bytes).text(), callEntryPoint(file.bytes).text());
 }
 
 TEST_P(EntryPoint, AFailedNumericConversionIsOutOfBounds) {
@@ -52,13 +52,13 @@ TEST_P(EntryPoint, AFailedNumericConversionIsOutOfBounds) {
     int outOfBounds = 0;
     for (std::uint64_t creation = 5; creation <= 40; ++creation) {
         // The first four values are the inputs of the call.
-        const Sweep swept = sweep(file.bytes, {}, [&](ifdsweep::Host& host) {
+        const Call given = callEntryPoint(file.bytes, {}, [&](ifdsweep::Host& host) {
             host.failValueCreation(creation,
                                    std::make_exception_ptr(boost::numeric::bad_numeric_cast()));
         });
-        if (!swept.error.empty()) {
-            EXPECT_EQ(swept.error, "Velmora:pixlore:validate:argumentOutOfBounds()");
-            EXPECT_EQ(swept.result, "");
+        if (!given.error.empty()) {
+            EXPECT_EQ(given.error, "Velmora:pixlore:validate:argumentOutOfBounds()");
+            EXPECT_EQ(given.result, "");
             ++outOfBounds;
         }
     }
@@ -71,11 +71,11 @@ TEST_P(EntryPoint, AnyOtherExceptionPassesUnchanged) {
                                    pointer(330, {{{ascii(271, "m")}}, {{ascii(271, "m")}}})}});
     int failed = 0;
     for (std::uint64_t creation = 5; creation <= 200; ++creation) {
-        const Sweep swept = sweep(file.bytes, {}, [&](ifdsweep::Host& host) {
+        const Call given = callEntryPoint(file.bytes, {}, [&](ifdsweep::Host& host) {
             host.failValueCreation(creation, std::make_exception_ptr(std::bad_alloc()));
         });
-        if (!swept.error.empty()) {
-            EXPECT_EQ(swept.error, std::string("exception ") + std::bad_alloc().what());
+        if (!given.error.empty()) {
+            EXPECT_EQ(given.error, std::string("exception ") + std::bad_alloc().what());
             ++failed;
         }
     }
@@ -85,13 +85,13 @@ TEST_P(EntryPoint, AnyOtherExceptionPassesUnchanged) {
 TEST_P(EntryPoint, ThreadsWithHostsOfTheirOwnReadAtOnce) {
     const TiffFile file = fileOf({{ascii(315, "x"), shorts(259, {5}), shorts(339, {1}),
                                    shorts(290, {3}), shorts(37384, {1})}});
-    const std::string expected = sweep(file.bytes).text();
+    const std::string expected = callEntryPoint(file.bytes).text();
     std::vector<std::string> texts(4);
     std::vector<std::thread> threads;
     for (std::string& text : texts) {
         threads.emplace_back([&] {
             for (int i = 0; i < 50; ++i) {
-                text = sweep(file.bytes).text();
+                text = callEntryPoint(file.bytes).text();
             }
         });
     }

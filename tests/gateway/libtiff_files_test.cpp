@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "gateway/libtiff_reading.h"
+#include "support/entry_call.h"
 #include "support/record_dump.h"
-#include "support/sweep.h"
 
 namespace fixture {
 namespace {
@@ -74,9 +74,9 @@ TEST_P(LibtiffFiles, StripsOfARgbImage) {
         TIFFSetField(tiff, TIFFTAG_PRIMARYCHROMATICITIES, chromaticities.data());
         writeStrips(tiff);
     });
-    const Sweep swept = sweep(bytes);
-    EXPECT_EQ(swept.error, "");
-    EXPECT_EQ(swept.warnings, std::vector<std::string>{});
+    const Call given = callEntryPoint(bytes);
+    EXPECT_EQ(given.error, "");
+    EXPECT_EQ(given.warnings, std::vector<std::string>{});
     const std::vector<std::pair<const char*, std::string>> expected{
         {"Width", "20"},
         {"Height", "10"},
@@ -98,11 +98,11 @@ TEST_P(LibtiffFiles, StripsOfARgbImage) {
         {"MaxSampleValue", "[255 255 255]"},
     };
     for (const auto& [field, value] : expected) {
-        EXPECT_EQ(swept.value(field), value) << field;
+        EXPECT_EQ(given.value(field), value) << field;
     }
     const double first = isBig() ? 16 : 8;
-    EXPECT_EQ(swept.value("StripOffsets"), rowText({first, first + 240, first + 480}));
-    EXPECT_EQ(swept.added(),
+    EXPECT_EQ(given.value("StripOffsets"), rowText({first, first + 240, first + 480}));
+    EXPECT_EQ(given.added(),
               "ImageDescription='a description' Software='s' Artist='an artist' "
               "PrimaryChromaticities=[0.25 0.5 0.75 0.125 1 0]");
 }
@@ -121,19 +121,19 @@ TEST_P(LibtiffFiles, TilesOf16BitSamples) {
                 TIFFWriteEncodedTile(tiff, i, copy.data(), static_cast<tmsize_t>(copy.size())), 0);
         }
     });
-    const Sweep swept = sweep(bytes);
-    EXPECT_EQ(swept.warnings, std::vector<std::string>{});
-    EXPECT_EQ(swept.value("TileWidth"), "16");
-    EXPECT_EQ(swept.value("TileLength"), "16");
-    EXPECT_EQ(swept.value("TileByteCounts"), rowText(std::vector<double>(6, 512)));
+    const Call given = callEntryPoint(bytes);
+    EXPECT_EQ(given.warnings, std::vector<std::string>{});
+    EXPECT_EQ(given.value("TileWidth"), "16");
+    EXPECT_EQ(given.value("TileLength"), "16");
+    EXPECT_EQ(given.value("TileByteCounts"), rowText(std::vector<double>(6, 512)));
     std::vector<double> offsets;
     for (int i = 0; i < 6; ++i) {
         offsets.push_back((isBig() ? 16 : 8) + 512 * i);
     }
-    EXPECT_EQ(swept.value("TileOffsets"), rowText(offsets));
-    EXPECT_EQ(swept.value("StripOffsets"), "empty");
-    EXPECT_EQ(swept.value("ColorType"), "'grayscale'");
-    EXPECT_EQ(swept.added(), "SampleFormat='Two\\u0027s complement signed integer'");
+    EXPECT_EQ(given.value("TileOffsets"), rowText(offsets));
+    EXPECT_EQ(given.value("StripOffsets"), "empty");
+    EXPECT_EQ(given.value("ColorType"), "'grayscale'");
+    EXPECT_EQ(given.added(), "SampleFormat='Two\\u0027s complement signed integer'");
 }
 
 TEST_P(LibtiffFiles, APaletteOf16Colors) {
@@ -155,10 +155,10 @@ TEST_P(LibtiffFiles, APaletteOf16Colors) {
         expected += (i > 0 ? "; " : "") + numberText(i * 4369 / 65535.0) + ' ' +
                     numberText((65535 - i * 4369) / 65535.0) + (i == 3 ? " 0.2" : " 0");
     }
-    const Sweep swept = sweep(bytes);
-    EXPECT_EQ(swept.value("Colormap"), '[' + expected + ']');
-    EXPECT_EQ(swept.value("ColorType"), "'indexed'");
-    EXPECT_EQ(swept.value("MaxSampleValue"), "15");
+    const Call given = callEntryPoint(bytes);
+    EXPECT_EQ(given.value("Colormap"), '[' + expected + ']');
+    EXPECT_EQ(given.value("ColorType"), "'indexed'");
+    EXPECT_EQ(given.value("MaxSampleValue"), "15");
 }
 
 TEST_P(LibtiffFiles, SubIfdsOfTwoDirectories) {
@@ -175,21 +175,21 @@ TEST_P(LibtiffFiles, SubIfdsOfTwoDirectories) {
         TIFFSetField(tiff, TIFFTAG_ARTIST, "next page");
         writeGray(tiff, 4);
     });
-    const Sweep swept = sweep(bytes);
+    const Call given = callEntryPoint(bytes);
     if (isBig()) {
         // 8-byte pointers are followed by 4-byte slots: the second slot is the high half, 0, and
         // there the header is no directory that the file can hold.
-        EXPECT_EQ(swept.error, "badIFDread('IFD #1')");
+        EXPECT_EQ(given.error, "badIFDread('IFD #1')");
         return;
     }
-    EXPECT_EQ(swept.error, "");
-    EXPECT_EQ(swept.warnings, std::vector<std::string>{});
-    EXPECT_EQ(swept.result, "struct 2x1");
-    EXPECT_EQ(swept.value("Width", 1), "4");
-    EXPECT_EQ(swept.value("Artist", 1), "'next page'");
-    EXPECT_EQ(swept.value("SubIFDs", 1), "empty");
-    EXPECT_EQ(swept.value("Width", 0), "3");
-    EXPECT_EQ(swept.value("SubIFDs", 0), "{(Artist='first'), (Artist='second')}");
+    EXPECT_EQ(given.error, "");
+    EXPECT_EQ(given.warnings, std::vector<std::string>{});
+    EXPECT_EQ(given.result, "struct 2x1");
+    EXPECT_EQ(given.value("Width", 1), "4");
+    EXPECT_EQ(given.value("Artist", 1), "'next page'");
+    EXPECT_EQ(given.value("SubIFDs", 1), "empty");
+    EXPECT_EQ(given.value("Width", 0), "3");
+    EXPECT_EQ(given.value("SubIFDs", 0), "{(Artist='first'), (Artist='second')}");
 }
 
 TEST_P(LibtiffFiles, AnExifDirectory) {
@@ -209,11 +209,11 @@ TEST_P(LibtiffFiles, AnExifDirectory) {
         ASSERT_EQ(TIFFSetField(tiff, TIFFTAG_EXIFIFD, offset), 1);
         ASSERT_EQ(TIFFRewriteDirectory(tiff), 1);
     });
-    const Sweep swept = sweep(bytes);
-    EXPECT_EQ(swept.error, "");
-    EXPECT_EQ(swept.warnings, std::vector<std::string>{});
-    EXPECT_EQ(swept.value("Make"), "'maker'");
-    EXPECT_EQ(swept.value("DigitalCamera"),
+    const Call given = callEntryPoint(bytes);
+    EXPECT_EQ(given.error, "");
+    EXPECT_EQ(given.warnings, std::vector<std::string>{});
+    EXPECT_EQ(given.value("Make"), "'maker'");
+    EXPECT_EQ(given.value("DigitalCamera"),
               "(ExposureTime=0.125 ExposureProgram='Aperture priority' "
               "DateTimeOriginal='2001:02:03 04:05:06' ExposureBiasValue=-0.5 "
               "ColorSpace='Uncalibrated')");
@@ -228,14 +228,15 @@ TEST_P(LibtiffFiles, ManyPages) {
             ASSERT_EQ(TIFFWriteDirectory(tiff), 1);
         }
     });
-    const Sweep swept = sweep(bytes);
-    ASSERT_EQ(swept.records.size(), kPages);
+    const Call given = callEntryPoint(bytes);
+    ASSERT_EQ(given.records.size(), kPages);
     for (std::uint32_t page = 1; page <= kPages; ++page) {
-        EXPECT_EQ(swept.value("Width", page - 1), std::to_string(page));
-        EXPECT_EQ(swept.value("PageNumber", page - 1),
+        EXPECT_EQ(given.value("Width", page - 1), std::to_string(page));
+        EXPECT_EQ(given.value("PageNumber", page - 1),
                   rowText({static_cast<double>(page), static_cast<double>(kPages)}));
     }
-    EXPECT_EQ(sweep(bytes, {.firstIfdIndex = 100, .maxIfdCount = 1}).value("Width"), "101");
+    EXPECT_EQ(callEntryPoint(bytes, {.firstIfdIndex = 100, .maxIfdCount = 1}).value("Width"),
+              "101");
 }
 
 TEST_P(LibtiffFiles, AnIccProfileAndXmp) {
@@ -248,10 +249,10 @@ TEST_P(LibtiffFiles, AnIccProfileAndXmp) {
                      packet.data());
         writeGray(tiff, 3);
     });
-    const Sweep swept = sweep(bytes);
-    EXPECT_EQ(swept.value("XMP"), "'<x:xmpmeta>\\uFFC3\\uFFA9</x:xmpmeta>'");
+    const Call given = callEntryPoint(bytes);
+    EXPECT_EQ(given.value("XMP"), "'<x:xmpmeta>\\uFFC3\\uFFA9</x:xmpmeta>'");
     const auto at = std::search(bytes.begin(), bytes.end(), profile.begin(), profile.end());
-    EXPECT_EQ(swept.value("ICCProfileOffset"), std::to_string(at - bytes.begin()));
+    EXPECT_EQ(given.value("ICCProfileOffset"), std::to_string(at - bytes.begin()));
 }
 
 }  // namespace

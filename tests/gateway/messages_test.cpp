@@ -90,10 +90,10 @@ TEST(MessageCatalogue, HasItsRowsAndNoOthers) {
 }
 
 /// The messages of a call in their order, the error last.
-Lines messagesOf(const Sweep& swept) {
-    Lines lines = swept.warnings;
-    if (!swept.error.empty()) {
-        lines.push_back(swept.error);
+Lines messagesOf(const Call& given) {
+    Lines lines = given.warnings;
+    if (!given.error.empty()) {
+        lines.push_back(given.error);
     }
     return lines;
 }
@@ -120,11 +120,11 @@ Lines messagesOf(const std::function<void()>& operation) {
     return lines;
 }
 
-/// Sweeps once for each read or seek, that one failing, until a message comes of it.
+/// Calls once for each read or seek, that one failing, until a message comes of it.
 Lines messagesWhenFailing(const Bytes& bytes, Fault::Operation operation, Fault::Effect effect,
                           std::string_view name, const Numbers& numbers = {}) {
     for (std::uint64_t number = 1; number <= 40; ++number) {
-        const Lines lines = messagesOf(sweep(bytes, numbers, [&](ifdsweep::Host& host) {
+        const Lines lines = messagesOf(callEntryPoint(bytes, numbers, [&](ifdsweep::Host& host) {
             host.files().setFaultPlan({{operation, number, effect, 1}});
         }));
         if (!lines.empty() && lines.front().rfind(std::string(name) + '(', 0) == 0) {
@@ -158,18 +158,18 @@ TEST_P(Messages, EachIsProvokedWithItsArguments) {
         return file.bytes;
     };
     std::map<std::string, std::pair<Lines, Lines>> seen;  // messages, expected messages
-    seen["statFailure"] = {messagesOf(sweepFile(u"/no such file")), {"statFailure()"}};
+    seen["statFailure"] = {messagesOf(callOnFile(u"/no such file")), {"statFailure()"}};
     seen["unableToReadTagData"] = {
-        messagesOf(
-            sweep(jpegOf(Directory{shorts(1, {1})}.withEntryCount(6000)), {.initialOffset = 12})),
+        messagesOf(callEntryPoint(jpegOf(Directory{shorts(1, {1})}.withEntryCount(6000)),
+                                  {.initialOffset = 12})),
         {"jpegApp1MaximumLengthExceeded(6000)", "unableToReadTagData()"}};
     seen["jpegApp1MaximumLengthExceeded"] = seen["unableToReadTagData"];
-    seen["tiffHeaderReadFailure"] = {messagesOf(sweep(truncated(one.bytes, 1))),
+    seen["tiffHeaderReadFailure"] = {messagesOf(callEntryPoint(truncated(one.bytes, 1))),
                                      {"tiffHeaderReadFailure()"}};
-    seen["badEndianness"] = {messagesOf(sweep(Bytes{77, 73, 0, 42})),
-                             {"badEndianness(77, 73, u'sweep.tif')"}};
+    seen["badEndianness"] = {messagesOf(callEntryPoint(Bytes{77, 73, 0, 42})),
+                             {"badEndianness(77, 73, u'call.tif')"}};
     seen["badTiffIfdOffset"] = {
-        messagesOf(sweep(TiffBuilder(format()).withFirstOffset(1000).build().bytes)),
+        messagesOf(callEntryPoint(TiffBuilder(format()).withFirstOffset(1000).build().bytes)),
         {"badTiffIfdOffset(1000, " + std::to_string(format().headerSize()) + ')'}};
     seen["badTiffHeaderIfdOffset"] = {
         messagesWhenFailing(two.bytes, Fault::Operation::seek, Fault::Effect::fail,
@@ -179,41 +179,45 @@ TEST_P(Messages, EachIsProvokedWithItsArguments) {
         messagesWhenFailing(two.bytes, Fault::Operation::seek, Fault::Effect::fail,
                             "badNextIfdPointerSeek"),
         {"badNextIfdPointerSeek()"}};
-    seen["nextIfdPointerOutOfRange"] = {messagesOf(sweep(patched(one, one.places[0].next, size))),
-                                        {"nextIfdPointerOutOfRange" + at(size)}};
-    seen["nextIfdOffsetReadError"] = {messagesOf(sweep(truncated(two.bytes, two.bytes.size() - 1))),
-                                      {"nextIfdOffsetReadError" + at(two.places[1].next)}};
-    seen["numberOfDirectoryEntriesReadError"] = {messagesOf(sweep(truncated(one.bytes, first + 1))),
-                                                 {"numberOfDirectoryEntriesReadError" + at(first)}};
-    seen["numDirectoryEntriesIsZero"] = {messagesOf(sweep(bytesOf({Directory{}}))),
+    seen["nextIfdPointerOutOfRange"] = {
+        messagesOf(callEntryPoint(patched(one, one.places[0].next, size))),
+        {"nextIfdPointerOutOfRange" + at(size)}};
+    seen["nextIfdOffsetReadError"] = {
+        messagesOf(callEntryPoint(truncated(two.bytes, two.bytes.size() - 1))),
+        {"nextIfdOffsetReadError" + at(two.places[1].next)}};
+    seen["numberOfDirectoryEntriesReadError"] = {
+        messagesOf(callEntryPoint(truncated(one.bytes, first + 1))),
+        {"numberOfDirectoryEntriesReadError" + at(first)}};
+    seen["numDirectoryEntriesIsZero"] = {messagesOf(callEntryPoint(bytesOf({Directory{}}))),
                                          {"numDirectoryEntriesIsZero" + at(first)}};
     seen["badIFDread"] = {
-        messagesOf(sweep(bytesOf({Directory{shorts(1, {1})}.withEntryCount(999)}))),
+        messagesOf(callEntryPoint(bytesOf({Directory{shorts(1, {1})}.withEntryCount(999)}))),
         {"badIFDread('IFD #1')"}};
     seen["strftimeFailure"] = {
-        messagesOf(sweep(one.bytes, {},
-                         [&](ifdsweep::Host& host) {
-                             qxFileStatus status;
-                             status.type = qxFileType::regular;
-                             status.fileSize = size;
-                             host.files().serve(
-                                 kFileName,
-                                 {std::make_shared<ifdsweep::MemoryBytes>(one.bytes), status});
-                         })),
+        messagesOf(callEntryPoint(
+            one.bytes, {},
+            [&](ifdsweep::Host& host) {
+                qxFileStatus status;
+                status.type = qxFileType::regular;
+                status.fileSize = size;
+                host.files().serve(kFileName,
+                                   {std::make_shared<ifdsweep::MemoryBytes>(one.bytes), status});
+            })),
         {"strftimeFailure()"}};
-    seen["zeroComponentCount"] = {messagesOf(sweep(bytesOf({{ascii(kArtist, "")}}))),
+    seen["zeroComponentCount"] = {messagesOf(callEntryPoint(bytesOf({{ascii(kArtist, "")}}))),
                                   {"zeroComponentCount('Artist')"}};
-    seen["noTypeFormatId"] = {messagesOf(sweep(bytesOf({{ascii(kArtist, "x").withType(0)}}))),
-                              {"noTypeFormatId('Artist')"}};
+    seen["noTypeFormatId"] = {
+        messagesOf(callEntryPoint(bytesOf({{ascii(kArtist, "x").withType(0)}}))),
+        {"noTypeFormatId('Artist')"}};
     seen["unrecognizedTagFormatId"] = {
-        messagesOf(sweep(bytesOf({{ascii(kArtist, "x").withType(99)}}))),
+        messagesOf(callEntryPoint(bytesOf({{ascii(kArtist, "x").withType(99)}}))),
         {"unrecognizedTagFormatId(99)"}};
     seen["unrecognizedTagFormatId as an error"] = {
         messagesOf([] { (void)get_datatype_name(static_cast<TIFFDataType>(14)); }),
         {"unrecognizedTagFormatId(14)"}};
     seen["unrecognizedTagId"] = {messagesOf([] { const TiffTag tag(321, primaryIFD); }),
                                  {"unrecognizedTagId(321)"}};
-    seen["tagDataPastEOF"] = {messagesOf(sweep(truncated(one.bytes, size - 1))),
+    seen["tagDataPastEOF"] = {messagesOf(callEntryPoint(truncated(one.bytes, size - 1))),
                               {"tagDataPastEOF(315, 10)"}};
     seen["badTagDataOffsetSeek"] = {
         messagesWhenFailing(one.bytes, Fault::Operation::seek, Fault::Effect::fail,
@@ -223,34 +227,35 @@ TEST_P(Messages, EachIsProvokedWithItsArguments) {
         messagesWhenFailing(one.bytes, Fault::Operation::read, Fault::Effect::deliverShort,
                             "unableToReadTiffTag"),
         {"unableToReadTiffTag('Artist', " + std::to_string(one.places[0].data[0]) + ')'}};
-    seen["unrecognizedIfd"] = {messagesOf(sweep(bytesOf({{numbers(60000, kIfd, {8})}}))),
+    seen["unrecognizedIfd"] = {messagesOf(callEntryPoint(bytesOf({{numbers(60000, kIfd, {8})}}))),
                                {"unrecognizedIfd(60000)"}};
     seen["badTagValueDivisionByZero"] = {
-        messagesOf(sweep(bytesOf({{numbers(282, kRational, {1, 0})}}))),
+        messagesOf(callEntryPoint(bytesOf({{numbers(282, kRational, {1, 0})}}))),
         {"badTagValueDivisionByZero('XResolution')"}};
     seen["badSubIfdSeek"] = {messagesWhenFailing(nested.bytes, Fault::Operation::seek,
                                                  Fault::Effect::fail, "badSubIfdSeek"),
                              {"badSubIfdSeek" + at(nested.places[1].position)}};
     seen["illegallyNestedIFD"] = {
-        messagesOf(sweep(bytesOf({{pointer(34853, {{{longs(kExif, {8})}}})}}))),
+        messagesOf(callEntryPoint(bytesOf({{pointer(34853, {{{longs(kExif, {8})}}})}}))),
         {"illegallyNestedIFD(34665, 'GPS')"}};
     seen["unrecognizedIfdId"] = {
         messagesOf([] { const TiffTag tag(259, static_cast<IFDtype_t_>(4)); }),
         {"unrecognizedIfdId(4)"}};
-    seen["badTagDataCount"] = {messagesOf(sweep(bytesOf({{shorts(277, {1, 2, 3})}}))),
+    seen["badTagDataCount"] = {messagesOf(callEntryPoint(bytesOf({{shorts(277, {1, 2, 3})}}))),
                                {"badTagDataCount(277, 'SamplesPerPixel', 3, 1)"}};
     seen["expectedTagDataFormat"] = {
-        messagesOf(sweep(bytesOf({{shorts(kArtist, {1})}}))),
+        messagesOf(callEntryPoint(bytesOf({{shorts(kArtist, {1})}}))),
         {"expectedTagDataFormat('Artist', 'TIFF_SHORT', 'TIFF_ASCII')"}};
     seen["expectedTagDataFormatMultiple"] = {
-        messagesOf(sweep(bytesOf({{longs(336, {1})}}))),
+        messagesOf(callEntryPoint(bytesOf({{longs(336, {1})}}))),
         {"expectedTagDataFormatMultiple('DotRange', 'TIFF_LONG', 'TIFF_BYTE, TIFF_SHORT')"}};
     seen["argumentOutOfBounds"] = {
-        messagesOf(sweep(one.bytes, {},
-                         [](ifdsweep::Host& host) {
-                             host.failValueCreation(
-                                 6, std::make_exception_ptr(boost::numeric::bad_numeric_cast()));
-                         })),
+        messagesOf(callEntryPoint(one.bytes, {},
+                                  [](ifdsweep::Host& host) {
+                                      host.failValueCreation(
+                                          6, std::make_exception_ptr(
+                                                 boost::numeric::bad_numeric_cast()));
+                                  })),
         {"Velmora:pixlore:validate:argumentOutOfBounds()"}};
     for (const auto& [name, messages] : seen) {
         EXPECT_EQ(messages.first, messages.second) << name;

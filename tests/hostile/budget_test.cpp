@@ -16,14 +16,15 @@ Chain threePages() {
     return {page, page, page};
 }
 
-Sweep sweptWith(const TiffFile& file, std::uint64_t budget) {
-    return sweep(file.bytes, {}, [&](ifdsweep::Host& host) { host.setReadBudget(budget); });
+Call calledWith(const TiffFile& file, std::uint64_t budget) {
+    return callEntryPoint(file.bytes, {},
+                          [&](ifdsweep::Host& host) { host.setReadBudget(budget); });
 }
 
 /// The bytes that a whole file counts, found by trying.
 std::uint64_t enoughFor(const TiffFile& file) {
     std::uint64_t budget = 0;
-    while (!sweptWith(file, budget).warnings.empty() || !sweptWith(file, budget).error.empty()) {
+    while (!calledWith(file, budget).warnings.empty() || !calledWith(file, budget).error.empty()) {
         ++budget;
     }
     return budget;
@@ -33,8 +34,8 @@ class ReadBudget : public TiffMatrix {
 protected:
     ReadBudget() : file(fileOf(threePages(), kFar)) {}
 
-    [[nodiscard]] Sweep sweptWith(std::uint64_t budget) const {
-        return fixture::sweptWith(file, budget);
+    [[nodiscard]] Call calledWith(std::uint64_t budget) const {
+        return fixture::calledWith(file, budget);
     }
 
     [[nodiscard]] std::string spent(std::uint64_t budget) const {
@@ -53,16 +54,16 @@ TEST_P(ReadBudget, CutsAnywhereWithoutAnError) {
         std::size_t recordsBefore = 0;
         // The header is read first: without it there is nothing to lose.
         for (std::uint64_t budget = 80; budget < whole; ++budget) {
-            const Sweep swept = sweptWith(budget);
-            ASSERT_EQ(swept.error, "") << "budget " << budget;
-            ASSERT_FALSE(swept.warnings.empty()) << "budget " << budget;
-            ASSERT_EQ(swept.warnings[0], spent(budget));
-            ASSERT_EQ(std::count(swept.warnings.begin(), swept.warnings.end(), spent(budget)), 1);
-            ASSERT_GE(swept.records.size(), recordsBefore) << "budget " << budget;
-            recordsBefore = swept.records.size();
+            const Call given = calledWith(budget);
+            ASSERT_EQ(given.error, "") << "budget " << budget;
+            ASSERT_FALSE(given.warnings.empty()) << "budget " << budget;
+            ASSERT_EQ(given.warnings[0], spent(budget));
+            ASSERT_EQ(std::count(given.warnings.begin(), given.warnings.end(), spent(budget)), 1);
+            ASSERT_GE(given.records.size(), recordsBefore) << "budget " << budget;
+            recordsBefore = given.records.size();
         }
         EXPECT_EQ(recordsBefore, 3U);
-        EXPECT_EQ(sweptWith(whole).records.size(), 3U);
+        EXPECT_EQ(calledWith(whole).records.size(), 3U);
     }
 }
 
@@ -133,13 +134,13 @@ TEST_P(ReadBudget, TellsWhatItLeavesAtEveryCut) {
     std::uint64_t counted = 2 + 4 + widths.headerSize() + (widths.isBig() ? kJump - 4 : 0);
     for (const Cut& cut : cuts) {
         // From one byte more than the access before needed to start, to what refuses this one.
-        const Sweep swept = sweptWith(counted);
+        const Call given = calledWith(counted);
         Lines expected{spent(counted)};
         expected.insert(expected.end(), cut.warnings.begin(), cut.warnings.end());
-        EXPECT_EQ(swept.warnings, expected) << "budget " << counted;
-        EXPECT_EQ(swept.records.empty() ? "none" : swept.added(), cut.added)
+        EXPECT_EQ(given.warnings, expected) << "budget " << counted;
+        EXPECT_EQ(given.records.empty() ? "none" : given.added(), cut.added)
             << "budget " << counted;
-        EXPECT_LE(swept.records.size(), 1U);
+        EXPECT_LE(given.records.size(), 1U);
         counted += cut.cost;
     }
 }
@@ -152,20 +153,20 @@ TEST_P(ReadBudget, GivesAnyTableWhoseCountItGave) {
     const std::uint64_t first = 2 + 4 + wide.format.headerSize() + (wide.format.isBig() ? 60 : 0) +
                                 64 + wide.format.entryCountSize() + wide.format.entrySize() + 64 +
                                 wide.format.offsetSize();
-    const Sweep swept =
-        sweep(wide.bytes, {}, [&](ifdsweep::Host& host) { host.setReadBudget(first + 1); });
-    EXPECT_EQ(swept.error, "");
-    EXPECT_EQ(swept.records.size(), 2U);
-    EXPECT_EQ(swept.warnings,
+    const Call given = callEntryPoint(wide.bytes, {},
+                                      [&](ifdsweep::Host& host) { host.setReadBudget(first + 1); });
+    EXPECT_EQ(given.error, "");
+    EXPECT_EQ(given.records.size(), 2U);
+    EXPECT_EQ(given.warnings,
               (Lines{"Velmora:filesystem:readBudgetSpent(" + std::to_string(first + 1) + ", " +
                          std::to_string(wide.bytes.size()) + ')',
                      "nextIfdOffsetReadError(" + std::to_string(wide.places[1].next) + ')'}));
 }
 
 TEST_P(ReadBudget, CanBeTakenAway) {
-    const Sweep swept = sweptWith(ifdsweep::kUnlimitedReads);
-    EXPECT_EQ(swept.warnings, Lines{});
-    EXPECT_EQ(swept.records.size(), 3U);
+    const Call given = calledWith(ifdsweep::kUnlimitedReads);
+    EXPECT_EQ(given.warnings, Lines{});
+    EXPECT_EQ(given.records.size(), 3U);
 }
 
 }  // namespace

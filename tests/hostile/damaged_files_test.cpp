@@ -29,13 +29,14 @@ Directory richPage() {
 
 class Damage : public TiffMatrix {
 protected:
-    Damage() : file(fileOf({richPage(), richPage()})), whole(firstRecord(sweep(file.bytes))) {}
+    Damage()
+        : file(fileOf({richPage(), richPage()})), whole(firstRecord(callEntryPoint(file.bytes))) {}
 
     /// What the first record holds, without the size of the file. Fields that only the second one
     /// fills are left out.
-    static std::string firstRecord(const Sweep& swept) {
+    static std::string firstRecord(const Call& given) {
         std::string text;
-        for (const auto& [name, value] : swept.records.at(0)) {
+        for (const auto& [name, value] : given.records.at(0)) {
             if (name != "FileSize" && value != "empty") {
                 text += name + '=' + value + ' ';
             }
@@ -68,16 +69,16 @@ bool isExpected(const std::string& error) {
 TEST_P(Damage, CutAtEveryLength) {
     std::size_t read = 0;
     for (std::size_t length = 0; length <= file.bytes.size(); ++length) {
-        const Sweep swept = sweep(truncated(file.bytes, length));
-        ASSERT_TRUE(isExpected(swept.error)) << "cut at " << length << ": " << swept.error;
-        if (length >= secondPage() && swept.error.empty()) {
-            ASSERT_EQ(firstRecord(swept), whole) << "cut at " << length;
+        const Call given = callEntryPoint(truncated(file.bytes, length));
+        ASSERT_TRUE(isExpected(given.error)) << "cut at " << length << ": " << given.error;
+        if (length >= secondPage() && given.error.empty()) {
+            ASSERT_EQ(firstRecord(given), whole) << "cut at " << length;
             ++read;
         } else if (length >= secondPage()) {
             // The table of a directory that is cut is the one error that takes the rest with it.
-            ASSERT_EQ(swept.error, "badIFDread('IFD #1')") << "cut at " << length;
+            ASSERT_EQ(given.error, "badIFDread('IFD #1')") << "cut at " << length;
         }
-        ASSERT_EQ(swept.error.empty() && swept.warnings.empty(), length == file.bytes.size())
+        ASSERT_EQ(given.error.empty() && given.warnings.empty(), length == file.bytes.size())
             << "cut at " << length;
     }
     EXPECT_GT(read, 100U);
@@ -86,11 +87,11 @@ TEST_P(Damage, CutAtEveryLength) {
 TEST_P(Damage, EveryByteChanged) {
     for (std::size_t position = 0; position < file.bytes.size(); ++position) {
         for (const int mask : {0x01, 0x80, 0xFF}) {
-            const Sweep swept =
-                sweep(flipped(file.bytes, position, static_cast<std::uint8_t>(mask)));
-            ASSERT_TRUE(isExpected(swept.error)) << "at " << position << ": " << swept.error;
-            if (position >= secondPage() && swept.error.empty()) {
-                ASSERT_EQ(firstRecord(swept), whole) << "at " << position;
+            const Call given =
+                callEntryPoint(flipped(file.bytes, position, static_cast<std::uint8_t>(mask)));
+            ASSERT_TRUE(isExpected(given.error)) << "at " << position << ": " << given.error;
+            if (position >= secondPage() && given.error.empty()) {
+                ASSERT_EQ(firstRecord(given), whole) << "at " << position;
             }
         }
     }

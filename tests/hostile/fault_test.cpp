@@ -50,10 +50,10 @@ const char* const kWithoutValue = "SubIFDs={(Artist='sub')}";
 const char* const kSecond = "Artist='two'";
 
 /// Sets of fields as the whole chain has them: the first record shows the second's fields empty.
-Lines addedOf(const Sweep& swept) {
+Lines addedOf(const Call& given) {
     Lines lines;
-    for (std::size_t element = 0; element < swept.records.size(); ++element) {
-        lines.push_back(swept.added(element));
+    for (std::size_t element = 0; element < given.records.size(); ++element) {
+        lines.push_back(given.added(element));
     }
     return lines;
 }
@@ -73,16 +73,16 @@ class Failure : public TiffMatrix {
 protected:
     Failure() : file(fileOf(twoPages(), kFar)), map(file) {}
 
-    [[nodiscard]] Sweep sweptWith(const Fault& fault, const Numbers& numbers = {}) const {
-        return sweep(file.bytes, numbers,
-                     [&](ifdsweep::Host& host) { host.files().setFaultPlan({fault}); });
+    [[nodiscard]] Call calledWith(const Fault& fault, const Numbers& numbers = {}) const {
+        return callEntryPoint(file.bytes, numbers,
+                              [&](ifdsweep::Host& host) { host.files().setFaultPlan({fault}); });
     }
 
     void expect(const Expected& expected, const Fault& fault) const {
-        const Sweep swept = sweptWith(fault);
-        EXPECT_EQ(swept.error, expected.error) << expected.operation;
-        EXPECT_EQ(swept.warnings, expected.warnings) << expected.operation;
-        EXPECT_EQ(addedOf(swept), expected.added) << expected.operation;
+        const Call given = calledWith(fault);
+        EXPECT_EQ(given.error, expected.error) << expected.operation;
+        EXPECT_EQ(given.warnings, expected.warnings) << expected.operation;
+        EXPECT_EQ(addedOf(given), expected.added) << expected.operation;
     }
 
     TiffFile file;
@@ -134,7 +134,7 @@ TEST_P(Failure, OfEachReadInTurn) {
             expect(told, fault);
         }
     }
-    const Sweep behindAll = sweptWith({.operation = Fault::Operation::read, .number = 11 + big});
+    const Call behindAll = calledWith({.operation = Fault::Operation::read, .number = 11 + big});
     EXPECT_EQ(addedOf(behindAll), (Lines{kWhole, kSecond})) << "there is no further access";
     EXPECT_EQ(behindAll.warnings, Lines{});
 }
@@ -161,7 +161,7 @@ TEST_P(Failure, OfEachSeekInTurn) {
     for (const Expected& expected : seeks) {
         expect(expected, {.operation = Fault::Operation::seek, .number = expected.number});
     }
-    const Sweep behindAll = sweptWith({.operation = Fault::Operation::seek, .number = number});
+    const Call behindAll = calledWith({.operation = Fault::Operation::seek, .number = number});
     EXPECT_EQ(addedOf(behindAll), (Lines{kWhole, kSecond})) << "there is no further seek";
 }
 
@@ -170,29 +170,29 @@ TEST_P(Failure, OfTheSeekToASkippedDirectory) {
     // offset is then read from where the stream stands.
     const std::uint64_t first = format().isBig() ? 2 : 1;
     for (const std::uint64_t number : {first, first + 2}) {
-        const Sweep swept = sweptWith({.operation = Fault::Operation::seek, .number = number},
+        const Call given = calledWith({.operation = Fault::Operation::seek, .number = number},
                                       {.firstIfdIndex = 1});
-        EXPECT_EQ(swept.error, "badTiffHeaderIfdOffset()") << "seek " << number;
-        EXPECT_EQ(swept.warnings, Lines{});
+        EXPECT_EQ(given.error, "badTiffHeaderIfdOffset()") << "seek " << number;
+        EXPECT_EQ(given.warnings, Lines{});
     }
 }
 
 TEST_P(Failure, OfAFileThatShrinksWhileItIsRead) {
     // Cut to its header just before a read: what was read stays.
     const auto shrunkAt = [&](std::uint64_t number) {
-        return sweptWith({.operation = Fault::Operation::read,
-                          .number = number,
-                          .effect = Fault::Effect::shrinkFile,
-                          .bytes = 4});
+        return calledWith({.operation = Fault::Operation::read,
+                           .number = number,
+                           .effect = Fault::Effect::shrinkFile,
+                           .bytes = 4});
     };
     const std::uint64_t big = format().isBig() ? 1 : 0;
-    const Sweep atValue = shrunkAt(5 + big);
+    const Call atValue = shrunkAt(5 + big);
     EXPECT_EQ(atValue.error, "");
     EXPECT_EQ(atValue.warnings, (Lines{"unableToReadTiffTag('Make', " + map.value + ')',
                                        "numberOfDirectoryEntriesReadError(" + map.nested + ')',
                                        "nextIfdOffsetReadError(" + map.firstNext + ')'}));
     EXPECT_EQ(addedOf(atValue), (Lines{""}));
-    const Sweep atSecond = shrunkAt(9 + big);
+    const Call atSecond = shrunkAt(9 + big);
     EXPECT_EQ(atSecond.warnings, (Lines{"numberOfDirectoryEntriesReadError(" + map.second + ')'}));
     EXPECT_EQ(addedOf(atSecond), (Lines{kWhole}));
 }

@@ -371,11 +371,11 @@ TEST_P(Wrapping, AProductOfCountAndSizeThatWrapsLiesPastTheEnd) {
         const Entry entry = numbers(kUnknown, wrap.type, {1, 2, 3, 4})
                                 .withCount(isBig ? wrap.bigCount : wrap.classicCount)
                                 .withValueField(8);
-        const Sweep swept = sweepOf({{entry, shorts(kUnknown + 1, {5})}});
-        EXPECT_EQ(swept.warnings,
+        const Call given = callOf({{entry, shorts(kUnknown + 1, {5})}});
+        EXPECT_EQ(given.warnings,
                   (Lines{"tagDataPastEOF(60000, " +
                          std::to_string(isBig ? wrap.bigSize : wrap.classicSize) + ')'}));
-        EXPECT_EQ(swept.added(), "UnknownTags=(ID=60001 Offset=0 Value=5)");
+        EXPECT_EQ(given.added(), "UnknownTags=(ID=60001 Offset=0 Value=5)");
     }
 }
 
@@ -395,16 +395,17 @@ TEST_P(Wrapping, OffsetsAtTheLimits) {
         const Entry far = numbers(kUnknown, kUndefined, std::vector<std::int64_t>(16, 1))
                               .withValueField(limit.offset);
         const Directory page{far, shorts(kUnknown + 1, {5})};
-        const Sweep swept = sweepOf({page.withNext(limit.offset)});
-        EXPECT_EQ(swept.warnings,
+        const Call given = callOf({page.withNext(limit.offset)});
+        EXPECT_EQ(given.warnings,
                   (Lines{limit.dataWarning,
                          std::string("nextIfdPointerOutOfRange(") + limit.shown + ')'}));
-        EXPECT_EQ(swept.added(), "UnknownTags=(ID=60001 Offset=0 Value=5)");
+        EXPECT_EQ(given.added(), "UnknownTags=(ID=60001 Offset=0 Value=5)");
 
         TiffBuilder builder(format());
         const TiffFile header = builder.add(page).withFirstOffset(limit.offset).build();
-        EXPECT_EQ(sweep(header.bytes).error, std::string("badTiffIfdOffset(") + limit.shown + ", " +
-                                                 std::to_string(header.bytes.size()) + ')');
+        EXPECT_EQ(callEntryPoint(header.bytes).error,
+                  std::string("badTiffIfdOffset(") + limit.shown + ", " +
+                      std::to_string(header.bytes.size()) + ')');
     }
 }
 
@@ -415,10 +416,10 @@ TEST_P(EndlessSkip, ALoopIsSkippedByWholeRounds) {
     // 10^18 is 1 modulo 3; -1 stands for 2^64 - 1, which is 0 modulo 3.
     const TiffFile file = loop(format(), 3, 0);
     for (const auto& [first, page] : {std::pair(1e18, "1"), std::pair(-1.0, "0")}) {
-        const Sweep swept = sweep(file.bytes, {.firstIfdIndex = first, .maxIfdCount = 1});
-        EXPECT_EQ(swept.error, "");
-        EXPECT_EQ(swept.warnings, Lines{});
-        EXPECT_EQ(swept.added(), std::string("UnknownTags=(ID=60000 Offset=0 Value=") + page + ')');
+        const Call given = callEntryPoint(file.bytes, {.firstIfdIndex = first, .maxIfdCount = 1});
+        EXPECT_EQ(given.error, "");
+        EXPECT_EQ(given.warnings, Lines{});
+        EXPECT_EQ(given.added(), std::string("UnknownTags=(ID=60000 Offset=0 Value=") + page + ')');
         expectCheap(measuredCall(file.bytes, {.firstIfdIndex = first, .maxIfdCount = 1}));
     }
 }

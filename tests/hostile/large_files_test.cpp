@@ -31,7 +31,7 @@ TEST_P(LargeFile, TenThousandEntriesInOneDirectory) {
         entries.push_back(
             longs(static_cast<std::uint16_t>(50000 + i), {static_cast<std::int64_t>(7 * i)}));
     }
-    const Sweep swept = inspect(
+    const Call given = inspect(
         fileOf({Directory(std::move(entries))}).bytes, {}, [&](const ifdsweep::Value& records) {
             const ifdsweep::Value* unknown = fieldOf(records, 0, "UnknownTags");
             ASSERT_NE(unknown, nullptr);
@@ -46,7 +46,7 @@ TEST_P(LargeFile, TenThousandEntriesInOneDirectory) {
                 ASSERT_EQ(fieldOf(*unknown, i, "Value")->doubles()[0], 7 * (id - 50000));
             }
         });
-    EXPECT_EQ(swept.text(), "struct 1x1\n");
+    EXPECT_EQ(given.text(), "struct 1x1\n");
 }
 
 TEST_P(LargeFile, FiveThousandDirectories) {
@@ -55,13 +55,13 @@ TEST_P(LargeFile, FiveThousandDirectories) {
     for (std::size_t page = 0; page < kPages; ++page) {
         chain.push_back({shorts(256, {static_cast<std::int64_t>(page)})});
     }
-    const Sweep swept = inspect(fileOf(chain).bytes, {}, [&](const ifdsweep::Value& records) {
+    const Call given = inspect(fileOf(chain).bytes, {}, [&](const ifdsweep::Value& records) {
         ASSERT_EQ(records.elementCount(), kPages);
         for (std::size_t page = 0; page < kPages; ++page) {
             ASSERT_EQ(fieldOf(records, page, "Width")->doubles()[0], static_cast<double>(page));
         }
     });
-    EXPECT_EQ(swept.text(), "struct 5000x1\n");
+    EXPECT_EQ(given.text(), "struct 5000x1\n");
 }
 
 TEST_P(LargeFile, AValueOf150Megabytes) {
@@ -71,14 +71,14 @@ TEST_P(LargeFile, AValueOf150Megabytes) {
                      .withCount(kSize)}});
     const TemporaryFile onDisk("value.tif", file.bytes);
     onDisk.extend(file.places[0].data[0] + kSize);
-    const Sweep swept = inspectFile(onDisk.name(), {}, [&](const ifdsweep::Value& records) {
+    const Call given = inspectFile(onDisk.name(), {}, [&](const ifdsweep::Value& records) {
         const ifdsweep::Value* value = fieldOf(records, 0, "ImageSourceData");
         ASSERT_NE(value, nullptr);
         ASSERT_EQ(value->bytes().size(), kSize);
         EXPECT_EQ(value->bytes()[15], 1);
         EXPECT_EQ(value->bytes().back(), 0);
     });
-    EXPECT_EQ(swept.text(), "struct 1x1\n");
+    EXPECT_EQ(given.text(), "struct 1x1\n");
 }
 
 TEST_P(LargeFile, SixtyFourLevelsOfNesting) {
@@ -88,15 +88,15 @@ TEST_P(LargeFile, SixtyFourLevelsOfNesting) {
             Directory outer{pointer(kSubIfds, {{std::move(directory)}})};
             directory = std::move(outer);
         }
-        const Sweep swept = sweepOf({directory});
+        const Call given = callOf({directory});
         const bool isTooDeep = levels > 64;
-        EXPECT_EQ(swept.warnings,
+        EXPECT_EQ(given.warnings,
                   isTooDeep ? Lines{"illegallyNestedIFD(330, 'Primary')"} : Lines{});
         std::string expected = isTooDeep ? "()" : "(Artist='deepest')";
         for (std::size_t level = 0; level < std::min<std::size_t>(levels, 64); ++level) {
             expected = "(SubIFDs={" + expected + "})";
         }
-        EXPECT_EQ('(' + swept.added() + ')', expected) << levels << " levels";
+        EXPECT_EQ('(' + given.added() + ')', expected) << levels << " levels";
     }
 }
 
@@ -106,18 +106,17 @@ TEST_P(LargeFile, ThreeThousandSubIfdsInOneTag) {
     for (std::size_t i = 0; i < kChains; ++i) {
         chains.push_back({{shorts(256, {static_cast<std::int64_t>(i)})}});
     }
-    const Sweep swept =
-        inspect(fileOf({{pointer(kSubIfds, std::move(chains))}}).bytes, {},
-                [&](const ifdsweep::Value& records) {
-                    const ifdsweep::Value* cells = fieldOf(records, 0, "SubIFDs");
-                    ASSERT_NE(cells, nullptr);
-                    ASSERT_EQ(cells->elementCount(), kChains);
-                    for (std::size_t i = 0; i < kChains; ++i) {
-                        ASSERT_EQ(fieldOf(*cells->cell(i), 0, "Width")->doubles()[0],
-                                  static_cast<double>(i));
-                    }
-                });
-    EXPECT_EQ(swept.text(), "struct 1x1\n");
+    const Call given = inspect(fileOf({{pointer(kSubIfds, std::move(chains))}}).bytes, {},
+                               [&](const ifdsweep::Value& records) {
+                                   const ifdsweep::Value* cells = fieldOf(records, 0, "SubIFDs");
+                                   ASSERT_NE(cells, nullptr);
+                                   ASSERT_EQ(cells->elementCount(), kChains);
+                                   for (std::size_t i = 0; i < kChains; ++i) {
+                                       ASSERT_EQ(fieldOf(*cells->cell(i), 0, "Width")->doubles()[0],
+                                                 static_cast<double>(i));
+                                   }
+                               });
+    EXPECT_EQ(given.text(), "struct 1x1\n");
 }
 
 class SharedProfile : public TiffMatrix {
@@ -135,13 +134,13 @@ protected:
     }
 
     static void expectAllRead(const TiffFile& file, const Preparation& prepare) {
-        const Sweep swept = sweep(file.bytes, {}, prepare);
-        EXPECT_EQ(swept.error, "");
-        EXPECT_EQ(swept.warnings, Lines{});
-        ASSERT_EQ(swept.records.size(), file.places.size());
+        const Call given = callEntryPoint(file.bytes, {}, prepare);
+        EXPECT_EQ(given.error, "");
+        EXPECT_EQ(given.warnings, Lines{});
+        ASSERT_EQ(given.records.size(), file.places.size());
         const std::string offset = std::to_string(file.offsetOf(file.places[0].data[0]));
-        for (std::size_t page = 0; page < swept.records.size(); ++page) {
-            ASSERT_EQ(swept.added(page), "ICCProfileOffset=" + offset);
+        for (std::size_t page = 0; page < given.records.size(); ++page) {
+            ASSERT_EQ(given.added(page), "ICCProfileOffset=" + offset);
         }
     }
 };

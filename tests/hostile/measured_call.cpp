@@ -21,9 +21,9 @@ std::string nameOf(const std::string& message) {
     return message.substr(0, message.find('('));
 }
 
-std::string summary(const Sweep& sweep) {
+std::string summary(const Call& given) {
     std::vector<std::pair<std::string, std::size_t>> kinds;
-    for (const std::string& warning : sweep.warnings) {
+    for (const std::string& warning : given.warnings) {
         const std::string name = nameOf(warning);
         const auto known = std::find_if(kinds.begin(), kinds.end(),
                                         [&](const auto& kind) { return kind.first == name; });
@@ -33,7 +33,7 @@ std::string summary(const Sweep& sweep) {
             ++known->second;
         }
     }
-    std::string text = sweep.error.empty() ? sweep.result : "error " + nameOf(sweep.error);
+    std::string text = given.error.empty() ? given.result : "error " + nameOf(given.error);
     for (const auto& [name, number] : kinds) {
         text += "; " + name + " x" + std::to_string(number);
     }
@@ -45,7 +45,7 @@ std::string summary(const Sweep& sweep) {
 }
 
 /// Runs a call, hands its summary to a pipe and ends the process.
-[[noreturn]] void runChild(int pipeEnd, const std::function<Sweep()>& call) {
+[[noreturn]] void runChild(int pipeEnd, const std::function<Call()>& call) {
     constexpr rlim_t kProcessorSeconds = 120;  // a hundred times what any call takes
     const rlimit limit{kProcessorSeconds, kProcessorSeconds};
     ::setrlimit(RLIMIT_CPU, &limit);
@@ -62,7 +62,7 @@ std::string summary(const Sweep& sweep) {
     ::_exit(isWritten ? 0 : 1);
 }
 
-MeasuredCall measured(const std::function<Sweep()>& call) {
+MeasuredCall measured(const std::function<Call()>& call) {
     std::array<int, 2> ends{};
     if (::pipe(ends.data()) != 0) {
         throwSystemError("pipe");

@@ -8,7 +8,7 @@
 #include <optional>
 #include <string>
 
-#include "support/sweep.h"
+#include "support/entry_call.h"
 
 namespace fixture {
 

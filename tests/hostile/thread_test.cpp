@@ -1,4 +1,4 @@
-// Several threads, each with a host of its own, sweep different files and the same file at once.
+// Several threads, each with a host of its own, read different files and the same file at once.
 
 #include <array>
 #include <thread>
@@ -37,35 +37,35 @@ void inThreads(const Work& work) {
 /// What every thread saw, by its number; compared when all have ended.
 using Seen = std::array<std::vector<std::string>, kThreads>;
 
-TEST(Threads, SweepDifferentFilesAtOnce) {
+TEST(Threads, ReadDifferentFilesAtOnce) {
     Seen seen;
     inThreads([&seen](std::size_t number) {
         for (std::size_t round = 0; round < kRounds; ++round) {
             const TiffFile file = fileNumber((number + round) % kThreads);
-            seen[number].push_back(sweep(file.bytes).text());
+            seen[number].push_back(callEntryPoint(file.bytes).text());
         }
     });
     for (std::size_t number = 0; number < kThreads; ++number) {
         for (std::size_t round = 0; round < kRounds; ++round) {
             const TiffFile file = fileNumber((number + round) % kThreads);
-            ASSERT_EQ(seen[number][round], sweep(file.bytes).text());
+            ASSERT_EQ(seen[number][round], callEntryPoint(file.bytes).text());
         }
     }
 }
 
-TEST(Threads, SweepTheSameFileAtOnce) {
+TEST(Threads, ReadTheSameFileAtOnce) {
     const TiffFile file = fileNumber(5);
     const TemporaryFile onDisk("shared.tif", file.bytes);
     Seen inMemory;
     Seen seen;
     inThreads([&](std::size_t number) {
         for (std::size_t round = 0; round < kRounds; ++round) {
-            inMemory[number].push_back(sweep(file.bytes).text());
-            seen[number].push_back(sweepFile(onDisk.name()).text());
+            inMemory[number].push_back(callEntryPoint(file.bytes).text());
+            seen[number].push_back(callOnFile(onDisk.name()).text());
         }
     });
-    const std::string expectedInMemory = sweep(file.bytes).text();
-    const std::string expected = sweepFile(onDisk.name()).text();
+    const std::string expectedInMemory = callEntryPoint(file.bytes).text();
+    const std::string expected = callOnFile(onDisk.name()).text();
     EXPECT_NE(expected.find("struct 1x1"), std::string::npos);
     for (std::size_t number = 0; number < kThreads; ++number) {
         EXPECT_EQ(inMemory[number], std::vector<std::string>(kRounds, expectedInMemory));

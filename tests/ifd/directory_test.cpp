@@ -26,72 +26,72 @@ std::size_t countOf(const std::string& text, std::string_view part) {
 }
 
 TEST_P(DirectoryTable, WidthAndHeightAreTakenOutById) {
-    const Sweep swept = sweepOf({{shorts(256, {640}), longs(257, {480}), ascii(315, "x")}});
-    EXPECT_EQ(swept.value("Width"), "640");
-    EXPECT_EQ(swept.value("Height"), "480");
-    EXPECT_EQ(swept.value("Length"), "no field");
-    EXPECT_EQ(swept.added(), "Artist='x'");
+    const Call given = callOf({{shorts(256, {640}), longs(257, {480}), ascii(315, "x")}});
+    EXPECT_EQ(given.value("Width"), "640");
+    EXPECT_EQ(given.value("Height"), "480");
+    EXPECT_EQ(given.value("Length"), "no field");
+    EXPECT_EQ(given.added(), "Artist='x'");
 }
 
 TEST_P(DirectoryTable, WidthAndHeightNeverBecomeFieldsInAnyDirectory) {
     for (const std::uint16_t tag : Codes{34665, 34853, 40965}) {
-        const Sweep swept = sweepOf(
+        const Call given = callOf(
             {{shorts(256, {3}),
               pointer(tag, {{{shorts(256, {640}), shorts(257, {480}), shorts(60000, {1})}}})}});
-        EXPECT_EQ(swept.value("Width"), "3");
-        EXPECT_NE(swept.added().find("=(UnknownTags=(ID=60000 Offset=0 Value=1))"),
+        EXPECT_EQ(given.value("Width"), "3");
+        EXPECT_NE(given.added().find("=(UnknownTags=(ID=60000 Offset=0 Value=1))"),
                   std::string::npos);
     }
 }
 
 TEST_P(DirectoryTable, WidthWithoutANumberKeepsWhatWasThere) {
-    const Sweep swept = sweepOf({{shorts(256, {640}), ascii(256, "x"), ascii(257, "y")}});
-    EXPECT_EQ(swept.value("Width"), "640");
-    EXPECT_EQ(swept.value("Height"), "0");
+    const Call given = callOf({{shorts(256, {640}), ascii(256, "x"), ascii(257, "y")}});
+    EXPECT_EQ(given.value("Width"), "640");
+    EXPECT_EQ(given.value("Height"), "0");
     EXPECT_EQ(
-        swept.warnings,
+        given.warnings,
         (Lines{"expectedTagDataFormatMultiple('Width', 'TIFF_ASCII', 'TIFF_SHORT, TIFF_LONG')",
                "expectedTagDataFormatMultiple('Length', 'TIFF_ASCII', "
                "'TIFF_SHORT, TIFF_LONG')"}));
 }
 
 TEST_P(DirectoryTable, TheLaterWidthWins) {
-    EXPECT_EQ(sweepOf({{shorts(256, {640}), doubles(256, {0.5})}}).value("Width"), "0.5");
+    EXPECT_EQ(callOf({{shorts(256, {640}), doubles(256, {0.5})}}).value("Width"), "0.5");
 }
 
 TEST_P(DirectoryTable, OfEntriesWithTheSameIdTheLaterValueWins) {
-    const Sweep swept = sweepOf({{ascii(315, "first"), ascii(316, "host"), ascii(315, "second")}});
-    EXPECT_EQ(swept.added(), "Artist='second' HostComputer='host'");
+    const Call given = callOf({{ascii(315, "first"), ascii(316, "host"), ascii(315, "second")}});
+    EXPECT_EQ(given.added(), "Artist='second' HostComputer='host'");
 }
 
 TEST_P(DirectoryTable, AnEmptyValueAfterARealOneEmptiesTheField) {
-    const Sweep swept = sweepOf({{ascii(315, "first"), ascii(315, "")}});
-    EXPECT_EQ(swept.value("Artist"), "empty");
+    const Call given = callOf({{ascii(315, "first"), ascii(315, "")}});
+    EXPECT_EQ(given.value("Artist"), "empty");
 }
 
 TEST_P(DirectoryTable, EntriesNeedNotBeSorted) {
-    const Sweep swept =
-        sweepOf({{ascii(33432, "c"), ascii(315, "a"), shorts(257, {2}), shorts(256, {1})}});
-    EXPECT_EQ(swept.value("Width"), "1");
-    EXPECT_EQ(swept.value("Height"), "2");
-    EXPECT_EQ(swept.added(), "Artist='a' Copyright='c'");
+    const Call given =
+        callOf({{ascii(33432, "c"), ascii(315, "a"), shorts(257, {2}), shorts(256, {1})}});
+    EXPECT_EQ(given.value("Width"), "1");
+    EXPECT_EQ(given.value("Height"), "2");
+    EXPECT_EQ(given.added(), "Artist='a' Copyright='c'");
 }
 
 TEST_P(DirectoryTable, ABadEntryIsSkippedAndTheNextIsRead) {
-    const Sweep swept =
-        sweepOf({{ascii(315, "x").withType(14), ascii(316, "host"),
-                  ascii(305, "0123456789").withValueField(0x7FFFFFFF), ascii(272, "model")}});
-    EXPECT_EQ(swept.added(), "Model='model' HostComputer='host'");
-    EXPECT_EQ(swept.warnings, (Lines{"unrecognizedTagFormatId(14)", "tagDataPastEOF(305, 10)"}));
+    const Call given =
+        callOf({{ascii(315, "x").withType(14), ascii(316, "host"),
+                 ascii(305, "0123456789").withValueField(0x7FFFFFFF), ascii(272, "model")}});
+    EXPECT_EQ(given.added(), "Model='model' HostComputer='host'");
+    EXPECT_EQ(given.warnings, (Lines{"unrecognizedTagFormatId(14)", "tagDataPastEOF(305, 10)"}));
 }
 
 TEST_P(DirectoryTable, ATruncatedTableEndsTheCall) {
     const TiffFile file = fileOf({{ascii(315, "x")}, {ascii(315, "y"), ascii(316, "z")}});
     const std::size_t table = file.places[1].entries[0];
     for (std::size_t length = table; length < file.places[1].next; ++length) {
-        const Sweep swept = sweep(truncated(file.bytes, length));
-        EXPECT_EQ(swept.error, "badIFDread('IFD #1')");
-        EXPECT_EQ(swept.result, "");
+        const Call given = callEntryPoint(truncated(file.bytes, length));
+        EXPECT_EQ(given.error, "badIFDread('IFD #1')");
+        EXPECT_EQ(given.result, "");
     }
 }
 
@@ -108,9 +108,9 @@ TEST_P(DirectoryTable, AnEntryCountThatTheFileCannotHoldEndsTheCall) {
                                          ~std::uint64_t{0}}
             : std::vector<std::uint64_t>{3, 1000, 65535};
     for (const std::uint64_t count : counts) {
-        const Sweep swept = sweepOf({Directory{shorts(256, {1})}.withEntryCount(count)});
-        EXPECT_EQ(swept.error, "badIFDread('IFD #1')") << count;
-        EXPECT_EQ(swept.warnings, Lines{});
+        const Call given = callOf({Directory{shorts(256, {1})}.withEntryCount(count)});
+        EXPECT_EQ(given.error, "badIFDread('IFD #1')") << count;
+        EXPECT_EQ(given.warnings, Lines{});
     }
 }
 
@@ -155,21 +155,21 @@ TEST(HugeFile, TakesNoMemoryForAnEntryCountAtItsEnd) {
         TiffBuilder builder(Format{Layout::big, byteOrder});
         builder.withFirstOffset(EndOfAHugeFile::kSize - ending.size());
         const auto source = std::make_shared<EndOfAHugeFile>(builder.build().bytes, ending);
-        const Sweep swept = sweepFile(kFileName, {}, [&](ifdsweep::Host& host) {
+        const Call given = callOnFile(kFileName, {}, [&](ifdsweep::Host& host) {
             qxFileStatus status;
             status.type = qxFileType::regular;
             status.timeStamps = {0, 0, 0};
             status.fileSize = source->size();
             host.files().serve(kFileName, {source, status});
         });
-        EXPECT_EQ(swept.error, "badIFDread('IFD #1')");
-        EXPECT_EQ(swept.warnings, Lines{});
+        EXPECT_EQ(given.error, "badIFDread('IFD #1')");
+        EXPECT_EQ(given.warnings, Lines{});
     }
 }
 
 TEST_P(DirectoryTable, ThatTheFileHasGrownOverIsRead) {
     const TiffFile file = fileOf({{shorts(256, {7}), ascii(315, "x")}});
-    const Sweep swept = sweepFile(kFileName, {}, [&](ifdsweep::Host& host) {
+    const Call given = callOnFile(kFileName, {}, [&](ifdsweep::Host& host) {
         qxFileStatus status;
         status.type = qxFileType::regular;
         status.timeStamps = {0, 0, 0};
@@ -177,74 +177,74 @@ TEST_P(DirectoryTable, ThatTheFileHasGrownOverIsRead) {
         host.files().serve(kFileName,
                            {std::make_shared<ifdsweep::MemoryBytes>(file.bytes), status});
     });
-    EXPECT_EQ(swept.error, "");
-    EXPECT_EQ(swept.value("Width"), "7");
+    EXPECT_EQ(given.error, "");
+    EXPECT_EQ(given.value("Width"), "7");
 }
 
 TEST_P(DirectoryTable, AnEntryCountTooSmallReadsTheNextOffsetFromTheTable) {
-    const Sweep swept = sweepOf({Directory{shorts(256, {1}), numbers(0, 0, {})}.withEntryCount(1)});
-    EXPECT_EQ(swept.value("Width"), "1");
-    EXPECT_EQ(swept.warnings, Lines{});
+    const Call given = callOf({Directory{shorts(256, {1}), numbers(0, 0, {})}.withEntryCount(1)});
+    EXPECT_EQ(given.value("Width"), "1");
+    EXPECT_EQ(given.warnings, Lines{});
 }
 
 TEST_P(DirectoryTable, ADirectoryOfATiffMayBeLargerThanAnApp1Segment) {
-    const Sweep swept = sweepOf({unknownEntries(5462)});
-    EXPECT_EQ(swept.error, "");
-    EXPECT_EQ(swept.warnings, Lines{});
-    EXPECT_EQ(countOf(swept.value("UnknownTags"), "ID="), 5462U);
+    const Call given = callOf({unknownEntries(5462)});
+    EXPECT_EQ(given.error, "");
+    EXPECT_EQ(given.warnings, Lines{});
+    EXPECT_EQ(countOf(given.value("UnknownTags"), "ID="), 5462U);
 }
 
 TEST_P(DirectoryTable, TheMostEntriesOfAClassicCountAreRead) {
-    const Sweep swept = sweepOf({unknownEntries(65535)});
-    EXPECT_EQ(countOf(swept.value("UnknownTags"), "ID="), 65535U);
+    const Call given = callOf({unknownEntries(65535)});
+    EXPECT_EQ(countOf(given.value("UnknownTags"), "ID="), 65535U);
 }
 
 class JpegDirectory : public testing::TestWithParam<ByteOrder> {
 protected:
-    static Sweep sweepOf(const Chain& chain) {
+    static Call callOf(const Chain& chain) {
         TiffBuilder builder({Layout::classic, GetParam()});
         for (const Directory& directory : chain) {
             builder.add(directory);
         }
-        return sweep(builder.buildInJpeg().bytes, {.initialOffset = 12});
+        return callEntryPoint(builder.buildInJpeg().bytes, {.initialOffset = 12});
     }
 };
 INSTANTIATE_TEST_SUITE_P(ByteOrders, JpegDirectory,
                          testing::Values(ByteOrder::little, ByteOrder::big));
 
 TEST_P(JpegDirectory, TheLargestTableOfAnApp1SegmentIsRead) {
-    const Sweep swept = sweepOf({unknownEntries(5461)});
-    EXPECT_EQ(swept.error, "");
-    EXPECT_EQ(countOf(swept.value("UnknownTags"), "ID="), 5461U);
-    EXPECT_EQ(swept.warnings, Lines{});
+    const Call given = callOf({unknownEntries(5461)});
+    EXPECT_EQ(given.error, "");
+    EXPECT_EQ(countOf(given.value("UnknownTags"), "ID="), 5461U);
+    EXPECT_EQ(given.warnings, Lines{});
 }
 
 TEST_P(JpegDirectory, OneEntryMoreIsRefused) {
-    const Sweep swept = sweepOf({unknownEntries(5462)});
-    EXPECT_EQ(swept.error, "unableToReadTagData()");
-    EXPECT_EQ(swept.warnings, (Lines{"jpegApp1MaximumLengthExceeded(5462)"}));
+    const Call given = callOf({unknownEntries(5462)});
+    EXPECT_EQ(given.error, "unableToReadTagData()");
+    EXPECT_EQ(given.warnings, (Lines{"jpegApp1MaximumLengthExceeded(5462)"}));
 }
 
 TEST_P(JpegDirectory, ASecondDirectoryTooLargeEndsThePrimaryReadAsAWhole) {
-    const Sweep swept = sweepOf({{ascii(315, "lost")}, unknownEntries(5462)});
-    EXPECT_EQ(swept.error, "unableToReadTagData()");
-    EXPECT_EQ(swept.warnings, (Lines{"jpegApp1MaximumLengthExceeded(5462)"}));
+    const Call given = callOf({{ascii(315, "lost")}, unknownEntries(5462)});
+    EXPECT_EQ(given.error, "unableToReadTagData()");
+    EXPECT_EQ(given.warnings, (Lines{"jpegApp1MaximumLengthExceeded(5462)"}));
 }
 
 TEST_P(JpegDirectory, ANestedDirectoryTooLargeDropsItsPointerOnly) {
-    const Sweep swept = sweepOf(
-        {{ascii(315, "kept"), pointer(34665, {{unknownEntries(5462)}}), ascii(316, "too")}});
-    EXPECT_EQ(swept.error, "");
-    EXPECT_EQ(swept.value("Artist"), "'kept'");
-    EXPECT_EQ(swept.value("HostComputer"), "'too'");
-    EXPECT_EQ(swept.value("DigitalCamera"), "no field");
-    EXPECT_EQ(swept.warnings, (Lines{"jpegApp1MaximumLengthExceeded(5462)"}));
+    const Call given =
+        callOf({{ascii(315, "kept"), pointer(34665, {{unknownEntries(5462)}}), ascii(316, "too")}});
+    EXPECT_EQ(given.error, "");
+    EXPECT_EQ(given.value("Artist"), "'kept'");
+    EXPECT_EQ(given.value("HostComputer"), "'too'");
+    EXPECT_EQ(given.value("DigitalCamera"), "no field");
+    EXPECT_EQ(given.warnings, (Lines{"jpegApp1MaximumLengthExceeded(5462)"}));
 }
 
 TEST_P(JpegDirectory, ADeclaredCountTooLargeIsRefusedBeforeItIsRead) {
-    const Sweep swept = sweepOf({Directory{ascii(315, "x")}.withEntryCount(65535)});
-    EXPECT_EQ(swept.error, "unableToReadTagData()");
-    EXPECT_EQ(swept.warnings, (Lines{"jpegApp1MaximumLengthExceeded(65535)"}));
+    const Call given = callOf({Directory{ascii(315, "x")}.withEntryCount(65535)});
+    EXPECT_EQ(given.error, "unableToReadTagData()");
+    EXPECT_EQ(given.warnings, (Lines{"jpegApp1MaximumLengthExceeded(65535)"}));
 }
 
 }  // namespace

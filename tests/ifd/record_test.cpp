@@ -16,52 +16,52 @@ Lines headAnd(const Lines& more) {
 }
 
 TEST_P(RecordArray, OtherTagsFollowTheHeadInAscendingIdOrder) {
-    const Sweep swept = sweepOf({{shorts(65535, {1}), ascii(33432, "c"), shorts(60000, {1}),
-                                  ascii(315, "a"), shorts(255, {1}), shorts(259, {1})},
-                                 {ascii(272, "m"), numbers(33434, kRational, {1, 2})}});
-    EXPECT_EQ(swept.names(), headAnd({"SubFileType", "Model", "Artist", "Copyright", "ExposureTime",
+    const Call given = callOf({{shorts(65535, {1}), ascii(33432, "c"), shorts(60000, {1}),
+                                ascii(315, "a"), shorts(255, {1}), shorts(259, {1})},
+                               {ascii(272, "m"), numbers(33434, kRational, {1, 2})}});
+    EXPECT_EQ(given.names(), headAnd({"SubFileType", "Model", "Artist", "Copyright", "ExposureTime",
                                       "DCSHuesShiftValues", "UnknownTags"}));
 }
 
 TEST_P(RecordArray, AFieldOfAnotherDirectoryStaysEmpty) {
-    const Sweep swept = sweepOf({{shorts(256, {1})}, {ascii(315, "x")}});
-    EXPECT_EQ(swept.result, "struct 2x1");
-    EXPECT_EQ(swept.value("Artist", 0), "empty");
-    EXPECT_EQ(swept.value("Artist", 1), "'x'");
+    const Call given = callOf({{shorts(256, {1})}, {ascii(315, "x")}});
+    EXPECT_EQ(given.result, "struct 2x1");
+    EXPECT_EQ(given.value("Artist", 0), "empty");
+    EXPECT_EQ(given.value("Artist", 1), "'x'");
 }
 
 TEST_P(RecordArray, UnknownTagsOfADirectoryWithoutThemStayEmpty) {
-    const Sweep swept = sweepOf({{shorts(60000, {1})}, {ascii(315, "x")}, {shorts(60001, {2})}});
-    EXPECT_EQ(swept.value("UnknownTags", 0), "(ID=60000 Offset=0 Value=1)");
-    EXPECT_EQ(swept.value("UnknownTags", 1), "empty");
-    EXPECT_EQ(swept.value("UnknownTags", 2), "(ID=60001 Offset=0 Value=2)");
-    EXPECT_EQ(swept.names(), headAnd({"Artist", "UnknownTags"}));
+    const Call given = callOf({{shorts(60000, {1})}, {ascii(315, "x")}, {shorts(60001, {2})}});
+    EXPECT_EQ(given.value("UnknownTags", 0), "(ID=60000 Offset=0 Value=1)");
+    EXPECT_EQ(given.value("UnknownTags", 1), "empty");
+    EXPECT_EQ(given.value("UnknownTags", 2), "(ID=60001 Offset=0 Value=2)");
+    EXPECT_EQ(given.names(), headAnd({"Artist", "UnknownTags"}));
 }
 
 TEST_P(RecordArray, FormatVersionIsAlwaysEmpty) {
-    const Sweep swept = sweepOf({{shorts(256, {1})}, {shorts(256, {1})}});
-    EXPECT_EQ(swept.value("FormatVersion", 0), "empty");
-    EXPECT_EQ(swept.value("FormatVersion", 1), "empty");
+    const Call given = callOf({{shorts(256, {1})}, {shorts(256, {1})}});
+    EXPECT_EQ(given.value("FormatVersion", 0), "empty");
+    EXPECT_EQ(given.value("FormatVersion", 1), "empty");
 }
 
 TEST_P(RecordArray, ATagThatOnlyHadNoValueIsStillAField) {
-    EXPECT_EQ(sweepOf({{ascii(315, "")}}).names(), headAnd({"Artist"}));
+    EXPECT_EQ(callOf({{ascii(315, "")}}).names(), headAnd({"Artist"}));
 }
 
 TEST_P(RecordArray, NestedRecordsOfExifHaveTheirTagsOnly) {
-    const Sweep swept =
-        sweepOf({{pointer(34665, {{{shorts(60000, {1}), numbers(37380, kSRational, {1, 2}),
-                                    shorts(258, {8}), ascii(271, "m")}}})}});
-    EXPECT_EQ(swept.added(),
+    const Call given =
+        callOf({{pointer(34665, {{{shorts(60000, {1}), numbers(37380, kSRational, {1, 2}),
+                                   shorts(258, {8}), ascii(271, "m")}}})}});
+    EXPECT_EQ(given.added(),
               "DigitalCamera=(BitsPerSample=8 Make='m' ExposureBiasValue=0.5 "
               "UnknownTags=(ID=60000 Offset=0 Value=1))");
 }
 
 TEST_P(RecordArray, OffsetIsThePositionOfTheEntryCount) {
     const TiffFile file = fileOf({{shorts(256, {1})}, {ascii(315, "x")}, {shorts(256, {1})}});
-    const Sweep swept = sweep(file.bytes);
+    const Call given = callEntryPoint(file.bytes);
     for (std::size_t i = 0; i < 3; ++i) {
-        EXPECT_EQ(swept.value("Offset", i), std::to_string(file.places[i].position));
+        EXPECT_EQ(given.value("Offset", i), std::to_string(file.places[i].position));
     }
 }
 
@@ -76,7 +76,7 @@ Lines namesOf(const ifdsweep::Value& records) {
 TEST_P(RecordArray, SubIfdRecordsAreLikePrimaryOnes) {
     const TiffFile file = fileOf({{pointer(330, {{{shorts(256, {7}), shorts(257, {8})},
                                                   {shorts(258, {8, 8, 8}), ascii(315, "x")}}})}});
-    const Sweep swept = inspect(file.bytes, {}, [&](const ifdsweep::Value& result) {
+    const Call given = inspect(file.bytes, {}, [&](const ifdsweep::Value& result) {
         const ifdsweep::Value* nested =
             result.field(0, result.fieldIndex("SubIFDs").value())->cell(0);
         ASSERT_NE(nested, nullptr);
@@ -84,7 +84,7 @@ TEST_P(RecordArray, SubIfdRecordsAreLikePrimaryOnes) {
         const auto shown = [&](std::size_t element, std::string_view name) {
             return dump(nested->field(element, nested->fieldIndex(name).value()));
         };
-        EXPECT_EQ(shown(0, "Filename"), "'sweep.tif'");
+        EXPECT_EQ(shown(0, "Filename"), "'call.tif'");
         EXPECT_EQ(shown(0, "Width") + ' ' + shown(0, "Height"), "7 8");
         EXPECT_EQ(shown(0, "Compression"), "'Uncompressed'");
         EXPECT_EQ(shown(0, "Offset"), std::to_string(file.places[1].position));
@@ -92,14 +92,15 @@ TEST_P(RecordArray, SubIfdRecordsAreLikePrimaryOnes) {
         EXPECT_EQ(shown(1, "Artist"), "'x'");
         EXPECT_EQ(shown(1, "Offset"), std::to_string(file.places[2].position));
     });
-    EXPECT_EQ(swept.error, "");
+    EXPECT_EQ(given.error, "");
 }
 
 class JpegRecord : public testing::TestWithParam<ByteOrder> {
 protected:
-    static Sweep sweepOf(const Directory& directory) {
-        return sweep(TiffBuilder({Layout::classic, GetParam()}).add(directory).buildInJpeg().bytes,
-                     {.initialOffset = 12});
+    static Call callOf(const Directory& directory) {
+        return callEntryPoint(
+            TiffBuilder({Layout::classic, GetParam()}).add(directory).buildInJpeg().bytes,
+            {.initialOffset = 12});
     }
     static Lines firstTenAnd(const Lines& more) {
         Lines names(headNames().begin(), headNames().begin() + 10);
@@ -111,27 +112,27 @@ INSTANTIATE_TEST_SUITE_P(ByteOrders, JpegRecord,
                          testing::Values(ByteOrder::little, ByteOrder::big));
 
 TEST_P(JpegRecord, HasTenFieldsAndItsTags) {
-    const Sweep swept =
-        sweepOf({shorts(256, {640}), shorts(257, {480}), ascii(315, "x"), shorts(274, {6}),
-                 numbers(282, kRational, {72, 1}), shorts(259, {6}), shorts(60000, {1})});
-    EXPECT_EQ(swept.names(),
+    const Call given =
+        callOf({shorts(256, {640}), shorts(257, {480}), ascii(315, "x"), shorts(274, {6}),
+                numbers(282, kRational, {72, 1}), shorts(259, {6}), shorts(60000, {1})});
+    EXPECT_EQ(given.names(),
               firstTenAnd({"Compression", "Orientation", "XResolution", "Artist", "UnknownTags"}));
-    EXPECT_EQ(swept.value("Format"), "'jpg'");
-    EXPECT_EQ(swept.value("FormatSignature"), "double(0x0)");
-    EXPECT_EQ(swept.value("FormatVersion"), "empty");
-    EXPECT_EQ(swept.value("ByteOrder"), "no field");
-    EXPECT_EQ(swept.value("Offset"), "no field");
-    EXPECT_EQ(swept.value("Width"), "640");
-    EXPECT_EQ(swept.value("Height"), "480");
-    EXPECT_EQ(swept.value("Compression"), "'OJPEG'");
-    EXPECT_EQ(swept.value("Orientation"), "6");
+    EXPECT_EQ(given.value("Format"), "'jpg'");
+    EXPECT_EQ(given.value("FormatSignature"), "double(0x0)");
+    EXPECT_EQ(given.value("FormatVersion"), "empty");
+    EXPECT_EQ(given.value("ByteOrder"), "no field");
+    EXPECT_EQ(given.value("Offset"), "no field");
+    EXPECT_EQ(given.value("Width"), "640");
+    EXPECT_EQ(given.value("Height"), "480");
+    EXPECT_EQ(given.value("Compression"), "'OJPEG'");
+    EXPECT_EQ(given.value("Orientation"), "6");
 }
 
 TEST_P(JpegRecord, NestedPrimaryDirectoriesHaveTheSameTenFields) {
     const TiffFile file = TiffBuilder({Layout::classic, GetParam()})
                               .add({pointer(330, {{{ascii(315, "nested")}}}), ascii(315, "outer")})
                               .buildInJpeg();
-    const Sweep swept =
+    const Call given =
         inspect(file.bytes, {.initialOffset = 12}, [&](const ifdsweep::Value& result) {
             const ifdsweep::Value* cell = result.field(0, result.fieldIndex("SubIFDs").value());
             ASSERT_NE(cell, nullptr);
@@ -142,16 +143,16 @@ TEST_P(JpegRecord, NestedPrimaryDirectoriesHaveTheSameTenFields) {
             EXPECT_EQ(dump(nested->field(0, 3)), "'jpg'");
             EXPECT_EQ(dump(nested->field(0, 9)), "double(0x0)");
         });
-    EXPECT_EQ(swept.error, "");
+    EXPECT_EQ(given.error, "");
 }
 
 TEST_P(JpegRecord, ExifGpsAndInteroperabilityAreFollowed) {
-    const Sweep swept = sweepOf({pointer(34665, {{{numbers(33434, kRational, {1, 4}),
-                                                   pointer(40965, {{{ascii(1, "R98")}}})}}}),
-                                 pointer(34853, {{{ascii(29, "2001")}}})});
-    EXPECT_EQ(swept.value("DigitalCamera"),
+    const Call given = callOf({pointer(34665, {{{numbers(33434, kRational, {1, 4}),
+                                                 pointer(40965, {{{ascii(1, "R98")}}})}}}),
+                               pointer(34853, {{{ascii(29, "2001")}}})});
+    EXPECT_EQ(given.value("DigitalCamera"),
               "(ExposureTime=0.25 InteroperabilityIFD=(InteroperabilityIndex='R98'))");
-    EXPECT_EQ(swept.value("GPSInfo"), "(GPSDateStamp='2001')");
+    EXPECT_EQ(given.value("GPSInfo"), "(GPSDateStamp='2001')");
 }
 
 }  // namespace

@@ -16,18 +16,18 @@ constexpr std::uint16_t kPhotometric = 262;
 constexpr std::uint16_t kSamplesPerPixel = 277;
 
 /// BitsPerSample, MinSampleValue, MaxSampleValue and BitDepth in one line.
-std::string samples(const Sweep& swept) {
-    return swept.value("BitsPerSample") + ' ' + swept.value("MinSampleValue") + ' ' +
-           swept.value("MaxSampleValue") + ' ' + swept.value("BitDepth");
+std::string samples(const Call& given) {
+    return given.value("BitsPerSample") + ' ' + given.value("MinSampleValue") + ' ' +
+           given.value("MaxSampleValue") + ' ' + given.value("BitDepth");
 }
 
 TEST_P(RequiredFields, ADirectoryOfSizeAloneHasAllDefaults) {
     const TiffFile file = fileOf({{shorts(256, {640}), shorts(257, {480})}});
-    const Sweep swept = sweep(file.bytes);
+    const Call given = callEntryPoint(file.bytes);
     const bool isBigEndian = format().byteOrder == ByteOrder::big;
     const std::string version = format().isBig() ? "43" : "42";
     const Record expected{
-        {"Filename", "'sweep.tif'"},
+        {"Filename", "'call.tif'"},
         {"FileModDate", "'01-Jan-1970 00:00:00'"},
         {"FileSize", std::to_string(file.bytes.size())},
         {"Format", "'tif'"},
@@ -64,35 +64,35 @@ TEST_P(RequiredFields, ADirectoryOfSizeAloneHasAllDefaults) {
         {"Thresholding", "1"},
         {"Offset", std::to_string(file.places[0].position)},
     };
-    ASSERT_EQ(swept.records.size(), 1U);
-    EXPECT_EQ(swept.records[0], expected);
-    EXPECT_EQ(swept.warnings, Lines{});
+    ASSERT_EQ(given.records.size(), 1U);
+    EXPECT_EQ(given.records[0], expected);
+    EXPECT_EQ(given.warnings, Lines{});
 }
 
 TEST_P(RequiredFields, ValuesOfTheFileReplaceDefaults) {
-    const Sweep swept = sweepOf({{longs(254, {2}),
-                                  shorts(258, {4}),
-                                  shorts(259, {5}),
-                                  shorts(262, {3}),
-                                  shorts(263, {2}),
-                                  shorts(266, {2}),
-                                  longs(273, {8, 9}),
-                                  shorts(274, {6}),
-                                  shorts(277, {1}),
-                                  shorts(278, {16}),
-                                  shorts(279, {10, 11}),
-                                  shorts(280, {1}),
-                                  shorts(281, {14}),
-                                  numbers(282, kRational, {72, 1}),
-                                  numbers(283, kRational, {144, 2}),
-                                  shorts(284, {2}),
-                                  shorts(290, {4}),
-                                  shorts(296, {3}),
-                                  shorts(320, {0, 65535, 0}),
-                                  shorts(322, {32}),
-                                  shorts(323, {64}),
-                                  longs(324, {12}),
-                                  longs(325, {13})}});
+    const Call given = callOf({{longs(254, {2}),
+                                shorts(258, {4}),
+                                shorts(259, {5}),
+                                shorts(262, {3}),
+                                shorts(263, {2}),
+                                shorts(266, {2}),
+                                longs(273, {8, 9}),
+                                shorts(274, {6}),
+                                shorts(277, {1}),
+                                shorts(278, {16}),
+                                shorts(279, {10, 11}),
+                                shorts(280, {1}),
+                                shorts(281, {14}),
+                                numbers(282, kRational, {72, 1}),
+                                numbers(283, kRational, {144, 2}),
+                                shorts(284, {2}),
+                                shorts(290, {4}),
+                                shorts(296, {3}),
+                                shorts(320, {0, 65535, 0}),
+                                shorts(322, {32}),
+                                shorts(323, {64}),
+                                longs(324, {12}),
+                                longs(325, {13})}});
     const std::vector<std::pair<const char*, const char*>> expected{
         {"NewSubFileType", "2"},
         {"BitsPerSample", "4"},
@@ -119,49 +119,49 @@ TEST_P(RequiredFields, ValuesOfTheFileReplaceDefaults) {
         {"Thresholding", "2"},
     };
     for (const auto& [field, value] : expected) {
-        EXPECT_EQ(swept.value(field), value) << field;
+        EXPECT_EQ(given.value(field), value) << field;
     }
-    EXPECT_EQ(swept.names(), headNames());
-    EXPECT_EQ(swept.warnings, Lines{});
+    EXPECT_EQ(given.names(), headNames());
+    EXPECT_EQ(given.warnings, Lines{});
 }
 
 TEST_P(RequiredFields, SampleLimitsFollowBitsPerSample) {
-    EXPECT_EQ(samples(sweepOf({{shorts(kBitsPerSample, {8, 8, 8})}})),
+    EXPECT_EQ(samples(callOf({{shorts(kBitsPerSample, {8, 8, 8})}})),
               "[8 8 8] [0 0 0] [255 255 255] 24");
-    EXPECT_EQ(samples(sweepOf({{shorts(kBitsPerSample, {16})}})), "16 0 65535 16");
-    EXPECT_EQ(samples(sweepOf({{shorts(kBitsPerSample, {1, 0, 32})}})),
+    EXPECT_EQ(samples(callOf({{shorts(kBitsPerSample, {16})}})), "16 0 65535 16");
+    EXPECT_EQ(samples(callOf({{shorts(kBitsPerSample, {1, 0, 32})}})),
               "[1 0 32] [0 0 0] [1 0 4294967295] 33");
 }
 
 TEST_P(RequiredFields, SamplesPerPixelCountsByItsNumberOfValues) {
-    const Sweep swept = sweepOf({{shorts(kSamplesPerPixel, {3})}});
-    EXPECT_EQ(swept.value("SamplesPerPixel"), "3");
-    EXPECT_EQ(samples(swept), "1 0 1 1");
+    const Call given = callOf({{shorts(kSamplesPerPixel, {3})}});
+    EXPECT_EQ(given.value("SamplesPerPixel"), "3");
+    EXPECT_EQ(samples(given), "1 0 1 1");
 }
 
 TEST_P(RequiredFields, SamplesPerPixelStoredAsTextHasNoValues) {
-    const Sweep swept = sweepOf({{ascii(kSamplesPerPixel, "3")}});
-    EXPECT_EQ(swept.value("SamplesPerPixel"), "'3'");
-    EXPECT_EQ(samples(swept), "empty empty empty 0");
+    const Call given = callOf({{ascii(kSamplesPerPixel, "3")}});
+    EXPECT_EQ(given.value("SamplesPerPixel"), "'3'");
+    EXPECT_EQ(samples(given), "empty empty empty 0");
 }
 
 TEST_P(RequiredFields, TheOrderOfTheEntriesDoesNotMatter) {
-    EXPECT_EQ(samples(sweepOf({{ascii(315, "x"), shorts(kBitsPerSample, {4, 4})}})),
+    EXPECT_EQ(samples(callOf({{ascii(315, "x"), shorts(kBitsPerSample, {4, 4})}})),
               "[4 4] [0 0] [15 15] 8");
 }
 
 TEST_P(RequiredFields, TheLaterOfTwoBitsPerSampleHolds) {
-    EXPECT_EQ(samples(sweepOf({{shorts(kBitsPerSample, {8, 8, 8}), shorts(kBitsPerSample, {4})}})),
+    EXPECT_EQ(samples(callOf({{shorts(kBitsPerSample, {8, 8, 8}), shorts(kBitsPerSample, {4})}})),
               "4 0 15 4");
 }
 
 TEST_P(RequiredFields, BitsPerSampleWithoutNumbersCountsAsPresent) {
-    EXPECT_EQ(samples(sweepOf({{ascii(kBitsPerSample, "8")}})), "'8' empty empty 0");
-    EXPECT_EQ(samples(sweepOf({{shorts(kBitsPerSample, {})}})), "empty empty empty 0");
+    EXPECT_EQ(samples(callOf({{ascii(kBitsPerSample, "8")}})), "'8' empty empty 0");
+    EXPECT_EQ(samples(callOf({{shorts(kBitsPerSample, {})}})), "empty empty empty 0");
 }
 
 TEST_P(RequiredFields, BitDepthIsTheSumOfAnyNumbers) {
-    EXPECT_EQ(sweepOf({{doubles(kBitsPerSample, {0.5, 1.25})}}).value("BitDepth"), "1.75");
+    EXPECT_EQ(callOf({{doubles(kBitsPerSample, {0.5, 1.25})}}).value("BitDepth"), "1.75");
 }
 
 TEST_P(RequiredFields, EveryPhotometricInterpretationHasItsColorType) {
@@ -189,7 +189,7 @@ TEST_P(RequiredFields, EveryPhotometricInterpretationHasItsColorType) {
                                                                        {34893, "34893"},
                                                                        {65535, "65535"}};
     for (const auto& [value, colorType] : cases) {
-        EXPECT_EQ(sweepOf({{shorts(kPhotometric, {value})}}).value("ColorType"), colorType);
+        EXPECT_EQ(callOf({{shorts(kPhotometric, {value})}}).value("ColorType"), colorType);
     }
 }
 
@@ -207,53 +207,53 @@ TEST_P(RequiredFields, PhotometricInterpretationIsTruncatedTo32Bits) {
         {-infinity, "-2147483648"},
         {std::numeric_limits<double>::quiet_NaN(), "-2147483648"}};
     for (const auto& [value, colorType] : cases) {
-        EXPECT_EQ(sweepOf({{doubles(kPhotometric, {value})}}).value("ColorType"), colorType)
+        EXPECT_EQ(callOf({{doubles(kPhotometric, {value})}}).value("ColorType"), colorType)
             << value;
     }
-    EXPECT_EQ(sweepOf({{longs(kPhotometric, {4294967295})}}).value("ColorType"), "-2147483648");
+    EXPECT_EQ(callOf({{longs(kPhotometric, {4294967295})}}).value("ColorType"), "-2147483648");
 }
 
 TEST_P(RequiredFields, PhotometricInterpretationWithoutANumberKeepsMinusOne) {
-    const Sweep text = sweepOf({{ascii(kPhotometric, "x")}});
+    const Call text = callOf({{ascii(kPhotometric, "x")}});
     EXPECT_EQ(text.value("ColorType"), "-1");
     EXPECT_EQ(text.value("PhotometricInterpretation"), "'unknown'");
-    const Sweep empty = sweepOf({{shorts(kPhotometric, {})}});
+    const Call empty = callOf({{shorts(kPhotometric, {})}});
     EXPECT_EQ(empty.value("ColorType"), "-1");
     EXPECT_EQ(empty.value("PhotometricInterpretation"), "empty");
-    EXPECT_EQ(sweepOf({{shorts(kPhotometric, {2}), ascii(kPhotometric, "x")}}).value("ColorType"),
+    EXPECT_EQ(callOf({{shorts(kPhotometric, {2}), ascii(kPhotometric, "x")}}).value("ColorType"),
               "'truecolor'");
 }
 
 TEST_P(RequiredFields, ADroppedEntryLeavesRoomForTheDefault) {
-    const Sweep swept = sweepOf({{shorts(259, {5}).withType(14), shorts(274, {6}).withType(0),
-                                  longs(254, {1, 2, 3}).withValueField(0x7FFFFFFF)}});
-    EXPECT_EQ(swept.value("Compression"), "'Uncompressed'");
-    EXPECT_EQ(swept.value("Orientation"), "1");
-    EXPECT_EQ(swept.value("NewSubFileType"), "0");
+    const Call given = callOf({{shorts(259, {5}).withType(14), shorts(274, {6}).withType(0),
+                                longs(254, {1, 2, 3}).withValueField(0x7FFFFFFF)}});
+    EXPECT_EQ(given.value("Compression"), "'Uncompressed'");
+    EXPECT_EQ(given.value("Orientation"), "1");
+    EXPECT_EQ(given.value("NewSubFileType"), "0");
 }
 
 TEST_P(RequiredFields, AZeroCountEntryCountsAsPresent) {
-    const Sweep swept =
-        sweepOf({{shorts(259, {}), shorts(274, {}), shorts(296, {}), shorts(290, {})}});
-    EXPECT_EQ(swept.value("Compression"), "empty");
-    EXPECT_EQ(swept.value("Orientation"), "empty");
-    EXPECT_EQ(swept.value("ResolutionUnit"), "empty");
-    EXPECT_EQ(swept.value("GrayResponseUnit"), "empty");
+    const Call given =
+        callOf({{shorts(259, {}), shorts(274, {}), shorts(296, {}), shorts(290, {})}});
+    EXPECT_EQ(given.value("Compression"), "empty");
+    EXPECT_EQ(given.value("Orientation"), "empty");
+    EXPECT_EQ(given.value("ResolutionUnit"), "empty");
+    EXPECT_EQ(given.value("GrayResponseUnit"), "empty");
 }
 
 TEST_P(RequiredFields, EveryDirectoryHasDefaultsOfItsOwn) {
-    const Sweep swept = sweepOf(
+    const Call given = callOf(
         {{shorts(kBitsPerSample, {8, 8, 8}), shorts(kPhotometric, {2})}, {shorts(256, {1})}});
-    EXPECT_EQ(swept.value("MaxSampleValue", 0), "[255 255 255]");
-    EXPECT_EQ(swept.value("MaxSampleValue", 1), "1");
-    EXPECT_EQ(swept.value("ColorType", 0), "'truecolor'");
-    EXPECT_EQ(swept.value("ColorType", 1), "-1");
-    EXPECT_EQ(swept.value("BitDepth", 1), "1");
+    EXPECT_EQ(given.value("MaxSampleValue", 0), "[255 255 255]");
+    EXPECT_EQ(given.value("MaxSampleValue", 1), "1");
+    EXPECT_EQ(given.value("ColorType", 0), "'truecolor'");
+    EXPECT_EQ(given.value("ColorType", 1), "-1");
+    EXPECT_EQ(given.value("BitDepth", 1), "1");
 }
 
 TEST_P(RequiredFields, NestedExifGpsAndInteroperabilityHaveNoDefaults) {
     for (const std::uint16_t tag : Codes{34665, 34853, 40965}) {
-        EXPECT_NE(sweepOf({{pointer(tag, {{{shorts(60000, {1})}}})}})
+        EXPECT_NE(callOf({{pointer(tag, {{{shorts(60000, {1})}}})}})
                       .added()
                       .find("=(UnknownTags=(ID=60000 Offset=0 Value=1))"),
                   std::string::npos);
@@ -264,14 +264,14 @@ TEST(RequiredFieldsOfJpeg, AreNotSupplied) {
     for (const ByteOrder byteOrder : {ByteOrder::little, ByteOrder::big}) {
         const TiffFile plain =
             TiffBuilder({Layout::classic, byteOrder}).add({ascii(315, "x")}).buildInJpeg();
-        const Sweep swept = sweep(plain.bytes, {.initialOffset = 12});
-        EXPECT_EQ(swept.value("Compression"), "no field");
-        EXPECT_EQ(swept.value("BitDepth"), "0");
-        EXPECT_EQ(swept.value("ColorType"), "-1");
+        const Call given = callEntryPoint(plain.bytes, {.initialOffset = 12});
+        EXPECT_EQ(given.value("Compression"), "no field");
+        EXPECT_EQ(given.value("BitDepth"), "0");
+        EXPECT_EQ(given.value("ColorType"), "-1");
         const TiffFile withBits = TiffBuilder({Layout::classic, byteOrder})
                                       .add({shorts(258, {8, 8, 8}), shorts(262, {6})})
                                       .buildInJpeg();
-        const Sweep sum = sweep(withBits.bytes, {.initialOffset = 12});
+        const Call sum = callEntryPoint(withBits.bytes, {.initialOffset = 12});
         EXPECT_EQ(sum.value("BitDepth"), "24");
         EXPECT_EQ(sum.value("ColorType"), "'YCbCr'");
         EXPECT_EQ(sum.value("MaxSampleValue"), "no field");

@@ -22,8 +22,7 @@ class FileReading : public testing::Test {
 protected:
     ~FileReading() override { EXPECT_EQ(host.liveValues(), 0U); }
 
-    ifdsweep::Outcome sweep(const fixture::Bytes& bytes,
-                            const ifdsweep::ReadOptions& numbers = {}) {
+    ifdsweep::Outcome read(const fixture::Bytes& bytes, const ifdsweep::ReadOptions& numbers = {}) {
         host.files().serve(u"a.tif", bytes);
         return ifdsweep::read(host, "a.tif", numbers);
     }
@@ -33,7 +32,7 @@ protected:
 
 TEST_F(FileReading, ReadsAFile) {
     const fixture::Bytes bytes = smallFile().build().bytes;
-    const ifdsweep::Outcome outcome = sweep(bytes, {.first = 0.5, .max = 2.5});
+    const ifdsweep::Outcome outcome = read(bytes, {.first = 0.5, .max = 2.5});
     EXPECT_FALSE(outcome.error.has_value());
     ASSERT_NE(outcome.result, nullptr);
     EXPECT_EQ(outcome.result->rows(), 1U);
@@ -45,10 +44,10 @@ TEST_F(FileReading, ReadsAFile) {
 
 TEST_F(FileReading, FindsTheExifDataOfAJpegFileUnlessToldWhere) {
     const fixture::TiffFile file = smallFile().buildInJpeg();
-    const ifdsweep::Outcome found = sweep(file.bytes);
+    const ifdsweep::Outcome found = read(file.bytes);
     EXPECT_EQ(found.initialOffset, static_cast<double>(file.base));
     EXPECT_NE(found.result, nullptr);
-    const ifdsweep::Outcome told = sweep(file.bytes, {.offset = 0.0});
+    const ifdsweep::Outcome told = read(file.bytes, {.offset = 0.0});
     EXPECT_EQ(told.initialOffset, 0);
     ASSERT_TRUE(told.error.has_value());
     EXPECT_EQ(told.error->id(), "Velmora:pixlore:ifdsweep:badEndianness");
@@ -68,7 +67,7 @@ TEST_F(FileReading, ExhaustedMemoryCostsOneFile) {
     // Every value of the call in turn, the inputs too, until a call needs fewer.
     do {
         host.failValueCreation(++creation, std::make_exception_ptr(std::bad_alloc()));
-        outcome = sweep(bytes);
+        outcome = read(bytes);
         if (outcome.error) {
             ASSERT_EQ(outcome.error->id(), ifdsweep::kOutOfMemoryId) << creation;
             ASSERT_EQ(outcome.result, nullptr);
@@ -80,7 +79,7 @@ TEST_F(FileReading, ExhaustedMemoryCostsOneFile) {
 
 TEST_F(FileReading, AnUnexpectedFailureSaysWhat) {
     host.failValueCreation(7, std::make_exception_ptr(std::runtime_error("strange")));
-    const ifdsweep::Outcome outcome = sweep(smallFile().build().bytes);
+    const ifdsweep::Outcome outcome = read(smallFile().build().bytes);
     ASSERT_TRUE(outcome.error.has_value());
     EXPECT_EQ(outcome.error->id(), ifdsweep::kUnexpectedFailureId);
     EXPECT_EQ(ifdsweep::messageText(*outcome.error), "unexpected failure: strange");
@@ -89,9 +88,9 @@ TEST_F(FileReading, AnUnexpectedFailureSaysWhat) {
 TEST_F(FileReading, WarningsBelongToTheirFile) {
     fixture::TiffBuilder builder = smallFile();
     builder.add(fixture::Directory{fixture::shorts(256, {4}), fixture::shorts(50000, {})});
-    const ifdsweep::Outcome first = sweep(builder.build().bytes);
+    const ifdsweep::Outcome first = read(builder.build().bytes);
     EXPECT_EQ(first.warnings.size(), 1U);
-    const ifdsweep::Outcome second = sweep(smallFile().build().bytes);
+    const ifdsweep::Outcome second = read(smallFile().build().bytes);
     EXPECT_EQ(second.warnings.size(), 0U);
 }
 

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "support/sweep.h"
+#include "support/entry_call.h"
 #include "support/tiff_builder.h"
 
 namespace fixture {
@@ -46,8 +46,8 @@ protected:
         }
         return builder.build();
     }
-    [[nodiscard]] static Sweep sweepOf(const Chain& chain, const Numbers& numbers = {}) {
-        return sweep(fileOf(chain).bytes, numbers);
+    [[nodiscard]] static Call callOf(const Chain& chain, const Numbers& numbers = {}) {
+        return callEntryPoint(fileOf(chain).bytes, numbers);
     }
 };
 

@@ -6,8 +6,8 @@
 
 #include "adapter/messages.h"
 #include "host/host.h"
+#include "support/entry_call.h"
 #include "support/record_dump.h"
-#include "support/sweep.h"
 #include "support/tiff_matrix.h"
 
 namespace fixture {

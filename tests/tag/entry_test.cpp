@@ -55,11 +55,11 @@ void expectBoth(const Entry& entry, const std::string& value, const Format& form
     Entry known = entry;
     known.tag = kMakerNote;
     const TiffFile file = TiffBuilder(format).add({known, entry}).build();
-    const Sweep swept = sweep(file.bytes);
+    const Call given = callEntryPoint(file.bytes);
     const std::size_t offset = isInline ? 0 : file.places[0].data[1];
-    EXPECT_EQ(swept.added(), "MakerNote=" + value + " UnknownTags=(ID=60000 Offset=" +
+    EXPECT_EQ(given.added(), "MakerNote=" + value + " UnknownTags=(ID=60000 Offset=" +
                                  std::to_string(offset) + " Value=" + value + ')');
-    EXPECT_EQ(swept.warnings, Lines{});
+    EXPECT_EQ(given.warnings, Lines{});
 }
 
 TEST_P(TagEntry, EveryNumberTypeIsReadInlineAndOutOfLine) {
@@ -102,30 +102,30 @@ TEST_P(TagEntry, TextIsReadInlineAndOutOfLine) {
 }
 
 TEST_P(TagEntry, SLong8IsReadAsHalvesOfItsFirstComponents) {
-    const Sweep swept = sweepOf(
+    const Call given = callOf(
         {{numbers(kMakerNote, kSLong8, {5, 7}), numbers(60001, kSLong8, {5}),
           numbers(60002, kSLong8, {-1}), numbers(60003, kSLong8, {0x0000000200000001, 9, 9})}});
-    EXPECT_EQ(swept.value("MakerNote"), "[5 0]");
-    const std::string unknown = swept.value("UnknownTags");
+    EXPECT_EQ(given.value("MakerNote"), "[5 0]");
+    const std::string unknown = given.value("UnknownTags");
     EXPECT_NE(unknown.find("Value=5)"), std::string::npos) << unknown;
     EXPECT_NE(unknown.find("Value=-1)"), std::string::npos) << unknown;
     EXPECT_NE(unknown.find("Value=[1 2 9])"), std::string::npos) << unknown;
 }
 
 TEST_P(TagEntry, IfdTypesOutsideThePointersAreDropped) {
-    const Sweep swept = sweepOf({{numbers(kMakerNote, kIfd, {8}), numbers(kUnknown, kIfd8, {8}),
-                                  numbers(60001, kIfd, {8, 8, 8}), ascii(kArtist, "kept")}});
-    EXPECT_EQ(swept.added(), "Artist='kept'");
-    EXPECT_EQ(swept.warnings, (Lines{"unrecognizedIfd(37500)", "unrecognizedIfd(60000)",
+    const Call given = callOf({{numbers(kMakerNote, kIfd, {8}), numbers(kUnknown, kIfd8, {8}),
+                                numbers(60001, kIfd, {8, 8, 8}), ascii(kArtist, "kept")}});
+    EXPECT_EQ(given.added(), "Artist='kept'");
+    EXPECT_EQ(given.warnings, (Lines{"unrecognizedIfd(37500)", "unrecognizedIfd(60000)",
                                      "unrecognizedIfd(60001)"}));
 }
 
 TEST_P(TagEntry, ACheckedTagOfAnIfdTypeWarnsTwiceAndIsDropped) {
-    const Sweep swept = sweepOf({{numbers(kArtist, kIfd, {8}), numbers(259, kIfd8, {8})}});
-    EXPECT_EQ(swept.added(), "");
-    EXPECT_EQ(swept.value("Compression"), "'Uncompressed'");
+    const Call given = callOf({{numbers(kArtist, kIfd, {8}), numbers(259, kIfd8, {8})}});
+    EXPECT_EQ(given.added(), "");
+    EXPECT_EQ(given.value("Compression"), "'Uncompressed'");
     EXPECT_EQ(
-        swept.warnings,
+        given.warnings,
         (Lines{"expectedTagDataFormat('Artist', 'TIFF_IFD', 'TIFF_ASCII')", "unrecognizedIfd(315)",
                "expectedTagDataFormat('Compression', 'TIFF_IFD8', 'TIFF_SHORT')",
                "unrecognizedIfd(259)"}));
@@ -133,40 +133,39 @@ TEST_P(TagEntry, ACheckedTagOfAnIfdTypeWarnsTwiceAndIsDropped) {
 
 TEST_P(TagEntry, UnrecognizedTypesDropTheEntry) {
     for (const std::uint16_t type : Codes{14, 15, 19, 20, 255, 256, 65535}) {
-        const Sweep swept =
-            sweepOf({{ascii(kArtist, "gone").withType(type), shorts(kUnknown, {1})}});
-        EXPECT_EQ(swept.added(), "UnknownTags=(ID=60000 Offset=0 Value=1)");
-        EXPECT_EQ(swept.warnings, (Lines{"unrecognizedTagFormatId(" + std::to_string(type) + ')'}));
+        const Call given = callOf({{ascii(kArtist, "gone").withType(type), shorts(kUnknown, {1})}});
+        EXPECT_EQ(given.added(), "UnknownTags=(ID=60000 Offset=0 Value=1)");
+        EXPECT_EQ(given.warnings, (Lines{"unrecognizedTagFormatId(" + std::to_string(type) + ')'}));
     }
 }
 
 TEST_P(TagEntry, TypeZeroDropsTheEntryAndNamesIt) {
-    const Sweep swept = sweepOf(
+    const Call given = callOf(
         {{ascii(kArtist, "gone").withType(kNoType), shorts(kUnknown, {1}).withType(kNoType)}});
-    EXPECT_EQ(swept.added(), "");
-    EXPECT_EQ(swept.warnings, (Lines{"noTypeFormatId('Artist')", "noTypeFormatId('')"}));
+    EXPECT_EQ(given.added(), "");
+    EXPECT_EQ(given.warnings, (Lines{"noTypeFormatId('Artist')", "noTypeFormatId('')"}));
 }
 
 TEST_P(TagEntry, ZeroCountWarnsAndKeepsAnEmptyTag) {
-    const Sweep swept = sweepOf({{ascii(kArtist, ""), shorts(kUnknown, {}), ascii(60001, "")}});
-    EXPECT_EQ(swept.value("Artist"), "empty");
-    EXPECT_EQ(swept.value("UnknownTags"),
+    const Call given = callOf({{ascii(kArtist, ""), shorts(kUnknown, {}), ascii(60001, "")}});
+    EXPECT_EQ(given.value("Artist"), "empty");
+    EXPECT_EQ(given.value("UnknownTags"),
               "(ID=60000 Offset=0 Value=double(1x0))(ID=60001 Offset=0 Value=double(1x0))");
-    EXPECT_EQ(swept.warnings, (Lines{"zeroComponentCount('Artist')", "zeroComponentCount('')",
+    EXPECT_EQ(given.warnings, (Lines{"zeroComponentCount('Artist')", "zeroComponentCount('')",
                                      "zeroComponentCount('')"}));
 }
 
 TEST_P(TagEntry, AZeroCountOfAWrongTypeWarnsTwice) {
-    const Sweep swept = sweepOf({{shorts(kArtist, {})}});
-    EXPECT_EQ(swept.warnings,
+    const Call given = callOf({{shorts(kArtist, {})}});
+    EXPECT_EQ(given.warnings,
               (Lines{"zeroComponentCount('Artist')",
                      "expectedTagDataFormat('Artist', 'TIFF_SHORT', 'TIFF_ASCII')"}));
 }
 
 TEST_P(TagEntry, AZeroCountDoesNotHideAnUnrecognizedType) {
-    const Sweep swept = sweepOf({{ascii(kArtist, "").withType(14), ascii(kArtist, "").withType(0),
-                                  ascii(kArtist, "").withType(kIfd)}});
-    EXPECT_EQ(swept.warnings, (Lines{"unrecognizedTagFormatId(14)", "noTypeFormatId('Artist')",
+    const Call given = callOf({{ascii(kArtist, "").withType(14), ascii(kArtist, "").withType(0),
+                                ascii(kArtist, "").withType(kIfd)}});
+    EXPECT_EQ(given.warnings, (Lines{"unrecognizedTagFormatId(14)", "noTypeFormatId('Artist')",
                                      "zeroComponentCount('Artist')",
                                      "expectedTagDataFormat('Artist', 'TIFF_IFD', 'TIFF_ASCII')",
                                      "unrecognizedIfd(315)"}));
@@ -175,36 +174,36 @@ TEST_P(TagEntry, AZeroCountDoesNotHideAnUnrecognizedType) {
 TEST_P(TagEntry, DataThatEndWithTheFileAreRead) {
     const TiffFile file = fileOf({{ascii(kArtist, "at the very end")}});
     ASSERT_EQ(file.bytes.back(), 'd');
-    EXPECT_EQ(sweep(file.bytes).added(), "Artist='at the very end'");
+    EXPECT_EQ(callEntryPoint(file.bytes).added(), "Artist='at the very end'");
 
-    const Sweep shortened = sweep(truncated(file.bytes, file.bytes.size() - 1));
+    const Call shortened = callEntryPoint(truncated(file.bytes, file.bytes.size() - 1));
     EXPECT_EQ(shortened.added(), "");
     EXPECT_EQ(shortened.warnings, (Lines{"tagDataPastEOF(315, 15)"}));
 }
 
 TEST_P(TagEntry, DataPastTheEndGiveNoTypeWarning) {
-    const Sweep swept = sweepOf({{shorts(kArtist, {1}).withCount(5000), shorts(kUnknown, {1})}});
-    EXPECT_EQ(swept.added(), "UnknownTags=(ID=60000 Offset=0 Value=1)");
-    EXPECT_EQ(swept.warnings, (Lines{"tagDataPastEOF(315, 10000)"}));
+    const Call given = callOf({{shorts(kArtist, {1}).withCount(5000), shorts(kUnknown, {1})}});
+    EXPECT_EQ(given.added(), "UnknownTags=(ID=60000 Offset=0 Value=1)");
+    EXPECT_EQ(given.warnings, (Lines{"tagDataPastEOF(315, 10000)"}));
 }
 
 TEST_P(TagEntry, AnOffsetPastTheEndIsPastTheEnd) {
-    const Sweep swept = sweepOf({{ascii(kArtist, "0123456789").withValueField(0x7FFFFFFF)}});
-    EXPECT_EQ(swept.warnings, (Lines{"tagDataPastEOF(315, 10)"}));
+    const Call given = callOf({{ascii(kArtist, "0123456789").withValueField(0x7FFFFFFF)}});
+    EXPECT_EQ(given.warnings, (Lines{"tagDataPastEOF(315, 10)"}));
 }
 
 TEST_P(TagEntry, TheLargestCountIsPastTheEndWithoutReservingMemory) {
     const std::uint64_t most = format().isBig() ? 0x0FFFFFFFFFFFFFFF : 0xFFFFFFFF;
-    const Sweep swept = sweepOf({{ascii(kArtist, "0123456789").withCount(most)}});
-    EXPECT_EQ(swept.warnings, (Lines{"tagDataPastEOF(315, " + std::to_string(most) + ')'}));
+    const Call given = callOf({{ascii(kArtist, "0123456789").withCount(most)}});
+    EXPECT_EQ(given.warnings, (Lines{"tagDataPastEOF(315, " + std::to_string(most) + ')'}));
 }
 
 TEST_P(TagEntry, AReadThatFailsNamesTheTagOrItsNumber) {
     const TiffFile file = fileOf(
         {{ascii(kUnknown, "0123456789"), ascii(kArtist, "0123456789"), ascii(316, "still there")}},
         kFar);
-    const auto swept = [&](std::uint64_t read) {
-        return sweep(file.bytes, {}, [&](ifdsweep::Host& host) {
+    const auto given = [&](std::uint64_t read) {
+        return callEntryPoint(file.bytes, {}, [&](ifdsweep::Host& host) {
             host.files().setFaultPlan({{ifdsweep::Fault::Operation::read, read,
                                         ifdsweep::Fault::Effect::deliverShort, 3}});
         });
@@ -212,7 +211,7 @@ TEST_P(TagEntry, AReadThatFailsNamesTheTagOrItsNumber) {
     // The reads before are the module's own affair; the first that hits data is looked for.
     Lines seen;
     for (std::uint64_t read = 1; read <= 20; ++read) {
-        const Sweep each = swept(read);
+        const Call each = given(read);
         for (const std::string& warning : each.warnings) {
             if (warning.rfind("unableToReadTiffTag", 0) == 0) {
                 seen.push_back(warning);
@@ -233,12 +232,12 @@ TEST_P(TagEntry, DataAreReadAtAnyDistance) {
     for (std::size_t gap = 0; gap <= kFar; ++gap) {
         const TiffFile file =
             fileOf({{ascii(kArtist, text), ascii(316, odd), ascii(kUnknown, text)}}, gap);
-        const Sweep swept = sweep(file.bytes);
-        EXPECT_EQ(swept.added(),
+        const Call given = callEntryPoint(file.bytes);
+        EXPECT_EQ(given.added(),
                   "Artist='" + text + "' HostComputer='" + odd + "' UnknownTags=(ID=60000 Offset=" +
                       std::to_string(file.places[0].data[2]) + " Value='" + text + "')")
             << "gap " << gap;
-        EXPECT_EQ(swept.warnings, Lines{}) << "gap " << gap;
+        EXPECT_EQ(given.warnings, Lines{}) << "gap " << gap;
     }
 }
 
@@ -248,13 +247,13 @@ TEST_P(TagEntry, DataAreSoughtWhereWhatLiesBeforeThemCannotBeRead) {
     // offset, lies between it and the data.
     const std::uint64_t directoryAccess = format().isBig() ? 5 : 4;  // after header and first looks
     const std::size_t table = file.format.entryCountSize() + file.format.entrySize();
-    const Sweep swept = sweep(file.bytes, {}, [&](ifdsweep::Host& host) {
+    const Call given = callEntryPoint(file.bytes, {}, [&](ifdsweep::Host& host) {
         host.files().setFaultPlan({{ifdsweep::Fault::Operation::read, directoryAccess,
                                     ifdsweep::Fault::Effect::deliverShort, table}});
     });
-    EXPECT_EQ(swept.added(), "Artist='0123456789'");
-    EXPECT_EQ(swept.warnings, Lines{});
-    const Sweep shorter = sweep(file.bytes, {}, [&](ifdsweep::Host& host) {
+    EXPECT_EQ(given.added(), "Artist='0123456789'");
+    EXPECT_EQ(given.warnings, Lines{});
+    const Call shorter = callEntryPoint(file.bytes, {}, [&](ifdsweep::Host& host) {
         host.files().setFaultPlan({{ifdsweep::Fault::Operation::read, directoryAccess,
                                     ifdsweep::Fault::Effect::deliverShort, table - 1}});
     });
@@ -267,12 +266,12 @@ INSTANTIATE_TEST_SUITE_P(Formats, TagEntryBigTiff, testing::Values(kFormats[2], 
 
 TEST_P(TagEntryBigTiff, AnOffsetThatCannotBeSoughtIsABadSeek) {
     constexpr std::uint64_t kLastPosition = 0x7FFFFFFFFFFFFFFF;
-    const Sweep swept = sweepOf({{ascii(kArtist, "0123456789").withValueField(kLastPosition),
-                                  ascii(kArtist, "0123456789").withValueField(kLastPosition + 1),
-                                  ascii(kArtist, "0123456789").withValueField(~std::uint64_t{0}),
-                                  ascii(316, "still there")}});
-    EXPECT_EQ(swept.added(), "HostComputer='still there'");
-    EXPECT_EQ(swept.warnings, (Lines{"tagDataPastEOF(315, 10)", "badTagDataOffsetSeek(315)",
+    const Call given = callOf({{ascii(kArtist, "0123456789").withValueField(kLastPosition),
+                                ascii(kArtist, "0123456789").withValueField(kLastPosition + 1),
+                                ascii(kArtist, "0123456789").withValueField(~std::uint64_t{0}),
+                                ascii(316, "still there")}});
+    EXPECT_EQ(given.added(), "HostComputer='still there'");
+    EXPECT_EQ(given.warnings, (Lines{"tagDataPastEOF(315, 10)", "badTagDataOffsetSeek(315)",
                                      "badTagDataOffsetSeek(315)"}));
 }
 
@@ -280,17 +279,17 @@ TEST_P(TagEntryBigTiff, AnOffsetThatOverflowsWithTheBaseIsABadSeek) {
     TiffBuilder builder(format());
     builder.add({ascii(kArtist, "0123456789").withValueField(~std::uint64_t{0} - 5)});
     const TiffFile file = builder.buildBehind(Bytes(64, 'x'));
-    const Sweep swept = sweep(file.bytes, {.initialOffset = 64});
-    EXPECT_EQ(swept.warnings, (Lines{"badTagDataOffsetSeek(315)"}));
+    const Call given = callEntryPoint(file.bytes, {.initialOffset = 64});
+    EXPECT_EQ(given.warnings, (Lines{"badTagDataOffsetSeek(315)"}));
 }
 
 TEST_P(TagEntryBigTiff, SizesThatDoNotFitAreReportedByTheirLow64Bits) {
-    const Sweep swept =
-        sweepOf({{longs(kUnknown, {1, 2, 3}).withCount(std::uint64_t{1} << 62U),
-                  numbers(kUnknown, kLong8, {1, 2}).withCount((std::uint64_t{1} << 61U) + 1),
-                  numbers(kUnknown, kRational, {1, 2, 3, 4}).withCount(std::uint64_t{1} << 61U),
-                  ascii(kUnknown, "0123456789").withCount(~std::uint64_t{0})}});
-    EXPECT_EQ(swept.warnings, (Lines{"tagDataPastEOF(60000, 0)", "tagDataPastEOF(60000, 8)",
+    const Call given =
+        callOf({{longs(kUnknown, {1, 2, 3}).withCount(std::uint64_t{1} << 62U),
+                 numbers(kUnknown, kLong8, {1, 2}).withCount((std::uint64_t{1} << 61U) + 1),
+                 numbers(kUnknown, kRational, {1, 2, 3, 4}).withCount(std::uint64_t{1} << 61U),
+                 ascii(kUnknown, "0123456789").withCount(~std::uint64_t{0})}});
+    EXPECT_EQ(given.warnings, (Lines{"tagDataPastEOF(60000, 0)", "tagDataPastEOF(60000, 8)",
                                      "tagDataPastEOF(60000, 0)", "tagDataPastEOF(60000, -1)"}));
 }
 

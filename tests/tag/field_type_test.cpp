@@ -26,9 +26,9 @@ Entry oneComponent(std::uint16_t tag, std::uint16_t type) {
 }
 
 /// The warnings about the field type alone.
-Lines typeWarnings(const Sweep& swept) {
+Lines typeWarnings(const Call& given) {
     Lines lines;
-    for (const std::string& warning : swept.warnings) {
+    for (const std::string& warning : given.warnings) {
         if (warning.rfind("expectedTagDataFormat", 0) == 0) {
             lines.push_back(warning);
         }
@@ -62,9 +62,9 @@ TEST_P(FieldTypes, EveryTagIsCheckedAgainstItsRuleAndKept) {
             if (id > 800 && id != 33432) {
                 continue;  // no rules there; `OtherTagsAreNeverChecked` has them all
             }
-            const Sweep swept = sweepOf({{oneComponent(tag, type.code)}});
-            ASSERT_EQ(swept.error, "") << id;
-            EXPECT_EQ(typeWarnings(swept), expectedWarnings(tag, type, nameOfTag(tag)))
+            const Call given = callOf({{oneComponent(tag, type.code)}});
+            ASSERT_EQ(given.error, "") << id;
+            EXPECT_EQ(typeWarnings(given), expectedWarnings(tag, type, nameOfTag(tag)))
                 << id << ' ' << type.name;
         }
     }
@@ -101,42 +101,42 @@ TEST_P(FieldTypes, GpsEntriesAreNeverChecked) {
         for (std::uint16_t tag = 0; tag <= 30; ++tag) {
             directory.entries.push_back(oneComponent(tag, type.code));
         }
-        EXPECT_EQ(typeWarnings(sweepOf({{pointer(34853, {{directory}})}})), Lines{});
+        EXPECT_EQ(typeWarnings(callOf({{pointer(34853, {{directory}})}})), Lines{});
     }
 }
 
 TEST_P(FieldTypes, TheIdAloneDecidesAndTheNameIsThatOfTheDirectory) {
-    EXPECT_EQ(sweepOf({{pointer(34665, {{{shorts(270, {1})}}})}}).warnings,
+    EXPECT_EQ(callOf({{pointer(34665, {{{shorts(270, {1})}}})}}).warnings,
               (Lines{"expectedTagDataFormat('ImageDescription', 'TIFF_SHORT', 'TIFF_ASCII')"}));
-    EXPECT_EQ(sweepOf({{pointer(34853, {{{shorts(270, {1})}}})}}).warnings,
+    EXPECT_EQ(callOf({{pointer(34853, {{{shorts(270, {1})}}})}}).warnings,
               (Lines{"expectedTagDataFormat('', 'TIFF_SHORT', 'TIFF_ASCII')"}));
-    EXPECT_EQ(sweepOf({{pointer(40965, {{{shorts(270, {1})}}})}}).warnings,
+    EXPECT_EQ(callOf({{pointer(40965, {{{shorts(270, {1})}}})}}).warnings,
               (Lines{"expectedTagDataFormat('', 'TIFF_SHORT', 'TIFF_ASCII')"}));
 }
 
 TEST_P(FieldTypes, StripOffsetsMayBeLong8AndWidthMayNot) {
-    const Sweep swept = sweepOf({{numbers(273, kLong8, {8}), numbers(256, kLong8, {640})}});
-    EXPECT_EQ(swept.value("StripOffsets"), "8");
-    EXPECT_EQ(swept.value("Width"), "640");
-    EXPECT_EQ(swept.warnings, (Lines{"expectedTagDataFormatMultiple('Width', 'TIFF_LONG8', "
+    const Call given = callOf({{numbers(273, kLong8, {8}), numbers(256, kLong8, {640})}});
+    EXPECT_EQ(given.value("StripOffsets"), "8");
+    EXPECT_EQ(given.value("Width"), "640");
+    EXPECT_EQ(given.warnings, (Lines{"expectedTagDataFormatMultiple('Width', 'TIFF_LONG8', "
                                      "'TIFF_SHORT, TIFF_LONG')"}));
 }
 
 TEST_P(FieldTypes, CopyrightStoredAsBytesWarnsAndIsDecoded) {
-    const Sweep swept = sweepOf({{numbers(33432, kByte, {65, 66})}});
-    EXPECT_EQ(swept.added(), "Copyright=[65 66]");
-    EXPECT_EQ(swept.warnings,
+    const Call given = callOf({{numbers(33432, kByte, {65, 66})}});
+    EXPECT_EQ(given.added(), "Copyright=[65 66]");
+    EXPECT_EQ(given.warnings,
               (Lines{"expectedTagDataFormat('Copyright', 'TIFF_BYTE', 'TIFF_ASCII')"}));
 }
 
 TEST_P(FieldTypes, JpegTablesMustBeUndefined) {
-    EXPECT_EQ(sweepOf({{numbers(347, kByte, {1})}}).warnings,
+    EXPECT_EQ(callOf({{numbers(347, kByte, {1})}}).warnings,
               (Lines{"expectedTagDataFormat('JPEGTables', 'TIFF_BYTE', 'TIFF_UNDEFINED')"}));
-    EXPECT_EQ(sweepOf({{numbers(347, kUndefined, {1})}}).warnings, Lines{});
+    EXPECT_EQ(callOf({{numbers(347, kUndefined, {1})}}).warnings, Lines{});
 }
 
 TEST_P(FieldTypes, Tag519IsCheckedUnderAnEmptyName) {
-    EXPECT_EQ(sweepOf({{shorts(519, {1})}}).warnings,
+    EXPECT_EQ(callOf({{shorts(519, {1})}}).warnings,
               (Lines{"expectedTagDataFormat('', 'TIFF_SHORT', 'TIFF_LONG')"}));
 }
 
@@ -144,35 +144,35 @@ TEST_P(FieldTypes, AWrongCountOfASingleValueEndsTheCall) {
     for (const std::uint16_t tag : kSingleComponentTags) {
         const std::string name = nameOfTag(tag);
         for (const std::uint64_t count : std::vector<std::uint64_t>{0, 2, 3, 70000}) {
-            const Sweep swept =
-                sweepOf({{ascii(315, "before")}, {shorts(tag, {1}).withCount(count)}});
-            EXPECT_EQ(swept.error, "badTagDataCount(" + std::to_string(tag) + ", '" + name + "', " +
+            const Call given =
+                callOf({{ascii(315, "before")}, {shorts(tag, {1}).withCount(count)}});
+            EXPECT_EQ(given.error, "badTagDataCount(" + std::to_string(tag) + ", '" + name + "', " +
                                        std::to_string(count) + ", 1)");
-            EXPECT_EQ(swept.result, "");
-            EXPECT_EQ(swept.warnings,
+            EXPECT_EQ(given.result, "");
+            EXPECT_EQ(given.warnings,
                       count == 0 ? Lines{"zeroComponentCount('" + name + "')"} : Lines{});
         }
-        EXPECT_EQ(sweepOf({{shorts(tag, {1})}}).error, "");
+        EXPECT_EQ(callOf({{shorts(tag, {1})}}).error, "");
     }
 }
 
 TEST_P(FieldTypes, TheCountRuleHoldsInEveryKindOfDirectory) {
     for (const std::uint16_t pointerTag : Codes{330, 34665, 34853, 40965}) {
-        const Sweep swept = sweepOf({{pointer(pointerTag, {{{shorts(277, {1, 2, 3})}}})}});
-        EXPECT_EQ(swept.error, "badTagDataCount(277, 'SamplesPerPixel', 3, 1)");
+        const Call given = callOf({{pointer(pointerTag, {{{shorts(277, {1, 2, 3})}}})}});
+        EXPECT_EQ(given.error, "badTagDataCount(277, 'SamplesPerPixel', 3, 1)");
     }
 }
 
 TEST_P(FieldTypes, AnUnrecognizedTypeGoesBeforeAWrongCount) {
-    const Sweep swept = sweepOf({{shorts(277, {1, 2, 3}).withType(14)}});
-    EXPECT_EQ(swept.error, "");
-    EXPECT_EQ(swept.warnings, (Lines{"unrecognizedTagFormatId(14)"}));
+    const Call given = callOf({{shorts(277, {1, 2, 3}).withType(14)}});
+    EXPECT_EQ(given.error, "");
+    EXPECT_EQ(given.warnings, (Lines{"unrecognizedTagFormatId(14)"}));
 }
 
 TEST_P(FieldTypes, AWrongCountGoesBeforeDataPastTheEnd) {
-    const Sweep swept = sweepOf({{longs(277, {1, 2, 3}).withCount(0x7FFFFFFF)}});
-    EXPECT_EQ(swept.error, "badTagDataCount(277, 'SamplesPerPixel', 2147483647, 1)");
-    EXPECT_EQ(swept.warnings, Lines{});
+    const Call given = callOf({{longs(277, {1, 2, 3}).withCount(0x7FFFFFFF)}});
+    EXPECT_EQ(given.error, "badTagDataCount(277, 'SamplesPerPixel', 2147483647, 1)");
+    EXPECT_EQ(given.warnings, Lines{});
 }
 
 }  // namespace

@@ -23,78 +23,78 @@ class Nesting : public TiffMatrix {};
 IFDSWEEP_TIFF_MATRIX(Nesting);
 
 TEST_P(Nesting, ExifAndTheInteroperabilityInsideItAreFollowed) {
-    const Sweep swept =
-        sweepOf({{pointer(kExif, {{{ascii(271, "Maker"), numbers(33434, kRational, {1, 4}),
-                                    pointer(kInterop, {{{ascii(1, "R98")}}})}}}),
-                  pointer(kGps, {{{numbers(0, kByte, {2, 2, 0, 0})}}})}});
-    EXPECT_EQ(swept.added(),
+    const Call given =
+        callOf({{pointer(kExif, {{{ascii(271, "Maker"), numbers(33434, kRational, {1, 4}),
+                                   pointer(kInterop, {{{ascii(1, "R98")}}})}}}),
+                 pointer(kGps, {{{numbers(0, kByte, {2, 2, 0, 0})}}})}});
+    EXPECT_EQ(given.added(),
               "DigitalCamera=(Make='Maker' ExposureTime=0.25 "
               "InteroperabilityIFD=(InteroperabilityIndex='R98')) "
               "GPSInfo=(GPSVersionID=[2 2 0 0])");
-    EXPECT_EQ(swept.warnings, Lines{});
+    EXPECT_EQ(given.warnings, Lines{});
 }
 
 TEST_P(Nesting, SubIfdsYieldOneCellAChainInPointerOrder) {
-    const Sweep swept =
-        sweepOf({{pointer(kSubIfds, {{named("1")}, {named("2"), named("3")}, {named("4")}})}});
-    EXPECT_EQ(swept.added(), "SubIFDs={(Artist='1'), (Artist='2')(Artist='3'), (Artist='4')}");
-    EXPECT_EQ(swept.warnings, Lines{});
+    const Call given =
+        callOf({{pointer(kSubIfds, {{named("1")}, {named("2"), named("3")}, {named("4")}})}});
+    EXPECT_EQ(given.added(), "SubIFDs={(Artist='1'), (Artist='2')(Artist='3'), (Artist='4')}");
+    EXPECT_EQ(given.warnings, Lines{});
 }
 
 TEST_P(Nesting, AnEmptyChainLeavesNoCell) {
     const TiffFile file = fileOf({{pointer(kSubIfds, {{named("1")}, {}, {named("3")}})}});
-    const Sweep swept = sweep(file.bytes);
-    EXPECT_EQ(swept.added(), "SubIFDs={(Artist='1'), (Artist='3')}");
-    EXPECT_EQ(swept.warnings, (Lines{"numDirectoryEntriesIsZero(" +
+    const Call given = callEntryPoint(file.bytes);
+    EXPECT_EQ(given.added(), "SubIFDs={(Artist='1'), (Artist='3')}");
+    EXPECT_EQ(given.warnings, (Lines{"numDirectoryEntriesIsZero(" +
                                      std::to_string(file.places[2].position) + ')'}));
 }
 
 TEST_P(Nesting, APointerWhoseChainsAreAllEmptyLeavesNoTrace) {
-    const Sweep swept = sweepOf({{pointer(kSubIfds, {{}, {}}), pointer(kExif, {{}})}});
-    EXPECT_EQ(swept.names(), headNames());
-    EXPECT_EQ(swept.warnings.size(), 3U);
+    const Call given = callOf({{pointer(kSubIfds, {{}, {}}), pointer(kExif, {{}})}});
+    EXPECT_EQ(given.names(), headNames());
+    EXPECT_EQ(given.warnings.size(), 3U);
 }
 
 TEST_P(Nesting, ANestedDirectoryOfSizeOnlyIsDroppedSilently) {
-    const Sweep swept = sweepOf({{pointer(kExif, {{{shorts(256, {7}), shorts(257, {8})}}}),
-                                  pointer(kGps, {{{shorts(256, {7})}}})}});
-    EXPECT_EQ(swept.names(), headNames());
-    EXPECT_EQ(swept.value("Width"), "0");
-    EXPECT_EQ(swept.warnings, Lines{});
+    const Call given = callOf({{pointer(kExif, {{{shorts(256, {7}), shorts(257, {8})}}}),
+                                pointer(kGps, {{{shorts(256, {7})}}})}});
+    EXPECT_EQ(given.names(), headNames());
+    EXPECT_EQ(given.value("Width"), "0");
+    EXPECT_EQ(given.warnings, Lines{});
 }
 
 TEST_P(Nesting, ExifGpsAndInteroperabilityHoldOneDirectory) {
     for (const std::uint16_t tag : Codes{kExif, kGps, kInterop}) {
         const Directory unknown{shorts(60000, {1})};
-        const Sweep swept = sweepOf(
-            {{pointer(tag, {{unknown, unknown}}), pointer(tag, {{unknown.withNext(~0U)}})}});
-        EXPECT_NE(swept.added().find("=(UnknownTags=(ID=60000 Offset=0 Value=1))"),
+        const Call given =
+            callOf({{pointer(tag, {{unknown, unknown}}), pointer(tag, {{unknown.withNext(~0U)}})}});
+        EXPECT_NE(given.added().find("=(UnknownTags=(ID=60000 Offset=0 Value=1))"),
                   std::string::npos);
-        EXPECT_EQ(swept.warnings, Lines{});
+        EXPECT_EQ(given.warnings, Lines{});
     }
 }
 
 TEST_P(Nesting, OfSeveralOffsetsAllAreReadAndTheFirstIsShown) {
-    const Sweep swept = sweepOf({{pointer(kExif, {{named("first")}, {{ascii(kArtist, "")}}})}});
-    EXPECT_EQ(swept.added(), "DigitalCamera=(Artist='first')");
-    EXPECT_EQ(swept.warnings, (Lines{"zeroComponentCount('Artist')"}));
+    const Call given = callOf({{pointer(kExif, {{named("first")}, {{ascii(kArtist, "")}}})}});
+    EXPECT_EQ(given.added(), "DigitalCamera=(Artist='first')");
+    EXPECT_EQ(given.warnings, (Lines{"zeroComponentCount('Artist')"}));
 }
 
 TEST_P(Nesting, TheFirstTreeThatHoldsADirectoryIsShown) {
-    EXPECT_EQ(sweepOf({{pointer(kExif, {{}, {named("second")}})}}).added(),
+    EXPECT_EQ(callOf({{pointer(kExif, {{}, {named("second")}})}}).added(),
               "DigitalCamera=(Artist='second')");
 }
 
 TEST_P(Nesting, GpsAndInteroperabilityPointNowhere) {
     for (const std::uint16_t tag : Codes{kSubIfds, kExif, kGps, kInterop}) {
         const Entry nested = pointer(tag, {{named("unseen")}, {named("unseen")}});
-        const Sweep swept = sweepOf({{pointer(kGps, {{{nested, ascii(29, "2001:02:03")}}}),
-                                      pointer(kInterop, {{{nested, ascii(1, "R98")}}})}});
-        EXPECT_EQ(swept.added(),
+        const Call given = callOf({{pointer(kGps, {{{nested, ascii(29, "2001:02:03")}}}),
+                                    pointer(kInterop, {{{nested, ascii(1, "R98")}}})}});
+        EXPECT_EQ(given.added(),
                   "GPSInfo=(GPSDateStamp='2001:02:03') "
                   "InteroperabilityIFD=(InteroperabilityIndex='R98')");
         const std::string illegal = "illegallyNestedIFD(" + std::to_string(tag);
-        EXPECT_EQ(swept.warnings, (Lines{illegal + ", 'GPS')", illegal + ", 'Interoperability')"}));
+        EXPECT_EQ(given.warnings, (Lines{illegal + ", 'GPS')", illegal + ", 'Interoperability')"}));
     }
 }
 
@@ -105,51 +105,51 @@ TEST_P(Nesting, ExifAndSubIfdsPointAnywhere) {
     const std::string inside =
         "(SubIFDs={(Artist='s')} DigitalCamera=(Artist='e') GPSInfo=(GPSDateStamp='g') "
         "InteroperabilityIFD=(InteroperabilityIndex='i'))";
-    const Sweep swept = sweepOf({{pointer(kExif, {{all}}), pointer(kSubIfds, {{all}})}});
-    EXPECT_EQ(swept.added(), "SubIFDs={" + inside + "} DigitalCamera=" + inside);
-    EXPECT_EQ(swept.warnings, Lines{});
+    const Call given = callOf({{pointer(kExif, {{all}}), pointer(kSubIfds, {{all}})}});
+    EXPECT_EQ(given.added(), "SubIFDs={" + inside + "} DigitalCamera=" + inside);
+    EXPECT_EQ(given.warnings, Lines{});
 }
 
 TEST_P(Nesting, APointerOfCountZeroWarnsOnlyThat) {
-    const Sweep swept = sweepOf({{pointer(kExif, {}), pointer(kSubIfds, {}),
-                                  pointer(kGps, {{{pointer(kExif, {}), ascii(29, "g")}}})}});
-    EXPECT_EQ(swept.added(), "GPSInfo=(GPSDateStamp='g')");
-    EXPECT_EQ(swept.warnings, (Lines{"zeroComponentCount('DigitalCamera')",
+    const Call given = callOf({{pointer(kExif, {}), pointer(kSubIfds, {}),
+                                pointer(kGps, {{{pointer(kExif, {}), ascii(29, "g")}}})}});
+    EXPECT_EQ(given.added(), "GPSInfo=(GPSDateStamp='g')");
+    EXPECT_EQ(given.warnings, (Lines{"zeroComponentCount('DigitalCamera')",
                                      "zeroComponentCount('SubIFDs')", "zeroComponentCount('')"}));
 }
 
 TEST_P(Nesting, TheNextEntriesAndDirectoriesAreReadFromTheirPlace) {
-    const Sweep swept = sweepOf(
+    const Call given = callOf(
         {{pointer(kExif, {{named("nested")}}), ascii(kArtist, "after the pointer, out of line")},
          named("next directory")});
-    EXPECT_EQ(swept.result, "struct 2x1");
-    EXPECT_EQ(swept.value("Artist", 0), "'after the pointer, out of line'");
-    EXPECT_EQ(swept.value("Artist", 1), "'next directory'");
+    EXPECT_EQ(given.result, "struct 2x1");
+    EXPECT_EQ(given.value("Artist", 0), "'after the pointer, out of line'");
+    EXPECT_EQ(given.value("Artist", 1), "'next directory'");
 }
 
 TEST_P(Nesting, AfterAnIllegalPointerTheChainGoesOn) {
-    const Sweep swept =
-        sweepOf({{pointer(kGps, {{{pointer(kExif, {{named("unseen")}}), ascii(29, "g")}}}),
-                  ascii(kArtist, "out of line text")},
-                 named("next directory")});
-    EXPECT_EQ(swept.value("Artist", 0), "'out of line text'");
-    EXPECT_EQ(swept.value("Artist", 1), "'next directory'");
-    EXPECT_EQ(swept.warnings.size(), 1U);
+    const Call given =
+        callOf({{pointer(kGps, {{{pointer(kExif, {{named("unseen")}}), ascii(29, "g")}}}),
+                 ascii(kArtist, "out of line text")},
+                named("next directory")});
+    EXPECT_EQ(given.value("Artist", 0), "'out of line text'");
+    EXPECT_EQ(given.value("Artist", 1), "'next directory'");
+    EXPECT_EQ(given.warnings.size(), 1U);
 }
 
 TEST_P(Nesting, MaximumCountHoldsForSubIfdChains) {
     const Chain chain{{pointer(kSubIfds, {{named("1"), named("2"), named("3")}})}, named("x")};
-    EXPECT_EQ(sweepOf(chain, {.maxIfdCount = 1}).added(), "SubIFDs={(Artist='1')}");
-    EXPECT_EQ(sweepOf(chain, {.maxIfdCount = 2}).added(0), "SubIFDs={(Artist='1')(Artist='2')}");
-    EXPECT_EQ(sweepOf(chain, {.maxIfdCount = 0}).added(0),
+    EXPECT_EQ(callOf(chain, {.maxIfdCount = 1}).added(), "SubIFDs={(Artist='1')}");
+    EXPECT_EQ(callOf(chain, {.maxIfdCount = 2}).added(0), "SubIFDs={(Artist='1')(Artist='2')}");
+    EXPECT_EQ(callOf(chain, {.maxIfdCount = 0}).added(0),
               "SubIFDs={(Artist='1')(Artist='2')(Artist='3')}");
 }
 
 TEST_P(Nesting, SkippedDirectoriesAreSkippedInThePrimaryChainOnly) {
     const Chain chain{named("0"), {pointer(kSubIfds, {{named("1"), named("2")}})}};
-    const Sweep swept = sweepOf(chain, {.firstIfdIndex = 1});
-    EXPECT_EQ(swept.result, "struct 1x1");
-    EXPECT_EQ(swept.added(), "SubIFDs={(Artist='1')(Artist='2')}");
+    const Call given = callOf(chain, {.firstIfdIndex = 1});
+    EXPECT_EQ(given.result, "struct 1x1");
+    EXPECT_EQ(given.added(), "SubIFDs={(Artist='1')(Artist='2')}");
 }
 
 /// A file whose nested directories lead `levels` below the primary chain.
@@ -164,13 +164,13 @@ Chain nestedTo(int levels, std::uint16_t tag) {
 TEST_P(Nesting, Level64IsReadAndLevel65IsIllegal) {
     for (const std::uint16_t tag : Codes{kSubIfds, kExif}) {
         for (const int levels : {63, 64, 65}) {
-            const Sweep swept = sweepOf(nestedTo(levels, tag));
-            EXPECT_EQ(swept.error, "");
-            const bool isDeepestSeen = swept.added().find("Artist='deepest'") != std::string::npos;
+            const Call given = callOf(nestedTo(levels, tag));
+            EXPECT_EQ(given.error, "");
+            const bool isDeepestSeen = given.added().find("Artist='deepest'") != std::string::npos;
             EXPECT_EQ(isDeepestSeen, levels <= 64) << levels;
             const std::string warning = tag == kExif ? "illegallyNestedIFD(34665, 'Exif')"
                                                      : "illegallyNestedIFD(330, 'Primary')";
-            EXPECT_EQ(swept.warnings, levels <= 64 ? Lines{} : Lines{warning});
+            EXPECT_EQ(given.warnings, levels <= 64 ? Lines{} : Lines{warning});
         }
     }
 }
@@ -180,10 +180,10 @@ TEST_P(Nesting, APointerToItsOwnDirectoryEndsAtLevel64) {
     // Offset and directory now lead to each other.
     file.setOffset(file.places[0].data[0], 0);
     setWord(file.bytes, file.places[0].data[0], 4, file.places[0].position, file.format.byteOrder);
-    const Sweep swept = sweep(file.bytes);
-    EXPECT_EQ(swept.error, "");
-    EXPECT_EQ(swept.warnings, (Lines{"illegallyNestedIFD(34665, 'Exif')"}));
-    EXPECT_EQ(swept.names(), headNames());
+    const Call given = callEntryPoint(file.bytes);
+    EXPECT_EQ(given.error, "");
+    EXPECT_EQ(given.warnings, (Lines{"illegallyNestedIFD(34665, 'Exif')"}));
+    EXPECT_EQ(given.names(), headNames());
 }
 
 TEST_P(Nesting, AShortOrByteOrTextPointerIsPaddedToFourBytes) {
@@ -195,7 +195,8 @@ TEST_P(Nesting, AShortOrByteOrTextPointerIsPaddedToFourBytes) {
         const std::size_t width = type == kShort ? 2 : 1;
         setWord(file.bytes, file.places[0].data[0], width, target, file.format.byteOrder);
         setWord(file.bytes, file.places[0].data[1], width, target, file.format.byteOrder);
-        EXPECT_EQ(sweep(file.bytes, {.maxIfdCount = 1}).added(), "DigitalCamera=(Artist='nested')");
+        EXPECT_EQ(callEntryPoint(file.bytes, {.maxIfdCount = 1}).added(),
+                  "DigitalCamera=(Artist='nested')");
     }
 }
 
@@ -203,9 +204,9 @@ TEST_P(Nesting, FourBytesOfAPointerAreOneOffset) {
     TiffFile file = fileOf({{numbers(kSubIfds, kByte, {0, 0, 0, 0})}, named("nested").withNext(0)});
     // Bytes are no words: they make up the offset in the host's order.
     setWord(file.bytes, file.places[0].data[0], 4, file.places[1].position, ByteOrder::little);
-    const Sweep swept = sweep(file.bytes, {.maxIfdCount = 1});
-    EXPECT_EQ(swept.added(), "SubIFDs={(Artist='nested')}");
-    EXPECT_EQ(swept.warnings, (Lines{"expectedTagDataFormatMultiple('SubIFDs', 'TIFF_BYTE', "
+    const Call given = callEntryPoint(file.bytes, {.maxIfdCount = 1});
+    EXPECT_EQ(given.added(), "SubIFDs={(Artist='nested')}");
+    EXPECT_EQ(given.warnings, (Lines{"expectedTagDataFormatMultiple('SubIFDs', 'TIFF_BYTE', "
                                      "'TIFF_IFD, TIFF_LONG, TIFF_IFD8')"}));
 }
 
@@ -213,7 +214,7 @@ TEST_P(Nesting, ASlotThatBeginsInsideTheDataIsPadded) {
     TiffFile file = fileOf({{numbers(kSubIfds, kByte, {0, 0, 0, 0, 0})}, named("nested")});
     setWord(file.bytes, file.places[0].data[0], 4, file.places[1].position, ByteOrder::little);
     setWord(file.bytes, file.places[0].data[0] + 4, 1, file.places[1].position, ByteOrder::little);
-    EXPECT_EQ(sweep(file.bytes, {.maxIfdCount = 1}).added(),
+    EXPECT_EQ(callEntryPoint(file.bytes, {.maxIfdCount = 1}).added(),
               "SubIFDs={(Artist='nested'), (Artist='nested')}");
 }
 
@@ -227,30 +228,30 @@ TEST_P(Nesting, WiderTypesAreFollowedByTheirFourByteSlots) {
         const bool isSwappedByHalves = type == kRational || type == kSRational;
         setWord(file.bytes, file.places[0].data[0], isSwappedByHalves ? 4 : 8,
                 file.places[1].position, file.format.byteOrder);
-        const Sweep swept = sweep(file.bytes, {.maxIfdCount = 1});
-        EXPECT_EQ(swept.added(), "DigitalCamera=(Artist='nested')") << type;
-        EXPECT_EQ(swept.warnings, Lines{});
+        const Call given = callEntryPoint(file.bytes, {.maxIfdCount = 1});
+        EXPECT_EQ(given.added(), "DigitalCamera=(Artist='nested')") << type;
+        EXPECT_EQ(given.warnings, Lines{});
     }
 }
 
 TEST_P(Nesting, FloatAndSignedPointersAreFollowedByTheirBits) {
     for (const std::uint16_t type : Codes{kFloat, kSLong, kIfd, kLong}) {
-        EXPECT_EQ(sweepOf({{pointer(kExif, {{named("nested")}}, type)}}).added(),
+        EXPECT_EQ(callOf({{pointer(kExif, {{named("nested")}}, type)}}).added(),
                   "DigitalCamera=(Artist='nested')");
     }
 }
 
 TEST_P(Nesting, AnIfd8PointerIsFollowedByItsLowHalf) {
-    const Sweep swept = sweepOf({{pointer(kSubIfds, {{named("nested")}}, kIfd8)}});
-    EXPECT_EQ(swept.added(), "SubIFDs={(Artist='nested')}");
-    EXPECT_EQ(swept.warnings, Lines{});
+    const Call given = callOf({{pointer(kSubIfds, {{named("nested")}}, kIfd8)}});
+    EXPECT_EQ(given.added(), "SubIFDs={(Artist='nested')}");
+    EXPECT_EQ(given.warnings, Lines{});
 }
 
 TEST_P(Nesting, TheHighHalfOfAnIfd8PointerIsNotRead) {
     TiffFile file = fileOf({{pointer(kSubIfds, {{named("nested")}}, kIfd8)}});
     setWord(file.bytes, file.places[0].data[0], 8,
             file.places[1].position | std::uint64_t{0xABCD} << 32U, file.format.byteOrder);
-    EXPECT_EQ(sweep(file.bytes).added(), "SubIFDs={(Artist='nested')}");
+    EXPECT_EQ(callEntryPoint(file.bytes).added(), "SubIFDs={(Artist='nested')}");
 }
 
 TEST_P(Nesting, OfTwo8BytePointersTheFirstIsReadInHalves) {
@@ -259,27 +260,27 @@ TEST_P(Nesting, OfTwo8BytePointersTheFirstIsReadInHalves) {
     setWord(file.bytes, file.places[0].data[0], 8,
             file.places[1].position | std::uint64_t{file.places[1].position} << 32U,
             file.format.byteOrder);
-    EXPECT_EQ(sweep(file.bytes).added(), "SubIFDs={(Artist='first'), (Artist='first')}");
+    EXPECT_EQ(callEntryPoint(file.bytes).added(), "SubIFDs={(Artist='first'), (Artist='first')}");
 }
 
 TEST_P(Nesting, APointerOfZeroReadsTheHeaderAsADirectory) {
     // The byte-order mark becomes an entry count that such a small file cannot hold.
-    EXPECT_EQ(sweepOf({{longs(kExif, {0})}}).error, "badIFDread('IFD #1')");
-    EXPECT_EQ(sweepOf({{pointer(kSubIfds, {{named("1")}, {named("2")}}, kLong8)}}).error,
+    EXPECT_EQ(callOf({{longs(kExif, {0})}}).error, "badIFDread('IFD #1')");
+    EXPECT_EQ(callOf({{pointer(kSubIfds, {{named("1")}, {named("2")}}, kLong8)}}).error,
               "badIFDread('IFD #1')");
 }
 
 TEST_P(Nesting, ATruncatedNestedDirectoryEndsTheCall) {
     const Directory lying = named("x").withEntryCount(999);
     for (const std::uint16_t tag : Codes{kSubIfds, kExif, kGps, kInterop}) {
-        EXPECT_EQ(sweepOf({{pointer(tag, {{lying}})}}).error, "badIFDread('IFD #1')");
+        EXPECT_EQ(callOf({{pointer(tag, {{lying}})}}).error, "badIFDread('IFD #1')");
     }
 }
 
 TEST_P(Nesting, APointerPastTheEndEndsItsChainOnly) {
-    const Sweep swept = sweepOf({{longs(kExif, {0x7FFFFFFF}), ascii(kArtist, "kept")}});
-    EXPECT_EQ(swept.added(), "Artist='kept'");
-    EXPECT_EQ(swept.warnings, (Lines{"numberOfDirectoryEntriesReadError(2147483647)"}));
+    const Call given = callOf({{longs(kExif, {0x7FFFFFFF}), ascii(kArtist, "kept")}});
+    EXPECT_EQ(given.added(), "Artist='kept'");
+    EXPECT_EQ(given.warnings, (Lines{"numberOfDirectoryEntriesReadError(2147483647)"}));
 }
 
 TEST_P(Nesting, PointersCountFromTheTiffHeader) {
@@ -287,15 +288,16 @@ TEST_P(Nesting, PointersCountFromTheTiffHeader) {
         TiffBuilder(format())
             .add({pointer(kExif, {{named("nested")}}), pointer(kSubIfds, {{named("sub")}})})
             .buildBehind(format().isBig() ? Bytes(24, 'x') : Bytes{0x4D, 0x4D, 0, 42, 1, 2});
-    const Sweep swept = sweep(file.bytes, {.initialOffset = static_cast<double>(file.base)});
-    EXPECT_EQ(swept.added(), "SubIFDs={(Artist='sub')} DigitalCamera=(Artist='nested')");
+    const Call given =
+        callEntryPoint(file.bytes, {.initialOffset = static_cast<double>(file.base)});
+    EXPECT_EQ(given.added(), "SubIFDs={(Artist='sub')} DigitalCamera=(Artist='nested')");
 }
 
 TEST_P(Nesting, ANextOffsetOfASubIfdOutOfRangeKeepsItsDirectories) {
     const TiffFile file = fileOf({{pointer(kSubIfds, {{named("1").withNext(0x7FFFFFFF)}})}});
-    const Sweep swept = sweep(file.bytes);
-    EXPECT_EQ(swept.added(), "SubIFDs={(Artist='1')}");
-    EXPECT_EQ(swept.warnings, (Lines{"nextIfdPointerOutOfRange(2147483647)"}));
+    const Call given = callEntryPoint(file.bytes);
+    EXPECT_EQ(given.added(), "SubIFDs={(Artist='1')}");
+    EXPECT_EQ(given.warnings, (Lines{"nextIfdPointerOutOfRange(2147483647)"}));
 }
 
 }  // namespace

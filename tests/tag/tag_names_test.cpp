@@ -104,10 +104,9 @@ TEST_P(TagNames, EveryIdOfAPrimaryDirectoryIsAFieldOrUnknown) {
         const unsigned last = first + 0x7FFF;
         const Fields expected = expectedFields(names, first, last, headNames());
         Fields seen;
-        const Sweep swept =
-            inspect(fileOf({plainIds(first, last)}).bytes, {},
-                    [&](const ifdsweep::Value& result) { seen = fieldsOf(result); });
-        EXPECT_EQ(swept.error, "");
+        const Call given = inspect(fileOf({plainIds(first, last)}).bytes, {},
+                                   [&](const ifdsweep::Value& result) { seen = fieldsOf(result); });
+        EXPECT_EQ(given.error, "");
         EXPECT_EQ(seen.names, expected.names);
         EXPECT_EQ(seen.unknownIds, expected.unknownIds);
     }
@@ -127,7 +126,7 @@ TEST_P(TagNames, EveryIdOfANestedDirectoryIsAFieldOrUnknown) {
             const unsigned last = first + 0x7FFF;
             const Fields expected = expectedFields(kind.names, first, last, {});
             Fields seen;
-            const Sweep swept =
+            const Call given =
                 inspect(fileOf({{pointer(kind.pointerTag, {{plainIds(first, last)}})}}).bytes, {},
                         [&](const ifdsweep::Value& result) {
                             const ifdsweep::Value* nested =
@@ -135,7 +134,7 @@ TEST_P(TagNames, EveryIdOfANestedDirectoryIsAFieldOrUnknown) {
                             ASSERT_NE(nested, nullptr);
                             seen = fieldsOf(*nested);
                         });
-            EXPECT_EQ(swept.error, "");
+            EXPECT_EQ(given.error, "");
             EXPECT_EQ(seen.names, expected.names);
             EXPECT_EQ(seen.unknownIds, expected.unknownIds);
         }
@@ -143,36 +142,36 @@ TEST_P(TagNames, EveryIdOfANestedDirectoryIsAFieldOrUnknown) {
 }
 
 TEST_P(TagNames, PointersHaveTheirNames) {
-    const Sweep swept = sweepOf(
+    const Call given = callOf(
         {{pointer(330, {{{shorts(60000, {1})}}}), pointer(kExif, {{{shorts(60000, {1})}}}),
           pointer(kGps, {{{shorts(60000, {1})}}}), pointer(kInterop, {{{shorts(60000, {1})}}})}});
     EXPECT_EQ(
-        fieldsBeyond(swept.names()),
+        fieldsBeyond(given.names()),
         (std::set<std::string>{"SubIFDs", "DigitalCamera", "GPSInfo", "InteroperabilityIFD"}));
 }
 
 TEST_P(TagNames, TheFirstNameOf347Wins) {
-    const Sweep swept =
-        sweepOf({{numbers(347, kUndefined, {1}), longs(519, {2}), shorts(65535, {3})}});
-    EXPECT_EQ(swept.added(),
+    const Call given =
+        callOf({{numbers(347, kUndefined, {1}), longs(519, {2}), shorts(65535, {3})}});
+    EXPECT_EQ(given.added(),
               "JPEGTables=1 DCSHuesShiftValues=3 UnknownTags=(ID=519 Offset=0 Value=2)");
-    EXPECT_EQ(swept.warnings, Lines{});
+    EXPECT_EQ(given.warnings, Lines{});
 }
 
 TEST_P(TagNames, TheKindOfTheDirectoryDecidesTheName) {
-    const Sweep swept = sweepOf({{shorts(2, {7}), pointer(kGps, {{{shorts(2, {7})}}}),
-                                  pointer(kInterop, {{{shorts(2, {7})}}}),
-                                  pointer(kExif, {{{ascii(271, "M"), shorts(2, {7})}}})}});
-    EXPECT_EQ(swept.added(),
+    const Call given = callOf({{shorts(2, {7}), pointer(kGps, {{{shorts(2, {7})}}}),
+                                pointer(kInterop, {{{shorts(2, {7})}}}),
+                                pointer(kExif, {{{ascii(271, "M"), shorts(2, {7})}}})}});
+    EXPECT_EQ(given.added(),
               "DigitalCamera=(Make='M' UnknownTags=(ID=2 Offset=0 Value=7)) "
               "GPSInfo=(GPSLatitude=7) InteroperabilityIFD=(InteroperabilityVersion=7) "
               "UnknownTags=(ID=2 Offset=0 Value=7)");
 }
 
 TEST_P(TagNames, Tag4096IsKnownToInteroperabilityAlone) {
-    const Sweep swept = sweepOf(
+    const Call given = callOf(
         {{pointer(kInterop, {{{ascii(4096, "JPEG")}}}), pointer(kGps, {{{shorts(4096, {7})}}})}});
-    EXPECT_EQ(swept.added(),
+    EXPECT_EQ(given.added(),
               "GPSInfo=(UnknownTags=(ID=4096 Offset=0 Value=7)) "
               "InteroperabilityIFD=(RelatedImageFileFormat='JPEG')");
 }

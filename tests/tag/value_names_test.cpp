@@ -71,11 +71,11 @@ TEST_P(ValueNames, EveryValueHasItsNameAndEveryOtherIsUnknown) {
         for (const auto& [tag, names] : namesByTag()) {
             directory.entries.push_back(shorts(tag, {value}));
         }
-        const Sweep swept = sweepOf({directory});
-        ASSERT_EQ(swept.warnings, Lines{});
+        const Call given = callOf({directory});
+        ASSERT_EQ(given.warnings, Lines{});
         for (const auto& [tag, names] : namesByTag()) {
             const auto name = names.find(value);
-            EXPECT_EQ(swept.value(tagName(tag)),
+            EXPECT_EQ(given.value(tagName(tag)),
                       inQuotes(name == names.end() ? "unknown" : name->second))
                 << "tag " << tag << " value " << value;
         }
@@ -84,7 +84,7 @@ TEST_P(ValueNames, EveryValueHasItsNameAndEveryOtherIsUnknown) {
 
 TEST_P(ValueNames, ExifDirectoriesNameValuesToo) {
     for (const ValueNameRow& row : kValueNameRows) {
-        EXPECT_EQ(sweepOf({{pointer(kExif, {{{shorts(row.tag, {row.value})}}})}}).added(),
+        EXPECT_EQ(callOf({{pointer(kExif, {{{shorts(row.tag, {row.value})}}})}}).added(),
                   "DigitalCamera=(" + tagName(row.tag) + '=' + inQuotes(row.name) + ')');
     }
 }
@@ -93,7 +93,7 @@ TEST_P(ValueNames, GpsAndInteroperabilityDirectoriesNameNone) {
     for (const auto& [tag, name] :
          {std::pair{kGps, "GPSInfo"}, {kInterop, "InteroperabilityIFD"}}) {
         EXPECT_EQ(
-            sweepOf({{pointer(tag, {{{shorts(259, {1}), shorts(290, {3}), ascii(270, "ab")}}})}})
+            callOf({{pointer(tag, {{{shorts(259, {1}), shorts(290, {3}), ascii(270, "ab")}}})}})
                 .added(),
             std::string(name) +
                 "=(UnknownTags=(ID=259 Offset=0 Value=1)(ID=290 Offset=0 Value=3)"
@@ -102,16 +102,15 @@ TEST_P(ValueNames, GpsAndInteroperabilityDirectoriesNameNone) {
 }
 
 TEST_P(ValueNames, TheFirstOfSeveralValuesIsNamed) {
-    EXPECT_EQ(sweepOf({{shorts(259, {5, 1, 1})}}).value("Compression"), "'LZW'");
+    EXPECT_EQ(callOf({{shorts(259, {5, 1, 1})}}).value("Compression"), "'LZW'");
 }
 
 TEST_P(ValueNames, TheLow16BitsAreLookedUp) {
-    EXPECT_EQ(sweepOf({{longs(kColorSpace, {65537})}}).added(), "ColorSpace='sRGB'");
-    EXPECT_EQ(sweepOf({{longs(kColorSpace, {4294967295})}}).added(), "ColorSpace='Uncalibrated'");
-    EXPECT_EQ(sweepOf({{numbers(kColorSpace, kSShort, {-1})}}).added(),
-              "ColorSpace='Uncalibrated'");
-    EXPECT_EQ(sweepOf({{numbers(kColorSpace, kSLong, {-65535})}}).added(), "ColorSpace='sRGB'");
-    EXPECT_EQ(sweepOf({{numbers(kColorSpace, kLong8, {0x7FFFFFFF00010001})}}).added(),
+    EXPECT_EQ(callOf({{longs(kColorSpace, {65537})}}).added(), "ColorSpace='sRGB'");
+    EXPECT_EQ(callOf({{longs(kColorSpace, {4294967295})}}).added(), "ColorSpace='Uncalibrated'");
+    EXPECT_EQ(callOf({{numbers(kColorSpace, kSShort, {-1})}}).added(), "ColorSpace='Uncalibrated'");
+    EXPECT_EQ(callOf({{numbers(kColorSpace, kSLong, {-65535})}}).added(), "ColorSpace='sRGB'");
+    EXPECT_EQ(callOf({{numbers(kColorSpace, kLong8, {0x7FFFFFFF00010001})}}).added(),
               "ColorSpace='unknown'");  // as a double it has no low bits left
 }
 
@@ -131,21 +130,21 @@ TEST_P(ValueNames, FractionsAreTruncatedAndWhatIsNoNumberIsZero) {
         {4294967297.0, "Manual"},
         {18446744073709551616.0 + 4096.0, "unknown"}};
     for (const auto& [value, name] : cases) {
-        EXPECT_EQ(sweepOf({{doubles(kExposureProgram, {value})}}).added(),
+        EXPECT_EQ(callOf({{doubles(kExposureProgram, {value})}}).added(),
                   "ExposureProgram=" + inQuotes(name))
             << value;
     }
 }
 
 TEST_P(ValueNames, RationalsAreTruncated) {
-    EXPECT_EQ(sweepOf({{numbers(kExposureProgram, kRational, {5, 2})}}).added(),
+    EXPECT_EQ(callOf({{numbers(kExposureProgram, kRational, {5, 2})}}).added(),
               "ExposureProgram='Normal program'");
 }
 
 TEST_P(ValueNames, AnEnumeratedTagStoredAsTextIsUnknown) {
     for (const auto& [tag, names] : namesByTag()) {
         const std::string expected = tag == 296 ? "'c'" : "'unknown'";
-        EXPECT_EQ(sweepOf({{ascii(tag, "c")}}).value(tagName(tag)), expected);
+        EXPECT_EQ(callOf({{ascii(tag, "c")}}).value(tagName(tag)), expected);
     }
 }
 
@@ -154,9 +153,9 @@ TEST_P(ValueNames, AnEnumeratedTagOfCountZeroHasNoValue) {
         if (tag == 284) {
             continue;  // must hold one component
         }
-        const Sweep swept = sweepOf({{shorts(tag, {})}});
-        EXPECT_EQ(swept.value(tagName(tag)), "empty");
-        EXPECT_EQ(swept.warnings, (Lines{"zeroComponentCount('" + tagName(tag) + "')"}));
+        const Call given = callOf({{shorts(tag, {})}});
+        EXPECT_EQ(given.value(tagName(tag)), "empty");
+        EXPECT_EQ(given.warnings, (Lines{"zeroComponentCount('" + tagName(tag) + "')"}));
     }
 }
 
@@ -165,15 +164,15 @@ TEST_P(ValueNames, GrayResponseUnitBecomesItsFactor) {
         {0, "0"},     {1, "0.1"},   {2, "0.01"}, {3, "0.001"},
         {4, "1e-04"}, {5, "1e-05"}, {6, "6"},    {9, "9"}};
     for (const auto& [value, shown] : cases) {
-        EXPECT_EQ(sweepOf({{shorts(290, {value})}}).value("GrayResponseUnit"), shown);
+        EXPECT_EQ(callOf({{shorts(290, {value})}}).value("GrayResponseUnit"), shown);
     }
-    EXPECT_EQ(sweepOf({{shorts(290, {3, 3})}}).value("GrayResponseUnit"), "[0.001 3]");
-    EXPECT_EQ(sweepOf({{doubles(290, {3.5})}}).value("GrayResponseUnit"), "3.5");
-    EXPECT_EQ(sweepOf({{doubles(290, {3.0, 7.0})}}).value("GrayResponseUnit"), "[0.001 7]");
-    EXPECT_EQ(sweepOf({{longs(290, {65539})}}).value("GrayResponseUnit"), "65539");
-    EXPECT_EQ(sweepOf({{numbers(290, kRational, {6, 2})}}).value("GrayResponseUnit"), "0.001");
-    EXPECT_EQ(sweepOf({{shorts(290, {})}}).value("GrayResponseUnit"), "empty");
-    EXPECT_EQ(sweepOf({{ascii(290, "3")}}).value("GrayResponseUnit"), "'3'");
+    EXPECT_EQ(callOf({{shorts(290, {3, 3})}}).value("GrayResponseUnit"), "[0.001 3]");
+    EXPECT_EQ(callOf({{doubles(290, {3.5})}}).value("GrayResponseUnit"), "3.5");
+    EXPECT_EQ(callOf({{doubles(290, {3.0, 7.0})}}).value("GrayResponseUnit"), "[0.001 7]");
+    EXPECT_EQ(callOf({{longs(290, {65539})}}).value("GrayResponseUnit"), "65539");
+    EXPECT_EQ(callOf({{numbers(290, kRational, {6, 2})}}).value("GrayResponseUnit"), "0.001");
+    EXPECT_EQ(callOf({{shorts(290, {})}}).value("GrayResponseUnit"), "empty");
+    EXPECT_EQ(callOf({{ascii(290, "3")}}).value("GrayResponseUnit"), "'3'");
 }
 
 TEST_P(ValueNames, ImageDescriptionLosesItsLastCharacter) {
@@ -181,16 +180,16 @@ TEST_P(ValueNames, ImageDescriptionLosesItsLastCharacter) {
         {"abc\0"sv, "'abc'"},   {"abc"sv, "'ab'"}, {"\0"sv, "empty"},     {"\0\0"sv, "char(0x0)"},
         {"abc\0\0"sv, "'abc'"}, {"a"sv, "empty"},  {"\0a"sv, "char(0x0)"}};
     for (const auto& [stored, shown] : cases) {
-        EXPECT_EQ(sweepOf({{ascii(270, stored)}}).value("ImageDescription"), shown);
+        EXPECT_EQ(callOf({{ascii(270, stored)}}).value("ImageDescription"), shown);
     }
-    EXPECT_EQ(sweepOf({{ascii(270, "")}}).value("ImageDescription"), "empty");
-    EXPECT_EQ(sweepOf({{shorts(270, {7, 8})}}).value("ImageDescription"), "[7 8]");
-    EXPECT_EQ(sweepOf({{pointer(kExif, {{{ascii(270, "abc\0"sv)}}})}}).added(),
+    EXPECT_EQ(callOf({{ascii(270, "")}}).value("ImageDescription"), "empty");
+    EXPECT_EQ(callOf({{shorts(270, {7, 8})}}).value("ImageDescription"), "[7 8]");
+    EXPECT_EQ(callOf({{pointer(kExif, {{{ascii(270, "abc\0"sv)}}})}}).added(),
               "DigitalCamera=(ImageDescription='abc')");
 }
 
 TEST_P(ValueNames, XmpBytesBecomeText) {
-    const auto xmp = [](const Entry& entry) { return sweepOf({{entry}}).value("XMP"); };
+    const auto xmp = [](const Entry& entry) { return callOf({{entry}}).value("XMP"); };
     EXPECT_EQ(xmp(numbers(kXmp, kByte, {'<', 'x', 0xE9, '>', 0})), "'<x\\uFFE9>'");
     EXPECT_EQ(xmp(numbers(kXmp, kUndefined, {'a', 0, 'b', 0, 0})), "'a\\u0000b'");
     EXPECT_EQ(xmp(numbers(kXmp, kByte, {0, 0})), "char(0x0)");
@@ -207,11 +206,12 @@ TEST_P(ValueNames, IccProfileShowsWhereItLies) {
     const TiffFile file =
         fileOf({{numbers(kIccProfile, kUndefined, std::vector<std::int64_t>(20, 7)),
                  numbers(60000, kUndefined, {1})}});
-    EXPECT_EQ(sweep(file.bytes).value("ICCProfileOffset"), std::to_string(file.places[0].data[0]));
-    EXPECT_EQ(sweepOf({{numbers(kIccProfile, kUndefined, {1, 2, 3})}}).value("ICCProfileOffset"),
+    EXPECT_EQ(callEntryPoint(file.bytes).value("ICCProfileOffset"),
+              std::to_string(file.places[0].data[0]));
+    EXPECT_EQ(callOf({{numbers(kIccProfile, kUndefined, {1, 2, 3})}}).value("ICCProfileOffset"),
               "0");
-    EXPECT_EQ(sweepOf({{numbers(kIccProfile, kUndefined, {})}}).value("ICCProfileOffset"), "empty");
-    EXPECT_EQ(sweepOf({{ascii(kIccProfile, "text as it is\0"sv)}}).value("ICCProfileOffset"),
+    EXPECT_EQ(callOf({{numbers(kIccProfile, kUndefined, {})}}).value("ICCProfileOffset"), "empty");
+    EXPECT_EQ(callOf({{ascii(kIccProfile, "text as it is\0"sv)}}).value("ICCProfileOffset"),
               "'text as it is'");
 }
 
@@ -223,12 +223,12 @@ TEST_P(ValueNames, IccProfileOffsetCountsFromTheTiffHeader) {
         TiffBuilder(format())
             .add({numbers(kIccProfile, kUndefined, std::vector<std::int64_t>(20, 7))})
             .buildInJpeg();
-    EXPECT_EQ(sweep(file.bytes, {.initialOffset = 12}).value("ICCProfileOffset"),
+    EXPECT_EQ(callEntryPoint(file.bytes, {.initialOffset = 12}).value("ICCProfileOffset"),
               std::to_string(file.places[0].data[0] - 12));
 }
 
 TEST_P(ValueNames, AFractionOfAFileIsNamedOnce) {
-    EXPECT_EQ(sweepOf({{shorts(41728, {3}), ascii(kArtist, "x")}}).added(),
+    EXPECT_EQ(callOf({{shorts(41728, {3}), ascii(kArtist, "x")}}).added(),
               "Artist='x' FileSource='DSC'");
 }
 

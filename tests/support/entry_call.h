@@ -1,8 +1,8 @@
 #pragma once
 
 // The whole call for tests: bytes in memory in, everything that the host received out, as text that
-// a test can state in one line. The host and its values live only inside `sweep`; what is returned
-// is plain text. Any thread, one call per thread.
+// a test can state in one line. The host and its values live only inside `callEntryPoint`; what is
+// returned is plain text. Any thread, one call per thread.
 
 #include <cstddef>
 #include <functional>
@@ -28,7 +28,7 @@ struct Numbers {
 using Record = std::vector<std::pair<std::string, std::string>>;
 
 /// What one call gave. Messages are written as `name(argument, ...)`, their common prefix left out.
-struct Sweep {
+struct Call {
     std::string result{};  ///< "struct 2x1", "double 0x0"; empty after an error
     std::vector<Record> records{};
     std::vector<std::string> warnings{};
@@ -44,30 +44,30 @@ struct Sweep {
     [[nodiscard]] std::string text() const;
 };
 
-/// The name under which `sweep` serves the bytes.
-inline constexpr const char16_t* kFileName = u"sweep.tif";
+/// The name under which `callEntryPoint` serves the bytes.
+inline constexpr const char16_t* kFileName = u"call.tif";
 
 /// Prepares the host before the call: fault plans, budgets.
 using Preparation = std::function<void(ifdsweep::Host&)>;
 
 /// Calls the entry point on bytes in memory. Throws std::logic_error when a host value is left
 /// alive afterwards.
-[[nodiscard]] Sweep sweep(const Bytes& bytes, const Numbers& numbers = {},
-                          const Preparation& prepare = {});
+[[nodiscard]] Call callEntryPoint(const Bytes& bytes, const Numbers& numbers = {},
+                                  const Preparation& prepare = {});
 
 /// Looks at a result while it lives.
 using Inspection = std::function<void(const ifdsweep::Value&)>;
 
 /// Calls the entry point on bytes in memory and hands its result to `inspect`; not called after an
 /// error. The messages are returned, records are not.
-Sweep inspect(const Bytes& bytes, const Numbers& numbers, const Inspection& inspection);
+Call inspect(const Bytes& bytes, const Numbers& numbers, const Inspection& inspection);
 
 /// The same for a file on disk.
-Sweep inspectFile(const std::u16string& fileName, const Numbers& numbers,
-                  const Inspection& inspection);
+Call inspectFile(const std::u16string& fileName, const Numbers& numbers,
+                 const Inspection& inspection);
 
-/// `sweep` for a file on disk.
-[[nodiscard]] Sweep sweepFile(const std::u16string& fileName, const Numbers& numbers = {},
+/// `callEntryPoint` for a file on disk.
+[[nodiscard]] Call callOnFile(const std::u16string& fileName, const Numbers& numbers = {},
                               const Preparation& prepare = {});
 
 /// A message as text.

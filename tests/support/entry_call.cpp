@@ -1,4 +1,4 @@
-#include "support/sweep.h"
+#include "support/entry_call.h"
 
 #include <array>
 #include <stdexcept>
@@ -38,7 +38,7 @@ std::vector<Record> recordsOf(const ifdsweep::Value& value) {
 }
 
 /// The call alone; every host value is gone when it returns.
-Sweep call(const std::u16string& fileName, const Numbers& numbers, const Inspection& inspection) {
+Call call(const std::u16string& fileName, const Numbers& numbers, const Inspection& inspection) {
     const std::array<ifdsweep::ValueHandle, 4> inputs{
         ifdsweep::ValueHandle(qxCreateUString(fileName.data(), fileName.size())),
         ifdsweep::ValueHandle(qxCreateDoubleScalar(numbers.initialOffset)),
@@ -48,43 +48,43 @@ Sweep call(const std::u16string& fileName, const Numbers& numbers, const Inspect
     for (std::size_t i = 0; i < inputs.size(); ++i) {
         arguments[i] = inputs[i].get();
     }
-    Sweep sweep;
+    Call made;
     qxArray* output = nullptr;
     try {
         qxeFunction(1, &output, 4, arguments.data());
         const ifdsweep::ValueHandle result(output);
         if (result == nullptr) {
-            sweep.error = "no result and no error";
-            return sweep;
+            made.error = "no result and no error";
+            return made;
         }
-        sweep.result = shapeText(*result);
+        made.result = shapeText(*result);
         inspection(*result);
     } catch (const qxMessage& message) {
-        sweep.error = messageDump(message);
+        made.error = messageDump(message);
     } catch (const std::exception& exception) {
-        sweep.error = std::string("exception ") + exception.what();
+        made.error = std::string("exception ") + exception.what();
     }
-    return sweep;
+    return made;
 }
 
-Sweep run(const std::u16string& fileName, const Numbers& numbers, const Preparation& prepare,
-          const Inspection& inspection) {
+Call run(const std::u16string& fileName, const Numbers& numbers, const Preparation& prepare,
+         const Inspection& inspection) {
     ifdsweep::Host host;
     if (prepare) {
         prepare(host);
     }
-    Sweep sweep;
+    Call made;
     {
         const ifdsweep::Host::Scope scope(host);
-        sweep = call(fileName, numbers, inspection);
+        made = call(fileName, numbers, inspection);
     }
     for (const qxMessage& warning : host.warnings()) {
-        sweep.warnings.push_back(messageDump(warning));
+        made.warnings.push_back(messageDump(warning));
     }
     if (host.liveValues() != 0) {
         throw std::logic_error(std::to_string(host.liveValues()) + " host values were left alive");
     }
-    return sweep;
+    return made;
 }
 
 /// Serves bytes before the caller's own preparation.
@@ -112,29 +112,29 @@ std::string messageDump(const qxMessage& message) {
     return text + ')';
 }
 
-Sweep sweepFile(const std::u16string& fileName, const Numbers& numbers,
+Call callOnFile(const std::u16string& fileName, const Numbers& numbers,
                 const Preparation& prepare) {
     std::vector<Record> records;
-    Sweep sweep = run(fileName, numbers, prepare,
-                      [&](const ifdsweep::Value& result) { records = recordsOf(result); });
-    sweep.records = std::move(records);
-    return sweep;
+    Call made = run(fileName, numbers, prepare,
+                    [&](const ifdsweep::Value& result) { records = recordsOf(result); });
+    made.records = std::move(records);
+    return made;
 }
 
-Sweep sweep(const Bytes& bytes, const Numbers& numbers, const Preparation& prepare) {
-    return sweepFile(kFileName, numbers, serving(bytes, prepare));
+Call callEntryPoint(const Bytes& bytes, const Numbers& numbers, const Preparation& prepare) {
+    return callOnFile(kFileName, numbers, serving(bytes, prepare));
 }
 
-Sweep inspectFile(const std::u16string& fileName, const Numbers& numbers,
-                  const Inspection& inspection) {
+Call inspectFile(const std::u16string& fileName, const Numbers& numbers,
+                 const Inspection& inspection) {
     return run(fileName, numbers, {}, inspection);
 }
 
-Sweep inspect(const Bytes& bytes, const Numbers& numbers, const Inspection& inspection) {
+Call inspect(const Bytes& bytes, const Numbers& numbers, const Inspection& inspection) {
     return run(kFileName, numbers, serving(bytes, {}), inspection);
 }
 
-std::string Sweep::value(std::string_view field, std::size_t element) const {
+std::string Call::value(std::string_view field, std::size_t element) const {
     for (const auto& [name, text] : records.at(element)) {
         if (name == field) {
             return text;
@@ -143,7 +143,7 @@ std::string Sweep::value(std::string_view field, std::size_t element) const {
     return "no field";
 }
 
-std::string Sweep::added(std::size_t element) const {
+std::string Call::added(std::size_t element) const {
     const Record& record = records.at(element);
     std::string text;
     for (std::size_t f = headNames().size(); f < record.size(); ++f) {
@@ -154,7 +154,7 @@ std::string Sweep::added(std::size_t element) const {
     return text;
 }
 
-std::vector<std::string> Sweep::names() const {
+std::vector<std::string> Call::names() const {
     std::vector<std::string> list;
     if (!records.empty()) {
         for (const auto& [name, text] : records.front()) {
@@ -164,7 +164,7 @@ std::vector<std::string> Sweep::names() const {
     return list;
 }
 
-std::string Sweep::text() const {
+std::string Call::text() const {
     std::string lines;
     for (const std::string& warning : warnings) {
         lines += warning + '\n';
