@@ -13,6 +13,7 @@
 #include "support/memory_file.h"
 #include "support/no_sink.h"
 #include "workloads/photographs.h"
+#include "write/framer.h"
 #include "write/result_writer.h"
 
 namespace {
@@ -115,9 +116,10 @@ extern "C" __attribute__((noinline)) void guardedWork(bench::MemoryFile& input, 
         bench::NoSink sink;
         ifdsweep::Output output(sink);
         const auto writer = ifdsweep::makeResultWriter(work.format, output, ifdsweep::Colour::off);
-        writer->begin();
-        writer->write(outcome);
-        writer->end();
+        ifdsweep::Framer framer(output, ifdsweep::frameOf(work.format));
+        framer.begin();
+        framer.add(writer->shows(outcome), [&] { writer->writeFile(outcome); });
+        framer.end();
         output.flush();
     }
 }

@@ -12,6 +12,7 @@
 #include "fuzz_target.h"
 #include "support/hidden_characters.h"
 #include "values/value.h"
+#include "write/framer.h"
 
 namespace fuzz {
 namespace {
@@ -184,9 +185,10 @@ std::string written(ifdsweep::Format format, const ifdsweep::Outcome& outcome,
     ifdsweep::StringSink sink;
     ifdsweep::Output output(sink);
     const auto writer = ifdsweep::makeResultWriter(format, output, colour, settings);
-    writer->begin();
-    writer->write(outcome);
-    writer->end();
+    ifdsweep::Framer framer(output, ifdsweep::frameOf(format, settings));
+    framer.begin();
+    framer.add(writer->shows(outcome), [&] { writer->writeFile(outcome); });
+    framer.end();
     output.flush();
     return std::move(sink.text);
 }

@@ -7,6 +7,7 @@
 #include "support/memory_file.h"
 #include "support/no_sink.h"
 #include "workloads/photographs.h"
+#include "write/framer.h"
 #include "write/result_writer.h"
 
 namespace {
@@ -18,9 +19,10 @@ void write(benchmark::State& state, ifdsweep::Format format, const fixture::Chai
     ifdsweep::Output output(sink);
     const auto writer = ifdsweep::makeResultWriter(format, output, ifdsweep::Colour::off);
     for (auto _ : state) {
-        writer->begin();
-        writer->write(outcome);
-        writer->end();
+        ifdsweep::Framer framer(output, ifdsweep::frameOf(format));
+        framer.begin();
+        framer.add(writer->shows(outcome), [&] { writer->writeFile(outcome); });
+        framer.end();
         output.flush();
     }
     state.SetItemsProcessed(state.iterations() * state.range(0));

@@ -286,7 +286,7 @@ std::string combinationComplaint(const RunOptions& options) {
     if (output.shorten && output.format != Format::text) {
         return "--shorten goes with --format text";
     }
-    if (!options.run.journal.empty() && output.format == Format::csv && output.fields.empty()) {
+    if (!options.run.journal.empty() && output.hasOpenColumns()) {
         return "--resume with --format csv needs --tags: the columns must be known from the start";
     }
     return "";

@@ -36,6 +36,7 @@
 #include "workers/seconds.h"
 #include "workers/worker.h"
 #include "write/csv_writer.h"
+#include "write/framer.h"
 
 namespace ifdsweep {
 namespace {
@@ -71,15 +72,14 @@ LateEnding makeLateEnding(const RunOptions& options, const InputFile& file, Colo
     FileTask task(options, output, colour, -1);
     const FileReport report = task.fail(
         file, qxMessage(kTimeoutId, {qxMessageText(secondsText(nanosecondsOf(seconds)))}));
-    const bool hasOpenColumns =
-        options.output.format == Format::csv && options.output.fields.empty();
-    const Frame frame = frameOf(options.output.format, writerSettings(options.output));
-    output.append(hasOpenColumns ? csvHeader({}) : frame.head);
-    if (report.isShown) {
-        output.append(frame.first);
-        task.write();
+    Frame frame = frameOf(options.output.format, writerSettings(options.output));
+    if (options.output.hasOpenColumns()) {
+        frame.head = csvHeader({});  // of the table that the rows would have become
     }
-    output.append(frame.tail);
+    Framer framer(output, std::move(frame));
+    framer.begin();
+    framer.add(report.isShown, [&task] { task.write(); });
+    framer.end();
     output.flush();
     return {std::move(sink.text), errorLine({file.path, ": ", report.failure})};
 }

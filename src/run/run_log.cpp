@@ -12,7 +12,7 @@ RunLog::RunLog(const RunOptions& runOptions, RunOutput& runOutput, Journal* runJ
     : options(runOptions),
       output(runOutput),
       journal(runJournal),
-      frame(frameOf(options.output.format, writerSettings(options.output))) {
+      framer(output.stream(), frameOf(options.output.format, writerSettings(options.output))) {
     if (!options.run.failureFile.empty()) {
         failures.emplace(options.run.failureFile, options.input.nulSeparated, journal, disk);
     }
@@ -31,22 +31,15 @@ void RunLog::begin() {
     if (failures) {
         failures->begin();
     }
-    anyShown = output.keptBytes() > frame.head.size();
     if (!output.isWhole()) {
-        appendHead();
-    }
-}
-
-void RunLog::appendHead() {
-    if (output.keptBytes() == 0) {
-        output.stream().append(frame.head);
+        framer.begin(output.keptBytes());
     }
 }
 
 void RunLog::prepare() {
     if (output.isWhole()) {
         commitAtOnce();  // what was added so far shows nothing and needs no other output
-        appendHead();
+        framer.begin(output.keptBytes());
     }
 }
 
@@ -133,7 +126,7 @@ void RunLog::end() {
     output.stream().flush();
     settle();
     if (!output.isWhole()) {
-        output.stream().append(frame.tail);
+        framer.end();
     }
     output.complete();
 }
@@ -182,7 +175,7 @@ void RunLog::tellWhatIsKept() const {
     } else if (!options.run.outputFile.empty() && !output.identities().empty()) {
         printError({"nothing was kept, ", options.run.outputFile,
                     " is as it was; with --resume a run can be gone on with"});
-    } else if (choice.format == Format::csv && choice.fields.empty()) {
+    } else if (choice.hasOpenColumns()) {
         printError({"a table whose columns are not chosen with --tags is printed at the end"});
     } else if (choice.layout == JsonLayout::compact) {
         printError({"what was printed ends with a whole file"});

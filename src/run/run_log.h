@@ -9,7 +9,6 @@
 #include <map>
 #include <optional>
 #include <string>
-#include <utility>
 
 #include "run/failure_list.h"
 #include "run/journal.h"
@@ -18,7 +17,7 @@
 #include "run/run_output.h"
 #include "walk/input_file.h"
 #include "workers/file_report.h"
-#include "write/result_writer.h"
+#include "write/framer.h"
 
 namespace ifdsweep {
 
@@ -40,9 +39,8 @@ public:
              const std::string& journalEntry = {}) {
         if (report.isShown) {
             prepare();
-            output.stream().append(std::exchange(anyShown, true) ? frame.between : frame.first);
-            writePart();
         }
+        framer.add(report.isShown, writePart);
         account(file, report, journalEntry);
     }
 
@@ -76,7 +74,6 @@ public:
 
 private:
     void prepare();
-    void appendHead();
     void commitAtOnce();
     [[nodiscard]] std::uint64_t changedFiles() const;
     void account(const InputFile& file, const FileReport& report, const std::string& journalEntry);
@@ -86,9 +83,8 @@ private:
     const RunOptions& options;
     RunOutput& output;
     Journal* journal;
-    Frame frame;
+    Framer framer;
     std::optional<FailureList> failures;
-    bool anyShown = false;
     RunState runState;
     std::uint64_t filesRead = 0;
     std::uint64_t filesSkipped = 0;

@@ -6,8 +6,7 @@ namespace ifdsweep {
 namespace {
 
 Descriptor makeRowFile(const OutputChoice& choice) {
-    const bool waits = choice.format == Format::csv && choice.fields.empty();
-    return waits ? makeTemporaryFile() : Descriptor();
+    return choice.hasOpenColumns() ? makeTemporaryFile() : Descriptor();
 }
 
 }  // namespace

@@ -15,7 +15,7 @@
 #include "workers/file_part.h"
 #include "workers/file_report.h"
 #include "workers/file_task.h"
-#include "write/result_writer.h"
+#include "write/output_choice.h"
 
 namespace ifdsweep {
 

@@ -32,7 +32,7 @@
 #include "workers/worker_limits.h"
 #include "workers/worker_messages.h"
 #include "workers/worker_process.h"
-#include "write/result_writer.h"
+#include "write/output_choice.h"
 
 namespace ifdsweep {
 

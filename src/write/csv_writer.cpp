@@ -7,7 +7,6 @@
 #include "read/directory_path.h"
 #include "text/terminal_text.h"
 #include "write/csv_rows.h"
-#include "write/json_parts.h"
 #include "write/text_value.h"
 
 namespace ifdsweep {

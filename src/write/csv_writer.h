@@ -28,7 +28,7 @@ namespace ifdsweep {
 class CsvWriter final : public ResultWriter {
 public:
     CsvWriter(Output& destination, const WriterSettings& settings)
-        : ResultWriter(destination, frameOf(Format::csv, settings)),
+        : ResultWriter(destination),
           nestedRows(settings.nestedRows),
           toTerminal(settings.toTerminal),
           columns(settings.columns),

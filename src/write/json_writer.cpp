@@ -1,128 +1,9 @@
 #include "write/json_writer.h"
 
-#include "read/messages.h"
-#include "text/json_text.h"
 #include "write/indenting_sink.h"
-#include "write/json_parts.h"
+#include "write/natural_json.h"
 
 namespace ifdsweep {
-namespace {
-
-void appendNaturalNumber(Output& output, double value) {
-    appendNumber(output, value, [&output](double) { output.append("null"); });
-}
-
-/// A row as an array, every other shape as an array of rows; nothing at all as an empty array.
-template <class AppendElement>
-void appendNaturalArray(Output& output, const Value& value, AppendElement&& appendElement) {
-    const std::size_t rows = value.rows();
-    const std::size_t columns = value.columns();
-    if (rows == 1 || value.elementCount() == 0) {
-        appendJsonArray(output, value.elementCount(), appendElement);
-        return;
-    }
-    appendJsonArray(output, rows, [&](std::size_t row) {
-        appendJsonArray(output, columns,
-                        [&](std::size_t column) { appendElement(column * rows + row); });
-    });
-}
-
-/// A name that needs no escapes, and its colon.
-void appendPlainName(Output& output, std::string_view name) {
-    char* text = output.reserve(name.size() + 3);
-    *text++ = '"';
-    text += name.copy(text, name.size());
-    *text++ = '"';
-    *text++ = ':';
-    output.commit(text);
-}
-
-void appendNaturalRecords(Output& output, const Value& records) {
-    const bool plainNames = records.fieldNamesAreIdentifiers();
-    appendJsonArray(output, records.elementCount(), [&](std::size_t element) {
-        output.append('{');
-        appendCommaList(output, records.fieldCount(), [&](std::size_t field) {
-            const std::string_view name = records.fieldName(field);
-            if (plainNames) {
-                appendPlainName(output, name);
-            } else {
-                appendJsonString(output, name);
-                output.append(':');
-            }
-            appendNaturalValue(output, records.field(element, field), fieldTextOrigin(name));
-        });
-        output.append('}');
-    });
-}
-
-/// A text argument: system bytes, or a file name.
-void appendNaturalText(Output& output, const qxMessageText& text) {
-    if (const auto* bytes = boost::get<std::string>(&text)) {
-        appendJsonString(output, *bytes);
-    } else {
-        appendJsonNaturalText(output, boost::get<std::u16string>(text), TextOrigin::fileName);
-    }
-}
-
-void appendNaturalMessage(Output& output, const qxMessage& message) {
-    output.append('{');
-    appendMessageMembers(output, message,
-                         [&](const qxMessageText& text) { appendNaturalText(output, text); });
-    output.append(R"(,"text":)");
-    appendJsonString(output, messageText(message));
-    output.append('}');
-}
-
-}  // namespace
-
-void appendNaturalValue(Output& output, const Value* value, TextOrigin origin) {
-    if (value == nullptr) {
-        output.append("null");
-        return;
-    }
-    switch (value->kind()) {
-        case ValueKind::Double: {
-            const auto numbers = value->doubles();
-            if (numbers.size() == 1) {
-                appendNaturalNumber(output, numbers[0]);
-            } else {
-                appendNaturalArray(output, *value, [&](std::size_t index) {
-                    appendNaturalNumber(output, numbers[index]);
-                });
-            }
-            break;
-        }
-        case ValueKind::Uint8:
-            appendJsonBase64(output, value->bytes());
-            break;
-        case ValueKind::Char:
-            appendJsonNaturalText(output, value->text(), origin);
-            break;
-        case ValueKind::Cell:
-            appendNaturalArray(output, *value, [&](std::size_t index) {
-                appendNaturalValue(output, value->cell(index), origin);
-            });
-            break;
-        case ValueKind::Struct:
-            appendNaturalRecords(output, *value);
-            break;
-    }
-}
-
-void appendNaturalOutcome(Output& output, const Outcome& outcome) {
-    output.append(R"({"file":)");
-    appendJsonString(output, outcome.file);
-    output.append(R"(,"records":)");
-    if (outcome.result != nullptr) {
-        appendNaturalValue(output, outcome.result.get());
-    } else {
-        output.append("[]");
-    }
-    output.append(',');
-    appendOutcomeMessages(output, outcome,
-                          [&](const qxMessage& message) { appendNaturalMessage(output, message); });
-    output.append('}');
-}
 
 void JsonWriter::writeFile(const Outcome& outcome) {
     if (layout != JsonLayout::pretty) {
@@ -133,11 +14,6 @@ void JsonWriter::writeFile(const Outcome& outcome) {
     Output dense(indenting);
     appendNaturalOutcome(dense, outcome);
     dense.flush();
-}
-
-void LineWriter::writeFile(const Outcome& outcome) {
-    appendNaturalOutcome(output, outcome);
-    output.append('\n');
 }
 
 }  // namespace ifdsweep

@@ -35,6 +35,9 @@ struct OutputChoice {
     bool nestedRows = false;
     WarningDetail warnings = WarningDetail::each;
     std::vector<std::string> ignored;  ///< full message ids
+
+    /// Whether the columns of a table are known only after the last file.
+    [[nodiscard]] bool hasOpenColumns() const { return format == Format::csv && fields.empty(); }
 };
 
 }  // namespace ifdsweep

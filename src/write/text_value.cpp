@@ -6,7 +6,7 @@
 
 #include "text/json_text.h"
 #include "text/terminal_text.h"
-#include "write/json_parts.h"
+#include "write/number_output.h"
 
 namespace ifdsweep {
 namespace {

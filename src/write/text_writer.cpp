@@ -8,7 +8,7 @@
 #include "read/directory_path.h"
 #include "read/messages.h"
 #include "text/terminal_text.h"
-#include "write/json_parts.h"
+#include "write/number_output.h"
 #include "write/text_value.h"
 
 namespace ifdsweep {

@@ -19,9 +19,7 @@ namespace ifdsweep {
 class TextWriter final : public ResultWriter {
 public:
     TextWriter(Output& destination, Colour textColour, const TextLimits& textLimits = {})
-        : ResultWriter(destination, frameOf(Format::text)),
-          colour(textColour),
-          limits(textLimits) {}
+        : ResultWriter(destination), colour(textColour), limits(textLimits) {}
 
     /// A file without a result is shown only when there are warnings: its error is told elsewhere.
     [[nodiscard]] bool shows(const Outcome& outcome) const override;

@@ -4,7 +4,7 @@
 
 #include "files/file_names.h"
 #include "text/json_text.h"
-#include "write/json_parts.h"
+#include "write/json_members.h"
 
 namespace ifdsweep {
 namespace {

@@ -15,7 +15,7 @@ void appendTypedValue(Output& output, const Value* value);
 
 class TypedWriter final : public ResultWriter {
 public:
-    explicit TypedWriter(Output& destination) : ResultWriter(destination, frameOf(Format::typed)) {}
+    using ResultWriter::ResultWriter;
 
     void writeFile(const Outcome& outcome) override;
 };

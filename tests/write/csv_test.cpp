@@ -2,6 +2,7 @@
 // tests' own, which knows RFC 4180 and nothing else.
 
 #include <cmath>
+#include <span>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -53,21 +54,12 @@ protected:
         ifdsweep::WriterSettings settings;
         settings.nestedRows = nestedRows;
         settings.columns = columns;
-        const auto write = [&](ifdsweep::Output& output) {
-            ifdsweep::CsvWriter writer(output, settings);
-            if (!columns.empty()) {
-                writer.begin();
-            }
-            for (const ifdsweep::Outcome& outcome : outcomes) {
-                writer.write(outcome);
-            }
-            writer.end();
-        };
+        const std::string lines = rendering::written(ifdsweep::Format::csv, outcomes, settings);
         if (!columns.empty()) {
-            return rendered(write);
+            return lines;
         }
         const ifdsweep::Descriptor rows = ifdsweep::makeTemporaryFile();
-        ifdsweep::FileDescriptorSink(rows.get()).write(rendered(write));
+        ifdsweep::FileDescriptorSink(rows.get()).write(lines);
         return rendered(
             [&](ifdsweep::Output& output) { ifdsweep::assembleCsv(rows.get(), output); });
     }
@@ -133,12 +125,8 @@ TEST_F(Csv, OnATerminalCellsShowWhatTheyHold) {
     setField(outcome.result, 0, "Artist",
              rendering::cells(rendering::text(u"one\r\ntwo, \"x\" \\"), rendering::text(u"\x9D")));
     setField(outcome.result, 0, "Bytes", rendering::bytes({0, 9, 255}));
-    const std::string shown = rendered([&](ifdsweep::Output& output) {
-        ifdsweep::CsvWriter writer(output, settings);
-        writer.begin();
-        writer.write(outcome);
-        writer.end();
-    });
+    const std::string shown =
+        rendering::written(ifdsweep::Format::csv, std::span(&outcome, 1), settings);
     EXPECT_EQ(shown,
               "File,Directory,Artist,Bytes\r\n"
               R"(a\x1b[2J\n\xff.tif,0,"one\r\ntwo, ""x"" \\, \u009d",AAn/)"

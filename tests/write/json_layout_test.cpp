@@ -7,7 +7,6 @@
 #include <nlohmann/json.hpp>
 
 #include "write/indenting_sink.h"
-#include "write/json_writer.h"
 #include "write/rendering.h"
 
 namespace {
@@ -57,27 +56,25 @@ ifdsweep::Outcome outcomeOf(const char* file) {
     return outcome;
 }
 
-template <class Writer, class... Arguments>
-std::string written(int files, Arguments... arguments) {
-    return rendered([&](ifdsweep::Output& output) {
-        Writer writer(output, arguments...);
-        writer.begin();
-        for (int file = 0; file < files; ++file) {
-            writer.write(outcomeOf("f.tif"));
-        }
-        writer.end();
-    });
+std::string written(ifdsweep::Format format, int files, ifdsweep::JsonLayout layout = {}) {
+    std::vector<ifdsweep::Outcome> outcomes;
+    for (int file = 0; file < files; ++file) {
+        outcomes.push_back(outcomeOf("f.tif"));
+    }
+    ifdsweep::WriterSettings settings;
+    settings.layout = layout;
+    return rendering::written(format, outcomes, settings);
 }
 
 TEST(JsonLayout, AllLayoutsSayTheSame) {
     ifdsweep::Host host;
     const ifdsweep::Host::Scope scope(host);
     for (const int files : {0, 1, 2, 3}) {
-        const auto pretty = written<ifdsweep::JsonWriter>(files, ifdsweep::JsonLayout::pretty);
-        const auto compact = written<ifdsweep::JsonWriter>(files, ifdsweep::JsonLayout::compact);
+        const auto pretty = written(ifdsweep::Format::json, files, ifdsweep::JsonLayout::pretty);
+        const auto compact = written(ifdsweep::Format::json, files, ifdsweep::JsonLayout::compact);
         const auto perLine =
-            written<ifdsweep::JsonWriter>(files, ifdsweep::JsonLayout::filePerLine);
-        const auto lines = written<ifdsweep::LineWriter>(files);
+            written(ifdsweep::Format::json, files, ifdsweep::JsonLayout::filePerLine);
+        const auto lines = written(ifdsweep::Format::ndjson, files);
         const json value = json::parse(perLine);
         ASSERT_EQ(value.size(), static_cast<std::size_t>(files));
         EXPECT_EQ(json::parse(pretty), value);

@@ -15,6 +15,8 @@
 #include "ifdsweep/qx.h"
 #include "io/output.h"
 #include "values/value.h"
+#include "write/framer.h"
+#include "write/result_writer.h"
 
 namespace rendering {
 
@@ -30,6 +32,22 @@ std::string rendered(Append&& append) {
     append(output);
     output.flush();
     return sink.text;
+}
+
+/// Outcomes of files as a run puts them together.
+template <class Outcomes>
+std::string written(ifdsweep::Format format, const Outcomes& outcomes,
+                    const ifdsweep::WriterSettings& settings = {},
+                    ifdsweep::Colour colour = ifdsweep::Colour::off) {
+    return rendered([&](ifdsweep::Output& output) {
+        const auto writer = ifdsweep::makeResultWriter(format, output, colour, settings);
+        ifdsweep::Framer framer(output, ifdsweep::frameOf(format, settings));
+        framer.begin();
+        for (const ifdsweep::Outcome& outcome : outcomes) {
+            framer.add(writer->shows(outcome), [&] { writer->writeFile(outcome); });
+        }
+        framer.end();
+    });
 }
 
 using Dimensions = std::array<std::size_t, 2>;

@@ -1,16 +1,17 @@
 // The three formats on values built by hand: every class and shape, empty and not finite.
 
 #include <cmath>
+#include <span>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
 #include "read/messages.h"
-#include "write/json_writer.h"
+#include "write/natural_json.h"
 #include "write/rendering.h"
 #include "write/text_value.h"
-#include "write/text_writer.h"
 #include "write/typed_writer.h"
 
 namespace {
@@ -46,14 +47,9 @@ std::string shown(const ifdsweep::ValueHandle& value, const ifdsweep::TextLimits
     });
 }
 
-template <class Writer, class... Arguments>
-std::string written(const ifdsweep::Outcome& outcome, Arguments... arguments) {
-    return rendered([&](ifdsweep::Output& output) {
-        Writer writer(output, arguments...);
-        writer.begin();
-        writer.write(outcome);
-        writer.end();
-    });
+std::string written(ifdsweep::Format format, const ifdsweep::Outcome& outcome,
+                    ifdsweep::Colour colour = ifdsweep::Colour::off) {
+    return rendering::written(format, std::span(&outcome, 1), {}, colour);
 }
 
 TEST_F(Writers, Numbers) {
@@ -221,7 +217,7 @@ ifdsweep::Outcome failedOutcome() {
 
 TEST_F(Writers, TypedLineOfAFile) {
     EXPECT_EQ(
-        written<ifdsweep::TypedWriter>(goodOutcome()),
+        written(ifdsweep::Format::typed, goodOutcome()),
         R"({"file":"a\udcff.tif","arguments":{"initialOffset":12,"firstIfdIndex":0,)"
         R"("maxIfdCount":"Infinity"},"result":{"class":"struct","size":[1,1],)"
         R"("fields":["Format","Width","UnknownTags"],"data":[[)"
@@ -236,7 +232,7 @@ TEST_F(Writers, TypedLineOfAFile) {
 }
 
 TEST_F(Writers, TypedLineOfAFailure) {
-    EXPECT_EQ(written<ifdsweep::TypedWriter>(failedOutcome()),
+    EXPECT_EQ(written(ifdsweep::Format::typed, failedOutcome()),
               R"({"file":"b.jpg","arguments":{"initialOffset":0,"firstIfdIndex":0,)"
               R"("maxIfdCount":0},"result":null,"warnings":[],)"
               R"("error":{"id":"ifdsweep:noExifSegment","arguments":[20]}})"
@@ -244,7 +240,7 @@ TEST_F(Writers, TypedLineOfAFailure) {
 }
 
 TEST_F(Writers, NaturalObjectOfAFile) {
-    const json files = json::parse(written<ifdsweep::JsonWriter>(goodOutcome()));
+    const json files = json::parse(written(ifdsweep::Format::json, goodOutcome()));
     ASSERT_EQ(files.size(), 1U);
     EXPECT_EQ(files[0]["file"], "a\uFFFD.tif");
     EXPECT_EQ(files[0]["records"],
@@ -258,7 +254,7 @@ TEST_F(Writers, NaturalObjectOfAFile) {
 }
 
 TEST_F(Writers, NaturalObjectOfAFailure) {
-    const json files = json::parse(written<ifdsweep::JsonWriter>(failedOutcome()));
+    const json files = json::parse(written(ifdsweep::Format::json, failedOutcome()));
     EXPECT_EQ(files[0]["records"], json::array());
     EXPECT_EQ(files[0]["error"]["id"], "ifdsweep:noExifSegment");
     EXPECT_EQ(files[0]["error"]["arguments"], json::array({20}));
@@ -266,20 +262,15 @@ TEST_F(Writers, NaturalObjectOfAFailure) {
 }
 
 TEST_F(Writers, OneArrayForAllFiles) {
-    const std::string none = rendered([](ifdsweep::Output& output) {
-        ifdsweep::JsonWriter writer(output);
-        writer.begin();
-        writer.end();
-    });
-    EXPECT_EQ(json::parse(none), json::array());
-    const std::string two = rendered([](ifdsweep::Output& output) {
-        ifdsweep::JsonWriter writer(output);
-        writer.begin();
-        writer.write(failedOutcome());
-        writer.write(failedOutcome());
-        writer.end();
-    });
-    EXPECT_EQ(json::parse(two).size(), 2U);
+    const auto array = [](std::size_t files) {
+        std::vector<ifdsweep::Outcome> outcomes;
+        while (outcomes.size() < files) {
+            outcomes.push_back(failedOutcome());
+        }
+        return json::parse(rendering::written(ifdsweep::Format::json, outcomes));
+    };
+    EXPECT_EQ(array(0), json::array());
+    EXPECT_EQ(array(2).size(), 2U);
 }
 
 TEST_F(Writers, TextOfAFile) {
@@ -291,15 +282,15 @@ TEST_F(Writers, TextOfAFile) {
     UnknownTags
       50000 (0xc350)  offset 99  value x\x1b
   warning: )";
-    const std::string text = written<ifdsweep::TextWriter>(goodOutcome(), ifdsweep::Colour::off);
+    const std::string text = written(ifdsweep::Format::text, goodOutcome(), ifdsweep::Colour::off);
     EXPECT_EQ(text.substr(0, expectedStart.size()), expectedStart);
     EXPECT_NE(text.find(std::string("(") + kExpectedTagDataFormat + ")\n"), std::string::npos);
 }
 
 TEST_F(Writers, TextIsColouredOnlyOnDemand) {
-    EXPECT_EQ(written<ifdsweep::TextWriter>(goodOutcome(), ifdsweep::Colour::off).find('\x1b'),
+    EXPECT_EQ(written(ifdsweep::Format::text, goodOutcome(), ifdsweep::Colour::off).find('\x1b'),
               std::string::npos);
-    EXPECT_EQ(written<ifdsweep::TextWriter>(goodOutcome(), ifdsweep::Colour::on)
+    EXPECT_EQ(written(ifdsweep::Format::text, goodOutcome(), ifdsweep::Colour::on)
                   .find("\x1b[1ma\\xff.tif\x1b[0m\n"),
               0U);
 }
@@ -308,17 +299,17 @@ TEST_F(Writers, TextOfAFileWithoutDirectories) {
     ifdsweep::Outcome outcome;
     outcome.file = "empty.tif";
     outcome.result = noRecords();
-    EXPECT_EQ(written<ifdsweep::TextWriter>(outcome, ifdsweep::Colour::off),
+    EXPECT_EQ(written(ifdsweep::Format::text, outcome, ifdsweep::Colour::off),
               "empty.tif\n  no directories\n");
-    EXPECT_EQ(json::parse(written<ifdsweep::JsonWriter>(outcome))[0]["records"], json::array());
+    EXPECT_EQ(json::parse(written(ifdsweep::Format::json, outcome))[0]["records"], json::array());
 }
 
 TEST_F(Writers, TextOfAFailureIsItsWarnings) {
-    EXPECT_EQ(written<ifdsweep::TextWriter>(failedOutcome(), ifdsweep::Colour::off), "");
+    EXPECT_EQ(written(ifdsweep::Format::text, failedOutcome(), ifdsweep::Colour::off), "");
     ifdsweep::Outcome outcome = failedOutcome();
     outcome.warnings = goodOutcome().warnings;
     EXPECT_EQ(
-        written<ifdsweep::TextWriter>(outcome, ifdsweep::Colour::off).find("b.jpg\n  warning: "),
+        written(ifdsweep::Format::text, outcome, ifdsweep::Colour::off).find("b.jpg\n  warning: "),
         0U);
 }
 
@@ -334,7 +325,7 @@ TEST_F(Writers, TextIndentsNestedDirectories) {
     setField(outcome.result, 0, "SubIFDs", rendering::cells(std::move(first)));
     setField(outcome.result, 0, "DigitalCamera", std::move(leaf));
     setField(outcome.result, 0, "Artist", rendering::text(u"me"));
-    EXPECT_EQ(written<ifdsweep::TextWriter>(outcome, ifdsweep::Colour::off), R"(n.tif
+    EXPECT_EQ(written(ifdsweep::Format::text, outcome, ifdsweep::Colour::off), R"(n.tif
 
   Directory 0
     Artist  me

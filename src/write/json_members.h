@@ -1,9 +1,8 @@
 #pragma once
 
-// JSON parts that every JSON format shares: lists, numbers, messages. Templates over an Output of
-// the caller; any thread.
+// JSON members that the natural and the typed form share: lists and messages. Templates over an
+// Output of the caller, which throw its OutputError; any thread.
 
-#include <cmath>
 #include <cstddef>
 #include <cstdint>
 
@@ -11,7 +10,7 @@
 #include "io/output.h"
 #include "read/read_file.h"
 #include "text/json_text.h"
-#include "text/number_text.h"
+#include "write/number_output.h"
 
 namespace ifdsweep {
 
@@ -33,21 +32,6 @@ void appendJsonArray(Output& output, std::size_t count, AppendElement&& appendEl
     output.append('[');
     appendCommaList(output, count, appendElement);
     output.append(']');
-}
-
-/// Appends an integer.
-inline void appendInteger(Output& output, std::int64_t value) {
-    output.commit(formatInteger(output.reserve(kNumberRoom), value));
-}
-
-/// Appends a number, and for one that is not finite what `appendNonFinite` makes of it.
-template <class AppendNonFinite>
-void appendNumber(Output& output, double value, AppendNonFinite&& appendNonFinite) {
-    if (std::isfinite(value)) {
-        output.commit(formatFinite(output.reserve(kNumberRoom), value));
-    } else {
-        appendNonFinite(value);
-    }
 }
 
 /// Appends the members "id" and "arguments" of a message, without braces. An integer is written

@@ -1,0 +1,25 @@
+#pragma once
+
+// Writer settings: what a command line's choice of output means to the formats. Plain values and a
+// pure function; any thread.
+
+#include <string>
+#include <vector>
+
+#include "write/output_choice.h"
+#include "write/text_value.h"
+
+namespace ifdsweep {
+
+struct WriterSettings {
+    JsonLayout layout = JsonLayout::filePerLine;
+    TextLimits limits;
+    bool nestedRows = false;
+    std::vector<std::string> columns;  ///< of CSV; empty: all fields that occur
+    bool toTerminal = false;           ///< JSON and CSV show hidden characters
+};
+
+/// The settings that a command line asks for.
+[[nodiscard]] WriterSettings writerSettings(const OutputChoice& choice);
+
+}  // namespace ifdsweep
