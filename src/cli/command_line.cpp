@@ -40,6 +40,8 @@ std::optional<std::uint64_t> parseByteCount(std::string_view text) {
                                                                     : std::nullopt;
 }
 
+constexpr std::string_view kHelpOption = "--help";
+
 /// Adds options to the parser with the help of their rows. Most runs name one or two of them: an
 /// option that the arguments do not begin to name is left out, unless the help shows them all.
 class OptionBinder {
@@ -48,7 +50,8 @@ public:
         : command(parsedCommand) {
         std::copy_if(arguments.begin(), arguments.end(), std::back_inserter(dashed),
                      [](std::string_view argument) { return argument.starts_with('-'); });
-        showsAll = mentions("-h") || mentions("--help");
+        const OptionRow& help = optionRow(kHelpOption);
+        showsAll = mentions(help.shortName) || mentions(help.name);
     }
 
     /// An option whose value is stored by `store`, which says whether it took the text.
@@ -65,7 +68,7 @@ public:
                     throw CLI::ValidationError(name, "expected " + expected + ", got " + text);
                 }
             },
-            std::string(row.help));
+            helpText(row));
         option->type_name(std::string(row.placeholder))->trigger_on_parse();
         option->group(std::string(row.group));
     }
@@ -92,7 +95,7 @@ public:
             return;
         }
         const OptionRow& row = optionRow(name);
-        CLI::Option* option = command.add_flag_callback(name, act, std::string(row.help));
+        CLI::Option* option = command.add_flag_callback(name, act, helpText(row));
         option->group(std::string(row.group));
     }
 
@@ -350,8 +353,10 @@ CommandLine parseCommandLine(int argumentCount, const char* const* arguments) {
     addMessageOptions(bind, result.options);
     addRunOptions(bind, result.options.workers, result.options.run);
     addHelpOptions(bind, information);
-    command.set_help_flag("-h,--help", std::string(optionRow("--help").help))
-        ->group(std::string(optionRow("--help").group));
+    const OptionRow& help = optionRow(kHelpOption);
+    command
+        .set_help_flag(std::string(help.shortName) + ',' + std::string(help.name), helpText(help))
+        ->group(std::string(help.group));
     command.add_option("PATH", result.options.input.paths, "files and folders to read")
         ->type_name("")
         ->option_text("...");
@@ -367,7 +372,7 @@ CommandLine parseCommandLine(int argumentCount, const char* const* arguments) {
             complain(std::move(complaint));
         }
     } catch (const CLI::CallForHelp&) {
-        command.footer(std::string(kFooter));
+        command.footer(helpFooter());
         command.get_formatter()->column_width(26);
         print(command.help());
     } catch (const CLI::Error& error) {

@@ -15,45 +15,59 @@ constexpr std::string_view kMessages = "Warnings and failures";
 constexpr std::string_view kRun = "Many files";
 constexpr std::string_view kHelp = "Help";
 
+constexpr OptionWord kFormatWords[]{{"text", "for reading (default)"},
+                                    {"json", "an array with an object per file, natural values"},
+                                    {"ndjson", "the same objects, one per line"},
+                                    {"typed",
+                                     "a line of JSON per file, with the class and size\n"
+                                     "of every value"},
+                                    {"csv", "a row per directory (RFC 4180)"}};
+constexpr OptionWord kDetailWords[]{{"each"}, {"count"}, {"none"}};
+constexpr OptionWord kUnlimited[]{{"unlimited"}};
+constexpr OptionWord kAll[]{{"all"}};
+constexpr std::span<const OptionWord> kNoWords;
+
+constexpr bool kRepeatable = true;
+
 // clang-format off
 constexpr std::array kOptions{
-    OptionRow{"--no-recursive", "", "do not go down into the folders of a folder", kInput, ValueCompletion::none, ""},
-    OptionRow{"--include", "GLOB", "of the files found in folders, only those whose name\nmatches (the whole path if GLOB has a slash); repeatable", kInput, ValueCompletion::other, ""},
-    OptionRow{"--exclude", "GLOB", "leave out files and folders whose name matches;\nrepeatable", kInput, ValueCompletion::other, ""},
-    OptionRow{"--all", "", "try every file of a folder, not only those that begin\nas TIFF, BigTIFF or JPEG with Exif", kInput, ValueCompletion::none, ""},
-    OptionRow{"--follow", "", "follow symbolic links to folders; no folder is walked\ntwice", kInput, ValueCompletion::none, ""},
-    OptionRow{"--files-from", "FILE", "read more paths from FILE, one per line; - is the\nstandard input", kInput, ValueCompletion::file, ""},
-    OptionRow{"--null", "", "the paths of --files-from and --failures end with NUL", kInput, ValueCompletion::none, ""},
+    OptionRow{"--no-recursive", "", "do not go down into the folders of a folder", kInput, ValueCompletion::none},
+    OptionRow{"--include", "GLOB", "of the files found in folders, only those whose name\nmatches (the whole path if GLOB has a slash); repeatable", kInput, ValueCompletion::other, kNoWords, kRepeatable},
+    OptionRow{"--exclude", "GLOB", "leave out files and folders whose name matches;\nrepeatable", kInput, ValueCompletion::other, kNoWords, kRepeatable},
+    OptionRow{"--all", "", "try every file of a folder, not only those that begin\nas TIFF, BigTIFF or JPEG with Exif", kInput, ValueCompletion::none},
+    OptionRow{"--follow", "", "follow symbolic links to folders; no folder is walked\ntwice", kInput, ValueCompletion::none},
+    OptionRow{"--files-from", "FILE", "read more paths from FILE, one per line; - is the\nstandard input", kInput, ValueCompletion::file},
+    OptionRow{"--null", "", "the paths of --files-from and --failures end with NUL", kInput, ValueCompletion::none},
 
-    OptionRow{"--offset", "N", "byte position of the TIFF stream in the file\n(default: 0; in a JPEG file, that of its Exif data)", kRead, ValueCompletion::other, ""},
-    OptionRow{"--first", "N", "directories of the primary chain to skip (default: 0)", kRead, ValueCompletion::other, ""},
-    OptionRow{"--max", "N", "most directories of the primary chain to read\n(default: 0, no limit)", kRead, ValueCompletion::other, ""},
-    OptionRow{"--read-budget", "BYTES", "bytes that may be read of each file, with 64 for every\njump, or \"unlimited\" (default: 256 KiB and 8 times the\nfile's size)", kRead, ValueCompletion::words, "unlimited"},
-    OptionRow{"--value-budget", "BYTES", "bytes that each file's values and warnings may come to,\nor \"unlimited\" (default: 64 MiB and 32 times the\nfile's size)", kRead, ValueCompletion::words, "unlimited"},
+    OptionRow{"--offset", "N", "byte position of the TIFF stream in the file\n(default: 0; in a JPEG file, that of its Exif data)", kRead, ValueCompletion::other},
+    OptionRow{"--first", "N", "directories of the primary chain to skip (default: 0)", kRead, ValueCompletion::other},
+    OptionRow{"--max", "N", "most directories of the primary chain to read\n(default: 0, no limit)", kRead, ValueCompletion::other},
+    OptionRow{"--read-budget", "BYTES", "bytes that may be read of each file, with 64 for every\njump, or \"unlimited\" (default: 256 KiB and 8 times the\nfile's size)", kRead, ValueCompletion::words, kUnlimited},
+    OptionRow{"--value-budget", "BYTES", "bytes that each file's values and warnings may come to,\nor \"unlimited\" (default: 64 MiB and 32 times the\nfile's size)", kRead, ValueCompletion::words, kUnlimited},
 
-    OptionRow{"--format", "FORMAT", "text: for reading (default)\njson: an array with an object per file, natural values\nndjson: the same objects, one per line\ntyped: a line of JSON per file, with the class and size\nof every value\ncsv: a row per directory (RFC 4180)", kOutput, ValueCompletion::words, "text json ndjson typed csv"},
-    OptionRow{"--output", "FILE", "write to FILE, which appears when it is whole", kOutput, ValueCompletion::file, ""},
-    OptionRow{"--tags", "NAME,...", "only these fields, in this order: names, numbers (270,\n0x10e) or patterns (GPS*), in nested records too", kOutput, ValueCompletion::tag, ""},
-    OptionRow{"--nested", "", "csv: a row for each nested directory too", kOutput, ValueCompletion::none, ""},
-    OptionRow{"--shorten", "N", "text: show N values of an array, 16 N characters of a\ntext, or \"all\" (default: 16)", kOutput, ValueCompletion::words, "all"},
-    OptionRow{"--compact", "", "json: without line ends", kOutput, ValueCompletion::none, ""},
-    OptionRow{"--pretty", "", "json: indented", kOutput, ValueCompletion::none, ""},
+    OptionRow{"--format", "FORMAT", "", kOutput, ValueCompletion::words, kFormatWords},
+    OptionRow{"--output", "FILE", "write to FILE, which appears when it is whole", kOutput, ValueCompletion::file},
+    OptionRow{"--tags", "NAME,...", "only these fields, in this order: names, numbers (270,\n0x10e) or patterns (GPS*), in nested records too", kOutput, ValueCompletion::tag, kNoWords, kRepeatable},
+    OptionRow{"--nested", "", "csv: a row for each nested directory too", kOutput, ValueCompletion::none},
+    OptionRow{"--shorten", "N", "text: show N values of an array, 16 N characters of a\ntext, or \"all\" (default: 16)", kOutput, ValueCompletion::words, kAll},
+    OptionRow{"--compact", "", "json: without line ends", kOutput, ValueCompletion::none},
+    OptionRow{"--pretty", "", "json: indented", kOutput, ValueCompletion::none},
 
-    OptionRow{"--warnings", "DETAIL", "each: every warning (default), count: how many of each\nkind, none", kMessages, ValueCompletion::words, "each count none"},
-    OptionRow{"--ignore", "ID", "leave out warnings of this id, short or full;\nrepeatable", kMessages, ValueCompletion::message, ""},
-    OptionRow{"--strict", "", "exit status 3 when a warning was given that is not\nignored", kMessages, ValueCompletion::none, ""},
-    OptionRow{"--failures", "FILE", "write the paths that failed, with the reasons, to FILE,\nfor --files-from", kMessages, ValueCompletion::file, ""},
+    OptionRow{"--warnings", "DETAIL", "each: every warning (default), count: how many of each\nkind, none", kMessages, ValueCompletion::words, kDetailWords},
+    OptionRow{"--ignore", "ID", "leave out warnings of this id, short or full;\nrepeatable", kMessages, ValueCompletion::message, kNoWords, kRepeatable},
+    OptionRow{"--strict", "", "exit status 3 when a warning was given that is not\nignored", kMessages, ValueCompletion::none},
+    OptionRow{"--failures", "FILE", "write the paths that failed, with the reasons, to FILE,\nfor --files-from", kMessages, ValueCompletion::file},
 
-    OptionRow{"--jobs", "N", "worker processes (default: as many as there are cores)", kRun, ValueCompletion::other, ""},
-    OptionRow{"--timeout", "SECONDS", "most time for one file (default: 600)", kRun, ValueCompletion::other, ""},
-    OptionRow{"--memory", "BYTES", "most memory for one file (default: 8 GiB, less where the\nmachine has less for each worker)", kRun, ValueCompletion::other, ""},
-    OptionRow{"--resume", "FILE", "keep a journal in FILE; the same run started again with\nit leaves out what is finished and unchanged; another\nrun is refused", kRun, ValueCompletion::file, ""},
-    OptionRow{"--no-progress", "", "show no progress on a terminal", kRun, ValueCompletion::none, ""},
+    OptionRow{"--jobs", "N", "worker processes (default: as many as there are cores)", kRun, ValueCompletion::other},
+    OptionRow{"--timeout", "SECONDS", "most time for one file (default: 600)", kRun, ValueCompletion::other},
+    OptionRow{"--memory", "BYTES", "most memory for one file (default: 8 GiB, less where the\nmachine has less for each worker)", kRun, ValueCompletion::other},
+    OptionRow{"--resume", "FILE", "keep a journal in FILE; the same run started again with\nit leaves out what is finished and unchanged; another\nrun is refused", kRun, ValueCompletion::file},
+    OptionRow{"--no-progress", "", "show no progress on a terminal", kRun, ValueCompletion::none},
 
-    OptionRow{"--list-tags", "", "print every name for --tags, with number and dictionary", kHelp, ValueCompletion::none, ""},
-    OptionRow{"--explain", "ID", "print what a message means and what to do", kHelp, ValueCompletion::message, ""},
-    OptionRow{"--help", "", "print this help", kHelp, ValueCompletion::none, ""},
-    OptionRow{"--version", "", "print the version", kHelp, ValueCompletion::none, ""},
+    OptionRow{"--list-tags", "", "print every name for --tags, with number and dictionary", kHelp, ValueCompletion::none},
+    OptionRow{"--explain", "ID", "print what a message means and what to do", kHelp, ValueCompletion::message},
+    OptionRow{"--help", "", "print this help", kHelp, ValueCompletion::none, kNoWords, !kRepeatable, "-h"},
+    OptionRow{"--version", "", "print the version", kHelp, ValueCompletion::none},
 };
 // clang-format on
 
@@ -72,6 +86,16 @@ const OptionRow& optionRow(std::string_view name) {
     return *row;
 }
 
+std::string helpText(const OptionRow& row) {
+    std::string text(row.help);
+    for (const OptionWord& word : row.words) {
+        if (!word.help.empty()) {
+            text.append(text.empty() ? "" : "\n").append(word.word).append(": ").append(word.help);
+        }
+    }
+    return text;
+}
+
 constexpr std::string_view kDescriptionText =
     "Reads every tag of every directory of TIFF, BigTIFF and JPEG (Exif) files and prints the\n"
     "records: all fields by name, nested Exif, GPS, Interoperability and SubIFDs directories, and\n"
@@ -79,21 +103,30 @@ constexpr std::string_view kDescriptionText =
     "are searched for such files; - is one image from the standard input.";
 constinit const std::string_view kDescription = kDescriptionText;
 
-constexpr std::string_view kFooterText =
+constexpr std::string_view kJpegNoteText =
     "In a JPEG file, the directories are those of its Exif segment; a JPEG file without one\n"
-    "cannot be read (ifdsweep:noExifSegment, ifdsweep:badJpegSegment).\n"
-    "\n"
-    "Exit status: 0 all files were read, 1 some file could not be read (the others still are) or\n"
+    "cannot be read (ifdsweep:noExifSegment, ifdsweep:badJpegSegment).";
+constinit const std::string_view kJpegNote = kJpegNoteText;
+
+constexpr std::string_view kExitStatusText =
+    "0 all files were read, 1 some file could not be read (the others still are) or\n"
     "the output failed, 2 wrong usage, 3 a warning was given and --strict, 130 interrupted\n"
-    "(129 hung up, 143 terminated), 141 the reader of the output has gone.\n"
-    "\n"
-    "Examples:\n"
+    "(129 hung up, 143 terminated), 141 the reader of the output has gone.";
+constinit const std::string_view kExitStatusNote = kExitStatusText;
+
+constexpr std::string_view kExamplesText =
     "  ifdsweep photo.jpg scan.tif              every tag, for reading\n"
     "  ifdsweep --max 1 slide.tif               the first directory alone\n"
     "  ifdsweep --format json *.tif | jq '.[].records[0].Width'\n"
     "  ifdsweep --format csv --tags Make,Model,DateTime --output table.csv archive/\n";
-constinit const std::string_view kFooter = kFooterText;
+constinit const std::string_view kExamples = kExamplesText;
 
 constinit const std::string_view kVersionText = "ifdsweep " IFDSWEEP_VERSION;
+
+std::string helpFooter() {
+    std::string text(kJpegNote);
+    text.append("\n\nExit status: ").append(kExitStatusNote);
+    return text.append("\n\nExamples:\n").append(kExamples);
+}
 
 }  // namespace ifdsweep

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <span>
+#include <string>
 #include <string_view>
 
 namespace ifdsweep {
@@ -12,13 +13,21 @@ namespace ifdsweep {
 /// What completes the value of an option in a shell.
 enum class ValueCompletion : std::uint8_t { none, words, file, tag, message, other };
 
+/// A value that an option names.
+struct OptionWord {
+    std::string_view word;
+    std::string_view help{};  ///< one or more lines; empty where the help of the option tells
+};
+
 struct OptionRow {
     std::string_view name;         ///< with its dashes
     std::string_view placeholder;  ///< of the value; empty when the option takes none
-    std::string_view help;         ///< one or more lines
+    std::string_view help;         ///< one or more lines, before those of the words
     std::string_view group;
     ValueCompletion value;
-    std::string_view words;  ///< the values, between spaces, of `ValueCompletion::words`
+    std::span<const OptionWord> words{};  ///< the values of `ValueCompletion::words`
+    bool isRepeatable = false;            ///< each adds to what was given before
+    std::string_view shortName{};         ///< with its dash
 };
 
 /// Every option, group by group.
@@ -27,9 +36,17 @@ struct OptionRow {
 /// The row of an option, which must be in the table.
 [[nodiscard]] const OptionRow& optionRow(std::string_view name);
 
-/// The parts of the help around the options.
+/// The whole help of an option, with its lines.
+[[nodiscard]] std::string helpText(const OptionRow& row);
+
+/// The texts of the help around the options.
 extern const std::string_view kDescription;
-extern const std::string_view kFooter;
+extern const std::string_view kJpegNote;
+extern const std::string_view kExitStatusNote;
+extern const std::string_view kExamples;
 extern const std::string_view kVersionText;
+
+/// What stands below the options: the note on JPEG files, the exit status and the examples.
+[[nodiscard]] std::string helpFooter();
 
 }  // namespace ifdsweep

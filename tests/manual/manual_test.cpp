@@ -91,14 +91,10 @@ TEST(ManualPage, ShowsEveryOptionWithItsHelp) {
 
 TEST(ManualPage, ShowsTheTextsAroundTheOptions) {
     expectInManual(kDescription);
-    for (const std::string_view paragraph : ifdsweep::manual::split(kFooter, "\n\n")) {
-        for (const std::string_view line : ifdsweep::manual::split(paragraph, "\n")) {
-            const bool isHeading = line == "Examples:";
-            const std::string_view exitStatus = "Exit status: ";
-            expectInManual(isHeading                      ? "EXAMPLES"
-                           : line.starts_with(exitStatus) ? line.substr(exitStatus.size())
-                                                          : line);
-        }
+    expectInManual(kJpegNote);
+    expectInManual(kExitStatusNote);
+    for (const std::string_view line : ifdsweep::manual::split(kExamples, "\n")) {
+        expectInManual(line);
     }
 }
 
@@ -137,11 +133,13 @@ TEST(OptionTexts, SplitAtSeparators) {
 }
 
 TEST(OptionTexts, BeginAParagraphForEachWord) {
-    const OptionRow row{"--way",  "WAY", "up: to\nthe top\ndown: to it", "", ValueCompletion::words,
-                        "up down"};
+    constexpr OptionWord kWords[]{{"up", "to\nthe top"}, {"down", "to it"}, {"on"}};
+    const OptionRow row{"--way", "WAY", "where\nto go", "", ValueCompletion::words, kWords};
+    EXPECT_EQ(helpText(row), "where\nto go\nup: to\nthe top\ndown: to it");
+    EXPECT_EQ(ifdsweep::manual::wordList(row), "up down on");
     EXPECT_EQ(ifdsweep::manual::helpParagraphs(row),
-              (std::vector<std::string>{"up: to the top", "down: to it"}));
-    EXPECT_EQ(ifdsweep::manual::helpLine(row), "up: to the top; down: to it");
+              (std::vector<std::string>{"where to go", "up: to the top", "down: to it"}));
+    EXPECT_EQ(ifdsweep::manual::helpLine(row), "where to go; up: to the top; down: to it");
 }
 
 TEST(OptionTexts, QuoteForTheShell) {
@@ -151,9 +149,10 @@ TEST(OptionTexts, QuoteForTheShell) {
 TEST(OptionTexts, KnowWhichOptionsRepeat) {
     std::vector<std::string_view> names;
     for (const OptionRow& row : optionTable()) {
-        if (ifdsweep::manual::isRepeatable(row)) {
+        if (row.isRepeatable) {
             names.push_back(row.name);
         }
+        EXPECT_TRUE(row.isRepeatable || row.help.find("repeatable") == std::string_view::npos);
     }
     EXPECT_EQ(names,
               (std::vector<std::string_view>{"--include", "--exclude", "--tags", "--ignore"}));
@@ -234,7 +233,7 @@ TEST(CompletionWords, NeedNoQuotes) {
         EXPECT_TRUE(isPlain(name)) << name;
     }
     for (const OptionRow& row : optionTable()) {
-        for (const std::string_view word : ifdsweep::manual::wordsOf(row)) {
+        for (const auto& [word, help] : row.words) {
             EXPECT_TRUE(isPlain(word)) << word;
         }
     }

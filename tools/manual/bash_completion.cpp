@@ -63,7 +63,7 @@ std::string wordsFrom(std::string_view list) {
 std::string action(const OptionRow& row) {
     switch (row.value) {
         case ValueCompletion::words:
-            return wordsFrom(shellQuoted(row.words));
+            return wordsFrom(shellQuoted(wordList(row)));
         case ValueCompletion::tag:
             return std::string(kListItem);
         case ValueCompletion::message:

@@ -16,7 +16,7 @@ std::string quoted(std::string_view text) {
 std::string valueSwitches(const OptionRow& row) {
     switch (row.value) {
         case ValueCompletion::words:
-            return " -x -a " + quoted(row.words);
+            return " -x -a " + quoted(wordList(row));
         case ValueCompletion::tag:
             return " -x -a '(__ifdsweep_tags)'";
         case ValueCompletion::message:
@@ -39,7 +39,7 @@ std::string fishCompletion() {
     for (const std::string_view name : tagNames()) {
         text.append(" \\\n        ").append(name);
     }
-    // The names stand behind what was typed up to the last comma.
+    // The names stand after what was typed up to the last comma.
     text +=
         "\n    set -l before (commandline -ct | string replace -r '^--tags=' '' |"
         " string replace -r '[^,]*$' '')\n"

@@ -1,7 +1,6 @@
 #include "manual/manual_page.h"
 
 #include <algorithm>
-#include <stdexcept>
 #include <utility>
 #include <vector>
 
@@ -9,9 +8,6 @@
 
 namespace ifdsweep::manual {
 namespace {
-
-constexpr std::string_view kExitStatus = "Exit status: ";
-constexpr std::string_view kExamples = "Examples:\n";
 
 constexpr std::pair<std::string_view, std::string_view> kEnvironment[]{
     {"NO_COLOR", "When set and not empty, the text format shows no colours."},
@@ -27,16 +23,6 @@ std::string bold(std::string_view text) {
 
 std::string italic(std::string_view text) {
     return "\\fI" + roffText(text) + "\\fP";
-}
-
-/// The paragraph of the help's footer that begins with a heading, without it.
-std::string_view footerPart(std::string_view heading) {
-    for (const std::string_view paragraph : split(kFooter, "\n\n")) {
-        if (paragraph.starts_with(heading)) {
-            return paragraph.substr(heading.size());
-        }
-    }
-    throw std::logic_error("the help has no paragraph " + std::string(heading));
 }
 
 class Page {
@@ -85,7 +71,7 @@ void addOptions(Page& page) {
             group = row.group;
             page.subsection(group);
         }
-        const std::string shortForm = row.name == "--help" ? bold("-h") + ", " : "";
+        const std::string shortForm = row.shortName.empty() ? "" : bold(row.shortName) + ", ";
         page.term(shortForm + bold(row.name) +
                       (row.placeholder.empty() ? "" : ' ' + italic(row.placeholder)),
                   helpParagraphs(row));
@@ -135,12 +121,12 @@ std::string manualPage() {
 
     page.section("DESCRIPTION");
     page.paragraph(kDescription);
-    page.paragraph(split(kFooter, "\n\n").front());
+    page.paragraph(kJpegNote);
     addOptions(page);
     addMessages(page);
 
     page.section("EXIT STATUS");
-    page.paragraph(footerPart(kExitStatus));
+    page.paragraph(kExitStatusNote);
     page.section("ENVIRONMENT");
     for (const auto& [name, meaning] : kEnvironment) {
         page.term(bold(name), {std::string(meaning)});
@@ -148,7 +134,7 @@ std::string manualPage() {
     page.section("FILES");
     page.paragraph("There are no configuration files, and no file that is read is ever changed.");
     page.section("EXAMPLES");
-    page.asItStands(footerPart(kExamples));
+    page.asItStands(kExamples);
     page.paragraph("docs/cookbook.md in the documentation folder answers twenty questions.");
     page.section("SEE ALSO");
     page.line(".BR jq (1),\n.BR tiffinfo (1)");

@@ -7,42 +7,44 @@
 namespace ifdsweep::manual {
 
 std::vector<std::string_view> split(std::string_view text, std::string_view separator) {
-    std::vector<std::string_view> parts;
+    std::vector<std::string_view> pieces;
     while (!text.empty()) {
         const std::size_t end = text.find(separator);
-        parts.push_back(text.substr(0, end));
+        pieces.push_back(text.substr(0, end));
         text.remove_prefix(end == std::string_view::npos ? text.size() : end + separator.size());
     }
-    return parts;
+    return pieces;
 }
 
-std::string replaced(std::string_view text, std::string_view part, std::string_view replacement) {
+std::string replaced(std::string_view text, std::string_view piece, std::string_view replacement) {
     std::string result;
     while (true) {
-        const std::size_t end = text.find(part);
+        const std::size_t end = text.find(piece);
         result += text.substr(0, end);
         if (end == std::string_view::npos) {
             return result;
         }
         result += replacement;
-        text.remove_prefix(end + part.size());
+        text.remove_prefix(end + piece.size());
     }
 }
 
-std::vector<std::string_view> wordsOf(const OptionRow& row) {
-    return split(row.words, " ");
+std::string wordList(const OptionRow& row) {
+    std::string list;
+    for (const OptionWord& word : row.words) {
+        list.append(list.empty() ? "" : " ").append(word.word);
+    }
+    return list;
 }
 
 std::vector<std::string> helpParagraphs(const OptionRow& row) {
-    const std::vector<std::string_view> words = wordsOf(row);
     std::vector<std::string> paragraphs;
-    for (const std::string_view line : split(row.help, "\n")) {
-        const std::string_view start = line.substr(0, line.find(": "));
-        const bool explainsWord = std::find(words.begin(), words.end(), start) != words.end();
-        if (explainsWord || paragraphs.empty()) {
-            paragraphs.emplace_back(line);
-        } else {
-            paragraphs.back().append(" ").append(line);
+    if (!row.help.empty()) {
+        paragraphs.push_back(replaced(row.help, "\n", " "));
+    }
+    for (const OptionWord& word : row.words) {
+        if (!word.help.empty()) {
+            paragraphs.push_back(std::string(word.word) + ": " + replaced(word.help, "\n", " "));
         }
     }
     return paragraphs;
@@ -54,10 +56,6 @@ std::string helpLine(const OptionRow& row) {
         line.append(line.empty() ? "" : "; ").append(paragraph);
     }
     return line;
-}
-
-bool isRepeatable(const OptionRow& row) {
-    return row.value == ValueCompletion::tag || row.help.ends_with("repeatable");
 }
 
 std::vector<std::string_view> tagNames() {

@@ -12,26 +12,23 @@
 
 namespace ifdsweep::manual {
 
-/// The parts of a text between separators; none when the text is empty.
+/// The pieces of a text between separators; none when the text is empty.
 [[nodiscard]] std::vector<std::string_view> split(std::string_view text,
                                                   std::string_view separator);
 
-/// A text with every occurrence of a part replaced.
-[[nodiscard]] std::string replaced(std::string_view text, std::string_view part,
+/// A text with every occurrence of a piece replaced.
+[[nodiscard]] std::string replaced(std::string_view text, std::string_view piece,
                                    std::string_view replacement);
 
-/// The values that an option names; none when it names none.
-[[nodiscard]] std::vector<std::string_view> wordsOf(const OptionRow& row);
+/// The values that an option names, between spaces; empty when it names none.
+[[nodiscard]] std::string wordList(const OptionRow& row);
 
-/// The help of an option with its lines joined. A line that explains one of the option's words
-/// ("json: …") begins a paragraph.
+/// The help of an option with its lines joined; that of each of its words ("json: …") is a
+/// paragraph.
 [[nodiscard]] std::vector<std::string> helpParagraphs(const OptionRow& row);
 
 /// The help of an option on one line.
 [[nodiscard]] std::string helpLine(const OptionRow& row);
-
-/// Whether the option may be given more than once, each adding to what was given before.
-[[nodiscard]] bool isRepeatable(const OptionRow& row);
 
 /// Every name for --tags, each once.
 [[nodiscard]] std::vector<std::string_view> tagNames();

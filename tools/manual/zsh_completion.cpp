@@ -15,7 +15,7 @@ else
 fi
 )";
 
-/// A text behind a backslash wherever zsh would take one of these characters for syntax.
+/// A text with a backslash wherever zsh would take one of these characters for syntax.
 std::string escaped(std::string_view text, std::string_view special) {
     std::string result;
     for (const char letter : text) {
@@ -32,7 +32,7 @@ std::string valuePart(const OptionRow& row) {
     const std::string named = ':' + escaped(row.placeholder, ":") + ':';
     switch (row.value) {
         case ValueCompletion::words:
-            return named + '(' + std::string(row.words) + ')';
+            return named + '(' + wordList(row) + ')';
         case ValueCompletion::tag:
             return named + "_ifdsweep_tags";
         case ValueCompletion::message:
@@ -48,7 +48,7 @@ std::string valuePart(const OptionRow& row) {
 }
 
 std::string optionLine(const OptionRow& row) {
-    std::string line(isRepeatable(row) ? "*" : "");
+    std::string line(row.isRepeatable ? "*" : "");
     line.append(row.name).append(row.value == ValueCompletion::none ? "[" : "=[");
     line.append(escaped(helpLine(row), "[]")).append("]").append(valuePart(row));
     return line;
