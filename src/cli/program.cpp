@@ -64,6 +64,11 @@ bool isOneFile(const RunOptions& options) {
             (::stat(options.input.paths[0].c_str(), &status) == 0 && S_ISREG(status.st_mode)));
 }
 
+/// Asks whether a signal ends the program, on behalf of what writes its output.
+auto signalCheck(const Interruption& interruption) {
+    return [&interruption] { return interruption.signal() != 0; };
+}
+
 /// What is printed of one file that is not read in time.
 LateEnding makeLateEnding(const RunOptions& options, const InputFile& file, Colour colour,
                           double seconds) {
@@ -129,12 +134,12 @@ int runManyFiles(const RunOptions& options, int standardInput, const Interruptio
     if (!options.run.journal.empty()) {
         journal.emplace(options.run.journal, describeRun(options));
     }
-    RunOutput output(options, journal ? &*journal : nullptr, &interruption);
+    RunOutput output(options, journal ? &*journal : nullptr, signalCheck(interruption));
     BatchRun batch(options, output, journal ? &*journal : nullptr, outputColour(options.output),
                    standardInput, interruption);
     try {
         batch.run();
-    } catch (const Interrupted&) {
+    } catch (const OutputStopped&) {
         return batch.conclude(interruption.signal());
     } catch (const OutputError& error) {
         if (options.run.outputFile.empty() || error.systemError == EPIPE) {
@@ -162,9 +167,9 @@ int runFiles(const RunOptions& options) {
         return runManyFiles(options, standardInput.get(), interruption);
     }
     try {
-        RunOutput output(options, nullptr, &interruption);
+        RunOutput output(options, nullptr, signalCheck(interruption));
         return runOneFile(options, output, standardInput.get(), interruption);
-    } catch (const Interrupted&) {
+    } catch (const OutputStopped&) {
         return kSignalBase + interruption.signal();
     }
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-// Exit status: how the program ends. Constants.
+// Exit status: how the program ends. Constants; any thread.
 
 namespace ifdsweep {
 

@@ -14,9 +14,6 @@
 
 namespace ifdsweep {
 
-/// Thrown where a signal ends what is being done.
-struct Interrupted {};
-
 class Interruption {
 public:
     static constexpr std::array<int, 3> kSignals{SIGINT, SIGTERM, SIGHUP};

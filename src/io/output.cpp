@@ -8,14 +8,14 @@
 namespace ifdsweep {
 
 void FileDescriptorSink::write(std::string_view bytes) {
-    const bool isEnding = interruption != nullptr && interruption->signal() != 0;
+    const bool isEnding = stopped && stopped();
     const std::size_t lineEnd = isEnding ? bytes.find('\n') : std::string_view::npos;
     if (lineEnd == std::string_view::npos) {
         writeAll(bytes);
         return;
     }
     writeAll(bytes.substr(0, lineEnd + 1));
-    throw Interrupted();
+    throw OutputStopped();
 }
 
 int writeBytes(int descriptor, std::string_view& bytes) noexcept {

@@ -14,11 +14,11 @@
 #include <cstdint>
 #include <cstring>
 #include <exception>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
-
-#include "io/interruption.h"
+#include <utility>
 
 namespace ifdsweep {
 
@@ -30,6 +30,9 @@ public:
 
     const int systemError;
 };
+
+/// Thrown where an output ends early, because it was asked to.
+struct OutputStopped {};
 
 /// Writes bytes to a descriptor, waiting where it does not block, and takes off what was written.
 /// Returns 0, or the value of errno. May be called in a signal handler.
@@ -50,13 +53,14 @@ public:
 /// Writes to an open file descriptor, which it borrows.
 class FileDescriptorSink final : public ByteSink {
 public:
-    /// @param bytesBefore     bytes that the file holds already
-    /// @param outputInterruption what ends the output early; null for nothing
+    /// @param bytesBefore bytes that the file holds already
+    /// @param isStopped   whether the output is to end early, asked before each write; none: never
     explicit FileDescriptorSink(int fileDescriptor, std::uint64_t bytesBefore = 0,
-                                const Interruption* outputInterruption = nullptr)
-        : descriptor(fileDescriptor), total(bytesBefore), interruption(outputInterruption) {}
+                                std::function<bool()> isStopped = {})
+        : descriptor(fileDescriptor), total(bytesBefore), stopped(std::move(isStopped)) {}
 
-    /// After a signal, writes no more than to the end of the line at hand and throws Interrupted.
+    /// Once it is stopped, writes no more than to the end of the line at hand and throws
+    /// OutputStopped.
     void write(std::string_view bytes) override;
 
     /// The bytes before and those written.
@@ -67,7 +71,7 @@ private:
 
     int descriptor;
     std::uint64_t total;
-    const Interruption* interruption;
+    std::function<bool()> stopped;
 };
 
 /// Collects the bytes in memory.

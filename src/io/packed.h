@@ -1,6 +1,6 @@
 #pragma once
 
-// Packed values: numbers and texts one behind the other, for what processes of this program tell
+// Packed values: numbers and texts one after the other, for what processes of this program tell
 // each other and for temporary files. Never kept beyond a run. What unpacks them believes nothing:
 // bytes that are not what they should be make it fail, and everything taken after that is empty.
 //

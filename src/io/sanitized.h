@@ -1,7 +1,7 @@
 #pragma once
 
 // Whether this build has a sanitizer, which needs terabytes of address space and writes what it
-// finds to the error stream. A constant.
+// finds to the error stream. A constant; any thread.
 
 namespace ifdsweep {
 

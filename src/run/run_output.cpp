@@ -1,5 +1,7 @@
 #include "run/run_output.h"
 
+#include <utility>
+
 #include "write/csv_writer.h"
 
 namespace ifdsweep {
@@ -12,10 +14,10 @@ Descriptor makeRowFile(const OutputChoice& choice) {
 }  // namespace
 
 RunOutput::RunOutput(const RunOptions& options, Journal* runJournal,
-                     const Interruption* interruption, const Disk& disk)
+                     std::function<bool()> isStopped, const Disk& disk)
     : file(options.run.outputFile, runJournal, disk),
       rows(makeRowFile(options.output)),
-      sink(rows.isOpen() ? rows.get() : file.descriptor(), file.keptLength(), interruption),
+      sink(rows.isOpen() ? rows.get() : file.descriptor(), file.keptLength(), std::move(isStopped)),
       goingOn(file, sink),
       output(goingOn) {}
 

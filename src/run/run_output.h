@@ -6,13 +6,13 @@
 // Ownership: owns the file and the buffer. Threads: one at a time.
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string_view>
 #include <vector>
 
 #include "io/descriptor.h"
 #include "io/disk.h"
-#include "io/interruption.h"
 #include "io/output.h"
 #include "run/journal.h"
 #include "run/output_file.h"
@@ -23,8 +23,9 @@ namespace ifdsweep {
 class RunOutput {
 public:
     /// @param runJournal null for none
+    /// @param isStopped  as in FileDescriptorSink
     /// Throws RunFailure.
-    RunOutput(const RunOptions& options, Journal* runJournal, const Interruption* interruption,
+    RunOutput(const RunOptions& options, Journal* runJournal, std::function<bool()> isStopped,
               const Disk& disk = systemDisk());
 
     /// Notes in the journal what will be written to; then, once the journal is on the disk, makes
@@ -54,7 +55,7 @@ public:
     void sync() const { file.sync(); }
 
     /// Writes out what is there, and makes the table of waiting rows. Throws OutputError and
-    /// Interrupted.
+    /// OutputStopped.
     void complete();
 
     /// Gives the output its name. Throws RunFailure.

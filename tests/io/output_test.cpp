@@ -8,6 +8,8 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include "io/descriptor.h"
+
 namespace {
 
 TEST(Outputs, KeepsOrderAcrossTheBuffer) {
@@ -67,6 +69,18 @@ int errorOfWriting(int descriptor) {
         return failure.systemError;
     }
     return 0;
+}
+
+TEST(Outputs, AStoppedOutputEndsWithTheLineAtHand) {
+    const ifdsweep::Descriptor file = ifdsweep::makeTemporaryFile();
+    bool isStopped = false;
+    ifdsweep::FileDescriptorSink sink(file.get(), 0, [&isStopped] { return isStopped; });
+    sink.write("one\ntw");
+    isStopped = true;
+    sink.write("o");
+    EXPECT_THROW(sink.write(" and a half\nthree\n"), ifdsweep::OutputStopped);
+    EXPECT_EQ(ifdsweep::readPiece(file.get(), 0, 100), "one\ntwo and a half\n");
+    EXPECT_EQ(sink.bytesWritten(), 19U);
 }
 
 TEST(Outputs, AFullDiskIsAnError) {
