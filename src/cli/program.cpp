@@ -27,7 +27,7 @@
 #include "run/batch_run.h"
 #include "run/file_roles.h"
 #include "run/journal.h"
-#include "run/run_log.h"
+#include "run/run_assembly.h"
 #include "run/run_output.h"
 #include "text/error_stream.h"
 #include "walk/input_files.h"
@@ -52,8 +52,8 @@ Colour outputColour(const OutputChoice& choice) {
     return capable && !isSet("NO_COLOR") && choice.toTerminal ? Colour::on : Colour::off;
 }
 
-/// Whether all there is to do is one file, which needs no process of its own: nothing is behind it
-/// that could be lost with it.
+/// Whether all there is to do is one file, which needs no process of its own: nothing comes after
+/// it that could be lost with it.
 bool isOneFile(const RunOptions& options) {
     struct stat status {};
     const RunChoice& run = options.run;
@@ -115,17 +115,17 @@ FileReport readOneFile(const RunOptions& options, const InputFile& file, Colour 
 
 int runOneFile(const RunOptions& options, RunOutput& output, int standardInput,
                Interruption& interruption) {
-    RunLog log(options, output, nullptr);
+    RunAssembly assembly(options, output, nullptr);
     const Colour colour = outputColour(options.output);
     FileTask task(options, output.stream(), colour, standardInput);
     const InputFile file = InputFiles(options.input, output.identities()).next().value();
     interruption.endAtOnce();  // nothing is written that could be left half done
     const FileReport report = readOneFile(options, file, colour, task);
     interruption.takeNote();
-    log.begin();
-    log.add(file, report, [&task] { task.write(); });
-    log.end();
-    return log.exitStatus(0);
+    assembly.begin();
+    assembly.add(file, report, [&task] { task.write(); });
+    assembly.end();
+    return assembly.tally().exitStatus(options.run.strict);
 }
 
 int runManyFiles(const RunOptions& options, int standardInput, const Interruption& interruption) {

@@ -8,12 +8,14 @@
 
 #include <unistd.h>
 
+#include "io/exit_status.h"
 #include "read/messages.h"
+#include "run/run_summary.h"
 
 namespace ifdsweep {
 namespace {
 
-// What waits for its turn behind a slow file, in memory: some hundred thousand files without their
+// What waits for its turn after a slow file, in memory: some hundred thousand files without their
 // parts, and parts that are written out without being read back.
 constexpr std::uint64_t kMostEntryBytes = std::uint64_t{32} << 20;
 constexpr std::uint64_t kMostPartBytes = std::uint64_t{32} << 20;
@@ -39,12 +41,11 @@ std::uint64_t partFileLimit() {
 }
 
 /// The memory of a file in the window.
-template <class Waiting>
-std::uint64_t entrySize(const Waiting& waiting) {
-    std::uint64_t size = sizeof waiting + waiting.file.path.capacity() +
-                         waiting.file.failure.capacity() + waiting.journalEntry.capacity() +
-                         waiting.report.failure.capacity();
-    for (const auto& warning : waiting.report.warnings) {
+template <class FileInWindow>
+std::uint64_t entrySize(const FileInWindow& held) {
+    std::uint64_t size = sizeof held + held.input.path.capacity() + held.input.failure.capacity() +
+                         held.journalEntry.capacity() + held.report.failure.capacity();
+    for (const auto& warning : held.report.warnings) {
         size += sizeof warning + warning.first.capacity();
     }
     return size;
@@ -69,7 +70,7 @@ std::size_t workerCount(const WorkerChoice& choice) {
 
 /// What else the program writes, which is no input either.
 std::vector<FileIdentity> writtenFiles(const RunOutput& output, const Journal* journal,
-                                       const RunLog& log) {
+                                       const RunAssembly& assembly) {
     std::vector<FileIdentity> files = output.identities();
     const auto add = [&files](const std::optional<FileIdentity>& identity) {
         if (identity) {
@@ -77,14 +78,14 @@ std::vector<FileIdentity> writtenFiles(const RunOutput& output, const Journal* j
         }
     };
     add(journal != nullptr ? journal->identity() : std::nullopt);
-    add(log.failureFile());
+    add(assembly.failureFile());
     return files;
 }
 
 /// The files of these that a run leaves nothing of.
-std::vector<FileIdentity> replacedFiles(const RunOutput& output, const RunLog& log) {
+std::vector<FileIdentity> replacedFiles(const RunOutput& output, const RunAssembly& assembly) {
     std::vector<FileIdentity> files;
-    for (const auto& identity : {output.replaced(), log.failureFile()}) {
+    for (const auto& identity : {output.replaced(), assembly.failureFile()}) {
         if (identity) {
             files.push_back(*identity);
         }
@@ -99,9 +100,10 @@ BatchRun::BatchRun(const RunOptions& runOptions, RunOutput& runOutput, Journal* 
     : options(runOptions),
       interruption(runInterruption),
       journal(runJournal),
-      log(options, runOutput, journal),
+      assembly(options, runOutput, journal),
       output(runOutput),
-      inputs(options.input, writtenFiles(output, journal, log), replacedFiles(output, log)),
+      inputs(options.input, writtenFiles(output, journal, assembly),
+             replacedFiles(output, assembly)),
       pool(options, poolSettings(options, colour, standardInput, workerCount(options.workers))),
       failureOutput(failurePart),
       failureWriter(options, failureOutput, colour, -1),
@@ -110,7 +112,7 @@ BatchRun::BatchRun(const RunOptions& runOptions, RunOutput& runOutput, Journal* 
 
 void BatchRun::run() {
     constexpr std::chrono::milliseconds kLongest{250};  // how old the progress line may get
-    log.begin();
+    assembly.begin();
     while (!isAtEnd || !window.empty()) {
         takeFiles();
         writeFinished();
@@ -129,14 +131,14 @@ void BatchRun::run() {
         }
     }
     progress.hide();
-    log.end();
+    assembly.end();
 }
 
 int BatchRun::conclude(int signal) {
     progress.hide();
-    log.settle();
-    log.summarize(signal);
-    return log.exitStatus(signal);
+    assembly.settle();
+    printSummary(options, assembly.tally(), output, journal, signal);
+    return signal != 0 ? kSignalBase + signal : assembly.tally().exitStatus(options.run.strict);
 }
 
 bool BatchRun::canTake() const {
@@ -168,60 +170,60 @@ void BatchRun::takeFile(InputFile file) {
     std::string journalEntry;
     if (journal != nullptr) {
         if (const auto ending = journal->endingOf(file, journalEntry)) {
-            log.leaveOut(*ending);
+            assembly.leaveOut(*ending);
             return;
         }
     }
-    Waiting& waiting = window.emplace_back();
-    waiting.file = std::move(file);
-    waiting.journalEntry = std::move(journalEntry);
-    entryBytes += entrySize(waiting);
+    FileInWindow& held = window.emplace_back();
+    held.input = std::move(file);
+    held.journalEntry = std::move(journalEntry);
+    entryBytes += entrySize(held);
     ++filesInWork;
-    if (waiting.file.failure.empty()) {
-        pool.submit(firstNumber + window.size() - 1, waiting.file);
+    if (held.input.failure.empty()) {
+        pool.submit(firstNumber + window.size() - 1, held.input);
     } else {
-        fail(waiting, inputFailure(waiting.file.failure));
+        fail(held, inputFailure(held.input.failure));
     }
 }
 
 void BatchRun::take(WorkerAnswer answer) {
-    Waiting& waiting = window[static_cast<std::size_t>(answer.number - firstNumber)];
+    FileInWindow& held = window[static_cast<std::size_t>(answer.number - firstNumber)];
     if (answer.failure) {
-        fail(waiting, *answer.failure);
+        fail(held, *answer.failure);
     } else {
-        keep(waiting, std::move(answer.report), std::move(answer.part));
+        keep(held, std::move(answer.report), std::move(answer.part));
     }
 }
 
-void BatchRun::fail(Waiting& waiting, const qxMessage& error) {
-    FileReport report = failureWriter.fail(waiting.file, error);
+void BatchRun::fail(FileInWindow& held, const qxMessage& error) {
+    FileReport report = failureWriter.fail(held.input, error);
     if (report.isShown) {
         failureWriter.write();
         failureOutput.flush();
     }
-    keep(waiting, std::move(report), std::exchange(failurePart.part, FilePart()));
+    keep(held, std::move(report), std::exchange(failurePart.part, FilePart()));
 }
 
-void BatchRun::keep(Waiting& waiting, FileReport report, FilePart part) {
-    entryBytes -= entrySize(waiting);
-    waiting.isDone = true;
-    waiting.report = std::move(report);
-    waiting.part = std::move(part);
-    entryBytes += entrySize(waiting);
+void BatchRun::keep(FileInWindow& held, FileReport report, FilePart part) {
+    entryBytes -= entrySize(held);
+    held.isDone = true;
+    held.report = std::move(report);
+    held.part = std::move(part);
+    entryBytes += entrySize(held);
     --filesInWork;
     ++partCount;
-    partBytesCome += waiting.part.bytes.size();
-    hold(waiting);
+    partBytesCome += held.part.bytes.size();
+    hold(held);
 }
 
-void BatchRun::hold(Waiting& waiting) {
-    FilePart& part = waiting.part;
+void BatchRun::hold(FileInWindow& held) {
+    FilePart& part = held.part;
     const bool isFile = part.spill.isOpen();
     const bool hasRoom =
         isFile ? partFiles < mostPartFiles : partBytes + part.bytes.size() <= kMostPartBytes;
-    if (!hasRoom && &waiting != &window.front()) {
-        waiting.spooled = spool.keep(part);
-        if (waiting.spooled) {
+    if (!hasRoom && &held != &window.front()) {
+        held.spooled = spool.keep(part);
+        if (held.spooled) {
             part = FilePart();
             return;
         }
@@ -230,32 +232,32 @@ void BatchRun::hold(Waiting& waiting) {
     partBytes += part.bytes.size();
 }
 
-void BatchRun::letGo(const Waiting& waiting) {
-    entryBytes -= entrySize(waiting);
-    partFiles -= waiting.part.spill.isOpen() ? 1U : 0U;
-    partBytes -= waiting.part.bytes.size();
-    if (waiting.spooled) {
-        spool.release(*waiting.spooled);
+void BatchRun::letGo(const FileInWindow& held) {
+    entryBytes -= entrySize(held);
+    partFiles -= held.part.spill.isOpen() ? 1U : 0U;
+    partBytes -= held.part.bytes.size();
+    if (held.spooled) {
+        spool.release(*held.spooled);
     }
 }
 
 void BatchRun::writeFinished() {
     while (!window.empty() && window.front().isDone) {
-        Waiting& waiting = window.front();
-        if (options.output.toTerminal || waiting.report.ending == FileReport::Ending::failed) {
+        FileInWindow& held = window.front();
+        if (options.output.toTerminal || held.report.ending == FileReport::Ending::failed) {
             progress.hide();
         }
-        log.add(
-            waiting.file, waiting.report,
+        assembly.add(
+            held.input, held.report,
             [&] {
-                if (waiting.spooled) {
-                    spool.write(*waiting.spooled, output.stream());
+                if (held.spooled) {
+                    spool.write(*held.spooled, output.stream());
                 } else {
-                    waiting.part.writeTo(output.stream());
+                    held.part.writeTo(output.stream());
                 }
             },
-            waiting.journalEntry);
-        letGo(waiting);
+            held.journalEntry);
+        letGo(held);
         window.pop_front();
         ++firstNumber;
     }
@@ -263,13 +265,15 @@ void BatchRun::writeFinished() {
         spool.tryAgain();
     }
     output.stream().flush();  // results are seen as they come
-    log.commit();
+    assembly.commit();
 }
 
 RunState BatchRun::state() const {
-    RunState state = log.state();
+    RunState state;
+    state.passed = assembly.tally().passed();
+    state.failed = assembly.tally().failed();
     if (const auto slow = pool.longestRead(kLong)) {
-        state.slowFile = window[static_cast<std::size_t>(slow->number - firstNumber)].file.path;
+        state.slowFile = window[static_cast<std::size_t>(slow->number - firstNumber)].input.path;
         state.slowSince = std::chrono::duration_cast<std::chrono::seconds>(
             std::chrono::nanoseconds(steadyNanoseconds() - slow->began));
     }

@@ -2,7 +2,7 @@
 
 // Batch run: many files through worker processes, put together in the order of the input. What is
 // held at a time is bounded: files wait for their turn in a window, their parts in memory while
-// there is room, then in a temporary file; behind a slow file the others are read until both are
+// there is room, then in a temporary file; after a slow file the others are read until both are
 // full.
 //
 // Ownership: borrows the options and the output. Threads: one at a time.
@@ -17,7 +17,7 @@
 #include "run/journal.h"
 #include "run/part_spool.h"
 #include "run/progress.h"
-#include "run/run_log.h"
+#include "run/run_assembly.h"
 #include "run/run_options.h"
 #include "run/run_output.h"
 #include "walk/input_files.h"
@@ -34,7 +34,7 @@ public:
     BatchRun(const RunOptions& runOptions, RunOutput& runOutput, Journal* runJournal, Colour colour,
              int standardInput, const Interruption& runInterruption);
 
-    /// Reads all files; returns early or throws Interrupted after a signal. Throws OutputError.
+    /// Reads all files; returns early or throws OutputStopped after a signal. Throws OutputError.
     void run();
 
     /// Tells what came of it, and the exit status of the program.
@@ -43,8 +43,8 @@ public:
 
 private:
     /// A file between being found and being written.
-    struct Waiting {
-        InputFile file;
+    struct FileInWindow {
+        InputFile input;
         std::string journalEntry;
         bool isDone = false;
         FileReport report;
@@ -56,17 +56,17 @@ private:
     void takeFiles();
     void takeFile(InputFile file);
     void take(WorkerAnswer answer);
-    void fail(Waiting& waiting, const qxMessage& error);
-    void keep(Waiting& waiting, FileReport report, FilePart part);
-    void hold(Waiting& waiting);
+    void fail(FileInWindow& held, const qxMessage& error);
+    void keep(FileInWindow& held, FileReport report, FilePart part);
+    void hold(FileInWindow& held);
     void writeFinished();
-    void letGo(const Waiting& waiting);
+    void letGo(const FileInWindow& held);
     [[nodiscard]] RunState state() const;
 
     const RunOptions& options;
     const Interruption& interruption;
     Journal* journal;
-    RunLog log;
+    RunAssembly assembly;
     RunOutput& output;
     InputFiles inputs;
     WorkerPool pool;
@@ -79,7 +79,7 @@ private:
     int awaitedInput = -1;  ///< a list that has no whole line yet
     std::vector<int> awaited;
     std::uint64_t firstNumber = 0;  ///< of the file at the head of the window
-    std::deque<Waiting> window;
+    std::deque<FileInWindow> window;
     std::uint64_t filesInWork = 0;    ///< of those in the window
     std::uint64_t entryBytes = 0;     ///< of the window, without parts
     std::uint64_t partBytes = 0;      ///< of parts in memory

@@ -40,7 +40,7 @@ struct NamedFile {
         }
     }
 
-    /// The file behind a stream of the program's.
+    /// The file of a stream of the program's.
     NamedFile(std::string streamName, int descriptor) : name(std::move(streamName)) {
         if (const std::optional<FileIdentity> file = identityOf(descriptor)) {
             isRegular = true;

@@ -48,7 +48,7 @@ Journal::Ending endingOfReport(const FileReport& report) {
     return Journal::Ending::skipped;
 }
 
-/// Takes a number and the space behind it, which the last one of a line may lack.
+/// Takes a number and the space after it, which the last one of a line may lack.
 template <class Number>
 bool takeNumber(std::string_view& text, Number& number) {
     const char* const textEnd = text.data() + text.size();
@@ -237,11 +237,11 @@ bool Journal::loadLine(std::string_view line) {
         return loadNote(line[0], line.substr(2));
     }
     line.remove_prefix(2);
-    Lengths behind;
-    if (!takeNumber(line, behind.output) || !takeNumber(line, behind.list) || !pathOfEntry(line)) {
+    Lengths after;
+    if (!takeNumber(line, after.output) || !takeNumber(line, after.list) || !pathOfEntry(line)) {
         return false;
     }
-    lengths = behind;
+    lengths = after;
     finished.push_back(digestOf(line));
     finished.back().state |= ending;
     return true;

@@ -10,9 +10,9 @@
 //   d SIZE                                      the output is whole and has so many bytes
 //
 // ENDING is r (read), w (read with warnings), f (failed) or s (skipped), LENGTH is that of the
-// output behind the file, FAILURES that of the list of failures, SECONDS and NANOSECONDS are when
+// output after the file, FAILURES that of the list of failures, SECONDS and NANOSECONDS are when
 // the file was modified, of what is written when it was made; line feeds, tabs and backslashes in a
-// path are escaped. Behind a path that could not even be tried stands, with size and time 0, a tab
+// path are escaped. After a path that could not even be tried stands, with size and time 0, a tab
 // and the reason. The line of a file is written once its output is on the disk. A last line that is
 // cut short is dropped.
 //
@@ -49,7 +49,7 @@ public:
     /// An output that was whole.
     struct WholeNote {
         OutputNote output;
-        std::uint64_t length = 0;  ///< behind the last finished file
+        std::uint64_t length = 0;  ///< after the last finished file
         std::uint64_t size = 0;    ///< of the file
     };
 
@@ -62,7 +62,7 @@ public:
 
     [[nodiscard]] const std::string& path() const noexcept { return name; }
 
-    /// The lengths of the output and of the list of failures behind the last finished file.
+    /// The lengths of the output and of the list of failures after the last finished file.
     [[nodiscard]] std::uint64_t outputLength() const noexcept { return lengths.output; }
     [[nodiscard]] std::uint64_t listLength() const noexcept { return lengths.list; }
     [[nodiscard]] std::uint64_t finishedFiles() const noexcept { return finished.size(); }

@@ -94,7 +94,7 @@ void OutputFile::lookAtStandardOutput() {
     if (journal == nullptr || !mark) {
         return;
     }
-    kind = Kind::append;
+    target = Target::append;
     if (!journal->output()) {
         start = kept = positionOf(STDOUT_FILENO);
         return;
@@ -137,8 +137,8 @@ void OutputFile::lookAtName(const std::string& path) {
     if (exists) {
         old.emplace(status.st_dev, status.st_ino);
     }
-    kind = journal != nullptr ? Kind::part : Kind::fresh;
-    if (kind == Kind::part) {
+    target = journal != nullptr ? Target::part : Target::fresh;
+    if (target == Target::part) {
         lookAtPart();
     }
     if (!file.isOpen()) {
@@ -189,14 +189,14 @@ void OutputFile::makeFile() {
     if (file.isOpen()) {
         return;
     }
-    std::string place = kind == Kind::part ? partNameOf(name) : name + ".XXXXXX";
-    file.reset(kind == Kind::part
+    std::string place = target == Target::part ? partNameOf(name) : name + ".XXXXXX";
+    file.reset(target == Target::part
                    ? ::open(place.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666)
                    : ::mkostemp(place.data(), O_CLOEXEC));
     check(file.isOpen() ? 0 : errno, name);
     // From here on a name is to be removed by whatever ends the run before it is whole.
     temporary = place;
-    if (kind == Kind::fresh) {
+    if (target == Target::fresh) {
         Interruption::removeAtEnd(temporary);
         const mode_t mask = ::umask(0);
         static_cast<void>(::umask(mask));
@@ -219,7 +219,7 @@ int OutputFile::descriptor() const noexcept {
 }
 
 void OutputFile::note() {
-    const bool hasFile = kind == Kind::append || kind == Kind::part;
+    const bool hasFile = target == Target::append || target == Target::part;
     if (hasFile && !isNoted && state != State::whole) {
         journal->noteOutput({markOf(descriptor()).value_or(FileMark()), start});
     }
@@ -230,7 +230,7 @@ void OutputFile::begin() {
         return;
     }
     state = State::open;
-    if (kind == Kind::part) {
+    if (target == Target::part) {
         giveName(partNameOf(name));
         isPartKept = true;
     }
@@ -244,7 +244,7 @@ void OutputFile::goOn() {
         return;
     }
     state = State::open;
-    if (kind == Kind::append) {
+    if (target == Target::append) {
         cutToKept();
         return;
     }
@@ -297,7 +297,7 @@ void OutputFile::sync() const {
 }
 
 void OutputFile::finish() {
-    if (kind == Kind::stream) {
+    if (target == Target::stream) {
         return;
     }
     if (state == State::whole) {
@@ -306,7 +306,7 @@ void OutputFile::finish() {
     }
     check(disk.sync(descriptor()), name);
     const std::uint64_t size = sizeOf(descriptor());
-    if (kind != Kind::append) {
+    if (target != Target::append) {
         refuseToReplaceImage(name);  // one may have come meanwhile
         giveUniqueName();
         // A full disk may tell so only now.
@@ -325,7 +325,7 @@ void OutputFile::finish() {
 void OutputFile::noteThatItIsWhole() {
     const auto& whole = journal->whole();
     struct stat status {};
-    if (kind == Kind::part && !(whole && whole->output.mark == markOf(name)) &&
+    if (target == Target::part && !(whole && whole->output.mark == markOf(name)) &&
         ::stat(name.c_str(), &status) == 0) {
         journal->noteWhole(static_cast<std::uint64_t>(status.st_size));
     }

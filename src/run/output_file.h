@@ -64,7 +64,7 @@ public:
     void finish();
 
 private:
-    enum class Kind : std::uint8_t {
+    enum class Target : std::uint8_t {
         stream,  ///< a pipe, a device, or a standard output without a journal
         append,  ///< a standard output that is a file, with a journal
         fresh,   ///< a file of a name
@@ -89,7 +89,7 @@ private:
     Descriptor file;
     std::string temporary;    ///< what the file is called until it is whole; empty: nothing yet
     bool isPartKept = false;  ///< the unfinished file stays
-    Kind kind = Kind::stream;
+    Target target = Target::stream;
     State state = State::looked;
     bool isNoted = false;  ///< the journal knows the file
     std::optional<FileIdentity> old;

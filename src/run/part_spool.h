@@ -1,8 +1,8 @@
 #pragma once
 
-// Part spool: parts of the output that wait for their turn where they take no memory, one behind
+// Part spool: parts of the output that wait for their turn where they take no memory, one after
 // the other in one temporary file. Its room is used again when the last of them has gone, so that
-// it only has to be as large as what gathers behind one slow file.
+// it only has to be as large as what gathers after one slow file.
 //
 // Ownership: owns the file. Threads: one at a time.
 
@@ -22,7 +22,7 @@ public:
         std::uint64_t size = 0;
     };
 
-    /// The most that is kept, if half of the free space is not less. What gathers behind a file
+    /// The most that is kept, if half of the free space is not less. What gathers after a file
     /// that takes the whole time limit is seldom more.
     static constexpr std::uint64_t kUsualMost = std::uint64_t{4} << 30;
 

@@ -14,7 +14,7 @@
 #include <unistd.h>
 
 #include "io/output.h"
-#include "text/counted.h"
+#include "text/count_text.h"
 #include "text/error_stream.h"
 #include "text/terminal_text.h"
 #include "walk/input_files.h"
@@ -75,14 +75,14 @@ std::size_t columnsOf(char byte) {
     return value >= 0xE0 ? 2 : (value & 0xC0) == 0x80 ? 0 : 1;
 }
 
-/// The end of a text in UTF-8, behind dots where it is not all of it; nothing when there is no room
+/// The end of a text in UTF-8, after dots where it is not all of it; nothing when there is no room
 /// for something that says anything.
 std::string ending(const std::string& text, std::size_t columns) {
     constexpr std::string_view kDots = "...";
     constexpr std::size_t kLeast = 12;
     std::size_t taken = 0;
     std::size_t begin = text.size();
-    std::size_t fitting = text.size();  // where the text begins that fits behind dots
+    std::size_t fitting = text.size();  // where the text begins that fits after dots
     while (begin > 0) {
         std::size_t next = begin - 1;
         while (next > 0 && columnsOf(text[next]) == 0) {
@@ -159,7 +159,7 @@ std::string Progress::text(const RunState& state, std::chrono::duration<double> 
                            std::optional<std::uint64_t> total, std::size_t columns) {
     const auto done = static_cast<double>(state.passed);
     const double rate = elapsed.count() > 0 ? done / elapsed.count() : 0;
-    std::string text = counted(state.passed, "file", "files");
+    std::string text = countText(state.passed, "file", "files");
     if (total) {
         text += " of " + std::to_string(*total);
     }

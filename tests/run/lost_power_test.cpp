@@ -17,7 +17,7 @@
 #include "io/disk.h"
 #include "program/program_run.h"
 #include "run/journal.h"
-#include "run/run_log.h"
+#include "run/run_assembly.h"
 #include "run/run_output.h"
 #include "program/temporary_folder.h"
 
@@ -194,27 +194,27 @@ protected:
     void run(int files, const ifdsweep::Disk& disk) const {
         ifdsweep::Journal journal(folder / "disk/journal", {"a run"}, disk);
         ifdsweep::RunOutput output(arguments, &journal, nullptr, disk);
-        ifdsweep::RunLog log(arguments, output, &journal, disk);
-        log.begin();
+        ifdsweep::RunAssembly assembly(arguments, output, &journal, disk);
+        assembly.begin();
         for (int number = 0; number < files; ++number) {
             const ifdsweep::InputFile file{input(number), false, ""};
             std::string entry;
             if (const auto ending = journal.endingOf(file, entry)) {
-                log.leaveOut(*ending);
+                assembly.leaveOut(*ending);
                 continue;
             }
             ifdsweep::FileReport report =
                 number % 3 == 1 ? ifdsweep::failureReport("why") : ifdsweep::FileReport();
             report.isShown = number % 3 != 1;
-            log.add(
+            assembly.add(
                 file, report,
                 [&] { output.stream().append("{\"file\":" + std::to_string(number) + "}\n"); },
                 entry);
-            log.commit();
+            assembly.commit();
         }
-        log.end();
+        assembly.end();
         output.finish();
-        log.settle();
+        assembly.settle();
     }
 
     struct Files {

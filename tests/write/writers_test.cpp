@@ -273,6 +273,22 @@ TEST_F(Writers, OneArrayForAllFiles) {
     EXPECT_EQ(array(2).size(), 2U);
 }
 
+TEST_F(Writers, TheFrameOfAnOutputThatIsGoneOnWith) {
+    const auto framed = [](std::uint64_t keptBytes) {
+        return rendered([keptBytes](ifdsweep::Output& output) {
+            ifdsweep::Framer framer(output, {"HEAD", "<", "|", ">"});
+            framer.begin(keptBytes);
+            for (const bool isShown : {false, true, true}) {
+                framer.add(isShown, [&output] { output.append("file"); });
+            }
+            framer.end();
+        });
+    };
+    EXPECT_EQ(framed(0), "HEAD<file|file>");
+    EXPECT_EQ(framed(4), "<file|file>") << "no file was shown after the head";
+    EXPECT_EQ(framed(9), "|file|file>");
+}
+
 TEST_F(Writers, TextOfAFile) {
     const std::string expectedStart = R"(a\xff.tif
   Format  tif
