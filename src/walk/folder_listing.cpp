@@ -14,18 +14,18 @@ struct FolderCloser {
     void operator()(DIR* folder) const noexcept { ::closedir(folder); }
 };
 
-FolderListing::Kind kindOf(const dirent& entry) {
+FolderListing::EntryKind kindOf(const dirent& entry) {
     switch (entry.d_type) {
         case DT_REG:
-            return FolderListing::Kind::file;
+            return FolderListing::EntryKind::file;
         case DT_DIR:
-            return FolderListing::Kind::folder;
+            return FolderListing::EntryKind::folder;
         case DT_LNK:
-            return FolderListing::Kind::link;
+            return FolderListing::EntryKind::link;
         case DT_UNKNOWN:
-            return FolderListing::Kind::unknown;
+            return FolderListing::EntryKind::unknown;
         default:
-            return FolderListing::Kind::other;
+            return FolderListing::EntryKind::other;
     }
 }
 

@@ -16,11 +16,11 @@ namespace ifdsweep {
 
 class FolderListing {
 public:
-    enum class Kind : std::uint8_t { file, folder, link, unknown, other };
+    enum class EntryKind : std::uint8_t { file, folder, link, unknown, other };
 
     struct Entry {
         std::string_view name;
-        Kind kind;
+        EntryKind kind;
         ino_t inode;
     };
 
@@ -42,7 +42,7 @@ private:
         std::uint64_t begin;
         ino_t inode;
         std::uint16_t size;  ///< a name has at most 255 bytes
-        Kind kind;
+        EntryKind kind;
     };
 
     [[nodiscard]] std::string_view nameOf(const Place& place) const {

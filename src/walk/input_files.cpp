@@ -14,7 +14,7 @@
 namespace ifdsweep {
 namespace {
 
-using Kind = FolderListing::Kind;
+using EntryKind = FolderListing::EntryKind;
 
 bool matchesAny(const std::vector<std::string>& globs, const std::string& path,
                 std::string_view name) {
@@ -25,22 +25,22 @@ bool matchesAny(const std::vector<std::string>& globs, const std::string& path,
     });
 }
 
-Kind kindOf(const struct stat& status) {
-    return S_ISREG(status.st_mode)   ? Kind::file
-           : S_ISDIR(status.st_mode) ? Kind::folder
-                                     : Kind::other;
+EntryKind kindOf(const struct stat& status) {
+    return S_ISREG(status.st_mode)   ? EntryKind::file
+           : S_ISDIR(status.st_mode) ? EntryKind::folder
+                                     : EntryKind::other;
 }
 
-/// The kind behind what a folder says of an entry; `other` for what is not to be read.
-Kind resolvedKind(const std::string& path, Kind kind, bool followLinks) {
+/// The kind of what a folder says of an entry; `other` for what is not to be read.
+EntryKind resolvedKind(const std::string& path, EntryKind kind, bool followLinks) {
     struct stat status {};
-    if (kind == Kind::unknown && ::lstat(path.c_str(), &status) == 0) {
-        kind = S_ISLNK(status.st_mode) ? Kind::link : kindOf(status);
+    if (kind == EntryKind::unknown && ::lstat(path.c_str(), &status) == 0) {
+        kind = S_ISLNK(status.st_mode) ? EntryKind::link : kindOf(status);
     }
-    if (kind == Kind::link) {
+    if (kind == EntryKind::link) {
         // A link that leads nowhere is tried, so that it is told of.
-        kind = ::stat(path.c_str(), &status) == 0 ? kindOf(status) : Kind::file;
-        return kind == Kind::folder && !followLinks ? Kind::other : kind;
+        kind = ::stat(path.c_str(), &status) == 0 ? kindOf(status) : EntryKind::file;
+        return kind == EntryKind::folder && !followLinks ? EntryKind::other : kind;
     }
     return kind;
 }
@@ -166,11 +166,11 @@ std::optional<InputFile> InputFiles::takeFound() {
     }
     const FolderListing::Entry entry = folders.back().take();
     std::string path = pathIn(folders.back().path(), entry.name);
-    const Kind kind = resolvedKind(path, entry.kind, choice.followLinks);
-    if (kind == Kind::other || isLeftOut(path, entry.name, kind)) {
+    const EntryKind kind = resolvedKind(path, entry.kind, choice.followLinks);
+    if (kind == EntryKind::other || isLeftOut(path, entry.name, kind)) {
         return std::nullopt;
     }
-    if (kind == Kind::folder) {
+    if (kind == EntryKind::folder) {
         return choice.recursive ? enter(std::move(path)) : std::nullopt;
     }
     if (isWritten(path, entry)) {
@@ -182,7 +182,7 @@ std::optional<InputFile> InputFiles::takeFound() {
 bool InputFiles::isWritten(const std::string& path, const FolderListing::Entry& entry) const {
     // What a folder tells of a name that is no link rules out nearly every file.
     const bool isPossible =
-        entry.kind == Kind::link || entry.kind == Kind::unknown ||
+        entry.kind == EntryKind::link || entry.kind == EntryKind::unknown ||
         std::any_of(written.begin(), written.end(), [&entry](const FileIdentity& identity) {
             return identity.second == entry.inode;
         });
@@ -191,9 +191,9 @@ bool InputFiles::isWritten(const std::string& path, const FolderListing::Entry& 
            contains(written, {status.st_dev, status.st_ino});
 }
 
-bool InputFiles::isLeftOut(const std::string& path, std::string_view name, Kind kind) const {
-    const bool isIncluded =
-        kind == Kind::folder || choice.included.empty() || matchesAny(choice.included, path, name);
+bool InputFiles::isLeftOut(const std::string& path, std::string_view name, EntryKind kind) const {
+    const bool isIncluded = kind == EntryKind::folder || choice.included.empty() ||
+                            matchesAny(choice.included, path, name);
     return !isIncluded || matchesAny(choice.excluded, path, name);
 }
 

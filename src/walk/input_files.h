@@ -29,7 +29,7 @@ public:
     InputFiles(const InputChoice& inputChoice, std::vector<FileIdentity> filesWritten,
                std::vector<FileIdentity> filesReplaced = {});
 
-    /// The next path; none behind the last. Throws Refusal for a listed file that is replaced.
+    /// The next path; none after the last. Throws Refusal for a listed file that is replaced.
     [[nodiscard]] std::optional<InputFile> next();
 
     /// A descriptor to wait for before `next`, which would wait otherwise; -1 for none.
@@ -43,7 +43,7 @@ private:
     [[nodiscard]] std::optional<InputFile> enter(std::string path);
     [[nodiscard]] bool isWritten(const std::string& path, const FolderListing::Entry& entry) const;
     [[nodiscard]] bool isLeftOut(const std::string& path, std::string_view name,
-                                 FolderListing::Kind kind) const;
+                                 FolderListing::EntryKind kind) const;
 
     const InputChoice& choice;
     std::vector<FileIdentity> written;

@@ -29,7 +29,7 @@ public:
     /// Whether `next` would not wait.
     [[nodiscard]] bool isReady();
 
-    /// The next line without its end; none behind the last. Throws OutputError when the list
+    /// The next line without its end; none after the last. Throws OutputError when the list
     /// cannot be read.
     [[nodiscard]] std::optional<std::string> next();
 

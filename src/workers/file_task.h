@@ -1,6 +1,6 @@
 #pragma once
 
-// File task: one file from its path to its piece of the output, with everything that is asked
+// File task: one file from its path to its part of the output, with everything that is asked
 // for: fields, ignored warnings, format.
 //
 // Ownership: owns its host; borrows the options and the output. Threads: one at a time.

@@ -42,7 +42,7 @@ constexpr std::size_t kReadSize = std::size_t{64} * 1024;
 constexpr std::size_t kSendSize = std::size_t{128} * 1024;
 
 /// Answers on their way to the main process. They go there many at a time, and none waits for a
-/// slow file behind it: a thread of the stream's sends what has waited too long. Where there can be
+/// slow file after it: a thread of the stream's sends what has waited too long. Where there can be
 /// no thread, each goes at once.
 class AnswerStream {
 public:
@@ -178,7 +178,7 @@ public:
 private:
     FileReport read(const InputFile& file) {
         try {
-            return readAndWrite([&] { return task.read(file); });
+            return writtenReport([&] { return task.read(file); });
         } catch (const std::bad_alloc&) {
             return failed(file, outOfMemory());
         } catch (const OutputError& error) {
@@ -196,12 +196,13 @@ private:
     FileReport failed(const InputFile& file, const qxMessage& error) {
         output.discard();
         partSink.part = FilePart();
-        return readAndWrite([&] { return task.fail(file, error); });
+        return writtenReport([&] { return task.fail(file, error); });
     }
 
-    template <class Sweep>
-    FileReport readAndWrite(Sweep&& sweep) {
-        FileReport report = sweep();
+    /// @param attempt reads the file, or tells why it failed
+    template <class Attempt>
+    FileReport writtenReport(Attempt&& attempt) {
+        FileReport report = attempt();
         if (report.isShown) {
             task.write();
             output.flush();

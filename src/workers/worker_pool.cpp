@@ -30,7 +30,7 @@ constexpr std::size_t kLeastDepth = 2;
 constexpr std::size_t kMostDepth = 256;
 constexpr std::size_t kReceiveSize = std::size_t{256} * 1024;
 
-// What waits behind a file that takes longer than this goes to another worker.
+// What waits after a file that takes longer than this goes to another worker.
 constexpr std::int64_t kLongBeforeOthers = 100 * kMillisecond;
 
 // How much longer than the time limit a worker may be silent, whatever it says of itself.

@@ -66,8 +66,8 @@ struct WorkerPoolSettings {
 
 class WorkerPool {
 public:
-    /// @param arguments what the workers read and how they write it
-    WorkerPool(const TaskOptions& arguments, WorkerPoolSettings poolSettings);
+    /// @param taskOptions what the workers read and how they write it
+    WorkerPool(const TaskOptions& taskOptions, WorkerPoolSettings poolSettings);
     ~WorkerPool();
     WorkerPool(const WorkerPool&) = delete;
     WorkerPool& operator=(const WorkerPool&) = delete;

@@ -1,7 +1,7 @@
 #pragma once
 
 // CSV writer (RFC 4180): one row per directory, and with nested rows one for each nested directory
-// behind it. The first two columns are the file and the way to the directory, such as
+// after it. The first two columns are the file and the way to the directory, such as
 // `0/SubIFDs[0]/1`.
 //
 // With fixed columns, the rows are written as they come. Without, the columns are all fields that
@@ -22,7 +22,7 @@
 
 namespace ifdsweep {
 
-/// The first line of a table with these columns behind "File" and "Directory".
+/// The first line of a table with these columns after "File" and "Directory".
 [[nodiscard]] std::string csvHeader(const std::vector<std::string>& columns);
 
 class CsvWriter final : public ResultWriter {

@@ -30,7 +30,7 @@ void IndentingSink::writeOutside(char character) {
         --depth;
     }
     if (opened != closes) {
-        // Behind an opening bracket unless it is empty, and before a closing one.
+        // After an opening bracket unless it is empty, and before a closing one.
         breakLine();
     }
     opened = character == '{' || character == '[';

@@ -36,8 +36,8 @@ private:
     std::size_t depth;
     std::size_t deepSpaces = std::size_t{2} * 1024 * 1024;  ///< left for the levels below those
     bool inString = false;
-    bool escaped = false;  ///< in a string, behind a backslash
-    bool opened = false;   ///< directly behind a bracket or brace
+    bool escaped = false;  ///< in a string, after a backslash
+    bool opened = false;   ///< directly after a bracket or brace
 };
 
 }  // namespace ifdsweep

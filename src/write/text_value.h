@@ -17,9 +17,9 @@ struct TextLimits {
     std::size_t characters = 256;  ///< of a text
 };
 
-/// Appends a value: numbers between spaces, the rows of a matrix between semicolons, the parts of
-/// a cell array between commas. A value that is cut short is followed by its size; a record array
-/// is shown by its size alone.
+/// Appends a value: numbers between spaces, the rows of a matrix between semicolons, the elements
+/// of a cell array between commas. A value that is cut short is followed by its size; a record
+/// array is shown by its size alone.
 /// @param value null for an empty cell
 void appendTextValue(Output& output, const Value* value, TextOrigin origin,
                      const TextLimits& limits);

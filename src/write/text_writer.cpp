@@ -108,7 +108,7 @@ void TextWriter::appendDirectory(const Value& records, std::size_t element, cons
             appendField(name, value, nameWidth, depth);
         }
     });
-    // Behind the plain values, so that these stay one aligned block.
+    // After the plain values, so that these stay one aligned block.
     forEachField(records, element, [&](std::string_view name, const Value& value) {
         if (isNested(value)) {
             appendNested(name, value, path, depth);

@@ -213,10 +213,10 @@ TEST_F(InputFileWalk, AFolderListingTellsWhyItCannot) {
     EXPECT_EQ(listing.error(), 0);
     const auto first = listing.take();
     EXPECT_EQ(first.name, "1.tif");
-    EXPECT_EQ(first.kind, ifdsweep::FolderListing::Kind::file);
+    EXPECT_EQ(first.kind, ifdsweep::FolderListing::EntryKind::file);
     EXPECT_EQ(listing.take().name, "2.tif");
     EXPECT_FALSE(listing.isDone());
-    EXPECT_EQ(listing.take().kind, ifdsweep::FolderListing::Kind::folder);
+    EXPECT_EQ(listing.take().kind, ifdsweep::FolderListing::EntryKind::folder);
     EXPECT_TRUE(listing.isDone());
     const ifdsweep::FolderListing same((folder / "b/../b").string());
     EXPECT_EQ(same.identity(), listing.identity());
