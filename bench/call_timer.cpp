@@ -5,8 +5,8 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "host/host.h"
-#include "read/read_file.h"
+#include "ifdsweep/host.h"
+#include "ifdsweep/read.h"
 #include "support/call_report.h"
 
 int main(int argumentCount, char** arguments) {

@@ -1,8 +1,8 @@
 # The targets of the package:
-#   ifdsweep::contract       the header that the module and its host share
-#   ifdsweep::module         the loadable module, for a host to open at run time
-#   ifdsweep::module_static  the module as a library; whoever links it brings the host operations
-#   ifdsweep::host           the stand-in host, which brings them
+#   ifdsweep::ifdsweep       the library: a file read and written, messages, a host
+#   ifdsweep::module_static  the module alone; whoever links it brings the host operations
+#   ifdsweep::contract       the headers alone, for a host that loads the module at run time
+#   ifdsweep::module         the loadable module
 #   ifdsweep::program        the command line program
 if(TARGET ifdsweep::contract)
   return()
@@ -20,12 +20,12 @@ set_target_properties(ifdsweep::module PROPERTIES
 
 add_library(ifdsweep::module_static STATIC IMPORTED)
 set_target_properties(ifdsweep::module_static PROPERTIES
-  IMPORTED_LOCATION "${ifdsweep_LIBRARY_DIR}/libifdsweep_module_static.a"
+  IMPORTED_LOCATION "${ifdsweep_LIBRARY_DIR}/libifdsweep_module.a"
   INTERFACE_LINK_LIBRARIES ifdsweep::contract)
 
-add_library(ifdsweep::host STATIC IMPORTED)
-set_target_properties(ifdsweep::host PROPERTIES
-  IMPORTED_LOCATION "${ifdsweep_LIBRARY_DIR}/libifdsweep_library.a"
+add_library(ifdsweep::ifdsweep STATIC IMPORTED)
+set_target_properties(ifdsweep::ifdsweep PROPERTIES
+  IMPORTED_LOCATION "${ifdsweep_LIBRARY_DIR}/libifdsweep.a"
   INTERFACE_LINK_LIBRARIES ifdsweep::contract)
 
 add_executable(ifdsweep::program IMPORTED)

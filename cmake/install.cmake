@@ -1,6 +1,6 @@
 # What `cmake --install` puts in place: the program with its manual page and completions, the
 # loadable module, the libraries with their headers, and the package files that
-# `find_package(ifdsweep)` reads.
+# `find_package(ifdsweep)` and pkg-config read.
 #
 # Components: program and development; plain is what a Debian package has in another place or form,
 # which is the component debian (cmake/package.cmake).
@@ -9,7 +9,6 @@ include(GNUInstallDirs)
 
 set(IFDSWEEP_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/ifdsweep)
 set(IFDSWEEP_MODULE_DIR ${CMAKE_INSTALL_LIBDIR}/ifdsweep)
-set(IFDSWEEP_HEADER_DIR ${CMAKE_INSTALL_INCLUDEDIR}/ifdsweep)
 set(IFDSWEEP_MANUAL_DIR ${PROJECT_BINARY_DIR}/manual)
 
 # Link-time code is for this one compiler, of this one version. The installed libraries hold machine
@@ -55,18 +54,27 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs
 install(FILES ${PROJECT_SOURCE_DIR}/LICENSE
   DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT plain)
 
-# The contract, and the stand-in host for programs that have no host of their own.
-foreach(folder IN ITEMS include/ifdsweep src/host src/files src/values)
-  install(DIRECTORY ${PROJECT_SOURCE_DIR}/${folder}
-    DESTINATION ${IFDSWEEP_HEADER_DIR} COMPONENT development
-    FILES_MATCHING PATTERN "*.h")
+# The public face. What it does not hold is the library's own affair.
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/ifdsweep
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development
+  FILES_MATCHING PATTERN "*.h")
+
+# For programs that are built without CMake. Paths are told from the file's own place, so that the
+# installation can be moved.
+file(RELATIVE_PATH IFDSWEEP_PREFIX_FROM_PKGCONFIG
+  ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+foreach(package IN ITEMS ifdsweep ifdsweep-module)
+  configure_file(${CMAKE_CURRENT_LIST_DIR}/${package}.pc.in
+    ${PROJECT_BINARY_DIR}/pkgconfig/${package}.pc @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/pkgconfig/${package}.pc
+    DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 endforeach()
 
 # The targets are written out by hand: an exported target would hand our warning flags on.
 configure_package_config_file(
   ${CMAKE_CURRENT_LIST_DIR}/ifdsweepConfig.cmake.in ${PROJECT_BINARY_DIR}/ifdsweepConfig.cmake
   INSTALL_DESTINATION ${IFDSWEEP_PACKAGE_DIR}
-  PATH_VARS CMAKE_INSTALL_BINDIR CMAKE_INSTALL_LIBDIR IFDSWEEP_MODULE_DIR IFDSWEEP_HEADER_DIR)
+  PATH_VARS CMAKE_INSTALL_BINDIR CMAKE_INSTALL_LIBDIR IFDSWEEP_MODULE_DIR CMAKE_INSTALL_INCLUDEDIR)
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/ifdsweepConfigVersion.cmake
   COMPATIBILITY SameMajorVersion)
 install(FILES

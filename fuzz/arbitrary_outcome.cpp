@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "host/host_parts.h"
 #include "host/message_texts.h"
 #include "read/messages.h"
 
@@ -76,7 +77,7 @@ Shape arbitraryShape(FuzzInput& input) {
 ifdsweep::ValueHandle arbitraryArray(ifdsweep::Host& host, FuzzInput& input,
                                      ifdsweep::ValueKind kind) {
     const Shape shape = arbitraryShape(input);
-    ifdsweep::ValueHandle value(host.values().createArray(kind, shape.rows, shape.columns));
+    ifdsweep::ValueHandle value(valuesOf(host).createArray(kind, shape.rows, shape.columns));
     void* elements = ifdsweep::ValueStore::elements(*value);
     for (std::size_t index = 0; index < value->elementCount(); ++index) {
         if (kind == ifdsweep::ValueKind::Double) {
@@ -90,7 +91,7 @@ ifdsweep::ValueHandle arbitraryArray(ifdsweep::Host& host, FuzzInput& input,
 
 ifdsweep::ValueHandle arbitraryCells(ifdsweep::Host& host, FuzzInput& input, unsigned depth) {
     const std::size_t columns = input.below(6);
-    ifdsweep::ValueHandle cells(host.values().createArray(ifdsweep::ValueKind::Cell, 1, columns));
+    ifdsweep::ValueHandle cells(valuesOf(host).createArray(ifdsweep::ValueKind::Cell, 1, columns));
     for (std::size_t index = 0; index < columns; ++index) {
         ifdsweep::ValueStore::setCell(*cells, index, arbitraryValue(host, input, depth).release());
     }
@@ -106,7 +107,7 @@ ifdsweep::ValueHandle arbitraryRecords(ifdsweep::Host& host, FuzzInput& input, u
     const std::size_t count = input.below(kNames.size() - first + 1);
     const auto names = std::span(kNames).subspan(first, count);
     const std::size_t elements = input.below(4);
-    ifdsweep::ValueHandle records(host.values().createRecords(elements, 1, names));
+    ifdsweep::ValueHandle records(valuesOf(host).createRecords(elements, 1, names));
     for (std::size_t element = 0; element < elements; ++element) {
         for (const char* name : names) {
             ifdsweep::ValueStore::setField(*records, element, name,
@@ -151,7 +152,7 @@ ifdsweep::ValueHandle arbitraryValue(ifdsweep::Host& host, FuzzInput& input, uns
             return arbitraryArray(host, input, ifdsweep::ValueKind::Uint8);
         case 4:
         case 5:
-            return ifdsweep::ValueHandle(host.values().createText(arbitraryUnits(input, 255)));
+            return ifdsweep::ValueHandle(valuesOf(host).createText(arbitraryUnits(input, 255)));
         case 6:
             return arbitraryCells(host, input, depth - 1);
         default:

@@ -7,8 +7,8 @@
 // it. Threads: as the host.
 
 #include "fuzz_input.h"
-#include "host/host.h"
-#include "read/read_file.h"
+#include "ifdsweep/host.h"
+#include "ifdsweep/read.h"
 
 namespace fuzz {
 

@@ -4,38 +4,36 @@
 #include <algorithm>
 #include <array>
 
+#include "files/file_bytes.h"
 #include "fuzz_input.h"
 #include "fuzz_target.h"
 #include "read/jpeg_locator.h"
 
 namespace {
 
-/// Bytes in memory that end where the file does.
-class MemoryReader final : public ifdsweep::ByteReader {
+/// Bytes in memory, with the reads counted.
+class CountedBytes final : public ifdsweep::ByteSource {
 public:
-    explicit MemoryReader(std::span<const std::uint8_t> fileBytes) : bytes(fileBytes) {}
+    explicit CountedBytes(std::span<const std::uint8_t> fileBytes) : bytes(fileBytes) {}
 
-    std::size_t readAt(std::uint64_t position, std::span<std::uint8_t> target) override {
+    [[nodiscard]] std::uint64_t size() const noexcept override { return bytes.size(); }
+    [[nodiscard]] std::ptrdiff_t read(std::uint64_t position,
+                                      std::span<std::byte> target) const noexcept override {
         ++reads;
-        if (position >= bytes.size()) {
-            return 0;
-        }
-        const auto piece = bytes.subspan(static_cast<std::size_t>(position));
-        const std::size_t length = std::min(piece.size(), target.size());
-        std::copy_n(piece.begin(), length, target.begin());
-        delivered += length;
-        return length;
+        const std::ptrdiff_t got = bytes.read(position, target);
+        delivered += static_cast<std::size_t>(got);
+        return got;
     }
 
-    std::size_t reads = 0;
-    std::size_t delivered = 0;
+    mutable std::size_t reads = 0;
+    mutable std::size_t delivered = 0;
 
 private:
-    std::span<const std::uint8_t> bytes;
+    ifdsweep::MemoryBytes bytes;
 };
 
 ifdsweep::JpegSearch search(std::span<const std::uint8_t> file) {
-    MemoryReader reader(file);
+    CountedBytes reader(file);
     const ifdsweep::JpegSearch result = ifdsweep::findExifHeader(reader);
     fuzz::require(reader.reads <= file.size() / ifdsweep::kJpegWindow + 3,
                   "a read is a whole window");
@@ -48,7 +46,7 @@ ifdsweep::JpegSearch search(std::span<const std::uint8_t> file) {
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     using Outcome = ifdsweep::JpegSearch::Outcome;
     const std::span file(data, size);
-    MemoryReader reader(file);
+    CountedBytes reader(file);
     const bool isJpeg = size >= 2 && data[0] == 0xFF && data[1] == 0xD8;
     fuzz::require(ifdsweep::beginsAsJpeg(reader) == isJpeg, "a JPEG file begins FF D8");
     const ifdsweep::JpegSearch found = search(file);

@@ -11,9 +11,10 @@
 
 #include "fuzz_input.h"
 #include "fuzz_target.h"
-#include "host/host.h"
+#include "host/host_parts.h"
+#include "ifdsweep/host.h"
+#include "ifdsweep/read.h"
 #include "read/messages.h"
-#include "read/read_file.h"
 #include "written_output.h"
 
 namespace {
@@ -96,12 +97,12 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static ifdsweep::Host host;
     host.clear();
     host.setReadBudget(budget);
-    host.files().serve(u"fuzz.tif", file);
+    filesOf(host).serve(u"fuzz.tif", file);
     const std::string first = checked(swept(host, numbers));
     fuzz::require(fuzz::written(ifdsweep::Format::typed, swept(host, numbers)) == first,
                   "the same result twice");
     fuzz::require(host.liveValues() == 0, "every value is freed");
     // Overshoot: one read at most, which is at most the file.
-    fuzz::require(host.files().countedBytes() <= budget + file.size() + 128, "the budget holds");
+    fuzz::require(host.countedBytes() <= budget + file.size() + 128, "the budget holds");
     return 0;
 }

@@ -7,7 +7,7 @@
 #include <string_view>
 
 #include "cli/command_line.h"
-#include "read/read_file.h"
+#include "ifdsweep/read.h"
 #include "write/result_writer.h"
 
 namespace fuzz {

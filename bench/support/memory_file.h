@@ -7,8 +7,9 @@
 #include <utility>
 #include <vector>
 
-#include "host/host.h"
-#include "read/read_file.h"
+#include "host/host_parts.h"
+#include "ifdsweep/host.h"
+#include "ifdsweep/read.h"
 #include "support/tiff_builder.h"
 
 namespace bench {
@@ -17,7 +18,7 @@ class MemoryFile {
 public:
     explicit MemoryFile(fixture::TiffFile tiffFile) : file(std::move(tiffFile)) {
         callHost.setReadBudget(ifdsweep::kUnlimitedReads);
-        callHost.files().serve(kName, file.bytes);
+        filesOf(callHost).serve(kName, file.bytes);
     }
 
     /// The whole call. Throws std::runtime_error when it ends with an error.

@@ -1,7 +1,10 @@
 #pragma once
 
-// The names that a record's fields can have, for programs that let their users choose among them.
-// Not part of the contract: the loadable module does not export it. Constant data; any thread.
+// Tag list: the names that a record's fields can have, for programs that let their users choose
+// among them. Not part of the contract: the loadable module does not export it.
+//
+// Ownership: the names are constant data. Threads: any. Errors: std::bad_alloc alone.
+// Stable: part of the API; names are added, as tags become known.
 
 #include <cstdint>
 #include <optional>

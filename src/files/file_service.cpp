@@ -12,12 +12,14 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
+#include "files/file_bytes.h"
 #include "files/file_messages.h"
 #include "files/file_names.h"
+#include "files/file_stream.h"
 #include "files/opened_file.h"
 #include "files/read_cache.h"
+#include "io/descriptor.h"
 
 namespace ifdsweep {
 
@@ -100,31 +102,9 @@ bool meansNotFound(int error) noexcept {
     throw std::logic_error("an error that was raised came back");
 }
 
-/// A descriptor that is closed unless it is handed on.
-class Descriptor {
-public:
-    explicit Descriptor(int openDescriptor) noexcept : number(openDescriptor) {}
-    ~Descriptor() {
-        if (number >= 0) {
-            static_cast<void>(::close(number));
-        }
-    }
-    Descriptor(Descriptor&& other) noexcept : number(other.release()) {}
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-
-    [[nodiscard]] int get() const noexcept { return number; }
-    [[nodiscard]] int release() noexcept { return std::exchange(number, -1); }
-
-private:
-    int number;
-};
-
 ServedFile served(Descriptor file, const struct stat& status) {
     const qxFileStatus result = statusOf(status);
-    auto bytes = std::make_shared<const FileBytes>(file.get(), result.fileSize);
-    static_cast<void>(file.release());
-    return {std::move(bytes), result};
+    return {std::make_shared<const FileBytes>(std::move(file), result.fileSize), result};
 }
 
 /// Opens a file of the system; without a source when the path does not exist.
@@ -135,7 +115,7 @@ ServedFile openSystemFile(const std::u16string& name) {
     // Not blocking: a pipe that nobody writes to must not stop the call.
     Descriptor file(
         ::open(fileNameToSystem(name).c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
-    if (file.get() < 0) {
+    if (!file.isOpen()) {
         if (meansNotFound(errno)) {
             return {};
         }
@@ -168,13 +148,17 @@ ServedFile servedFile(int descriptor) {
 FileService::FileService(ValueBudget& valueBudget) : values(valueBudget) {}
 FileService::~FileService() = default;
 
-void FileService::serve(const std::u16string& name, std::span<const std::uint8_t> bytes) {
+qxFileStatus plainStatus(std::uint64_t fileSize) noexcept {
     qxFileStatus status;
     status.type = qxFileType::regular;
     status.permissions = 0444;
     status.timeStamps = {0, 0, 0};
-    status.fileSize = bytes.size();
-    serve(name, ServedFile{std::make_shared<const MemoryBytes>(bytes), status});
+    status.fileSize = fileSize;
+    return status;
+}
+
+void FileService::serve(const std::u16string& name, std::span<const std::uint8_t> bytes) {
+    serve(name, ServedFile{std::make_shared<const MemoryBytes>(bytes), plainStatus(bytes.size())});
 }
 
 void FileService::serve(const std::u16string& name, ServedFile file) {
@@ -209,7 +193,7 @@ std::FILE* FileService::open(const std::u16string& name, const char* mode) {
     if (const std::string_view asked = mode; asked != "r" && asked != "rb") {
         throw std::invalid_argument("files are opened for reading only");
     }
-    std::shared_ptr<OpenedFile> file = look(name);
+    std::shared_ptr<OpenedFile> file = opened(name);
     return file == nullptr ? nullptr : openStream(std::move(file));
 }
 
@@ -232,8 +216,9 @@ auto FileService::takeFromFiles(Take take) noexcept {
 
 std::optional<SpentBudget> FileService::takeSpentBudget() noexcept {
     return takeFromFiles([](OpenedFile& file) {
-        return file.takeRefusal() ? std::optional(SpentBudget{file.budget(), file.size()})
-                                  : std::nullopt;
+        return file.budget().takeRefusal()
+                   ? std::optional(SpentBudget{file.budget().limit(), file.size()})
+                   : std::nullopt;
     });
 }
 
@@ -242,7 +227,7 @@ std::optional<ReadFailure> FileService::takeReadFailure() noexcept {
 }
 
 std::uint64_t FileService::countedBytes() const noexcept {
-    return currentFile == nullptr ? 0 : currentFile->countedBytes();
+    return currentFile == nullptr ? 0 : currentFile->budget().counted();
 }
 
 void FileService::forgetFile() noexcept {
@@ -254,7 +239,7 @@ void FileService::forgetFile() noexcept {
     currentName.clear();
 }
 
-std::shared_ptr<OpenedFile> FileService::look(const std::u16string& name) {
+std::shared_ptr<OpenedFile> FileService::opened(const std::u16string& name) {
     if (currentFile != nullptr && currentName == name) {
         return currentFile;
     }
@@ -270,7 +255,8 @@ std::shared_ptr<OpenedFile> FileService::look(const std::u16string& name) {
     const std::uint64_t size = file.bytes->size();
     currentName = name;
     currentFile = std::make_shared<OpenedFile>(
-        file.bytes, file.status, spareCache, readBudget.value_or(kReads.of(size)), values, faults);
+        file.bytes, file.status, spareCache,
+        ReadBudget(readBudget.value_or(kReads.of(size)), values), hook);
     values.begin(valueLimit.value_or(kValues.of(size)), size, costOfName(name), memoryBound);
     return currentFile;
 }

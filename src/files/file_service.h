@@ -10,15 +10,16 @@
 
 #include <cstdint>
 #include <cstdio>
-#include <limits>
 #include <map>
 #include <memory>
 #include <optional>
 #include <span>
 #include <string>
+#include <utility>
 
-#include "files/byte_source.h"
-#include "files/fault_plan.h"
+#include "files/read_budget.h"
+#include "files/read_hook.h"
+#include "ifdsweep/byte_source.h"
 #include "ifdsweep/qx.h"
 #include "values/value_budget.h"
 
@@ -27,9 +28,6 @@ namespace ifdsweep {
 class OpenedFile;
 class ReadCache;
 struct ReadFailure;
-
-/// A read budget that is never spent.
-inline constexpr std::uint64_t kUnlimitedReads = std::numeric_limits<std::uint64_t>::max();
 
 /// A file that the service serves instead of asking the system.
 struct ServedFile {
@@ -40,6 +38,9 @@ struct ServedFile {
 /// A file that is open already, to be served. Takes over the descriptor; throws std::system_error
 /// when the system cannot tell what it is.
 [[nodiscard]] ServedFile servedFile(int descriptor);
+
+/// The status of a regular file that has no other: dated 1970-01-01 00:00:00.
+[[nodiscard]] qxFileStatus plainStatus(std::uint64_t fileSize) noexcept;
 
 /// The message of a read that the system failed: a warning, or the error of a file that cannot be
 /// read at all.
@@ -72,8 +73,8 @@ public:
     /// Serves no file any more.
     void serveNothing() noexcept;
 
-    /// What goes wrong in every file opened from now on; an empty plan ends it.
-    void setFaultPlan(FaultPlan plan) { faults = std::move(plan); }
+    /// Steps in before the reads of every file opened from now on; null ends it.
+    void setReadHook(std::shared_ptr<ReadHook> readHook) noexcept { hook = std::move(readHook); }
 
     /// The contract's operations of the same names.
     [[nodiscard]] qxFileStatus status(const std::u16string& name);
@@ -82,7 +83,7 @@ public:
 
     /// The file itself, to be read without a stream; null where the path does not exist. Raises
     /// what `open` raises. It is the one looked at from now on.
-    [[nodiscard]] std::shared_ptr<OpenedFile> look(const std::u16string& name);
+    [[nodiscard]] std::shared_ptr<OpenedFile> opened(const std::u16string& name);
 
     /// Reports the spent budget of the file looked at, once.
     [[nodiscard]] std::optional<SpentBudget> takeSpentBudget() noexcept;
@@ -109,7 +110,7 @@ private:
     std::optional<std::uint64_t> valueLimit;
     MemoryBound memoryBound;
     std::map<std::u16string, ServedFile, std::less<>> served;
-    FaultPlan faults;
+    std::shared_ptr<ReadHook> hook;
     std::u16string currentName;
     std::shared_ptr<OpenedFile> currentFile;
     std::shared_ptr<ReadCache> spareCache;

@@ -12,7 +12,7 @@
 #include <memory>
 #include <span>
 
-#include "files/byte_source.h"
+#include "ifdsweep/byte_source.h"
 
 namespace ifdsweep {
 

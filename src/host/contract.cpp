@@ -13,13 +13,13 @@
 #include <string>
 #include <string_view>
 
-#include "host/host.h"
+#include "host/host_parts.h"
 #include "values/value.h"
 #include "values/value_store.h"
 
 namespace {
 
-using ifdsweep::Host;
+using ifdsweep::HostParts;
 using ifdsweep::Value;
 using ifdsweep::ValueKind;
 using ifdsweep::ValueStore;
@@ -65,7 +65,7 @@ ValueKind kindOf(qxClassID classId, qxComplexity complexity) {
 }  // namespace
 
 void qxWarningMsgId(const qxMessage& message) {
-    Host::current().warn(message);
+    HostParts::current().warn(message);
 }
 
 void qxRaiseError(const qxMessage& message) {
@@ -90,7 +90,7 @@ double qxGetScalar(const qxArray* number) {
 }
 
 qxArray* qxCreateUString(const char16_t* units, std::size_t length) {
-    return Host::current().values().createText({units, length});
+    return HostParts::current().values().createText({units, length});
 }
 
 qxArray* qxCreateString(const char* text) {
@@ -100,7 +100,7 @@ qxArray* qxCreateString(const char* text) {
             return static_cast<char16_t>(static_cast<unsigned char>(byte));
         });
     };
-    ValueStore& values = Host::current().values();
+    ValueStore& values = HostParts::current().values();
     std::array<char16_t, 64> shortText;
     if (bytes.size() <= shortText.size()) {
         widen(shortText.data());
@@ -113,30 +113,30 @@ qxArray* qxCreateString(const char* text) {
 
 qxArray* qxCreateCharArray(std::size_t dimensionCount, const std::size_t* dimensions) {
     const Size size = sizeOf(dimensionCount, dimensions);
-    return Host::current().values().createArray(ValueKind::Char, size.rows, size.columns);
+    return HostParts::current().values().createArray(ValueKind::Char, size.rows, size.columns);
 }
 
 qxArray* qxCreateCellArray(std::size_t dimensionCount, const std::size_t* dimensions) {
     const Size size = sizeOf(dimensionCount, dimensions);
-    return Host::current().values().createArray(ValueKind::Cell, size.rows, size.columns);
+    return HostParts::current().values().createArray(ValueKind::Cell, size.rows, size.columns);
 }
 
 qxArray* qxCreateStructArray(std::size_t dimensionCount, const std::size_t* dimensions,
                              std::size_t fieldCount, const char* const* fieldNames) {
     const Size size = sizeOf(dimensionCount, dimensions);
-    return Host::current().values().createRecords(size.rows, size.columns,
-                                                  std::span(fieldNames, fieldCount));
+    return HostParts::current().values().createRecords(size.rows, size.columns,
+                                                       std::span(fieldNames, fieldCount));
 }
 
 qxArray* qxCreateDoubleScalar(double value) {
-    return Host::current().values().createScalar(value);
+    return HostParts::current().values().createScalar(value);
 }
 
 qxArray* qxCreateNumericArray(std::size_t dimensionCount, const std::size_t* dimensions,
                               qxClassID classId, qxComplexity complexity) {
     const Size size = sizeOf(dimensionCount, dimensions);
-    return Host::current().values().createArray(kindOf(classId, complexity), size.rows,
-                                                size.columns);
+    return HostParts::current().values().createArray(kindOf(classId, complexity), size.rows,
+                                                     size.columns);
 }
 
 void qxSetField(qxArray* records, std::size_t index, const char* fieldName, qxArray* value) {
@@ -164,13 +164,13 @@ char16_t* qxGetChars(qxArray* value) {
 }
 
 qxFileStatus qxGetFileStatus(const std::u16string& path) {
-    return Host::current().files().status(path);
+    return HostParts::current().files().status(path);
 }
 
 bool qxFileExists(const std::u16string& path) {
-    return Host::current().files().exists(path);
+    return HostParts::current().files().exists(path);
 }
 
 std::FILE* qxOpenFile(const std::u16string& path, const char* mode) {
-    return Host::current().files().open(path, mode);
+    return HostParts::current().files().open(path, mode);
 }

@@ -1,17 +1,21 @@
-#include "host/host.h"
+#include "ifdsweep/host.h"
 
 #include <stdexcept>
 #include <utility>
 
+#include "files/file_names.h"
 #include "files/opened_file.h"
+#include "host/host_parts.h"
 #include "host/message_texts.h"
 
 namespace ifdsweep {
 
+static_assert(kUnlimited == kUnlimitedReads && kUnlimited == ValueBudget::kUnlimited);
+
 namespace {
 
-// The host of this thread's innermost scope: the contract's functions have no argument for it.
-thread_local Host* currentHost = nullptr;
+// Of this thread's innermost scope: the contract's functions have no argument for it.
+thread_local HostParts* currentParts = nullptr;
 
 /// What the arguments of a message count against the value budget.
 std::uint64_t argumentCostOf(const qxMessage& message) {
@@ -39,66 +43,123 @@ qxMessage spentMessage(const char* id, const SpentBudget& spent) {
 
 }  // namespace
 
-Host::Scope::Scope(Host& callHost) noexcept
-    : host(callHost), previous(std::exchange(currentHost, &callHost)) {
-    host.fileService.forgetFile();
-}
-
-Host::Scope::~Scope() {
-    host.fileService.forgetFile();
-    currentHost = previous;
-}
-
-Host& Host::current() {
-    if (currentHost == nullptr) {
+HostParts& HostParts::current() {
+    if (currentParts == nullptr) {
         throw std::logic_error("no host serves this thread");
     }
-    return *currentHost;
+    return *currentParts;
 }
 
-const std::vector<qxMessage>& Host::warnings() {
+FileService& HostParts::files() {
+    collectOwnWarnings();
+    return service;
+}
+
+std::vector<qxMessage>& HostParts::warnings() {
     collectOwnWarnings();
     return collected;
 }
 
-std::vector<qxMessage> Host::takeWarnings() {
+void HostParts::warn(const qxMessage& message) {
     collectOwnWarnings();
-    return std::exchange(collected, {});
-}
-
-void Host::warn(const qxMessage& message) {
-    collectOwnWarnings();
-    if (valueBudget.takesWarning(argumentCostOf(message))) {
+    if (budget.takesWarning(argumentCostOf(message))) {
         collected.push_back(message);
     }
 }
 
-void Host::clear() noexcept {
-    fileService.forgetFile();
-    fileService.forgetWhatIsToTell();
-    valueBudget.forgetWhatIsToTell();
+void HostParts::clear() noexcept {
+    service.forgetFile();
+    service.forgetWhatIsToTell();
+    budget.forgetWhatIsToTell();
     collected.clear();
 }
 
-FileService& Host::files() {
-    collectOwnWarnings();
-    return fileService;
-}
-
-void Host::collectOwnWarnings() {
+void HostParts::collectOwnWarnings() {
     // The file service cannot give the warnings itself: it stands inside the C library's read.
-    if (const std::optional<SpentBudget> spent = fileService.takeSpentBudget()) {
+    if (const std::optional<SpentBudget> spent = service.takeSpentBudget()) {
         collected.push_back(spentMessage(kReadBudgetSpentId, *spent));
     }
-    if (const std::optional<SpentBudget> spent = valueBudget.takeSpent()) {
+    if (const std::optional<SpentBudget> spent = budget.takeSpent()) {
         collected.push_back(spentMessage(kValueBudgetSpentId, *spent));
     }
-    if (const std::optional<SpentBudget> spent = valueBudget.takeSpentMemory()) {
+    if (const std::optional<SpentBudget> spent = budget.takeSpentMemory()) {
         collected.push_back(spentMessage(kMemorySpentId, *spent));
     }
-    while (const std::optional<ReadFailure> failure = fileService.takeReadFailure()) {
+    while (const std::optional<ReadFailure> failure = service.takeReadFailure()) {
         collected.push_back(readFailedMessage(*failure));
     }
+}
+
+Host::Scope::Scope(Host& callHost) noexcept
+    : parts(HostParts::of(callHost)), previous(std::exchange(currentParts, &parts)) {
+    parts.filesAsTheyAre().forgetFile();
+}
+
+Host::Scope::~Scope() {
+    parts.filesAsTheyAre().forgetFile();
+    currentParts = previous;
+}
+
+Host::Host() : parts(std::make_unique<HostParts>()) {}
+Host::~Host() = default;
+
+void Host::setReadBudget(std::optional<std::uint64_t> bytes) noexcept {
+    parts->filesAsTheyAre().setReadBudget(bytes);
+}
+
+void Host::setValueBudget(std::optional<std::uint64_t> limit) noexcept {
+    parts->filesAsTheyAre().setValueBudget(limit);
+}
+
+void Host::setMemoryBound(std::function<std::uint64_t()> bound) noexcept {
+    parts->filesAsTheyAre().setMemoryBound(std::move(bound));
+}
+
+void Host::serve(std::string_view name, std::span<const std::uint8_t> bytes) {
+    parts->files().serve(fileNameFromSystem(name), bytes);
+}
+
+void Host::serve(std::string_view name, std::shared_ptr<const ByteSource> source) {
+    const qxFileStatus status = plainStatus(source->size());
+    serve(name, std::move(source), status);
+}
+
+void Host::serve(std::string_view name, std::shared_ptr<const ByteSource> source,
+                 const qxFileStatus& status) {
+    parts->files().serve(fileNameFromSystem(name), ServedFile{std::move(source), status});
+}
+
+void Host::serveDescriptor(std::string_view name, int descriptor) {
+    ServedFile file = servedFile(descriptor);
+    parts->files().serve(fileNameFromSystem(name), std::move(file));
+}
+
+void Host::serveNothing() noexcept {
+    parts->filesAsTheyAre().serveNothing();
+}
+
+const std::vector<qxMessage>& Host::warnings() {
+    return parts->warnings();
+}
+
+std::vector<qxMessage> Host::takeWarnings() {
+    return std::exchange(parts->warnings(), {});
+}
+
+void Host::clear() noexcept {
+    parts->clear();
+}
+
+std::size_t Host::liveValues() const noexcept {
+    return parts->values().liveValues();
+}
+
+std::uint64_t Host::countedValues() const noexcept {
+    return parts->valueBudget().counted();
+}
+
+std::uint64_t Host::countedBytes() const noexcept {
+    return parts->filesAsTheyAre().countedBytes();
 }
 
 }  // namespace ifdsweep

@@ -1,7 +1,9 @@
 #include "io/descriptor.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <limits>
 #include <system_error>
 
 #include <fcntl.h>
@@ -49,20 +51,40 @@ Descriptor makeTemporaryFile() {
     return file;
 }
 
+std::ptrdiff_t readAt(int descriptor, std::uint64_t position,
+                      std::span<std::byte> target) noexcept {
+    // The system refuses reads that would end past the last position that there can be.
+    constexpr std::uint64_t kLastPosition = std::numeric_limits<std::int64_t>::max();
+    if (position >= kLastPosition) {
+        return 0;
+    }
+    const std::size_t wanted = std::min<std::uint64_t>(target.size(), kLastPosition - position);
+    std::size_t got = 0;
+    while (got < wanted) {
+        const ssize_t part = ::pread(descriptor, target.data() + got, wanted - got,
+                                     static_cast<off_t>(position + got));
+        if (part > 0) {
+            got += static_cast<std::size_t>(part);
+        } else if (part == 0 || errno != EINTR) {
+            return part == 0 || got > 0 ? static_cast<std::ptrdiff_t>(got) : -1;
+        }
+    }
+    return static_cast<std::ptrdiff_t>(got);
+}
+
 std::string readPiece(int descriptor, std::uint64_t position, std::size_t size) {
     std::string bytes(size, '\0');
     std::size_t got = 0;
     while (got < size) {
-        const ssize_t count =
-            ::pread(descriptor, bytes.data() + got, size - got, static_cast<off_t>(position + got));
-        if (count == 0) {
-            break;
-        }
-        if (count > 0) {
-            got += static_cast<std::size_t>(count);
-        } else if (errno != EINTR) {
+        const std::ptrdiff_t part = readAt(descriptor, position + got,
+                                           std::as_writable_bytes(std::span(bytes).subspan(got)));
+        if (part < 0) {
             throw OutputError(errno);
         }
+        if (part == 0) {
+            break;
+        }
+        got += static_cast<std::size_t>(part);
     }
     bytes.resize(got);
     return bytes;

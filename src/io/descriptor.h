@@ -5,8 +5,10 @@
 //
 // Ownership: a Descriptor owns its number. Threads: one at a time.
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -61,6 +63,11 @@ void raiseDescriptorLimit();
 /// Makes a file without a name in TMPDIR (default: /tmp) for writing and reading. Throws
 /// RunFailure.
 [[nodiscard]] Descriptor makeTemporaryFile();
+
+/// Reads bytes from a position. Returns how many, fewer than asked for only at the end or before a
+/// failure, which the next read then shows; -1 with errno set when there were none.
+[[nodiscard]] std::ptrdiff_t readAt(int descriptor, std::uint64_t position,
+                                    std::span<std::byte> target) noexcept;
 
 /// Reads at most `size` bytes from a position, all that there are; throws OutputError when the
 /// system cannot.

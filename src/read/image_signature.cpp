@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <span>
 
 namespace ifdsweep {
 namespace {
@@ -32,6 +33,13 @@ std::optional<ImageFormat> imageFormatOf(std::string_view firstBytes) {
         kSignatures.begin(), kSignatures.end(),
         [&](const Signature& signature) { return firstBytes.starts_with(signature.bytes); });
     return found == kSignatures.end() ? std::nullopt : std::optional(found->format);
+}
+
+std::optional<ImageFormat> imageFormatOf(const ByteSource& file) {
+    std::array<char, kLongestSignature> start{};
+    const std::ptrdiff_t got = file.read(0, std::as_writable_bytes(std::span(start)));
+    return imageFormatOf(
+        {start.data(), static_cast<std::size_t>(std::max<std::ptrdiff_t>(got, 0))});
 }
 
 }  // namespace ifdsweep

@@ -9,6 +9,8 @@
 #include <optional>
 #include <string_view>
 
+#include "ifdsweep/byte_source.h"
+
 namespace ifdsweep {
 
 enum class ImageFormat : std::uint8_t { tiff, jpeg };
@@ -18,5 +20,8 @@ inline constexpr std::size_t kLongestSignature = 4;
 
 /// The format of a file that begins with these bytes; none when it is no image.
 [[nodiscard]] std::optional<ImageFormat> imageFormatOf(std::string_view firstBytes);
+
+/// The format of a file; none when it is no image or cannot be read. It is one read.
+[[nodiscard]] std::optional<ImageFormat> imageFormatOf(const ByteSource& file);
 
 }  // namespace ifdsweep

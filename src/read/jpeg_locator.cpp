@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <optional>
-#include <string>
+#include <span>
 
 #include "read/image_signature.h"
 
@@ -26,15 +26,22 @@ constexpr std::array<std::uint8_t, 6> kExifSignature{'E', 'x', 'i', 'f', 0, 0};
 // their segments; a length that is wrong is off by less than a segment, 64 KiB.
 constexpr std::uint64_t kMaxPadding = 65536;
 
+/// Reads what there is at a position, nothing where it cannot be read.
+std::size_t bytesAt(const ByteSource& file, std::uint64_t position,
+                    std::span<std::uint8_t> target) {
+    const std::ptrdiff_t got = file.read(position, std::as_writable_bytes(target));
+    return static_cast<std::size_t>(std::max<std::ptrdiff_t>(got, 0));
+}
+
 /// Reads single bytes through a window, so that neighbouring segments cost one read.
 class Window {
 public:
-    explicit Window(ByteReader& byteReader) : reader(byteReader) {}
+    explicit Window(const ByteSource& source) : file(source) {}
 
     std::optional<std::uint8_t> byteAt(std::uint64_t position) {
         if (position < start || position - start >= size) {
             start = position;
-            size = reader.readAt(position, bytes);
+            size = bytesAt(file, position, bytes);
             if (size == 0) {
                 return std::nullopt;
             }
@@ -43,7 +50,7 @@ public:
     }
 
 private:
-    ByteReader& reader;
+    const ByteSource& file;
     std::array<std::uint8_t, kJpegWindow> bytes;
     std::uint64_t start = 0;
     std::size_t size = 0;
@@ -61,15 +68,13 @@ bool holdsExif(Window& window, std::uint64_t position) {
 
 }  // namespace
 
-bool beginsAsJpeg(ByteReader& reader) {
-    std::array<std::uint8_t, kLongestSignature> start{};
-    const std::size_t size = reader.readAt(0, start);
-    return imageFormatOf(std::string(start.begin(), start.begin() + size)) == ImageFormat::jpeg;
+bool beginsAsJpeg(const ByteSource& file) {
+    return imageFormatOf(file) == ImageFormat::jpeg;
 }
 
-JpegSearch findExifHeader(ByteReader& reader) {
+JpegSearch findExifHeader(const ByteSource& file) {
     using enum JpegSearch::Outcome;
-    Window window(reader);
+    Window window(file);
     std::uint64_t position = 2;  // behind the start of image
     std::uint64_t padding = 0;   // bytes passed since the last segment ended
     while (true) {

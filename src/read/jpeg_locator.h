@@ -3,26 +3,14 @@
 // JPEG locator: finds the TIFF header of a JPEG file's Exif block by walking the marker segments
 // (ISO/IEC 10918-1, Annex B; Exif 2.3, 4.7.2).
 //
-// Ownership: the reader is borrowed for the length of the call. Threads: any.
+// Ownership: the file is borrowed for the length of the call. Threads: any.
 
 #include <cstddef>
 #include <cstdint>
-#include <span>
+
+#include "ifdsweep/byte_source.h"
 
 namespace ifdsweep {
-
-/// Random access to the bytes of a file.
-class ByteReader {
-public:
-    ByteReader() = default;
-    ByteReader(const ByteReader&) = delete;
-    ByteReader& operator=(const ByteReader&) = delete;
-    virtual ~ByteReader() = default;
-
-    /// Reads bytes into `target` from a byte position; returns how many there were, short only at
-    /// the end of the file or where it cannot be read.
-    virtual std::size_t readAt(std::uint64_t position, std::span<std::uint8_t> target) = 0;
-};
 
 /// What the walk found.
 struct JpegSearch {
@@ -37,7 +25,7 @@ struct JpegSearch {
 };
 
 /// Whether a file begins like a JPEG file.
-[[nodiscard]] bool beginsAsJpeg(ByteReader& reader);
+[[nodiscard]] bool beginsAsJpeg(const ByteSource& file);
 
 /// Bytes that the search for the header asks for at a time.
 inline constexpr std::size_t kJpegWindow = 4096;
@@ -45,7 +33,7 @@ inline constexpr std::size_t kJpegWindow = 4096;
 /// Finds the TIFF header behind "Exif\0\0" in the first APP1 segment that begins so. The walk only
 /// goes forward: no byte is read twice, and a file of S bytes costs S / kJpegWindow + 3 reads at
 /// most, the last two of which meet its end.
-/// @param reader a file that begins as JPEG
-[[nodiscard]] JpegSearch findExifHeader(ByteReader& reader);
+/// @param file one that begins as JPEG
+[[nodiscard]] JpegSearch findExifHeader(const ByteSource& file);
 
 }  // namespace ifdsweep

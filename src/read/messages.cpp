@@ -7,6 +7,7 @@
 
 #include <sys/resource.h>
 
+#include "host/message_texts.h"
 #include "text/nearest_names.h"
 
 namespace ifdsweep {

@@ -1,4 +1,4 @@
-#include "read/read_file.h"
+#include "ifdsweep/read.h"
 
 #include <array>
 #include <cstdint>
@@ -10,6 +10,7 @@
 
 #include "files/file_names.h"
 #include "files/opened_file.h"
+#include "host/host_parts.h"
 #include "read/image_signature.h"
 #include "read/jpeg_locator.h"
 #include "read/messages.h"
@@ -17,13 +18,15 @@
 namespace ifdsweep {
 namespace {
 
-/// Reads a file of the host's.
-class FileReader final : public ByteReader {
+/// The bytes of a file of the host's. Each read is an access of its own, as after a seek.
+class BytesOfFile final : public ByteSource {
 public:
-    explicit FileReader(OpenedFile& openedFile) : file(openedFile) {}
+    explicit BytesOfFile(OpenedFile& openedFile) : file(openedFile) {}
 
-    std::size_t readAt(std::uint64_t position, std::span<std::uint8_t> target) override {
-        return file.readAt(position, std::as_writable_bytes(target));
+    [[nodiscard]] std::uint64_t size() const noexcept override { return file.size(); }
+    [[nodiscard]] std::ptrdiff_t read(std::uint64_t position,
+                                      std::span<std::byte> target) const noexcept override {
+        return file.readAccess(position, target);
     }
 
 private:
@@ -37,18 +40,12 @@ struct Beginning {
     std::optional<qxMessage> jpegFailure{};  ///< a JPEG file without a stream
 };
 
-bool beginsAsTiff(ByteReader& reader) {
-    std::array<std::uint8_t, kLongestSignature> start{};
-    const std::size_t size = reader.readAt(0, start);
-    return imageFormatOf(std::string(start.begin(), start.begin() + size)) == ImageFormat::tiff;
-}
-
 Beginning lookAt(OpenedFile& file, bool imagesOnly) {
-    FileReader reader(file);
-    if (!beginsAsJpeg(reader)) {
-        return {.isImage = !imagesOnly || beginsAsTiff(reader)};
+    const BytesOfFile bytes(file);
+    if (!beginsAsJpeg(bytes)) {
+        return {.isImage = !imagesOnly || imageFormatOf(bytes) == ImageFormat::tiff};
     }
-    const JpegSearch search = findExifHeader(reader);
+    const JpegSearch search = findExifHeader(bytes);
     const auto position = static_cast<std::int64_t>(search.position);
     switch (search.outcome) {
         case JpegSearch::Outcome::found:
@@ -64,7 +61,7 @@ Beginning lookAt(OpenedFile& file, bool imagesOnly) {
 /// Looks at the first bytes. Where a file does not exist, the entry point says so better: it
 /// passes for an image.
 Beginning lookAt(FileService& files, const std::u16string& name, bool imagesOnly) {
-    const std::shared_ptr<OpenedFile> file = files.look(name);
+    const std::shared_ptr<OpenedFile> file = files.opened(name);
     if (file == nullptr) {
         return {.isImage = true};
     }
@@ -117,7 +114,7 @@ qxMessage unexpectedFailure(const std::exception& failure) {
 
 }  // namespace
 
-Outcome read(Host& host, std::string_view file, const ReadOptions& options) {
+Outcome read(Host& host, std::string_view path, const ReadOptions& options) {
     Outcome outcome;
     if (options.readBudget) {
         host.setReadBudget(options.readBudget);
@@ -127,11 +124,11 @@ Outcome read(Host& host, std::string_view file, const ReadOptions& options) {
     }
     try {
         const Host::Scope scope(host);
-        outcome.file = file;
+        outcome.file = path;
         outcome.firstIfdIndex = options.first;
         outcome.maxIfdCount = options.max;
-        const std::u16string name = fileNameFromSystem(file);
-        const auto offset = findInitialOffset(host.files(), name, options);
+        const std::u16string name = fileNameFromSystem(path);
+        const auto offset = findInitialOffset(filesOf(host), name, options);
         outcome.isImage = offset.has_value();
         if (offset) {
             outcome.initialOffset = *offset;

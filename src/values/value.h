@@ -17,14 +17,12 @@
 #include <string_view>
 
 #include "ifdsweep/qx.h"
+#include "ifdsweep/value.h"
 
 namespace ifdsweep {
 
 class FieldList;
 class ValueStore;
-
-/// The classes of values.
-enum class ValueKind : std::uint8_t { Double, Uint8, Char, Cell, Struct };
 
 }  // namespace ifdsweep
 
@@ -164,13 +162,5 @@ private:
 namespace ifdsweep {
 
 using Value = qxArray;
-
-/// Frees a value with everything in it.
-struct ValueDeleter {
-    void operator()(Value* value) const noexcept;
-};
-
-/// Owns a value. Make one of the result of any `qxCreate` function or of the entry point's output.
-using ValueHandle = std::unique_ptr<Value, ValueDeleter>;
 
 }  // namespace ifdsweep

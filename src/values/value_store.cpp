@@ -173,9 +173,8 @@ void ValueStore::setField(Value& records, std::size_t index, const char* fieldNa
 }
 
 ValueHandle ValueStore::takeCell(Value& cells, std::size_t index) noexcept {
-    return ValueHandle(cells.cell(index) == nullptr
-                           ? nullptr
-                           : std::exchange(cells.slots()[index], nullptr));
+    return ValueHandle(cells.cell(index) == nullptr ? nullptr
+                                                    : std::exchange(cells.slots()[index], nullptr));
 }
 
 ValueHandle ValueStore::takeField(Value& records, std::size_t index,
@@ -253,11 +252,6 @@ std::span<std::byte> ValueStore::blockOf(const Value& value) noexcept {
     return {static_cast<std::byte*>(value.content.block) - headSize, headSize + contentSize};
 }
 
-void ValueStore::failCreation(std::uint64_t number, std::exception_ptr error) noexcept {
-    creationsUntilFailure = number;
-    creationFailure = std::move(error);
-}
-
 Value* ValueStore::newValue(ValueKind kind, std::size_t rows, std::size_t columns,
                             std::size_t contentSize, std::size_t countedSize) {
     const Value::Shape shape = Value::shapeOf(rows, columns);
@@ -286,8 +280,8 @@ Value* ValueStore::newNode(ValueKind kind, Value::Shape shape, std::size_t eleme
     static_assert(sizeof(Value) == 16, "four values share a cache line");
     static_assert(sizeof(Value::Content) == kInPlace);
     static_assert(kLargest <= Value::kLengthMask);
-    if (creationsUntilFailure != 0 && --creationsUntilFailure == 0) {
-        std::rethrow_exception(std::exchange(creationFailure, nullptr));
+    if (hook != nullptr) {
+        hook->beforeCreation();
     }
     Value* value = ::new (pool.allocate(sizeof(Value))) Value(kind, shape, elementCount);
     ++live;

@@ -11,12 +11,13 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <exception>
 #include <memory>
 #include <span>
 #include <string_view>
+#include <utility>
 
 #include "values/block_pool.h"
+#include "values/creation_hook.h"
 #include "values/field_list.h"
 #include "values/value.h"
 #include "values/value_budget.h"
@@ -71,8 +72,10 @@ public:
     /// Values created and not yet freed.
     [[nodiscard]] std::size_t liveValues() const noexcept { return live; }
 
-    /// See `Host::failValueCreation`.
-    void failCreation(std::uint64_t number, std::exception_ptr error) noexcept;
+    /// Steps in before every creation from now on; null ends it.
+    void setCreationHook(std::shared_ptr<CreationHook> creationHook) noexcept {
+        hook = std::move(creationHook);
+    }
 
 private:
     /// Head of the block of a text that values share; the units follow it.
@@ -111,8 +114,7 @@ private:
     ValueBudget& budget;
     BlockPool pool;
     std::size_t live = 0;
-    std::uint64_t creationsUntilFailure = 0;
-    std::exception_ptr creationFailure;
+    std::shared_ptr<CreationHook> hook;
     /// Lists made last: nearly every record array of a file has one of a few lists.
     std::array<FieldListPointer, 8> recentFields;
     std::size_t nextRecent = 0;

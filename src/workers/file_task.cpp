@@ -40,7 +40,7 @@ void FileTask::serveStandardInput() {
     if (own < 0) {
         throw std::system_error(errno, std::system_category());
     }
-    host.files().serve(fileNameFromSystem(kStandardInput), servedFile(own));
+    host.serveDescriptor(kStandardInput, own);
 }
 
 FileReport FileTask::read(const InputFile& file) {

@@ -9,10 +9,9 @@
 #include <functional>
 #include <memory>
 
-#include "host/host.h"
+#include "ifdsweep/host.h"
+#include "ifdsweep/read.h"
 #include "io/output.h"
-#include "read/read_file.h"
-#include "read/read_options.h"
 #include "walk/input_file.h"
 #include "workers/file_report.h"
 #include "write/output_choice.h"

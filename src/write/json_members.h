@@ -7,8 +7,8 @@
 #include <cstdint>
 
 #include "ifdsweep/qx.h"
+#include "ifdsweep/read.h"
 #include "io/output.h"
-#include "read/read_file.h"
 #include "text/json_text.h"
 #include "write/number_output.h"
 

@@ -3,8 +3,8 @@
 // Natural JSON: values and outcomes as a reader of JSON expects them, without their classes. Plain
 // functions over an Output of the caller, which throw its OutputError; any thread.
 
+#include "ifdsweep/read.h"
 #include "io/output.h"
-#include "read/read_file.h"
 #include "text/natural_text.h"
 #include "values/value.h"
 

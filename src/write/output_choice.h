@@ -7,24 +7,13 @@
 #include <string>
 #include <vector>
 
+#include "ifdsweep/write.h"
 #include "read/tag_choice.h"
 
 namespace ifdsweep {
 
-enum class Format : std::uint8_t { text, json, ndjson, typed, csv };
-
-/// How JSON is laid out.
-enum class JsonLayout : std::uint8_t {
-    filePerLine,  ///< an object per line
-    compact,      ///< no line ends
-    pretty,       ///< a member per line, indented
-};
-
 /// What is shown of a file's warnings.
 enum class WarningDetail : std::uint8_t { each, count, none };
-
-/// Whether text for people is coloured.
-enum class Colour : std::uint8_t { off, on };
 
 struct OutputChoice {
     Format format = Format::text;

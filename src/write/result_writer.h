@@ -7,8 +7,8 @@
 
 #include <memory>
 
+#include "ifdsweep/read.h"
 #include "io/output.h"
-#include "read/read_file.h"
 #include "write/output_choice.h"
 #include "write/writer_settings.h"
 

@@ -7,7 +7,7 @@
 
 #include "dict/tag_names.h"
 #include "dict/tag_rules.h"
-#include "host/host.h"
+#include "ifdsweep/host.h"
 #include "support/entry_call.h"
 #include "support/type_rows.h"
 

@@ -8,7 +8,7 @@
 #include <algorithm>
 #include <string>
 
-#include "host/host.h"
+#include "ifdsweep/host.h"
 #include "support/entry_call.h"
 #include "support/type_rows.h"
 

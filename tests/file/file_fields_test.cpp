@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "file/tag_file.h"
+#include "host/host_parts.h"
 #include "support/record_dump.h"
 #include "support/tiff_matrix.h"
 
@@ -23,8 +24,8 @@ protected:
             status.type = qxFileType::regular;
             status.fileSize = file.bytes.size();
             status.timeStamps = {1, modified, 2};
-            host.files().serve(kFileName,
-                               {std::make_shared<ifdsweep::MemoryBytes>(file.bytes), status});
+            filesOf(host).serve(kFileName,
+                                {std::make_shared<ifdsweep::MemoryBytes>(file.bytes), status});
         });
     }
 };
@@ -41,7 +42,7 @@ TEST_P(FileFields, TheListIsTheSameForEveryFormat) {
     const TiffFile tiff = fileOf({{ascii(315, "x")}});
     for (const Bytes& bytes : {tiff.bytes, Bytes{0xFF, 0xD8}, Bytes{}}) {
         ifdsweep::Host host;
-        host.files().serve(kFileName, bytes);
+        filesOf(host).serve(kFileName, bytes);
         const ifdsweep::Host::Scope scope(host);
         const TagFile file(kFileName, 0, 0, 0);
         const Lines names(file.defaultFieldNames.begin(), file.defaultFieldNames.end());
@@ -137,7 +138,7 @@ TEST_P(FileFields, ANameOfAnyCharactersComesBack) {
     const TiffFile file = fileOf({{ascii(315, "x")}});
     const std::u16string name = u"\u00E9t\u00E9 \u6F22\xD83D\xDE00\xDC80.tif";
     const Call given =
-        callOnFile(name, {}, [&](ifdsweep::Host& host) { host.files().serve(name, file.bytes); });
+        callOnFile(name, {}, [&](ifdsweep::Host& host) { filesOf(host).serve(name, file.bytes); });
     EXPECT_EQ(given.value("Filename"), quotedText(name));
 }
 

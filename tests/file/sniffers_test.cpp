@@ -5,7 +5,8 @@
 #include <vector>
 
 #include "file/tag_file.h"
-#include "host/host.h"
+#include "host/host_parts.h"
+#include "ifdsweep/host.h"
 #include "support/entry_call.h"
 
 namespace fixture {
@@ -43,7 +44,7 @@ std::vector<SniffCase> sniffCases() {
 TEST(Sniffers, FirstBytesDecide) {
     for (const SniffCase& each : sniffCases()) {
         ifdsweep::Host host;
-        host.files().serve(kFileName, each.bytes);
+        filesOf(host).serve(kFileName, each.bytes);
         const ifdsweep::Host::Scope scope(host);
         EXPECT_EQ(isJpeg(kFileName), each.isJpeg) << each.name;
         EXPECT_EQ(isClassicTiff(kFileName), each.isClassic) << each.name;
@@ -62,7 +63,7 @@ TEST(Sniffers, AMissingFileIsNoneOfThem) {
 TEST(Sniffers, TheLayoutFollows) {
     for (const SniffCase& each : sniffCases()) {
         ifdsweep::Host host;
-        host.files().serve(kFileName, each.bytes);
+        filesOf(host).serve(kFileName, each.bytes);
         const ifdsweep::Host::Scope scope(host);
         const TagFile file(kFileName, 0, 0, 0);
         const bool isWide = !each.isJpeg && !each.isClassic;

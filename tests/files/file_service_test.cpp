@@ -19,12 +19,14 @@
 
 #include "adapter/messages.h"
 #include "files/file_names.h"
-#include "host/host.h"
+#include "host/host_parts.h"
 #include "host/message_texts.h"
+#include "ifdsweep/host.h"
+#include "support/planned_faults.h"
 
 namespace {
 
-using ifdsweep::Fault;
+using fixture::Fault;
 using ifdsweep::Host;
 using ifdsweep::MessageId;
 using ifdsweep::messageRow;
@@ -102,7 +104,7 @@ protected:
 TEST_F(Files, StreamsEqualTheFile) {
     const std::vector<std::uint8_t> bytes = patternOf(700'000);
     const std::u16string onDisk = ifdsweep::fileNameFromSystem(folder.write("caf\xE9.tif", bytes));
-    host.files().serve(u"served", bytes);
+    filesOf(host).serve(u"served", bytes);
     for (const std::u16string& name : {onDisk, std::u16string(u"served")}) {
         const StreamHandle stream = open(name);
         ASSERT_NE(stream, nullptr);
@@ -126,7 +128,7 @@ TEST_F(Files, StreamsEqualTheFile) {
 
 TEST_F(Files, EveryPositionUpToTheLastCanBeSought) {
     const std::vector<std::uint8_t> bytes = patternOf(100);
-    host.files().serve(u"served", bytes);
+    filesOf(host).serve(u"served", bytes);
     const std::u16string onDisk = ifdsweep::fileNameFromSystem(folder.write("a", patternOf(100)));
     for (const std::u16string& name : {onDisk, std::u16string(u"served")}) {
         const StreamHandle stream = open(name);
@@ -149,7 +151,7 @@ TEST_F(Files, EveryPositionUpToTheLastCanBeSought) {
 
 TEST_F(Files, SeekForwardIsRelative) {
     const std::vector<std::uint8_t> bytes = patternOf(100);
-    host.files().serve(u"served", bytes);
+    filesOf(host).serve(u"served", bytes);
     const StreamHandle stream = open(u"served");
     EXPECT_EQ(read(stream, 10), 10U);
     EXPECT_EQ(::fseeko(stream.get(), 20, SEEK_CUR), 0);
@@ -248,20 +250,20 @@ TEST_F(Files, PathsThatCannotBeOpenedAreErrorsOfTheHost) {
 }
 
 TEST_F(Files, OnlyReadingModes) {
-    host.files().serve(u"served", std::span<const std::uint8_t>());
+    filesOf(host).serve(u"served", std::span<const std::uint8_t>());
     EXPECT_THROW(static_cast<void>(qxOpenFile(u"served", "w")), std::invalid_argument);
     EXPECT_NE(StreamHandle(qxOpenFile(u"served", "r")), nullptr);
 }
 
 TEST_F(Files, ServedFilesHaveTheirStatus) {
     const std::vector<std::uint8_t> bytes(7);
-    host.files().serve(u"served", bytes);
+    filesOf(host).serve(u"served", bytes);
     const qxFileStatus status = qxGetFileStatus(u"served");
     EXPECT_EQ(status.type, qxFileType::regular);
     EXPECT_EQ(status.fileSize, 7U);
     EXPECT_EQ(status.timeStamps[1], 0);
     EXPECT_TRUE(qxFileExists(u"served"));
-    host.files().serveNothing();
+    filesOf(host).serveNothing();
     EXPECT_FALSE(qxFileExists(u"served"));
 }
 
@@ -279,8 +281,8 @@ TEST_F(Files, AScopeLooksAtAFileOnce) {
 TEST_F(Files, TwoFilesAtOnce) {
     const std::vector<std::uint8_t> first(1000, 1);
     const std::vector<std::uint8_t> second(1000, 2);
-    host.files().serve(u"first", first);
-    host.files().serve(u"second", second);
+    filesOf(host).serve(u"first", first);
+    filesOf(host).serve(u"second", second);
     const StreamHandle one = open(u"first");
     EXPECT_EQ(std::fgetc(one.get()), 1);
     const StreamHandle two = open(u"second");
@@ -294,7 +296,7 @@ TEST_F(Files, AStreamOutlivesTheScope) {
     StreamHandle stream;
     {
         const Host::Scope inner(host);
-        host.files().serve(u"served", bytes);
+        filesOf(host).serve(u"served", bytes);
         stream = open(u"served");
     }
     EXPECT_EQ(read(stream, 20), 10U);
@@ -304,9 +306,9 @@ TEST_F(Files, AStreamOutlivesTheScope) {
 
 TEST_F(Files, BytesAndFreshAccessesAreCounted) {
     const std::vector<std::uint8_t> bytes = patternOf(1000);
-    host.files().serve(u"served", bytes);
+    filesOf(host).serve(u"served", bytes);
     const StreamHandle stream = open(u"served");
-    const auto counted = [this] { return host.files().countedBytes(); };
+    const auto counted = [this] { return host.countedBytes(); };
     // What was read ahead is taken back at the next seek.
     const auto seek = [&stream](off_t position) {
         EXPECT_EQ(::fseeko(stream.get(), position, SEEK_SET), 0);
@@ -340,7 +342,7 @@ TEST_F(Files, BytesAndFreshAccessesAreCounted) {
 // that is seen.
 TEST_F(Files, SeeksReadAndCountTheSameEverywhere) {
     const std::vector<std::uint8_t> bytes = patternOf(400'000);
-    host.files().serve(u"served", bytes);
+    filesOf(host).serve(u"served", bytes);
     const StreamHandle stream = open(u"served");
     std::vector<std::uint8_t> target(70'000);
     std::uint64_t expected = 0;
@@ -349,7 +351,7 @@ TEST_F(Files, SeeksReadAndCountTheSameEverywhere) {
         for (const std::size_t size :
              {1U, 8U, 300U, 512U, 513U, 5'000U, 65'536U, 65'537U, 70'000U}) {
             ASSERT_EQ(::fseeko(stream.get(), static_cast<off_t>(position), SEEK_SET), 0);
-            EXPECT_EQ(host.files().countedBytes(), expected) << position << ' ' << size;
+            EXPECT_EQ(host.countedBytes(), expected) << position << ' ' << size;
             ASSERT_EQ(std::fread(target.data(), 1, size, stream.get()), size);
             EXPECT_EQ(::ftello(stream.get()), static_cast<off_t>(position + size));
             EXPECT_TRUE(std::equal(target.begin(),
@@ -363,7 +365,7 @@ TEST_F(Files, SeeksReadAndCountTheSameEverywhere) {
 
 TEST_F(Files, TheBudgetEndsFreshAccessesOnly) {
     const std::vector<std::uint8_t> bytes = patternOf(1000);
-    host.files().serve(u"served", bytes);
+    filesOf(host).serve(u"served", bytes);
     // One access of 36 bytes counts 100.
     for (const std::uint64_t budget : {199U, 200U, 201U}) {
         const Host::Scope call(host);
@@ -383,7 +385,7 @@ TEST_F(Files, TheBudgetEndsFreshAccessesOnly) {
 
 TEST_F(Files, ASpentBudgetIsOneWarningInItsPlace) {
     const std::vector<std::uint8_t> bytes = patternOf(1000);
-    host.files().serve(u"served", bytes);
+    filesOf(host).serve(u"served", bytes);
     host.setReadBudget(10);
     const StreamHandle stream = open(u"served");
     EXPECT_EQ(read(stream, 20), 20U) << "no seek, no check";
@@ -405,7 +407,7 @@ TEST_F(Files, ASpentBudgetIsOneWarningInItsPlace) {
 
 TEST_F(Files, TheWarningSurvivesTheScopeAndComesAgainInTheNext) {
     const std::vector<std::uint8_t> bytes = patternOf(100);
-    host.files().serve(u"served", bytes);
+    filesOf(host).serve(u"served", bytes);
     host.setReadBudget(0);
     for (int call = 0; call < 2; ++call) {
         {
@@ -421,7 +423,7 @@ TEST_F(Files, TheWarningSurvivesTheScopeAndComesAgainInTheNext) {
 
 TEST_F(Files, TheDefaultBudgetFollowsTheSize) {
     const std::vector<std::uint8_t> bytes = patternOf(1024 * 1024);
-    host.files().serve(u"served", bytes);
+    filesOf(host).serve(u"served", bytes);
     constexpr std::uint64_t kAccess = 1024 * 1024 + 64;
     constexpr std::uint64_t kBudget = (256 + 8 * 1024) * 1024;
     const StreamHandle stream = open(u"served");
@@ -440,7 +442,7 @@ TEST_F(Files, TheDefaultBudgetFollowsTheSize) {
 
 TEST_F(Files, AnUnlimitedBudgetIsNeverSpent) {
     const std::vector<std::uint8_t> bytes = patternOf(1024 * 1024);
-    host.files().serve(u"served", bytes);
+    filesOf(host).serve(u"served", bytes);
     host.setReadBudget(ifdsweep::kUnlimitedReads);
     const StreamHandle stream = open(u"served");
     for (int access = 0; access < 40; ++access) {
@@ -494,7 +496,7 @@ protected:
 
 TEST_F(FailingFiles, AFailedReadIsToldOnceForEachReason) {
     source->secondFrom = 90'000;
-    host.files().serve(u"served", {source, {}});
+    filesOf(host).serve(u"served", {source, {}});
     const StreamHandle stream = open(u"served");
     for (const off_t position : {60'000, 70'000, 95'000, 96'000, 61'000}) {
         ASSERT_EQ(::fseeko(stream.get(), position, SEEK_SET), 0);
@@ -507,7 +509,7 @@ TEST_F(FailingFiles, AFailedReadIsToldOnceForEachReason) {
 }
 
 TEST_F(FailingFiles, WhatComesBeforeTheFailureIsDelivered) {
-    host.files().serve(u"served", {source, {}});
+    filesOf(host).serve(u"served", {source, {}});
     const StreamHandle stream = open(u"served");
     ASSERT_EQ(::fseeko(stream.get(), 49'000, SEEK_SET), 0);
     EXPECT_EQ(read(stream, 5000), 1000U);
@@ -518,7 +520,7 @@ TEST_F(FailingFiles, WhatComesBeforeTheFailureIsDelivered) {
 TEST_F(FailingFiles, TheFailureOfAnEndedCallIsStillTold) {
     {
         const Host::Scope call(host);
-        host.files().serve(u"served", {source, {}});
+        filesOf(host).serve(u"served", {source, {}});
         const StreamHandle stream = open(u"served");
         ASSERT_EQ(::fseeko(stream.get(), 60'000, SEEK_SET), 0);
         EXPECT_EQ(read(stream, 10), 0U);
@@ -532,7 +534,7 @@ TEST_F(FailingFiles, TheFailureOfAnEndedCallIsStillTold) {
 }
 
 TEST_F(FailingFiles, AnEndIsNoFailure) {
-    host.files().serve(u"served", bytes);
+    filesOf(host).serve(u"served", bytes);
     const StreamHandle stream = open(u"served");
     for (const off_t position : {99'999, 100'000, 200'000}) {
         ASSERT_EQ(::fseeko(stream.get(), position, SEEK_SET), 0);
@@ -545,8 +547,8 @@ TEST_F(FailingFiles, AnEndIsNoFailure) {
 
 TEST_F(Files, PlannedReadsFail) {
     const std::vector<std::uint8_t> bytes = patternOf(100);
-    host.files().serve(u"served", bytes);
-    host.files().setFaultPlan({{.number = 2}});
+    filesOf(host).serve(u"served", bytes);
+    fixture::setFaultPlan(host, {{.number = 2}});
     const StreamHandle stream = open(u"served");
     EXPECT_EQ(read(stream, 10), 10U);
     EXPECT_EQ(read(stream, 10), 10U);
@@ -557,7 +559,7 @@ TEST_F(Files, PlannedReadsFail) {
     EXPECT_EQ(read(stream, 10), 0U) << "the whole access fails";
     EXPECT_EQ(::fseeko(stream.get(), 30, SEEK_SET), 0);
     EXPECT_EQ(read(stream, 10), 10U);
-    host.files().setFaultPlan({});
+    fixture::setFaultPlan(host, {});
     const Host::Scope next(host);
     const StreamHandle sound = open(u"served");
     EXPECT_EQ(read(sound, 10), 10U);
@@ -567,8 +569,8 @@ TEST_F(Files, PlannedReadsFail) {
 
 TEST_F(Files, PlannedReadsComeShort) {
     const std::vector<std::uint8_t> bytes = patternOf(100);
-    host.files().serve(u"served", bytes);
-    host.files().setFaultPlan({{.number = 2, .effect = Fault::Effect::deliverShort, .bytes = 3}});
+    filesOf(host).serve(u"served", bytes);
+    fixture::setFaultPlan(host, {{.number = 2, .effect = Fault::Effect::deliverShort, .bytes = 3}});
     const StreamHandle stream = open(u"served");
     EXPECT_EQ(read(stream, 10), 10U);
     EXPECT_EQ(::fseeko(stream.get(), 10, SEEK_SET), 0);
@@ -582,8 +584,8 @@ TEST_F(Files, PlannedReadsComeShort) {
 
 TEST_F(Files, PlannedSeeksFail) {
     const std::vector<std::uint8_t> bytes = patternOf(100);
-    host.files().serve(u"served", bytes);
-    host.files().setFaultPlan({{.operation = Fault::Operation::seek, .number = 2}});
+    filesOf(host).serve(u"served", bytes);
+    fixture::setFaultPlan(host, {{.operation = Fault::Operation::seek, .number = 2}});
     const StreamHandle stream = open(u"served");
     EXPECT_EQ(::fseeko(stream.get(), 10, SEEK_SET), 0);
     EXPECT_EQ(::ftello(stream.get()), 10);
@@ -594,11 +596,11 @@ TEST_F(Files, PlannedSeeksFail) {
 
 TEST_F(Files, TheFileShrinksAtItsMoment) {
     const std::vector<std::uint8_t> bytes = patternOf(100);
-    host.files().serve(u"served", bytes);
-    host.files().setFaultPlan({{.operation = Fault::Operation::seek,
-                                .number = 2,
-                                .effect = Fault::Effect::shrinkFile,
-                                .bytes = 55}});
+    filesOf(host).serve(u"served", bytes);
+    fixture::setFaultPlan(host, {{.operation = Fault::Operation::seek,
+                                  .number = 2,
+                                  .effect = Fault::Effect::shrinkFile,
+                                  .bytes = 55}});
     const StreamHandle stream = open(u"served");
     for (const std::size_t expected : {20U, 5U, 5U}) {
         EXPECT_EQ(::fseeko(stream.get(), 50, SEEK_SET), 0);
@@ -609,8 +611,8 @@ TEST_F(Files, TheFileShrinksAtItsMoment) {
 
 TEST_F(Files, FaultsAreCountedOverAllStreamsOfACall) {
     const std::vector<std::uint8_t> bytes = patternOf(100);
-    host.files().serve(u"served", bytes);
-    host.files().setFaultPlan({{.number = 3}});
+    filesOf(host).serve(u"served", bytes);
+    fixture::setFaultPlan(host, {{.number = 3}});
     EXPECT_EQ(read(open(u"served"), 2), 2U);
     EXPECT_EQ(read(open(u"served"), 4), 4U);
     EXPECT_EQ(read(open(u"served"), 2), 0U);

@@ -2,6 +2,7 @@
 // Whatever comes of it, the call ends with a result or an error of the catalogue, no value is left
 // alive, and the same bytes give the same.
 
+#include "support/planned_faults.h"
 #include "support/tiff_matrix.h"
 
 namespace fixture {
@@ -62,8 +63,8 @@ TEST_P(Damage, EveryByteFlipped) {
 }
 
 TEST_P(Damage, EveryReadAndSeekFails) {
-    using Operation = ifdsweep::Fault::Operation;
-    using Effect = ifdsweep::Fault::Effect;
+    using Operation = fixture::Fault::Operation;
+    using Effect = fixture::Fault::Effect;
     const TiffFile file = rich();
     for (const Operation operation : {Operation::read, Operation::seek}) {
         for (const Effect effect : {Effect::fail, Effect::deliverShort, Effect::shrinkFile}) {
@@ -73,7 +74,7 @@ TEST_P(Damage, EveryReadAndSeekFails) {
             for (std::uint64_t number = 1; number <= 80; ++number) {
                 SCOPED_TRACE(number);
                 expectSound(callEntryPoint(file.bytes, {}, [&](ifdsweep::Host& host) {
-                    host.files().setFaultPlan({{operation, number, effect, 3}});
+                    fixture::setFaultPlan(host, {{operation, number, effect, 3}});
                 }));
             }
         }

@@ -7,6 +7,7 @@
 #include <stdexcept>
 #include <thread>
 
+#include "support/planned_faults.h"
 #include "support/tiff_matrix.h"
 
 namespace fixture {
@@ -53,8 +54,8 @@ TEST_P(EntryPoint, AFailedNumericConversionIsOutOfBounds) {
     for (std::uint64_t creation = 5; creation <= 40; ++creation) {
         // The first four values are the inputs of the call.
         const Call given = callEntryPoint(file.bytes, {}, [&](ifdsweep::Host& host) {
-            host.failValueCreation(creation,
-                                   std::make_exception_ptr(boost::numeric::bad_numeric_cast()));
+            fixture::failValueCreation(host, creation,
+                                       std::make_exception_ptr(boost::numeric::bad_numeric_cast()));
         });
         if (!given.error.empty()) {
             EXPECT_EQ(given.error, "Velmora:pixlore:validate:argumentOutOfBounds()");
@@ -72,7 +73,7 @@ TEST_P(EntryPoint, AnyOtherExceptionPassesUnchanged) {
     int failed = 0;
     for (std::uint64_t creation = 5; creation <= 200; ++creation) {
         const Call given = callEntryPoint(file.bytes, {}, [&](ifdsweep::Host& host) {
-            host.failValueCreation(creation, std::make_exception_ptr(std::bad_alloc()));
+            fixture::failValueCreation(host, creation, std::make_exception_ptr(std::bad_alloc()));
         });
         if (!given.error.empty()) {
             EXPECT_EQ(given.error, std::string("exception ") + std::bad_alloc().what());

@@ -10,6 +10,8 @@
 
 #include "adapter/messages.h"
 #include "dict/data_types.h"
+#include "host/host_parts.h"
+#include "support/planned_faults.h"
 #include "support/tiff_matrix.h"
 #include "tag/tiff_tag.h"
 
@@ -21,7 +23,7 @@ using ifdsweep::kMessageCatalogue;
 using ifdsweep::MessageRow;
 using ifdsweep::MessageSeverity;
 
-using Fault = ifdsweep::Fault;
+using Fault = fixture::Fault;
 
 constexpr std::uint16_t kArtist = 315;
 constexpr std::uint16_t kExif = 34665;
@@ -125,7 +127,7 @@ Lines messagesWhenFailing(const Bytes& bytes, Fault::Operation operation, Fault:
                           std::string_view name, const Numbers& numbers = {}) {
     for (std::uint64_t number = 1; number <= 40; ++number) {
         const Lines lines = messagesOf(callEntryPoint(bytes, numbers, [&](ifdsweep::Host& host) {
-            host.files().setFaultPlan({{operation, number, effect, 1}});
+            fixture::setFaultPlan(host, {{operation, number, effect, 1}});
         }));
         if (!lines.empty() && lines.front().rfind(std::string(name) + '(', 0) == 0) {
             return lines;
@@ -200,8 +202,8 @@ TEST_P(Messages, EachIsProvokedWithItsArguments) {
                 qxFileStatus status;
                 status.type = qxFileType::regular;
                 status.fileSize = size;
-                host.files().serve(kFileName,
-                                   {std::make_shared<ifdsweep::MemoryBytes>(one.bytes), status});
+                filesOf(host).serve(kFileName,
+                                    {std::make_shared<ifdsweep::MemoryBytes>(one.bytes), status});
             })),
         {"strftimeFailure()"}};
     seen["zeroComponentCount"] = {messagesOf(callEntryPoint(bytesOf({{ascii(kArtist, "")}}))),
@@ -250,12 +252,12 @@ TEST_P(Messages, EachIsProvokedWithItsArguments) {
         messagesOf(callEntryPoint(bytesOf({{longs(336, {1})}}))),
         {"expectedTagDataFormatMultiple('DotRange', 'TIFF_LONG', 'TIFF_BYTE, TIFF_SHORT')"}};
     seen["argumentOutOfBounds"] = {
-        messagesOf(callEntryPoint(one.bytes, {},
-                                  [](ifdsweep::Host& host) {
-                                      host.failValueCreation(
-                                          6, std::make_exception_ptr(
-                                                 boost::numeric::bad_numeric_cast()));
-                                  })),
+        messagesOf(callEntryPoint(
+            one.bytes, {},
+            [](ifdsweep::Host& host) {
+                fixture::failValueCreation(
+                    host, 6, std::make_exception_ptr(boost::numeric::bad_numeric_cast()));
+            })),
         {"Velmora:pixlore:validate:argumentOutOfBounds()"}};
     for (const auto& [name, messages] : seen) {
         EXPECT_EQ(messages.first, messages.second) << name;

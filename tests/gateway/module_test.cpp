@@ -12,7 +12,8 @@
 #include <set>
 #include <string>
 
-#include "host/host.h"
+#include "host/host_parts.h"
+#include "ifdsweep/host.h"
 #include "support/record_dump.h"
 #include "support/tiff_builder.h"
 
@@ -34,7 +35,7 @@ TEST(LoadableModule, ReadsThroughItsEntryPoint) {
 
     const TiffFile file = TiffBuilder({}).add({shorts(256, {640}), ascii(315, "x")}).build();
     ifdsweep::Host host;
-    host.files().serve(u"module.tif", file.bytes);
+    filesOf(host).serve(u"module.tif", file.bytes);
     {
         const ifdsweep::Host::Scope scope(host);
         const std::u16string name = u"module.tif";
@@ -50,7 +51,7 @@ TEST(LoadableModule, ReadsThroughItsEntryPoint) {
         EXPECT_EQ(dump(result.get()), "(Artist='x')");
 
         // Errors of the module reach this side as the message class of the contract.
-        host.files().serve(u"module.tif", std::span(file.bytes).first(3));
+        filesOf(host).serve(u"module.tif", std::span(file.bytes).first(3));
         host.clear();
         try {
             function(1, &output, 4, inputs.data());

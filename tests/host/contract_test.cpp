@@ -11,13 +11,16 @@
 #include <utility>
 
 #include "adapter/messages.h"
-#include "host/host.h"
+#include "host/host_parts.h"
+#include "ifdsweep/host.h"
 #include "ifdsweep/qx.h"
+#include "support/planned_faults.h"
 #include "values/value.h"
 
 namespace {
 
 using ifdsweep::Host;
+using ifdsweep::HostParts;
 using ifdsweep::MessageId;
 using ifdsweep::ValueHandle;
 using ifdsweep::ValueKind;
@@ -209,16 +212,16 @@ TEST_F(Contract, ScopesNest) {
     Host other;
     {
         const Host::Scope inner(other);
-        EXPECT_EQ(&Host::current(), &other);
+        EXPECT_EQ(&HostParts::current(), &HostParts::of(other));
         qxWarningMsgId(Message<MessageId::statFailure>());
     }
-    EXPECT_EQ(&Host::current(), &host);
+    EXPECT_EQ(&HostParts::current(), &HostParts::of(host));
     EXPECT_EQ(other.warnings().size(), 1U);
     EXPECT_TRUE(host.warnings().empty());
 }
 
 TEST_F(Contract, PlannedCreationFailure) {
-    host.failValueCreation(2, std::make_exception_ptr(std::bad_alloc()));
+    fixture::failValueCreation(host, 2, std::make_exception_ptr(std::bad_alloc()));
     const ValueHandle first(qxCreateDoubleScalar(1));
     EXPECT_THROW(static_cast<void>(qxCreateString("a")), std::bad_alloc);
     const ValueHandle third(qxCreateString("a"));

@@ -11,7 +11,8 @@
 #include <vector>
 
 #include "adapter/messages.h"
-#include "host/host.h"
+#include "host/host_parts.h"
+#include "ifdsweep/host.h"
 #include "ifdsweep/qx.h"
 
 namespace {
@@ -24,7 +25,7 @@ using ifdsweep::module::Message;
 /// What a call does with its host; returns whether all went as it must.
 bool useHost(Host& host, const std::vector<std::uint8_t>& bytes, std::int64_t worker) {
     const Host::Scope scope(host);
-    host.files().serve(u"shared", bytes);
+    filesOf(host).serve(u"shared", bytes);
     std::FILE* stream = qxOpenFile(u"shared", "rb");
     bool good = stream != nullptr && std::fseek(stream, 100, SEEK_SET) == 0 &&
                 std::fgetc(stream) == bytes[100];

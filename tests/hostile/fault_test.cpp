@@ -3,12 +3,11 @@
 
 #include <functional>
 
+#include "support/planned_faults.h"
 #include "support/tiff_matrix.h"
 
 namespace fixture {
 namespace {
-
-using ifdsweep::Fault;
 
 constexpr std::uint16_t kMake = 271;
 constexpr std::uint16_t kSubIfds = 330;
@@ -75,7 +74,7 @@ protected:
 
     [[nodiscard]] Call calledWith(const Fault& fault, const Numbers& numbers = {}) const {
         return callEntryPoint(file.bytes, numbers,
-                              [&](ifdsweep::Host& host) { host.files().setFaultPlan({fault}); });
+                              [&](ifdsweep::Host& host) { fixture::setFaultPlan(host, {fault}); });
     }
 
     void expect(const Expected& expected, const Fault& fault) const {

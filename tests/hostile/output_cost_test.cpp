@@ -9,8 +9,9 @@
 #include <gtest/gtest.h>
 
 #include "files/file_names.h"
-#include "host/host.h"
-#include "read/read_file.h"
+#include "host/host_parts.h"
+#include "ifdsweep/host.h"
+#include "ifdsweep/read.h"
 #include "support/tiff_builder.h"
 #include "write/result_writer.h"
 
@@ -50,7 +51,7 @@ std::vector<Form> forms() {
 /// Reads a file and writes it in every form; each must stay below the bound.
 void expectModest(const Bytes& bytes, const std::string& name = "small.tif") {
     ifdsweep::Host host;
-    host.files().serve(ifdsweep::fileNameFromSystem(name), bytes);
+    filesOf(host).serve(ifdsweep::fileNameFromSystem(name), bytes);
     const ifdsweep::Outcome outcome = ifdsweep::read(host, name, {});
     EXPECT_FALSE(outcome.error.has_value()) << outcome.error->id();
     EXPECT_FALSE(outcome.warnings.empty()) << "a budget ends the file";
@@ -163,7 +164,7 @@ TEST(GoodFile, OfManyDirectoriesUnderALongName) {
     const Bytes bytes = builder.build().bytes;
     ifdsweep::Host host;
     const std::string name = std::string(500, 'x');
-    host.files().serve(ifdsweep::fileNameFromSystem(name), bytes);
+    filesOf(host).serve(ifdsweep::fileNameFromSystem(name), bytes);
     const ifdsweep::Outcome outcome = ifdsweep::read(host, name, {});
     ASSERT_NE(outcome.result, nullptr);
     EXPECT_EQ(outcome.result->rows(), 20000U);

@@ -1,5 +1,6 @@
 // The walk from directory to directory.
 
+#include "support/planned_faults.h"
 #include "support/tiff_matrix.h"
 
 namespace fixture {
@@ -174,8 +175,8 @@ TEST_P(ChainWalk, AFailedSeekToTheNextOffsetOrDirectoryEndsTheChain) {
     int ended = 0;
     for (std::uint64_t seek = 1; seek <= 8; ++seek) {
         const Call given = callEntryPoint(file.bytes, {}, [&](ifdsweep::Host& host) {
-            host.files().setFaultPlan(
-                {{ifdsweep::Fault::Operation::seek, seek, ifdsweep::Fault::Effect::fail, 0}});
+            fixture::setFaultPlan(
+                host, {{fixture::Fault::Operation::seek, seek, fixture::Fault::Effect::fail, 0}});
         });
         if (given.warnings == Lines{"badNextIfdPointerSeek()"}) {
             ++ended;

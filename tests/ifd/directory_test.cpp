@@ -3,7 +3,8 @@
 #include <algorithm>
 #include <memory>
 
-#include "files/byte_source.h"
+#include "files/file_bytes.h"
+#include "host/host_parts.h"
 #include "support/tiff_matrix.h"
 
 namespace fixture {
@@ -160,7 +161,7 @@ TEST(HugeFile, TakesNoMemoryForAnEntryCountAtItsEnd) {
             status.type = qxFileType::regular;
             status.timeStamps = {0, 0, 0};
             status.fileSize = source->size();
-            host.files().serve(kFileName, {source, status});
+            filesOf(host).serve(kFileName, {source, status});
         });
         EXPECT_EQ(given.error, "badIFDread('IFD #1')");
         EXPECT_EQ(given.warnings, Lines{});
@@ -174,8 +175,8 @@ TEST_P(DirectoryTable, ThatTheFileHasGrownOverIsRead) {
         status.type = qxFileType::regular;
         status.timeStamps = {0, 0, 0};
         status.fileSize = file.places[0].entries[1];  // when it was looked at
-        host.files().serve(kFileName,
-                           {std::make_shared<ifdsweep::MemoryBytes>(file.bytes), status});
+        filesOf(host).serve(kFileName,
+                            {std::make_shared<ifdsweep::MemoryBytes>(file.bytes), status});
     });
     EXPECT_EQ(given.error, "");
     EXPECT_EQ(given.value("Width"), "7");

@@ -8,32 +8,30 @@
 
 #include <gtest/gtest.h>
 
+#include "files/file_bytes.h"
+
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 using Outcome = ifdsweep::JpegSearch::Outcome;
 
 /// Serves bytes in memory and counts the reads.
-class MemoryReader final : public ifdsweep::ByteReader {
+class CountedBytes final : public ifdsweep::ByteSource {
 public:
-    explicit MemoryReader(Bytes fileBytes) : bytes(std::move(fileBytes)) {}
+    explicit CountedBytes(Bytes fileBytes) : bytes(std::move(fileBytes)) {}
 
-    std::size_t readAt(std::uint64_t position, std::span<std::uint8_t> target) override {
+    [[nodiscard]] std::uint64_t size() const noexcept override { return bytes.size(); }
+    [[nodiscard]] std::ptrdiff_t read(std::uint64_t position,
+                                      std::span<std::byte> target) const noexcept override {
         ++reads;
-        if (position >= bytes.size()) {
-            return 0;
-        }
-        const auto start = bytes.begin() + static_cast<std::ptrdiff_t>(position);
-        const std::size_t size =
-            std::min(target.size(), bytes.size() - static_cast<std::size_t>(position));
-        std::copy_n(start, size, target.begin());
-        delivered += size;
-        return size;
+        const std::ptrdiff_t got = ifdsweep::MemoryBytes(bytes).read(position, target);
+        delivered += static_cast<std::size_t>(got);
+        return got;
     }
 
     Bytes bytes;
-    std::size_t reads = 0;
-    std::size_t delivered = 0;
+    mutable std::size_t reads = 0;
+    mutable std::size_t delivered = 0;
 };
 
 Bytes operator+(Bytes left, const Bytes& right) {
@@ -104,7 +102,7 @@ const Case kCases[] = {
 class JpegLocators : public testing::TestWithParam<Case> {};
 
 TEST_P(JpegLocators, FindsTheHeaderOrSaysWhy) {
-    MemoryReader reader(GetParam().file);
+    CountedBytes reader(GetParam().file);
     const ifdsweep::JpegSearch search = ifdsweep::findExifHeader(reader);
     EXPECT_EQ(search.outcome, GetParam().outcome);
     EXPECT_EQ(search.position, GetParam().position);
@@ -116,7 +114,7 @@ INSTANTIATE_TEST_SUITE_P(All, JpegLocators, testing::ValuesIn(kCases),
 TEST(JpegLocators, EndsForEveryLengthOfAFile) {
     const Bytes whole = kStart + kJfif + kXmp + kExif;
     for (std::size_t size = 2; size < whole.size(); ++size) {
-        MemoryReader reader(
+        CountedBytes reader(
             Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size)));
         const ifdsweep::JpegSearch search = ifdsweep::findExifHeader(reader);
         const bool complete = size >= whole.size() - 4;  // the TIFF header itself is not looked at
@@ -125,7 +123,7 @@ TEST(JpegLocators, EndsForEveryLengthOfAFile) {
 }
 
 TEST(JpegLocators, NeighbouringSegmentsCostOneRead) {
-    MemoryReader reader(kStart + kJfif + kXmp + kExif + kScan);
+    CountedBytes reader(kStart + kJfif + kXmp + kExif + kScan);
     EXPECT_EQ(ifdsweep::findExifHeader(reader).outcome, Outcome::found);
     EXPECT_EQ(reader.reads, 1U);
 }
@@ -140,7 +138,7 @@ Bytes repeated(const Bytes& piece, std::size_t size) {
 
 /// Searches a file and tells whether its reads are in proportion to its size.
 void expectFewReads(Bytes file, const std::string& name) {
-    MemoryReader reader(std::move(file));
+    CountedBytes reader(std::move(file));
     static_cast<void>(ifdsweep::findExifHeader(reader));
     EXPECT_LE(reader.reads, reader.bytes.size() / ifdsweep::kJpegWindow + 3) << name;
     EXPECT_LE(reader.delivered, reader.bytes.size()) << name;
@@ -184,7 +182,7 @@ TEST(JpegLocators, KnowsTheStartOfAJpegFile) {
                                              {{0xFF}, false},       {{}, false},
                                              {{0xFF, 0xD9}, false}, {{'I', 'I', 42, 0}, false}};
     for (const auto& [bytes, expected] : starts) {
-        MemoryReader reader(bytes);
+        CountedBytes reader(bytes);
         EXPECT_EQ(ifdsweep::beginsAsJpeg(reader), expected) << testing::PrintToString(bytes);
     }
 }

@@ -1,4 +1,4 @@
-#include "read/read_file.h"
+#include "ifdsweep/read.h"
 
 #include <exception>
 #include <new>
@@ -7,7 +7,9 @@
 
 #include <gtest/gtest.h>
 
+#include "host/host_parts.h"
 #include "read/messages.h"
+#include "support/planned_faults.h"
 #include "support/tiff_builder.h"
 
 namespace {
@@ -23,7 +25,7 @@ protected:
     ~FileReading() override { EXPECT_EQ(host.liveValues(), 0U); }
 
     ifdsweep::Outcome read(const fixture::Bytes& bytes, const ifdsweep::ReadOptions& numbers = {}) {
-        host.files().serve(u"a.tif", bytes);
+        filesOf(host).serve(u"a.tif", bytes);
         return ifdsweep::read(host, "a.tif", numbers);
     }
 
@@ -66,7 +68,7 @@ TEST_F(FileReading, ExhaustedMemoryCostsOneFile) {
     ifdsweep::Outcome outcome;
     // Every value of the call in turn, the inputs too, until a call needs fewer.
     do {
-        host.failValueCreation(++creation, std::make_exception_ptr(std::bad_alloc()));
+        fixture::failValueCreation(host, ++creation, std::make_exception_ptr(std::bad_alloc()));
         outcome = read(bytes);
         if (outcome.error) {
             ASSERT_EQ(outcome.error->id(), ifdsweep::kOutOfMemoryId) << creation;
@@ -78,7 +80,7 @@ TEST_F(FileReading, ExhaustedMemoryCostsOneFile) {
 }
 
 TEST_F(FileReading, AnUnexpectedFailureSaysWhat) {
-    host.failValueCreation(7, std::make_exception_ptr(std::runtime_error("strange")));
+    fixture::failValueCreation(host, 7, std::make_exception_ptr(std::runtime_error("strange")));
     const ifdsweep::Outcome outcome = read(smallFile().build().bytes);
     ASSERT_TRUE(outcome.error.has_value());
     EXPECT_EQ(outcome.error->id(), ifdsweep::kUnexpectedFailureId);

@@ -16,10 +16,10 @@
 
 #include "io/disk.h"
 #include "program/program_run.h"
+#include "program/temporary_folder.h"
 #include "run/journal.h"
 #include "run/run_assembly.h"
 #include "run/run_output.h"
-#include "program/temporary_folder.h"
 
 namespace {
 

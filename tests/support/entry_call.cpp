@@ -3,6 +3,7 @@
 #include <array>
 #include <stdexcept>
 
+#include "host/host_parts.h"
 #include "support/record_dump.h"
 
 namespace fixture {
@@ -90,7 +91,7 @@ Call run(const std::u16string& fileName, const Numbers& numbers, const Preparati
 /// Serves bytes before the caller's own preparation.
 Preparation serving(const Bytes& bytes, const Preparation& prepare) {
     return [&bytes, &prepare](ifdsweep::Host& host) {
-        host.files().serve(kFileName, bytes);
+        filesOf(host).serve(kFileName, bytes);
         if (prepare) {
             prepare(host);
         }

@@ -11,8 +11,9 @@
 #include <utility>
 #include <vector>
 
-#include "host/host.h"
+#include "ifdsweep/host.h"
 #include "support/byte_verbs.h"
+#include "values/value.h"
 
 namespace fixture {
 

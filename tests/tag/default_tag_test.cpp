@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "adapter/messages.h"
-#include "host/host.h"
+#include "ifdsweep/host.h"
 #include "support/entry_call.h"
 #include "support/record_dump.h"
 #include "support/tiff_matrix.h"

@@ -2,6 +2,7 @@
 
 #include <limits>
 
+#include "support/planned_faults.h"
 #include "support/record_dump.h"
 #include "support/tiff_matrix.h"
 
@@ -204,8 +205,8 @@ TEST_P(TagEntry, AReadThatFailsNamesTheTagOrItsNumber) {
         kFar);
     const auto given = [&](std::uint64_t read) {
         return callEntryPoint(file.bytes, {}, [&](ifdsweep::Host& host) {
-            host.files().setFaultPlan({{ifdsweep::Fault::Operation::read, read,
-                                        ifdsweep::Fault::Effect::deliverShort, 3}});
+            fixture::setFaultPlan(host, {{fixture::Fault::Operation::read, read,
+                                          fixture::Fault::Effect::deliverShort, 3}});
         });
     };
     // The reads before are the module's own affair; the first that hits data is looked for.
@@ -248,14 +249,14 @@ TEST_P(TagEntry, DataAreSoughtWhereWhatLiesBeforeThemCannotBeRead) {
     const std::uint64_t directoryAccess = format().isBig() ? 5 : 4;  // after header and first looks
     const std::size_t table = file.format.entryCountSize() + file.format.entrySize();
     const Call given = callEntryPoint(file.bytes, {}, [&](ifdsweep::Host& host) {
-        host.files().setFaultPlan({{ifdsweep::Fault::Operation::read, directoryAccess,
-                                    ifdsweep::Fault::Effect::deliverShort, table}});
+        fixture::setFaultPlan(host, {{fixture::Fault::Operation::read, directoryAccess,
+                                      fixture::Fault::Effect::deliverShort, table}});
     });
     EXPECT_EQ(given.added(), "Artist='0123456789'");
     EXPECT_EQ(given.warnings, Lines{});
     const Call shorter = callEntryPoint(file.bytes, {}, [&](ifdsweep::Host& host) {
-        host.files().setFaultPlan({{ifdsweep::Fault::Operation::read, directoryAccess,
-                                    ifdsweep::Fault::Effect::deliverShort, table - 1}});
+        fixture::setFaultPlan(host, {{fixture::Fault::Operation::read, directoryAccess,
+                                      fixture::Fault::Effect::deliverShort, table - 1}});
     });
     EXPECT_EQ(shorter.error, "badIFDread('IFD #1')") << "the plan is for another access";
 }

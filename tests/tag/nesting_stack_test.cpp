@@ -10,7 +10,8 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include "host/host.h"
+#include "host/host_parts.h"
+#include "ifdsweep/host.h"
 #include "support/record_dump.h"
 #include "support/tiff_matrix.h"
 #include "values/value.h"
@@ -94,7 +95,7 @@ protected:
         }
         const TiffFile file = fileOf(chain);
         ifdsweep::Host host;
-        host.files().serve(kFileName, file.bytes);
+        filesOf(host).serve(kFileName, file.bytes);
         const std::u16string name = kFileName;
         std::array<ifdsweep::ValueHandle, 4> values;
         std::array<const qxArray*, 4> inputs{};

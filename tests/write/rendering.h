@@ -11,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-#include "host/host.h"
+#include "ifdsweep/host.h"
 #include "ifdsweep/qx.h"
 #include "io/output.h"
 #include "values/value.h"

@@ -60,7 +60,7 @@ std::string helpLine(const OptionRow& row) {
 
 std::vector<std::string_view> tagNames() {
     std::vector<std::string_view> names;
-    for (const TagListing& listing : listTags()) {
+    for (const ifdsweep::TagListing& listing : ifdsweep::listTags()) {
         if (std::find(names.begin(), names.end(), listing.name) == names.end()) {
             names.push_back(listing.name);
         }

@@ -1,0 +1,60 @@
+#pragma once
+
+// Read: one file read through the module's entry point, with everything that came of it.
+//
+// Ownership: an outcome owns its values, which are freed with it and must not outlive the host
+// that it was read with.
+//
+// Threads: as the host, one at a time; several hosts on several threads are independent.
+//
+// Errors: whatever a file holds, and memory exhaustion, becomes the error of its outcome.
+// Stable: part of the API.
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "ifdsweep/host.h"
+#include "ifdsweep/qx.h"
+#include "ifdsweep/value.h"
+
+namespace ifdsweep {
+
+/// What is read of a file, and what reading it may take.
+struct ReadOptions {
+    /// Byte position of the TIFF stream. Absent: found, 0 or that of the Exif data of a JPEG.
+    std::optional<double> offset{};
+    double first = 0;  ///< directories of the primary chain to skip
+    double max = 0;    ///< most directories of the primary chain to read; 0: all
+    /// Budgets for the host (host.h); absent: those that it has.
+    std::optional<std::uint64_t> readBudget{};
+    std::optional<std::uint64_t> valueBudget{};
+    bool imagesOnly = false;  ///< leaves a file alone whose first bytes are not those of an image
+};
+
+/// How often a file gave one kind of warning.
+struct WarningCount {
+    std::string_view id;
+    std::uint64_t count = 0;
+};
+
+/// What came of one file: a result or an error, and in either case the warnings before it.
+struct Outcome {
+    std::string file;          ///< as named by the caller, in system bytes
+    double initialOffset = 0;  ///< as passed to the entry point; 0 when it was never called
+    double firstIfdIndex = 0;
+    double maxIfdCount = 0;
+    ValueHandle result;  ///< null when there is an error
+    std::vector<qxMessage> warnings;
+    std::vector<WarningCount> warningCounts;  ///< written in place of the warnings if it has any
+    std::optional<qxMessage> error;
+    bool isImage = true;  ///< false: left alone, there is no result and no error
+};
+
+/// Reads a file in a scope of its own. Budgets of the options become the host's.
+/// @param path in system bytes: a file of the system's or one that the host serves
+[[nodiscard]] Outcome read(Host& host, std::string_view path, const ReadOptions& options = {});
+
+}  // namespace ifdsweep

@@ -1,0 +1,79 @@
+#pragma once
+
+// Write: outcomes written in a format of the program's, byte for byte as it writes them.
+//
+// Ownership: a writer owns its settings and its sink; a text that is written to is the caller's and
+// outlives the writer. Threads: one at a time.
+//
+// Errors: what the sink throws comes through, and ends the writing: of a writer that threw nothing
+// more can be asked. std::runtime_error where a table's rows cannot be kept in a temporary file.
+// Stable: part of the API; the formats are those of docs/formats.md.
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "ifdsweep/read.h"
+#include "ifdsweep/value.h"
+
+namespace ifdsweep {
+
+enum class Format : std::uint8_t { text, json, ndjson, typed, csv };
+
+/// How JSON is laid out.
+enum class JsonLayout : std::uint8_t {
+    filePerLine,  ///< an object per line
+    compact,      ///< no line ends
+    pretty,       ///< a member per line, indented
+};
+
+/// Whether text for people is coloured.
+enum class Colour : std::uint8_t { off, on };
+
+/// A format and its settings.
+struct WriteOptions {
+    Format format = Format::json;
+    JsonLayout layout = JsonLayout::filePerLine;
+    Colour colour = Colour::off;         ///< of text
+    std::size_t shownElements = 16;      ///< of an array in text
+    std::size_t shownCharacters = 256;   ///< of a text in text
+    std::vector<std::string> columns{};  ///< of CSV; empty: all fields that occur
+    bool nestedRows = false;             ///< CSV has a row for each nested directory
+    bool forTerminal = false;            ///< JSON and CSV show hidden characters
+};
+
+/// Takes bytes, all of them, or throws.
+using WriteSink = std::function<void(std::string_view bytes)>;
+
+/// Writes outcomes in the order in which they come: `begin`, `write` for each, `end`.
+class Writer {
+public:
+    /// Hands the bytes to a sink, in pieces of its own choice. At `end` all of them are there.
+    Writer(const WriteOptions& options, WriteSink sink);
+
+    /// Appends to a text.
+    Writer(const WriteOptions& options, std::string& text);
+
+    ~Writer();
+    Writer(const Writer&) = delete;
+    Writer& operator=(const Writer&) = delete;
+
+    void begin();
+    void write(const Outcome& outcome);
+    void end();
+
+private:
+    class Parts;
+    const std::unique_ptr<Parts> parts;
+};
+
+/// A value on one line, as a cell of CSV has it: numbers between spaces, text in UTF-8, bytes in
+/// base64. Nothing is cut short and nothing escaped.
+/// @param fieldName the field that the value is from: file names and tags' texts differ
+[[nodiscard]] std::string valueText(ValueView value, std::string_view fieldName = {});
+
+}  // namespace ifdsweep

@@ -1,0 +1,107 @@
+#include "ifdsweep/write.h"
+
+#include <optional>
+#include <utility>
+
+#include "io/descriptor.h"
+#include "io/output.h"
+#include "text/natural_text.h"
+#include "write/csv_writer.h"
+#include "write/result_writer.h"
+#include "write/text_value.h"
+
+namespace ifdsweep {
+
+namespace {
+
+/// Hands bytes to a function of the caller's.
+class FunctionSink final : public ByteSink {
+public:
+    explicit FunctionSink(WriteSink sinkFunction) : function(std::move(sinkFunction)) {}
+    void write(std::string_view bytes) override { function(bytes); }
+
+private:
+    WriteSink function;
+};
+
+WriterSettings settingsOf(const WriteOptions& options) {
+    WriterSettings settings;
+    settings.layout = options.layout;
+    settings.limits = {options.shownElements, options.shownCharacters};
+    settings.nestedRows = options.nestedRows;
+    settings.columns = options.columns;
+    settings.toTerminal = options.forTerminal;
+    return settings;
+}
+
+}  // namespace
+
+class Writer::Parts {
+public:
+    Parts(const WriteOptions& options, WriteSink sinkFunction)
+        : sink(std::move(sinkFunction)), output(sink) {
+        const WriterSettings settings = settingsOf(options);
+        // Where the columns are not known before the last outcome, the rows wait in a file.
+        if (options.format == Format::csv && options.columns.empty()) {
+            rows.emplace(makeTemporaryFile());
+        }
+        writer = makeResultWriter(options.format, rows ? rows->output : output, options.colour,
+                                  settings);
+    }
+
+    void begin() { writer->begin(); }
+    void write(const Outcome& outcome) { writer->write(outcome); }
+    void end() {
+        writer->end();
+        if (rows) {
+            rows->output.flush();
+            assembleCsv(rows->file.get(), output);
+        }
+        output.flush();
+    }
+
+private:
+    struct Rows {
+        explicit Rows(Descriptor rowFile)
+            : file(std::move(rowFile)), sink(file.get()), output(sink) {}
+
+        Descriptor file;
+        FileDescriptorSink sink;
+        Output output;
+    };
+
+    FunctionSink sink;
+    Output output;
+    std::optional<Rows> rows;
+    std::unique_ptr<ResultWriter> writer;
+};
+
+Writer::Writer(const WriteOptions& options, WriteSink sink)
+    : parts(std::make_unique<Parts>(options, std::move(sink))) {}
+
+Writer::Writer(const WriteOptions& options, std::string& text)
+    : Writer(options, [&text](std::string_view bytes) { text.append(bytes); }) {}
+
+Writer::~Writer() = default;
+
+void Writer::begin() {
+    parts->begin();
+}
+
+void Writer::write(const Outcome& outcome) {
+    parts->write(outcome);
+}
+
+void Writer::end() {
+    parts->end();
+}
+
+std::string valueText(ValueView value, std::string_view fieldName) {
+    StringSink sink;
+    Output output(sink);
+    appendPlainValue(output, &value.get(), fieldTextOrigin(fieldName));
+    output.flush();
+    return std::move(sink.text);
+}
+
+}  // namespace ifdsweep
