@@ -1,5 +1,5 @@
-// The files and messages that a run keeps and passes on: packed values, reports, parts, the
-// journal, the list of failures, the roles of files.
+// The files that a run keeps: the journal, the list of failures, the roles of files; and what it
+// says of itself while it goes on.
 
 #include <cerrno>
 #include <filesystem>
@@ -11,141 +11,23 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include "io/packed.h"
 #include "io/run_failure.h"
 #include "program/program_run.h"
-#include "program/temporary_folder.h"
 #include "run/failure_list.h"
 #include "run/file_roles.h"
 #include "run/journal.h"
 #include "run/keyed_hash.h"
 #include "run/progress.h"
+#include "support/temporary_folder.h"
 #include "walk/path_list.h"
-#include "workers/file_part.h"
 #include "workers/file_report.h"
-#include "write/rendering.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-namespace packed = ifdsweep::packed;
 using programrun::contents;
 using programrun::linesOf;
 using programrun::write;
-
-TEST(Packed, ComesBack) {
-    std::string bytes;
-    packed::putNumber(bytes, 0);
-    packed::putText(bytes, std::string_view("a\0b", 3));
-    packed::putNumber(bytes, ~std::uint64_t{0});
-    packed::putText(bytes, "");
-    ifdsweep::Unpacker rest(bytes);
-    EXPECT_EQ(rest.number(), 0U);
-    EXPECT_EQ(rest.text(), std::string_view("a\0b", 3));
-    EXPECT_EQ(rest.number(), ~std::uint64_t{0});
-    EXPECT_FALSE(rest.isWhole());
-    EXPECT_EQ(rest.text(), "");
-    EXPECT_TRUE(rest.isWhole());
-}
-
-TEST(Packed, NothingFollowsAFailure) {
-    std::string bytes;
-    packed::putNumber(bytes, 2);
-    packed::putNumber(bytes, 7);
-    ifdsweep::Unpacker numbers(bytes);
-    EXPECT_FALSE(numbers.flag());  // 2 is neither
-    EXPECT_TRUE(numbers.hasFailed());
-    EXPECT_EQ(numbers.number(), 0U);
-    EXPECT_EQ(numbers.text(), "");
-    EXPECT_FALSE(numbers.isWhole());
-    ifdsweep::Unpacker bounded(bytes);
-    EXPECT_EQ(bounded.number(2), 2U);
-    EXPECT_EQ(bounded.number(6), 0U);
-    EXPECT_TRUE(bounded.hasFailed());
-    ifdsweep::Unpacker beyond("");
-    EXPECT_EQ(beyond.number(), 0U);
-    EXPECT_TRUE(beyond.hasFailed());
-}
-
-TEST(Packed, ATextIsTakenWholeOrNotAtAll) {
-    std::string bytes;
-    packed::putText(bytes, "text");
-    for (std::size_t size = 0; size < bytes.size(); ++size) {
-        std::string_view rest(bytes.data(), size);
-        std::string_view text = "as before";
-        EXPECT_FALSE(packed::takeWholeText(rest, text)) << size;
-        EXPECT_EQ(rest.size(), size);
-        EXPECT_EQ(text, "as before");
-    }
-    std::string huge;
-    packed::putNumber(huge, ~std::uint64_t{0});
-    std::string_view rest = huge;
-    std::string_view text;
-    EXPECT_FALSE(packed::takeWholeText(rest, text));
-    rest = bytes;
-    EXPECT_TRUE(packed::takeWholeText(rest, text));
-    EXPECT_EQ(text, "text");
-    EXPECT_TRUE(rest.empty());
-}
-
-TEST(FileReport, ComesBack) {
-    ifdsweep::FileReport report = ifdsweep::failureReport("why\n");
-    report.directories = 7;
-    report.warnings = {{"Velmora:a", 1}, {"Velmora:b", 300}};
-    report.isShown = true;
-    std::string bytes;
-    ifdsweep::packReport(bytes, report);
-    packed::putText(bytes, "more");
-    ifdsweep::Unpacker rest(bytes);
-    const ifdsweep::FileReport back = ifdsweep::unpackReport(rest);
-    EXPECT_EQ(rest.text(), "more");
-    EXPECT_TRUE(rest.isWhole());
-    EXPECT_EQ(back.ending, ifdsweep::FileReport::Ending::failed);
-    EXPECT_EQ(back.failure, "why\n");
-    EXPECT_EQ(back.directories, 7U);
-    EXPECT_EQ(back.warnings, report.warnings);
-    EXPECT_TRUE(back.isShown);
-}
-
-TEST(FilePart, StaysInMemoryWhileItIsSmall) {
-    constexpr std::size_t kMost = ifdsweep::FilePart::kMostInMemory;
-    const std::pair<std::vector<std::size_t>, bool> rows[] = {
-        {{}, false},
-        {{1, 2, 3}, false},
-        {{kMost}, false},
-        {{kMost - 1, 1}, false},
-        {{kMost + 1}, true},
-        {{kMost, 1}, true},
-        {{1, kMost, kMost, 5}, true},
-        {{3 * kMost + 7}, true},
-    };
-    for (const auto& [sizes, isSpilled] : rows) {
-        ifdsweep::FilePartSink sink;
-        std::string expected;
-        for (const std::size_t size : sizes) {
-            const std::string piece(size, static_cast<char>('a' + expected.size() % 26));
-            sink.write(piece);
-            expected += piece;
-        }
-        EXPECT_EQ(sink.part.spill.isOpen(), isSpilled) << testing::PrintToString(sizes);
-        EXPECT_EQ(sink.part.spillSize, isSpilled ? expected.size() : 0);
-        EXPECT_LE(sink.part.bytes.size(), kMost);
-        // It may be written more than once.
-        for (int time = 0; time < 2; ++time) {
-            EXPECT_TRUE(rendering::rendered([&](ifdsweep::Output& output) {
-                            sink.part.writeTo(output);
-                        }) == expected);
-        }
-    }
-}
-
-TEST(FilePart, ASpillThatWasCutIsAnError) {
-    ifdsweep::FilePartSink sink;
-    sink.write(std::string(2 * ifdsweep::FilePart::kMostInMemory, 'x'));
-    sink.part.spillSize += 1;
-    EXPECT_THROW(rendering::rendered([&](ifdsweep::Output& output) { sink.part.writeTo(output); }),
-                 ifdsweep::OutputError);
-}
 
 ifdsweep::FileReport readReport(bool warned = false) {
     ifdsweep::FileReport report;
@@ -193,7 +75,7 @@ protected:
 
     inline static const std::vector<std::string> kRun{"ifdsweep 1", "--format csv", "--max 2"};
 
-    TemporaryFolder folder;
+    fixture::TemporaryFolder folder;
 };
 
 TEST_F(JournalFile, TellsWhatIsFinished) {
