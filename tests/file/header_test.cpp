@@ -70,7 +70,7 @@ TEST_P(Header, TheVersionIsNotExamined) {
 
 TEST_P(Header, TheOffsetSizeOfABigTiffIsNotExamined) {
     if (!format().isBig()) {
-        return;
+        GTEST_SKIP() << "a classic file has no offset size";
     }
     TiffFile file = fileOf({named("x")});
     for (const std::uint64_t word : {0U, 4U, 16U, 65535U}) {
@@ -135,7 +135,7 @@ TEST_P(Header, ALyingEntryCountOfASkippedDirectoryGoesOnAtTheHeader) {
 
 TEST_P(Header, ANextOffsetThatCannotBeSoughtIsAnErrorWhileSkipping) {
     if (!format().isBig()) {
-        return;  // every 32-bit offset can be sought
+        GTEST_SKIP() << "every 32-bit offset can be sought";
     }
     for (const std::uint64_t next : {std::uint64_t{1} << 63U, ~std::uint64_t{0}}) {
         EXPECT_EQ(callOf({named("0").withNext(next)}, {.firstIfdIndex = 1}).error,

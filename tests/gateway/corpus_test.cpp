@@ -1,9 +1,10 @@
-// Real files, when they lie beside the project: no value is left alive, and what libtiff reads of
-// the undamaged ones is what we read.
+// Real files, where IFDSWEEP_CORPUS names a folder of them with its MANIFEST.tsv: no value is left
+// alive, and what libtiff reads of the undamaged ones is what we read.
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -31,8 +32,7 @@ struct CorpusFile {
     std::string special;  ///< what is unusual about it
 };
 
-std::vector<CorpusFile> corpus() {
-    const fs::path folder = fs::path(IFDSWEEP_PROJECT_DIR) / "../shared/corpus";
+std::vector<CorpusFile> corpusIn(const fs::path& folder) {
     std::ifstream manifest(folder / "MANIFEST.tsv");
     std::vector<CorpusFile> files;
     std::string line;
@@ -49,13 +49,19 @@ std::vector<CorpusFile> corpus() {
     return files;
 }
 
-/// Says once that there is nothing to read.
-bool isAbsent(const std::vector<CorpusFile>& files) {
-    if (files.empty()) {
-        std::cout << "no corpus beside the project: nothing to read\n";
+class Corpus : public testing::Test {
+protected:
+    void SetUp() override {
+        const char* const folder = std::getenv("IFDSWEEP_CORPUS");
+        if (folder == nullptr) {
+            GTEST_SKIP() << "IFDSWEEP_CORPUS names no folder of files to read";
+        }
+        files = corpusIn(folder);
+        ASSERT_FALSE(files.empty()) << folder << " has no MANIFEST.tsv with files in it";
     }
-    return files.empty();
-}
+
+    std::vector<CorpusFile> files;
+};
 
 Bytes bytesOf(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
@@ -69,11 +75,7 @@ double streamOffset(const Bytes& bytes) {
     return found == bytes.end() ? 12 : static_cast<double>(found - bytes.begin() + 6);
 }
 
-TEST(Corpus, EveryFileIsReadFromEveryPlausiblePosition) {
-    const std::vector<CorpusFile> files = corpus();
-    if (isAbsent(files)) {
-        return;
-    }
+TEST_F(Corpus, EveryFileIsReadFromEveryPlausiblePosition) {
     for (const CorpusFile& file : files) {
         const std::u16string name = ifdsweep::fileNameFromSystem(file.path);
         const Bytes bytes = bytesOf(file.path);
@@ -124,11 +126,7 @@ void expectAll(const std::string& row, std::uint16_t number) {
     EXPECT_GT(count, 0) << row;
 }
 
-TEST(Corpus, BaselineNumbersAreThoseOfLibtiff) {
-    const std::vector<CorpusFile> files = corpus();
-    if (isAbsent(files)) {
-        return;
-    }
+TEST_F(Corpus, BaselineNumbersAreThoseOfLibtiff) {
     int compared = 0;
     int unread = 0;
     for (const CorpusFile& file : files) {

@@ -1,4 +1,6 @@
-// A good file cut at every length and with every byte changed: what lies before the damage is read.
+// A good file cut at every length, with every byte changed, with every read and every seek failing:
+// what lies before the damage is read, the call ends with a result or an error of the catalogue, no
+// value is left alive, and the same bytes give the same.
 
 #include <algorithm>
 #include <set>
@@ -21,6 +23,8 @@ Directory richPage() {
             ascii(271, "Example Optics"),
             longs(273, {8, 16, 24}),
             shorts(320, {0, 1, 2, 3, 4, 5}),
+            shorts(339, {1, 1, 1}),
+            numbers(700, kByte, {'<', 'x', '>', 0, 0, 0, 0, 0, 0}),
             doubles(60000, {0.5, -1}),
             pointer(330, {{{ascii(315, "sub")}}}),
             pointer(34665, {{exif}}),
@@ -66,10 +70,20 @@ bool isExpected(const std::string& error) {
     return kErrors.count(error.substr(0, error.find('('))) == 1;
 }
 
+TEST_P(Damage, UndamagedItDrawsNoMessage) {
+    const Call given = callEntryPoint(file.bytes);
+    EXPECT_EQ(given.error, "");
+    EXPECT_EQ(given.result, "struct 2x1");
+    EXPECT_EQ(given.warnings, Lines{});
+}
+
 TEST_P(Damage, CutAtEveryLength) {
     std::size_t read = 0;
     for (std::size_t length = 0; length <= file.bytes.size(); ++length) {
-        const Call given = callEntryPoint(truncated(file.bytes, length));
+        const Bytes cut = truncated(file.bytes, length);
+        const Call given = callEntryPoint(cut);
+        ASSERT_EQ(given.text(), callEntryPoint(cut).text()) << "cut at " << length;
+        ASSERT_NE(given.error.empty(), given.result.empty()) << "cut at " << length;
         ASSERT_TRUE(isExpected(given.error)) << "cut at " << length << ": " << given.error;
         if (length >= secondPage() && given.error.empty()) {
             ASSERT_EQ(firstRecord(given), whole) << "cut at " << length;
@@ -93,6 +107,25 @@ TEST_P(Damage, EveryByteChanged) {
             if (position >= secondPage() && given.error.empty()) {
                 ASSERT_EQ(firstRecord(given), whole) << "at " << position;
             }
+        }
+    }
+}
+
+TEST_P(Damage, EveryReadAndSeekFails) {
+    using Operation = ifdsweep::Fault::Operation;
+    using Effect = ifdsweep::Fault::Effect;
+    const std::pair<Operation, Effect> kinds[]{
+        {Operation::read, Effect::fail},       {Operation::read, Effect::deliverShort},
+        {Operation::read, Effect::shrinkFile}, {Operation::seek, Effect::fail},
+        {Operation::seek, Effect::shrinkFile},
+    };
+    for (const auto& [operation, effect] : kinds) {
+        for (std::uint64_t number = 1; number <= 120; ++number) {
+            const Call given = callEntryPoint(file.bytes, {}, [&](ifdsweep::Host& host) {
+                host.files().setFaultPlan({{operation, number, effect, 3}});
+            });
+            ASSERT_NE(given.error.empty(), given.result.empty()) << number;
+            ASSERT_EQ(given.error.rfind("exception", 0), std::string::npos) << given.error;
         }
     }
 }
