@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <set>
 
+#include "support/planned_faults.h"
 #include "support/tiff_matrix.h"
 
 namespace fixture {
@@ -112,8 +113,8 @@ TEST_P(Damage, EveryByteChanged) {
 }
 
 TEST_P(Damage, EveryReadAndSeekFails) {
-    using Operation = ifdsweep::Fault::Operation;
-    using Effect = ifdsweep::Fault::Effect;
+    using Operation = fixture::Fault::Operation;
+    using Effect = fixture::Fault::Effect;
     const std::pair<Operation, Effect> kinds[]{
         {Operation::read, Effect::fail},       {Operation::read, Effect::deliverShort},
         {Operation::read, Effect::shrinkFile}, {Operation::seek, Effect::fail},
@@ -122,7 +123,7 @@ TEST_P(Damage, EveryReadAndSeekFails) {
     for (const auto& [operation, effect] : kinds) {
         for (std::uint64_t number = 1; number <= 120; ++number) {
             const Call given = callEntryPoint(file.bytes, {}, [&](ifdsweep::Host& host) {
-                host.files().setFaultPlan({{operation, number, effect, 3}});
+                fixture::setFaultPlan(host, {{operation, number, effect, 3}});
             });
             ASSERT_NE(given.error.empty(), given.result.empty()) << number;
             ASSERT_EQ(given.error.rfind("exception", 0), std::string::npos) << given.error;

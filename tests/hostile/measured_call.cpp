@@ -4,6 +4,7 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <functional>
 #include <system_error>
 #include <utility>
@@ -12,6 +13,8 @@
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+#include "support/temporary_file.h"
 
 namespace fixture {
 namespace {
@@ -51,12 +54,19 @@ std::string summary(const Call& given) {
     ::setrlimit(RLIMIT_CPU, &limit);
     const rlimit noCore{0, 0};
     ::setrlimit(RLIMIT_CORE, &noCore);
+    const CountedReads before = countedReads();
     std::string text;
     try {
         text = summary(call());
     } catch (const std::exception& failure) {
         text = std::string("exception ") + failure.what();
     }
+    CountedReads reads = countedReads();
+    reads.calls -= before.calls;
+    reads.bytes -= before.bytes;
+    std::array<char, sizeof reads> head{};
+    std::memcpy(head.data(), &reads, sizeof reads);
+    text.insert(0, head.data(), head.size());
     const bool isWritten =
         ::write(pipeEnd, text.data(), text.size()) == static_cast<ssize_t>(text.size());
     ::_exit(isWritten ? 0 : 1);
@@ -83,6 +93,10 @@ MeasuredCall measured(const std::function<Call()>& call) {
         result.outcome.append(buffer.data(), static_cast<std::size_t>(got));
     }
     ::close(ends[0]);
+    if (result.outcome.size() >= sizeof result.reads) {
+        std::memcpy(&result.reads, result.outcome.data(), sizeof result.reads);
+        result.outcome.erase(0, sizeof result.reads);
+    }
     int status = 0;
     rusage usage{};
     if (::wait4(child, &status, 0, &usage) != child) {
@@ -101,11 +115,9 @@ MeasuredCall measured(const std::function<Call()>& call) {
 
 // The values are not turned into text, which would cost more than the call.
 MeasuredCall measuredCall(const Bytes& bytes, const Numbers& numbers) {
-    return measured([&] { return inspect(bytes, numbers, [](const ifdsweep::Value&) {}); });
-}
-
-MeasuredCall measuredCallOnFile(const std::u16string& fileName) {
-    return measured([&] { return inspectFile(fileName, {}, [](const ifdsweep::Value&) {}); });
+    const TemporaryFile file("hostile.tif", bytes);
+    return measured(
+        [&] { return inspectFile(file.name(), numbers, [](const ifdsweep::Value&) {}); });
 }
 
 }  // namespace fixture

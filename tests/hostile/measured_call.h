@@ -8,26 +8,15 @@
 #include <optional>
 #include <string>
 
+#include "hostile/counted_reads.h"
+#include "io/sanitized.h"
 #include "support/entry_call.h"
 
 namespace fixture {
 
-/// Whether this build has a sanitizer in it, which costs time and memory of its own.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-inline constexpr bool kSanitized = true;
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-inline constexpr bool kSanitized = true;
-#else
-inline constexpr bool kSanitized = false;
-#endif
-#else
-inline constexpr bool kSanitized = false;
-#endif
-
-/// The memory that a hostile file may cost at default settings. How long each takes is told in the
-/// test's report; it is the machine's business too, and only a call that hangs is ended.
-inline constexpr std::size_t kMostMegabytes = kSanitized ? 1500 : 250;
+/// The memory that a hostile file may cost at default settings. How long a call takes is the
+/// machine's business: what is held to is its memory and its reads, and a call that hangs is ended.
+inline constexpr std::size_t kMostMegabytes = ifdsweep::kIsSanitized ? 1500 : 250;
 
 struct MeasuredCall {
     /// "struct 3x1" or "error badIFDread", then every message name with its number, in the order of
@@ -35,12 +24,10 @@ struct MeasuredCall {
     /// not end well.
     std::string outcome{};
     std::size_t megabytes = 0;  ///< largest resident memory, the test's own included
+    CountedReads reads{};       ///< of the file
 };
 
-/// Calls the entry point on bytes in memory.
+/// Calls the entry point on a file of these bytes.
 [[nodiscard]] MeasuredCall measuredCall(const Bytes& bytes, const Numbers& numbers = {});
-
-/// The same for a file on disk.
-[[nodiscard]] MeasuredCall measuredCallOnFile(const std::u16string& fileName);
 
 }  // namespace fixture
