@@ -10,10 +10,8 @@
 #include <cstring>
 #include <ctime>
 #include <filesystem>
-#include <fstream>
 #include <limits>
 #include <random>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -23,6 +21,7 @@
 #include "host/message_texts.h"
 #include "ifdsweep/host.h"
 #include "support/planned_faults.h"
+#include "support/temporary_file.h"
 
 namespace {
 
@@ -45,37 +44,6 @@ std::vector<std::uint8_t> patternOf(std::size_t size) {
     return bytes;
 }
 
-/// A folder of the test's own.
-class Folder {
-public:
-    Folder() {
-        std::string pattern =
-            (std::filesystem::temp_directory_path() / "host_test.XXXXXX").string();
-        if (::mkdtemp(pattern.data()) == nullptr) {
-            throw std::runtime_error("no folder for the test");
-        }
-        path = pattern;
-    }
-    ~Folder() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path, ignored);
-    }
-    Folder(const Folder&) = delete;
-    Folder& operator=(const Folder&) = delete;
-
-    [[nodiscard]] std::string write(const std::string& name,
-                                    const std::vector<std::uint8_t>& bytes) const {
-        const std::string file = (path / name).string();
-        std::ofstream stream(file, std::ios::binary);
-        for (const std::uint8_t byte : bytes) {
-            stream.put(static_cast<char>(byte));
-        }
-        return file;
-    }
-
-    std::filesystem::path path;
-};
-
 class Files : public testing::Test {
 protected:
     [[nodiscard]] static StreamHandle open(const std::u16string& name) {
@@ -96,14 +64,21 @@ protected:
         return ids;
     }
 
-    Folder folder;
+    /// Writes a file into the folder.
+    [[nodiscard]] std::string write(const std::string& name, const fixture::Bytes& bytes) const {
+        const std::string path = (folder / name).string();
+        fixture::writeFile(path, bytes);
+        return path;
+    }
+
+    fixture::TemporaryFolder folder;
     Host host;
     Host::Scope scope{host};
 };
 
 TEST_F(Files, StreamsEqualTheFile) {
     const std::vector<std::uint8_t> bytes = patternOf(700'000);
-    const std::u16string onDisk = ifdsweep::fileNameFromSystem(folder.write("caf\xE9.tif", bytes));
+    const std::u16string onDisk = ifdsweep::fileNameFromSystem(write("caf\xE9.tif", bytes));
     filesOf(host).serve(u"served", bytes);
     for (const std::u16string& name : {onDisk, std::u16string(u"served")}) {
         const StreamHandle stream = open(name);
@@ -129,7 +104,7 @@ TEST_F(Files, StreamsEqualTheFile) {
 TEST_F(Files, EveryPositionUpToTheLastCanBeSought) {
     const std::vector<std::uint8_t> bytes = patternOf(100);
     filesOf(host).serve(u"served", bytes);
-    const std::u16string onDisk = ifdsweep::fileNameFromSystem(folder.write("a", patternOf(100)));
+    const std::u16string onDisk = ifdsweep::fileNameFromSystem(write("a", patternOf(100)));
     for (const std::u16string& name : {onDisk, std::u16string(u"served")}) {
         const StreamHandle stream = open(name);
         const off_t last = std::numeric_limits<off_t>::max();
@@ -160,7 +135,7 @@ TEST_F(Files, SeekForwardIsRelative) {
 }
 
 TEST_F(Files, StatusOfAFile) {
-    const std::string path = folder.write("a", patternOf(123));
+    const std::string path = write("a", patternOf(123));
     ASSERT_EQ(::chmod(path.c_str(), 0640), 0);
     const timespec times[2]{{100, 5'000}, {1'600'000'000, 123'456'789}};
     ASSERT_EQ(::utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
@@ -187,7 +162,7 @@ TEST_F(Files, StatusOfAFile) {
 }
 
 TEST_F(Files, StatusWhileOpenIsTheSame) {
-    const std::u16string name = ifdsweep::fileNameFromSystem(folder.write("a", patternOf(123)));
+    const std::u16string name = ifdsweep::fileNameFromSystem(write("a", patternOf(123)));
     const qxFileStatus before = qxGetFileStatus(name);
     const StreamHandle stream = open(name);
     const qxFileStatus after = qxGetFileStatus(name);
@@ -197,13 +172,13 @@ TEST_F(Files, StatusWhileOpenIsTheSame) {
 }
 
 TEST_F(Files, FoldersAndAbsentPathsHaveTheirStatus) {
-    EXPECT_EQ(qxGetFileStatus(ifdsweep::fileNameFromSystem(folder.path.string())).type,
+    EXPECT_EQ(qxGetFileStatus(ifdsweep::fileNameFromSystem(folder.path().string())).type,
               qxFileType::directory);
     EXPECT_EQ(qxGetFileStatus(u"/dev/null").type, qxFileType::other);
     for (const std::u16string& name :
-         {ifdsweep::fileNameFromSystem((folder.path / "none").string()), std::u16string(),
-          ifdsweep::fileNameFromSystem(folder.write("file", {})) + u"/below",
-          ifdsweep::fileNameFromSystem(folder.path.string()) + u'\0' + u"x"}) {
+         {ifdsweep::fileNameFromSystem((folder / "none").string()), std::u16string(),
+          ifdsweep::fileNameFromSystem(write("file", {})) + u"/below",
+          ifdsweep::fileNameFromSystem(folder.path().string()) + u'\0' + u"x"}) {
         const qxFileStatus status = qxGetFileStatus(name);
         EXPECT_EQ(status.type, qxFileType::notFound);
         EXPECT_EQ(status.permissions, 0U);
@@ -215,20 +190,20 @@ TEST_F(Files, FoldersAndAbsentPathsHaveTheirStatus) {
 }
 
 TEST_F(Files, PathsThatCannotBeOpenedAreErrorsOfTheHost) {
-    const std::string pipe = (folder.path / "pipe").string();
+    const std::string pipe = (folder / "pipe").string();
     ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
-    const std::string loop = (folder.path / "loop").string();
+    const std::string loop = (folder / "loop").string();
     std::filesystem::create_symlink(loop, loop);
-    const std::string tooLong = (folder.path / std::string(300, 'x')).string();
+    const std::string tooLong = (folder / std::string(300, 'x')).string();
 
     struct Case {
         std::string path;
         int error;
     };
     std::vector<Case> cases{
-        {folder.path.string(), EISDIR}, {pipe, ESPIPE}, {loop, ELOOP}, {tooLong, ENAMETOOLONG}};
+        {folder.path().string(), EISDIR}, {pipe, ESPIPE}, {loop, ELOOP}, {tooLong, ENAMETOOLONG}};
     if (::geteuid() != 0) {
-        const std::string locked = folder.write("locked", {1});
+        const std::string locked = write("locked", {1});
         ASSERT_EQ(::chmod(locked.c_str(), 0), 0);
         cases.push_back({locked, EACCES});
     }
@@ -268,7 +243,7 @@ TEST_F(Files, ServedFilesHaveTheirStatus) {
 }
 
 TEST_F(Files, AScopeLooksAtAFileOnce) {
-    const std::string path = folder.write("a", patternOf(10));
+    const std::string path = write("a", patternOf(10));
     const std::u16string name = ifdsweep::fileNameFromSystem(path);
     EXPECT_EQ(read(open(name), 20), 10U);
     std::filesystem::remove(path);
@@ -620,7 +595,7 @@ TEST_F(Files, FaultsAreCountedOverAllStreamsOfACall) {
 }
 
 TEST_F(Files, AFileCutWhileItIsReadGivesShortReads) {
-    const std::string path = folder.write("a", patternOf(1'000'000));
+    const std::string path = write("a", patternOf(1'000'000));
     const StreamHandle stream = open(ifdsweep::fileNameFromSystem(path));
     EXPECT_EQ(read(stream, 10), 10U);
     ASSERT_EQ(::truncate(path.c_str(), 500'000), 0);

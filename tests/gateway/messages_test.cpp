@@ -12,6 +12,7 @@
 #include "dict/data_types.h"
 #include "host/host_parts.h"
 #include "support/planned_faults.h"
+#include "support/tags.h"
 #include "support/tiff_matrix.h"
 #include "tag/tiff_tag.h"
 
@@ -24,9 +25,6 @@ using ifdsweep::MessageRow;
 using ifdsweep::MessageSeverity;
 
 using Fault = fixture::Fault;
-
-constexpr std::uint16_t kArtist = 315;
-constexpr std::uint16_t kExif = 34665;
 
 struct MessageCase {
     std::string_view name;

@@ -18,7 +18,7 @@
 #include <memory>
 #include <set>
 
-#include "support/tiff_builder.h"
+#include "support/page_of_everything.h"
 
 /// A value, with the operation that made it.
 struct qxArray {
@@ -438,79 +438,14 @@ Outcome call(const TiffFile& file, std::size_t failing = 0, Failure failure = Fa
     return outcome;
 }
 
-/// One page with every kind of value that a record can hold, and several warnings.
-Directory everything() {
-    const Directory exif{numbers(33434, kRational, {1, 0}), shorts(37383, {5}),
-                         pointer(40965, {{{ascii(1, "R98")}}})};
-    return {shorts(256, {40}),
-            shorts(258, {8, 8, 8}),
-            shorts(259, {1}),
-            shorts(262, {2}),
-            ascii(271, std::string(300, 'x')),
-            ascii(272, std::string(2, '\0')),
-            longs(273, {1, 2, 3}),
-            longs(278, {7}),
-            shorts(320, {0, 1, 2, 3, 4, 5}),
-            shorts(339, {1, 2, 3}),
-            numbers(700, kShort, {'<', '>'}),
-            numbers(37724, kUndefined, {1, 2, 3}),
-            doubles(60000, {1, 2}),
-            ascii(60001, "unknown"),
-            shorts(60002, {}),
-            numbers(60003, kNoType, {1}),
-            shorts(60004, {9}),
-            pointer(330, {{{ascii(315, "one")}}, {{ascii(315, "two")}, {ascii(315, "three")}}}),
-            pointer(34665, {{exif}}),
-            pointer(34853, {{{numbers(0, kByte, {2, 3, 0, 0}), pointer(34665, {{exif}})}}})};
-}
-
-struct Case {
-    const char* name;
-    TiffFile (*make)();
-
-    friend std::ostream& operator<<(std::ostream& out, const Case& shown) {
-        return out << shown.name;
-    }
-};
-
-TiffBuilder twoPages(Format format) {
-    TiffBuilder builder(format);
-    builder.add(everything()).add(everything());
-    return builder;
-}
-
-TiffFile noTiff() {
-    TiffFile file;
-    file.bytes = Bytes(40, 'x');
-    return file;
-}
-
-const Case kCases[] = {
-    {"Classic",
-     [] {
-         return twoPages({Layout::classic, ByteOrder::big}).build();
-     }},
-    {"BigTiff",
-     [] {
-         return twoPages({Layout::big, ByteOrder::little}).build();
-     }},
-    {"Jpeg",
-     [] {
-         return twoPages({Layout::classic, ByteOrder::little}).buildInJpeg();
-     }},
-    {"NoDirectory",
-     [] { return TiffBuilder(Format{}).add(Directory{}.withEntryCount(0)).build(); }},
-    {"NoTiff", noTiff},
-};
-
-class StrictHostCall : public testing::TestWithParam<Case> {
+class StrictHostCall : public testing::TestWithParam<KindOfFile> {
 protected:
     void SetUp() override { ASSERT_NE(entryPoint(), nullptr) << dlerror(); }
 
     const TiffFile file = GetParam().make();
 };
-INSTANTIATE_TEST_SUITE_P(Files, StrictHostCall, testing::ValuesIn(kCases),
-                         [](const testing::TestParamInfo<Case>& made) {
+INSTANTIATE_TEST_SUITE_P(Files, StrictHostCall, testing::ValuesIn(kKindsOfFile),
+                         [](const testing::TestParamInfo<KindOfFile>& made) {
                              return std::string(made.param.name);
                          });
 
@@ -528,7 +463,7 @@ TEST_P(StrictHostCall, EveryOperationThatFailsEndsTheCallAndNothingIsLeft) {
         ASSERT_EQ(outcome.broken, "") << failing << ' ' << outcome.failedOperation;
         ++failed[outcome.failedOperation];
     }
-    if (GetParam().make == kCases[0].make) {
+    if (GetParam().make == kKindsOfFile[0].make) {
         // Each operation was among them, but the two that must not fail or always do.
         EXPECT_EQ(failed.size(), 18U);
     }
@@ -556,7 +491,7 @@ TEST(StrictHost, AFileThatDoesNotExistLeavesNothing) {
 }
 
 TEST(StrictHost, EveryValueIsMadeByItsOperation) {
-    const Outcome outcome = call(kCases[0].make());
+    const Outcome outcome = call(kKindsOfFile[0].make());
     const std::string exif =
         "StructArray(ExposureTime=NumericArray MeteringMode=CharArray "
         "InteroperabilityIFD=StructArray(InteroperabilityIndex=CharArray))";

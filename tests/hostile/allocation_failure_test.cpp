@@ -8,66 +8,14 @@
 
 #include "hostile/captured_program.h"
 #include "hostile/failing_memory.h"
-#include "hostile/temporary_file.h"
 #include "io/sanitized.h"
+#include "support/page_of_everything.h"
 #include "support/record_dump.h"
+#include "support/temporary_file.h"
 #include "support/tiff_matrix.h"
 
 namespace fixture {
 namespace {
-
-/// One page with everything that a record can hold, and several warnings.
-Directory everything() {
-    const Directory exif{numbers(33434, kRational, {1, 0}), shorts(37383, {5}),
-                         pointer(40965, {{{ascii(1, "R98")}}})};
-    return {shorts(256, {40}),
-            shorts(258, {8, 8, 8}),
-            shorts(259, {1}),
-            ascii(271, std::string(3000, 'x')),
-            longs(273, std::vector<std::int64_t>(500, 1)),
-            shorts(320, {0, 1, 2, 3, 4, 5}),
-            shorts(339, {1, 2, 3}),
-            numbers(700, kShort, {'<', '>'}),
-            numbers(37724, kUndefined, {1, 2, 3}),
-            doubles(60000, {1, 2}),
-            ascii(60001, "unknown"),
-            shorts(60002, {}),
-            numbers(60003, kNoType, {1}),
-            shorts(290, {3}),
-            pointer(330, {{{ascii(315, "one")}}, {{ascii(315, "two")}, {ascii(315, "three")}}}),
-            pointer(34665, {{exif}}),
-            pointer(34853, {{{numbers(0, kByte, {2, 3, 0, 0}), pointer(34665, {{exif}})}}})};
-}
-
-struct Case {
-    const char* name;
-    std::function<TiffFile()> make;
-
-    friend std::ostream& operator<<(std::ostream& out, const Case& shown) {
-        return out << shown.name;
-    }
-};
-
-TiffBuilder twoPages(Layout layout, ByteOrder byteOrder) {
-    TiffBuilder builder({layout, byteOrder});
-    builder.add(everything()).add(everything());
-    return builder;
-}
-
-const Case kCases[] = {
-    {"Classic", [] { return twoPages(Layout::classic, ByteOrder::little).build(); }},
-    {"ClassicSwapped", [] { return twoPages(Layout::classic, ByteOrder::big).build(); }},
-    {"BigTiff", [] { return twoPages(Layout::big, ByteOrder::little).build(); }},
-    {"Jpeg", [] { return twoPages(Layout::classic, ByteOrder::big).buildInJpeg(); }},
-    {"NoDirectory",
-     [] { return TiffBuilder(Format{}).add(Directory{}.withEntryCount(0)).build(); }},
-    {"NoTiff",
-     [] {
-         TiffFile file;
-         file.bytes = Bytes(40, 'x');
-         return file;
-     }},
-};
 
 /// One call on a host: its outcome as text, or nothing when memory ran out.
 class Caller {
@@ -139,7 +87,7 @@ private:
     bool ended = false;
 };
 
-class AllocationFailure : public testing::TestWithParam<Case> {
+class AllocationFailure : public testing::TestWithParam<KindOfFile> {
 protected:
     AllocationFailure() : file(GetParam().make()), onDisk("memory.tif", file.bytes) {}
 
@@ -170,8 +118,8 @@ protected:
     TemporaryFile onDisk;
 };
 
-INSTANTIATE_TEST_SUITE_P(Files, AllocationFailure, testing::ValuesIn(kCases),
-                         [](const testing::TestParamInfo<Case>& made) {
+INSTANTIATE_TEST_SUITE_P(Files, AllocationFailure, testing::ValuesIn(kKindsOfFile),
+                         [](const testing::TestParamInfo<KindOfFile>& made) {
                              return std::string(made.param.name);
                          });
 

@@ -1,6 +1,8 @@
 #pragma once
 
-// The program in a process of its own, its streams captured. One thread.
+// The program as part of a test that replaces what it calls: forked, not started anew, with its
+// streams captured. What needs nothing replaced starts the program itself (program/program_run.h).
+// One thread.
 
 #include <functional>
 #include <string>

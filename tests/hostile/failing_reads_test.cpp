@@ -3,9 +3,7 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <vector>
 
@@ -16,6 +14,7 @@
 #include <unistd.h>
 
 #include "hostile/captured_program.h"
+#include "support/temporary_file.h"
 #include "support/tiff_matrix.h"
 
 namespace {
@@ -50,33 +49,17 @@ namespace {
 
 class FailingReads : public testing::Test {
 protected:
-    FailingReads() {
-        std::string pattern = std::filesystem::temp_directory_path().string() + "/readsXXXXXX";
-        if (::mkdtemp(pattern.data()) == nullptr) {
-            throw std::runtime_error("no folder for the test");
-        }
-        folder = pattern;
-    }
-    ~FailingReads() override {
-        std::error_code ignored;
-        std::filesystem::remove_all(folder, ignored);
-    }
-
     /// Writes a file of so many bytes that begins with these.
     void write(const std::string& name, const Bytes& bytes, off_t size) const {
-        const std::string path = folder + '/' + name;
-        std::ofstream file(path, std::ios::binary);
-        file.write(std::string(bytes.begin(), bytes.end()).data(),
-                   static_cast<std::streamsize>(bytes.size()));
-        file.close();
-        std::filesystem::resize_file(path, static_cast<std::uintmax_t>(size));
+        writeFile(folder / name, bytes);
+        std::filesystem::resize_file(folder / name, static_cast<std::uintmax_t>(size));
     }
 
     [[nodiscard]] CapturedProgram runOn(const std::string& path) const {
         return runCaptured({"--format", "ndjson", path});
     }
 
-    std::string folder;
+    TemporaryFolder folder;
 };
 
 /// One directory, whose value lies behind the bytes that are still there.
@@ -91,7 +74,7 @@ const char* const kFailed = "Velmora:filesystem:readFailed";
 TEST_F(FailingReads, AFileOfAFolderWhoseBeginningCannotBeReadFailed) {
     write("lost.tif", smallFile().bytes, kLostSize);
     write("sound.tif", smallFile().bytes, 60'000);
-    const CapturedProgram run = runOn(folder);
+    const CapturedProgram run = runOn(folder.path());
     EXPECT_EQ(run.status, 1);
     EXPECT_NE(run.errors.find("lost.tif"), std::string::npos) << run.errors;
     EXPECT_NE(run.errors.find("cannot be read at position 0: Input/output error"),
@@ -103,7 +86,7 @@ TEST_F(FailingReads, AFileOfAFolderWhoseBeginningCannotBeReadFailed) {
 
 TEST_F(FailingReads, SoDidANamedFile) {
     write("lost.tif", smallFile().bytes, kLostSize);
-    const CapturedProgram run = runOn(folder + "/lost.tif");
+    const CapturedProgram run = runOn(folder / "lost.tif");
     EXPECT_EQ(run.status, 1);
     EXPECT_NE(run.errors.find(kFailed), std::string::npos) << run.errors;
 }
@@ -111,7 +94,7 @@ TEST_F(FailingReads, SoDidANamedFile) {
 TEST_F(FailingReads, SoDidAJpegFileWhoseSegmentsCannotBeRead) {
     Bytes start{0xFF, 0xD8, 0xFF, 0xE0, 0x40, 0x00};
     write("lost.jpg", start, kHalfLostSize);
-    const CapturedProgram run = runOn(folder);
+    const CapturedProgram run = runOn(folder.path());
     EXPECT_EQ(run.status, 1);
     EXPECT_NE(run.errors.find(kFailed), std::string::npos) << run.errors;
 }
@@ -120,7 +103,7 @@ TEST_F(FailingReads, AValueThatCannotBeReadIsToldOfBesideTheRest) {
     const TiffFile file = smallFile();
     ASSERT_GE(file.places[0].data[1], static_cast<std::size_t>(kStillThere));
     write("part.tif", file.bytes, kHalfLostSize);
-    const CapturedProgram run = runOn(folder);
+    const CapturedProgram run = runOn(folder.path());
     EXPECT_EQ(run.status, 0) << run.errors;
     EXPECT_NE(run.output.find(kFailed), std::string::npos) << run.output;
     EXPECT_NE(run.output.find("unableToReadTiffTag"), std::string::npos) << run.output;

@@ -4,13 +4,11 @@
 #include <functional>
 
 #include "support/planned_faults.h"
+#include "support/tags.h"
 #include "support/tiff_matrix.h"
 
 namespace fixture {
 namespace {
-
-constexpr std::uint16_t kMake = 271;
-constexpr std::uint16_t kSubIfds = 330;
 
 /// Two pages: a value that lies away from its entry and a nested directory in the first, a text in
 /// the second.

@@ -3,16 +3,14 @@
 #include <algorithm>
 
 #include "hostile/measured_call.h"
-#include "hostile/temporary_file.h"
 #include "support/record_dump.h"
+#include "support/tags.h"
+#include "support/temporary_file.h"
 #include "support/tiff_matrix.h"
 
 namespace fixture {
 namespace {
 
-constexpr std::uint16_t kSubIfds = 330;
-constexpr std::uint16_t kProfile = 34675;
-constexpr std::uint16_t kImageSourceData = 37724;
 constexpr std::size_t kMegabyte = 1000000;
 
 const ifdsweep::Value* fieldOf(const ifdsweep::Value& records, std::size_t element,
@@ -123,8 +121,8 @@ class SharedProfile : public TiffMatrix {
 protected:
     /// Pages that share a profile of a megabyte.
     static TiffFile sharing(std::size_t count) {
-        Chain chain(count, {numbers(kProfile, kUndefined, {}).withCount(kMegabyte)});
-        chain[0] = {numbers(kProfile, kUndefined, std::vector<std::int64_t>(kMegabyte, 1))};
+        Chain chain(count, {numbers(kIccProfile, kUndefined, {}).withCount(kMegabyte)});
+        chain[0] = {numbers(kIccProfile, kUndefined, std::vector<std::int64_t>(kMegabyte, 1))};
         TiffFile file = fileOf(chain);
         for (const Place& place : file.places) {
             file.setOffset(place.entries[0] + file.format.valuePosition(),

@@ -12,14 +12,13 @@
 #include "host/host_parts.h"
 #include "ifdsweep/host.h"
 #include "ifdsweep/read.h"
+#include "support/tags.h"
 #include "support/tiff_builder.h"
 #include "write/result_writer.h"
 
 namespace fixture {
 namespace {
 
-constexpr std::uint16_t kUnknown = 60000;
-constexpr std::uint16_t kSubIfds = 330;
 constexpr std::size_t kSmall = 65535;
 constexpr std::size_t kMostOutput = 64'000'000;
 
@@ -84,7 +83,7 @@ TiffFile loopAtDepth(std::size_t depth, std::vector<Entry> entries) {
 }
 
 TEST(SmallFile, ThatLoopsUnderALongName) {
-    const TiffFile file = loopAtDepth(0, {shorts(kUnknown, {7})});
+    const TiffFile file = loopAtDepth(0, {shorts(kUnknownTag, {7})});
     Bytes bytes = file.bytes;
     bytes.resize(kSmall);
     expectModest(bytes, std::string(3765, 'x'));
@@ -105,7 +104,7 @@ TEST(SmallFile, WhoseDirectoriesShareAValue) {
         // BitsPerSample, of which three fields are made; SampleFormat; numbers; texts; bytes;
         // rationals that warn one by one.
         for (const auto& [tag, type, item] :
-             {Case{258, kByte, 255}, Case{339, kByte, 2}, Case{kUnknown, kByte, 255},
+             {Case{258, kByte, 255}, Case{339, kByte, 2}, Case{kUnknownTag, kByte, 255},
               Case{271, kAscii, 1}, Case{271, kAscii, 0xFF}, Case{37724, kUndefined, 255},
               Case{33434, kSRational, 0}}) {
             const std::size_t items = (kSmall - 2000) / (type == kSRational ? 4 : 1);
@@ -122,7 +121,7 @@ TEST(SmallFile, OfEntriesThatWarn) {
     for (const std::size_t depth : {0U, 63U}) {
         for (const Entry& entry :
              {longs(33434, {}).withType(kIfd), shorts(258, {1}).withType(99),
-              numbers(kUnknown, kByte, {255, 255, 255, 255}),
+              numbers(kUnknownTag, kByte, {255, 255, 255, 255}),
               longs(34664, {1, 2}).withCount(0x7FFFFFFF).withValueField(0x7FFFFFFF)}) {
             const TiffFile file = loopAtDepth(depth, std::vector<Entry>(5000, entry));
             SCOPED_TRACE(std::to_string(entry.tag) + " at depth " + std::to_string(depth));

@@ -3,7 +3,7 @@
 #include <array>
 #include <thread>
 
-#include "hostile/temporary_file.h"
+#include "support/temporary_file.h"
 #include "support/tiff_matrix.h"
 
 namespace fixture {

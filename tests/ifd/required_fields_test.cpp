@@ -3,6 +3,7 @@
 #include <limits>
 
 #include "support/record_dump.h"
+#include "support/tags.h"
 #include "support/tiff_matrix.h"
 
 namespace fixture {
@@ -10,10 +11,6 @@ namespace {
 
 class RequiredFields : public TiffMatrix {};
 IFDSWEEP_TIFF_MATRIX(RequiredFields);
-
-constexpr std::uint16_t kBitsPerSample = 258;
-constexpr std::uint16_t kPhotometric = 262;
-constexpr std::uint16_t kSamplesPerPixel = 277;
 
 /// BitsPerSample, MinSampleValue, MaxSampleValue and BitDepth in one line.
 std::string samples(const Call& given) {
@@ -189,7 +186,8 @@ TEST_P(RequiredFields, EveryPhotometricInterpretationHasItsColorType) {
                                                                        {34893, "34893"},
                                                                        {65535, "65535"}};
     for (const auto& [value, colorType] : cases) {
-        EXPECT_EQ(callOf({{shorts(kPhotometric, {value})}}).value("ColorType"), colorType);
+        EXPECT_EQ(callOf({{shorts(kPhotometricInterpretation, {value})}}).value("ColorType"),
+                  colorType);
     }
 }
 
@@ -207,21 +205,25 @@ TEST_P(RequiredFields, PhotometricInterpretationIsTruncatedTo32Bits) {
         {-infinity, "-2147483648"},
         {std::numeric_limits<double>::quiet_NaN(), "-2147483648"}};
     for (const auto& [value, colorType] : cases) {
-        EXPECT_EQ(callOf({{doubles(kPhotometric, {value})}}).value("ColorType"), colorType)
+        EXPECT_EQ(callOf({{doubles(kPhotometricInterpretation, {value})}}).value("ColorType"),
+                  colorType)
             << value;
     }
-    EXPECT_EQ(callOf({{longs(kPhotometric, {4294967295})}}).value("ColorType"), "-2147483648");
+    EXPECT_EQ(callOf({{longs(kPhotometricInterpretation, {4294967295})}}).value("ColorType"),
+              "-2147483648");
 }
 
 TEST_P(RequiredFields, PhotometricInterpretationWithoutANumberKeepsMinusOne) {
-    const Call text = callOf({{ascii(kPhotometric, "x")}});
+    const Call text = callOf({{ascii(kPhotometricInterpretation, "x")}});
     EXPECT_EQ(text.value("ColorType"), "-1");
     EXPECT_EQ(text.value("PhotometricInterpretation"), "'unknown'");
-    const Call empty = callOf({{shorts(kPhotometric, {})}});
+    const Call empty = callOf({{shorts(kPhotometricInterpretation, {})}});
     EXPECT_EQ(empty.value("ColorType"), "-1");
     EXPECT_EQ(empty.value("PhotometricInterpretation"), "empty");
-    EXPECT_EQ(callOf({{shorts(kPhotometric, {2}), ascii(kPhotometric, "x")}}).value("ColorType"),
-              "'truecolor'");
+    EXPECT_EQ(
+        callOf({{shorts(kPhotometricInterpretation, {2}), ascii(kPhotometricInterpretation, "x")}})
+            .value("ColorType"),
+        "'truecolor'");
 }
 
 TEST_P(RequiredFields, ADroppedEntryLeavesRoomForTheDefault) {
@@ -242,8 +244,9 @@ TEST_P(RequiredFields, AZeroCountEntryCountsAsPresent) {
 }
 
 TEST_P(RequiredFields, EveryDirectoryHasDefaultsOfItsOwn) {
-    const Call given = callOf(
-        {{shorts(kBitsPerSample, {8, 8, 8}), shorts(kPhotometric, {2})}, {shorts(256, {1})}});
+    const Call given =
+        callOf({{shorts(kBitsPerSample, {8, 8, 8}), shorts(kPhotometricInterpretation, {2})},
+                {shorts(256, {1})}});
     EXPECT_EQ(given.value("MaxSampleValue", 0), "[255 255 255]");
     EXPECT_EQ(given.value("MaxSampleValue", 1), "1");
     EXPECT_EQ(given.value("ColorType", 0), "'truecolor'");

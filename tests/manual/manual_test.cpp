@@ -17,6 +17,7 @@
 #include "manual/fish_completion.h"
 #include "manual/option_texts.h"
 #include "manual/zsh_completion.h"
+#include "support/temporary_folder.h"
 
 namespace {
 
@@ -34,21 +35,13 @@ std::string readAll(const std::string& path) {
 }
 
 Rendering render(const std::string& page) {
-    std::string folder = testing::TempDir() + "/ifdsweep_manual_XXXXXX";
-    if (::mkdtemp(folder.data()) == nullptr) {
-        ADD_FAILURE() << "no folder " << folder;
-        return {};
-    }
-    std::ofstream(folder + "/page.1") << page;
-    const std::string command = "cd '" + folder +
+    const fixture::TemporaryFolder folder;
+    std::ofstream(folder / "page.1") << page;
+    const std::string command = "cd '" + folder.path().string() +
                                 "' && groff -man -ww -Tascii -P-c -P-b -P-u -P-o page.1 "
                                 ">text 2>complaints";
     EXPECT_EQ(std::system(command.c_str()), 0);
-    Rendering rendering{readAll(folder + "/text"), readAll(folder + "/complaints")};
-    for (const char* file : {"/page.1", "/text", "/complaints", ""}) {
-        EXPECT_EQ(std::remove((folder + file).c_str()), 0) << file;
-    }
-    return rendering;
+    return {readAll(folder / "text"), readAll(folder / "complaints")};
 }
 
 /// A text with one space for every run of white space.

@@ -265,9 +265,8 @@ protected:
 
 TEST_F(Terminals, ProgressIsShownThereAndNowhereElse) {
     Launch launch;
-    launch.arguments = {"--read-budget", "unlimited", "--value-budget", "unlimited",
-                        "--format",      "ndjson",    "--jobs",         "1",
-                        "a.tif",         "none.tif",  "slow.tif"};
+    launch.arguments = programrun::unlimited(
+        {"--format", "ndjson", "--jobs", "1", "a.tif", "none.tif", "slow.tif"});
     launch.error = device;
     Running program = start(launch);
     std::string text;
@@ -290,9 +289,8 @@ TEST_F(Terminals, ProgressIsShownThereAndNowhereElse) {
 
 TEST_F(Terminals, WithoutProgressNoneIsShown) {
     Launch launch;
-    launch.arguments = {"--no-progress", "--read-budget", "unlimited", "--value-budget",
-                        "unlimited",     "--timeout",     "0.5",       "--format",
-                        "ndjson",        "a.tif",         "slow.tif"};
+    launch.arguments = programrun::unlimited(
+        {"--no-progress", "--timeout", "0.5", "--format", "ndjson", "a.tif", "slow.tif"});
     launch.error = device;
     Running program = start(launch);
     EXPECT_EQ(program.wait(), 1);

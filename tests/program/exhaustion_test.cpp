@@ -130,11 +130,7 @@ TEST_F(Exhaustion, LargePartsBehindASlowFileTakeNoDescriptors) {
             {"--read-budget", "unlimited", "--value-budget", "unlimited", "--timeout", "15"});
         launch.prepare = [] { limit(RLIMIT_NOFILE, 256); };
         Running program = start(launch);
-        pid_t slow = -1;
-        ASSERT_TRUE(comesTrue([&] {
-            slow = programrun::readerOf(program.process(), "000.tif");
-            return slow > 0;
-        }));
+        const pid_t slow = programrun::awaitReaderOf(program.process(), "000.tif");
         // Behind it the others are read, until only its worker has anything to do: nothing more,
         // or its memory would be spent.
         programrun::sendTo(slow, SIGSTOP);
@@ -149,8 +145,7 @@ TEST_F(Exhaustion, LargePartsBehindASlowFileTakeNoDescriptors) {
 TEST_F(Exhaustion, ASoftLimitOfDescriptorsIsRaised) {
     programfiles::write(in("slow.tif"), programfiles::endlessImage());
     Launch launch;
-    launch.arguments = {"--read-budget", "unlimited", "--value-budget", "unlimited",
-                        "--jobs",        "1",         "slow.tif"};
+    launch.arguments = programrun::unlimited({"--jobs", "1", "slow.tif"});
     launch.prepare = [] {
         const rlimit both{100, 300};
         ::setrlimit(RLIMIT_NOFILE, &both);
@@ -225,14 +220,10 @@ TEST_F(Exhaustion, AStoppedWorkerIsEnded) {
     programfiles::write(in("slow.tif"), programfiles::endlessImage());
     programfiles::write(in("a.tif"), programfiles::image(7));
     Launch launch;
-    launch.arguments = {"--read-budget", "unlimited", "--value-budget", "unlimited", "--jobs", "1",
-                        "--timeout",     "1",         "slow.tif",       "a.tif"};
+    launch.arguments =
+        programrun::unlimited({"--jobs", "1", "--timeout", "1", "slow.tif", "a.tif"});
     Running program = start(launch);
-    pid_t reader = -1;
-    ASSERT_TRUE(comesTrue([&] {
-        reader = programrun::readerOf(program.process(), "slow.tif");
-        return reader > 0;
-    }));
+    const pid_t reader = programrun::awaitReaderOf(program.process(), "slow.tif");
     programrun::sendTo(reader, SIGSTOP);
     const Ending given = endingOf(program.wait());
     EXPECT_EQ(given.error,
@@ -245,18 +236,13 @@ TEST_F(Exhaustion, WhatTheParentIgnoresIsItsOwn) {
     programfiles::write(in("slow.tif"), programfiles::endlessImage());
     programfiles::write(in("a.tif"), programfiles::image(7));
     Launch launch;
-    launch.arguments = {"--read-budget", "unlimited", "--value-budget", "unlimited",
-                        "--jobs",        "1",         "slow.tif",       "a.tif"};
+    launch.arguments = programrun::unlimited({"--jobs", "1", "slow.tif", "a.tif"});
     launch.prepare = [] {
         ::signal(SIGCHLD, SIG_IGN);
         ::signal(SIGINT, SIG_IGN);
     };
     Running program = start(launch);
-    pid_t reader = -1;
-    ASSERT_TRUE(comesTrue([&] {
-        reader = programrun::readerOf(program.process(), "slow.tif");
-        return reader > 0;
-    }));
+    const pid_t reader = programrun::awaitReaderOf(program.process(), "slow.tif");
     programrun::sendTo(reader, SIGKILL);
     const Ending given = endingOf(program.wait());
     EXPECT_EQ(linesOf(given.error)[0],
@@ -267,8 +253,8 @@ TEST_F(Exhaustion, WhatTheParentIgnoresIsItsOwn) {
 TEST_F(Exhaustion, AWorkerHasWhatItIsGivenAndNoMore) {
     programfiles::write(in("slow.tif"), programfiles::endlessImage());
     Launch launch;
-    launch.arguments = {"--read-budget", "unlimited", "--value-budget", "unlimited", "--jobs", "2",
-                        "slow.tif",      "slow.tif",  "--output",       "table"};
+    launch.arguments =
+        programrun::unlimited({"--jobs", "2", "slow.tif", "slow.tif", "--output", "table"});
     launch.prepare = [] {
         if (::dup2(1, 77) < 0) {  // what a careless parent leaves open
             ::_exit(126);
@@ -317,8 +303,8 @@ TEST_F(Exhaustion, ASlowFileKeepsNobodyWaiting) {
     list += "last.tif\n";
     programrun::write(in("list"), list);
     Launch launch;
-    launch.arguments = {"--read-budget", "unlimited", "--value-budget", "unlimited", "--jobs", "2",
-                        "--files-from",  "list",      "--format",       "ndjson"};
+    launch.arguments =
+        programrun::unlimited({"--jobs", "2", "--files-from", "list", "--format", "ndjson"});
     Running program = start(launch);
     // The last file is begun while the first is still read: all between have been read, and wait.
     pid_t slow = -1;

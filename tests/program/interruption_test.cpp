@@ -34,7 +34,6 @@ using programrun::Ending;
 using programrun::hasOpen;
 using programrun::Launch;
 using programrun::linesOf;
-using programrun::readerOf;
 using programrun::Running;
 
 class Interruptions : public programrun::ProgramRun {
@@ -52,7 +51,7 @@ protected:
         Launch launch;
         launch.arguments = std::move(arguments);
         Running program = start(launch);
-        EXPECT_TRUE(comesTrue([&] { return readerOf(program.process(), "slow.tif") > 0; }));
+        programrun::awaitReaderOf(program.process(), "slow.tif");
         return program;
     }
 };
@@ -113,8 +112,7 @@ TEST_F(Interruptions, AtRandomMomentsLinesAreWhole) {
     for (int round = 0; round < 12; ++round) {
         Launch launch;
         // The last file takes longer than the test, so that no run ends by itself.
-        launch.arguments = {"--format",       "ndjson",    "--read-budget", "unlimited",
-                            "--value-budget", "unlimited", "many",          "slow.tif"};
+        launch.arguments = programrun::unlimited({"--format", "ndjson", "many", "slow.tif"});
         Running program = start(launch);
         // At the first output, then later and later.
         const std::size_t least = whole.size() / 16 * static_cast<std::size_t>(round);
@@ -134,7 +132,7 @@ TEST_F(Interruptions, AtRandomMomentsLinesAreWhole) {
 
 TEST_F(Interruptions, OneFileEndsAtOnceToo) {
     Launch launch;
-    launch.arguments = {"--read-budget", "unlimited", "--value-budget", "unlimited", "slow.tif"};
+    launch.arguments = programrun::unlimited({"slow.tif"});
     Running program = start(launch);
     ASSERT_TRUE(comesTrue([&] { return hasOpen(program.process(), "slow.tif"); }));
     program.send(SIGINT);
@@ -246,7 +244,7 @@ TEST_F(Interruptions, WhatIsIgnoredAtTheStartStaysIgnored) {
             launch.prepare = [ignored = ignored] { ::signal(ignored, SIG_IGN); };
             const auto before = names();
             Running program = start(launch);
-            ASSERT_TRUE(comesTrue([&] { return readerOf(program.process(), "slow.tif") > 0; }));
+            programrun::awaitReaderOf(program.process(), "slow.tif");
             program.send(ignored);
             program.send(ignored);
             EXPECT_FALSE(comesTrue([&] { return !programrun::isRunning(program.process()); },
@@ -261,11 +259,10 @@ TEST_F(Interruptions, WhatIsIgnoredAtTheStartStaysIgnored) {
 TEST_F(Interruptions, ALostTerminalEndsTheWholeGroupInOrder) {
     // The signal goes to the workers too; none of their files failed.
     Launch launch;
-    launch.arguments = {"--format",       "ndjson",    "--read-budget", "unlimited",
-                        "--value-budget", "unlimited", "a.tif",         "slow.tif"};
+    launch.arguments = programrun::unlimited({"--format", "ndjson", "a.tif", "slow.tif"});
     launch.prepare = [] { ::setpgid(0, 0); };
     Running program = start(launch);
-    ASSERT_TRUE(comesTrue([&] { return readerOf(program.process(), "slow.tif") > 0; }));
+    programrun::awaitReaderOf(program.process(), "slow.tif");
     ASSERT_TRUE(comesTrue([&] { return endingOf(0).out.ends_with('\n'); }));
     program.sendToGroup(SIGHUP);
     const Ending given = endingOf(program.wait());
@@ -277,8 +274,7 @@ TEST_F(Interruptions, ALostTerminalEndsTheWholeGroupInOrder) {
 TEST_F(Interruptions, OneFileEndsAtOnceOnAnyOfThem) {
     for (const int signal : ifdsweep::Interruption::kSignals) {
         Launch launch;
-        launch.arguments = {"--read-budget", "unlimited", "--value-budget", "unlimited",
-                            "slow.tif"};
+        launch.arguments = programrun::unlimited({"slow.tif"});
         Running program = start(launch);
         ASSERT_TRUE(comesTrue([&] { return hasOpen(program.process(), "slow.tif"); }));
         program.send(signal);

@@ -25,10 +25,8 @@
 namespace {
 
 namespace fs = std::filesystem;
-using programrun::comesTrue;
 using programrun::Ending;
 using programrun::Launch;
-using programrun::readerOf;
 using programrun::Running;
 
 const std::vector<std::vector<std::string>> kWays{
@@ -81,8 +79,7 @@ TEST_F(OneFile, TheTimeLimitIsNotMetByAGoodFile) {
 
 TEST_F(OneFile, TheAlarmOfTheStarterIsItsOwn) {
     Launch launch;
-    launch.arguments = {"--read-budget", "unlimited", "--value-budget", "unlimited",
-                        "slow \x1b.tif"};
+    launch.arguments = programrun::unlimited({"slow \x1b.tif"});
     launch.prepare = [] { ::alarm(1); };
     EXPECT_EQ(run(launch).status, 128 + SIGALRM);
 }
@@ -226,13 +223,10 @@ TEST_F(OneFile, ClosedStreamsAreNobodyElsesFile) {
 
 TEST_F(OneFile, AnIgnoredEndOfChildrenIsNotInherited) {
     Launch launch;
-    launch.arguments = {"--jobs",         "1",         "--read-budget", "unlimited",
-                        "--value-budget", "unlimited", "slow \x1b.tif"};
+    launch.arguments = programrun::unlimited({"--jobs", "1", "slow \x1b.tif"});
     launch.prepare = [] { ::signal(SIGCHLD, SIG_IGN); };
     Running program = start(launch);
-    pid_t worker = -1;
-    ASSERT_TRUE(
-        comesTrue([&] { return (worker = readerOf(program.process(), "slow \x1b.tif")) > 0; }));
+    const pid_t worker = programrun::awaitReaderOf(program.process(), "slow \x1b.tif");
     programrun::sendTo(worker, SIGKILL);
     EXPECT_EQ(program.wait(), 1);
     EXPECT_NE(endingOf(0).error.find("signal 9"), std::string::npos) << endingOf(0).error;

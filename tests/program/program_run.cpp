@@ -7,6 +7,7 @@
 #include <fstream>
 #include <iterator>
 #include <sstream>
+#include <stdexcept>
 #include <thread>
 #include <utility>
 
@@ -152,22 +153,35 @@ pid_t readerOf(pid_t process, const std::string& fileName) {
     return -1;
 }
 
+pid_t awaitReaderOf(pid_t process, const std::string& fileName) {
+    pid_t reader = -1;
+    if (!comesTrue([&] {
+            reader = readerOf(process, fileName);
+            return reader > 0;
+        })) {
+        throw std::runtime_error("no process reads " + fileName);
+    }
+    return reader;
+}
+
+std::vector<std::string> unlimited(const std::vector<std::string>& arguments) {
+    std::vector<std::string> all{"--read-budget", "unlimited", "--value-budget", "unlimited"};
+    all.insert(all.end(), arguments.begin(), arguments.end());
+    return all;
+}
+
 void sendTo(pid_t process, int signal) {
     ASSERT_GT(process, 1);
     EXPECT_EQ(::kill(process, signal), 0);
 }
 
 void ProgramRun::SetUp() {
-    std::string pattern = (fs::temp_directory_path() / "ifdsweep_XXXXXX").string();
-    ASSERT_NE(::mkdtemp(pattern.data()), nullptr);
-    folder = pattern;
     fs::create_directory(folder / "in");
     fs::create_directory(folder / "tmp");
 }
 
 void ProgramRun::TearDown() {
     EXPECT_TRUE(fs::is_empty(folder / "tmp")) << "temporary files were left behind";
-    fs::remove_all(folder);
 }
 
 Launch ProgramRun::withStreams(Launch launch) const {

@@ -15,6 +15,8 @@
 #include <gtest/gtest.h>
 #include <sys/types.h>
 
+#include "support/temporary_folder.h"
+
 namespace programrun {
 
 /// The bytes of a file; none when there is no such file.
@@ -71,6 +73,12 @@ void becomeOrdinary();
 /// The process, among those that a process started, that has a file of this name open; -1 for none.
 [[nodiscard]] pid_t readerOf(pid_t process, const std::string& fileName);
 
+/// The same, awaited. Throws std::runtime_error when none comes.
+pid_t awaitReaderOf(pid_t process, const std::string& fileName);
+
+/// Arguments with both budgets taken away before them: the endless image is then read for ever.
+[[nodiscard]] std::vector<std::string> unlimited(const std::vector<std::string>& arguments);
+
 /// Sends a signal to one process. What is none, as a reader that was not found, fails the test: the
 /// system would send it to others, or to all.
 void sendTo(pid_t process, int signal);
@@ -90,6 +98,8 @@ void sendTo(pid_t process, int signal);
 [[nodiscard]] bool hasOpen(pid_t process, const std::string& fileName);
 
 class ProgramRun : public testing::Test {
+    const fixture::TemporaryFolder owned;
+
 protected:
     void SetUp() override;
     void TearDown() override;
@@ -117,7 +127,7 @@ protected:
         return folder / "in" / name;
     }
 
-    std::filesystem::path folder;
+    const std::filesystem::path folder = owned.path();
 
 private:
     [[nodiscard]] Launch withStreams(Launch launch) const;

@@ -16,10 +16,10 @@
 
 #include "io/disk.h"
 #include "program/program_run.h"
-#include "program/temporary_folder.h"
 #include "run/journal.h"
 #include "run/run_assembly.h"
 #include "run/run_output.h"
+#include "support/temporary_folder.h"
 
 namespace {
 
@@ -238,7 +238,7 @@ protected:
         fs::create_directory(folder / name);
     }
 
-    TemporaryFolder folder;
+    fixture::TemporaryFolder folder;
     ifdsweep::RunOptions arguments;
 };
 

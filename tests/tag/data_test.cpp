@@ -1,15 +1,12 @@
 // The conversion of data to numbers, text and bytes.
 
+#include "support/tags.h"
 #include "support/tiff_matrix.h"
 
 namespace fixture {
 namespace {
 
 using namespace std::string_view_literals;
-
-constexpr std::uint16_t kArtist = 315;
-constexpr std::uint16_t kXResolution = 282;
-constexpr std::uint16_t kImageSourceData = 37724;
 
 class TagData : public TiffMatrix {};
 IFDSWEEP_TIFF_MATRIX(TagData);

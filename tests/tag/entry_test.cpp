@@ -4,14 +4,11 @@
 
 #include "support/planned_faults.h"
 #include "support/record_dump.h"
+#include "support/tags.h"
 #include "support/tiff_matrix.h"
 
 namespace fixture {
 namespace {
-
-constexpr std::uint16_t kUnknown = 60000;
-constexpr std::uint16_t kArtist = 315;
-constexpr std::uint16_t kMakerNote = 37500;
 
 class TagEntry : public TiffMatrix {};
 IFDSWEEP_TIFF_MATRIX(TagEntry);
@@ -69,7 +66,7 @@ TEST_P(TagEntry, EveryNumberTypeIsReadInlineAndOutOfLine) {
         for (std::size_t count = 1; count <= 9; ++count) {
             SCOPED_TRACE("type " + std::to_string(each.type) + " count " + std::to_string(count));
             const Entry entry =
-                numbers(kUnknown, each.type, firstOf(each.stored, count * itemsPerComponent));
+                numbers(kUnknownTag, each.type, firstOf(each.stored, count * itemsPerComponent));
             const bool isInline = entry.items.size() * entry.itemSize <= format().offsetSize();
             expectBoth(entry, rowText(firstOf(each.shown, count)), format(), isInline);
         }
@@ -80,7 +77,7 @@ TEST_P(TagEntry, FloatsAreReadInlineAndOutOfLine) {
     const std::vector<float> values{1.5F, -0.25F, std::numeric_limits<float>::infinity()};
     const std::vector<double> shown{1.5, -0.25, std::numeric_limits<double>::infinity()};
     for (std::size_t count = 1; count <= 3; ++count) {
-        expectBoth(floats(kUnknown, firstOf(values, count)), rowText(firstOf(shown, count)),
+        expectBoth(floats(kUnknownTag, firstOf(values, count)), rowText(firstOf(shown, count)),
                    format(), 4 * count <= format().offsetSize());
     }
 }
@@ -88,7 +85,7 @@ TEST_P(TagEntry, FloatsAreReadInlineAndOutOfLine) {
 TEST_P(TagEntry, DoublesAreReadInlineAndOutOfLine) {
     const std::vector<double> values{1e300, -0.1, std::numeric_limits<double>::quiet_NaN()};
     for (std::size_t count = 1; count <= 3; ++count) {
-        expectBoth(doubles(kUnknown, firstOf(values, count)), rowText(firstOf(values, count)),
+        expectBoth(doubles(kUnknownTag, firstOf(values, count)), rowText(firstOf(values, count)),
                    format(), 8 * count <= format().offsetSize());
     }
 }
@@ -97,7 +94,7 @@ TEST_P(TagEntry, TextIsReadInlineAndOutOfLine) {
     const std::string letters = "abcdefghij";
     for (std::size_t count = 1; count <= letters.size(); ++count) {
         const std::string text = letters.substr(0, count);
-        expectBoth(ascii(kUnknown, text), '\'' + text + '\'', format(),
+        expectBoth(ascii(kUnknownTag, text), '\'' + text + '\'', format(),
                    count <= format().offsetSize());
     }
 }
@@ -114,7 +111,7 @@ TEST_P(TagEntry, SLong8IsReadAsHalvesOfItsFirstComponents) {
 }
 
 TEST_P(TagEntry, IfdTypesOutsideThePointersAreDropped) {
-    const Call given = callOf({{numbers(kMakerNote, kIfd, {8}), numbers(kUnknown, kIfd8, {8}),
+    const Call given = callOf({{numbers(kMakerNote, kIfd, {8}), numbers(kUnknownTag, kIfd8, {8}),
                                 numbers(60001, kIfd, {8, 8, 8}), ascii(kArtist, "kept")}});
     EXPECT_EQ(given.added(), "Artist='kept'");
     EXPECT_EQ(given.warnings, (Lines{"unrecognizedIfd(37500)", "unrecognizedIfd(60000)",
@@ -134,7 +131,8 @@ TEST_P(TagEntry, ACheckedTagOfAnIfdTypeWarnsTwiceAndIsDropped) {
 
 TEST_P(TagEntry, UnrecognizedTypesDropTheEntry) {
     for (const std::uint16_t type : Codes{14, 15, 19, 20, 255, 256, 65535}) {
-        const Call given = callOf({{ascii(kArtist, "gone").withType(type), shorts(kUnknown, {1})}});
+        const Call given =
+            callOf({{ascii(kArtist, "gone").withType(type), shorts(kUnknownTag, {1})}});
         EXPECT_EQ(given.added(), "UnknownTags=(ID=60000 Offset=0 Value=1)");
         EXPECT_EQ(given.warnings, (Lines{"unrecognizedTagFormatId(" + std::to_string(type) + ')'}));
     }
@@ -142,13 +140,13 @@ TEST_P(TagEntry, UnrecognizedTypesDropTheEntry) {
 
 TEST_P(TagEntry, TypeZeroDropsTheEntryAndNamesIt) {
     const Call given = callOf(
-        {{ascii(kArtist, "gone").withType(kNoType), shorts(kUnknown, {1}).withType(kNoType)}});
+        {{ascii(kArtist, "gone").withType(kNoType), shorts(kUnknownTag, {1}).withType(kNoType)}});
     EXPECT_EQ(given.added(), "");
     EXPECT_EQ(given.warnings, (Lines{"noTypeFormatId('Artist')", "noTypeFormatId('')"}));
 }
 
 TEST_P(TagEntry, ZeroCountWarnsAndKeepsAnEmptyTag) {
-    const Call given = callOf({{ascii(kArtist, ""), shorts(kUnknown, {}), ascii(60001, "")}});
+    const Call given = callOf({{ascii(kArtist, ""), shorts(kUnknownTag, {}), ascii(60001, "")}});
     EXPECT_EQ(given.value("Artist"), "empty");
     EXPECT_EQ(given.value("UnknownTags"),
               "(ID=60000 Offset=0 Value=double(1x0))(ID=60001 Offset=0 Value=double(1x0))");
@@ -183,7 +181,7 @@ TEST_P(TagEntry, DataThatEndWithTheFileAreRead) {
 }
 
 TEST_P(TagEntry, DataPastTheEndGiveNoTypeWarning) {
-    const Call given = callOf({{shorts(kArtist, {1}).withCount(5000), shorts(kUnknown, {1})}});
+    const Call given = callOf({{shorts(kArtist, {1}).withCount(5000), shorts(kUnknownTag, {1})}});
     EXPECT_EQ(given.added(), "UnknownTags=(ID=60000 Offset=0 Value=1)");
     EXPECT_EQ(given.warnings, (Lines{"tagDataPastEOF(315, 10000)"}));
 }
@@ -200,9 +198,9 @@ TEST_P(TagEntry, TheLargestCountIsPastTheEndWithoutReservingMemory) {
 }
 
 TEST_P(TagEntry, AReadThatFailsNamesTheTagOrItsNumber) {
-    const TiffFile file = fileOf(
-        {{ascii(kUnknown, "0123456789"), ascii(kArtist, "0123456789"), ascii(316, "still there")}},
-        kFar);
+    const TiffFile file = fileOf({{ascii(kUnknownTag, "0123456789"), ascii(kArtist, "0123456789"),
+                                   ascii(316, "still there")}},
+                                 kFar);
     const auto given = [&](std::uint64_t read) {
         return callEntryPoint(file.bytes, {}, [&](ifdsweep::Host& host) {
             fixture::setFaultPlan(host, {{fixture::Fault::Operation::read, read,
@@ -232,7 +230,7 @@ TEST_P(TagEntry, DataAreReadAtAnyDistance) {
     const std::string text = "0123456789", odd = "01234567890";
     for (std::size_t gap = 0; gap <= kFar; ++gap) {
         const TiffFile file =
-            fileOf({{ascii(kArtist, text), ascii(316, odd), ascii(kUnknown, text)}}, gap);
+            fileOf({{ascii(kArtist, text), ascii(316, odd), ascii(kUnknownTag, text)}}, gap);
         const Call given = callEntryPoint(file.bytes);
         EXPECT_EQ(given.added(),
                   "Artist='" + text + "' HostComputer='" + odd + "' UnknownTags=(ID=60000 Offset=" +
@@ -286,10 +284,10 @@ TEST_P(TagEntryBigTiff, AnOffsetThatOverflowsWithTheBaseIsABadSeek) {
 
 TEST_P(TagEntryBigTiff, SizesThatDoNotFitAreReportedByTheirLow64Bits) {
     const Call given =
-        callOf({{longs(kUnknown, {1, 2, 3}).withCount(std::uint64_t{1} << 62U),
-                 numbers(kUnknown, kLong8, {1, 2}).withCount((std::uint64_t{1} << 61U) + 1),
-                 numbers(kUnknown, kRational, {1, 2, 3, 4}).withCount(std::uint64_t{1} << 61U),
-                 ascii(kUnknown, "0123456789").withCount(~std::uint64_t{0})}});
+        callOf({{longs(kUnknownTag, {1, 2, 3}).withCount(std::uint64_t{1} << 62U),
+                 numbers(kUnknownTag, kLong8, {1, 2}).withCount((std::uint64_t{1} << 61U) + 1),
+                 numbers(kUnknownTag, kRational, {1, 2, 3, 4}).withCount(std::uint64_t{1} << 61U),
+                 ascii(kUnknownTag, "0123456789").withCount(~std::uint64_t{0})}});
     EXPECT_EQ(given.warnings, (Lines{"tagDataPastEOF(60000, 0)", "tagDataPastEOF(60000, 8)",
                                      "tagDataPastEOF(60000, 0)", "tagDataPastEOF(60000, -1)"}));
 }

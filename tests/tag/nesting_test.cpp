@@ -3,16 +3,11 @@
 #include <cstddef>
 
 #include "support/record_dump.h"
+#include "support/tags.h"
 #include "support/tiff_matrix.h"
 
 namespace fixture {
 namespace {
-
-constexpr std::uint16_t kArtist = 315;
-constexpr std::uint16_t kSubIfds = 330;
-constexpr std::uint16_t kExif = 34665;
-constexpr std::uint16_t kGps = 34853;
-constexpr std::uint16_t kInterop = 40965;
 
 /// A directory told apart by its Artist.
 Directory named(std::string_view artist) {

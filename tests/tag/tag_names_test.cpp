@@ -6,14 +6,11 @@
 
 #include "support/record_dump.h"
 #include "support/tag_name_rows.h"
+#include "support/tags.h"
 #include "support/tiff_matrix.h"
 
 namespace fixture {
 namespace {
-
-constexpr std::uint16_t kExif = 34665;
-constexpr std::uint16_t kGps = 34853;
-constexpr std::uint16_t kInterop = 40965;
 
 class TagNames : public TiffMatrix {};
 IFDSWEEP_TIFF_MATRIX(TagNames);

@@ -16,7 +16,7 @@
 #include "io/output.h"
 #include "io/run_failure.h"
 #include "program/program_run.h"
-#include "program/temporary_folder.h"
+#include "support/temporary_folder.h"
 #include "walk/folder_listing.h"
 #include "walk/path_list.h"
 
@@ -68,7 +68,7 @@ protected:
         return choice;
     }
 
-    TemporaryFolder folder;
+    fixture::TemporaryFolder folder;
 };
 
 TEST_F(InputFileWalk, FoldersAreWalkedDepthFirstInTheOrderOfBytes) {

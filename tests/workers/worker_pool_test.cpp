@@ -21,8 +21,8 @@
 
 #include "program/program_files.h"
 #include "program/program_run.h"
-#include "program/temporary_folder.h"
 #include "read/messages.h"
+#include "support/temporary_folder.h"
 
 namespace {
 
@@ -142,7 +142,7 @@ TEST_F(WorkerPools, WorkersThatCannotBeginAreNotBegunForEver) {
 }
 
 TEST_F(WorkerPools, AWorkerThatWasReadingNothingCostsNoFile) {
-    const TemporaryFolder folder;
+    const fixture::TemporaryFolder folder;
     ::setenv("LIE_FILE", (folder.path() / "died").c_str(), 1);
     lie("once");
     ifdsweep::WorkerPool pool(task, settings);
@@ -199,7 +199,7 @@ TEST_F(WorkerPools, WithoutAnyProcessFilesFail) {
 }
 
 TEST_F(WorkerPools, AProcessWithThreadsCanHaveAPool) {
-    const TemporaryFolder folder;
+    const fixture::TemporaryFolder folder;
     programfiles::write(folder.path() / "a.tif", programfiles::image(7));
     settings.program = IFDSWEEP_PROGRAM;
     task.output.format = ifdsweep::Format::ndjson;

@@ -7,6 +7,8 @@
 #include <stdexcept>
 #include <string>
 
+namespace fixture {
+
 class TemporaryFolder {
 public:
     TemporaryFolder() {
@@ -31,3 +33,5 @@ public:
 private:
     std::filesystem::path folder;
 };
+
+}  // namespace fixture

@@ -1,4 +1,4 @@
-// What a file and its name can do to a terminal: nothing. The whole program, its output captured.
+// What a file and its name can do to a terminal: nothing.
 
 #include <gtest/gtest.h>
 
@@ -15,13 +15,16 @@
 #include <nlohmann/json.hpp>
 
 #include "files/file_names.h"
-#include "hostile/captured_program.h"
-#include "hostile/temporary_file.h"
+#include "program/program_files.h"
+#include "program/program_run.h"
 #include "support/hidden_characters.h"
 #include "support/tiff_builder.h"
 
 namespace fixture {
 namespace {
+
+using programrun::Ending;
+using programrun::Launch;
 
 struct Case {
     const char* name;
@@ -46,16 +49,26 @@ const Case kCases[] = {
 };
 // clang-format on
 
-class TerminalSafety : public testing::TestWithParam<Case> {};
+class Shown : public programrun::ProgramRun {
+protected:
+    /// Writes a file with this text in two tags; its path.
+    [[nodiscard]] std::string fileWith(std::string_view text, const std::string& name) const {
+        programfiles::write(
+            in(name),
+            TiffBuilder(Format{}).add({ascii(315, text), ascii(60000, text)}).build().bytes);
+        return in(name).string();
+    }
+
+    /// What the program shows, whose arguments are given, on a terminal without colours.
+    [[nodiscard]] std::string shownOnTerminal(const std::vector<std::string>& arguments) const;
+};
+
+class TerminalSafety : public Shown, public testing::WithParamInterface<Case> {};
 
 INSTANTIATE_TEST_SUITE_P(Texts, TerminalSafety, testing::ValuesIn(kCases),
                          [](const testing::TestParamInfo<Case>& made) {
                              return std::string(made.param.name);
                          });
-
-TemporaryFile fileWith(std::string_view text, const std::string& name) {
-    return {name, TiffBuilder(Format{}).add({ascii(315, text), ascii(60000, text)}).build().bytes};
-}
 
 void expectNoControls(const std::string& output) {
     const std::u16string units = ifdsweep::fileNameFromSystem(output);
@@ -86,15 +99,10 @@ public:
         ::close(master);
     }
 
-    /// What the program shows, whose arguments are given, without colours.
-    std::string shown(const std::vector<std::string>& arguments) {
-        const CapturedProgram program = runCaptured(arguments, [this] {
-            ::setenv("NO_COLOR", "1", 1);
-            ::dup2(slave, STDOUT_FILENO);
-        });
-        EXPECT_EQ(program.status, 0) << program.errors;
-        EXPECT_EQ(program.output, "");
-        expectNoControls(program.errors);
+    [[nodiscard]] int end() const { return slave; }
+
+    /// What was shown since it was asked last.
+    [[nodiscard]] std::string take() const {
         std::string text;
         char piece[4096];
         for (ssize_t got = 0; (got = ::read(master, piece, sizeof piece)) > 0;) {
@@ -108,44 +116,58 @@ private:
     int slave = -1;
 };
 
+std::string Shown::shownOnTerminal(const std::vector<std::string>& arguments) const {
+    const Terminal terminal;
+    Launch launch;
+    launch.arguments = arguments;
+    launch.prepare = [&terminal] {
+        ::setenv("NO_COLOR", "1", 1);
+        ::dup2(terminal.end(), STDOUT_FILENO);
+    };
+    const Ending given = run(launch);
+    EXPECT_EQ(given.status, 0) << given.error;
+    EXPECT_EQ(given.out, "");
+    expectNoControls(given.error);
+    return terminal.take();
+}
+
 void expectJson(const std::string& output) {
     EXPECT_FALSE(nlohmann::json::parse(output, nullptr, false).is_discarded()) << output;
 }
 
 TEST_P(TerminalSafety, TextOfATagIsShownEscaped) {
-    const TemporaryFile file = fileWith(GetParam().text, "tag.tif");
-    const CapturedProgram program = runCaptured({file.path()});
+    const std::string file = fileWith(GetParam().text, "tag.tif");
+    const Ending program = run(std::vector{file});
     EXPECT_EQ(program.status, 0);
-    EXPECT_NE(program.output.find("Artist"), std::string::npos);
-    EXPECT_NE(program.output.find(GetParam().shown), std::string::npos) << program.output;
-    expectNoControls(program.output);
-    expectJson(runCaptured({"--format", "json", file.path()}).output);
-    expectJson(runCaptured({"--format", "typed", file.path()}).output);
+    EXPECT_NE(program.out.find("Artist"), std::string::npos);
+    EXPECT_NE(program.out.find(GetParam().shown), std::string::npos) << program.out;
+    expectNoControls(program.out);
+    expectJson(run({"--format", "json", file}).out);
+    expectJson(run({"--format", "typed", file}).out);
 }
 
 TEST_P(TerminalSafety, AFileNameIsShownEscaped) {
     const std::string name(GetParam().text);
-    const TemporaryFile file = fileWith("artist", name);
-    const CapturedProgram program = runCaptured({file.path()});
+    const std::string file = fileWith("artist", name);
+    const Ending program = run(std::vector{file});
     EXPECT_EQ(program.status, 0);
-    EXPECT_NE(program.output.find(GetParam().shown), std::string::npos) << program.output;
-    expectNoControls(program.output);
-    expectJson(runCaptured({"--format", "json", file.path()}).output);
-    expectJson(runCaptured({"--format", "typed", file.path()}).output);
+    EXPECT_NE(program.out.find(GetParam().shown), std::string::npos) << program.out;
+    expectNoControls(program.out);
+    expectJson(run({"--format", "json", file}).out);
+    expectJson(run({"--format", "typed", file}).out);
 
-    const CapturedProgram missing = runCaptured({file.path() + ".gone"});
+    const Ending missing = run(std::vector{file + ".gone"});
     EXPECT_EQ(missing.status, 1);
-    EXPECT_NE(missing.errors.find(GetParam().shown), std::string::npos) << missing.errors;
-    expectNoControls(missing.errors);
+    EXPECT_NE(missing.error.find(GetParam().shown), std::string::npos) << missing.error;
+    expectNoControls(missing.error);
 }
 
 // One file is read by the program's own process, two are read by others.
 TEST_P(TerminalSafety, EveryFormatIsSafeOnATerminal) {
     const std::string text(GetParam().text);
-    const TemporaryFile first = fileWith(text, "1" + text);
-    const TemporaryFile second = fileWith(text, "2" + text);
-    for (const std::vector<std::string>& files :
-         {std::vector{first.path()}, std::vector{first.path(), second.path()}}) {
+    const std::string first = fileWith(text, "1" + text);
+    const std::string second = fileWith(text, "2" + text);
+    for (const std::vector<std::string>& files : {std::vector{first}, std::vector{first, second}}) {
         for (const char* format : {"text", "json", "ndjson", "typed", "csv"}) {
             for (const char* tags : {"", "Artist,60000"}) {
                 std::vector<std::string> arguments{"--no-progress", "--format", format};
@@ -153,7 +175,7 @@ TEST_P(TerminalSafety, EveryFormatIsSafeOnATerminal) {
                     arguments.insert(arguments.end(), {"--tags", tags});
                 }
                 arguments.insert(arguments.end(), files.begin(), files.end());
-                std::string shown = Terminal().shown(arguments);
+                std::string shown = shownOnTerminal(arguments);
                 if (format == std::string("csv")) {
                     EXPECT_NE(shown.find(GetParam().shown), std::string::npos) << shown;
                     // A row ends with CR LF; there is no other CR.
@@ -170,21 +192,22 @@ TEST_P(TerminalSafety, EveryFormatIsSafeOnATerminal) {
 }
 
 TEST_P(TerminalSafety, ATableInAFileHoldsTheTextItself) {
-    const TemporaryFile file = fileWith(GetParam().text, "tag.tif");
-    const CapturedProgram program =
-        runCaptured({"--format", "csv", "--tags", "Artist", file.path()});
-    EXPECT_NE(program.output.find(GetParam().text), std::string::npos) << program.output;
+    const std::string file = fileWith(GetParam().text, "tag.tif");
+    const Ending program = run({"--format", "csv", "--tags", "Artist", file});
+    EXPECT_NE(program.out.find(GetParam().text), std::string::npos) << program.out;
 }
 
+class TerminalSafetyOfBytes : public Shown {};
+
 // Bytes that are no UTF-8: in a tag Windows-1252, in a name shown as they are, escaped.
-TEST(TerminalSafetyOfBytes, ThatAreNoUtf8) {
-    const TemporaryFile file = fileWith("caf\xE9 \x9B", "caf\xE9\xFF.tif");
-    const CapturedProgram program = runCaptured({file.path()});
+TEST_F(TerminalSafetyOfBytes, ThatAreNoUtf8) {
+    const std::string file = fileWith("caf\xE9 \x9B", "caf\xE9\xFF.tif");
+    const Ending program = run(std::vector{file});
     EXPECT_EQ(program.status, 0);
-    EXPECT_NE(program.output.find("caf\\xe9\\xff.tif"), std::string::npos) << program.output;
-    EXPECT_NE(program.output.find("caf\xC3\xA9"), std::string::npos) << program.output;
-    expectNoControls(program.output);
-    expectJson(runCaptured({"--format", "json", file.path()}).output);
+    EXPECT_NE(program.out.find("caf\\xe9\\xff.tif"), std::string::npos) << program.out;
+    EXPECT_NE(program.out.find("caf\xC3\xA9"), std::string::npos) << program.out;
+    expectNoControls(program.out);
+    expectJson(run({"--format", "json", file}).out);
 }
 
 }  // namespace
