@@ -17,7 +17,7 @@ namespace bench {
 class MemoryFile {
 public:
     explicit MemoryFile(fixture::TiffFile tiffFile) : file(std::move(tiffFile)) {
-        callHost.setReadBudget(ifdsweep::kUnlimitedReads);
+        callHost.setReadBudget(ifdsweep::kUnlimited);
         filesOf(callHost).serve(kName, file.bytes);
     }
 

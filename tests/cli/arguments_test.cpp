@@ -7,7 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "cli/option_table.h"
-#include "files/file_service.h"
+#include "ifdsweep/host.h"
 
 namespace {
 
@@ -70,7 +70,7 @@ TEST(Arguments, ValueBudget) {
     EXPECT_FALSE(parse({"f"}).options.read.valueBudget.has_value());
     EXPECT_EQ(parse({"--value-budget", "1048576", "f"}).options.read.valueBudget, 1048576U);
     EXPECT_EQ(parse({"--value-budget", "unlimited", "f"}).options.read.valueBudget,
-              ifdsweep::ValueBudget::kUnlimited);
+              ifdsweep::kUnlimited);
     EXPECT_EQ(parse({"--value-budget", "unlimited", "f"}).options.read.readBudget, std::nullopt);
 }
 
@@ -78,7 +78,7 @@ TEST(Arguments, ReadBudget) {
     EXPECT_EQ(parse({"--read-budget", "0", "f"}).options.read.readBudget, 0U);
     EXPECT_EQ(parse({"--read-budget", "1048576", "f"}).options.read.readBudget, 1048576U);
     EXPECT_EQ(parse({"--read-budget", "unlimited", "f"}).options.read.readBudget,
-              ifdsweep::kUnlimitedReads);
+              ifdsweep::kUnlimited);
 }
 
 TEST(Arguments, EveryFileNameComesThrough) {

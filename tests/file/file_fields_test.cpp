@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "file/tag_file.h"
+#include "files/file_bytes.h"
 #include "host/host_parts.h"
 #include "support/record_dump.h"
 #include "support/tiff_matrix.h"

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "adapter/messages.h"
+#include "files/file_bytes.h"
 #include "files/file_names.h"
 #include "host/host_parts.h"
 #include "host/message_texts.h"
@@ -418,7 +419,7 @@ TEST_F(Files, TheDefaultBudgetFollowsTheSize) {
 TEST_F(Files, AnUnlimitedBudgetIsNeverSpent) {
     const std::vector<std::uint8_t> bytes = patternOf(1024 * 1024);
     filesOf(host).serve(u"served", bytes);
-    host.setReadBudget(ifdsweep::kUnlimitedReads);
+    host.setReadBudget(ifdsweep::kUnlimited);
     const StreamHandle stream = open(u"served");
     for (int access = 0; access < 40; ++access) {
         ASSERT_EQ(::fseeko(stream.get(), 0, SEEK_SET), 0);

@@ -10,6 +10,7 @@
 
 #include "adapter/messages.h"
 #include "dict/data_types.h"
+#include "files/file_bytes.h"
 #include "host/host_parts.h"
 #include "support/planned_faults.h"
 #include "support/tags.h"

@@ -164,7 +164,7 @@ TEST_P(ReadBudget, GivesAnyTableWhoseCountItGave) {
 }
 
 TEST_P(ReadBudget, CanBeTakenAway) {
-    const Call given = calledWith(ifdsweep::kUnlimitedReads);
+    const Call given = calledWith(ifdsweep::kUnlimited);
     EXPECT_EQ(given.warnings, Lines{});
     EXPECT_EQ(given.records.size(), 3U);
 }

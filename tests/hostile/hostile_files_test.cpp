@@ -10,6 +10,7 @@
 #include "support/record_dump.h"
 #include "support/tags.h"
 #include "support/tiff_matrix.h"
+#include "values/value_budget.h"
 
 namespace fixture {
 namespace {

@@ -151,7 +151,7 @@ TEST_P(SharedProfile, AsLongAsTheBudgetHolds) {
 
 TEST_P(SharedProfile, ByAnyNumberOfPagesWithoutABudget) {
     expectAllRead(sharing(200),
-                  [](ifdsweep::Host& host) { host.setReadBudget(ifdsweep::kUnlimitedReads); });
+                  [](ifdsweep::Host& host) { host.setReadBudget(ifdsweep::kUnlimited); });
 }
 
 }  // namespace

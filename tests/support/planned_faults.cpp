@@ -70,8 +70,12 @@ void setFaultPlan(ifdsweep::Host& host, std::vector<Fault> plan) {
 }
 
 void failValueCreation(ifdsweep::Host& host, std::uint64_t number, std::exception_ptr error) {
-    valuesOf(host).setCreationHook(
-        std::make_shared<PlannedCreationFailure>(number, std::move(error)));
+    failValueCreation(valuesOf(host), number, std::move(error));
+}
+
+void failValueCreation(ifdsweep::ValueStore& store, std::uint64_t number,
+                       std::exception_ptr error) {
+    store.setCreationHook(std::make_shared<PlannedCreationFailure>(number, std::move(error)));
 }
 
 }  // namespace fixture

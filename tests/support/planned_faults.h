@@ -10,6 +10,10 @@
 
 #include "ifdsweep/host.h"
 
+namespace ifdsweep {
+class ValueStore;
+}  // namespace ifdsweep
+
 namespace fixture {
 
 /// One planned failure. Operations are counted as for ifdsweep::ReadHook.
@@ -32,5 +36,6 @@ void setFaultPlan(ifdsweep::Host& host, std::vector<Fault> plan);
 
 /// Makes the `number`-th value creation from now on (1: the next) throw `error`, once.
 void failValueCreation(ifdsweep::Host& host, std::uint64_t number, std::exception_ptr error);
+void failValueCreation(ifdsweep::ValueStore& store, std::uint64_t number, std::exception_ptr error);
 
 }  // namespace fixture

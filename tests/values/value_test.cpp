@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "support/planned_faults.h"
 #include "values/value_store.h"
 
 namespace {
@@ -514,7 +515,7 @@ INSTANTIATE_TEST_SUITE_P(Sizes, ImpossibleSizes, testing::ValuesIn(kImpossible),
                          [](const auto& testCase) { return std::string(testCase.param.name); });
 
 TEST_F(Values, PlannedCreationFailureComesOnce) {
-    store.failCreation(3, std::make_exception_ptr(std::range_error("planned")));
+    fixture::failValueCreation(store, 3, std::make_exception_ptr(std::range_error("planned")));
     const ValueHandle first(store.createScalar(1));
     const ValueHandle second(store.createText(u"a text of its own block"));
     EXPECT_THROW(static_cast<void>(store.createArray(ValueKind::Cell, 2, 2)), std::range_error);
