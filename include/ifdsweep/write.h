@@ -5,9 +5,9 @@
 // Ownership: a writer owns its settings and its sink; a text that is written to is the caller's and
 // outlives the writer. Threads: one at a time.
 //
-// Errors: what the sink throws comes through, and ends the writing: of a writer that threw nothing
-// more can be asked. std::runtime_error where a table's rows cannot be kept in a temporary file.
-// Stable: part of the API; the formats are those of docs/formats.md.
+// Errors: what the sink throws comes through. A table of all fields that occur keeps its rows in a
+// temporary file, and a std::exception tells that it could not. A writer that threw is of no more
+// use. Stable: part of the API; the formats are those of docs/formats.md.
 
 #include <cstddef>
 #include <cstdint>

@@ -7,8 +7,10 @@
 #include "io/output.h"
 #include "text/natural_text.h"
 #include "write/csv_writer.h"
+#include "write/framer.h"
 #include "write/result_writer.h"
 #include "write/text_value.h"
+#include "write/writer_settings.h"
 
 namespace ifdsweep {
 
@@ -45,14 +47,17 @@ public:
         if (options.format == Format::csv && options.columns.empty()) {
             rows.emplace(makeTemporaryFile());
         }
-        writer = makeResultWriter(options.format, rows ? rows->output : output, options.colour,
-                                  settings);
+        Output& framed = rows ? rows->output : output;
+        framer.emplace(framed, frameOf(options.format, settings));
+        writer = makeResultWriter(options.format, framed, options.colour, settings);
     }
 
-    void begin() { writer->begin(); }
-    void write(const Outcome& outcome) { writer->write(outcome); }
+    void begin() { framer->begin(); }
+    void write(const Outcome& outcome) {
+        framer->add(writer->shows(outcome), [&] { writer->writeFile(outcome); });
+    }
     void end() {
-        writer->end();
+        framer->end();
         if (rows) {
             rows->output.flush();
             assembleCsv(rows->file.get(), output);
@@ -73,6 +78,7 @@ private:
     FunctionSink sink;
     Output output;
     std::optional<Rows> rows;
+    std::optional<Framer> framer;
     std::unique_ptr<ResultWriter> writer;
 };
 
