@@ -45,15 +45,6 @@ constexpr std::string_view kListItem = R"(            local before=${current%"${
             compopt -o nospace
 )";
 
-template <class Words>
-std::string joined(const Words& words) {
-    std::string text;
-    for (const auto& word : words) {
-        text.append(text.empty() ? "" : " ").append(word);
-    }
-    return text;
-}
-
 std::string wordsFrom(std::string_view list) {
     return "            mapfile -t COMPREPLY < <(compgen -W " + std::string(list) +
            " -- \"$current\")\n";
@@ -78,7 +69,7 @@ std::string action(const OptionRow& row) {
 }
 
 std::string variable(std::string_view name, const std::vector<std::string_view>& words) {
-    return "_ifdsweep_" + std::string(name) + '=' + shellQuoted(joined(words)) + '\n';
+    return "_ifdsweep_" + std::string(name) + '=' + shellQuoted(joined(words, " ")) + '\n';
 }
 
 }  // namespace

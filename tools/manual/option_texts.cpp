@@ -30,11 +30,11 @@ std::string replaced(std::string_view text, std::string_view piece, std::string_
 }
 
 std::string wordList(const OptionRow& row) {
-    std::string list;
+    std::vector<std::string_view> words;
     for (const OptionWord& word : row.words) {
-        list.append(list.empty() ? "" : " ").append(word.word);
+        words.push_back(word.word);
     }
-    return list;
+    return joined(words, " ");
 }
 
 std::vector<std::string> helpParagraphs(const OptionRow& row) {
@@ -51,11 +51,7 @@ std::vector<std::string> helpParagraphs(const OptionRow& row) {
 }
 
 std::string helpLine(const OptionRow& row) {
-    std::string line;
-    for (const std::string& paragraph : helpParagraphs(row)) {
-        line.append(line.empty() ? "" : "; ").append(paragraph);
-    }
-    return line;
+    return joined(helpParagraphs(row), "; ");
 }
 
 std::vector<std::string_view> tagNames() {

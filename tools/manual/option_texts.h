@@ -16,6 +16,16 @@ namespace ifdsweep::manual {
 [[nodiscard]] std::vector<std::string_view> split(std::string_view text,
                                                   std::string_view separator);
 
+/// Texts with a separator between them.
+template <class Texts>
+[[nodiscard]] std::string joined(const Texts& texts, std::string_view separator) {
+    std::string all;
+    for (const auto& text : texts) {
+        all.append(all.empty() ? "" : separator).append(text);
+    }
+    return all;
+}
+
 /// A text with every occurrence of a piece replaced.
 [[nodiscard]] std::string replaced(std::string_view text, std::string_view piece,
                                    std::string_view replacement);
