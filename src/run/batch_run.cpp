@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <initializer_list>
 #include <new>
 #include <utility>
 #include <vector>
@@ -40,17 +41,6 @@ std::uint64_t partFileLimit() {
     return std::min(kMost, descriptorLimit() / kShare);
 }
 
-/// The memory of a file in the window.
-template <class FileInWindow>
-std::uint64_t entrySize(const FileInWindow& held) {
-    std::uint64_t size = sizeof held + held.input.path.capacity() + held.input.failure.capacity() +
-                         held.journalEntry.capacity() + held.report.failure.capacity();
-    for (const auto& warning : held.report.warnings) {
-        size += sizeof warning + warning.first.capacity();
-    }
-    return size;
-}
-
 WorkerPoolSettings poolSettings(const RunOptions& options, Colour colour, int standardInput,
                                 std::size_t workers) {
     WorkerPoolSettings settings;
@@ -68,29 +58,30 @@ std::size_t workerCount(const WorkerChoice& choice) {
     return static_cast<std::size_t>(std::min(wanted, mostWorkers()));
 }
 
-/// What else the program writes, which is no input either.
-std::vector<FileIdentity> writtenFiles(const RunOutput& output, const Journal* journal,
-                                       const RunAssembly& assembly) {
-    std::vector<FileIdentity> files = output.identities();
-    const auto add = [&files](const std::optional<FileIdentity>& identity) {
-        if (identity) {
-            files.push_back(*identity);
-        }
-    };
-    add(journal != nullptr ? journal->identity() : std::nullopt);
-    add(assembly.failureFile());
-    return files;
-}
-
-/// The files of these that a run leaves nothing of.
-std::vector<FileIdentity> replacedFiles(const RunOutput& output, const RunAssembly& assembly) {
+/// Those of the files that there are.
+std::vector<FileIdentity> known(std::initializer_list<std::optional<FileIdentity>> identities) {
     std::vector<FileIdentity> files;
-    for (const auto& identity : {output.replaced(), assembly.failureFile()}) {
+    for (const auto& identity : identities) {
         if (identity) {
             files.push_back(*identity);
         }
     }
     return files;
+}
+
+/// What else the program writes, which is no input either.
+std::vector<FileIdentity> writtenFiles(const RunOutput& output, const Journal* journal,
+                                       const RunAssembly& assembly) {
+    std::vector<FileIdentity> files = output.identities();
+    const auto others =
+        known({journal != nullptr ? journal->identity() : std::nullopt, assembly.failureFile()});
+    files.insert(files.end(), others.begin(), others.end());
+    return files;
+}
+
+/// The files of these that a run leaves nothing of.
+std::vector<FileIdentity> replacedFiles(const RunOutput& output, const RunAssembly& assembly) {
+    return known({output.replaced(), assembly.failureFile()});
 }
 
 }  // namespace
@@ -109,6 +100,15 @@ BatchRun::BatchRun(const RunOptions& runOptions, RunOutput& runOutput, Journal* 
       failureWriter(options, failureOutput, colour, -1),
       progress(options),
       mostPartFiles(partFileLimit()) {}
+
+std::uint64_t BatchRun::FileInWindow::entrySize() const {
+    std::uint64_t size = sizeof *this + input.path.capacity() + input.failure.capacity() +
+                         journalEntry.capacity() + report.failure.capacity();
+    for (const auto& warning : report.warnings) {
+        size += sizeof warning + warning.first.capacity();
+    }
+    return size;
+}
 
 void BatchRun::run() {
     constexpr std::chrono::milliseconds kLongest{250};  // how old the progress line may get
@@ -177,7 +177,7 @@ void BatchRun::takeFile(InputFile file) {
     FileInWindow& held = window.emplace_back();
     held.input = std::move(file);
     held.journalEntry = std::move(journalEntry);
-    entryBytes += entrySize(held);
+    entryBytes += held.entrySize();
     ++filesInWork;
     if (held.input.failure.empty()) {
         pool.submit(firstNumber + window.size() - 1, held.input);
@@ -205,11 +205,11 @@ void BatchRun::fail(FileInWindow& held, const qxMessage& error) {
 }
 
 void BatchRun::keep(FileInWindow& held, FileReport report, FilePart part) {
-    entryBytes -= entrySize(held);
+    entryBytes -= held.entrySize();
     held.isDone = true;
     held.report = std::move(report);
     held.part = std::move(part);
-    entryBytes += entrySize(held);
+    entryBytes += held.entrySize();
     --filesInWork;
     ++partCount;
     partBytesCome += held.part.bytes.size();
@@ -233,7 +233,7 @@ void BatchRun::hold(FileInWindow& held) {
 }
 
 void BatchRun::letGo(const FileInWindow& held) {
-    entryBytes -= entrySize(held);
+    entryBytes -= held.entrySize();
     partFiles -= held.part.spill.isOpen() ? 1U : 0U;
     partBytes -= held.part.bytes.size();
     if (held.spooled) {

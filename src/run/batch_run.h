@@ -50,6 +50,9 @@ private:
         FileReport report;
         FilePart part;
         std::optional<PartSpool::Place> spooled;  ///< where the part is instead
+
+        /// The memory that it takes without its part.
+        [[nodiscard]] std::uint64_t entrySize() const;
     };
 
     [[nodiscard]] bool canTake() const;
