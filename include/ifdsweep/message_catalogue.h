@@ -1,7 +1,7 @@
 #pragma once
 
 // The catalogue of the module's messages: their identifiers, how each is given, and its arguments.
-// Hosts find here what they need texts for. Constants; any thread.
+// Hosts find here what they need texts for. Constants; any thread. Stable: part of the API.
 
 #include <array>
 #include <cstddef>

@@ -13,7 +13,7 @@
 // `qxSetCell` take the value or throw without having taken it: it is then still the caller's, who
 // frees it. `qxOpenFile` that throws has left no stream open.
 //
-// Threads: a host may serve several threads at once, each with calls of its own.
+// Threads: a host may serve several threads at once, each with calls of its own. Stable: the API.
 
 #include <array>
 #include <cstddef>

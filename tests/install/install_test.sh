@@ -24,8 +24,12 @@ for file in bin/ifdsweep lib/ifdsweep/ifdsweep.so lib/libifdsweep.a lib/libifdsw
     share/doc/ifdsweep/LICENSE share/doc/ifdsweep/README.md share/doc/ifdsweep/docs/cookbook.md; do
     [[ -f "$prefix/$file" ]] || { echo "not installed: $file" && exit 1; }
 done
-# The headers are those of include/, and each can be included alone.
+# The headers are those of include/. Each is told of and can be included alone.
 diff -r "$root/include" "$prefix/include"
+for header in "$prefix"/include/ifdsweep/*.h; do
+    grep -qF "ifdsweep/${header##*/})" "$root/docs/library.md" ||
+        { echo "not in docs/library.md: $header" && exit 1; }
+done
 # What a Debian package has in another form is not for a plain installation.
 packed=$(find "$prefix" -name '*.gz' -o -name vendor-completions -o -name copyright)
 [[ -z "$packed" ]] || { echo "installed: $packed" && exit 1; }
