@@ -14,10 +14,11 @@
 namespace {
 
 bool isReal(const ifdsweep::ChosenField& field) {
-    static const std::vector<TagListing> kListings = listTags();
-    return std::any_of(kListings.begin(), kListings.end(), [&field](const TagListing& listing) {
-        return field.unknownId ? listing.id == field.unknownId : listing.name == field.name;
-    });
+    static const std::vector<ifdsweep::TagListing> kListings = ifdsweep::listTags();
+    return std::any_of(
+        kListings.begin(), kListings.end(), [&field](const ifdsweep::TagListing& listing) {
+            return field.unknownId ? listing.id == field.unknownId : listing.name == field.name;
+        });
 }
 
 std::vector<std::string> namesOf(const ifdsweep::TagChoice& choice) {

@@ -18,6 +18,8 @@
 namespace fixture {
 namespace {
 
+using namespace ifdsweep::module;
+
 /// A number that libtiff names otherwise.
 struct Difference {
     unsigned id;

@@ -38,7 +38,7 @@ std::vector<std::string> operator+(std::vector<std::string> left,
     return left;
 }
 
-class BatchRuns : public programrun::ProgramTest {
+class BatchRuns : public programrun::ProgramRun {
 protected:
     /// Ends the worker that reads a file, as often as one does.
     void endReaderOf(const Running& program, const std::string& fileName, int times) const {

@@ -41,7 +41,7 @@ void limit(int resource, rlim_t most) {
     }
 }
 
-class Exhaustion : public programrun::ProgramTest {
+class Exhaustion : public programrun::ProgramRun {
 protected:
     /// Writes images, each with a part of over 1 MiB.
     void writeLarge(int count) const {
