@@ -73,13 +73,13 @@ std::string sweptWithoutOrder(const fixture::Chain& chain, fixture::Format forma
     for (const fixture::Directory& directory : chain) {
         builder.add(directory);
     }
-    fixture::Call swept = fixture::callEntryPoint(builder.build().bytes);
-    for (fixture::Record& record : swept.records) {
+    fixture::Call given = fixture::callEntryPoint(builder.build().bytes);
+    for (fixture::Record& record : given.records) {
         std::erase_if(record, [](const auto& field) {
             return field.first == "ByteOrder" || field.first == "FormatSignature";
         });
     }
-    return swept.text();
+    return given.text();
 }
 
 }  // namespace

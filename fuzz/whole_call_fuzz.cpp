@@ -64,7 +64,7 @@ ifdsweep::ReadOptions numbersOf(fuzz::FuzzInput& input) {
     return numbers;
 }
 
-ifdsweep::Outcome swept(ifdsweep::Host& host, const ifdsweep::ReadOptions& numbers) {
+ifdsweep::Outcome readOnce(ifdsweep::Host& host, const ifdsweep::ReadOptions& numbers) {
     ifdsweep::Outcome outcome = ifdsweep::read(host, "fuzz.tif", numbers);
     fuzz::require(!outcome.error || (outcome.error->id() != ifdsweep::kUnexpectedFailureId &&
                                      outcome.error->id() != ifdsweep::kOutOfMemoryId),
@@ -98,8 +98,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     host.clear();
     host.setReadBudget(budget);
     filesOf(host).serve(u"fuzz.tif", file);
-    const std::string first = checked(swept(host, numbers));
-    fuzz::require(fuzz::written(ifdsweep::Format::typed, swept(host, numbers)) == first,
+    const std::string first = checked(readOnce(host, numbers));
+    fuzz::require(fuzz::written(ifdsweep::Format::typed, readOnce(host, numbers)) == first,
                   "the same result twice");
     fuzz::require(host.liveValues() == 0, "every value is freed");
     // Overshoot: one read at most, which is at most the file.

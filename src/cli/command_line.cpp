@@ -135,32 +135,23 @@ auto storeCount(std::optional<std::uint64_t>& target, std::uint64_t least) {
     };
 }
 
-template <class Value, std::size_t count>
-auto storeWord(Value& target, const std::pair<std::string_view, Value> (&words)[count]) {
-    return [&target, &words](const std::string& text) {
-        for (const auto& [word, value] : words) {
-            if (text == word) {
-                target = value;
-                return true;
-            }
+/// Stores one of the words of an option, which its row names in the order of the enumeration.
+template <class Value>
+auto storeWord(Value& target, std::string_view option) {
+    return [&target, words = optionRow(option).words](const std::string& text) {
+        const auto found = std::find_if(words.begin(), words.end(), [&text](const OptionWord& row) {
+            return row.word == text;
+        });
+        if (found != words.end()) {
+            target = static_cast<Value>(found - words.begin());
         }
-        return false;
+        return found != words.end();
     };
 }
 
-constexpr std::pair<std::string_view, Format> kFormats[]{{"text", Format::text},
-                                                         {"json", Format::json},
-                                                         {"ndjson", Format::ndjson},
-                                                         {"typed", Format::typed},
-                                                         {"csv", Format::csv}};
-constexpr std::pair<std::string_view, WarningDetail> kDetails[]{
-    {"each", WarningDetail::each}, {"count", WarningDetail::count}, {"none", WarningDetail::none}};
-
-template <class Value, std::size_t count>
-std::string_view findWord(Value value, const std::pair<std::string_view, Value> (&words)[count]) {
-    const auto row = std::find_if(std::begin(words), std::end(words),
-                                  [value](const auto& word) { return word.second == value; });
-    return row == std::end(words) ? std::string_view() : row->first;
+template <class Value>
+std::string_view wordAt(std::string_view option, Value value) {
+    return optionRow(option).words[static_cast<std::size_t>(value)].word;
 }
 
 void addInputOptions(OptionBinder& bind, InputChoice& input) {
@@ -192,7 +183,8 @@ void addReadOptions(OptionBinder& bind, ReadOptions& read) {
 /// @param complaint what is wrong with options that are each right
 void addOutputOptions(OptionBinder& bind, OutputChoice& output, std::string& file,
                       std::string& complaint) {
-    bind.value("--format", "text, json, ndjson, typed or csv", storeWord(output.format, kFormats));
+    bind.value("--format", "text, json, ndjson, typed or csv",
+               storeWord(output.format, "--format"));
     bind.text("--output", file);
     bind.value("--tags", "names", [&output](const std::string& text) {
         TagChoice choice = chooseTags(text);
@@ -225,7 +217,8 @@ void addOutputOptions(OptionBinder& bind, OutputChoice& output, std::string& fil
 }
 
 void addMessageOptions(OptionBinder& bind, RunOptions& options) {
-    bind.value("--warnings", "each, count or none", storeWord(options.output.warnings, kDetails));
+    bind.value("--warnings", "each, count or none",
+               storeWord(options.output.warnings, "--warnings"));
     bind.value("--ignore", "a message id", [&options](const std::string& text) {
         const MessageDescription description = describeMessage(text);
         if (!description.complaint.empty()) {
@@ -324,11 +317,11 @@ void unshield(std::vector<std::string>& files) {
 }  // namespace
 
 std::string_view wordOf(Format format) {
-    return findWord(format, kFormats);
+    return wordAt("--format", format);
 }
 
 std::string_view wordOf(WarningDetail detail) {
-    return findWord(detail, kDetails);
+    return wordAt("--warnings", detail);
 }
 
 CommandLine parseCommandLine(int argumentCount, const char* const* arguments) {

@@ -15,6 +15,7 @@ constexpr std::string_view kMessages = "Warnings and failures";
 constexpr std::string_view kRun = "Many files";
 constexpr std::string_view kHelp = "Help";
 
+// In the order of the enumerations Format and WarningDetail.
 constexpr OptionWord kFormatWords[]{{"text", "for reading (default)"},
                                     {"json", "an array with an object per file, natural values"},
                                     {"ndjson", "the same objects, one per line"},
