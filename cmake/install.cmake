@@ -14,13 +14,10 @@ set(IFDSWEEP_MANUAL_DIR ${PROJECT_BINARY_DIR}/manual)
 # Link-time code is for this one compiler, of this one version. The installed libraries hold machine
 # code, which every linker reads: g++ makes both, and what is installed loses the former; other
 # compilers cannot make both, and make machine code alone.
-set(installed_rooms ifdsweep_library ifdsweep_module_static ifdsweep_gateway ifdsweep_file ifdsweep_ifd
-  ifdsweep_tag ifdsweep_stream ifdsweep_dict ifdsweep_io ifdsweep_text ifdsweep_values
-  ifdsweep_files ifdsweep_host ifdsweep_read ifdsweep_write)
 if(NOT CMAKE_CXX_COMPILER_ID STREQUAL GNU)
-  set_target_properties(${installed_rooms} PROPERTIES INTERPROCEDURAL_OPTIMIZATION OFF)
+  set_target_properties(${IFDSWEEP_LINKED_BY_OTHERS} PROPERTIES INTERPROCEDURAL_OPTIMIZATION OFF)
 elseif(CMAKE_INTERPROCEDURAL_OPTIMIZATION)
-  foreach(target IN LISTS installed_rooms)
+  foreach(target IN LISTS IFDSWEEP_LINKED_BY_OTHERS)
     target_compile_options(${target} PRIVATE -ffat-lto-objects)
   endforeach()
 endif()

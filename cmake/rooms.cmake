@@ -1,6 +1,7 @@
 # The walls between the rooms of src/, from the table src/ROOMS: a room is an object library whose only
 # include paths are the doors of the rooms that it may include. A door is a folder in the build tree
-# with links to the room and to its headers in include/ifdsweep.
+# with links to the room and to its headers in include/ifdsweep. IFDSWEEP_WING_<wing> lists the rooms
+# of a wing.
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/src/ROOMS)
 set(IFDSWEEP_DOORS ${PROJECT_BINARY_DIR}/doors)
 
@@ -9,7 +10,7 @@ file(STRINGS ${PROJECT_SOURCE_DIR}/src/ROOMS rows REGEX "^[a-z]")
 foreach(row IN LISTS rows)
   string(REGEX MATCHALL "[^ ]+" row "${row}")
   list(POP_FRONT row room wing headers included)
-  list(APPEND IFDSWEEP_ROOMS ${room})
+  list(APPEND IFDSWEEP_WING_${wing} ${room})
   string(REPLACE "," ";" IFDSWEEP_ROOMS_OF_${room} "${included}")
   list(REMOVE_ITEM IFDSWEEP_ROOMS_OF_${room} -)
   set(door ${IFDSWEEP_DOORS}/${room})

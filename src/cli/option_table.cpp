@@ -2,8 +2,12 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
+#include <iterator>
 #include <stdexcept>
 #include <string>
+
+#include "write/output_choice.h"
 
 namespace ifdsweep {
 namespace {
@@ -15,7 +19,6 @@ constexpr std::string_view kMessages = "Warnings and failures";
 constexpr std::string_view kRun = "Many files";
 constexpr std::string_view kHelp = "Help";
 
-// In the order of the enumerations Format and WarningDetail.
 constexpr OptionWord kFormatWords[]{{"text", "for reading (default)"},
                                     {"json", "an array with an object per file, natural values"},
                                     {"ndjson", "the same objects, one per line"},
@@ -24,8 +27,11 @@ constexpr OptionWord kFormatWords[]{{"text", "for reading (default)"},
                                      "of every value"},
                                     {"csv", "a row per directory (RFC 4180)"}};
 constexpr OptionWord kDetailWords[]{{"each"}, {"count"}, {"none"}};
-constexpr OptionWord kUnlimited[]{{"unlimited"}};
-constexpr OptionWord kAll[]{{"all"}};
+// Words stand in the order of the enumerations that they are the words of.
+static_assert(std::size(kFormatWords) == static_cast<std::size_t>(Format::csv) + 1);
+static_assert(std::size(kDetailWords) == static_cast<std::size_t>(WarningDetail::none) + 1);
+constexpr OptionWord kUnlimitedWord[]{{"unlimited"}};
+constexpr OptionWord kAllWord[]{{"all"}};
 constexpr std::span<const OptionWord> kNoWords;
 
 constexpr bool kRepeatable = true;
@@ -43,14 +49,14 @@ constexpr std::array kOptions{
     OptionRow{"--offset", "N", "byte position of the TIFF stream in the file\n(default: 0; in a JPEG file, that of its Exif data)", kRead, ValueCompletion::other},
     OptionRow{"--first", "N", "directories of the primary chain to skip (default: 0)", kRead, ValueCompletion::other},
     OptionRow{"--max", "N", "most directories of the primary chain to read\n(default: 0, no limit)", kRead, ValueCompletion::other},
-    OptionRow{"--read-budget", "BYTES", "bytes that may be read of each file, with 64 for every\njump, or \"unlimited\" (default: 256 KiB and 8 times the\nfile's size)", kRead, ValueCompletion::words, kUnlimited},
-    OptionRow{"--value-budget", "BYTES", "bytes that each file's values and warnings may come to,\nor \"unlimited\" (default: 64 MiB and 32 times the\nfile's size)", kRead, ValueCompletion::words, kUnlimited},
+    OptionRow{"--read-budget", "BYTES", "bytes that may be read of each file, with 64 for every\njump, or \"unlimited\" (default: 256 KiB and 8 times the\nfile's size)", kRead, ValueCompletion::words, kUnlimitedWord},
+    OptionRow{"--value-budget", "BYTES", "bytes that each file's values and warnings may come to,\nor \"unlimited\" (default: 64 MiB and 32 times the\nfile's size)", kRead, ValueCompletion::words, kUnlimitedWord},
 
     OptionRow{"--format", "FORMAT", "", kOutput, ValueCompletion::words, kFormatWords},
     OptionRow{"--output", "FILE", "write to FILE, which appears when it is whole", kOutput, ValueCompletion::file},
     OptionRow{"--tags", "NAME,...", "only these fields, in this order: names, numbers (270,\n0x10e) or patterns (GPS*), in nested records too", kOutput, ValueCompletion::tag, kNoWords, kRepeatable},
     OptionRow{"--nested", "", "csv: a row for each nested directory too", kOutput, ValueCompletion::none},
-    OptionRow{"--shorten", "N", "text: show N values of an array, 16 N characters of a\ntext, or \"all\" (default: 16)", kOutput, ValueCompletion::words, kAll},
+    OptionRow{"--shorten", "N", "text: show N values of an array, 16 N characters of a\ntext, or \"all\" (default: 16)", kOutput, ValueCompletion::words, kAllWord},
     OptionRow{"--compact", "", "json: without line ends", kOutput, ValueCompletion::none},
     OptionRow{"--pretty", "", "json: indented", kOutput, ValueCompletion::none},
 
