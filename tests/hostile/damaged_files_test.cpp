@@ -115,15 +115,19 @@ TEST_P(Damage, EveryByteChanged) {
 TEST_P(Damage, EveryReadAndSeekFails) {
     using Operation = fixture::Fault::Operation;
     using Effect = fixture::Fault::Effect;
-    const std::pair<Operation, Effect> kinds[]{
+    struct Kind {
+        Operation operation;
+        Effect effect;
+    };
+    const Kind kinds[]{
         {Operation::read, Effect::fail},       {Operation::read, Effect::deliverShort},
         {Operation::read, Effect::shrinkFile}, {Operation::seek, Effect::fail},
         {Operation::seek, Effect::shrinkFile},
     };
-    for (const auto& [operation, effect] : kinds) {
+    for (const Kind& kind : kinds) {
         for (std::uint64_t number = 1; number <= 120; ++number) {
             const Call given = callEntryPoint(file.bytes, {}, [&](ifdsweep::Host& host) {
-                fixture::setFaultPlan(host, {{operation, number, effect, 3}});
+                fixture::setFaultPlan(host, {{kind.operation, number, kind.effect, 3}});
             });
             ASSERT_NE(given.error.empty(), given.result.empty()) << number;
             ASSERT_EQ(given.error.rfind("exception", 0), std::string::npos) << given.error;

@@ -104,7 +104,7 @@ class Page:
             raise Failure("the page's CMakeLists.txt does not find the package")
         (folder / "CMakeLists.txt").write_text(lists, encoding="utf-8")
         self.configure(folder, compiler, "-DCMAKE_DISABLE_FIND_PACKAGE_GTest=ON",
-                       "-DCMAKE_DISABLE_FIND_PACKAGE_TIFF=ON")
+                       "-DCMAKE_DISABLE_FIND_PACKAGE_CLI11=ON")
         programs = [name.removesuffix(".cpp") for name in self.files if name.endswith(".cpp")]
         for program in programs:
             run(["ninja", "-C", folder / "build", f"CMakeFiles/{program}.dir/{program}.cpp.o"], folder)
