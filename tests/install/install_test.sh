@@ -48,7 +48,8 @@ mv "$prefix" "$work/moved"
 compilers=("$compiler")
 if [[ -z $sanitizers ]]; then
     for other in g++ clang++; do
-        command -v "$other" >/dev/null || continue
+        command -v "$other" >/dev/null ||
+            { echo "library: not tested with $other, which is not installed" >&2 && continue; }
         [[ $(readlink -f "$(command -v "$other")") == $(readlink -f "$compiler") ]] ||
             compilers+=("$other")
     done
