@@ -111,7 +111,7 @@ constexpr std::array<Case, 14> kCases{{
 
 /// Callgrind counts what happens in here; hence a plain name and a call of its own.
 extern "C" __attribute__((noinline)) void guardedWork(bench::MemoryFile& input, const Case& work) {
-    const ifdsweep::Outcome outcome = input.sweep();
+    const ifdsweep::Outcome outcome = input.read();
     if (work.written == Written::result) {
         bench::NoSink sink;
         ifdsweep::Output output(sink);

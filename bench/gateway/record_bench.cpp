@@ -17,7 +17,7 @@ void callOn(benchmark::State& state, fixture::Directory (*directory)(std::size_t
     }
     bench::MemoryFile file(bench::fileOf(chain, bench::kSwappedClassic));
     for (auto _ : state) {
-        ifdsweep::Outcome outcome = file.sweep();
+        ifdsweep::Outcome outcome = file.read();
         benchmark::DoNotOptimize(outcome.result.get());
     }
     state.SetItemsProcessed(state.iterations() * state.range(0));
@@ -39,7 +39,7 @@ void arrayRecord(benchmark::State& state) {
     bench::MemoryFile file(
         bench::fileOf({fixture::Directory{fixture::longs(324, offsets)}}, bench::kSwappedClassic));
     for (auto _ : state) {
-        ifdsweep::Outcome outcome = file.sweep();
+        ifdsweep::Outcome outcome = file.read();
         benchmark::DoNotOptimize(outcome.result.get());
     }
     state.SetItemsProcessed(state.iterations() * state.range(0));

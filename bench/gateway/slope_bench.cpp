@@ -19,7 +19,7 @@ constexpr std::int64_t kMost = 1'024'000;
 void callOnFile(benchmark::State& state, fixture::TiffFile input) {
     bench::MemoryFile file(std::move(input));
     for (auto _ : state) {
-        ifdsweep::Outcome outcome = file.sweep();
+        ifdsweep::Outcome outcome = file.read();
         benchmark::DoNotOptimize(outcome.result.get());
     }
     state.SetComplexityN(state.range(0));

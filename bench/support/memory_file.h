@@ -22,7 +22,7 @@ public:
     }
 
     /// The whole call. Throws std::runtime_error when it ends with an error.
-    [[nodiscard]] ifdsweep::Outcome sweep() {
+    [[nodiscard]] ifdsweep::Outcome read() {
         ifdsweep::Outcome outcome = ifdsweep::read(callHost, kSystemName, {});
         if (outcome.error) {
             throw std::runtime_error(outcome.error->what());

@@ -14,7 +14,7 @@ namespace {
 
 void write(benchmark::State& state, ifdsweep::Format format, const fixture::Chain& chain) {
     bench::MemoryFile file(bench::fileOf(chain, bench::kSwappedClassic));
-    const ifdsweep::Outcome outcome = file.sweep();
+    const ifdsweep::Outcome outcome = file.read();
     bench::NoSink sink;
     ifdsweep::Output output(sink);
     const auto writer = ifdsweep::makeResultWriter(format, output, ifdsweep::Colour::off);

@@ -18,7 +18,7 @@ ifdsweep::CommandLine parse(std::vector<const char*> words) {
     return ifdsweep::parseCommandLine(static_cast<int>(words.size()), words.data());
 }
 
-TEST(Arguments, Defaults) {
+TEST(CommandLines, Defaults) {
     const auto line = parse({"a.tif"});
     ASSERT_EQ(line.action, Action::read) << line.text;
     EXPECT_FALSE(line.options.read.offset.has_value());
@@ -29,7 +29,7 @@ TEST(Arguments, Defaults) {
     EXPECT_EQ(line.options.input.paths, std::vector<std::string>{"a.tif"});
 }
 
-TEST(Arguments, NumbersAreTakenAsDoubles) {
+TEST(CommandLines, NumbersAreTakenAsDoubles) {
     const std::pair<const char*, double> rows[] = {
         {"0", 0},
         {"2.9", 2.9},
@@ -60,13 +60,13 @@ TEST(Arguments, NumbersAreTakenAsDoubles) {
     EXPECT_TRUE(std::isnan(parse({"--max", "nan", "f"}).options.read.max));
 }
 
-TEST(Arguments, Formats) {
+TEST(CommandLines, Formats) {
     EXPECT_EQ(parse({"--format", "json", "f"}).options.output.format, ifdsweep::Format::json);
     EXPECT_EQ(parse({"--format=typed", "f"}).options.output.format, ifdsweep::Format::typed);
     EXPECT_EQ(parse({"--format", "text", "f"}).options.output.format, ifdsweep::Format::text);
 }
 
-TEST(Arguments, ValueBudget) {
+TEST(CommandLines, ValueBudget) {
     EXPECT_FALSE(parse({"f"}).options.read.valueBudget.has_value());
     EXPECT_EQ(parse({"--value-budget", "1048576", "f"}).options.read.valueBudget, 1048576U);
     EXPECT_EQ(parse({"--value-budget", "unlimited", "f"}).options.read.valueBudget,
@@ -74,14 +74,14 @@ TEST(Arguments, ValueBudget) {
     EXPECT_EQ(parse({"--value-budget", "unlimited", "f"}).options.read.readBudget, std::nullopt);
 }
 
-TEST(Arguments, ReadBudget) {
+TEST(CommandLines, ReadBudget) {
     EXPECT_EQ(parse({"--read-budget", "0", "f"}).options.read.readBudget, 0U);
     EXPECT_EQ(parse({"--read-budget", "1048576", "f"}).options.read.readBudget, 1048576U);
     EXPECT_EQ(parse({"--read-budget", "unlimited", "f"}).options.read.readBudget,
               ifdsweep::kUnlimited);
 }
 
-TEST(Arguments, EveryFileNameComesThrough) {
+TEST(CommandLines, EveryFileNameComesThrough) {
     const std::vector<std::vector<const char*>> rows = {
         {"a", "b", "c"}, {"[a,b]"},      {"[]"}, {"\n[a]", "[a]", "\n\n[b,c]"},
         {"++", "%%"},    {"a,b", "a b"}, {""},   {"a\xFF\n"},
@@ -96,7 +96,7 @@ TEST(Arguments, EveryFileNameComesThrough) {
               (std::vector<std::string>{"-1", "--max", "[x]"}));
 }
 
-TEST(Arguments, WrongUsageIsToldWithTheOption) {
+TEST(CommandLines, WrongUsageIsToldWithTheOption) {
     const std::pair<std::vector<const char*>, const char*> rows[] = {
         {{}, "PATH"},
         {{"--max", "1"}, "PATH"},
@@ -161,14 +161,14 @@ TEST(Arguments, WrongUsageIsToldWithTheOption) {
     }
 }
 
-TEST(Arguments, AComplaintIsOneLine) {
+TEST(CommandLines, AComplaintIsOneLine) {
     for (const auto& words : std::vector<std::vector<const char*>>{
              {}, {"--max"}, {"--bogus"}, {"--format", "xml"}, {"--compact", "--pretty", "f"}}) {
         EXPECT_EQ(parse(words).text.find('\n'), std::string::npos) << parse(words).text;
     }
 }
 
-TEST(Arguments, Input) {
+TEST(CommandLines, Input) {
     const ifdsweep::InputChoice none = parse({"f"}).options.input;
     EXPECT_TRUE(none.recursive);
     EXPECT_FALSE(none.nulSeparated || none.followLinks || none.everyFile);
@@ -188,7 +188,7 @@ TEST(Arguments, Input) {
     EXPECT_TRUE(input.paths.empty());
 }
 
-TEST(Arguments, Output) {
+TEST(CommandLines, Output) {
     const ifdsweep::OutputChoice none = parse({"f"}).options.output;
     EXPECT_EQ(none.layout, ifdsweep::JsonLayout::filePerLine);
     EXPECT_EQ(none.warnings, ifdsweep::WarningDetail::each);
@@ -219,7 +219,7 @@ TEST(Arguments, Output) {
               ifdsweep::JsonLayout::pretty);
 }
 
-TEST(Arguments, Run) {
+TEST(CommandLines, Run) {
     const ifdsweep::RunChoice none = parse({"f"}).options.run;
     const ifdsweep::WorkerChoice workers = parse({"f"}).options.workers;
     EXPECT_FALSE(workers.jobs || workers.timeout || workers.memory || none.strict);
@@ -238,7 +238,7 @@ TEST(Arguments, Run) {
     EXPECT_EQ(parse({"--timeout", "inf", "f"}).options.workers.timeout, INFINITY);
 }
 
-TEST(Arguments, InformationNeedsNoPath) {
+TEST(CommandLines, InformationNeedsNoPath) {
     const auto tags = parse({"--list-tags"});
     EXPECT_EQ(tags.action, Action::print);
     EXPECT_NE(tags.text.find("271\tMake\tTIFF\n"), std::string::npos);
@@ -248,7 +248,7 @@ TEST(Arguments, InformationNeedsNoPath) {
     EXPECT_EQ(parse({"--explain", "ifdsweep:outOfMemory"}).text, message.text);
 }
 
-TEST(Arguments, HelpNamesEveryOption) {
+TEST(CommandLines, HelpNamesEveryOption) {
     for (const char* const option : {"-h", "--help"}) {
         const auto line = parse({option});
         ASSERT_EQ(line.action, Action::print);
@@ -263,14 +263,14 @@ TEST(Arguments, HelpNamesEveryOption) {
     }
 }
 
-TEST(Arguments, HelpAndVersionComeBeforeComplaintsAboutCombinations) {
+TEST(CommandLines, HelpAndVersionComeBeforeComplaintsAboutCombinations) {
     for (const char* const option : {"-h", "--help", "--version"}) {
         EXPECT_EQ(parse({"--compact", "--pretty", option}).action, Action::print) << option;
         EXPECT_EQ(parse({"--compact", option}).action, Action::print) << option;
     }
 }
 
-TEST(Arguments, Version) {
+TEST(CommandLines, Version) {
     const auto line = parse({"--version"});
     EXPECT_EQ(line.action, Action::print);
     EXPECT_EQ(line.text, "ifdsweep 1.0.0\n");
