@@ -57,7 +57,8 @@ protected:
             const Ending throughWorker = run(way);
             EXPECT_EQ(alone.out, throughWorker.out) << way[3];
             EXPECT_EQ(alone.error, throughWorker.error) << way[3];
-            EXPECT_EQ(alone.status, 1);
+            EXPECT_EQ(alone.status, 1) << way[3];
+            EXPECT_EQ(throughWorker.status, 1) << way[3];
             EXPECT_NE(alone.error.find(reason), std::string::npos) << alone.error;
         }
     }
