@@ -1,6 +1,6 @@
-#include <fstream>
 #include <string>
 
+#include "support/whole_file.h"
 #include "workloads/photographs.h"
 #include "workloads/workloads.h"
 
@@ -9,12 +9,7 @@ namespace {
 
 void writeFile(const std::filesystem::path& path, const fixture::Bytes& bytes) {
     std::filesystem::create_directories(path.parent_path());
-    std::ofstream stream(path, std::ios::binary);
-    stream.exceptions(std::ios::badbit | std::ios::failbit);
-    for (const std::uint8_t byte : bytes) {
-        stream.put(static_cast<char>(byte));
-    }
-    stream.close();
+    fixture::writeFile(path, bytes);
 }
 
 /// The place of a file among others: 100 to a folder, folders two deep.

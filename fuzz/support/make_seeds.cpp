@@ -7,8 +7,6 @@
 #include <cstdio>
 #include <exception>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <random>
 #include <span>
 #include <stdexcept>
@@ -19,6 +17,7 @@
 
 #include "io/packed.h"
 #include "support/tiff_builder.h"
+#include "support/whole_file.h"
 #include "workers/worker_messages.h"
 
 namespace {
@@ -34,13 +33,7 @@ public:
     explicit SeedFolder(fs::path path) : folder(std::move(path)) { fs::create_directories(folder); }
 
     void add(const Bytes& bytes) {
-        const fs::path path = folder / ("seed_" + std::to_string(count++));
-        std::ofstream file(path, std::ios::binary);
-        file.write(std::string(bytes.begin(), bytes.end()).data(),
-                   static_cast<std::streamsize>(bytes.size()));
-        if (!file.flush()) {
-            throw std::runtime_error("cannot write " + path.string());
-        }
+        fixture::writeFile(folder / ("seed_" + std::to_string(count++)), bytes);
     }
 
 private:
@@ -262,8 +255,7 @@ void makeSeeds(const fs::path& folder, std::span<char*> samples) {
     addStreams(wholeCalls, jpegs);
     addJpegs(jpegs);
     for (const fs::path sample : samples) {
-        std::ifstream file(sample, std::ios::binary);
-        const std::string content{std::istreambuf_iterator<char>(file), {}};
+        const std::string content = fixture::readFile(sample);
         const Bytes bytes(content.begin(), content.end());
         if (bytes.empty()) {
             throw std::runtime_error("cannot read " + sample.string());

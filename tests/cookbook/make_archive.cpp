@@ -10,7 +10,6 @@
 #include <ctime>
 #include <exception>
 #include <filesystem>
-#include <fstream>
 #include <initializer_list>
 #include <stdexcept>
 #include <string>
@@ -21,6 +20,7 @@
 #include <sys/stat.h>
 
 #include "support/tiff_builder.h"
+#include "support/whole_file.h"
 
 namespace {
 
@@ -229,13 +229,10 @@ std::vector<File> files() {
 
 void write(const std::filesystem::path& path, const Bytes& bytes, std::time_t time) {
     std::filesystem::create_directories(path.parent_path());
-    std::ofstream stream(path, std::ios::binary);
-    stream.write(reinterpret_cast<const char*>(bytes.data()),
-                 static_cast<std::streamsize>(bytes.size()));
-    stream.close();
+    fixture::writeFile(path, bytes);
     const timespec times[2] = {{time, 0}, {time, 0}};
-    if (!stream || ::utimensat(AT_FDCWD, path.c_str(), times, 0) != 0) {
-        throw std::runtime_error("cannot write " + path.string());
+    if (::utimensat(AT_FDCWD, path.c_str(), times, 0) != 0) {
+        throw std::runtime_error("cannot set the time of " + path.string());
     }
 }
 

@@ -8,10 +8,10 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
-#include <iterator>
 #include <map>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "files/file_names.h"
@@ -19,6 +19,7 @@
 #include "support/entry_call.h"
 #include "support/record_dump.h"
 #include "support/value_name_rows.h"
+#include "support/whole_file.h"
 
 namespace fixture {
 namespace {
@@ -63,22 +64,17 @@ protected:
     std::vector<CorpusFile> files;
 };
 
-Bytes bytesOf(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
-
 /// Where the Exif segment of a JPEG begins its TIFF stream; 12 when there is none, to read rubbish.
-double streamOffset(const Bytes& bytes) {
+double streamOffset(std::string_view bytes) {
     constexpr std::string_view kMark("Exif\0\0", 6);
-    const auto found = std::search(bytes.begin(), bytes.end(), kMark.begin(), kMark.end());
-    return found == bytes.end() ? 12 : static_cast<double>(found - bytes.begin() + 6);
+    const std::size_t found = bytes.find(kMark);
+    return found == std::string_view::npos ? 12 : static_cast<double>(found + kMark.size());
 }
 
 TEST_F(Corpus, EveryFileIsReadFromEveryPlausiblePosition) {
     for (const CorpusFile& file : files) {
         const std::u16string name = ifdsweep::fileNameFromSystem(file.path);
-        const Bytes bytes = bytesOf(file.path);
+        const std::string bytes = readFile(file.path);
         ASSERT_FALSE(bytes.empty()) << file.path;
         for (const double offset : {0.0, streamOffset(bytes)}) {
             for (const double maximum : {0.0, 1.0}) {

@@ -6,8 +6,6 @@
 
 #include <array>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <set>
 #include <string>
@@ -16,6 +14,7 @@
 #include "ifdsweep/host.h"
 #include "support/record_dump.h"
 #include "support/tiff_builder.h"
+#include "support/whole_file.h"
 
 namespace fixture {
 namespace {
@@ -73,9 +72,7 @@ Structure at(const std::string& file, std::size_t position) {
 
 /// The names that a shared object defines for others.
 std::multiset<std::string> exportedSymbols(const std::string& path) {
-    std::ifstream stream(path, std::ios::binary);
-    const std::string file{std::istreambuf_iterator<char>(stream),
-                           std::istreambuf_iterator<char>()};
+    const std::string file = fixture::readFile(path);
     std::multiset<std::string> names;
     const auto header = at<Elf64_Ehdr>(file, 0);
     const auto section = [&](std::size_t index) {

@@ -4,8 +4,6 @@
 #include <cctype>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -18,6 +16,7 @@
 #include "manual/option_texts.h"
 #include "manual/zsh_completion.h"
 #include "support/temporary_folder.h"
+#include "support/whole_file.h"
 
 namespace {
 
@@ -29,19 +28,14 @@ struct Rendering {
     std::string complaints;
 };
 
-std::string readAll(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
 Rendering render(const std::string& page) {
     const fixture::TemporaryFolder folder;
-    std::ofstream(folder / "page.1") << page;
+    fixture::writeFile(folder / "page.1", page);
     const std::string command = "cd '" + folder.path().string() +
                                 "' && groff -man -ww -Tascii -P-c -P-b -P-u -P-o page.1 "
                                 ">text 2>complaints";
     EXPECT_EQ(std::system(command.c_str()), 0);
-    return {readAll(folder / "text"), readAll(folder / "complaints")};
+    return {fixture::readFile(folder / "text"), fixture::readFile(folder / "complaints")};
 }
 
 /// A text with one space for every run of white space.
@@ -171,7 +165,7 @@ TEST(OptionTexts, HoldEveryMessage) {
 }
 
 TEST(Readme, NamesEveryOption) {
-    const std::string readme = readAll("README.md");
+    const std::string readme = fixture::readFile("README.md");
     for (const OptionRow& row : optionTable()) {
         const std::string value = row.placeholder.empty() ? "" : ' ' + std::string(row.placeholder);
         EXPECT_NE(readme.find('`' + std::string(row.name) + value + '`'), std::string::npos)

@@ -15,13 +15,14 @@
 
 #include "program/program_files.h"
 #include "program/program_run.h"
+#include "support/whole_file.h"
 
 namespace {
 
 namespace fs = std::filesystem;
+using fixture::readFile;
 using programrun::childrenOf;
 using programrun::comesTrue;
-using programrun::contents;
 using programrun::Ending;
 using programrun::Launch;
 using programrun::linesOf;
@@ -80,7 +81,7 @@ TEST_F(BadInput, WhatMayNotBeReadIsToldOf) {
     launch.arguments = {"--format", "ndjson", "--failures", "../tmp/failed", "all"};
     launch.prepare = programrun::becomeOrdinary;
     const Ending given = run(launch);
-    const std::string failures = contents(folder / "tmp/failed");
+    const std::string failures = readFile(folder / "tmp/failed");
     fs::remove(folder / "tmp/failed");
     fs::permissions(in("all/closed"), fs::perms::owner_all);
     EXPECT_EQ(given.status, 1);
@@ -106,11 +107,11 @@ TEST_F(BadInput, PipesAndDevicesInFoldersAreLeftAlone) {
 }
 
 TEST_F(BadInput, Lists) {
-    programrun::write(in("list"), "a.tif\n\nnone.tif\n\nb.tif");
+    fixture::writeFile(in("list"), "a.tif\n\nnone.tif\n\nb.tif");
     const Ending given =
         run({"--format", "ndjson", "--files-from", "list", "--failures", "failed"});
     EXPECT_EQ(given.status, 1);
-    const auto failed = linesOf(programrun::contents(in("failed")));
+    const auto failed = linesOf(readFile(in("failed")));
     ASSERT_EQ(failed.size(), 1U) << "an empty line is no path to try again";
     EXPECT_EQ(failed[0].find("none.tif\t# "), 0U);
     EXPECT_EQ(linesOf(given.out).size(), 5U);
@@ -128,7 +129,7 @@ TEST_F(BadInput, Lists) {
     EXPECT_EQ(linesOf(aFolder.error)[0],
               "ifdsweep: /proc: the list cannot be read: Is a directory "
               "(ifdsweep:inputFailure)");
-    programrun::write(in("empty"), "");
+    fixture::writeFile(in("empty"), "");
     const Ending none = run({"--files-from", "empty"});
     EXPECT_EQ(none.status, 0);
     EXPECT_EQ(none.error, "ifdsweep: 0 files read, 0 failed, 0 directories\n");
@@ -159,18 +160,18 @@ TEST_F(BadInput, FailuresAreReadAgain) {
     arguments.insert(arguments.begin(), {"--failures", "failed"});
     const Ending first = run(arguments);
     EXPECT_NE(first.error.find("two\\nlines.tif: not in the list of failures"), std::string::npos);
-    const auto lines = linesOf(contents(in("failed")));
+    const auto lines = linesOf(readFile(in("failed")));
     ASSERT_EQ(lines.size(), 2U);
     EXPECT_EQ(lines[0].find("bad # 1.tif\t# "), 0U);
     EXPECT_EQ(lines[1].find("none.tif\t# "), 0U);
     programfiles::write(in("none.tif"), programfiles::image(7));
     const Ending second = run({"--files-from", "failed", "--failures", "again"});
     EXPECT_EQ(linesOf(second.error).back(), "ifdsweep: 1 file read, 1 failed, 1 directory");
-    EXPECT_EQ(contents(in("again")), lines[0] + '\n');
+    EXPECT_EQ(readFile(in("again")), lines[0] + '\n');
 
     arguments.push_back("--null");
     EXPECT_EQ(run(arguments).error.find("not in the list"), std::string::npos);
-    EXPECT_EQ(contents(in("failed")), std::string("bad # 1.tif\0two\nlines.tif\0", 26));
+    EXPECT_EQ(readFile(in("failed")), std::string("bad # 1.tif\0two\nlines.tif\0", 26));
     const Ending third = run({"--null", "--files-from", "failed"});
     EXPECT_EQ(linesOf(third.error).back(), "ifdsweep: 0 files read, 2 failed, 0 directories");
 }

@@ -20,6 +20,7 @@
 #include "program/program_files.h"
 #include "program/program_run.h"
 #include "support/tiff_builder.h"
+#include "support/whole_file.h"
 
 namespace {
 
@@ -162,7 +163,7 @@ TEST_F(BatchRuns, MoreFilesTakeNoMoreMemory) {
     EXPECT_EQ(program.wait(), 1);
     ASSERT_GT(few, 0U);
     EXPECT_LT(many, few + std::size_t{512} * 1024);  // about 100 bytes of each file
-    EXPECT_EQ(linesOf(programrun::contents(in("failed"))).size(), 500U);
+    EXPECT_EQ(linesOf(fixture::readFile(in("failed"))).size(), 500U);
 }
 
 TEST_F(BatchRuns, AWorkerThatDiesCostsItsFileAlone) {

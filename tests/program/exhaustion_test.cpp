@@ -23,6 +23,7 @@
 #include "program/program_files.h"
 #include "program/program_run.h"
 #include "support/tiff_builder.h"
+#include "support/whole_file.h"
 
 namespace {
 
@@ -118,7 +119,7 @@ TEST_F(Exhaustion, LargePartsBehindASlowFileTakeNoDescriptors) {
         put(1234567890, 4);
     }
     programfiles::write(in("000.tif"), programfiles::endlessImage());
-    programrun::write(in("100.tif"), bytes);
+    fixture::writeFile(in("100.tif"), bytes);
     constexpr int kFiles = 300;
     for (int number = 101; number < 100 + kFiles; ++number) {
         fs::create_hard_link(in("100.tif"), in(std::to_string(number) + ".tif"));
@@ -278,8 +279,7 @@ TEST_F(Exhaustion, AWorkerHasWhatItIsGivenAndNoMore) {
     std::vector<std::string> expected{in("slow.tif").string(), "/memfd", "pipe", "socket"};
     std::sort(expected.begin(), expected.end());
     EXPECT_EQ(open, expected);
-    const std::string command =
-        programrun::contents("/proc/" + std::to_string(reader) + "/cmdline");
+    const std::string command = fixture::readFile("/proc/" + std::to_string(reader) + "/cmdline");
     EXPECT_EQ(command, std::string("ifdsweep\0--worker-process\0", 26));
 }
 
@@ -301,7 +301,7 @@ TEST_F(Exhaustion, ASlowFileKeepsNobodyWaiting) {
         list += "a.tif\n";
     }
     list += "last.tif\n";
-    programrun::write(in("list"), list);
+    fixture::writeFile(in("list"), list);
     Launch launch;
     launch.arguments =
         programrun::unlimited({"--jobs", "2", "--files-from", "list", "--format", "ndjson"});
@@ -314,7 +314,7 @@ TEST_F(Exhaustion, ASlowFileKeepsNobodyWaiting) {
         last = programrun::readerOf(program.process(), "last.tif");
         return slow > 0 && last > 0;
     }));
-    EXPECT_EQ(programrun::contents(folder / "out"), "");
+    EXPECT_EQ(fixture::readFile(folder / "out"), "");
     const std::size_t memory = programrun::ownMemoryOf(program.process());
     EXPECT_GT(memory, 0U);
     EXPECT_LT(memory, std::size_t{96} << 20);

@@ -25,6 +25,7 @@
 
 #include "program/program_files.h"
 #include "program/program_run.h"
+#include "support/whole_file.h"
 
 namespace {
 
@@ -75,7 +76,7 @@ TEST_F(Interruptions, WhatWasPrintedIsWhole) {
 }
 
 TEST_F(Interruptions, AnOutputFileIsNotReplaced) {
-    programrun::write(in("table.csv"), "what was there\n");
+    fixture::writeFile(in("table.csv"), "what was there\n");
     for (const char* const format : {"ndjson", "csv", "json", "text"}) {
         const auto before = names();
         Running program = startEndless({"--format", format, "--output", "table.csv"});
@@ -87,7 +88,7 @@ TEST_F(Interruptions, AnOutputFileIsNotReplaced) {
                   "ifdsweep: nothing was kept, table.csv is as it was; with --resume a run can be "
                   "gone on with");
         EXPECT_EQ(given.out, "");
-        EXPECT_EQ(programrun::contents(in("table.csv")), "what was there\n");
+        EXPECT_EQ(fixture::readFile(in("table.csv")), "what was there\n");
         EXPECT_EQ(names(), before);
     }
 }
@@ -186,7 +187,7 @@ bool hasAllSignals(pid_t process) {
 }
 
 TEST_F(Interruptions, ASecondSignalEndsItAtOnceAndLeavesNothing) {
-    programrun::write(in("table.json"), "what was there\n");
+    fixture::writeFile(in("table.json"), "what was there\n");
     ASSERT_EQ(::mkfifo((folder / "unread").c_str(), 0600), 0);
     const int unread = ::open((folder / "unread").c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
     const std::pair<int, int> rows[] = {{SIGINT, SIGINT},  {SIGINT, SIGTERM}, {SIGTERM, SIGINT},
@@ -220,7 +221,7 @@ TEST_F(Interruptions, ASecondSignalEndsItAtOnceAndLeavesNothing) {
             ASSERT_TRUE(comesTrue([&] { return !programrun::isRunning(program.process()); },
                                   std::chrono::seconds(10)));
             EXPECT_EQ(program.wait(), 128 + first) << first << ", then " << second;
-            EXPECT_EQ(programrun::contents(in("table.json")), "what was there\n");
+            EXPECT_EQ(fixture::readFile(in("table.json")), "what was there\n");
             EXPECT_EQ(names(), before) << first << ", then " << second;
             fs::remove(in("journal"));
             fs::remove(in("table.json.part"));
@@ -302,7 +303,7 @@ int statusOf(const std::function<void()>& act) {
 TEST_F(Interruptions, AFileIsRemovedAtTheEnd) {
     const fs::path file = in("unfinished");
     const auto endTwice = [&](bool isKept) {
-        programrun::write(file, "");
+        fixture::writeFile(file, "");
         return statusOf([&] {
             const ifdsweep::Interruption interruption;
             ifdsweep::Interruption::removeAtEnd(file.string());

@@ -16,6 +16,7 @@
 #include "ifdsweep/read.h"
 #include "ifdsweep/write.h"
 #include "program/program_run.h"
+#include "support/whole_file.h"
 
 namespace {
 
@@ -88,7 +89,7 @@ TEST_F(Library, HandsOnWhatTheSinkThrows) {
 
 TEST_F(Library, ServesBytesASourceAndADescriptor) {
     const std::string path = kSamples / "rgb_strips.tif";
-    const std::string bytes = programrun::contents(path);
+    const std::string bytes = fixture::readFile(path);
     const std::span<const std::uint8_t> span(std::bit_cast<const std::uint8_t*>(bytes.data()),
                                              bytes.size());
     ifdsweep::Host host;

@@ -11,11 +11,12 @@
 
 #include "program/program_files.h"
 #include "program/program_run.h"
+#include "support/whole_file.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-using programrun::contents;
+using fixture::readFile;
 using programrun::Ending;
 using programrun::linesOf;
 
@@ -29,7 +30,7 @@ std::map<std::string, std::string> stateOf(const fs::path& folder) {
         } else if (entry.is_regular_file()) {
             struct stat status {};
             EXPECT_EQ(::stat(name.c_str(), &status), 0);
-            state[name] = std::to_string(status.st_ino) + ' ' + contents(entry.path());
+            state[name] = std::to_string(status.st_ino) + ' ' + readFile(entry.path());
         } else {
             state[name] = "folder";
         }
@@ -50,9 +51,9 @@ protected:
         fs::create_hard_link(in("archive/scan.tif"), in("hard"));
         fs::create_symlink("archive/scan.tif", in("link"));
         fs::create_symlink("link", in("link_to_link"));
-        programrun::write(in("list"), "archive/scan.tif\nletter.txt\n");
-        programrun::write(in("letter.txt"), "Dear sir");
-        programrun::write(in("failed"), "archive/scan.tif\t# why\n");
+        fixture::writeFile(in("list"), "archive/scan.tif\nletter.txt\n");
+        fixture::writeFile(in("letter.txt"), "Dear sir");
+        fixture::writeFile(in("failed"), "archive/scan.tif\t# why\n");
         before = stateOf(in(""));
     }
 
@@ -162,26 +163,26 @@ TEST_F(NothingDestroyed, AFileThatMayBeAnImage) {
     EXPECT_EQ(given.error,
               "ifdsweep: closed may be an image and is left as it is: Permission denied\n");
     fs::permissions(in("closed"), fs::perms::owner_all);
-    EXPECT_EQ(contents(in("closed")), contents(in("archive/scan.tif")));
+    EXPECT_EQ(readFile(in("closed")), readFile(in("archive/scan.tif")));
 }
 
 TEST_F(NothingDestroyed, ATableIsReplaced) {
     for (const char* const old : {"", "File,Directory\r\n", "II", "\xFF", "MM*"}) {
-        programrun::write(in("table"), old);
+        fixture::writeFile(in("table"), old);
         EXPECT_EQ(run({"--format", "csv", "--tags", "Width", "--output", "table", "a.tif"}).status,
                   0);
-        EXPECT_EQ(contents(in("table")), "File,Directory,Width\r\na.tif,0,7\r\n");
+        EXPECT_EQ(readFile(in("table")), "File,Directory,Width\r\na.tif,0,7\r\n");
     }
 }
 
 TEST_F(NothingDestroyed, ALinkToTheOutputIsNoInput) {
     fs::create_directory(in("links"));
-    programrun::write(in("table"), "old");
+    fixture::writeFile(in("table"), "old");
     fs::create_symlink("../table", in("links/to_table"));
     const Ending given =
         run({"--all", "--format", "ndjson", "--output", "table", "links", "a.tif"});
     EXPECT_EQ(given.status, 0) << given.error;
-    EXPECT_EQ(linesOf(contents(in("table"))).size(), 1U);
+    EXPECT_EQ(linesOf(readFile(in("table"))).size(), 1U);
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include "program/program_files.h"
 #include "program/program_run.h"
 #include "support/tiff_builder.h"
+#include "support/whole_file.h"
 
 namespace {
 
@@ -182,7 +183,7 @@ TEST_F(Options, OnlyImagesOfAFolderAreRead) {
         {"wrong.tif", std::string("II\0*\0\0\0\0", 8)},
     };
     for (const auto& [name, bytes] : rows) {
-        programrun::write(in(name), bytes);
+        fixture::writeFile(in(name), bytes);
     }
     fixture::TiffBuilder big({fixture::Layout::big, fixture::ByteOrder::little});
     programfiles::write(in("no_ending"), big.add(fixture::Directory{}).build().bytes);

@@ -13,11 +13,12 @@
 
 #include "program/program_files.h"
 #include "program/program_run.h"
+#include "support/whole_file.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-using programrun::contents;
+using fixture::readFile;
 using programrun::Ending;
 using programrun::Launch;
 using programrun::linesOf;
@@ -50,7 +51,7 @@ TEST_F(OutputFiles, HoldsWhatTheStandardOutputWould) {
         const Ending given = run({"--format", format, "--output", "table", "a.tif", "b.tif"});
         EXPECT_EQ(given.status, 0) << given.error;
         EXPECT_EQ(given.out, "");
-        EXPECT_EQ(contents(in("table")), expected) << format;
+        EXPECT_EQ(readFile(in("table")), expected) << format;
     }
 }
 
@@ -68,16 +69,16 @@ TEST_F(OutputFiles, HasTheModeOfANewFile) {
 
 TEST_F(OutputFiles, ALinkStaysALink) {
     fs::create_directory(in("elsewhere"));
-    programrun::write(in("elsewhere/table"), "old");
+    fixture::writeFile(in("elsewhere/table"), "old");
     fs::create_symlink("elsewhere/table", in("link"));
     EXPECT_EQ(run({"--format", "csv", "--output", "link", "a.tif"}).status, 0);
     EXPECT_TRUE(fs::is_symlink(in("link")));
-    EXPECT_EQ(contents(in("elsewhere/table")).find("File,Directory"), 0U);
+    EXPECT_EQ(readFile(in("elsewhere/table")).find("File,Directory"), 0U);
     // A link to a file that is not there yet.
     fs::remove(in("elsewhere/table"));
     EXPECT_EQ(run({"--format", "csv", "--output", "link", "a.tif"}).status, 0);
     EXPECT_TRUE(fs::is_symlink(in("link")));
-    EXPECT_EQ(contents(in("elsewhere/table")).find("File,Directory"), 0U);
+    EXPECT_EQ(readFile(in("elsewhere/table")).find("File,Directory"), 0U);
     EXPECT_EQ(std::distance(fs::directory_iterator(in("elsewhere")), {}), 1);
 }
 
@@ -110,7 +111,7 @@ TEST_F(OutputFiles, AFullDeviceIsAnError) {
 }
 
 TEST_F(OutputFiles, AFileThatCannotGetLargeEnoughDoesNotAppear) {
-    programrun::write(in("table"), "old");
+    fixture::writeFile(in("table"), "old");
     before = names();
     Launch launch;
     launch.arguments = {"--format", "typed", "--output", "table", "a.tif", "b.tif", "a.tif"};
@@ -121,7 +122,7 @@ TEST_F(OutputFiles, AFileThatCannotGetLargeEnoughDoesNotAppear) {
     const Ending given = run(launch);
     EXPECT_EQ(given.status, 1);
     EXPECT_EQ(given.error, "ifdsweep: cannot write table: File too large\n");
-    EXPECT_EQ(contents(in("table")), "old");
+    EXPECT_EQ(readFile(in("table")), "old");
     EXPECT_EQ(names(), before);
 }
 
@@ -152,17 +153,17 @@ TEST_F(OutputFiles, AFolderWithoutPermission) {
 }
 
 TEST_F(OutputFiles, NothingIsBothReadAndWritten) {
-    programrun::write(in("list"), "a.tif\n");
+    fixture::writeFile(in("list"), "a.tif\n");
     fs::create_hard_link(in("a.tif"), in("same.tif"));
     before = names();
-    const std::string image = contents(in("a.tif"));
+    const std::string image = readFile(in("a.tif"));
     for (const char* const option : {"--output", "--failures", "--resume"}) {
         expectRefusal({option, "same.tif", "b.tif", "a.tif"},
                       "a.tif cannot be both read and written", 2);
         expectRefusal({option, "list", "--files-from", "list"},
                       "list cannot be both read and written", 2);
-        EXPECT_EQ(contents(in("a.tif")), image);
-        EXPECT_EQ(contents(in("list")), "a.tif\n");
+        EXPECT_EQ(readFile(in("a.tif")), image);
+        EXPECT_EQ(readFile(in("list")), "a.tif\n");
     }
     expectRefusal({"--output", "new", "--failures", "new", "a.tif"},
                   "new cannot be written in two ways", 2);
@@ -172,7 +173,7 @@ TEST_F(OutputFiles, NothingIsBothReadAndWritten) {
                   "new.part cannot be written in two ways", 2);
     expectRefusal({"--resume", "list", "--failures", "./list", "a.tif"},
                   "list cannot be written in two ways", 2);
-    EXPECT_EQ(contents(in("list")), "a.tif\n");
+    EXPECT_EQ(readFile(in("list")), "a.tif\n");
 }
 
 TEST_F(OutputFiles, TheOutputOfTheShellIsNoInput) {
@@ -196,9 +197,9 @@ TEST_F(OutputFiles, AClosedStandardOutputIsAnErrorAndNoOtherFile) {
     const Ending given = shell("$PROGRAM --resume journal --format ndjson a.tif b.tif >&-");
     EXPECT_EQ(given.status, 1);
     EXPECT_EQ(given.error, "ifdsweep: cannot write the output: Bad file descriptor\n");
-    EXPECT_EQ(contents(in("journal")).find('{'), std::string::npos);
+    EXPECT_EQ(readFile(in("journal")).find('{'), std::string::npos);
     EXPECT_EQ(shell("$PROGRAM --output table a.tif b.tif >&- 2>&-").status, 0);
-    EXPECT_EQ(contents(in("table")), run({"a.tif", "b.tif"}).out);
+    EXPECT_EQ(readFile(in("table")), run({"a.tif", "b.tif"}).out);
 }
 
 }  // namespace

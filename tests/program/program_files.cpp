@@ -1,6 +1,5 @@
 #include "program/program_files.h"
 
-#include <fstream>
 #include <stdexcept>
 #include <string>
 
@@ -8,6 +7,7 @@
 #include <sys/stat.h>
 
 #include "support/tiff_builder.h"
+#include "support/whole_file.h"
 
 namespace programfiles {
 namespace {
@@ -119,14 +119,11 @@ void writeMany(const std::filesystem::path& folder, int count) {
 }
 
 void write(const std::filesystem::path& file, const Bytes& bytes) {
-    std::ofstream stream(file, std::ios::binary);
-    stream.write(reinterpret_cast<const char*>(bytes.data()),
-                 static_cast<std::streamsize>(bytes.size()));
-    stream.close();
+    fixture::writeFile(file, bytes);
     const timespec time{1700000000, 0};  // 14-Nov-2023 22:13:20 UTC
     const timespec times[2] = {time, time};
-    if (!stream || ::utimensat(AT_FDCWD, file.c_str(), times, 0) != 0) {
-        throw std::runtime_error("cannot write " + file.string());
+    if (::utimensat(AT_FDCWD, file.c_str(), times, 0) != 0) {
+        throw std::runtime_error("cannot set the time of " + file.string());
     }
 }
 

@@ -5,9 +5,9 @@
 #include <csignal>
 #include <cstdlib>
 #include <fstream>
-#include <iterator>
 #include <sstream>
 #include <stdexcept>
+#include <string_view>
 #include <thread>
 #include <utility>
 
@@ -16,21 +16,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "support/whole_file.h"
+
 namespace programrun {
 
 namespace fs = std::filesystem;
-
-std::string contents(const fs::path& file) {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-}
-
-void write(const fs::path& file, std::string_view bytes) {
-    std::ofstream stream(file, std::ios::binary);
-    stream << bytes;
-    stream.close();
-    ASSERT_TRUE(stream) << file;
-}
+using fixture::readFile;
 
 std::vector<std::string> linesOf(const std::string& text) {
     std::vector<std::string> lines;
@@ -230,14 +221,14 @@ Running ProgramRun::start(const Launch& given) const {
 }
 
 Ending ProgramRun::endingOf(int status) const {
-    return {contents(folder / "out"), contents(folder / "error"), status};
+    return {readFile(folder / "out"), readFile(folder / "error"), status};
 }
 
 Ending ProgramRun::run(const Launch& launch) const {
     Running program = start(launch);
     Ending ending = endingOf(program.wait());
     if (!launch.out.empty()) {
-        ending.out = fs::is_regular_file(launch.out) ? contents(launch.out) : "";
+        ending.out = fs::is_regular_file(launch.out) ? readFile(launch.out) : "";
     }
     return ending;
 }

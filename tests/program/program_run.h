@@ -9,7 +9,6 @@
 #include <filesystem>
 #include <functional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -18,11 +17,6 @@
 #include "support/temporary_folder.h"
 
 namespace programrun {
-
-/// The bytes of a file; none when there is no such file.
-[[nodiscard]] std::string contents(const std::filesystem::path& file);
-
-void write(const std::filesystem::path& file, std::string_view bytes);
 
 /// The lines of a text, each without its end; what stands behind the last end is a line too.
 [[nodiscard]] std::vector<std::string> linesOf(const std::string& text);

@@ -16,12 +16,13 @@
 
 #include "program/program_files.h"
 #include "program/program_run.h"
+#include "support/whole_file.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-using programrun::contents;
+using fixture::readFile;
 using programrun::Ending;
 
 class WholeProgram : public programrun::ProgramRun {
@@ -48,7 +49,7 @@ class Golden : public WholeProgram, public testing::WithParamInterface<std::stri
 TEST_P(Golden, SaysWhatItSaid) {
     const fs::path kept = kGolden / GetParam();
     std::vector<std::string> arguments;
-    std::istringstream lines(contents(kept / "arguments"));
+    std::istringstream lines(readFile(kept / "arguments"));
     for (std::string line; std::getline(lines, line);) {
         arguments.push_back(line);
     }
@@ -59,12 +60,12 @@ TEST_P(Golden, SaysWhatItSaid) {
          {"status", std::to_string(given.status) + '\n'}}};
     if (std::getenv("IFDSWEEP_WRITE_GOLDEN") != nullptr) {
         for (const auto& [name, text] : parts) {
-            programrun::write(kept / name, text);
+            fixture::writeFile(kept / name, text);
         }
         GTEST_SKIP() << "IFDSWEEP_WRITE_GOLDEN is set: " << kept << " was written, not compared";
     }
     for (const auto& [name, text] : parts) {
-        EXPECT_EQ(text, contents(kept / name)) << name;
+        EXPECT_EQ(text, readFile(kept / name)) << name;
     }
 }
 

@@ -18,11 +18,12 @@
 
 #include "program/program_files.h"
 #include "program/program_run.h"
+#include "support/whole_file.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-using programrun::contents;
+using fixture::readFile;
 using programrun::Ending;
 using programrun::Launch;
 using programrun::linesOf;
@@ -82,8 +83,8 @@ TEST_F(ResumedRuns, KilledAtRandomTheOutputIsWholeInTheEnd) {
     for (const char* const format : {"ndjson", "csv", "json", "text", "typed"}) {
         const auto arguments = resuming(format, {"none", "many", "pipe"});
         ASSERT_EQ(run(arguments).status, 1);
-        const std::string expected = contents(in("output"));
-        const std::string journal = contents(in("journal"));
+        const std::string expected = readFile(in("output"));
+        const std::string journal = readFile(in("journal"));
         ASSERT_GT(expected.size(), 5000U);
         const auto isOfAFile = [](const std::string& line) {
             return line.size() > 1 && line[1] == ' ' &&
@@ -106,8 +107,8 @@ TEST_F(ResumedRuns, KilledAtRandomTheOutputIsWholeInTheEnd) {
                 killed += status == 128 + SIGKILL ? 1 : 0;
             }
             ASSERT_EQ(status, 1) << endingOf(status).error;
-            ASSERT_EQ(contents(in("output")), expected) << format;
-            ASSERT_EQ(files(contents(in("journal"))), files(journal)) << format;
+            ASSERT_EQ(readFile(in("output")), expected) << format;
+            ASSERT_EQ(files(readFile(in("journal"))), files(journal)) << format;
             ASSERT_FALSE(fs::exists(in("output.part")));
         }
         forget();
@@ -117,11 +118,11 @@ TEST_F(ResumedRuns, KilledAtRandomTheOutputIsWholeInTheEnd) {
 TEST_F(ResumedRuns, CutAnywhereTheJournalGoesOn) {
     programfiles::writeMany(in(""), 20);
     ASSERT_EQ(run(resuming("ndjson", {"."})).status, 1);
-    const std::string expected = contents(in("output"));
-    const std::string journal = contents(in("journal"));
+    const std::string expected = readFile(in("output"));
+    const std::string journal = readFile(in("journal"));
     const std::size_t end = journal.rfind("d ");
     for (std::size_t length = journal.find("o "); length <= end; length += 17) {
-        programrun::write(in("journal"), journal.substr(0, length));
+        fixture::writeFile(in("journal"), journal.substr(0, length));
         fs::rename(in("output"), in("output.part"));  // it holds more than the journal tells of
         const bool isKnown = journal.find('\n', journal.find("\no ") + 1) < length;
         const Ending given = run(resuming("ndjson", {"."}));
@@ -131,8 +132,8 @@ TEST_F(ResumedRuns, CutAnywhereTheJournalGoesOn) {
             continue;
         }
         ASSERT_EQ(given.status, 1) << length << given.error;
-        ASSERT_EQ(contents(in("output")), expected) << length;
-        ASSERT_EQ(contents(in("journal")), journal) << length;
+        ASSERT_EQ(readFile(in("output")), expected) << length;
+        ASSERT_EQ(readFile(in("journal")), journal) << length;
     }
 }
 
@@ -140,14 +141,14 @@ TEST_F(ResumedRuns, AFileThatIsNamedTwiceIsFinishedTwice) {
     programfiles::writePair(in("."));
     const auto twice = resuming("ndjson", {"a.tif", "b.tif", "a.tif"});
     ASSERT_EQ(run(twice).status, 0);
-    const std::string expected = contents(in("output"));
-    const std::string journal = contents(in("journal"));
+    const std::string expected = readFile(in("output"));
+    const std::string journal = readFile(in("journal"));
     // As if the first run had ended behind its first file.
     const std::size_t second = journal.find("\nr ", journal.find("\nr ") + 1) + 1;
-    programrun::write(in("journal"), journal.substr(0, second));
+    fixture::writeFile(in("journal"), journal.substr(0, second));
     fs::rename(in("output"), in("output.part"));
     EXPECT_EQ(run(twice).status, 0);
-    EXPECT_EQ(contents(in("output")), expected);
+    EXPECT_EQ(readFile(in("output")), expected);
     EXPECT_EQ(run(twice).error,
               "ifdsweep: 0 files read, 0 failed, 0 directories; finished before: 3 files\n");
 }
@@ -156,16 +157,16 @@ TEST_F(ResumedRuns, WhatIsFinishedAndUnchangedIsLeftOut) {
     fs::create_directory(in("many"));
     programfiles::writeMany(in("many"), 10);
     ASSERT_EQ(run(resuming("ndjson", {"many"})).status, 0);
-    const std::string before = contents(in("output"));
-    const std::string journal = contents(in("journal"));
+    const std::string before = readFile(in("output"));
+    const std::string journal = readFile(in("journal"));
     struct stat status {};
     ASSERT_EQ(::stat(in("output").c_str(), &status), 0);
     const Ending again = run(resuming("ndjson", {"many"}));
     EXPECT_EQ(again.status, 0);
     EXPECT_EQ(again.error,
               "ifdsweep: 0 files read, 0 failed, 0 directories; finished before: 10 files\n");
-    EXPECT_EQ(contents(in("output")), before);
-    EXPECT_EQ(contents(in("journal")), journal);
+    EXPECT_EQ(readFile(in("output")), before);
+    EXPECT_EQ(readFile(in("journal")), journal);
     struct stat statusAfter {};
     ASSERT_EQ(::stat(in("output").c_str(), &statusAfter), 0);
     EXPECT_EQ(statusAfter.st_ino, status.st_ino);  // it was neither copied nor written to
@@ -182,7 +183,7 @@ TEST_F(ResumedRuns, WhatIsFinishedAndUnchangedIsLeftOut) {
         changed.error,
         "ifdsweep: 3 files read, 0 failed, 4 directories; finished before: 8 files; changed: 2 "
         "files have rows from before\n");
-    const std::string after = contents(in("output"));
+    const std::string after = readFile(in("output"));
     EXPECT_EQ(after.substr(0, before.size()), before);
     EXPECT_EQ(linesOf(after).size(), 13U);
 }
@@ -214,12 +215,12 @@ TEST_F(ResumedRuns, AForeignFileIsLeftAsItIs) {
          {std::string("hello"), std::string("hello\nworld\n"), image,
           std::string("ifdsweep journal 3\n"), std::string("ifdsweep journal 1\nr 1 2 3 4\n"),
           std::string(" ")}) {
-        programrun::write(in("journal"), foreign);
+        fixture::writeFile(in("journal"), foreign);
         const Ending given = run({"--resume", "journal", "--output", "output", "a.tif"});
         EXPECT_EQ(given.status, 2) << foreign;
         EXPECT_EQ(linesOf(given.error).size(), 1U) << given.error;
         EXPECT_NE(given.error.find("journal"), std::string::npos);
-        EXPECT_EQ(contents(in("journal")), foreign);
+        EXPECT_EQ(readFile(in("journal")), foreign);
         EXPECT_EQ(names(), (std::vector<std::string>{"a.tif", "journal"}));
     }
     EXPECT_EQ(run({"--resume", "/dev/null", "a.tif"}).error,
@@ -241,7 +242,7 @@ TEST_F(ResumedRuns, AnotherRunIsRefused) {
     const std::vector<std::string> files{"output", "journal", "failed"};
     std::vector<std::string> before;
     std::transform(files.begin(), files.end(), std::back_inserter(before),
-                   [this](const std::string& name) { return contents(in(name)); });
+                   [this](const std::string& name) { return readFile(in(name)); });
     const auto namesBefore = names();
     const std::pair<std::vector<std::string>, std::string> rows[] = {
         {{"--format", "ndjson", "--tags", "Width", "--max", "1"},
@@ -276,7 +277,7 @@ TEST_F(ResumedRuns, AnotherRunIsRefused) {
             << given.error;
         EXPECT_EQ(names(), namesBefore);
         for (std::size_t index = 0; index < files.size(); ++index) {
-            EXPECT_EQ(contents(in(files[index])), before[index]) << difference;
+            EXPECT_EQ(readFile(in(files[index])), before[index]) << difference;
         }
     }
     // The standard output in place of the file, and another time zone.
@@ -304,14 +305,14 @@ TEST_F(ResumedRuns, AJournalHasOneRunAtATime) {
     launch.prepare = [] { ::setpgid(0, 0); };
     Running first = start(launch);
     ASSERT_TRUE(programrun::comesTrue(
-        [&] { return contents(in("journal")).find("\nr ") != std::string::npos; }));
-    const std::string journal = contents(in("journal"));
+        [&] { return readFile(in("journal")).find("\nr ") != std::string::npos; }));
+    const std::string journal = readFile(in("journal"));
     const Ending second = run(resuming("ndjson", {"--read-budget", "unlimited", "--value-budget",
                                                   "unlimited", "a.tif", "slow.tif"}));
     EXPECT_EQ(second.status, 2);
     EXPECT_EQ(second.error, "ifdsweep: the journal journal is in use by process " +
                                 std::to_string(first.process()) + '\n');
-    EXPECT_EQ(contents(in("journal")), journal);
+    EXPECT_EQ(readFile(in("journal")), journal);
     first.sendToGroup(SIGKILL);
     first.wait();
     // The lock has gone with the process.
@@ -320,16 +321,16 @@ TEST_F(ResumedRuns, AJournalHasOneRunAtATime) {
                                       "a.tif", "slow.tif"}))
                   .status,
               0);
-    EXPECT_EQ(linesOf(contents(in("output"))).size(), 2U);
+    EXPECT_EQ(linesOf(readFile(in("output"))).size(), 2U);
 }
 
 TEST_F(ResumedRuns, AnUnfinishedOutputOfSomebodyElseIsLeftAsItIs) {
     programfiles::writePair(in("."));
     const auto arguments = resuming("ndjson", {"a.tif"});
-    const std::string image = contents(in("b.tif"));
+    const std::string image = readFile(in("b.tif"));
     const std::pair<const char*, std::function<void()>> ways[] = {
-        {"a text", [this] { programrun::write(in("output.part"), std::string(5000, 'x')); }},
-        {"empty", [this] { programrun::write(in("output.part"), ""); }},
+        {"a text", [this] { fixture::writeFile(in("output.part"), std::string(5000, 'x')); }},
+        {"empty", [this] { fixture::writeFile(in("output.part"), ""); }},
         {"an image", [this] { fs::copy(in("b.tif"), in("output.part")); }},
         {"a hard link", [this] { fs::create_hard_link(in("b.tif"), in("output.part")); }},
         {"a link", [this] { fs::create_symlink("b.tif", in("output.part")); }},
@@ -342,22 +343,22 @@ TEST_F(ResumedRuns, AnUnfinishedOutputOfSomebodyElseIsLeftAsItIs) {
             forget();
             if (isBegun) {
                 ASSERT_EQ(run(arguments).status, 0);
-                std::string journal = contents(in("journal"));
-                programrun::write(in("journal"), journal.substr(0, journal.rfind("d ")));
+                std::string journal = readFile(in("journal"));
+                fixture::writeFile(in("journal"), journal.substr(0, journal.rfind("d ")));
                 fs::remove(in("output"));
             }
             make();
             const auto before = names();
-            const std::string part = contents(in("output.part"));
-            const std::string journal = contents(in("journal"));
+            const std::string part = readFile(in("output.part"));
+            const std::string journal = readFile(in("journal"));
             const Ending given = run(arguments);
             EXPECT_EQ(given.status, 2);
             EXPECT_EQ(linesOf(given.error).size(), 1U) << given.error;
             EXPECT_NE(given.error.find("output.part"), std::string::npos) << given.error;
             EXPECT_EQ(names(), before);
-            EXPECT_TRUE(contents(in("output.part")) == part);
-            EXPECT_EQ(contents(in("journal")), journal);
-            EXPECT_TRUE(contents(in("b.tif")) == image);
+            EXPECT_TRUE(readFile(in("output.part")) == part);
+            EXPECT_EQ(readFile(in("journal")), journal);
+            EXPECT_TRUE(readFile(in("b.tif")) == image);
         }
     }
     EXPECT_FALSE(fs::exists(in("nothing")));
@@ -371,31 +372,31 @@ TEST_F(ResumedRuns, TheStandardOutputIsGoneOnWithWhereItEnded) {
     fs::create_directory(in("many"));
     programfiles::writeMany(in("many"), 30);
     const std::string options = " --resume journal --format csv --tags Width,Make many ";
-    programrun::write(in("out"), "# a table\n");
+    fixture::writeFile(in("out"), "# a table\n");
     ASSERT_EQ(shell("$PROGRAM" + options + ">> out").status, 1);
-    const std::string expected = contents(in("out"));
-    const std::string journal = contents(in("journal"));
+    const std::string expected = readFile(in("out"));
+    const std::string journal = readFile(in("journal"));
     EXPECT_EQ(expected.find("# a table\nFile,Directory,"), 0U);
 
     // Ended in the middle, with more in the file than the journal tells of.
     const std::size_t middle = journal.find('\n', journal.size() / 2) + 1;
-    programrun::write(in("journal"), journal.substr(0, middle));
+    fixture::writeFile(in("journal"), journal.substr(0, middle));
     EXPECT_EQ(shell("$PROGRAM" + options + ">> out").status, 1);
-    EXPECT_EQ(contents(in("out")), expected);
-    EXPECT_EQ(contents(in("journal")), journal);
+    EXPECT_EQ(readFile(in("out")), expected);
+    EXPECT_EQ(readFile(in("journal")), journal);
     EXPECT_EQ(shell("$PROGRAM" + options + ">> out").status, 1);  // nothing is to be done
-    EXPECT_EQ(contents(in("out")), expected);
-    EXPECT_EQ(contents(in("journal")), journal);
+    EXPECT_EQ(readFile(in("out")), expected);
+    EXPECT_EQ(readFile(in("journal")), journal);
 
     // The shell has emptied it, somebody has written behind it, it is another file.
     const Ending emptied = shell("$PROGRAM" + options + "> out");
     EXPECT_EQ(emptied.status, 2);
     EXPECT_NE(emptied.error.find("the standard output holds 0 of the "), std::string::npos)
         << emptied.error;
-    EXPECT_EQ(contents(in("journal")), journal);
-    programrun::write(in("out"), expected + "more\n");
+    EXPECT_EQ(readFile(in("journal")), journal);
+    fixture::writeFile(in("out"), expected + "more\n");
     EXPECT_EQ(shell("$PROGRAM" + options + ">> out").status, 2);
-    EXPECT_EQ(contents(in("out")), expected + "more\n");
+    EXPECT_EQ(readFile(in("out")), expected + "more\n");
     const Ending other = shell("$PROGRAM" + options + ">> other");
     EXPECT_EQ(other.status, 2);
     EXPECT_NE(other.error.find("is not the file that the journal"), std::string::npos);
@@ -413,26 +414,26 @@ TEST_F(ResumedRuns, FramesAreWrittenOnceAroundWhatIsAdded) {
     const Ending given = run(resuming("json", {"many"}));
     EXPECT_EQ(given.status, 0);
     EXPECT_NE(given.error.find("finished before: 3 files"), std::string::npos) << given.error;
-    const std::string added = contents(in("output"));
+    const std::string added = readFile(in("output"));
     forget();
     ASSERT_EQ(run(resuming("json", {"many"})).status, 0);
-    EXPECT_EQ(added, contents(in("output")));
+    EXPECT_EQ(added, readFile(in("output")));
 }
 
 TEST_F(ResumedRuns, AnOutputThatIsNotTheJournalsIsRefused) {
     programfiles::write(in("a.tif"), programfiles::image(7));
     ASSERT_EQ(run(resuming("ndjson", {"a.tif"})).status, 0);
-    const std::string whole = contents(in("output"));
+    const std::string whole = readFile(in("output"));
     for (const std::string& other : {std::string("short"), whole + "more\n", whole}) {
         fs::remove(in("output"));
-        programrun::write(in("output"), other);
+        fixture::writeFile(in("output"), other);
         const Ending given = run(resuming("ndjson", {"a.tif"}));
         EXPECT_EQ(given.status, 2);
         EXPECT_EQ(linesOf(given.error).size(), 1U);
         EXPECT_NE(given.error.find("output output is not the one that the journal"),
                   std::string::npos)
             << given.error;
-        EXPECT_EQ(contents(in("output")), other);
+        EXPECT_EQ(readFile(in("output")), other);
         EXPECT_FALSE(fs::exists(in("output.part")));
     }
 }
@@ -440,10 +441,10 @@ TEST_F(ResumedRuns, AnOutputThatIsNotTheJournalsIsRefused) {
 TEST_F(ResumedRuns, AnOutputThatGrewIsRefused) {
     programfiles::write(in("a.tif"), programfiles::image(7));
     ASSERT_EQ(run(resuming("ndjson", {"a.tif"})).status, 0);
-    const std::string more = contents(in("output")) + "more\n";
-    programrun::write(in("output"), more);  // the same file
+    const std::string more = readFile(in("output")) + "more\n";
+    fixture::writeFile(in("output"), more);  // the same file
     EXPECT_EQ(run(resuming("ndjson", {"a.tif"})).status, 2);
-    EXPECT_EQ(contents(in("output")), more);
+    EXPECT_EQ(readFile(in("output")), more);
 }
 
 TEST_F(ResumedRuns, TheListOfFailuresIsGoneOnWith) {
@@ -456,26 +457,26 @@ TEST_F(ResumedRuns, TheListOfFailuresIsGoneOnWith) {
     };
     EXPECT_EQ(run(with({"a.tif"})).status, 1);
     EXPECT_EQ(run(with({"a.tif", "b.tif"})).status, 1);
-    const auto lines = linesOf(contents(in("failed")));
+    const auto lines = linesOf(readFile(in("failed")));
     ASSERT_EQ(lines.size(), 2U);
     EXPECT_EQ(lines[0].find("a.tif\t# "), 0U);
     EXPECT_EQ(lines[1].find("b.tif\t# "), 0U);
 
     // What stands behind the journal's end is written again, not twice.
-    const std::string list = contents(in("failed"));
-    const std::string journal = contents(in("journal"));
-    programrun::write(in("journal"), journal.substr(0, journal.rfind("f ")));
-    programrun::write(in("failed"), list + "half a li");
+    const std::string list = readFile(in("failed"));
+    const std::string journal = readFile(in("journal"));
+    fixture::writeFile(in("journal"), journal.substr(0, journal.rfind("f ")));
+    fixture::writeFile(in("failed"), list + "half a li");
     EXPECT_EQ(run(with({"a.tif", "b.tif"})).status, 1);
-    EXPECT_EQ(contents(in("failed")), list);
+    EXPECT_EQ(readFile(in("failed")), list);
 
     // Another list is left as it is.
     fs::rename(in("failed"), in("held"));
-    programrun::write(in("failed"), list);
+    fixture::writeFile(in("failed"), list);
     const Ending given = run(with({"a.tif", "b.tif", "c.tif"}));
     EXPECT_EQ(given.status, 2);
     EXPECT_NE(given.error.find("the list of failures failed is not the one"), std::string::npos);
-    EXPECT_EQ(contents(in("failed")), list);
+    EXPECT_EQ(readFile(in("failed")), list);
 }
 
 }  // namespace

@@ -20,11 +20,12 @@
 #include "run/run_assembly.h"
 #include "run/run_output.h"
 #include "support/temporary_folder.h"
+#include "support/whole_file.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-using programrun::contents;
+using fixture::readFile;
 
 struct PowerLost {};
 
@@ -57,7 +58,7 @@ public:
         : folder(std::move(diskFolder)), beside(std::move(besideFolder)), left(operationsToDo) {
         syncNames();
         for (const auto& entry : names) {
-            synced[entry.second] = contents(folder / entry.first);
+            synced[entry.second] = readFile(folder / entry.first);
         }
     }
 
@@ -69,7 +70,7 @@ public:
         step();
         struct stat status {};
         EXPECT_EQ(::fstat(file, &status), 0);
-        synced[status.st_ino] = contents("/proc/self/fd/" + std::to_string(file));
+        synced[status.st_ino] = readFile("/proc/self/fd/" + std::to_string(file));
         return 0;
     }
     int syncFolderOf(const std::string&) const override {
@@ -103,7 +104,7 @@ public:
         }
         for (const auto& [name, inode] : remaining) {
             const fs::path file = beside / std::to_string(inode);
-            const std::string written = contents(file);
+            const std::string written = readFile(file);
             const std::string& safe = synced[inode];
             // What was cut off and not synced is there again.
             const std::string whole = written.size() < safe.size() ? safe : written;
@@ -113,7 +114,7 @@ public:
             if (luck == Luck::none) {
                 bytes = safe;
             }
-            programrun::write(folder / name, bytes);
+            fixture::writeFile(folder / name, bytes);
         }
     }
 
@@ -176,7 +177,7 @@ protected:
             fs::create_directory(folder / name);
         }
         for (int number = 0; number < 8; ++number) {
-            programrun::write(input(number), std::string(static_cast<std::size_t>(number), 'x'));
+            fixture::writeFile(input(number), std::string(static_cast<std::size_t>(number), 'x'));
         }
         arguments.output.format = std::string(GetParam()) == "csv"    ? ifdsweep::Format::csv
                                   : std::string(GetParam()) == "json" ? ifdsweep::Format::json
@@ -225,7 +226,7 @@ protected:
     };
 
     Files files() const {
-        Files all{contents(folder / "disk/output"), contents(folder / "disk/failed"), {}};
+        Files all{readFile(folder / "disk/output"), readFile(folder / "disk/failed"), {}};
         for (const auto& entry : fs::directory_iterator(folder / "disk")) {
             all.names.push_back(entry.path().filename().string());
         }

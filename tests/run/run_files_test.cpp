@@ -19,15 +19,16 @@
 #include "run/keyed_hash.h"
 #include "run/progress.h"
 #include "support/temporary_folder.h"
+#include "support/whole_file.h"
 #include "walk/path_list.h"
 #include "workers/file_report.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-using programrun::contents;
+using fixture::readFile;
+using fixture::writeFile;
 using programrun::linesOf;
-using programrun::write;
 
 ifdsweep::FileReport readReport(bool warned = false) {
     ifdsweep::FileReport report;
@@ -39,7 +40,7 @@ ifdsweep::FileReport readReport(bool warned = false) {
 
 class JournalFile : public testing::Test {
 protected:
-    void SetUp() override { write(path("a.tif"), "bytes"); }
+    void SetUp() override { writeFile(path("a.tif"), "bytes"); }
 
     std::string path(const std::string& name) const { return folder / name; }
 
@@ -55,7 +56,7 @@ protected:
     /// A journal that was begun, of a run with nothing in it.
     std::string emptyJournal() const {
         ifdsweep::Journal(path("journal"), kRun).begin();
-        return contents(path("journal"));
+        return readFile(path("journal"));
     }
 
     static void commit(ifdsweep::Journal& journal) {
@@ -84,9 +85,9 @@ TEST_F(JournalFile, TellsWhatIsFinished) {
     skipped.ending = ifdsweep::FileReport::Ending::skipped;
     const std::string odd = "odd \\ name\nwith a line end";
     for (const char* const name : {"b.tif", "c.tif", "d.tif"}) {
-        write(path(name), "bytes");
+        writeFile(path(name), "bytes");
     }
-    write(path(odd), "bytes");
+    writeFile(path(odd), "bytes");
     EXPECT_EQ(ifdsweep::Journal(path("journal"), kRun).outputLength(), 0U);
     finish(input("a.tif"), readReport(), 10);
     finish(input("b.tif"), readReport(true), 20);
@@ -105,7 +106,7 @@ TEST_F(JournalFile, TellsWhatIsFinished) {
     EXPECT_EQ(endingOf(input("none.tif")), Ending::failed);
     EXPECT_EQ(endingOf(input("e.tif")), std::nullopt);
     EXPECT_EQ(journal.listLength(), 30U);
-    EXPECT_EQ(linesOf(contents(path("journal"))).size(), 5U + 6);
+    EXPECT_EQ(linesOf(readFile(path("journal"))).size(), 5U + 6);
 }
 
 TEST_F(JournalFile, AChangeOfSizeOrTimeIsSeen) {
@@ -116,7 +117,7 @@ TEST_F(JournalFile, AChangeOfSizeOrTimeIsSeen) {
     EXPECT_FALSE(endingOf(input("a.tif")).has_value());
     fs::last_write_time(path("a.tif"), time);
     EXPECT_TRUE(endingOf(input("a.tif")).has_value());
-    write(path("a.tif"), "other bytes");
+    writeFile(path("a.tif"), "other bytes");
     fs::last_write_time(path("a.tif"), time);
     EXPECT_FALSE(endingOf(input("a.tif")).has_value());
     fs::remove(path("a.tif"));
@@ -147,13 +148,13 @@ TEST_F(JournalFile, ALastLineThatIsCutIsDropped) {
     const std::size_t first = emptyJournal().size();
     finish(input("a.tif"), readReport(), 10);
     finish(input("none.tif"), readReport(), 20);
-    const std::string whole = contents(path("journal"));
+    const std::string whole = readFile(path("journal"));
     const std::size_t second = whole.rfind('\n', whole.size() - 2) + 1;
     for (std::size_t length = 0; length <= whole.size(); ++length) {
         const std::uint64_t expected = length < second ? 0U : length < whole.size() ? 1U : 2U;
         // The rest is not there, or the power failed before it was.
         for (const std::size_t lost : {0U, 5000U}) {
-            write(path("journal"), whole.substr(0, length) + std::string(lost, '\0'));
+            writeFile(path("journal"), whole.substr(0, length) + std::string(lost, '\0'));
             if (length < first && lost > 0) {
                 continue;  // a head is on the disk before anything else is
             }
@@ -164,16 +165,16 @@ TEST_F(JournalFile, ALastLineThatIsCutIsDropped) {
             const std::size_t kept = length < second         ? first
                                      : length < whole.size() ? second
                                                              : length;
-            EXPECT_EQ(contents(path("journal")), whole.substr(0, kept)) << length;
+            EXPECT_EQ(readFile(path("journal")), whole.substr(0, kept)) << length;
         }
     }
 }
 
 TEST_F(JournalFile, NothingIsWrittenBeforeItBegins) {
     const std::string whole = emptyJournal() + "r 1 0 2 3 4 a\nr 5 0";
-    write(path("journal"), whole);
+    writeFile(path("journal"), whole);
     EXPECT_EQ(ifdsweep::Journal(path("journal"), kRun).finishedFiles(), 1U);
-    EXPECT_EQ(contents(path("journal")), whole);
+    EXPECT_EQ(readFile(path("journal")), whole);
     fs::remove(path("journal"));
     EXPECT_EQ(ifdsweep::Journal(path("journal"), kRun).finishedFiles(), 0U);
     EXPECT_FALSE(fs::exists(path("journal")));
@@ -232,8 +233,8 @@ TEST_F(JournalFile, AnotherRunIsRefusedWithWhatDiffers) {
               differing("--format csv, --max 2, now --format ndjson, --max 3"));
     EXPECT_EQ(refusalOf({"ifdsweep 2", "--more", "--phrases"}),
               differing("ifdsweep 1, now ifdsweep 2"));
-    EXPECT_EQ(contents(path("journal")), before);
-    write(path("journal"), "ifdsweep journal 1\nr 1 2 3 a\n");
+    EXPECT_EQ(readFile(path("journal")), before);
+    writeFile(path("journal"), "ifdsweep journal 1\nr 1 2 3 a\n");
     EXPECT_NE(refusalOf(kRun).find("was begun by an older ifdsweep"), std::string::npos);
 }
 
@@ -244,7 +245,7 @@ TEST_F(JournalFile, ADateFarAwayIsTwoNumbers) {
     ASSERT_EQ(::utimensat(AT_FDCWD, path("a.tif").c_str(), times, 0), 0);
     finish(input("a.tif"), readReport(), 10);
     EXPECT_TRUE(endingOf(input("a.tif")).has_value());
-    EXPECT_NE(contents(path("journal")).find("r 10 1 5 10413792000 123456789 "), std::string::npos);
+    EXPECT_NE(readFile(path("journal")).find("r 10 1 5 10413792000 123456789 "), std::string::npos);
     const timespec early{-7, 5};
     const timespec earlyTimes[2] = {early, early};
     ASSERT_EQ(::utimensat(AT_FDCWD, path("a.tif").c_str(), earlyTimes, 0), 0);
@@ -257,10 +258,10 @@ TEST_F(JournalFile, FilesThatHaveChangedAreCounted) {
     finish(input("none.tif"), ifdsweep::failureReport("why"), 10);
     ifdsweep::FileReport skipped;
     skipped.ending = ifdsweep::FileReport::Ending::skipped;
-    write(path("letter"), "Dear sir");
+    writeFile(path("letter"), "Dear sir");
     finish(input("letter"), skipped, 10);
     for (const char* const name : {"a.tif", "none.tif", "letter", "new.tif"}) {
-        write(path(name), "changed since");
+        writeFile(path(name), "changed since");
     }
     ifdsweep::Journal journal(path("journal"), kRun);
     journal.begin();
@@ -338,10 +339,10 @@ TEST_F(JournalFile, ForeignFilesAreRefusedUntouched) {
                                        head + "l 1 x\n",
                                        head + "d 1\n",
                                        head + "o 1 2 3 4 5\nd x\n"}) {
-        write(path("journal"), foreign);
+        writeFile(path("journal"), foreign);
         EXPECT_THROW(ifdsweep::Journal(path("journal"), kRun), ifdsweep::Refusal)
             << foreign.substr(0, 99);
-        EXPECT_TRUE(contents(path("journal")) == foreign) << foreign.substr(0, 99);
+        EXPECT_TRUE(readFile(path("journal")) == foreign) << foreign.substr(0, 99);
     }
     EXPECT_THROW(ifdsweep::Journal(folder.path().string(), kRun), ifdsweep::RunFailure);
     EXPECT_THROW(ifdsweep::Journal("/dev/null", kRun), ifdsweep::Refusal);
@@ -356,8 +357,8 @@ TEST_F(FailureListFile, LinesAreReadBack) {
         list.add("a b.tif", "why\nand how");
         list.add("c#.tif", "");
     }
-    EXPECT_EQ(contents(path("failed")), "a b.tif\t# why and how\nc#.tif\t# \n");
-    const auto lines = linesOf(contents(path("failed")));
+    EXPECT_EQ(readFile(path("failed")), "a b.tif\t# why and how\nc#.tif\t# \n");
+    const auto lines = linesOf(readFile(path("failed")));
     ASSERT_EQ(lines.size(), 2U);
     EXPECT_EQ(ifdsweep::pathOfFailureLine(lines[0]), "a b.tif");
     EXPECT_EQ(ifdsweep::pathOfFailureLine(lines[1]), "c#.tif");
@@ -365,7 +366,7 @@ TEST_F(FailureListFile, LinesAreReadBack) {
     EXPECT_EQ(ifdsweep::pathOfFailureLine("a.tif"), "a.tif");
     EXPECT_EQ(ifdsweep::pathOfFailureLine("a # b\t#c"), "a # b\t#c");
     ifdsweep::FailureList(path("failed"), true, nullptr).add("two\nlines", "why");
-    EXPECT_EQ(contents(path("failed")), std::string("two\nlines\0", 10));
+    EXPECT_EQ(readFile(path("failed")), std::string("two\nlines\0", 10));
 }
 
 TEST_F(FailureListFile, NamesThatALineCannotHold) {
@@ -379,14 +380,14 @@ TEST_F(FailureListFile, NamesThatALineCannotHold) {
 }
 
 TEST_F(FailureListFile, AnOldListIsEmptiedLate) {
-    write(path("failed"), "old");
+    writeFile(path("failed"), "old");
     {
         ifdsweep::FailureList refused(path("failed"), false, nullptr);
         refused.begin();
     }
-    EXPECT_EQ(contents(path("failed")), "old");
+    EXPECT_EQ(readFile(path("failed")), "old");
     ifdsweep::FailureList(path("failed"), false, nullptr).finish();
-    EXPECT_EQ(contents(path("failed")), "");
+    EXPECT_EQ(readFile(path("failed")), "");
     { const ifdsweep::FailureList refused(path("new"), false, nullptr); }
     EXPECT_FALSE(fs::exists(path("new")));
 }
@@ -394,7 +395,7 @@ TEST_F(FailureListFile, AnOldListIsEmptiedLate) {
 class FileRoles : public JournalFile {};
 
 TEST_F(FileRoles, AFileHasOneRole) {
-    write(path("b.tif"), "x");
+    writeFile(path("b.tif"), "x");
     fs::create_hard_link(path("a.tif"), path("same.tif"));
     ifdsweep::RunOptions arguments;
     arguments.input.paths = {path("a.tif"), "-", folder.path().string(), path("none")};

@@ -4,25 +4,14 @@
 
 #include <cstdint>
 #include <filesystem>
-#include <fstream>
-#include <stdexcept>
 #include <string>
 
 #include "files/file_names.h"
 #include "support/byte_verbs.h"
 #include "support/temporary_folder.h"
+#include "support/whole_file.h"
 
 namespace fixture {
-
-/// Writes a file of these bytes. Throws std::runtime_error when that fails.
-inline void writeFile(const std::filesystem::path& path, const Bytes& bytes) {
-    std::ofstream file(path, std::ios::binary);
-    file.write(std::string(bytes.begin(), bytes.end()).data(),
-               static_cast<std::streamsize>(bytes.size()));
-    if (!file.flush()) {
-        throw std::runtime_error("cannot write " + path.string());
-    }
-}
 
 class TemporaryFile {
 public:

@@ -17,13 +17,14 @@
 #include "io/run_failure.h"
 #include "program/program_run.h"
 #include "support/temporary_folder.h"
+#include "support/whole_file.h"
 #include "walk/folder_listing.h"
 #include "walk/path_list.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-using programrun::write;
+using fixture::writeFile;
 using Names = std::vector<std::string>;
 
 class InputFileWalk : public testing::Test {
@@ -32,7 +33,7 @@ protected:
         for (const char* const name :
              {"b/2.tif", "b/1.tif", "b/c/3.jpg", "b/c/d/4.tif", "a.tif", "z/5.TIF", "ä.tif"}) {
             fs::create_directories((folder / name).parent_path());
-            write(folder / name, "x");
+            writeFile(folder / name, "x");
         }
     }
 
@@ -61,7 +62,7 @@ protected:
     }
 
     ifdsweep::InputChoice chooseList(const std::string& lines, bool nulSeparated) const {
-        write(folder / "list", lines);
+        writeFile(folder / "list", lines);
         ifdsweep::InputChoice choice;
         choice.listFile = (folder / "list").string();
         choice.nulSeparated = nulSeparated;
@@ -188,7 +189,7 @@ TEST_F(InputFileWalk, ListsAreReadBehindTheCommandLine) {
 
 TEST_F(InputFileWalk, NulSeparatedListsTakeEveryName) {
     const std::string start = folder.path().string() + '/';
-    write(folder / "two\nlines\t# 1", "x");
+    writeFile(folder / "two\nlines\t# 1", "x");
     const std::string lines =
         start + "two\nlines\t# 1" + std::string(2, '\0') + start + "a.tif" + std::string(1, '\0');
     EXPECT_EQ(found(chooseList(lines, true)),
@@ -202,7 +203,7 @@ TEST_F(InputFileWalk, AListThatCannotBeOpened) {
 }
 
 TEST_F(InputFileWalk, StandardInputIsNoFileOfThatName) {
-    write(folder / "-", "x");
+    writeFile(folder / "-", "x");
     EXPECT_EQ(found(choose({"-"})), (Names{"-"}));
 }
 
@@ -231,7 +232,7 @@ TEST_F(InputFileWalk, APathListGivesLinesOfEveryLength) {
         text += expected.back() + '\n';
     }
     expected.emplace_back("end");
-    write(folder / "list", text + "end");
+    writeFile(folder / "list", text + "end");
     ifdsweep::PathList list((folder / "list").string(), false);
     for (const std::string& line : expected) {
         ASSERT_TRUE(list.isReady());
