@@ -36,7 +36,7 @@ struct ReadOptions {
 
 /// How often a file gave one kind of warning.
 struct WarningCount {
-    std::string_view id;
+    std::string id;  ///< full
     std::uint64_t count = 0;
 };
 

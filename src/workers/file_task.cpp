@@ -116,7 +116,7 @@ void FileTask::countWarnings(FileReport& report) {
     }
     if (options.output.warnings == WarningDetail::count) {
         for (const auto& [id, count] : report.warnings) {
-            outcome.warningCounts.push_back({describeMessage(id).id, count});
+            outcome.warningCounts.push_back({id, count});
         }
     }
 }
