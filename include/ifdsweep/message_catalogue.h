@@ -1,7 +1,8 @@
 #pragma once
 
 // The catalogue of the module's messages: their identifiers, how each is given, and its arguments.
-// Hosts find here what they need texts for. Constants; any thread. Stable: part of the API.
+// Hosts find here what they need texts for. Constants, which own nothing and last as long as
+// the program; any thread. Stable: part of the API.
 
 #include <array>
 #include <cstddef>

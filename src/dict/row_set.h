@@ -1,6 +1,7 @@
 #pragma once
 
-// A set of rows of one dictionary, such as the names that occur in a chain. A value type.
+// A set of rows of one dictionary, such as the names that occur in a chain. A value type that owns
+// its bits; one thread at a time may change it, any may read it.
 
 #include <array>
 #include <bit>

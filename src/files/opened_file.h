@@ -82,7 +82,7 @@ public:
 
 private:
     /// Reads through the cache, and asks again where it came short of what the file should have: a
-    /// failure behind the first bytes shows itself only then. Remembers failures.
+    /// failure after the first bytes shows itself only then. Remembers failures.
     [[nodiscard]] std::ptrdiff_t readSource(std::uint64_t position,
                                             std::span<std::byte> target) noexcept;
     void remember(ReadFailure failure) noexcept;

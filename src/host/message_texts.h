@@ -31,7 +31,7 @@ struct MessageTextRow {
 [[nodiscard]] const MessageTextRow* findMessageText(std::string_view id) noexcept;
 
 /// The text of a message with its arguments put in. An unknown identifier gives the
-/// identifier and the arguments behind it. File names come as the system's bytes and texts from a
+/// identifier and the arguments after it. File names come as the system's bytes and texts from a
 /// file as they are, control characters included: escaping is the writer's job.
 [[nodiscard]] std::string hostMessageText(const qxMessage& message);
 

@@ -75,7 +75,7 @@ bool beginsAsJpeg(const ByteSource& file) {
 JpegSearch findExifHeader(const ByteSource& file) {
     using enum JpegSearch::Outcome;
     Window window(file);
-    std::uint64_t position = 2;  // behind the start of image
+    std::uint64_t position = 2;  // after the start of image
     std::uint64_t padding = 0;   // bytes passed since the last segment ended
     while (true) {
         const auto prefix = window.byteAt(position);

@@ -1,6 +1,7 @@
 #pragma once
 
-// Tag choice: what --tags asks for, as fields. Pure functions; any thread.
+// Tag choice: what a list of names, numbers and patterns asks for, as fields. Pure functions; any
+// thread.
 
 #include <cstdint>
 #include <optional>

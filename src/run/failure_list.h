@@ -1,7 +1,7 @@
 #pragma once
 
-// Failure list: the paths that failed, with the reasons, in a form that --files-from reads again.
-// A line holds the path, a tab, "# " and the reason; in a list with NUL, paths stand alone.
+// Failure list: the paths that failed, with the reasons, in a form that is read again as a path
+// list. A line holds the path, a tab, "# " and the reason; in a list with NUL, paths stand alone.
 //
 // An old list is emptied at the first failure or at the end of a run, so that a run which is
 // refused leaves it as it was. With a journal, the list of an earlier run is gone on with where the

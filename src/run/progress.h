@@ -37,7 +37,7 @@ struct FileCount {
 
 class Progress {
 public:
-    /// Shows nothing when the command line or the error stream does not want it.
+    /// Shows nothing when the options or the error stream do not want it.
     explicit Progress(const RunOptions& options);
     ~Progress();
     Progress(const Progress&) = delete;

@@ -1,6 +1,6 @@
 #pragma once
 
-// Input files: every path to be read, in order: those of the command line, then those of the list.
+// Input files: every path to be read, in order: those of the choice, then those of its list.
 // Folders are walked where they stand, depth first, names sorted by their bytes. What is held at a
 // time are the names of the folders on the way down, and the identity of every folder walked, so
 // that none is walked twice.

@@ -1,7 +1,7 @@
 #pragma once
 
-// Path list: the paths of --files-from, one after the other, without waiting for the end of a list
-// that is still being written.
+// Path list: the paths that a file lists, one after the other, without waiting for the end of a
+// list that is still being written.
 //
 // Ownership: owns its file. Threads: one at a time.
 

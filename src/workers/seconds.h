@@ -1,6 +1,6 @@
 #pragma once
 
-// Seconds as the command line gives them and as messages show them. Pure functions; any thread.
+// Seconds as a choice gives them and as messages show them. Pure functions; any thread.
 
 #include <algorithm>
 #include <cmath>

@@ -1,6 +1,6 @@
 #pragma once
 
-// Worker limits: what one file may take, in time and memory, when the command line does not say,
+// Worker limits: what one file may take, in time and memory, when the choice leaves that open,
 // and how a process is held to the memory. Pure functions, but for those that ask the system or
 // limit the process; any thread.
 
@@ -29,7 +29,7 @@ inline constexpr std::uint64_t kMostDefaultMemory = std::uint64_t{8} << 30;
 /// The least: however small the machine, files of ordinary size are to be read.
 inline constexpr std::uint64_t kLeastDefaultMemory = std::uint64_t{1} << 30;
 
-/// The limits of one file where so many processes read at a time: what the command line says, or
+/// The limits of one file where so many processes read at a time: what the choice says, or
 /// defaults that mind the machine.
 [[nodiscard]] WorkerLimits workerLimits(const WorkerChoice& choice, std::size_t workers);
 

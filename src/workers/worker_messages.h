@@ -19,8 +19,8 @@
 
 namespace ifdsweep {
 
-/// What a worker has to know before its first file. The file names of the command line are no part
-/// of it.
+/// What a worker has to know before its first file. The names of the files that are
+/// to be read are no part of it.
 struct WorkerSetup {
     std::uint64_t mainProcess = 0;  ///< its id
     std::uint64_t memory = 0;       ///< most bytes of address space

@@ -1,6 +1,6 @@
 #pragma once
 
-// Writer settings: what a command line's choice of output means to the formats. Plain values and a
+// Writer settings: what a choice of output means to the formats. Plain values and a
 // pure function; any thread.
 
 #include <string>
@@ -19,7 +19,7 @@ struct WriterSettings {
     bool toTerminal = false;           ///< JSON and CSV show hidden characters
 };
 
-/// The settings that a command line asks for.
+/// The settings that a choice of output asks for.
 [[nodiscard]] WriterSettings writerSettings(const OutputChoice& choice);
 
 }  // namespace ifdsweep
