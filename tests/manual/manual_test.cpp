@@ -103,6 +103,15 @@ TEST(ManualPage, HasEverySectionInOrder) {
     }
 }
 
+TEST(ManualPage, NamesTheEnvironment) {
+    const std::string_view text = renderedManual().text;
+    const std::size_t begin = text.find("ENVIRONMENT");
+    const std::string_view section = text.substr(begin, text.find("FILES", begin) - begin);
+    for (const std::string_view name : {" NO_COLOR ", " TERM ", " TMPDIR ", " TZ "}) {
+        EXPECT_NE(section.find(name), std::string_view::npos) << name << section;
+    }
+}
+
 TEST(RoffText, IsShownAsItIs) {
     for (const std::string_view text : {".br starts no request", "'br neither", "a\\fBb\\nc\\",
                                         "`quotes' \"and\" ^hats~", "--dashes - and-hyphens"}) {

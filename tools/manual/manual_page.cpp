@@ -15,6 +15,9 @@ constexpr std::pair<std::string_view, std::string_view> kEnvironment[]{
     {"TMPDIR",
      "The folder for results that must wait and for the standard input, in files without a name; "
      "/tmp when not set."},
+    {"TZ",
+     "The time zone of FileModDate, which is in local time. A run is resumed in the same one "
+     "only."},
 };
 
 std::string bold(std::string_view text) {
