@@ -3,6 +3,9 @@
 // Messages: the text of every warning and error, and what it means.
 //
 // Ownership: plain values; views of texts refer to constant data. Threads: any.
+// Some texts say which option of the command line program sets another limit; a program that links
+// the library sets it through host.h or read.h.
+//
 // Errors: std::bad_alloc alone. Stable: part of the API; an id is never renamed or used again, its
 // text may be improved.
 
