@@ -50,7 +50,9 @@ private:
 class PlannedCreationFailure final : public ifdsweep::CreationHook {
 public:
     PlannedCreationFailure(std::uint64_t number, std::exception_ptr creationError) noexcept
-        : creationsUntilFailure(number), error(std::move(creationError)) {}
+        : creationsUntilFailure(number) {
+        error = std::move(creationError);
+    }
 
     void beforeCreation() override {
         if (creationsUntilFailure != 0 && --creationsUntilFailure == 0) {

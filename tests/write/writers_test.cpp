@@ -1,6 +1,7 @@
 // The three formats on values built by hand: every class and shape, empty and not finite.
 
 #include <cmath>
+#include <limits>
 #include <span>
 #include <string>
 #include <vector>
@@ -75,7 +76,9 @@ TEST_F(Writers, Numbers) {
 }
 
 TEST_F(Writers, NumbersThatAreNotFinite) {
-    const auto row = rendering::numbers(1, 4, {NAN, INFINITY, -INFINITY, -0.0});
+    constexpr double kNotANumber = std::numeric_limits<double>::quiet_NaN();
+    constexpr double kInfinity = std::numeric_limits<double>::infinity();
+    const auto row = rendering::numbers(1, 4, {kNotANumber, kInfinity, -kInfinity, -0.0});
     EXPECT_EQ(typed(row),
               R"({"class":"double","size":[1,4],"data":["NaN","Infinity","-Infinity",-0.0]})");
     EXPECT_EQ(natural(row), "[null,null,null,-0.0]");
