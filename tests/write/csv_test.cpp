@@ -145,7 +145,7 @@ TEST_F(Csv, ValuesInCells) {
     setField(outcome.result, 0, "Cells",
              rendering::cells(rendering::text(u"a"), rendering::text(u"b")));
     setField(outcome.result, 0, "Empty", rendering::numbers(1, 0, {}));
-    setField(outcome.result, 0, "NotFinite", rendering::numbers(1, 2, {NAN, -INFINITY}));
+    setField(outcome.result, 0, "NotFinite", rendering::numbers(1, 2, {std::nan(""), -HUGE_VAL}));
     setField(outcome.result, 0, "Records", rendering::records(1, {"x"}));
     const auto rows = rowsOf(table(
         std::move(outcome), false,
