@@ -115,8 +115,8 @@ extern "C" __attribute__((noinline)) void guardedWork(bench::MemoryFile& input, 
     if (work.written == Written::result) {
         bench::NoSink sink;
         ifdsweep::Output output(sink);
-        const auto writer = ifdsweep::makeResultWriter(work.format, output, ifdsweep::Colour::off);
-        ifdsweep::Framer framer(output, ifdsweep::frameOf(work.format));
+        const auto writer = ifdsweep::makeResultWriter({.format = work.format}, output);
+        ifdsweep::Framer framer(output, ifdsweep::frameOf({.format = work.format}));
         framer.begin();
         framer.add(writer->shows(outcome), [&] { writer->writeFile(outcome); });
         framer.end();

@@ -17,9 +17,9 @@ void write(benchmark::State& state, ifdsweep::Format format, const fixture::Chai
     const ifdsweep::Outcome outcome = file.read();
     bench::NoSink sink;
     ifdsweep::Output output(sink);
-    const auto writer = ifdsweep::makeResultWriter(format, output, ifdsweep::Colour::off);
+    const auto writer = ifdsweep::makeResultWriter({.format = format}, output);
     for (auto _ : state) {
-        ifdsweep::Framer framer(output, ifdsweep::frameOf(format));
+        ifdsweep::Framer framer(output, ifdsweep::frameOf({.format = format}));
         framer.begin();
         framer.add(writer->shows(outcome), [&] { writer->writeFile(outcome); });
         framer.end();

@@ -181,11 +181,13 @@ void requireTypedMessage(const json& parsed, const qxMessage& message) {
 }  // namespace
 
 std::string written(ifdsweep::Format format, const ifdsweep::Outcome& outcome,
-                    const ifdsweep::WriterSettings& settings, ifdsweep::Colour colour) {
+                    ifdsweep::WriteOptions options, ifdsweep::Colour colour) {
+    options.format = format;
+    options.colour = colour;
     ifdsweep::StringSink sink;
     ifdsweep::Output output(sink);
-    const auto writer = ifdsweep::makeResultWriter(format, output, colour, settings);
-    ifdsweep::Framer framer(output, ifdsweep::frameOf(format, settings));
+    const auto writer = ifdsweep::makeResultWriter(options, output);
+    ifdsweep::Framer framer(output, ifdsweep::frameOf(options));
     framer.begin();
     framer.add(writer->shows(outcome), [&] { writer->writeFile(outcome); });
     framer.end();
@@ -195,8 +197,8 @@ std::string written(ifdsweep::Format format, const ifdsweep::Outcome& outcome,
 
 std::string written(ifdsweep::Format format, const ifdsweep::Outcome& outcome,
                     ifdsweep::Colour colour) {
-    ifdsweep::WriterSettings settings;
-    settings.toTerminal = true;
+    ifdsweep::WriteOptions settings;
+    settings.forTerminal = true;
     return written(format, outcome, settings, colour);
 }
 

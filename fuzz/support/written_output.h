@@ -14,7 +14,7 @@ namespace fuzz {
 
 /// An outcome in one format.
 [[nodiscard]] std::string written(ifdsweep::Format format, const ifdsweep::Outcome& outcome,
-                                  const ifdsweep::WriterSettings& settings,
+                                  ifdsweep::WriteOptions options,
                                   ifdsweep::Colour colour = ifdsweep::Colour::off);
 
 /// The same as a terminal gets it, where most is escaped.

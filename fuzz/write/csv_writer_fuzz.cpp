@@ -107,12 +107,12 @@ std::string tableOf(std::string_view rows) {
     return std::move(sink.text);
 }
 
-std::string written(const ifdsweep::Outcome& outcome, const ifdsweep::WriterSettings& settings) {
+std::string written(const ifdsweep::Outcome& outcome, const ifdsweep::WriteOptions& settings) {
     const std::string text = fuzz::written(ifdsweep::Format::csv, outcome, settings);
     return settings.columns.empty() ? tableOf(text) : text;
 }
 
-void checkOutcome(const ifdsweep::Outcome& outcome, const ifdsweep::WriterSettings& settings) {
+void checkOutcome(const ifdsweep::Outcome& outcome, const ifdsweep::WriteOptions& settings) {
     const std::string table = written(outcome, settings);
     fuzz::require(table == written(outcome, settings), "the same table twice");
     const std::vector<fixture::Row> rows = fixture::rowsOf(table);
@@ -124,10 +124,10 @@ void checkOutcome(const ifdsweep::Outcome& outcome, const ifdsweep::WriterSettin
         const fixture::Row& row = rows[index + 1];
         requireRow(row, rows[0], directories[index], settings.columns.empty());
         fuzz::require(
-            settings.toTerminal || (row[0] == outcome.file && row[1] == directories[index].path),
+            settings.forTerminal || (row[0] == outcome.file && row[1] == directories[index].path),
             "a row tells its file and the way to its directory");
         for (const std::string& cell : row) {
-            if (settings.toTerminal) {
+            if (settings.forTerminal) {
                 fuzz::requireTerminalSafe(cell);
                 fuzz::require(cell.find('\n') == std::string::npos, "a row is a line");
             }
@@ -153,8 +153,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
         checkRows(std::string(rest.begin(), rest.end()));
         return 0;
     }
-    ifdsweep::WriterSettings settings;
-    settings.toTerminal = (choice & 1U) != 0;
+    ifdsweep::WriteOptions settings;
+    settings.forTerminal = (choice & 1U) != 0;
     settings.nestedRows = (choice & 2U) != 0;
     if ((choice & 4U) != 0) {
         settings.columns = {"Width", "Make", "SubIFDs", "Odd \"\xC3\xA9\n", "none"};

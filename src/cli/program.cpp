@@ -37,6 +37,7 @@
 #include "workers/worker.h"
 #include "write/csv_writer.h"
 #include "write/framer.h"
+#include "write/write_options.h"
 
 namespace ifdsweep {
 namespace {
@@ -77,7 +78,7 @@ LateEnding makeLateEnding(const RunOptions& options, const InputFile& file, Colo
     FileTask task(options, output, colour, -1);
     const FileReport report = task.fail(
         file, qxMessage(kTimeoutId, {qxMessageText(secondsText(nanosecondsOf(seconds)))}));
-    Frame frame = frameOf(options.output.format, writerSettings(options.output));
+    Frame frame = frameOf(writeOptions(options.output));
     if (options.output.hasOpenColumns()) {
         frame.head = csvHeader({});  // of the table that the rows would have become
     }

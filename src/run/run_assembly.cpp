@@ -1,4 +1,5 @@
 #include "run/run_assembly.h"
+#include "write/write_options.h"
 
 namespace ifdsweep {
 
@@ -6,7 +7,7 @@ RunAssembly::RunAssembly(const RunOptions& runOptions, RunOutput& runOutput, Jou
                          const Disk& disk)
     : output(runOutput),
       journal(runJournal),
-      framer(output.stream(), frameOf(runOptions.output.format, writerSettings(runOptions.output))),
+      framer(output.stream(), frameOf(writeOptions(runOptions.output))),
       failures(runOptions, journal, disk) {}
 
 void RunAssembly::begin() {

@@ -14,6 +14,7 @@
 #include "read/field_selection.h"
 #include "read/messages.h"
 #include "workers/worker_limits.h"
+#include "write/write_options.h"
 
 namespace ifdsweep {
 
@@ -21,8 +22,7 @@ FileTask::FileTask(const TaskOptions& taskOptions, Output& output, Colour colour
                    int standardInputFile)
     : options(taskOptions),
       standardInput(standardInputFile),
-      writer(makeResultWriter(options.output.format, output, colour,
-                              writerSettings(options.output))) {}
+      writer(makeResultWriter(writeOptions(options.output, colour), output)) {}
 
 void FileTask::setMemory(std::function<std::uint64_t()> limit) {
     // The other half is for the directories while they are read, and for the output.

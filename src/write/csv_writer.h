@@ -18,6 +18,7 @@
 #include <string_view>
 #include <vector>
 
+#include "values/value.h"
 #include "write/result_writer.h"
 
 namespace ifdsweep {
@@ -27,11 +28,11 @@ namespace ifdsweep {
 
 class CsvWriter final : public ResultWriter {
 public:
-    CsvWriter(Output& destination, const WriterSettings& settings)
+    CsvWriter(Output& destination, const WriteOptions& options)
         : ResultWriter(destination),
-          nestedRows(settings.nestedRows),
-          toTerminal(settings.toTerminal),
-          columns(settings.columns),
+          nestedRows(options.nestedRows),
+          toTerminal(options.forTerminal),
+          columns(options.columns),
           rendered(renderedText) {}
 
     [[nodiscard]] bool shows(const Outcome& outcome) const override {

@@ -4,15 +4,15 @@
 
 namespace ifdsweep {
 
-Frame frameOf(Format format, const WriterSettings& settings) {
-    switch (format) {
+Frame frameOf(const WriteOptions& options) {
+    switch (options.format) {
         case Format::json:
-            return settings.layout == JsonLayout::compact ? Frame{"[", "", ",", "]\n"}
-                                                          : Frame{"[", "\n", ",\n", "\n]\n"};
+            return options.layout == JsonLayout::compact ? Frame{"[", "", ",", "]\n"}
+                                                         : Frame{"[", "\n", ",\n", "\n]\n"};
         case Format::text:
             return {"", "", "\n", ""};
         case Format::csv:
-            return {settings.columns.empty() ? "" : csvHeader(settings.columns), "", "", ""};
+            return {options.columns.empty() ? "" : csvHeader(options.columns), "", "", ""};
         case Format::ndjson:
         case Format::typed:
             break;

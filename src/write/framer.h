@@ -11,9 +11,8 @@
 #include <string_view>
 #include <utility>
 
+#include "ifdsweep/write.h"
 #include "io/output.h"
-#include "write/output_choice.h"
-#include "write/writer_settings.h"
 
 namespace ifdsweep {
 
@@ -26,7 +25,7 @@ struct Frame {
 };
 
 /// The frame of a format.
-[[nodiscard]] Frame frameOf(Format format, const WriterSettings& settings = {});
+[[nodiscard]] Frame frameOf(const WriteOptions& options);
 
 class Framer {
 public:

@@ -8,22 +8,22 @@
 
 namespace ifdsweep {
 
-std::unique_ptr<ResultWriter> makeResultWriter(Format format, Output& output, Colour colour,
-                                               const WriterSettings& settings) {
-    output.setForTerminal(settings.toTerminal);
-    switch (format) {
+std::unique_ptr<ResultWriter> makeResultWriter(const WriteOptions& options, Output& output) {
+    output.setForTerminal(options.forTerminal);
+    switch (options.format) {
         case Format::json:
-            return std::make_unique<JsonWriter>(output, settings.layout);
+            return std::make_unique<JsonWriter>(output, options.layout);
         case Format::ndjson:
             return std::make_unique<NdjsonWriter>(output);
         case Format::typed:
             return std::make_unique<TypedWriter>(output);
         case Format::csv:
-            return std::make_unique<CsvWriter>(output, settings);
+            return std::make_unique<CsvWriter>(output, options);
         case Format::text:
             break;
     }
-    return std::make_unique<TextWriter>(output, colour, settings.limits);
+    return std::make_unique<TextWriter>(output, options.colour,
+                                        TextLimits{options.shownElements, options.shownCharacters});
 }
 
 }  // namespace ifdsweep

@@ -8,9 +8,8 @@
 #include <memory>
 
 #include "ifdsweep/read.h"
+#include "ifdsweep/write.h"
 #include "io/output.h"
-#include "write/output_choice.h"
-#include "write/writer_settings.h"
 
 namespace ifdsweep {
 
@@ -32,8 +31,7 @@ protected:
 };
 
 /// The writer of a format.
-[[nodiscard]] std::unique_ptr<ResultWriter> makeResultWriter(Format format, Output& output,
-                                                             Colour colour,
-                                                             const WriterSettings& settings = {});
+[[nodiscard]] std::unique_ptr<ResultWriter> makeResultWriter(const WriteOptions& options,
+                                                             Output& output);
 
 }  // namespace ifdsweep

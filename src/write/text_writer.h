@@ -12,7 +12,9 @@
 #include <string>
 #include <string_view>
 
+#include "values/value.h"
 #include "write/result_writer.h"
+#include "write/text_value.h"
 
 namespace ifdsweep {
 

@@ -6,6 +6,7 @@
 //
 // Ownership: borrows its output. Threads: one at a time.
 
+#include "values/value.h"
 #include "write/result_writer.h"
 
 namespace ifdsweep {

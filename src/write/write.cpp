@@ -10,7 +10,6 @@
 #include "write/framer.h"
 #include "write/result_writer.h"
 #include "write/text_value.h"
-#include "write/writer_settings.h"
 
 namespace ifdsweep {
 
@@ -26,30 +25,19 @@ private:
     WriteSink function;
 };
 
-WriterSettings settingsOf(const WriteOptions& options) {
-    WriterSettings settings;
-    settings.layout = options.layout;
-    settings.limits = {options.shownElements, options.shownCharacters};
-    settings.nestedRows = options.nestedRows;
-    settings.columns = options.columns;
-    settings.toTerminal = options.forTerminal;
-    return settings;
-}
-
 }  // namespace
 
 class Writer::Parts {
 public:
     Parts(const WriteOptions& options, WriteSink sinkFunction)
         : sink(std::move(sinkFunction)), output(sink) {
-        const WriterSettings settings = settingsOf(options);
         // Where the columns are not known before the last outcome, the rows wait in a file.
         if (options.format == Format::csv && options.columns.empty()) {
             rows.emplace(makeTemporaryFile());
         }
         Output& framed = rows ? rows->output : output;
-        framer.emplace(framed, frameOf(options.format, settings));
-        writer = makeResultWriter(options.format, framed, options.colour, settings);
+        framer.emplace(framed, frameOf(options));
+        writer = makeResultWriter(options, framed);
     }
 
     void begin() { framer->begin(); }

@@ -31,20 +31,21 @@ public:
 };
 
 struct Form {
-    ifdsweep::Format format;
-    ifdsweep::WriterSettings settings;
+    ifdsweep::WriteOptions options;
     const char* name;
 };
 
 std::vector<Form> forms() {
-    ifdsweep::WriterSettings everything;
-    everything.limits = {kMostOutput, kMostOutput};
-    ifdsweep::WriterSettings pretty;
+    ifdsweep::WriteOptions everything;
+    everything.format = ifdsweep::Format::text;
+    everything.shownElements = kMostOutput;
+    everything.shownCharacters = kMostOutput;
+    ifdsweep::WriteOptions pretty;
     pretty.layout = ifdsweep::JsonLayout::pretty;
-    return {{ifdsweep::Format::text, everything, "text"},
-            {ifdsweep::Format::json, pretty, "json, pretty"},
-            {ifdsweep::Format::ndjson, {}, "ndjson"},
-            {ifdsweep::Format::typed, {}, "typed"}};
+    return {{everything, "text"},
+            {pretty, "json, pretty"},
+            {{.format = ifdsweep::Format::ndjson}, "ndjson"},
+            {{.format = ifdsweep::Format::typed}, "typed"}};
 }
 
 /// Reads a file and writes it in every form; each must stay below the bound.
@@ -57,8 +58,7 @@ void expectModest(const Bytes& bytes, const std::string& name = "small.tif") {
     for (const Form& form : forms()) {
         CountingSink sink;
         ifdsweep::Output output(sink);
-        ifdsweep::makeResultWriter(form.format, output, ifdsweep::Colour::off, form.settings)
-            ->writeFile(outcome);
+        ifdsweep::makeResultWriter(form.options, output)->writeFile(outcome);
         output.flush();
         EXPECT_LE(sink.count, kMostOutput) << form.name;
     }

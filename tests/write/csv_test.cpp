@@ -51,7 +51,7 @@ protected:
     /// The table of outcomes; without columns, by way of a file.
     static std::string table(const std::vector<ifdsweep::Outcome>& outcomes, bool nestedRows,
                              const std::vector<std::string>& columns) {
-        ifdsweep::WriterSettings settings;
+        ifdsweep::WriteOptions settings;
         settings.nestedRows = nestedRows;
         settings.columns = columns;
         const std::string lines = rendering::written(ifdsweep::Format::csv, outcomes, settings);
@@ -116,9 +116,9 @@ TEST_F(Csv, FileNamesAndColumnsAreQuotedToo) {
 }
 
 TEST_F(Csv, OnATerminalCellsShowWhatTheyHold) {
-    ifdsweep::WriterSettings settings;
+    ifdsweep::WriteOptions settings;
     settings.columns = {"Artist", "Bytes"};
-    settings.toTerminal = true;
+    settings.forTerminal = true;
     ifdsweep::Outcome outcome;
     outcome.file = "a\x1b[2J\n\xFF.tif";
     outcome.result = rendering::records(1, {"Artist", "Bytes"});

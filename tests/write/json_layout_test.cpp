@@ -61,7 +61,7 @@ std::string written(ifdsweep::Format format, int files, ifdsweep::JsonLayout lay
     for (int file = 0; file < files; ++file) {
         outcomes.push_back(outcomeOf("f.tif"));
     }
-    ifdsweep::WriterSettings settings;
+    ifdsweep::WriteOptions settings;
     settings.layout = layout;
     return rendering::written(format, outcomes, settings);
 }

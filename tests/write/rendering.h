@@ -37,11 +37,13 @@ std::string rendered(Append&& append) {
 /// Outcomes of files as a run puts them together.
 template <class Outcomes>
 std::string written(ifdsweep::Format format, const Outcomes& outcomes,
-                    const ifdsweep::WriterSettings& settings = {},
+                    ifdsweep::WriteOptions options = {},
                     ifdsweep::Colour colour = ifdsweep::Colour::off) {
+    options.format = format;
+    options.colour = colour;
     return rendered([&](ifdsweep::Output& output) {
-        const auto writer = ifdsweep::makeResultWriter(format, output, colour, settings);
-        ifdsweep::Framer framer(output, ifdsweep::frameOf(format, settings));
+        const auto writer = ifdsweep::makeResultWriter(options, output);
+        ifdsweep::Framer framer(output, ifdsweep::frameOf(options));
         framer.begin();
         for (const ifdsweep::Outcome& outcome : outcomes) {
             framer.add(writer->shows(outcome), [&] { writer->writeFile(outcome); });

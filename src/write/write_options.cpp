@@ -1,4 +1,4 @@
-#include "write/writer_settings.h"
+#include "write/write_options.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -7,23 +7,25 @@
 
 namespace ifdsweep {
 
-WriterSettings writerSettings(const OutputChoice& choice) {
-    WriterSettings settings;
-    settings.layout = choice.layout;
-    settings.nestedRows = choice.nestedRows;
-    settings.toTerminal = choice.toTerminal;
+WriteOptions writeOptions(const OutputChoice& choice, Colour colour) {
+    WriteOptions options;
+    options.format = choice.format;
+    options.layout = choice.layout;
+    options.colour = colour;
+    options.nestedRows = choice.nestedRows;
+    options.forTerminal = choice.toTerminal;
     for (const ChosenField& field : choice.fields) {
-        settings.columns.push_back(field.name);
+        options.columns.push_back(field.name);
     }
     if (choice.shorten) {
         constexpr std::uint64_t kAll = std::numeric_limits<std::size_t>::max();
         constexpr std::uint64_t kCharactersPerElement = 16;
         const std::uint64_t elements = *choice.shorten == 0 ? kAll : *choice.shorten;
-        settings.limits.elements = elements;
-        settings.limits.characters =
+        options.shownElements = elements;
+        options.shownCharacters =
             std::min(elements, kAll / kCharactersPerElement) * kCharactersPerElement;
     }
-    return settings;
+    return options;
 }
 
 }  // namespace ifdsweep
