@@ -45,16 +45,28 @@ enum class MessageId : std::uint8_t {
     argumentOutOfBounds,
 };
 
+/// The messages that the reading by other rules than the contract's gives beside these (reading.h).
+/// The row of the same position in `kReadingCatalogue` describes it.
+enum class ReadingMessageId : std::uint8_t {
+    directoryCut,
+    pointerHoldsNoOffset,
+    valuesNotLoaded,
+};
+
 /// How a message is given. `both` is a warning in one place and an error in another.
 enum class MessageSeverity : std::uint8_t { error, warning, both };
 
-/// One row of the message catalogue.
-struct MessageRow {
-    MessageId message;
+/// One row of a message catalogue.
+template <class Id>
+struct CatalogueRow {
+    Id message;
     const char* id;              ///< full identifier
     MessageSeverity severity;    ///< how it is given
     std::string_view arguments;  ///< one letter each: 'i' signed 64-bit integer, 't' text
 };
+
+using MessageRow = CatalogueRow<MessageId>;
+using ReadingMessageRow = CatalogueRow<ReadingMessageId>;
 
 // clang-format off
 /// The catalogue: every message with its identifier, severity and argument kinds.
@@ -90,11 +102,23 @@ inline constexpr std::array<MessageRow, 30> kMessageCatalogue{{
     {MessageId::expectedTagDataFormatMultiple,     "Velmora:pixlore:ifdsweep:expectedTagDataFormatMultiple",     MessageSeverity::warning, "ttt"},
     {MessageId::argumentOutOfBounds,               "Velmora:pixlore:validate:argumentOutOfBounds",               MessageSeverity::error,   ""},
 }};
+
+/// The catalogue of the reading's own messages.
+inline constexpr std::array<ReadingMessageRow, 3> kReadingCatalogue{{
+    {ReadingMessageId::directoryCut,         "ifdsweep:directoryCut",         MessageSeverity::warning, "iii"},
+    {ReadingMessageId::pointerHoldsNoOffset, "ifdsweep:pointerHoldsNoOffset", MessageSeverity::warning, "it"},
+    {ReadingMessageId::valuesNotLoaded,      "ifdsweep:valuesNotLoaded",      MessageSeverity::warning, "iit"},
+}};
 // clang-format on
 
 /// The catalogue row of a message.
 constexpr const MessageRow& messageRow(MessageId message) {
     return kMessageCatalogue[static_cast<std::size_t>(message)];
+}
+
+/// The catalogue row of a message of the reading's own.
+constexpr const ReadingMessageRow& messageRow(ReadingMessageId message) {
+    return kReadingCatalogue[static_cast<std::size_t>(message)];
 }
 
 }  // namespace ifdsweep

@@ -18,7 +18,7 @@
 namespace ifdsweep::module {
 
 /// One class per message: it knows its identifier and takes exactly the arguments of its row.
-template <MessageId message>
+template <auto message>
 class Message : public qxMessage {
 public:
     template <class... Arguments>
@@ -67,7 +67,7 @@ public:
 // several times as large.
 
 /// Issues a warning with the arguments of its catalogue row; reading goes on.
-template <MessageId message, class... Arguments>
+template <auto message, class... Arguments>
 [[gnu::noinline]] void warn(Arguments&&... arguments) {
     qxWarningMsgId(Message<message>(std::forward<Arguments>(arguments)...));
 }
