@@ -1,7 +1,8 @@
 #pragma once
 
-// The messages of the catalogue, the two ways in which the module gives one, and the exception that
-// carries recovery inside it. Stateless; any thread.
+// The messages of the catalogues, how an error is raised, and the exception that carries recovery
+// inside the module. Warnings are given by the stream (stream/tiff_stream.h), which knows where.
+// Stateless; any thread.
 
 #include <array>
 #include <cstdint>
@@ -63,16 +64,9 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-// Both have a frame of their own: a message would make the frames of the readers, which recurse,
-// several times as large.
-
-/// Issues a warning with the arguments of its catalogue row; reading goes on.
-template <auto message, class... Arguments>
-[[gnu::noinline]] void warn(Arguments&&... arguments) {
-    qxWarningMsgId(Message<message>(std::forward<Arguments>(arguments)...));
-}
-
-/// Ends the call with an error. Should the host return, the same message is thrown.
+/// Ends the call with an error. Should the host return, the same message is thrown. It has a frame
+/// of its own: a message would make the frames of the readers, which recurse, several times as
+/// large.
 template <MessageId message, class... Arguments>
 [[noreturn, gnu::noinline]] void raise(Arguments&&... arguments) {
     const Message<message> error(std::forward<Arguments>(arguments)...);

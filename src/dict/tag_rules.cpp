@@ -118,10 +118,14 @@ constexpr OrderedMap<std::uint64_t> kComponentCountRules(kOrdered<kComponentCoun
 }  // namespace
 
 void validate_tag_against_number_of_components(unsigned short id, unsigned long count) {
-    const std::uint64_t* required = kComponentCountRules.find(id);
+    const std::uint64_t* required = requiredComponentCount(id);
     if (required != nullptr && *required != count) {
         raise<MessageId::badTagDataCount>(id, search_map(&primaryMap, id), count, *required);
     }
+}
+
+const std::uint64_t* requiredComponentCount(std::uint16_t id) {
+    return kComponentCountRules.find(id);
 }
 
 const FieldTypeRule* fieldTypeRule(std::uint16_t id) {

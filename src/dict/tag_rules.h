@@ -13,6 +13,9 @@ namespace ifdsweep::module {
 /// A wrong count raises the error `badTagDataCount` (id, name, count, required count).
 void validate_tag_against_number_of_components(unsigned short id, unsigned long count);
 
+/// How many components a tag must hold, or null when any number will do; any kind of directory.
+[[nodiscard]] const std::uint64_t* requiredComponentCount(std::uint16_t id);
+
 /// The field types in which a tag may be stored.
 struct FieldTypeRule {
     std::uint32_t accepted;  ///< bit N set: type code N is accepted

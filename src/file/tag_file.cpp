@@ -9,13 +9,14 @@
 namespace ifdsweep::module {
 
 TagFile::TagFile(std::u16string name, std::uint64_t streamOffset, std::uint64_t firstIndex,
-                 std::uint64_t maximumCount)
-    : TiffStream(std::move(name), maximumCount),
+                 std::uint64_t maximumCount, const Reading& reading)
+    : TiffStream(std::move(name), maximumCount, reading),
       initialOffset(streamOffset),
       firstIfdIndex(firstIndex) {
-    setLayout(isJpeg(filename)          ? FileFormat::jpeg
-              : isClassicTiff(filename) ? FileFormat::classicTiff
-                                        : FileFormat::bigTiff);
+    fileFormat = isJpeg(filename)          ? FileFormat::jpeg
+                 : isClassicTiff(filename) ? FileFormat::classicTiff
+                                           : FileFormat::bigTiff;
+    setLayout(fileFormat);
     fileStatus = qxGetFileStatus(filename);
     if (!qxFileExists(filename)) {
         raise<MessageId::statFailure>();
@@ -50,6 +51,7 @@ void TagFile::readThroughTagFile() {
     try {
         readThroughTiffHeader();
         ifdTree = IFDTree(this, primaryIFD);
+        warnOfLongValues();
     } catch (const TiffTagsRecoverableError&) {
         if (ifdTree.size() == 0) {
             raise<MessageId::unableToReadTagData>();

@@ -30,7 +30,7 @@ public:
     /// Opens the file and decides its layout. A path that does not exist raises the error
     /// `statFailure`; what the host raises for one that cannot be opened passes through.
     TagFile(std::u16string name, std::uint64_t streamOffset, std::uint64_t firstIndex,
-            std::uint64_t maximumCount);
+            std::uint64_t maximumCount, const Reading& reading = {});
     TagFile(const TagFile&) = delete;
     TagFile& operator=(const TagFile&) = delete;
     ~TagFile() override;
@@ -78,6 +78,7 @@ private:
         TagFile& file;
     };
 
+    void layOutByVersion();
     void skipDirectories();
     void skipDirectory();
 };

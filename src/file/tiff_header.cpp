@@ -1,5 +1,8 @@
 // The header and the skipping of directories.
 
+#include <algorithm>
+#include <array>
+
 #include "adapter/messages.h"
 #include "file/tag_file.h"
 
@@ -10,6 +13,24 @@ namespace {
 constexpr std::uint32_t kLittleEndianMark = 18761;  // "II"
 constexpr std::uint32_t kBigEndianMark = 19789;     // "MM"
 
+/// A version word whose layout is known.
+struct VersionRow {
+    std::uint16_t version;
+    FileFormat layout;
+};
+
+// clang-format off
+constexpr std::array<VersionRow, 7> kVersions{{
+    {42,     FileFormat::classicTiff},  // TIFF 6.0, section 2
+    {43,     FileFormat::bigTiff},      // BigTIFF
+    {0x0055, FileFormat::classicTiff},  // RW2: the ExifTool documentation of Panasonic raw files
+    {0x4F52, FileFormat::classicTiff},  // ORF, "RO": the ExifTool documentation of Olympus raw files
+    {0x5352, FileFormat::classicTiff},  // ORF, "RS": the same
+    {0x01BC, FileFormat::classicTiff},  // JPEG XR, bytes BC 01: ITU-T T.832, Annex A
+    {0x4352, FileFormat::classicTiff},  // DCP, "RC": the DNG specification, chapter 6
+}};
+// clang-format on
+
 }  // namespace
 
 void TagFile::readThroughTiffHeader() {
@@ -19,7 +40,10 @@ void TagFile::readThroughTiffHeader() {
         raise<MessageId::tiffHeaderReadFailure>();
     }
     tiffVersion = static_cast<std::uint16_t>(unsignedAt(headerVersion.data(), 2));
-    if (fileFormat == FileFormat::bigTiff) {
+    if (rules.headerDecidesLayout) {
+        layOutByVersion();
+    }
+    if (offsetSize == 8) {
         moveForward(4);  // the size of an offset, and a reserved word
     }
     std::uint64_t firstIfd = 0;
@@ -34,6 +58,21 @@ void TagFile::readThroughTiffHeader() {
         raise<MessageId::badTiffHeaderIfdOffset>();
     }
     skipDirectories();
+}
+
+// A word that nobody knows leaves the layout as it was taken to be. A JPEG stays one: what its
+// record shows is another matter than the widths of its stream.
+void TagFile::layOutByVersion() {
+    const auto* row =
+        std::find_if(kVersions.begin(), kVersions.end(),
+                     [this](const VersionRow& known) { return known.version == tiffVersion; });
+    if (row == kVersions.end()) {
+        return;
+    }
+    setLayout(row->layout);
+    if (fileFormat != FileFormat::jpeg) {
+        fileFormat = row->layout;
+    }
 }
 
 void TagFile::readTiffHeaderEndianFormat() {

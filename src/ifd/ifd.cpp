@@ -6,7 +6,9 @@
 #include <utility>
 
 #include "adapter/messages.h"
+#include "dict/data_types.h"
 #include "dict/tag_names.h"
+#include "stream/raw2native.h"
 #include "stream/tiff_stream.h"
 #include "tag/special_tags.h"
 #include "tag/tiff_tag.h"
@@ -23,29 +25,36 @@ constexpr std::size_t kMostRoom = 4 * kMaximumNames;
 
 }  // namespace
 
-bool IFD::process() {
+IFD::Ending IFD::process() {
     ifdOffset = tagFile->position();
     if (tagFile->freadNumDirectoryEntries(numEntries) != 1) {
-        warn<MessageId::numberOfDirectoryEntriesReadError>(ifdOffset);
-        return false;
+        tagFile->warn<MessageId::numberOfDirectoryEntriesReadError>(ifdOffset);
+        return Ending::missing;
     }
     if (numEntries == 0) {
-        warn<MessageId::numDirectoryEntriesIsZero>(ifdOffset);
-        return false;
+        tagFile->warn<MessageId::numDirectoryEntriesIsZero>(ifdOffset);
+        return Ending::missing;
     }
     const Wide size = Wide{numEntries} * tagFile->entrySize;
     entryBytes = lowBits(size);
     if (size > kMaximumApp1Bytes && tagFile->fileFormat == FileFormat::jpeg) {
-        warn<MessageId::jpegApp1MaximumLengthExceeded>(numEntries);
-        throw TiffTagsRecoverableError("IFD::process");
+        tagFile->warn<MessageId::jpegApp1MaximumLengthExceeded>(numEntries);
+        return Ending::tooLarge;
     }
     const std::span<const std::uint8_t> entries = tagFile->readEntries(size);
     if (entries.empty()) {
-        // The number is the directory's own size so far, and one: always 1.
-        raise<MessageId::badIFDread>("IFD #1");
+        return Ending::unreadable;
+    }
+    if (tagFile->report.isOn()) {
+        tagFile->report.directoryBegins(numEntries);
+    }
+    const bool isWhole = entries.size() == size;
+    if (!isWhole) {
+        tagFile->warn<ReadingMessageId::directoryCut>(
+            ifdOffset, entries.size() / tagFile->entrySize, numEntries);
     }
     processIfdTags(entries);
-    return true;
+    return isWhole ? Ending::whole : Ending::cut;
 }
 
 void IFD::processIfdTags(std::span<const std::uint8_t> entries) {
@@ -54,19 +63,18 @@ void IFD::processIfdTags(std::span<const std::uint8_t> entries) {
     std::vector<KnownTag>& room = tagFile->tagBuffers[tagFile->nestingDepth];
     tags.swap(room);
     tags.clear();
+    std::uint64_t position = ifdOffset + tagFile->entryCountSize;
     for (; !entries.empty(); entries = entries.subspan(tagFile->entrySize)) {
         try {
-            TiffTag tag(tagFile, entries.data(), ifdType);
-            if (!tag.isDropped()) {
-                flagDefaultValues(tag);
-                keep(tag);
-            }
+            processEntry(entries.data(), position);
         } catch (const TiffTagsRecoverableError&) {
             // A directory that the entry leads to cannot be: the entry is dropped, and whoever
             // threw has warned.
         }
+        position += tagFile->entrySize;
     }
     if (ifdType == primaryIFD && tagFile->fileFormat != FileFormat::jpeg) {
+        hasMore = hasMore || tagFile->filter != nullptr;
         processRequiredFields();
     }
     std::vector<KnownTag> exact(std::make_move_iterator(tags.begin()),
@@ -79,6 +87,57 @@ void IFD::processIfdTags(std::span<const std::uint8_t> entries) {
     bitsPerSample = std::vector<double>();
 }
 
+void IFD::processEntry(const std::uint8_t* entry, std::uint64_t position) {
+    if (tagFile->filter != nullptr && isPassedOver(entry)) {
+        return;
+    }
+    if (tagFile->report.isOn()) {
+        tagFile->report.standAtEntry(nativeItem<std::uint16_t>(entry, tagFile->needsByteSwap),
+                                     position);
+    }
+    TiffTag tag(tagFile, entry, ifdType);
+    if (tagFile->report.isOn() && !tag.isTold()) {
+        tag.tell(entry, tag.isDropped() ? tagFile->report.lastWarning() : std::string_view());
+    }
+    if (!tag.isDropped()) {
+        flagDefaultValues(tag);
+        keep(tag);
+    }
+}
+
+bool IFD::isAskedFor(std::uint16_t tag) const {
+    return tagFile->filter == nullptr || tagFile->filter->asksFor(directoryKind(ifdType), tag);
+}
+
+// A pointer that was not asked for is followed all the same while nothing else shows whether the
+// directory is kept.
+bool IFD::isPassedOver(const std::uint8_t* entry) {
+    const std::uint16_t tag = nativeItem<std::uint16_t>(entry, tagFile->needsByteSwap);
+    if (isAskedFor(tag)) {
+        return false;
+    }
+    if (const PointerTag* pointer = pointerTag(tag)) {
+        return size() != 0 && !tagFile->filter->asksBelow(directoryKind(pointer->kind));
+    }
+    hasMore = hasMore || wouldBeKept(entry);
+    return true;
+}
+
+// As the decoding of the entry would have it, as far as that does not read the value.
+bool IFD::wouldBeKept(const std::uint8_t* entry) const {
+    const std::uint16_t tag = nativeItem<std::uint16_t>(entry, tagFile->needsByteSwap);
+    const std::uint16_t type = nativeItem<std::uint16_t>(entry + 2, tagFile->needsByteSwap);
+    const std::uint32_t componentWidth = dataTypeWidth(type);
+    const bool isShown = tag != kImageWidth && tag != kImageLength;
+    const bool isNumberOrText = type != TIFF_IFD && type != TIFF_IFD8;
+    if (componentWidth == 0 || !isShown || !(isNumberOrText || tag == kImageSourceData)) {
+        return false;
+    }
+    const Wide size = Wide{tagFile->readTagNumComponents(entry)} * componentWidth;
+    const Wide position = Wide{tagFile->readTagDataOffset(entry)} + tagFile->baseOffset();
+    return size <= tagFile->offsetSize || position + size <= tagFile->fileStatus.fileSize;
+}
+
 void IFD::keep(TiffTag& tag) {
     const std::uint16_t id = tag.getId();
     if (id == kImageWidth || id == kImageLength) {
@@ -87,13 +146,14 @@ void IFD::keep(TiffTag& tag) {
         }
         return;
     }
-    if (isPointerTag(id) && tag.subIfdSize() == 0) {
+    if (isPointerTag(id) && !tag.leadsNowhere && tag.subIfdSize() == 0) {
         return;
     }
-    if (tag.nameRow != TextMap::kNotFound) {
+    if (tag.nameRow != TextMap::kNotFound && !tag.leadsNowhere) {
         tags.push_back({static_cast<std::uint16_t>(tag.nameRow), tag.getQxArray()});
     } else {
-        unknownTags.push_back({id, tag.dataOffset, tag.getQxArrayUnknown()});
+        unknownTags.push_back(
+            {id, tag.dataOffset, tag.isTooLong ? OwnedValue() : tag.getQxArrayUnknown()});
     }
 }
 

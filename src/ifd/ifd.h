@@ -34,14 +34,24 @@ class IFD {
 public:
     IFD(TiffStream* file, IFDtype_t_ kind) : tagFile(file), ifdType(kind) {}
 
-    /// Reads the directory at the stream's position. False when the chain ends here without it:
-    /// it has no readable entry count (warned `numberOfDirectoryEntriesReadError`) or no entries
-    /// (`numDirectoryEntriesIsZero`). Throws `TiffTagsRecoverableError` when it is too large for a
-    /// JPEG (`jpegApp1MaximumLengthExceeded`); a table that ends early is the error `badIFDread`.
-    [[nodiscard]] bool process();
+    /// What became of a directory. The chain goes on after a whole one alone.
+    enum class Ending : std::uint8_t {
+        whole,
+        cut,         ///< the file ends inside the table; warned `directoryCut`
+        missing,     ///< no readable entry count (`numberOfDirectoryEntriesReadError`), or no
+                     ///< entries (`numDirectoryEntriesIsZero`)
+        tooLarge,    ///< for the segment of a JPEG; warned `jpegApp1MaximumLengthExceeded`
+        unreadable,  ///< the file ends before a whole entry; nothing was said
+    };
 
-    /// The number of fields that the directory contributes.
-    [[nodiscard]] std::size_t size() const { return tags.size() + (unknownTags.empty() ? 0U : 1U); }
+    /// Reads the directory at the stream's position.
+    [[nodiscard]] Ending process();
+
+    /// The number of fields that the directory contributes, one more for all that were passed over
+    /// because they were not asked for.
+    [[nodiscard]] std::size_t size() const {
+        return tags.size() + (unknownTags.empty() ? 0U : 1U) + (hasMore ? 1U : 0U);
+    }
 
     /// Sets "ColorType" of one element: a name, or the number of an unlisted interpretation.
     void setColorType(qxArray* records, std::size_t index) const;
@@ -66,12 +76,18 @@ public:
     std::vector<double> bitsPerSample;  ///< empty again once the directory is read
     double bitDepth = 0;                ///< their sum
     std::uint64_t samplesPerPixel = 1;  ///< the number of values of tag 277
+    bool hasMore = false;               ///< has something to show that was not asked for
 
 private:
     void processIfdTags(std::span<const std::uint8_t> entries);
+    void processEntry(const std::uint8_t* entry, std::uint64_t position);
+    [[nodiscard]] bool isAskedFor(std::uint16_t tag) const;
+    [[nodiscard]] bool isPassedOver(const std::uint8_t* entry);
+    [[nodiscard]] bool wouldBeKept(const std::uint8_t* entry) const;
     void flagDefaultValues(const TiffTag& tag);
     void keep(TiffTag& tag);
     void processRequiredFields();
+    void keepDefault(TiffTag& tag);
 };
 
 }  // namespace ifdsweep::module

@@ -10,45 +10,88 @@ IFDTree::IFDTree(TiffStream* file, IFDtype_t_ kind) : tagFile(file), ifdType(kin
 }
 
 void IFDTree::processIfdSet() {
+    const WalkReport::Chain chain(tagFile->report);
+    DirectoryFacts facts{};
+    if (tagFile->report.isOn()) {
+        facts = tagFile->report.nextDirectory(directoryKind(ifdType));
+    }
     for (;;) {
         const std::uint64_t start = tagFile->position();
+        if (tagFile->report.isOn()) {
+            facts.index = size();
+            facts.position = start;
+            facts.entryCount = 0;
+            tagFile->report.standAt(facts, start);
+        }
         // In its place at once, not on the stack: trees nest.
         IFD& ifd = ifds.emplace_back(tagFile, ifdType);
-        if (!ifd.process()) {
+        const IFD::Ending ending = ifd.process();
+        if (ending != IFD::Ending::whole && ending != IFD::Ending::cut) {
             ifds.pop_back();
+            endWithout(ending);
             return;
         }
         const Wide nextField = Wide{start} + tagFile->entryCountSize + ifd.entryBytes;
+        if (tagFile->report.isOn()) {
+            tagFile->report.directoryEnds(ifd.size() != 0);
+            tagFile->report.standAt(facts, lowBits(nextField));
+        }
         if (ifd.size() == 0) {
             ifds.pop_back();
         } else {
             addNames(ifd);
         }
         // Only primary chains and SubIFDs go on to a next directory.
-        if (ifdType != primaryIFD) {
+        if (ending == IFD::Ending::cut || ifdType != primaryIFD) {
             return;
         }
         if (tagFile->maxIfdCount != 0 && tagFile->maxIfdCount == size()) {
             return;
         }
-        if (!tagFile->seekTo(nextField)) {
-            warn<MessageId::badNextIfdPointerSeek>();
-            return;
-        }
-        const std::uint64_t next = readNextIfdOffset();
-        if (next == 0) {
-            return;
-        }
-        const Wide target = Wide{next} + tagFile->baseOffset();
-        if (target >= tagFile->fileStatus.fileSize) {
-            warn<MessageId::nextIfdPointerOutOfRange>(lowBits(target));
-            return;
-        }
-        if (!tagFile->seekTo(target)) {
-            warn<MessageId::badNextIfdPointerSeek>();
+        if (!seekToNext(nextField)) {
             return;
         }
     }
+}
+
+/// Ends the chain at a directory that could not be read. Where nothing was read before it, that is
+/// an error whatever the rules.
+void IFDTree::endWithout(IFD::Ending ending) {
+    const bool hasRead = tagFile->nestingDepth > 0 || size() > 0;
+    if (ending == IFD::Ending::tooLarge) {
+        if (!(tagFile->rules.segmentLimitEndsChain && hasRead)) {
+            throw TiffTagsRecoverableError("IFD::process");
+        }
+    } else if (ending == IFD::Ending::unreadable) {
+        // The number is the directory's own size so far, and one: always 1.
+        constexpr const char* kName = "IFD #1";
+        if (!(tagFile->rules.damageStaysInside && hasRead)) {
+            raise<MessageId::badIFDread>(kName);
+        }
+        tagFile->warn<MessageId::badIFDread>(kName);
+    }
+}
+
+/// Moves to the next directory; false at the end of the chain, and where it breaks off.
+bool IFDTree::seekToNext(Wide nextField) {
+    if (!tagFile->seekTo(nextField)) {
+        tagFile->warn<MessageId::badNextIfdPointerSeek>();
+        return false;
+    }
+    const std::uint64_t next = readNextIfdOffset();
+    if (next == 0) {
+        return false;
+    }
+    const Wide target = Wide{next} + tagFile->baseOffset();
+    if (target >= tagFile->fileStatus.fileSize) {
+        tagFile->warn<MessageId::nextIfdPointerOutOfRange>(lowBits(target));
+        return false;
+    }
+    if (!tagFile->seekTo(target)) {
+        tagFile->warn<MessageId::badNextIfdPointerSeek>();
+        return false;
+    }
+    return true;
 }
 
 void IFDTree::addNames(const IFD& ifd) {
@@ -56,13 +99,14 @@ void IFDTree::addNames(const IFD& ifd) {
         tagNames.add(tag.row);
     }
     hasUnknownTags = hasUnknownTags || !ifd.unknownTags.empty();
+    hasMore = hasMore || ifd.hasMore;
 }
 
 std::uint64_t IFDTree::readNextIfdOffset() {
     const std::uint64_t position = tagFile->position();
     std::uint64_t next = 0;
     if (tagFile->freadNextIfdOffset(next) != 1) {
-        warn<MessageId::nextIfdOffsetReadError>(position);
+        tagFile->warn<MessageId::nextIfdOffsetReadError>(position);
         return 0;
     }
     return next;

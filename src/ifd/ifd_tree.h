@@ -14,6 +14,7 @@
 #include "dict/ifd_type.h"
 #include "dict/row_set.h"
 #include "ifd/ifd.h"
+#include "stream/wide.h"
 
 namespace ifdsweep::module {
 
@@ -26,7 +27,9 @@ public:
 
     /// Reads the chain that begins at the stream's position. Damage that ends the chain warns
     /// (`badNextIfdPointerSeek`, `nextIfdPointerOutOfRange`, `nextIfdOffsetReadError`) and keeps
-    /// what was read; other exceptions leave the constructor, and the chain is lost.
+    /// what was read; so does, if the rules say so, a directory that is too large for its segment
+    /// or cannot be read. Otherwise `TiffTagsRecoverableError` or the error `badIFDread` leaves the
+    /// constructor, and the chain is lost.
     IFDTree(TiffStream* file, IFDtype_t_ kind);
 
     /// The number of directories.
@@ -38,6 +41,8 @@ public:
 
 private:
     void processIfdSet();
+    void endWithout(IFD::Ending ending);
+    [[nodiscard]] bool seekToNext(Wide nextField);
     void addNames(const IFD& ifd);
     [[nodiscard]] std::uint64_t readNextIfdOffset();
     [[nodiscard]] std::vector<const char*> fieldNames() const;
@@ -50,6 +55,7 @@ private:
     std::deque<IFD> ifds;  // in the order read; never moved, there can be millions
     RowSet tagNames;       // rows of the kind's dictionary: names that occur
     bool hasUnknownTags = false;
+    bool hasMore = false;  // in some directory, something that was not asked for
 };
 
 }  // namespace ifdsweep::module

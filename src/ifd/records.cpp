@@ -40,7 +40,7 @@ OwnedValue formatSignature(const TiffStream& file) {
 }  // namespace
 
 OwnedValue IFDTree::repackageIfds() {
-    if (tagNames.empty() && !hasUnknownTags) {
+    if (tagNames.empty() && !hasUnknownTags && !hasMore) {
         return makeEmptyDouble();
     }
     const std::vector<const char*> names = fieldNames();
@@ -90,7 +90,10 @@ void IFDTree::setDefaultQxFields(qxArray* records) {
     const std::string& date = tagFile->modificationDate();
     if (date.empty() && tagFile->nestingDepth == 0) {
         // Nested records are made while the file is read; the error waits until that is done.
-        raise<MessageId::strftimeFailure>();
+        if (!tagFile->rules.damageStaysInside) {
+            raise<MessageId::strftimeFailure>();
+        }
+        tagFile->warn<MessageId::strftimeFailure>();
     }
     const bool isJpeg = tagFile->fileFormat == FileFormat::jpeg;
     const char* format = formatName(tagFile->fileFormat);

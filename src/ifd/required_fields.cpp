@@ -2,10 +2,13 @@
 
 #include "dict/required_fields.h"
 
+#include <algorithm>
+
 #include "adapter/messages.h"
 #include "dict/number_conversion.h"
 #include "dict/value_names.h"
 #include "ifd/ifd.h"
+#include "stream/tiff_stream.h"
 #include "tag/special_tags.h"
 #include "tag/tiff_tag.h"
 
@@ -31,7 +34,8 @@ void IFD::flagDefaultValues(const TiffTag& tag) {
             bitsPerSample = copyOf(tag.numericValues);
             break;
         case kSamplesPerPixel:
-            samplesPerPixel = tag.numericValues.size();
+            // One is right; of more, which are damage, the first counts.
+            samplesPerPixel = std::min<std::size_t>(tag.numericValues.size(), 1);
             break;
         case kPhotometricInterpretation:
             if (!tag.numericValues.empty()) {
@@ -45,32 +49,39 @@ void IFD::flagDefaultValues(const TiffTag& tag) {
 
 void IFD::processRequiredFields() {
     for (std::size_t row = 0; row < kRequiredFields.size(); ++row) {
-        if ((requiredFieldFlags >> row & 1U) != 0) {
+        const RequiredField& field = kRequiredFields[row];
+        if ((requiredFieldFlags >> row & 1U) != 0 || !isAskedFor(field.id)) {
             continue;
         }
-        const RequiredField& field = kRequiredFields[row];
         // A field without a value is empty as it is.
         switch (field.kind) {
             case DefaultValue::empty:
                 break;
             case DefaultValue::number: {
                 TiffTag tag(field.id, ifdType);
-                keep(tag);
+                keepDefault(tag);
                 break;
             }
             case DefaultValue::onePerSample: {
                 bitsPerSample.insert(bitsPerSample.end(), samplesPerPixel, 1.0);
                 TiffTag tag(int{field.id}, ifdType, samplesPerPixel);
-                keep(tag);
+                keepDefault(tag);
                 break;
             }
             case DefaultValue::fromBits: {
                 TiffTag tag(field.id, ifdType, bitsPerSample);
-                keep(tag);
+                keepDefault(tag);
                 break;
             }
         }
     }
+}
+
+void IFD::keepDefault(TiffTag& tag) {
+    if (tagFile->report.isOn()) {
+        tag.tellDefault(*tagFile);
+    }
+    keep(tag);
 }
 
 void IFD::setColorType(qxArray* records, std::size_t index) const {

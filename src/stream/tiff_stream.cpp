@@ -1,5 +1,6 @@
 #include "stream/tiff_stream.h"
 
+#include <algorithm>
 #include <array>
 #include <limits>
 
@@ -23,7 +24,6 @@ constexpr Layout kBigLayout{20, 8, 8, 12};
 
 void TiffStream::setLayout(FileFormat format) {
     const Layout& layout = format == FileFormat::bigTiff ? kBigLayout : kClassicLayout;
-    fileFormat = format;
     entrySize = layout.entrySize;
     entryCountSize = layout.entryCountSize;
     offsetSize = layout.offsetSize;
@@ -78,11 +78,44 @@ std::span<const std::uint8_t> TiffStream::readEntries(Wide size) {
     // Every table of classic TIFF is smaller. It is tried even if it seems to reach past the end:
     // the file may have grown since it was looked at.
     constexpr Wide kAlwaysTried = Wide{1} << 20;
+    Wide readable = size;
     if (size > kAlwaysTried && position() + size > fileStatus.fileSize) {
-        return {};
+        if (!rules.cutTablesAreRead) {
+            return {};
+        }
+        const std::uint64_t start = std::min(position(), fileStatus.fileSize);
+        readable = std::min(size, std::max(kAlwaysTried, Wide{fileStatus.fileSize - start}));
     }
-    const std::span<std::uint8_t> bytes = entryBuffers[nestingDepth].take(lowBits(size));
-    return read(bytes.data(), 1, bytes.size()) == bytes.size() ? bytes : std::span<std::uint8_t>();
+    const std::span<std::uint8_t> bytes = entryBuffers[nestingDepth].take(lowBits(readable));
+    const std::size_t count = read(bytes.data(), 1, bytes.size());
+    if (count == size) {
+        return bytes;
+    }
+    return bytes.first(rules.cutTablesAreRead ? count - count % entrySize : 0);
+}
+
+void TiffStream::give(const qxMessage& warning) {
+    qxWarningMsgId(warning);
+    if (report.isOn()) {
+        report.warned(warning);
+    }
+}
+
+void TiffStream::passOver(const char* name, std::uint16_t tag) {
+    constexpr std::uint64_t kNamed = 8;
+    if (longValues < kNamed) {
+        longValueNames.append(longValues == 0 ? "" : ", ");
+        longValueNames.append(*name != '\0' ? name : std::to_string(tag));
+    } else if (longValues == kNamed) {
+        longValueNames.append(", ...");
+    }
+    ++longValues;
+}
+
+void TiffStream::warnOfLongValues() {
+    if (longValues != 0) {
+        warn<ReadingMessageId::valuesNotLoaded>(longValues, longestValue, longValueNames);
+    }
 }
 
 bool TiffStream::seekTo(Wide target) {

@@ -18,10 +18,13 @@
 #include <utility>
 #include <vector>
 
+#include "adapter/messages.h"
 #include "adapter/values.h"
 #include "dict/ifd_type.h"
+#include "ifdsweep/reading.h"
 #include "stream/known_tag.h"
 #include "stream/scratch_buffer.h"
+#include "stream/walk_report.h"
 #include "stream/wide.h"
 
 namespace ifdsweep::module {
@@ -61,8 +64,9 @@ public:
     /// Reads up to `itemCount` items; returns how many were read in full.
     [[nodiscard]] std::size_t read(void* out, std::size_t itemSize, std::size_t itemCount);
 
-    /// Reads the entries of a directory, so many bytes, into the buffer of this level of nesting;
-    /// empty when the file ends before them. No memory is taken for what the file cannot hold.
+    /// Reads the entries of a directory, so many bytes, into the buffer of this level of nesting.
+    /// When the file ends before them: the whole entries before its end if the rules read cut
+    /// tables, nothing otherwise. No memory is taken for what the file cannot hold.
     [[nodiscard]] std::span<const std::uint8_t> readEntries(Wide size);
 
     /// Moves to a position from the start of the file. False when there is no such position or
@@ -82,11 +86,30 @@ public:
     /// be formatted.
     [[nodiscard]] const std::string& modificationDate();
 
+    /// Gives a warning with the arguments of its catalogue row, and tells the sink where; reading
+    /// goes on. It has a frame of its own: a message would make the frames of the readers, which
+    /// recurse, several times as large.
+    template <auto message, class... Arguments>
+    [[gnu::noinline]] void warn(Arguments&&... arguments) {
+        give(Message<message>(std::forward<Arguments>(arguments)...));
+    }
+
+    /// Keeps account of a value that is too long to be loaded.
+    void passOver(const char* name, std::uint16_t tag);
+
+    /// Warns `valuesNotLoaded` when there were such values.
+    void warnOfLongValues();
+
     struct StreamCloser {
         void operator()(std::FILE* stream) const noexcept { std::fclose(stream); }
     };
 
     using Stream = std::unique_ptr<std::FILE, StreamCloser>;
+
+    const ReadingRules rules;
+    const TagFilter* filter;  ///< not owned; null: everything is read
+    const std::uint64_t longestValue;
+    WalkReport report;
 
     FileFormat fileFormat = FileFormat::bigTiff;
     qxFileStatus fileStatus;
@@ -112,9 +135,15 @@ public:
 
 protected:
     /// Nothing is opened yet.
-    TiffStream(std::u16string name, std::uint64_t maximumCount)
-        : filename(std::move(name)), maxIfdCount(maximumCount) {}
+    TiffStream(std::u16string name, std::uint64_t maximumCount, const Reading& reading)
+        : rules(reading.rules),
+          filter(reading.filter),
+          longestValue(reading.longestValue),
+          report(reading.sink),
+          filename(std::move(name)),
+          maxIfdCount(maximumCount) {}
 
+    /// Sets the widths of classic TIFF or BigTIFF; a JPEG has those of classic TIFF.
     void setLayout(FileFormat format);
     [[nodiscard]] std::uint64_t unsignedAt(const std::uint8_t* bytes, std::size_t width) const;
     bool moveForward(Wide distance);
@@ -122,10 +151,13 @@ protected:
 private:
     [[nodiscard]] std::size_t readUnsigned(std::size_t width, std::uint64_t& out);
     bool readOver(Wide byteCount);
+    void give(const qxMessage& warning);
 
     /// Where the stream is; unknown after a read that came short.
     std::optional<std::uint64_t> knownPosition = 0;
     std::optional<std::string> formattedDate;
+    std::uint64_t longValues = 0;  ///< that were not loaded
+    std::string longValueNames;    ///< of the first of them
 };
 
 }  // namespace ifdsweep::module

@@ -50,6 +50,8 @@ auto withReader(TIFFDataType type, Use use) {
             return use(Plain<std::uint32_t>());
         case TIFF_LONG8:
             return use(Plain<std::uint64_t>());
+        case TIFF_SLONG8:
+            return use(Plain<std::int64_t>());
         case TIFF_SBYTE:
             return use(Plain<std::int8_t>());
         case TIFF_SSHORT:

@@ -3,8 +3,9 @@
 #include <algorithm>
 #include <cstring>
 #include <utility>
+#include <vector>
 
-#include "adapter/messages.h"
+#include "dict/data_types.h"
 #include "stream/tiff_stream.h"
 #include "tag/special_tags.h"
 #include "tag/tiff_tag.h"
@@ -20,29 +21,83 @@ const char* kindText(IFDtype_t_ kind) {
     return row->kindName;
 }
 
-/// The offsets that a pointer tag holds: one from each 4-byte slot that begins inside its data,
-/// whatever the field type. A slot that reaches past the end is padded with zero bytes.
-std::vector<std::uint32_t> readOffsets(std::span<const std::uint8_t> data, std::uint64_t count) {
-    const std::size_t slots = (data.size() + 3) / 4;
-    std::vector<std::uint32_t> offsets(std::min<std::uint64_t>(count, slots), 0);
-    if (!offsets.empty()) {
-        std::memcpy(offsets.data(), data.data(), std::min(data.size(), 4 * offsets.size()));
+/// The offsets that a pointer tag holds, one from each slot that begins inside its data. A slot
+/// that reaches past the end is padded with zero bytes.
+class Offsets {
+public:
+    /// @param count    of components
+    /// @param slotSize bytes of an offset, 8 at most
+    Offsets(std::span<const std::uint8_t> data, std::uint64_t count, std::size_t slotSize)
+        : bytes(data.begin(), data.end()), size(slotSize) {
+        slots = std::min<std::uint64_t>(count, (data.size() + slotSize - 1) / slotSize);
     }
-    return offsets;
+
+    [[nodiscard]] std::size_t count() const { return slots; }
+
+    [[nodiscard]] std::uint64_t operator[](std::size_t slot) const {
+        std::uint64_t offset = 0;  // the machine is little-endian: the low bytes come first
+        std::memcpy(&offset, bytes.data() + slot * size,
+                    std::min(size, bytes.size() - slot * size));
+        return offset;
+    }
+
+private:
+    std::vector<std::uint8_t> bytes;  // copied: nested tags use the same data buffer
+    std::size_t size;
+    std::size_t slots;
+};
+
+/// Bytes of an offset of a pointer tag. Raw bytes hold them in 4-byte slots, and by the contract so
+/// does every type.
+std::size_t offsetSize(const ReadingRules& rules, std::uint32_t dataType) {
+    switch (dataType) {
+        case TIFF_SHORT:
+        case TIFF_SSHORT:
+        case TIFF_LONG8:
+        case TIFF_SLONG8:
+        case TIFF_IFD8:
+            return rules.wholeIntegers ? dataTypeWidth(dataType) : 4;
+        default:
+            return 4;
+    }
 }
 
 }  // namespace
 
-bool TiffTag::processSubIfds(IFDtype_t_ chainKind) {
-    const std::uint64_t position = tagFile->position();
-    // Copied: nested tags use the same data buffer.
-    for (const std::uint32_t offset : readOffsets(rawData, componentCount)) {
-        if (!processSubIfd(offset, chainKind)) {
-            return false;
-        }
+bool TiffTag::holdsOffsets() const {
+    switch (dataType) {
+        case TIFF_ASCII:
+        case TIFF_RATIONAL:
+        case TIFF_SRATIONAL:
+        case TIFF_FLOAT:
+        case TIFF_DOUBLE:
+            return !tagFile->rules.wholeIntegers || componentCount == 0;
+        default:
+            return true;
     }
-    tagFile->seekTo(position);
-    return true;
+}
+
+bool TiffTag::processSubIfds(IFDtype_t_ chainKind) {
+    if (tagFile->report.isOn() && mayNest()) {
+        tell(rawEntry, {});  // before what it leads to
+    }
+    // Under a pointer that is asked for itself, everything is.
+    const TagFilter* filter = tagFile->filter;
+    if (filter != nullptr && filter->asksFor(directoryKind(ifdType), tagId)) {
+        tagFile->filter = nullptr;
+    }
+    const std::uint64_t position = tagFile->position();
+    const Offsets offsets(rawData, componentCount, offsetSize(tagFile->rules, dataType));
+    bool isWhole = true;
+    for (std::size_t slot = 0; slot < offsets.count() && isWhole; ++slot) {
+        isWhole = processSubIfd(offsets[slot], chainKind) ||
+                  (tagFile->rules.damageStaysInside && mayNest());
+    }
+    tagFile->filter = filter;
+    if (isWhole) {
+        tagFile->seekTo(position);
+    }
+    return isWhole;
 }
 
 bool TiffTag::processSubIfd(std::uint64_t offset, IFDtype_t_ chainKind) {
@@ -56,15 +111,22 @@ bool TiffTag::processSubIfd(std::uint64_t offset, IFDtype_t_ chainKind) {
     }
     // All chains of a SubIFDs tag are shown, of the other pointers the first one.
     const bool isShown = tagId == kSubIfds || subIfds.empty();
+    if (tagFile->report.isOn()) {
+        tagFile->report.pointAt(tagId, tagName, subIfds.size());
+    }
     if (OwnedValue records = tagFile->readChain(chainKind, isShown)) {
         subIfds.push_back(std::move(records));
     }
     return true;
 }
 
-bool TiffTag::checkThatProposedNewSubIfdIsLegal() const {
+bool TiffTag::mayNest() const {
     const bool mayPoint = ifdType == primaryIFD || ifdType == exifIFD;
-    if (mayPoint && tagFile->nestingDepth < TiffStream::kMaximumNesting) {
+    return mayPoint && tagFile->nestingDepth < TiffStream::kMaximumNesting;
+}
+
+bool TiffTag::checkThatProposedNewSubIfdIsLegal() const {
+    if (mayNest()) {
         return true;
     }
     warn<MessageId::illegallyNestedIFD>(tagId, kindText(ifdType));

@@ -2,6 +2,7 @@
 
 #include "adapter/messages.h"
 #include "dict/data_types.h"
+#include "stream/tiff_stream.h"
 #include "tag/special_tags.h"
 #include "tag/tiff_tag.h"
 
@@ -30,8 +31,10 @@ bool TiffTag::processNormalTagData() {
             setNumbers(static_cast<TIFFDataType>(dataType));
             break;
         case TIFF_SLONG8:
-            // Read as 32-bit numbers from the first half of the data, swapped as 64-bit items.
-            setNumbers(TIFF_SLONG);
+            // By the contract, read as 32-bit numbers from the first half of the data, swapped as
+            // 64-bit items.
+            setNumbers(tagFile != nullptr && tagFile->rules.wholeIntegers ? TIFF_SLONG8
+                                                                          : TIFF_SLONG);
             break;
         case TIFF_RATIONAL:
             processTiffTagRational();

@@ -5,6 +5,7 @@
 #include "adapter/messages.h"
 #include "dict/number_conversion.h"
 #include "dict/value_names.h"
+#include "tag/special_tags.h"
 #include "tag/tiff_tag.h"
 
 namespace ifdsweep::module {
@@ -16,8 +17,8 @@ struct TiffTag::Decoders {
         {270, &TiffTag::processImageDescription},
         {290, &TiffTag::processGrayResponseUnit},
         {296, &TiffTag::processResolutionUnit},
-        {700, &TiffTag::processXMP},
-        {34675, &TiffTag::processICCProfile},
+        {kXmp, &TiffTag::processXMP},
+        {kIccProfile, &TiffTag::processICCProfile},
     };
     // clang-format on
     static constexpr OrderedMap<void (TiffTag::*)()> kById{kOrdered<kRows>};

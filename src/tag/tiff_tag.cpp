@@ -18,7 +18,10 @@
 namespace ifdsweep::module {
 
 TiffTag::TiffTag(TiffStream* file, const std::uint8_t* entry, IFDtype_t_ kind)
-    : tagFile(file), tagId(nativeItem<std::uint16_t>(entry, file->needsByteSwap)), ifdType(kind) {
+    : tagFile(file),
+      tagId(nativeItem<std::uint16_t>(entry, file->needsByteSwap)),
+      ifdType(kind),
+      rawEntry(entry) {
     setTagName();
     dropped = !decode(entry);
 }
@@ -38,7 +41,7 @@ bool TiffTag::decode(const std::uint8_t* entry) {
     if (componentCount == 0) {
         warn<MessageId::zeroComponentCount>(tagName);
     }
-    validate_tag_against_number_of_components(tagId, componentCount);
+    validateCount();
     return setTagDataOffset(entry, width) && processGenericTag();
 }
 
@@ -94,6 +97,12 @@ bool TiffTag::setTagDataOffset(const std::uint8_t* entry, std::uint32_t width) {
     if (size > tagFile->offsetSize) {
         dataOffset = tagFile->readTagDataOffset(entry);
         const Wide position = Wide{dataOffset} + tagFile->baseOffset();
+        if (size > tagFile->longestValue && mayBeLong() &&
+            position + size <= tagFile->fileStatus.fileSize) {
+            isTooLong = true;
+            tagFile->passOver(tagName, tagId);
+            return true;
+        }
         if (!tagFile->seekToData(position)) {
             warn<MessageId::badTagDataOffsetSeek>(tagId);
             return false;
@@ -113,11 +122,31 @@ bool TiffTag::setTagDataOffset(const std::uint8_t* entry, std::uint32_t width) {
         rawData = std::span(inlineData.data(), dataSize);
     }
     raw2native(rawData.data(), itemSize, lowBits(itemCount), tagFile->needsByteSwap);
+    isLoaded = true;
     return true;
+}
+
+// What the derived fields are made of is read whatever its length, and so is the way on.
+bool TiffTag::mayBeLong() const {
+    return !isPointerTag(tagId) && tagId != kImageWidth && tagId != kImageLength &&
+           tagId != kBitsPerSample && tagId != kPhotometricInterpretation &&
+           tagId != kSamplesPerPixel;
 }
 
 std::string TiffTag::label() const {
     return *tagName != '\0' ? tagName : std::to_string(tagId);
+}
+
+void TiffTag::validateCount() const {
+    if (!tagFile->rules.wrongCountWarns) {
+        validate_tag_against_number_of_components(tagId, componentCount);
+        return;
+    }
+    const std::uint64_t* required = requiredComponentCount(tagId);
+    if (required != nullptr && *required != componentCount) {
+        warn<MessageId::badTagDataCount>(tagId, search_map(&primaryMap, tagId), componentCount,
+                                         *required);
+    }
 }
 
 void TiffTag::validateTag() const {
@@ -136,7 +165,20 @@ void TiffTag::validateTag() const {
 bool TiffTag::processGenericTag() {
     validateTag();
     if (const PointerTag* pointer = pointerTag(tagId)) {
-        return processSubIfds(pointer->kind);
+        if (holdsOffsets()) {
+            return processSubIfds(pointer->kind);
+        }
+        leadsNowhere = true;
+        warn<ReadingMessageId::pointerHoldsNoOffset>(
+            tagId, get_datatype_name(static_cast<TIFFDataType>(dataType)));
+        return processNormalTagData();
+    }
+    if (isTooLong) {
+        // Where a profile lies is known without it.
+        if (tagId == kIccProfile) {
+            processSpecificTag();
+        }
+        return true;
     }
     if (!processNormalTagData()) {
         return false;

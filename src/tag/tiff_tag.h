@@ -8,7 +8,8 @@
 // way from the file to the host's value. Texts of names are the constant tables' own. One thread.
 //
 // Members are defined in tiff_tag.cpp (decoding), tag_data.cpp (data by field type), tag_values.cpp
-// (names and special treatments), sub_ifds.cpp (pointers) and tag_export.cpp (host values).
+// (names and special treatments), sub_ifds.cpp (pointers), tag_export.cpp (host values) and
+// tag_facts.cpp (what the sink is told).
 
 #include <array>
 #include <cstddef>
@@ -16,16 +17,16 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "adapter/values.h"
 #include "dict/ifd_type.h"
 #include "dict/ordered_map.h"
+#include "stream/tiff_stream.h"
 #include "tag/numeric_values.h"
 
 namespace ifdsweep::module {
-
-class TiffStream;
 
 class TiffTag {
 public:
@@ -82,6 +83,20 @@ public:
     /// The value of an unknown tag: its text up to the first NUL, or a double row.
     [[nodiscard]] OwnedValue getQxArrayUnknown() const;
 
+    /// Tells the sink of the entry, at which the walk stands. Only when the report is on.
+    /// @param entry     in file byte order
+    /// @param droppedBy full id of the warning; empty when the entry is kept
+    void tell(const std::uint8_t* entry, std::string_view droppedBy);
+
+    /// Tells the sink of a default.
+    void tellDefault(TiffStream& file) const;
+
+    /// Whether the sink was told already, before what a pointer leads to.
+    [[nodiscard]] bool isTold() const { return told; }
+
+    /// Checks the component count by the tag's rule; by the contract's a wrong one is an error.
+    void validateCount() const;
+
     /// Checks the field type by the tag's rule; a type that is not accepted warns
     /// `expectedTagDataFormat` or `expectedTagDataFormatMultiple` (name, actual, expected).
     void validateTag() const;
@@ -111,6 +126,9 @@ public:
     std::uint64_t dataOffset = 0;  ///< from the TIFF header; 0 when inline
     bool isDefault = false;
     std::uint64_t dataSize = 0;       ///< bytes
+    bool isLoaded = false;            ///< `rawData` holds the value
+    bool isTooLong = false;           ///< longer than what is asked for, and not loaded
+    bool leadsNowhere = false;        ///< a pointer tag of a type that holds no offsets
     IFDtype_t_ ifdType = primaryIFD;  ///< kind of the directory that holds the tag
     /// Row of the name in the dictionary of the kind; `TextMap::kNotFound` when it has none.
     std::size_t nameRow = TextMap::kNotFound;
@@ -119,14 +137,28 @@ public:
     std::vector<OwnedValue> subIfds;  ///< records of the chains that are shown
 
 private:
+    /// Gives a warning about the entry; one about a default has no place in the file.
+    template <auto message, class... Arguments>
+    [[gnu::noinline]] void warn(Arguments&&... arguments) const {
+        if (tagFile != nullptr) {
+            tagFile->warn<message>(std::forward<Arguments>(arguments)...);
+        } else {
+            qxWarningMsgId(Message<message>(std::forward<Arguments>(arguments)...));
+        }
+    }
+
     void setTagName();
+    [[nodiscard]] std::string_view readableName() const;
     [[nodiscard]] std::string label() const;
 
     // Steps of the decoding; false when the entry must be dropped and its warning has been given.
     [[nodiscard]] bool decode(const std::uint8_t* entry);
     [[nodiscard]] bool setTagDataOffset(const std::uint8_t* entry, std::uint32_t width);
+    [[nodiscard]] bool mayBeLong() const;
+    [[nodiscard]] bool holdsOffsets() const;
     [[nodiscard]] bool processSubIfds(IFDtype_t_ chainKind);
     [[nodiscard]] bool processSubIfd(std::uint64_t offset, IFDtype_t_ chainKind);
+    [[nodiscard]] bool mayNest() const;
     [[nodiscard]] bool checkThatProposedNewSubIfdIsLegal() const;
 
     /// The records of a pointer tag: those of the one chain, for SubIFDs a cell for each.
@@ -147,6 +179,8 @@ private:
     void processICCProfile();
 
     bool dropped = false;
+    bool told = false;
+    const std::uint8_t* rawEntry = nullptr;    ///< while it is decoded
     std::array<std::uint8_t, 8> inlineData{};  ///< data that lay in the entry
     double singleNumber = 0;                   ///< a number that is not in the file
     std::vector<double> defaultNumbers;        ///< several of them

@@ -1,0 +1,58 @@
+// What the sink is told of an entry.
+
+#include <vector>
+
+#include "dict/data_types.h"
+#include "dict/number_conversion.h"
+#include "dict/value_names.h"
+#include "stream/tiff_stream.h"
+#include "tag/special_tags.h"
+#include "tag/tiff_tag.h"
+
+namespace ifdsweep::module {
+
+std::string_view TiffTag::readableName() const {
+    if (tagId == kSampleFormat && numericValues.size() == 1) {
+        return search_map(&sampleFormatNames, toLowBits<16>(numericValues[0]));
+    }
+    return tagId == kXmp ? std::string_view() : valueName;
+}
+
+void TiffTag::tell(const std::uint8_t* entry, std::string_view droppedBy) {
+    const std::uint64_t position = tagFile->report.entryPosition();
+    const std::uint64_t count = tagFile->readTagNumComponents(entry);
+    const Wide size = Wide{count} * dataTypeWidth(dataType);
+    const bool isInline = size <= tagFile->offsetSize;
+    EntryFacts facts{};
+    facts.tag = tagId;
+    facts.name = tagName;
+    facts.fieldType = static_cast<std::uint16_t>(dataType);
+    facts.count = count;
+    facts.position = position;
+    facts.valuePosition = isInline ? position + tagFile->valueOffsetPosition
+                                   : tagFile->readTagDataOffset(entry) + tagFile->baseOffset();
+    facts.isInline = isInline;
+    facts.isLoaded = isLoaded;
+    if (isLoaded) {
+        facts.bytes = rawData;
+    }
+    facts.valueName = readableName();
+    facts.droppedBy = droppedBy;
+    tagFile->report.entry(facts);
+    told = true;
+}
+
+void TiffTag::tellDefault(TiffStream& file) const {
+    EntryFacts facts{};
+    facts.tag = tagId;
+    facts.name = tagName;
+    facts.count = numericValues.size();
+    facts.isDefault = true;
+    std::vector<double> numbers(numericValues.size());
+    numericValues.copyTo(numbers.data());
+    facts.defaults = numbers;
+    facts.valueName = readableName();
+    file.report.entry(facts);
+}
+
+}  // namespace ifdsweep::module
