@@ -79,6 +79,8 @@ private:
     };
 
     void layOutByVersion();
+    void takeLayout(FileFormat layout);
+    [[nodiscard]] bool leadsToDirectoryAsBigTiff();
     void skipDirectories();
     void skipDirectory();
 };

@@ -60,19 +60,35 @@ void TagFile::readThroughTiffHeader() {
     skipDirectories();
 }
 
-// A word that nobody knows leaves the layout as it was taken to be. A JPEG stays one: what its
-// record shows is another matter than the widths of its stream.
+// Any other word says nothing: a damaged one may stand before either layout. That of BigTIFF, for
+// which the first bytes made the file be taken, is kept where it leads to a directory.
 void TagFile::layOutByVersion() {
     const auto* row =
         std::find_if(kVersions.begin(), kVersions.end(),
                      [this](const VersionRow& known) { return known.version == tiffVersion; });
-    if (row == kVersions.end()) {
-        return;
+    if (row != kVersions.end()) {
+        takeLayout(row->layout);
+    } else if (fileFormat == FileFormat::bigTiff && !leadsToDirectoryAsBigTiff()) {
+        takeLayout(FileFormat::classicTiff);
     }
-    setLayout(row->layout);
+}
+
+// A JPEG stays one: what its record shows is another matter than the widths of its stream.
+void TagFile::takeLayout(FileFormat layout) {
+    setLayout(layout);
     if (fileFormat != FileFormat::jpeg) {
-        fileFormat = row->layout;
+        fileFormat = layout;
     }
+}
+
+bool TagFile::leadsToDirectoryAsBigTiff() {
+    const std::uint64_t start = position();
+    moveForward(4);
+    std::uint64_t firstIfd = 0;
+    const bool isInside =
+        freadNextIfdOffset(firstIfd) == 1 && Wide{firstIfd} + baseOffset() <= fileStatus.fileSize;
+    seekTo(start);
+    return isInside;
 }
 
 void TagFile::readTiffHeaderEndianFormat() {
