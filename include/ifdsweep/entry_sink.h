@@ -76,6 +76,10 @@ public:
     EntrySink& operator=(const EntrySink&) = delete;
     virtual ~EntrySink() = default;
 
+    /// Whether `entry` is to be called: a sink that only hears of directories and warnings costs
+    /// next to nothing. Asked once, before the walk.
+    [[nodiscard]] virtual bool hearsEntries() const noexcept { return true; }
+
     virtual void directoryBegins(const DirectoryFacts& directory) = 0;
 
     /// @param isKept whether it has anything to show and counts in its chain

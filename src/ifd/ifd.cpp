@@ -63,16 +63,16 @@ void IFD::processIfdTags(std::span<const std::uint8_t> entries) {
     std::vector<KnownTag>& room = tagFile->tagBuffers[tagFile->nestingDepth];
     tags.swap(room);
     tags.clear();
-    std::uint64_t position = ifdOffset + tagFile->entryCountSize;
+    tagFile->report.standAtTable(entries.data(), ifdOffset + tagFile->entryCountSize);
     for (; !entries.empty(); entries = entries.subspan(tagFile->entrySize)) {
         try {
-            processEntry(entries.data(), position);
+            processEntry(entries.data());
         } catch (const TiffTagsRecoverableError&) {
             // A directory that the entry leads to cannot be: the entry is dropped, and whoever
             // threw has warned.
         }
-        position += tagFile->entrySize;
     }
+    tagFile->report.standAtEntry(nullptr);
     if (ifdType == primaryIFD && tagFile->fileFormat != FileFormat::jpeg) {
         hasMore = hasMore || tagFile->filter != nullptr;
         processRequiredFields();
@@ -87,16 +87,14 @@ void IFD::processIfdTags(std::span<const std::uint8_t> entries) {
     bitsPerSample = std::vector<double>();
 }
 
-void IFD::processEntry(const std::uint8_t* entry, std::uint64_t position) {
-    if (tagFile->filter != nullptr && isPassedOver(entry)) {
+void IFD::processEntry(const std::uint8_t* entry) {
+    tagFile->report.standAtEntry(entry);
+    const bool isWatched = tagFile->isWatched();
+    if (isWatched && isPassedOver(entry)) {
         return;
     }
-    if (tagFile->report.isOn()) {
-        tagFile->report.standAtEntry(nativeItem<std::uint16_t>(entry, tagFile->needsByteSwap),
-                                     position);
-    }
     TiffTag tag(tagFile, entry, ifdType);
-    if (tagFile->report.isOn() && !tag.isTold()) {
+    if (isWatched && tagFile->report.tellsEntries() && !tag.isTold()) {
         tag.tell(entry, tag.isDropped() ? tagFile->report.lastWarning() : std::string_view());
     }
     if (!tag.isDropped()) {

@@ -80,7 +80,7 @@ public:
 
 private:
     void processIfdTags(std::span<const std::uint8_t> entries);
-    void processEntry(const std::uint8_t* entry, std::uint64_t position);
+    void processEntry(const std::uint8_t* entry);
     [[nodiscard]] bool isAskedFor(std::uint16_t tag) const;
     [[nodiscard]] bool isPassedOver(const std::uint8_t* entry);
     [[nodiscard]] bool wouldBeKept(const std::uint8_t* entry) const;

@@ -78,7 +78,7 @@ void IFD::processRequiredFields() {
 }
 
 void IFD::keepDefault(TiffTag& tag) {
-    if (tagFile->report.isOn()) {
+    if (tagFile->report.tellsEntries()) {
         tag.tellDefault(*tagFile);
     }
     keep(tag);

@@ -94,13 +94,6 @@ std::span<const std::uint8_t> TiffStream::readEntries(Wide size) {
     return bytes.first(rules.cutTablesAreRead ? count - count % entrySize : 0);
 }
 
-void TiffStream::give(const qxMessage& warning) {
-    qxWarningMsgId(warning);
-    if (report.isOn()) {
-        report.warned(warning);
-    }
-}
-
 void TiffStream::passOver(const char* name, std::uint16_t tag) {
     constexpr std::uint64_t kNamed = 8;
     if (longValues < kNamed) {

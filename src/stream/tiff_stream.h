@@ -87,12 +87,12 @@ public:
     [[nodiscard]] const std::string& modificationDate();
 
     /// Gives a warning with the arguments of its catalogue row, and tells the sink where; reading
-    /// goes on. It has a frame of its own: a message would make the frames of the readers, which
-    /// recurse, several times as large.
+    /// goes on.
     template <auto message, class... Arguments>
-    [[gnu::noinline]] void warn(Arguments&&... arguments) {
-        give(Message<message>(std::forward<Arguments>(arguments)...));
-    }
+    void warn(Arguments&&... arguments);
+
+    /// Whether entries are told of or passed over.
+    [[nodiscard]] bool isWatched() const { return report.tellsEntries() || filter != nullptr; }
 
     /// Keeps account of a value that is too long to be loaded.
     void passOver(const char* name, std::uint16_t tag);
@@ -151,7 +151,6 @@ protected:
 private:
     [[nodiscard]] std::size_t readUnsigned(std::size_t width, std::uint64_t& out);
     bool readOver(Wide byteCount);
-    void give(const qxMessage& warning);
 
     /// Where the stream is; unknown after a read that came short.
     std::optional<std::uint64_t> knownPosition = 0;
@@ -159,5 +158,21 @@ private:
     std::uint64_t longValues = 0;  ///< that were not loaded
     std::string longValueNames;    ///< of the first of them
 };
+
+/// Gives a warning, of a stream if there is one. It has a frame of its own: a message would make
+/// the frames of the readers, which recurse, several times as large.
+template <auto message, class... Arguments>
+[[gnu::noinline]] void warnOf(TiffStream* stream, Arguments&&... arguments) {
+    const Message<message> warning(std::forward<Arguments>(arguments)...);
+    qxWarningMsgId(warning);
+    if (stream != nullptr && stream->report.isOn()) {
+        stream->report.warned(warning, stream->needsByteSwap);
+    }
+}
+
+template <auto message, class... Arguments>
+void TiffStream::warn(Arguments&&... arguments) {
+    warnOf<message>(this, std::forward<Arguments>(arguments)...);
+}
 
 }  // namespace ifdsweep::module

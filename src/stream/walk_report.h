@@ -8,32 +8,39 @@
 #include <string_view>
 
 #include "ifdsweep/entry_sink.h"
+#include "stream/raw2native.h"
 
 namespace ifdsweep::module {
 
 class WalkReport {
+    struct Place {
+        DirectoryFacts* directory;  // not owned
+        const std::uint8_t* entry;  // null when it is the directory
+        const std::uint8_t* table;  // the entries in memory
+        std::uint64_t position;     // of the table while there is one
+    };
+
 public:
-    explicit WalkReport(EntrySink* entrySink) : sink(entrySink) {}
+    explicit WalkReport(EntrySink* entrySink)
+        : sink(entrySink), tells(entrySink != nullptr && entrySink->hearsEntries()) {}
 
     /// Whether anybody is told.
     [[nodiscard]] bool isOn() const { return sink != nullptr; }
 
+    /// Whether anybody is told of entries.
+    [[nodiscard]] bool tellsEntries() const { return tells; }
+
     /// Puts back, at the end of a chain, where the walk stood before it.
     class Chain {
     public:
-        explicit Chain(WalkReport& walkReport)
-            : report(walkReport), before(walkReport.place), directory(walkReport.here) {}
+        explicit Chain(WalkReport& walkReport) : report(walkReport), before(walkReport.place) {}
         Chain(const Chain&) = delete;
         Chain& operator=(const Chain&) = delete;
-        ~Chain() {
-            report.place = before;
-            report.here = directory;
-        }
+        ~Chain() { report.place = before; }
 
     private:
         WalkReport& report;
-        WarningFacts before;
-        DirectoryFacts* directory;
+        Place before;
     };
 
     /// The pointer that leads to the chain which is read next, from the directory in hand.
@@ -58,39 +65,51 @@ public:
 
     /// The walk stands at a directory, or at what follows it.
     void standAt(DirectoryFacts& directory, std::uint64_t position) {
-        here = &directory;
-        place = {.directory = &directory, .tag = std::nullopt, .position = position};
+        place = {.directory = &directory, .entry = nullptr, .table = nullptr, .position = position};
     }
 
-    /// The walk stands at an entry of the directory.
-    void standAtEntry(std::uint16_t tag, std::uint64_t position) {
-        place.tag = tag;
+    /// The table of the directory's entries, and its position in the file.
+    void standAtTable(const std::uint8_t* entries, std::uint64_t position) {
+        place.table = entries;
         place.position = position;
     }
 
+    /// The walk stands at an entry of the table, or, where there is none, at the directory. This is
+    /// all that an entry costs when nobody is told.
+    void standAtEntry(const std::uint8_t* entry) { place.entry = entry; }
+
     void directoryBegins(std::uint64_t entryCount) {
-        here->entryCount = entryCount;
-        sink->directoryBegins(*here);
+        place.directory->entryCount = entryCount;
+        sink->directoryBegins(*place.directory);
     }
     void directoryEnds(bool isKept) { sink->directoryEnds(*place.directory, isKept); }
     void entry(const EntryFacts& facts) { sink->entry(*place.directory, facts); }
 
     /// A warning that the host was given.
-    void warned(const qxMessage& message) {
+    /// @param needsByteSwap of the entry at which the walk stands
+    void warned(const qxMessage& message, bool needsByteSwap) {
         last = message.id();
-        sink->warning(message, place);
+        WarningFacts facts{
+            .directory = place.directory, .tag = std::nullopt, .position = place.position};
+        if (place.entry != nullptr) {
+            facts.tag = nativeItem<std::uint16_t>(place.entry, needsByteSwap);
+            facts.position = entryPosition();
+        }
+        sink->warning(message, facts);
     }
 
-    /// Position of the entry at which the walk stands.
-    [[nodiscard]] std::uint64_t entryPosition() const { return place.position; }
+    /// Position in the file of the entry at which the walk stands.
+    [[nodiscard]] std::uint64_t entryPosition() const {
+        return place.position + static_cast<std::uint64_t>(place.entry - place.table);
+    }
 
     /// The warning that came last: the one by which an entry was dropped.
     [[nodiscard]] std::string_view lastWarning() const { return last; }
 
 private:
     EntrySink* sink;  // not owned
-    WarningFacts place{.directory = nullptr, .tag = std::nullopt, .position = 0};
-    DirectoryFacts* here = nullptr;  // that of the place, not owned
+    bool tells;
+    Place place{.directory = nullptr, .entry = nullptr, .table = nullptr, .position = 0};
     std::uint16_t pointerTag = 0;
     std::string_view pointerName;
     std::size_t pointerIndex = 0;

@@ -78,7 +78,7 @@ bool TiffTag::holdsOffsets() const {
 }
 
 bool TiffTag::processSubIfds(IFDtype_t_ chainKind) {
-    if (tagFile->report.isOn() && mayNest()) {
+    if (tagFile->report.tellsEntries() && mayNest()) {
         tell(rawEntry, {});  // before what it leads to
     }
     // Under a pointer that is asked for itself, everything is.

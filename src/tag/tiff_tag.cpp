@@ -138,15 +138,15 @@ std::string TiffTag::label() const {
 }
 
 void TiffTag::validateCount() const {
-    if (!tagFile->rules.wrongCountWarns) {
-        validate_tag_against_number_of_components(tagId, componentCount);
+    const std::uint64_t* required = requiredComponentCount(tagId);
+    if (required == nullptr || *required == componentCount) {
         return;
     }
-    const std::uint64_t* required = requiredComponentCount(tagId);
-    if (required != nullptr && *required != componentCount) {
-        warn<MessageId::badTagDataCount>(tagId, search_map(&primaryMap, tagId), componentCount,
-                                         *required);
+    if (!tagFile->rules.wrongCountWarns) {
+        validate_tag_against_number_of_components(tagId, componentCount);
     }
+    warn<MessageId::badTagDataCount>(tagId, search_map(&primaryMap, tagId), componentCount,
+                                     *required);
 }
 
 void TiffTag::validateTag() const {

@@ -125,10 +125,10 @@ public:
     std::uint64_t componentCount = 0;
     std::uint64_t dataOffset = 0;  ///< from the TIFF header; 0 when inline
     bool isDefault = false;
-    std::uint64_t dataSize = 0;       ///< bytes
     bool isLoaded = false;            ///< `rawData` holds the value
     bool isTooLong = false;           ///< longer than what is asked for, and not loaded
     bool leadsNowhere = false;        ///< a pointer tag of a type that holds no offsets
+    std::uint64_t dataSize = 0;       ///< bytes
     IFDtype_t_ ifdType = primaryIFD;  ///< kind of the directory that holds the tag
     /// Row of the name in the dictionary of the kind; `TextMap::kNotFound` when it has none.
     std::size_t nameRow = TextMap::kNotFound;
@@ -139,12 +139,8 @@ public:
 private:
     /// Gives a warning about the entry; one about a default has no place in the file.
     template <auto message, class... Arguments>
-    [[gnu::noinline]] void warn(Arguments&&... arguments) const {
-        if (tagFile != nullptr) {
-            tagFile->warn<message>(std::forward<Arguments>(arguments)...);
-        } else {
-            qxWarningMsgId(Message<message>(std::forward<Arguments>(arguments)...));
-        }
+    void warn(Arguments&&... arguments) const {
+        warnOf<message>(tagFile, std::forward<Arguments>(arguments)...);
     }
 
     void setTagName();
