@@ -89,13 +89,13 @@ void IFD::processIfdTags(std::span<const std::uint8_t> entries) {
 
 void IFD::processEntry(const std::uint8_t* entry) {
     tagFile->report.standAtEntry(entry);
-    const bool isWatched = tagFile->isWatched();
+    const bool isWatched = tagFile->watched;
     if (isWatched && isPassedOver(entry)) {
         return;
     }
     TiffTag tag(tagFile, entry, ifdType);
-    if (isWatched && tagFile->report.tellsEntries() && !tag.isTold()) {
-        tag.tell(entry, tag.isDropped() ? tagFile->report.lastWarning() : std::string_view());
+    if (isWatched && tagFile->report.tellsEntries() && !tagFile->report.isTold()) {
+        tag.tell(tag.isDropped() ? tagFile->report.lastWarning() : std::string_view());
     }
     if (!tag.isDropped()) {
         flagDefaultValues(tag);
@@ -147,7 +147,7 @@ void IFD::keep(TiffTag& tag) {
     if (isPointerTag(id) && !tag.leadsNowhere && tag.subIfdSize() == 0) {
         return;
     }
-    if (tag.nameRow != TextMap::kNotFound && !tag.leadsNowhere) {
+    if (tag.nameRow != TextMap::kNotFound) {
         tags.push_back({static_cast<std::uint16_t>(tag.nameRow), tag.getQxArray()});
     } else {
         unknownTags.push_back(

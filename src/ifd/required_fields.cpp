@@ -47,10 +47,18 @@ void IFD::flagDefaultValues(const TiffTag& tag) {
     }
 }
 
+inline void IFD::keepDefault(TiffTag& tag) {
+    if (tagFile->watched && tagFile->report.tellsEntries()) [[unlikely]] {
+        tag.tellDefault(*tagFile);
+    }
+    keep(tag);
+}
+
 void IFD::processRequiredFields() {
     for (std::size_t row = 0; row < kRequiredFields.size(); ++row) {
         const RequiredField& field = kRequiredFields[row];
-        if ((requiredFieldFlags >> row & 1U) != 0 || !isAskedFor(field.id)) {
+        const bool isThere = (requiredFieldFlags >> row & 1U) != 0;
+        if (isThere || (tagFile->watched && !isAskedFor(field.id))) {
             continue;
         }
         // A field without a value is empty as it is.
@@ -75,13 +83,6 @@ void IFD::processRequiredFields() {
             }
         }
     }
-}
-
-void IFD::keepDefault(TiffTag& tag) {
-    if (tagFile->report.tellsEntries()) {
-        tag.tellDefault(*tagFile);
-    }
-    keep(tag);
 }
 
 void IFD::setColorType(qxArray* records, std::size_t index) const {

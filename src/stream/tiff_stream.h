@@ -89,10 +89,7 @@ public:
     /// Gives a warning with the arguments of its catalogue row, and tells the sink where; reading
     /// goes on.
     template <auto message, class... Arguments>
-    void warn(Arguments&&... arguments);
-
-    /// Whether entries are told of or passed over.
-    [[nodiscard]] bool isWatched() const { return report.tellsEntries() || filter != nullptr; }
+    [[gnu::always_inline]] inline void warn(Arguments&&... arguments);
 
     /// Keeps account of a value that is too long to be loaded.
     void passOver(const char* name, std::uint16_t tag);
@@ -110,6 +107,7 @@ public:
     const TagFilter* filter;  ///< not owned; null: everything is read
     const std::uint64_t longestValue;
     WalkReport report;
+    const bool watched;  ///< entries are told of or passed over
 
     FileFormat fileFormat = FileFormat::bigTiff;
     qxFileStatus fileStatus;
@@ -140,6 +138,7 @@ protected:
           filter(reading.filter),
           longestValue(reading.longestValue),
           report(reading.sink),
+          watched(report.tellsEntries() || filter != nullptr),
           filename(std::move(name)),
           maxIfdCount(maximumCount) {}
 
@@ -171,7 +170,7 @@ template <auto message, class... Arguments>
 }
 
 template <auto message, class... Arguments>
-void TiffStream::warn(Arguments&&... arguments) {
+inline void TiffStream::warn(Arguments&&... arguments) {
     warnOf<message>(this, std::forward<Arguments>(arguments)...);
 }
 

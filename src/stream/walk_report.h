@@ -17,6 +17,7 @@ class WalkReport {
         DirectoryFacts* directory;  // not owned
         const std::uint8_t* entry;  // null when it is the directory
         const std::uint8_t* table;  // the entries in memory
+        const std::uint8_t* told;   // the entry that the sink was told of last
         std::uint64_t position;     // of the table while there is one
     };
 
@@ -65,7 +66,11 @@ public:
 
     /// The walk stands at a directory, or at what follows it.
     void standAt(DirectoryFacts& directory, std::uint64_t position) {
-        place = {.directory = &directory, .entry = nullptr, .table = nullptr, .position = position};
+        place = {.directory = &directory,
+                 .entry = nullptr,
+                 .table = nullptr,
+                 .told = nullptr,
+                 .position = position};
     }
 
     /// The table of the directory's entries, and its position in the file.
@@ -83,7 +88,15 @@ public:
         sink->directoryBegins(*place.directory);
     }
     void directoryEnds(bool isKept) { sink->directoryEnds(*place.directory, isKept); }
-    void entry(const EntryFacts& facts) { sink->entry(*place.directory, facts); }
+
+    /// Tells of the entry at which the walk stands, or of a default.
+    void entry(const EntryFacts& facts) {
+        place.told = place.entry;
+        sink->entry(*place.directory, facts);
+    }
+
+    /// Whether the sink was told of the entry at which the walk stands.
+    [[nodiscard]] bool isTold() const { return place.told == place.entry; }
 
     /// A warning that the host was given.
     /// @param needsByteSwap of the entry at which the walk stands
@@ -98,6 +111,9 @@ public:
         sink->warning(message, facts);
     }
 
+    /// The entry at which the walk stands, in file byte order.
+    [[nodiscard]] const std::uint8_t* entryBytes() const { return place.entry; }
+
     /// Position in the file of the entry at which the walk stands.
     [[nodiscard]] std::uint64_t entryPosition() const {
         return place.position + static_cast<std::uint64_t>(place.entry - place.table);
@@ -109,7 +125,8 @@ public:
 private:
     EntrySink* sink;  // not owned
     bool tells;
-    Place place{.directory = nullptr, .entry = nullptr, .table = nullptr, .position = 0};
+    Place place{
+        .directory = nullptr, .entry = nullptr, .table = nullptr, .told = nullptr, .position = 0};
     std::uint16_t pointerTag = 0;
     std::string_view pointerName;
     std::size_t pointerIndex = 0;

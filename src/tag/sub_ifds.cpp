@@ -77,9 +77,17 @@ bool TiffTag::holdsOffsets() const {
     }
 }
 
+// It stands among the unknown tags, with its value.
+void TiffTag::leadNowhere() {
+    leadsNowhere = true;
+    nameRow = TextMap::kNotFound;
+    warn<ReadingMessageId::pointerHoldsNoOffset>(
+        tagId, get_datatype_name(static_cast<TIFFDataType>(dataType)));
+}
+
 bool TiffTag::processSubIfds(IFDtype_t_ chainKind) {
     if (tagFile->report.tellsEntries() && mayNest()) {
-        tell(rawEntry, {});  // before what it leads to
+        tell({});  // before what it leads to
     }
     // Under a pointer that is asked for itself, everything is.
     const TagFilter* filter = tagFile->filter;

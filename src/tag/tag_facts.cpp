@@ -18,7 +18,8 @@ std::string_view TiffTag::readableName() const {
     return tagId == kXmp ? std::string_view() : valueName;
 }
 
-void TiffTag::tell(const std::uint8_t* entry, std::string_view droppedBy) {
+void TiffTag::tell(std::string_view droppedBy) const {
+    const std::uint8_t* entry = tagFile->report.entryBytes();
     const std::uint64_t position = tagFile->report.entryPosition();
     const std::uint64_t count = tagFile->readTagNumComponents(entry);
     const Wide size = Wide{count} * dataTypeWidth(dataType);
@@ -32,14 +33,11 @@ void TiffTag::tell(const std::uint8_t* entry, std::string_view droppedBy) {
     facts.valuePosition = isInline ? position + tagFile->valueOffsetPosition
                                    : tagFile->readTagDataOffset(entry) + tagFile->baseOffset();
     facts.isInline = isInline;
-    facts.isLoaded = isLoaded;
-    if (isLoaded) {
-        facts.bytes = rawData;
-    }
+    facts.isLoaded = rawData.data() != nullptr;
+    facts.bytes = rawData;
     facts.valueName = readableName();
     facts.droppedBy = droppedBy;
     tagFile->report.entry(facts);
-    told = true;
 }
 
 void TiffTag::tellDefault(TiffStream& file) const {

@@ -18,10 +18,7 @@
 namespace ifdsweep::module {
 
 TiffTag::TiffTag(TiffStream* file, const std::uint8_t* entry, IFDtype_t_ kind)
-    : tagFile(file),
-      tagId(nativeItem<std::uint16_t>(entry, file->needsByteSwap)),
-      ifdType(kind),
-      rawEntry(entry) {
+    : tagFile(file), tagId(nativeItem<std::uint16_t>(entry, file->needsByteSwap)), ifdType(kind) {
     setTagName();
     dropped = !decode(entry);
 }
@@ -97,8 +94,8 @@ bool TiffTag::setTagDataOffset(const std::uint8_t* entry, std::uint32_t width) {
     if (size > tagFile->offsetSize) {
         dataOffset = tagFile->readTagDataOffset(entry);
         const Wide position = Wide{dataOffset} + tagFile->baseOffset();
-        if (size > tagFile->longestValue && mayBeLong() &&
-            position + size <= tagFile->fileStatus.fileSize) {
+        if (dataSize > tagFile->longestValue && mayBeLong() &&
+            position + size <= tagFile->fileStatus.fileSize) [[unlikely]] {
             isTooLong = true;
             tagFile->passOver(tagName, tagId);
             return true;
@@ -114,6 +111,7 @@ bool TiffTag::setTagDataOffset(const std::uint8_t* entry, std::uint32_t width) {
         // From here on the size is at most the file's.
         rawData = tagFile->dataBuffer.take(dataSize);
         if (tagFile->read(rawData.data(), itemSize, lowBits(itemCount)) != itemCount) {
+            rawData = {};
             warn<MessageId::unableToReadTiffTag>(label(), lowBits(position));
             return false;
         }
@@ -122,7 +120,6 @@ bool TiffTag::setTagDataOffset(const std::uint8_t* entry, std::uint32_t width) {
         rawData = std::span(inlineData.data(), dataSize);
     }
     raw2native(rawData.data(), itemSize, lowBits(itemCount), tagFile->needsByteSwap);
-    isLoaded = true;
     return true;
 }
 
@@ -168,16 +165,10 @@ bool TiffTag::processGenericTag() {
         if (holdsOffsets()) {
             return processSubIfds(pointer->kind);
         }
-        leadsNowhere = true;
-        warn<ReadingMessageId::pointerHoldsNoOffset>(
-            tagId, get_datatype_name(static_cast<TIFFDataType>(dataType)));
-        return processNormalTagData();
+        leadNowhere();
     }
     if (isTooLong) {
-        // Where a profile lies is known without it.
-        if (tagId == kIccProfile) {
-            processSpecificTag();
-        }
+        processLongValue();
         return true;
     }
     if (!processNormalTagData()) {
@@ -185,6 +176,14 @@ bool TiffTag::processGenericTag() {
     }
     processSpecificTag();
     return true;
+}
+
+// Of a value that is not read, all that can be told is where it lies, which is what the record says
+// of a profile.
+void TiffTag::processLongValue() {
+    if (tagId == kIccProfile) {
+        processSpecificTag();
+    }
 }
 
 double TiffTag::getNumericValue(int /*index*/) const {

@@ -83,16 +83,12 @@ public:
     /// The value of an unknown tag: its text up to the first NUL, or a double row.
     [[nodiscard]] OwnedValue getQxArrayUnknown() const;
 
-    /// Tells the sink of the entry, at which the walk stands. Only when the report is on.
-    /// @param entry     in file byte order
+    /// Tells the sink of the entry, at which the walk stands.
     /// @param droppedBy full id of the warning; empty when the entry is kept
-    void tell(const std::uint8_t* entry, std::string_view droppedBy);
+    void tell(std::string_view droppedBy) const;
 
     /// Tells the sink of a default.
     void tellDefault(TiffStream& file) const;
-
-    /// Whether the sink was told already, before what a pointer leads to.
-    [[nodiscard]] bool isTold() const { return told; }
 
     /// Checks the component count by the tag's rule; by the contract's a wrong one is an error.
     void validateCount() const;
@@ -124,6 +120,7 @@ public:
     std::uint32_t dataType = 0;  ///< field type code; 0 for defaults
     std::uint64_t componentCount = 0;
     std::uint64_t dataOffset = 0;  ///< from the TIFF header; 0 when inline
+    bool dropped = false;          ///< see `isDropped`
     bool isDefault = false;
     bool isLoaded = false;            ///< `rawData` holds the value
     bool isTooLong = false;           ///< longer than what is asked for, and not loaded
@@ -133,13 +130,13 @@ public:
     /// Row of the name in the dictionary of the kind; `TextMap::kNotFound` when it has none.
     std::size_t nameRow = TextMap::kNotFound;
     const char* tagName = "";
-    std::span<std::uint8_t> rawData;  ///< the data in host byte order
+    std::span<std::uint8_t> rawData;  ///< the data in host byte order; null unless they were read
     std::vector<OwnedValue> subIfds;  ///< records of the chains that are shown
 
 private:
     /// Gives a warning about the entry; one about a default has no place in the file.
     template <auto message, class... Arguments>
-    void warn(Arguments&&... arguments) const {
+    [[gnu::always_inline]] inline void warn(Arguments&&... arguments) const {
         warnOf<message>(tagFile, std::forward<Arguments>(arguments)...);
     }
 
@@ -152,6 +149,8 @@ private:
     [[nodiscard]] bool setTagDataOffset(const std::uint8_t* entry, std::uint32_t width);
     [[nodiscard]] bool mayBeLong() const;
     [[nodiscard]] bool holdsOffsets() const;
+    void leadNowhere();
+    void processLongValue();
     [[nodiscard]] bool processSubIfds(IFDtype_t_ chainKind);
     [[nodiscard]] bool processSubIfd(std::uint64_t offset, IFDtype_t_ chainKind);
     [[nodiscard]] bool mayNest() const;
@@ -174,9 +173,6 @@ private:
     void processXMP();
     void processICCProfile();
 
-    bool dropped = false;
-    bool told = false;
-    const std::uint8_t* rawEntry = nullptr;    ///< while it is decoded
     std::array<std::uint8_t, 8> inlineData{};  ///< data that lay in the entry
     double singleNumber = 0;                   ///< a number that is not in the file
     std::vector<double> defaultNumbers;        ///< several of them
