@@ -24,7 +24,8 @@ int main(int argumentCount, char** arguments) {
     bench::reportCalls(repetitions, [&] {
         ifdsweep::Host host;
         for (int i = firstFile; i < argumentCount; ++i) {
-            const ifdsweep::Outcome outcome = ifdsweep::read(host, arguments[i], {});
+            const ifdsweep::Outcome outcome =
+                ifdsweep::read(host, arguments[i], {.reading = ifdsweep::ReadingMode::contract});
             if (outcome.error) {
                 std::fprintf(stderr, "call_timer: %s: %s\n", arguments[i], outcome.error->what());
                 ++failures;

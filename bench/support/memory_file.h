@@ -23,7 +23,8 @@ public:
 
     /// The whole call. Throws std::runtime_error when it ends with an error.
     [[nodiscard]] ifdsweep::Outcome read() {
-        ifdsweep::Outcome outcome = ifdsweep::read(callHost, kSystemName, {});
+        ifdsweep::Outcome outcome =
+            ifdsweep::read(callHost, kSystemName, {.reading = ifdsweep::ReadingMode::contract});
         if (outcome.error) {
             throw std::runtime_error(outcome.error->what());
         }

@@ -139,6 +139,16 @@ qxMessage arbitraryMessage(FuzzInput& input) {
     return {row.id.data(), std::move(arguments)};
 }
 
+ifdsweep::WarningPlace arbitraryPlace(FuzzInput& input) {
+    ifdsweep::WarningPlace place;
+    if (input.below(2) == 0) {
+        place.path = arbitraryBytes(input, 60);
+        place.tag = input.byte();
+        place.offset = input.byte();
+    }
+    return place;
+}
+
 }  // namespace
 
 ifdsweep::ValueHandle arbitraryValue(ifdsweep::Host& host, FuzzInput& input, unsigned depth) {
@@ -168,7 +178,7 @@ ifdsweep::Outcome arbitraryOutcome(ifdsweep::Host& host, FuzzInput& input) {
     outcome.firstIfdIndex = arbitraryNumber(input);
     outcome.maxIfdCount = arbitraryNumber(input);
     for (std::size_t count = input.below(4); count > 0; --count) {
-        outcome.warnings.push_back(arbitraryMessage(input));
+        outcome.warnings.push_back({arbitraryMessage(input), arbitraryPlace(input)});
     }
     if (input.below(8) == 0) {
         outcome.error = arbitraryMessage(input);

@@ -217,7 +217,7 @@ void requireTypedReadsBack(std::string_view line, const ifdsweep::Outcome& outco
     requireValue(parsed.at("result"), outcome.result.get());
     requireArray(parsed.at("warnings"), outcome.warnings.size(),
                  [&](const json& warning, std::size_t index) {
-                     requireTypedMessage(warning, outcome.warnings[index]);
+                     requireTypedMessage(warning, outcome.warnings[index].message);
                  });
     if (outcome.error) {
         requireTypedMessage(parsed.at("error"), *outcome.error);

@@ -1,9 +1,9 @@
 #pragma once
 
-// Read: one file read through the module's entry point, with everything that came of it.
+// Read: one file read in full or as the contract has it, with everything that came of it.
 //
 // Ownership: an outcome owns its values, which are freed with it and must not outlive the host
-// that it was read with.
+// that it was read with. Filter and sink of the options are borrowed for the reading.
 //
 // Threads: as the host, one at a time; several hosts on several threads are independent.
 //
@@ -22,6 +22,15 @@
 
 namespace ifdsweep {
 
+class EntrySink;
+class TagFilter;
+
+/// By which rules a file is read.
+enum class ReadingMode : std::uint8_t {
+    full,      ///< all that it holds (`ReadingRules::full`)
+    contract,  ///< what the entry point of the module gives, no more and no less
+};
+
 /// What is read of a file, and what reading it may take.
 struct ReadOptions {
     /// Byte position of the TIFF stream. Absent: found, 0 or that of the Exif data of a JPEG.
@@ -32,6 +41,25 @@ struct ReadOptions {
     std::optional<std::uint64_t> readBudget{};
     std::optional<std::uint64_t> valueBudget{};
     bool imagesOnly = false;  ///< leaves a file alone whose first bytes are not those of an image
+    ReadingMode reading = ReadingMode::full;
+    /// In a full reading, the tags that are read (reading.h); null: all.
+    const TagFilter* filter = nullptr;
+    /// In a full reading, the longest value that is loaded, in bytes; absent: all are.
+    std::optional<std::uint64_t> longestValue{};
+    /// Told of every directory, entry and warning (entry_sink.h); null: nobody is.
+    EntrySink* sink = nullptr;
+};
+
+/// Where in a file a warning arose, as far as that is known: in a full reading alone.
+struct WarningPlace {
+    std::string path;                     ///< of the directory, such as "3/SubIFDs[0]/0"; or empty
+    std::optional<std::uint16_t> tag;     ///< of the entry; none for the directory as a whole
+    std::optional<std::uint64_t> offset;  ///< of the entry or directory, from the file's start
+};
+
+struct Warning {
+    qxMessage message;
+    WarningPlace place;
 };
 
 /// How often a file gave one kind of warning.
@@ -47,7 +75,7 @@ struct Outcome {
     double firstIfdIndex = 0;
     double maxIfdCount = 0;
     ValueHandle result;  ///< null when there is an error
-    std::vector<qxMessage> warnings;
+    std::vector<Warning> warnings;
     std::vector<WarningCount> warningCounts;  ///< written in place of the warnings if it has any
     std::optional<qxMessage> error;
     bool isImage = true;  ///< false: left alone, there is no result and no error

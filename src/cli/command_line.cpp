@@ -16,6 +16,7 @@
 
 #include "cli/option_table.h"
 #include "files/file_service.h"
+#include "ifdsweep/reading.h"
 #include "read/messages.h"
 #include "read/tag_choice.h"
 
@@ -168,6 +169,11 @@ void addReadOptions(OptionBinder& bind, ReadOptions& read) {
     bind.value("--offset", "a number", storeNumber(read.offset));
     bind.value("--first", "a number", storeNumber(read.first));
     bind.value("--max", "a number", storeNumber(read.max));
+    bind.value("--reading", "full or contract", storeWord(read.reading, "--reading"));
+    bind.value("--max-value", "a number of bytes or all", [&read](const std::string& text) {
+        read.longestValue = text == "all" ? Reading::kAll : parseByteCount(text);
+        return read.longestValue.has_value();
+    });
     const auto storeBudget = [](std::optional<std::uint64_t>& budget, std::uint64_t unlimited) {
         return [&budget, unlimited](const std::string& text) {
             budget = text == "unlimited" ? unlimited : parseByteCount(text);
@@ -282,10 +288,26 @@ std::string combinationComplaint(const RunOptions& options) {
     if (output.shorten && output.format != Format::text) {
         return "--shorten goes with --format text";
     }
+    if (options.read.longestValue && options.read.reading == ReadingMode::contract) {
+        return "--max-value goes with --reading full: the contract's reading loads every value";
+    }
     if (!options.run.journal.empty() && output.hasOpenColumns()) {
         return "--resume with --format csv needs --tags: the columns must be known from the start";
     }
     return "";
+}
+
+/// The longest value that is loaded where none is given: the text format shows the beginning of a
+/// long one, so that most of it would be loaded for nothing.
+std::optional<std::uint64_t> longestValueFor(const OutputChoice& output) {
+    constexpr std::uint64_t kOfText = std::uint64_t{64} << 10;
+    constexpr std::uint64_t kBytesPerElement = 16;  // as many characters of a text are shown
+    if (output.format != Format::text || output.shorten == std::uint64_t{0}) {
+        return std::nullopt;
+    }
+    const std::uint64_t shown =
+        std::min(output.shorten.value_or(0), Reading::kAll / kBytesPerElement);
+    return std::max(kOfText, shown * kBytesPerElement);
 }
 
 /// Whether the parser would take a file name such as "[a,b]" for a list of names. Leading line
@@ -324,6 +346,10 @@ std::string_view wordOf(WarningDetail detail) {
     return wordAt("--warnings", detail);
 }
 
+std::string_view wordOf(ReadingMode reading) {
+    return wordAt("--reading", reading);
+}
+
 CommandLine parseCommandLine(int argumentCount, const char* const* arguments) {
     CommandLine result;
     const auto print = [&result](std::string text) {
@@ -358,6 +384,9 @@ CommandLine parseCommandLine(int argumentCount, const char* const* arguments) {
         unshield(result.options.input.paths);
         if (complaint.empty()) {
             complaint = combinationComplaint(result.options);
+        }
+        if (!result.options.read.longestValue && result.options.read.reading == ReadingMode::full) {
+            result.options.read.longestValue = longestValueFor(result.options.output);
         }
         if (information) {
             print(std::move(*information));

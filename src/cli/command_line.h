@@ -14,6 +14,7 @@ namespace ifdsweep {
 /// The words of the command line for them.
 [[nodiscard]] std::string_view wordOf(Format format);
 [[nodiscard]] std::string_view wordOf(WarningDetail detail);
+[[nodiscard]] std::string_view wordOf(ReadingMode reading);
 
 /// What is to be done with a command line.
 struct CommandLine {

@@ -7,6 +7,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "cli/reading_table.h"
 #include "write/output_choice.h"
 
 namespace ifdsweep {
@@ -26,9 +27,12 @@ constexpr OptionWord kFormatWords[]{{"text", "for reading (default)"},
                                      "a line of JSON per file, with the class and size\n"
                                      "of every value"},
                                     {"csv", "a row per directory (RFC 4180)"}};
+constexpr OptionWord kReadingWords[]{{"full", "all that the file holds (default)"},
+                                     {"contract", "what the module gives; see the table below"}};
 constexpr OptionWord kDetailWords[]{{"each"}, {"count"}, {"none"}};
 // Words stand in the order of the enumerations that they are the words of.
 static_assert(std::size(kFormatWords) == static_cast<std::size_t>(Format::csv) + 1);
+static_assert(std::size(kReadingWords) == static_cast<std::size_t>(ReadingMode::contract) + 1);
 static_assert(std::size(kDetailWords) == static_cast<std::size_t>(WarningDetail::none) + 1);
 constexpr OptionWord kUnlimitedWord[]{{"unlimited"}};
 constexpr OptionWord kAllWord[]{{"all"}};
@@ -41,7 +45,7 @@ constexpr std::array kOptions{
     OptionRow{"--no-recursive", "", "do not go down into the folders of a folder", kInput, ValueCompletion::none},
     OptionRow{"--include", "GLOB", "of the files found in folders, only those whose name\nmatches (the whole path if GLOB has a slash); repeatable", kInput, ValueCompletion::other, kNoWords, kRepeatable},
     OptionRow{"--exclude", "GLOB", "leave out files and folders whose name matches;\nrepeatable", kInput, ValueCompletion::other, kNoWords, kRepeatable},
-    OptionRow{"--all", "", "try every file of a folder, not only those that begin\nas TIFF, BigTIFF or JPEG with Exif", kInput, ValueCompletion::none},
+    OptionRow{"--all", "", "try every file of a folder, not only those that begin\nas TIFF, BigTIFF, RW2, ORF, JPEG XR, DCP or JPEG", kInput, ValueCompletion::none},
     OptionRow{"--follow", "", "follow symbolic links to folders; no folder is walked\ntwice", kInput, ValueCompletion::none},
     OptionRow{"--files-from", "FILE", "read more paths from FILE, one per line; - is the\nstandard input", kInput, ValueCompletion::file},
     OptionRow{"--null", "", "the paths of --files-from and --failures end with NUL", kInput, ValueCompletion::none},
@@ -49,12 +53,14 @@ constexpr std::array kOptions{
     OptionRow{"--offset", "N", "byte position of the TIFF stream in the file\n(default: 0; in a JPEG file, that of its Exif data)", kRead, ValueCompletion::other},
     OptionRow{"--first", "N", "directories of the primary chain to skip (default: 0)", kRead, ValueCompletion::other},
     OptionRow{"--max", "N", "most directories of the primary chain to read\n(default: 0, no limit)", kRead, ValueCompletion::other},
+    OptionRow{"--reading", "RULES", "", kRead, ValueCompletion::words, kReadingWords},
+    OptionRow{"--max-value", "BYTES", "longest value that is loaded, or \"all\"; of a longer one\nthe field is empty and a warning names it (default: all;\nformat text: 64 KiB, or what --shorten shows)", kRead, ValueCompletion::words, kAllWord},
     OptionRow{"--read-budget", "BYTES", "bytes that may be read of each file, with 64 for every\njump, or \"unlimited\" (default: 256 KiB and 8 times the\nfile's size)", kRead, ValueCompletion::words, kUnlimitedWord},
     OptionRow{"--value-budget", "BYTES", "bytes that each file's values and warnings may come to,\nor \"unlimited\" (default: 64 MiB and 32 times the\nfile's size)", kRead, ValueCompletion::words, kUnlimitedWord},
 
     OptionRow{"--format", "FORMAT", "", kOutput, ValueCompletion::words, kFormatWords},
     OptionRow{"--output", "FILE", "write to FILE, which appears when it is whole", kOutput, ValueCompletion::file},
-    OptionRow{"--tags", "NAME,...", "only these fields, in this order: names, numbers (270,\n0x10e) or patterns (GPS*), in nested records too", kOutput, ValueCompletion::tag, kNoWords, kRepeatable},
+    OptionRow{"--tags", "NAME,...", "only these fields, in this order: names, numbers (270,\n0x10e) or patterns (GPS*), in nested records too;\nothers are neither read nor checked", kOutput, ValueCompletion::tag, kNoWords, kRepeatable},
     OptionRow{"--nested", "", "csv: a row for each nested directory too", kOutput, ValueCompletion::none},
     OptionRow{"--shorten", "N", "text: show N values of an array, 16 N characters of a\ntext, or \"all\" (default: 16)", kOutput, ValueCompletion::words, kAllWord},
     OptionRow{"--compact", "", "json: without line ends", kOutput, ValueCompletion::none},
@@ -133,7 +139,8 @@ constinit const std::string_view kVersionText = "ifdsweep " IFDSWEEP_VERSION;
 std::string helpFooter() {
     std::string text(kJpegNote);
     text.append("\n\nExit status: ").append(kExitStatusNote);
-    return text.append("\n\nExamples:\n").append(kExamples);
+    text.append("\n\n").append(readingTableText());
+    return text.append("\nExamples:\n").append(kExamples);
 }
 
 }  // namespace ifdsweep

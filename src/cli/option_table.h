@@ -46,7 +46,8 @@ extern const std::string_view kExitStatusNote;
 extern const std::string_view kExamples;
 extern const std::string_view kVersionText;
 
-/// What stands below the options: the note on JPEG files, the exit status and the examples.
+/// What stands below the options: the note on JPEG files, the exit status, the table of
+/// the readings and the examples.
 [[nodiscard]] std::string helpFooter();
 
 }  // namespace ifdsweep

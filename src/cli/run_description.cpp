@@ -13,6 +13,7 @@
 #include "cli/command_line.h"
 #include "cli/option_table.h"
 #include "files/file_service.h"
+#include "ifdsweep/reading.h"
 #include "io/descriptor.h"
 
 namespace ifdsweep {
@@ -43,6 +44,11 @@ std::optional<std::string> limitText(const std::optional<std::uint64_t>& limit) 
         return std::nullopt;
     }
     return *limit == kUnlimitedReads ? "unlimited" : std::to_string(*limit);
+}
+
+std::string longestValueText(const ReadOptions& read) {
+    const std::uint64_t longest = read.longestValue.value_or(Reading::kAll);
+    return longest == Reading::kAll ? "all" : std::to_string(longest);
 }
 
 std::optional<std::string> shortenText(const OutputChoice& output) {
@@ -127,6 +133,8 @@ std::vector<std::string> describeRun(const RunOptions& options) {
                                      valuePhrase("--offset", offsetText(read)),
                                      "--first " + numberText(read.first),
                                      "--max " + numberText(read.max),
+                                     "--reading " + std::string(wordOf(read.reading)),
+                                     "--max-value " + longestValueText(read),
                                      valuePhrase("--read-budget", limitText(read.readBudget)),
                                      valuePhrase("--value-budget", limitText(read.valueBudget)),
                                      timeZonePhrase(),

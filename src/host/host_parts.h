@@ -4,6 +4,7 @@
 //
 // Ownership: a host owns its parts. Threads: as the host.
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -40,6 +41,12 @@ public:
 
     /// See `Host::warnings`.
     [[nodiscard]] std::vector<qxMessage>& warnings();
+
+    /// How many warnings are collected. Those that the host still has to give are not among them.
+    [[nodiscard]] std::size_t collectedCount() const noexcept { return collected.size(); }
+
+    /// The warning collected last; there must be one.
+    [[nodiscard]] const qxMessage& lastCollected() const noexcept { return collected.back(); }
 
     /// See `Host::clear`.
     void clear() noexcept;

@@ -5,13 +5,21 @@
 #include <cstddef>
 
 #include "files/file_names.h"
+#include "ifdsweep/message_catalogue.h"
 
 namespace ifdsweep {
 
 namespace {
 
+/// The row of a message of the reading's own, with the arguments that it is given with.
+constexpr MessageTextRow readingRow(ReadingMessageId message, std::string_view text,
+                                    std::string_view explanation) {
+    const ReadingMessageRow& row = messageRow(message);
+    return {row.id, row.arguments, text, explanation};
+}
+
 // clang-format off
-constexpr std::array<MessageTextRow, 36> kMessageTexts{{
+constexpr std::array<MessageTextRow, 39> kMessageTexts{{
     {"Velmora:pixlore:ifdsweep:statFailure", "",
      "the file does not exist",
      "No file has this name. Check the path."},
@@ -50,7 +58,7 @@ constexpr std::array<MessageTextRow, 36> kMessageTexts{{
      "The entries of a directory in a JPEG file must lie inside one segment of 64 KiB. Argument: the entry count, which is damaged."},
     {"Velmora:pixlore:ifdsweep:badIFDread", "t",
      "the file ends inside the entries of {1}",
-     "A directory's table could not be read in full. Argument: the directory. As a rule the file was cut short or the entry count is damaged."},
+     "A directory's table could not be read. In a full reading it costs the file only when it is the first. Argument: the directory. As a rule the file was cut short or the entry count is damaged."},
     {"Velmora:pixlore:ifdsweep:strftimeFailure", "",
      "the modification date of the file cannot be formatted",
      "The file system reports a date that cannot be written as text. Set the file's modification time anew."},
@@ -92,7 +100,7 @@ constexpr std::array<MessageTextRow, 36> kMessageTexts{{
      "A directory of no known kind was to be read. Argument: the kind. Please report the file: no file should lead to this."},
     {"Velmora:pixlore:ifdsweep:badTagDataCount", "itii",
      "tag {1} (\"{2}\") has {3} components, expected {4}",
-     "A tag that must have a fixed number of values has another, and the file is refused. Arguments: the tag's number, its name, the count found, the count expected."},
+     "A tag that must have a fixed number of values has another. The contract's reading refuses the file; a full reading warns and keeps all values. Arguments: the tag's number, its name, the count found, the count expected."},
     {"Velmora:pixlore:ifdsweep:expectedTagDataFormat", "ttt",
      "tag \"{1}\" has field type {2}, expected {3}",
      "The value is read all the same. Arguments: the tag's name, the field type found, the type expected."},
@@ -105,6 +113,15 @@ constexpr std::array<MessageTextRow, 36> kMessageTexts{{
     {"Velmora:pixlore:ifdsweep:badTiffTagOffsetDataRead", "ti",
      "the value of tag \"{1}\" at position {2} cannot be read from its offset",
      "The data that an entry points to could not be read in full. Arguments: the tag's name, or its number when it has none; the position of the value."},
+    readingRow(ReadingMessageId::directoryCut,
+     "the directory at position {1} is cut short: {2} of its {3} entries are whole",
+     "The file ends inside the directory's table of entries. The whole ones are read; the pointer to the next directory, which stands behind the table, is lost. Arguments: the directory's position, the entries that are whole, the entries that it says it has."),
+    readingRow(ReadingMessageId::pointerHoldsNoOffset,
+     "tag {1} is a pointer to a directory and has field type {2}, which holds no offsets",
+     "The pointer leads nowhere. The entry is kept among the unknown tags, with its value. Arguments: the tag's number, the field type."),
+    readingRow(ReadingMessageId::valuesNotLoaded,
+     "values longer than {2} bytes are not loaded, {1} of them: {3}",
+     "The fields are there and empty, because no longer values were asked for. Arguments: how many values there are, the most bytes of one that is loaded, the names of the first tags. --max-value allows longer ones, or \"all\"."),
     {kOpenFailureId, "tt",
      "cannot open \"{1}\": {2}",
      "The path exists and cannot be opened for reading. Arguments: the path, the system's reason. Check its permissions, and that it is a file."},

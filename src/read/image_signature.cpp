@@ -18,6 +18,12 @@ constexpr std::array kSignatures{
     Signature{{"MM\0*", 4}, ImageFormat::tiff},
     Signature{{"II+\0", 4}, ImageFormat::tiff},  // BigTIFF
     Signature{{"MM\0+", 4}, ImageFormat::tiff},
+    Signature{{"IIU\0", 4}, ImageFormat::relative},  // RW2
+    Signature{{"IIRO", 4}, ImageFormat::relative},   // ORF
+    Signature{{"IIRS", 4}, ImageFormat::relative},
+    Signature{{"MMOR", 4}, ImageFormat::relative},
+    Signature{{"II\xBC\x01", 4}, ImageFormat::relative},  // JPEG XR
+    Signature{{"IIRC", 4}, ImageFormat::relative},        // DCP
     Signature{{"\xFF\xD8", 2}, ImageFormat::jpeg},
 };
 // clang-format on

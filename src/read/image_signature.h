@@ -13,7 +13,11 @@
 
 namespace ifdsweep {
 
-enum class ImageFormat : std::uint8_t { tiff, jpeg };
+enum class ImageFormat : std::uint8_t {
+    tiff,
+    relative,  ///< classic TIFF with another word in its header: for a full reading alone
+    jpeg,
+};
 
 /// The most first bytes that tell a format.
 inline constexpr std::size_t kLongestSignature = 4;

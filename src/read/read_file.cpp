@@ -11,9 +11,11 @@
 #include "files/file_names.h"
 #include "files/opened_file.h"
 #include "host/host_parts.h"
+#include "ifdsweep/reading.h"
 #include "read/image_signature.h"
 #include "read/jpeg_locator.h"
 #include "read/messages.h"
+#include "read/place_recorder.h"
 
 namespace ifdsweep {
 namespace {
@@ -40,10 +42,16 @@ struct Beginning {
     std::optional<qxMessage> jpegFailure{};  ///< a JPEG file without a stream
 };
 
-Beginning lookAt(OpenedFile& file, bool imagesOnly) {
+/// Whether files of a format that is no JPEG's are read.
+bool isRead(std::optional<ImageFormat> format, ReadingMode reading) {
+    return format == ImageFormat::tiff ||
+           (format == ImageFormat::relative && reading == ReadingMode::full);
+}
+
+Beginning lookAt(OpenedFile& file, const ReadOptions& options) {
     const BytesOfFile bytes(file);
     if (!beginsAsJpeg(bytes)) {
-        return {.isImage = !imagesOnly || imageFormatOf(bytes) == ImageFormat::tiff};
+        return {.isImage = !options.imagesOnly || isRead(imageFormatOf(bytes), options.reading)};
     }
     const JpegSearch search = findExifHeader(bytes);
     const auto position = static_cast<std::int64_t>(search.position);
@@ -60,12 +68,12 @@ Beginning lookAt(OpenedFile& file, bool imagesOnly) {
 
 /// Looks at the first bytes. Where a file does not exist, the entry point says so better: it
 /// passes for an image.
-Beginning lookAt(FileService& files, const std::u16string& name, bool imagesOnly) {
+Beginning lookAt(FileService& files, const std::u16string& name, const ReadOptions& options) {
     const std::shared_ptr<OpenedFile> file = files.opened(name);
     if (file == nullptr) {
         return {.isImage = true};
     }
-    Beginning beginning = lookAt(*file, imagesOnly);
+    Beginning beginning = lookAt(*file, options);
     // What could not be read is not known to be no image. A failure farther on is told of by the
     // host beside what can be read.
     const auto failure = file->firstReadFailure();
@@ -82,7 +90,7 @@ std::optional<double> findInitialOffset(FileService& files, const std::u16string
     if (options.offset && !options.imagesOnly) {
         return options.offset;
     }
-    const Beginning beginning = lookAt(files, name, options.imagesOnly);
+    const Beginning beginning = lookAt(files, name, options);
     if (!beginning.isImage && options.imagesOnly) {
         return std::nullopt;
     }
@@ -108,6 +116,37 @@ ValueHandle callEntryPoint(const std::u16string& name, const Outcome& outcome) {
     return ValueHandle(output);
 }
 
+ValueHandle readByRules(const std::u16string& name, const Outcome& outcome,
+                        const Reading& reading) {
+    return ValueHandle(readDirectories(name, outcome.initialOffset, outcome.firstIfdIndex,
+                                       outcome.maxIfdCount, reading));
+}
+
+ValueHandle readRecords(const std::u16string& name, const Outcome& outcome,
+                        const ReadOptions& options, PlaceRecorder& recorder) {
+    if (options.reading == ReadingMode::full) {
+        return readByRules(name, outcome,
+                           {.rules = ReadingRules::full(),
+                            .sink = &recorder,
+                            .filter = options.filter,
+                            .longestValue = options.longestValue.value_or(Reading::kAll)});
+    }
+    return options.sink == nullptr ? callEntryPoint(name, outcome)
+                                   : readByRules(name, outcome, {.sink = options.sink});
+}
+
+/// Puts warnings and places together. Places are fewer where those behind them have none.
+std::vector<Warning> placedWarnings(std::vector<qxMessage> messages,
+                                    std::vector<WarningPlace>& places) {
+    std::vector<Warning> warnings;
+    warnings.reserve(messages.size());
+    places.resize(messages.size());
+    for (std::size_t index = 0; index < messages.size(); ++index) {
+        warnings.push_back({std::move(messages[index]), std::move(places[index])});
+    }
+    return warnings;
+}
+
 qxMessage unexpectedFailure(const std::exception& failure) {
     return {kUnexpectedFailureId, {qxMessageText(std::string(failure.what()))}};
 }
@@ -116,6 +155,7 @@ qxMessage unexpectedFailure(const std::exception& failure) {
 
 Outcome read(Host& host, std::string_view path, const ReadOptions& options) {
     Outcome outcome;
+    PlaceRecorder recorder(HostParts::of(host), options.sink);
     if (options.readBudget) {
         host.setReadBudget(options.readBudget);
     }
@@ -132,7 +172,7 @@ Outcome read(Host& host, std::string_view path, const ReadOptions& options) {
         outcome.isImage = offset.has_value();
         if (offset) {
             outcome.initialOffset = *offset;
-            outcome.result = callEntryPoint(name, outcome);
+            outcome.result = readRecords(name, outcome, options, recorder);
         }
     } catch (const qxMessage& message) {
         outcome.error = message;
@@ -141,7 +181,12 @@ Outcome read(Host& host, std::string_view path, const ReadOptions& options) {
     } catch (const std::exception& failure) {
         outcome.error = unexpectedFailure(failure);
     }
-    outcome.warnings = host.takeWarnings();
+    try {
+        outcome.warnings = placedWarnings(host.takeWarnings(), recorder.places());
+    } catch (const std::bad_alloc&) {
+        outcome.result.reset();
+        outcome.error.emplace(outOfMemory());
+    }
     return outcome;
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <new>
+#include <string_view>
 #include <system_error>
 #include <utility>
 
@@ -13,15 +14,27 @@
 #include "io/descriptor.h"
 #include "read/field_selection.h"
 #include "read/messages.h"
+#include "read/tag_filter.h"
 #include "workers/worker_limits.h"
 #include "write/write_options.h"
 
 namespace ifdsweep {
+namespace {
+
+/// The tags of the fields that are asked for; null where all are read.
+std::unique_ptr<const TagFilter> filterFor(const TaskOptions& options) {
+    const bool readsAll =
+        options.output.fields.empty() || options.read.reading == ReadingMode::contract;
+    return readsAll ? nullptr : std::make_unique<const TagFilter>(tagFilter(options.output.fields));
+}
+
+}  // namespace
 
 FileTask::FileTask(const TaskOptions& taskOptions, Output& output, Colour colour,
                    int standardInputFile)
     : options(taskOptions),
       standardInput(standardInputFile),
+      filter(filterFor(options)),
       writer(makeResultWriter(writeOptions(options.output, colour), output)) {}
 
 void FileTask::setMemory(std::function<std::uint64_t()> limit) {
@@ -55,6 +68,7 @@ FileReport FileTask::read(const InputFile& file) {
     }
     ReadOptions asked = options.read;
     asked.imagesOnly = file.imagesOnly;
+    asked.filter = filter.get();
     outcome = ifdsweep::read(host, file.path, asked);
     return finish();
 }
@@ -75,8 +89,8 @@ FileReport FileTask::finish() {
         return report;
     }
     const auto& ignored = options.output.ignored;
-    std::erase_if(outcome.warnings, [&](const qxMessage& warning) {
-        return std::find(ignored.begin(), ignored.end(), warning.id()) != ignored.end();
+    std::erase_if(outcome.warnings, [&](const Warning& warning) {
+        return std::find(ignored.begin(), ignored.end(), warning.message.id()) != ignored.end();
     });
     countWarnings(report);
     if (outcome.result != nullptr && outcome.result->kind() == ValueKind::Struct) {
@@ -101,12 +115,12 @@ FileReport FileTask::finish() {
 }
 
 void FileTask::countWarnings(FileReport& report) {
-    for (const qxMessage& warning : outcome.warnings) {
-        const auto known =
-            std::find_if(report.warnings.begin(), report.warnings.end(),
-                         [&](const auto& counted) { return counted.first == warning.id(); });
+    for (const Warning& warning : outcome.warnings) {
+        const std::string_view id = warning.message.id();
+        const auto known = std::find_if(report.warnings.begin(), report.warnings.end(),
+                                        [&](const auto& counted) { return counted.first == id; });
         if (known == report.warnings.end()) {
-            report.warnings.emplace_back(warning.id(), 1);
+            report.warnings.emplace_back(id, 1);
         } else {
             ++known->second;
         }

@@ -11,6 +11,7 @@
 
 #include "ifdsweep/host.h"
 #include "ifdsweep/read.h"
+#include "ifdsweep/reading.h"
 #include "io/output.h"
 #include "walk/input_file.h"
 #include "workers/file_report.h"
@@ -53,6 +54,7 @@ private:
 
     const TaskOptions& options;
     int standardInput;
+    std::unique_ptr<const TagFilter> filter;  ///< lent to each reading
     Host host;
     std::unique_ptr<ResultWriter> writer;
     Outcome outcome;

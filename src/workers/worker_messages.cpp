@@ -42,13 +42,17 @@ std::optional<std::uint64_t> takeOptional(Unpacker& bytes) {
 // The bindings name every member, so that one more does not build before it is packed.
 
 void putRead(std::string& bytes, const ReadOptions& choice) {
-    const auto& [offset, first, max, readBudget, valueBudget, imagesOnly] = choice;
+    // The filter is made by the worker itself, and nobody but the writer is told.
+    const auto& [offset, first, max, readBudget, valueBudget, imagesOnly, reading, filter,
+                 longestValue, sink] = choice;
     putOptional(bytes, offset ? std::optional(bitsOf(*offset)) : std::nullopt);
     packed::putNumber(bytes, bitsOf(first));
     packed::putNumber(bytes, bitsOf(max));
     putOptional(bytes, readBudget);
     putOptional(bytes, valueBudget);
     putChoice(bytes, imagesOnly);
+    putChoice(bytes, reading);
+    putOptional(bytes, longestValue);
 }
 
 void takeRead(Unpacker& bytes, ReadOptions& choice) {
@@ -60,6 +64,8 @@ void takeRead(Unpacker& bytes, ReadOptions& choice) {
     choice.readBudget = takeOptional(bytes);
     choice.valueBudget = takeOptional(bytes);
     choice.imagesOnly = bytes.flag();
+    choice.reading = bytes.choice(ReadingMode::contract);
+    choice.longestValue = takeOptional(bytes);
 }
 
 void putField(std::string& bytes, const ChosenField& field) {

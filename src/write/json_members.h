@@ -53,13 +53,15 @@ void appendMessageMembers(Output& output, const qxMessage& message, AppendText&&
 }
 
 /// Appends the members "warnings" and "error" of an outcome, without braces.
-/// @param appendMessage called with each message
+/// @param appendMessage called with each message and its place, null for that of an error
 template <class AppendMessage>
 void appendOutcomeMessages(Output& output, const Outcome& outcome, AppendMessage&& appendMessage) {
     output.append(R"("warnings":)");
     if (outcome.warningCounts.empty()) {
-        appendJsonArray(output, outcome.warnings.size(),
-                        [&](std::size_t index) { appendMessage(outcome.warnings[index]); });
+        appendJsonArray(output, outcome.warnings.size(), [&](std::size_t index) {
+            const Warning& warning = outcome.warnings[index];
+            appendMessage(warning.message, &warning.place);
+        });
     } else {
         appendJsonArray(output, outcome.warningCounts.size(), [&](std::size_t index) {
             const WarningCount& warning = outcome.warningCounts[index];
@@ -72,7 +74,7 @@ void appendOutcomeMessages(Output& output, const Outcome& outcome, AppendMessage
     }
     output.append(R"(,"error":)");
     if (outcome.error) {
-        appendMessage(*outcome.error);
+        appendMessage(*outcome.error, nullptr);
     } else {
         output.append("null");
     }

@@ -63,12 +63,32 @@ void appendNaturalText(Output& output, const qxMessageText& text) {
     }
 }
 
-void appendNaturalMessage(Output& output, const qxMessage& message) {
+/// Appends the members that say where, those of them that there are.
+void appendPlaceMembers(Output& output, const WarningPlace& place) {
+    if (!place.path.empty()) {
+        output.append(R"(,"path":)");
+        appendJsonString(output, place.path);
+    }
+    if (place.tag) {
+        output.append(R"(,"tag":)");
+        appendInteger(output, *place.tag);
+    }
+    if (place.offset) {
+        output.append(R"(,"offset":)");
+        appendInteger(output, static_cast<std::int64_t>(*place.offset));
+    }
+}
+
+/// @param place where it arose; null for an error
+void appendNaturalMessage(Output& output, const qxMessage& message, const WarningPlace* place) {
     output.append('{');
     appendMessageMembers(output, message,
                          [&](const qxMessageText& text) { appendNaturalText(output, text); });
     output.append(R"(,"text":)");
     appendJsonString(output, messageText(message));
+    if (place != nullptr) {
+        appendPlaceMembers(output, *place);
+    }
     output.append('}');
 }
 
@@ -119,7 +139,9 @@ void appendNaturalOutcome(Output& output, const Outcome& outcome) {
     }
     output.append(',');
     appendOutcomeMessages(output, outcome,
-                          [&](const qxMessage& message) { appendNaturalMessage(output, message); });
+                          [&](const qxMessage& message, const WarningPlace* place) {
+                              appendNaturalMessage(output, message, place);
+                          });
     output.append('}');
 }
 

@@ -41,7 +41,7 @@ void TextWriter::writeFile(const Outcome& outcome) {
             output.append("no directories\n");
         }
     }
-    for (const qxMessage& warning : outcome.warnings) {
+    for (const Warning& warning : outcome.warnings) {
         appendWarning(warning);
     }
     for (const WarningCount& warning : outcome.warningCounts) {
@@ -164,13 +164,23 @@ void TextWriter::appendUnknownTags(const Value& tags, std::size_t depth) {
     }
 }
 
-void TextWriter::appendWarning(const qxMessage& warning) {
+void TextWriter::appendWarning(const Warning& warning) {
     indent(1);
     appendStyled(Style::warning, "warning:");
     output.append(' ');
-    appendTerminalText(output, messageText(warning));
+    const WarningPlace& place = warning.place;
+    if (!place.path.empty()) {
+        output.append("Directory ");
+        appendTerminalText(output, place.path);
+        if (place.tag) {
+            output.append(", tag ");
+            appendInteger(output, *place.tag);
+        }
+        output.append(": ");
+    }
+    appendTerminalText(output, messageText(warning.message));
     output.append(" (");
-    appendTerminalText(output, warning.id());
+    appendTerminalText(output, warning.message.id());
     output.append(")\n");
 }
 

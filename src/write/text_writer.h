@@ -40,7 +40,7 @@ private:
     void appendField(std::string_view name, const Value& value, std::size_t nameWidth,
                      std::size_t depth);
     void appendUnknownTags(const Value& tags, std::size_t depth);
-    void appendWarning(const qxMessage& warning);
+    void appendWarning(const Warning& warning);
     void appendWarningCount(const WarningCount& warning);
     /// Real files do not nest so deep; one that nests 64 directories is not all spaces.
     static constexpr std::size_t kDeepest = 16;

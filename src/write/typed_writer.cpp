@@ -115,7 +115,9 @@ void TypedWriter::writeFile(const Outcome& outcome) {
     appendTypedValue(output, outcome.result.get());
     output.append(',');
     appendOutcomeMessages(output, outcome,
-                          [&](const qxMessage& message) { appendTypedMessage(output, message); });
+                          [&](const qxMessage& message, const WarningPlace* /*place*/) {
+                              appendTypedMessage(output, message);
+                          });
     output.append("}\n");
 }
 

@@ -13,14 +13,21 @@ namespace {
 using ifdsweep::findMessageText;
 using ifdsweep::hostMessageText;
 using ifdsweep::kMessageCatalogue;
+using ifdsweep::kReadingCatalogue;
 using ifdsweep::MessageId;
 using ifdsweep::MessageRow;
 using ifdsweep::MessageTextRow;
 using ifdsweep::messageTexts;
+using ifdsweep::ReadingMessageRow;
 using ifdsweep::module::Message;
 
 TEST(MessageTexts, EveryMessageOfTheModuleHasARowWithItsArguments) {
     for (const MessageRow& message : kMessageCatalogue) {
+        const MessageTextRow* row = findMessageText(message.id);
+        ASSERT_NE(row, nullptr) << message.id;
+        EXPECT_EQ(row->arguments, message.arguments) << message.id;
+    }
+    for (const ReadingMessageRow& message : kReadingCatalogue) {
         const MessageTextRow* row = findMessageText(message.id);
         ASSERT_NE(row, nullptr) << message.id;
         EXPECT_EQ(row->arguments, message.arguments) << message.id;
@@ -33,6 +40,9 @@ TEST(MessageTexts, EveryRowIsAMessageOfTheModuleOrTheHost) {
         ifdsweep::kReadFailedId,  ifdsweep::kValueBudgetSpentId,
         ifdsweep::kMemorySpentId, "Velmora:pixlore:ifdsweep:badTiffTagOffsetDataRead"};
     for (const MessageRow& message : kMessageCatalogue) {
+        known.insert(message.id);
+    }
+    for (const ReadingMessageRow& message : kReadingCatalogue) {
         known.insert(message.id);
     }
     std::set<std::string_view> found;

@@ -35,6 +35,8 @@ check "text json ndjson typed csv" ifdsweep --format =
 check "text typed" ifdsweep --format = t
 check "count" ifdsweep --warnings c
 check "unlimited" ifdsweep --read-budget u
+check "contract" ifdsweep --reading c
+check "all" ifdsweep --max-value ""
 check "Make MakerNote MakerNoteSafety$tags" ifdsweep --tags Make
 check "GPSLatitudeRef,Make,DateTimeOriginal$tags" ifdsweep --tags GPSLatitudeRef,Make,DateTimeO
 check "Make,GPSAltitudeRef$tags" ifdsweep --tags = Make,GPSAltitudeR

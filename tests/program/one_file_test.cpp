@@ -95,7 +95,7 @@ TEST_F(OneFile, TheMemoryLimitHolds) {
         fixture::Directory{fixture::longs(50000, {1, 2}).withCount(kCount).withValueField(1000)});
     programfiles::write(in("large.tif"), builder.build().bytes);
     fs::resize_file(in("large.tif"), 1000 + 4 * kCount);
-    expectTheSame({"--memory", "150000000", "large.tif"},
+    expectTheSame({"--memory", "150000000", "--max-value", "all", "--tags", "50000", "large.tif"},
                   "ifdsweep: large.tif: out of memory: the limit is 150000000 bytes (--memory) "
                   "(ifdsweep:outOfMemory)\n");
 }

@@ -203,10 +203,10 @@ ifdsweep::Outcome goodOutcome() {
     setField(unknown, 0, "Offset", number(99));
     setField(unknown, 0, "Value", rendering::text(u"x\x1b"));
     setField(outcome.result, 0, "UnknownTags", std::move(unknown));
-    outcome.warnings.emplace_back(
-        kExpectedTagDataFormat, std::vector<qxMessageArgument>{qxMessageText(std::string("Artist")),
-                                                               qxMessageText(std::string("\xE9")),
-                                                               std::int64_t{9223372036854775807}});
+    const std::vector<qxMessageArgument> arguments{qxMessageText(std::string("Artist")),
+                                                   qxMessageText(std::string("\xE9")),
+                                                   std::int64_t{9223372036854775807}};
+    outcome.warnings.push_back({qxMessage(kExpectedTagDataFormat, arguments), {}});
     return outcome;
 }
 

@@ -4,6 +4,7 @@
 #include <utility>
 #include <vector>
 
+#include "cli/reading_table.h"
 #include "manual/option_texts.h"
 
 namespace ifdsweep::manual {
@@ -127,6 +128,14 @@ std::string manualPage() {
     page.paragraph(kJpegNote);
     addOptions(page);
     addMessages(page);
+
+    page.section("READINGS");
+    page.paragraph("Where --reading full and --reading contract differ:");
+    for (const ReadingDifference& row : readingDifferences()) {
+        page.term(roffText(replaced(row.subject, "\n", " ")),
+                  {"full: " + replaced(row.full, "\n", " "),
+                   "contract: " + replaced(row.contract, "\n", " ")});
+    }
 
     page.section("EXIT STATUS");
     page.paragraph(kExitStatusNote);

@@ -1,0 +1,91 @@
+#include "read/place_recorder.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <utility>
+
+#include "read/directory_path.h"
+
+namespace ifdsweep {
+namespace {
+
+/// The one pointer that may lead to several chains, whose records are cells.
+constexpr std::uint16_t kSubIfds = 330;
+
+/// A path of real files is within what a warning counts.
+constexpr std::size_t kUncountedPath = 64;
+
+}  // namespace
+
+std::string pathOf(const DirectoryFacts& directory) {
+    std::string path;
+    if (directory.parent != nullptr) {
+        std::string name(directory.pointerName);
+        if (directory.pointerTag == kSubIfds) {
+            name += '[' + std::to_string(directory.chainIndex) + ']';
+        }
+        path = childPath(pathOf(*directory.parent), name);
+    }
+    return childPath(path, std::to_string(directory.index));
+}
+
+void PlaceRecorder::directoryBegins(const DirectoryFacts& directory) {
+    pathOwner.reset();
+    if (next != nullptr) {
+        next->directoryBegins(directory);
+    }
+}
+
+void PlaceRecorder::directoryEnds(const DirectoryFacts& directory, bool isKept) {
+    pathOwner.reset();
+    if (next != nullptr) {
+        next->directoryEnds(directory, isKept);
+    }
+}
+
+void PlaceRecorder::entry(const DirectoryFacts& directory, const EntryFacts& entry) {
+    if (next != nullptr) {
+        next->entry(directory, entry);
+    }
+}
+
+void PlaceRecorder::warning(const qxMessage& message, const WarningFacts& place) {
+    // Before this one the host may have collected warnings of its own, which arose on the way to
+    // it, and its budget may have had no room for it.
+    recorded.resize(std::max(recorded.size(), collectedBefore));
+    const std::size_t collected = host.collectedCount();
+    if (collected > recorded.size()) {
+        WarningPlace here;
+        if (place.directory != nullptr) {
+            here.path = cachedPath(*place.directory);
+        }
+        while (recorded.size() < collected) {
+            const std::size_t beyond =
+                here.path.size() - std::min(here.path.size(), kUncountedPath);
+            host.valueBudget().add(ValueBudget::kElementWeight * beyond);
+            recorded.push_back(here);
+        }
+        if (host.lastCollected().id() == message.id()) {
+            recorded.back().tag = place.tag;
+            recorded.back().offset =
+                place.directory != nullptr ? std::optional(place.position) : std::nullopt;
+        }
+    }
+    if (next != nullptr) {
+        next->warning(message, place);
+    }
+}
+
+const std::string& PlaceRecorder::cachedPath(const DirectoryFacts& directory) {
+    const bool isKept = pathOwner && pathOwner->parent == directory.parent &&
+                        pathOwner->pointerTag == directory.pointerTag &&
+                        pathOwner->chainIndex == directory.chainIndex &&
+                        pathOwner->index == directory.index;
+    if (!isKept) {
+        path = pathOf(directory);
+        pathOwner = directory;
+    }
+    return path;
+}
+
+}  // namespace ifdsweep
