@@ -11,6 +11,7 @@
 
 namespace ifdsweep {
 
+/// Ends with a NUL.
 inline constexpr std::string_view kUnknownTags = "UnknownTags";
 
 /// Whether a value is shown as directories of its own: records, or cells with records.

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
+#include <cstdint>
 #include <string>
 #include <utility>
 
@@ -23,7 +25,7 @@ ValueHandle makeRecords(const Value& likeThese, const std::vector<std::string>& 
         qxCreateStructArray(size.size(), size.data(), pointers.size(), pointers.data()));
 }
 
-/// A copy of the value of an unknown tag: a text or a double row.
+/// A copy of the value of an unknown tag, a text or a double row, that is shown in two places.
 ValueHandle copyOf(const Value& value) {
     const std::array<std::size_t, 2> size{value.rows(), value.columns()};
     if (value.kind() == ValueKind::Char) {
@@ -41,16 +43,43 @@ const Value* memberOf(const Value& records, std::size_t element, std::string_vie
     return field ? records.field(element, *field) : nullptr;
 }
 
-/// The value of an unknown tag in a directory; null when it has none.
-const Value* unknownValue(const Value& records, std::size_t element, std::uint16_t id) {
-    const Value* tags = memberOf(records, element, kUnknownTags);
-    for (std::size_t tag = 0; tags != nullptr && tag < tags->elementCount(); ++tag) {
-        const Value* number = memberOf(*tags, tag, "ID");
-        if (number != nullptr && number->elementCount() == 1 && number->doubles()[0] == id) {
-            return memberOf(*tags, tag, "Value");
-        }
+/// Whether a value is shown in a second place too.
+enum class Shown : std::uint8_t { here, elsewhereToo };
+
+/// The value of an unknown tag in a directory, moved out of it unless it is shown elsewhere too;
+/// null when it has none.
+ValueHandle unknownValue(Value& records, std::size_t element, std::uint16_t id, Shown shown) {
+    const auto place = records.fieldIndex(kUnknownTags);
+    ValueHandle tags = place ? ValueStore::takeField(records, element, *place) : nullptr;
+    if (tags == nullptr) {
+        return nullptr;
     }
-    return nullptr;
+    ValueHandle found;
+    for (std::size_t tag = 0; tag < tags->elementCount(); ++tag) {
+        const Value* number = memberOf(*tags, tag, "ID");
+        if (number == nullptr || number->elementCount() != 1 || number->doubles()[0] != id) {
+            continue;
+        }
+        if (const Value* value = memberOf(*tags, tag, "Value")) {
+            found = shown == Shown::elsewhereToo
+                        ? copyOf(*value)
+                        : ValueStore::takeField(*tags, tag, *tags->fieldIndex("Value"));
+        }
+        break;
+    }
+    ValueStore::setField(records, element, kUnknownTags.data(), tags.release());
+    return found;
+}
+
+/// Whether the unknown tag of a field is shown again: under another name or among all of them.
+bool isShownBehind(const std::vector<ChosenField>& fields, std::size_t number) {
+    const auto showsAll = [](const ChosenField& field) { return field.name == kUnknownTags; };
+    const auto showsIt = [&](const ChosenField& field) {
+        return field.unknownId == fields[number].unknownId;
+    };
+    const auto behind = fields.begin() + static_cast<std::ptrdiff_t>(number) + 1;
+    return std::any_of(fields.begin(), fields.end(), showsAll) ||
+           std::any_of(behind, fields.end(), showsIt);
 }
 
 /// What a value that holds records has of the chosen fields; null when that is nothing.
@@ -102,9 +131,9 @@ ValueHandle selectFields(ValueHandle records, const std::vector<ChosenField>& fi
     for (std::size_t number = 0; number < fields.size(); ++number) {
         const ChosenField& chosen = fields[number];
         if (chosen.unknownId && !records->fieldIndex(chosen.name)) {
+            const Shown shown = isShownBehind(fields, number) ? Shown::elsewhereToo : Shown::here;
             selected[number] = selectField(*records, chosen.name, [&](std::size_t element) {
-                const Value* value = unknownValue(*records, element, *chosen.unknownId);
-                return value != nullptr ? copyOf(*value) : ValueHandle();
+                return unknownValue(*records, element, *chosen.unknownId, shown);
             });
         }
     }

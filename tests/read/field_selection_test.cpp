@@ -187,4 +187,40 @@ TEST_F(FieldSelections, UnknownTagsByTheirNumber) {
               R"({"class":"struct","size":[2,1],"fields":["Width"],"data":[[null],[null]]})");
 }
 
+TEST_F(FieldSelections, AnUnknownTagIsShownWhereverItWasAskedFor) {
+    auto tags = rendering::records(1, {"ID", "Offset", "Value"});
+    setField(tags, 0, "ID", number(50000));
+    setField(tags, 0, "Value", rendering::numbers(1, 2, {1, 2}));
+    auto records = rendering::records(1, {"UnknownTags"});
+    setField(records, 0, "UnknownTags", std::move(tags));
+    const std::string value = R"({"class":"double","size":[1,2],"data":[1,2]})";
+    const std::string whole =
+        R"({"class":"struct","size":[1,1],"fields":["ID","Offset","Value"],"data":[[)"
+        R"({"class":"double","size":[1,1],"data":[50000]},null,)" +
+        value + "]]}";
+    for (const auto& [names, data] : std::vector<std::pair<std::vector<std::string>, std::string>>{
+             {{"#50000", "UnknownTags"}, value + ',' + whole},
+             {{"UnknownTags", "#50000"}, whole + ',' + value}}) {
+        EXPECT_EQ(selected(records, names),
+                  R"({"class":"struct","size":[1,1],"fields":[")" + fields(names)[0].name +
+                      R"(",")" + fields(names)[1].name + R"("],"data":[[)" + data + "]]}");
+    }
+    const std::vector<ifdsweep::ChosenField> twice{{"50000", 50000}, {"0xc350", 50000}};
+    EXPECT_EQ(typed(ifdsweep::selectFields(copyOf(*records), twice)),
+              R"({"class":"struct","size":[1,1],"fields":["50000","0xc350"],"data":[[)" + value +
+                  ',' + value + "]]}");
+}
+
+TEST_F(FieldSelections, TheValueOfAnUnknownTagIsMoved) {
+    const std::vector<double> many(1000, 7);
+    auto tags = rendering::records(1, {"ID", "Offset", "Value"});
+    setField(tags, 0, "ID", number(50000));
+    setField(tags, 0, "Value", rendering::numbers(1, many.size(), many));
+    auto records = rendering::records(1, {"UnknownTags"});
+    const double* numbers = tags->field(0, 2)->doubles().data();
+    setField(records, 0, "UnknownTags", std::move(tags));
+    const auto chosen = ifdsweep::selectFields(std::move(records), fields({"#50000"}));
+    EXPECT_EQ(chosen->field(0, 0)->doubles().data(), numbers);
+}
+
 }  // namespace
