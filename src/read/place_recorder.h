@@ -24,6 +24,10 @@ public:
     PlaceRecorder(HostParts& hostParts, EntrySink* nextSink) noexcept
         : host(hostParts), next(nextSink), collectedBefore(hostParts.collectedCount()) {}
 
+    /// As the next sink: entries are no places.
+    [[nodiscard]] bool hearsEntries() const noexcept override {
+        return next != nullptr && next->hearsEntries();
+    }
     void directoryBegins(const DirectoryFacts& directory) override;
     void directoryEnds(const DirectoryFacts& directory, bool isKept) override;
     void entry(const DirectoryFacts& directory, const EntryFacts& entry) override;
