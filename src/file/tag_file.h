@@ -78,9 +78,8 @@ private:
         TagFile& file;
     };
 
-    void layOutByVersion();
-    void takeLayout(FileFormat layout);
-    [[nodiscard]] bool leadsToDirectoryAsBigTiff();
+    [[nodiscard]] FileFormat layoutByVersion();
+    [[nodiscard]] bool leadsToDirectory(FileFormat layout);
     void skipDirectories();
     void skipDirectory();
 };

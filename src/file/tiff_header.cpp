@@ -41,7 +41,10 @@ void TagFile::readThroughTiffHeader() {
     }
     tiffVersion = static_cast<std::uint16_t>(unsignedAt(headerVersion.data(), 2));
     if (rules.headerDecidesLayout) {
-        layOutByVersion();
+        const FileFormat layout = layoutByVersion();
+        setLayout(layout);
+        // A JPEG stays one: what its record shows is another matter than the widths of its stream.
+        fileFormat = fileFormat == FileFormat::jpeg ? fileFormat : layout;
     }
     if (offsetSize == 8) {
         moveForward(4);  // the size of an offset, and a reserved word
@@ -60,30 +63,26 @@ void TagFile::readThroughTiffHeader() {
     skipDirectories();
 }
 
-// Any other word says nothing: a damaged one may stand before either layout. That of BigTIFF, for
-// which the first bytes made the file be taken, is kept where it leads to a directory.
-void TagFile::layOutByVersion() {
+// A damaged word may stand before either layout: where the layout that it names leads out of the
+// file, that by the first bytes holds, and a word that names none leaves BigTIFF, for which every
+// unknown file was taken, only where that leads to a directory.
+FileFormat TagFile::layoutByVersion() {
+    const FileFormat taken = offsetSize == 8 ? FileFormat::bigTiff : FileFormat::classicTiff;
     const auto* row =
         std::find_if(kVersions.begin(), kVersions.end(),
                      [this](const VersionRow& known) { return known.version == tiffVersion; });
     if (row != kVersions.end()) {
-        takeLayout(row->layout);
-    } else if (fileFormat == FileFormat::bigTiff && !leadsToDirectoryAsBigTiff()) {
-        takeLayout(FileFormat::classicTiff);
+        return row->layout == taken || leadsToDirectory(row->layout) ? row->layout : taken;
     }
+    return taken == FileFormat::bigTiff && !leadsToDirectory(taken) ? FileFormat::classicTiff
+                                                                    : taken;
 }
 
-// A JPEG stays one: what its record shows is another matter than the widths of its stream.
-void TagFile::takeLayout(FileFormat layout) {
-    setLayout(layout);
-    if (fileFormat != FileFormat::jpeg) {
-        fileFormat = layout;
-    }
-}
-
-bool TagFile::leadsToDirectoryAsBigTiff() {
+/// Whether the header, read in a layout, leads to a place in the file.
+bool TagFile::leadsToDirectory(FileFormat layout) {
     const std::uint64_t start = position();
-    moveForward(4);
+    setLayout(layout);
+    moveForward(offsetSize - 4);
     std::uint64_t firstIfd = 0;
     const bool isInside =
         freadNextIfdOffset(firstIfd) == 1 && Wide{firstIfd} + baseOffset() <= fileStatus.fileSize;
