@@ -1,13 +1,21 @@
 #include "cli/command_line.h"
 
+#include <algorithm>
 #include <cmath>
+#include <cstdint>
+#include <optional>
+#include <sstream>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "cli/option_table.h"
+#include "cli/reading_table.h"
 #include "ifdsweep/host.h"
+#include "ifdsweep/reading.h"
 
 namespace {
 
@@ -81,6 +89,40 @@ TEST(CommandLines, ReadBudget) {
               ifdsweep::kUnlimited);
 }
 
+TEST(CommandLines, Readings) {
+    EXPECT_EQ(parse({"f"}).options.read.reading, ifdsweep::ReadingMode::full);
+    EXPECT_EQ(parse({"--reading", "full", "f"}).options.read.reading, ifdsweep::ReadingMode::full);
+    EXPECT_EQ(parse({"--reading=contract", "f"}).options.read.reading,
+              ifdsweep::ReadingMode::contract);
+}
+
+TEST(CommandLines, TheLongestValueFollowsTheFormatUnlessItIsGiven) {
+    constexpr std::uint64_t kAll = ifdsweep::Reading::kAll;
+    constexpr std::uint64_t kOfText = 65536;
+    const std::pair<std::vector<const char*>, std::optional<std::uint64_t>> rows[] = {
+        {{"f"}, kOfText},
+        {{"--shorten", "1", "f"}, kOfText},
+        {{"--shorten", "4096", "f"}, kOfText},
+        {{"--shorten", "4097", "f"}, kOfText + 16},
+        {{"--shorten", "18446744073709551615", "f"}, kAll / 16 * 16},
+        {{"--shorten", "all", "f"}, std::nullopt},
+        {{"--format", "json", "f"}, std::nullopt},
+        {{"--format", "ndjson", "f"}, std::nullopt},
+        {{"--format", "typed", "f"}, std::nullopt},
+        {{"--format", "csv", "f"}, std::nullopt},
+        {{"--reading", "contract", "f"}, std::nullopt},
+        {{"--max-value", "0", "f"}, 0},
+        {{"--max-value", "all", "f"}, kAll},
+        {{"--max-value", "1000000", "--format", "json", "f"}, 1000000},
+        {{"--max-value", "100", "--shorten", "4097", "f"}, 100},
+    };
+    for (const auto& [words, expected] : rows) {
+        const auto line = parse(words);
+        ASSERT_EQ(line.action, Action::read) << line.text;
+        EXPECT_EQ(line.options.read.longestValue, expected) << testing::PrintToString(words);
+    }
+}
+
 TEST(CommandLines, EveryFileNameComesThrough) {
     const std::vector<std::vector<const char*>> rows = {
         {"a", "b", "c"}, {"[a,b]"},      {"[]"}, {"\n[a]", "[a]", "\n\n[b,c]"},
@@ -151,6 +193,13 @@ TEST(CommandLines, WrongUsageIsToldWithTheOption) {
         {{"--nested", "--format", "json", "f"}, "--nested goes with --format csv"},
         {{"--shorten", "3", "--format", "json", "f"}, "--shorten goes with --format text"},
         {{"--resume", "j", "--format", "csv", "f"}, "needs --tags"},
+        {{"--reading", "whole", "f"}, "full or contract, got whole"},
+        {{"--reading", "", "f"}, "--reading"},
+        {{"--max-value", "64K", "f"}, "a number of bytes or all, got 64K"},
+        {{"--max-value", "-1", "f"}, "--max-value"},
+        {{"--max-value", "1", "--reading", "contract", "f"},
+         "--max-value goes with --reading full: the contract's reading loads every value"},
+        {{"--reading", "contract", "--max-value", "all", "f"}, "--max-value goes with"},
         {{"--bogus", "f"}, "--bogus"},
         {{"-x", "f"}, "-x"},
     };
@@ -260,6 +309,26 @@ TEST(CommandLines, HelpNamesEveryOption) {
               "130 interrupted", "ifdsweep:noExifSegment", "ifdsweep:badJpegSegment"}) {
             EXPECT_NE(line.text.find(mentioned), std::string::npos) << mentioned;
         }
+    }
+}
+
+TEST(CommandLines, HelpHasTheTableOfTheReadingsAndNoLineIsTooLong) {
+    const std::string text = parse({"--help"}).text;
+    const std::string table = ifdsweep::readingTableText();
+    EXPECT_NE(text.find(table), std::string::npos);
+    for (const ifdsweep::ReadingDifference& row : ifdsweep::readingDifferences()) {
+        for (const std::string_view cell : {row.subject, row.full, row.contract}) {
+            EXPECT_FALSE(cell.empty());
+            for (std::size_t start = 0; start < cell.size();) {
+                const std::size_t end = std::min(cell.find('\n', start), cell.size());
+                EXPECT_NE(table.find(cell.substr(start, end - start)), std::string::npos) << cell;
+                start = end + 1;
+            }
+        }
+    }
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) {
+        EXPECT_LE(line.size(), 100U) << line;
     }
 }
 

@@ -147,7 +147,8 @@ TEST(ProgramOutOfMemory, SaysSo) {
                                .build();
     const TemporaryFile file("large.tif", large.bytes);
     const CapturedProgram program =
-        runCaptured({"--memory", "1073741824", file.path()}, [] { failRequestsAbove(8000000); });
+        runCaptured({"--memory", "1073741824", "--max-value", "all", file.path()},
+                    [] { failRequestsAbove(8000000); });
     EXPECT_EQ(program.status, 1);
     const std::string reason =
         ifdsweep::kIsSanitized ? "the system gives no more" : "the limit is 1024 MiB (--memory)";

@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include "cli/reading_table.h"
 #include "manual/bash_completion.h"
 #include "manual/fish_completion.h"
 #include "manual/option_texts.h"
@@ -179,6 +180,30 @@ TEST(Readme, NamesEveryOption) {
         const std::string value = row.placeholder.empty() ? "" : ' ' + std::string(row.placeholder);
         EXPECT_NE(readme.find('`' + std::string(row.name) + value + '`'), std::string::npos)
             << row.name;
+    }
+}
+
+TEST(Formats, HaveTheTableOfTheReadings) {
+    const std::string formats = fixture::readFile("docs/formats.md");
+    std::string table;
+    for (const ifdsweep::ReadingDifference& row : ifdsweep::readingDifferences()) {
+        for (const std::string_view cell : {row.subject, row.full, row.contract}) {
+            table += "| " + ifdsweep::manual::replaced(cell, "\n", " ") + ' ';
+        }
+        table += "|\n";
+    }
+    EXPECT_NE(formats.find("| --- | --- | --- |\n" + table + '\n'), std::string::npos) << table;
+}
+
+TEST(ManualPages, HaveTheTableOfTheReadings) {
+    const std::string page = ifdsweep::manual::manualPage();
+    const auto inRoff = [](std::string_view text) {
+        return ifdsweep::manual::roffText(ifdsweep::manual::replaced(text, "\n", " "));
+    };
+    for (const ifdsweep::ReadingDifference& row : ifdsweep::readingDifferences()) {
+        const std::string entry = ".TP\n" + inRoff(row.subject) + "\nfull: " + inRoff(row.full) +
+                                  "\n.br\ncontract: " + inRoff(row.contract) + '\n';
+        EXPECT_NE(page.find(entry), std::string::npos) << entry;
     }
 }
 

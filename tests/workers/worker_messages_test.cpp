@@ -27,7 +27,8 @@ ifdsweep::WorkerSetup usualSetup() {
     setup.memory = std::uint64_t{1} << 40;
     setup.hasStandardInput = true;
     setup.colour = ifdsweep::Colour::on;
-    setup.task.read = {12.5, 1, 2, 300, 400, true};
+    setup.task.read = {12.5, 1, 2, 300, 400, true, ifdsweep::ReadingMode::contract};
+    setup.task.read.longestValue = 500;
     ifdsweep::OutputChoice& output = setup.task.output;
     output.format = ifdsweep::Format::csv;
     output.layout = ifdsweep::JsonLayout::compact;
@@ -64,6 +65,8 @@ TEST(WorkerMessages, ASetupComesBack) {
     EXPECT_EQ(back->task.read.readBudget, 300U);
     EXPECT_EQ(back->task.read.valueBudget, 400U);
     EXPECT_TRUE(back->task.read.imagesOnly);
+    EXPECT_EQ(back->task.read.reading, ifdsweep::ReadingMode::contract);
+    EXPECT_EQ(back->task.read.longestValue, 500U);
     const ifdsweep::OutputChoice& output = back->task.output;
     EXPECT_EQ(output.format, ifdsweep::Format::csv);
     EXPECT_EQ(output.layout, ifdsweep::JsonLayout::compact);
@@ -84,6 +87,8 @@ TEST(WorkerMessages, ASetupOfDefaultsComesBack) {
     const auto back = ifdsweep::unpackSetup(bodyOf(message));
     ASSERT_TRUE(back);
     EXPECT_FALSE(back->task.read.offset);
+    EXPECT_EQ(back->task.read.reading, ifdsweep::ReadingMode::full);
+    EXPECT_FALSE(back->task.read.longestValue);
     EXPECT_FALSE(back->task.output.shorten);
     EXPECT_EQ(ifdsweep::packSetup(*back), message);
 }

@@ -256,6 +256,48 @@ TEST_F(Writers, NaturalObjectOfAFile) {
     EXPECT_TRUE(files[0]["error"].is_null());
 }
 
+/// An outcome whose warnings arose in places that are known as far as each row says.
+ifdsweep::Outcome placedOutcome() {
+    ifdsweep::Outcome outcome;
+    outcome.file = "a.tif";
+    outcome.result = noRecords();
+    const qxMessage message("ifdsweep:other", {});
+    outcome.warnings = {{message, {"3/SubIFDs[0]/0", 273, 5000000000}},
+                        {message, {"3", {}, 8}},
+                        {message, {"0", {}, {}}},
+                        {message, {}}};
+    return outcome;
+}
+
+TEST_F(Writers, NaturalObjectsSayWhereAsFarAsItIsKnown) {
+    const std::string other = R"({"id":"ifdsweep:other","arguments":[],"text":"ifdsweep:other")";
+    const std::string warnings =
+        R"("warnings":[)" + other + R"(,"path":"3/SubIFDs[0]/0","tag":273,"offset":5000000000},)" +
+        other + R"(,"path":"3","offset":8},)" + other + R"(,"path":"0"},)" + other + "}]";
+    for (const ifdsweep::Format format : {ifdsweep::Format::json, ifdsweep::Format::ndjson}) {
+        const std::string text = written(format, placedOutcome());
+        EXPECT_NE(text.find(warnings), std::string::npos) << text;
+    }
+}
+
+TEST_F(Writers, TextSaysWhereAsFarAsItIsKnown) {
+    EXPECT_EQ(written(ifdsweep::Format::text, placedOutcome(), ifdsweep::Colour::off),
+              "a.tif\n  no directories\n"
+              "  warning: Directory 3/SubIFDs[0]/0, tag 273: ifdsweep:other (ifdsweep:other)\n"
+              "  warning: Directory 3: ifdsweep:other (ifdsweep:other)\n"
+              "  warning: Directory 0: ifdsweep:other (ifdsweep:other)\n"
+              "  warning: ifdsweep:other (ifdsweep:other)\n");
+}
+
+TEST_F(Writers, TypedLinesSayNothingOfPlaces) {
+    ifdsweep::Outcome without = placedOutcome();
+    for (ifdsweep::Warning& warning : without.warnings) {
+        warning.place = {};
+    }
+    EXPECT_EQ(written(ifdsweep::Format::typed, placedOutcome()),
+              written(ifdsweep::Format::typed, without));
+}
+
 TEST_F(Writers, NaturalObjectOfAFailure) {
     const json files = json::parse(written(ifdsweep::Format::json, failedOutcome()));
     EXPECT_EQ(files[0]["records"], json::array());

@@ -1,0 +1,61 @@
+#include "read/image_signature.h"
+
+#include <string>
+#include <string_view>
+
+#include <gtest/gtest.h>
+
+#include "host/host_parts.h"
+#include "ifdsweep/read.h"
+#include "support/byte_verbs.h"
+
+namespace {
+
+using ifdsweep::ImageFormat;
+using ifdsweep::imageFormatOf;
+
+struct Signature {
+    std::string_view bytes;
+    std::optional<ImageFormat> format;
+};
+
+const Signature kSignatures[]{
+    {{"II*\0", 4}, ImageFormat::tiff},    {{"MM\0*", 4}, ImageFormat::tiff},
+    {{"II+\0", 4}, ImageFormat::tiff},    {{"MM\0+", 4}, ImageFormat::tiff},
+    {{"\xFF\xD8", 2}, ImageFormat::jpeg}, {{"IIU\0", 4}, ImageFormat::relative},
+    {{"IIRO", 4}, ImageFormat::relative}, {{"IIRS", 4}, ImageFormat::relative},
+    {{"MMOR", 4}, ImageFormat::relative}, {{"II\xBC\x01", 4}, ImageFormat::relative},
+    {{"IIRC", 4}, ImageFormat::relative}, {{"MM\0U", 4}, std::nullopt},
+    {{"IIRP", 4}, std::nullopt},          {{"MMRO", 4}, std::nullopt},
+    {{"II\xBC\x02", 4}, std::nullopt},    {{"MM*\0", 4}, std::nullopt},
+    {{"Dear", 4}, std::nullopt},          {{"", 0}, std::nullopt}};
+
+TEST(ImageSignatures, AreWholeAndTheirFirstBytesAreNone) {
+    for (const Signature& signature : kSignatures) {
+        const std::string bytes(signature.bytes);
+        EXPECT_EQ(imageFormatOf(bytes), signature.format) << bytes;
+        EXPECT_EQ(imageFormatOf(bytes + "more"), signature.format) << bytes;
+        if (!bytes.empty()) {
+            EXPECT_EQ(imageFormatOf(bytes.substr(0, bytes.size() - 1)), std::nullopt) << bytes;
+        }
+    }
+}
+
+TEST(ImageSignatures, RelativesAreForAFullReadingAlone) {
+    ifdsweep::Host host;
+    for (const Signature& signature : kSignatures) {
+        if (signature.format == ImageFormat::jpeg) {
+            continue;
+        }
+        const std::string text = std::string(signature.bytes) + std::string(8, '\0');
+        const fixture::Bytes bytes(text.begin(), text.end());
+        filesOf(host).serve(u"a", bytes);
+        const auto isImage = [&host](ifdsweep::ReadingMode reading) {
+            return ifdsweep::read(host, "a", {.imagesOnly = true, .reading = reading}).isImage;
+        };
+        EXPECT_EQ(isImage(ifdsweep::ReadingMode::full), signature.format.has_value());
+        EXPECT_EQ(isImage(ifdsweep::ReadingMode::contract), signature.format == ImageFormat::tiff);
+    }
+}
+
+}  // namespace
