@@ -22,7 +22,7 @@
 
 namespace ifdsweep {
 
-enum class Format : std::uint8_t { text, json, ndjson, typed, csv };
+enum class Format : std::uint8_t { text, json, ndjson, typed, csv, facts };
 
 /// How JSON is laid out.
 enum class JsonLayout : std::uint8_t {
@@ -49,7 +49,8 @@ struct WriteOptions {
 /// Takes bytes, all of them, or throws.
 using WriteSink = std::function<void(std::string_view bytes)>;
 
-/// Writes outcomes in the order in which they come: `begin`, `write` for each, `end`.
+/// Writes outcomes in the order in which they come: `begin`, `write` for each, `end`; and for
+/// facts, `listenerFor` before each is read.
 class Writer {
 public:
     /// Hands the bytes to a sink, in pieces of its own choice. At `end` all of them are there.
@@ -63,6 +64,12 @@ public:
     Writer& operator=(const Writer&) = delete;
 
     void begin();
+
+    /// Whom to tell of the walk of a file (`ReadOptions::sink`) before it is written: the facts are
+    /// written while it is read. Null for the other formats, which need the outcome alone.
+    /// @param file its name, in system bytes
+    [[nodiscard]] EntrySink* listenerFor(std::string_view file);
+
     void write(const Outcome& outcome);
     void end();
 

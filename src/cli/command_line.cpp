@@ -189,7 +189,7 @@ void addReadOptions(OptionBinder& bind, ReadOptions& read) {
 /// @param complaint what is wrong with options that are each right
 void addOutputOptions(OptionBinder& bind, OutputChoice& output, std::string& file,
                       std::string& complaint) {
-    bind.value("--format", "text, json, ndjson, typed or csv",
+    bind.value("--format", "text, json, ndjson, typed, csv or facts",
                storeWord(output.format, "--format"));
     bind.text("--output", file);
     bind.value("--tags", "names", [&output](const std::string& text) {

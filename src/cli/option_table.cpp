@@ -26,12 +26,15 @@ constexpr OptionWord kFormatWords[]{{"text", "for reading (default)"},
                                     {"typed",
                                      "a line of JSON per file, with the class and size\n"
                                      "of every value"},
-                                    {"csv", "a row per directory (RFC 4180)"}};
+                                    {"csv", "a row per directory (RFC 4180)"},
+                                    {"facts",
+                                     "a line of JSON per entry: field type, position,\n"
+                                     "exact value"}};
 constexpr OptionWord kReadingWords[]{{"full", "all that the file holds (default)"},
                                      {"contract", "what the module gives; see the table below"}};
 constexpr OptionWord kDetailWords[]{{"each"}, {"count"}, {"none"}};
 // Words stand in the order of the enumerations that they are the words of.
-static_assert(std::size(kFormatWords) == static_cast<std::size_t>(Format::csv) + 1);
+static_assert(std::size(kFormatWords) == static_cast<std::size_t>(Format::facts) + 1);
 static_assert(std::size(kReadingWords) == static_cast<std::size_t>(ReadingMode::contract) + 1);
 static_assert(std::size(kDetailWords) == static_cast<std::size_t>(WarningDetail::none) + 1);
 constexpr OptionWord kUnlimitedWord[]{{"unlimited"}};

@@ -69,6 +69,7 @@ FileReport FileTask::read(const InputFile& file) {
     ReadOptions asked = options.read;
     asked.imagesOnly = file.imagesOnly;
     asked.filter = filter.get();
+    asked.sink = writer->listenerFor(file.path);
     outcome = ifdsweep::read(host, file.path, asked);
     return finish();
 }

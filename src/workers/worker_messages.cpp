@@ -106,7 +106,7 @@ void putOutput(std::string& bytes, const OutputChoice& choice) {
 }
 
 void takeOutput(Unpacker& bytes, OutputChoice& choice) {
-    choice.format = bytes.choice(Format::csv);
+    choice.format = bytes.choice(Format::facts);
     choice.layout = bytes.choice(JsonLayout::pretty);
     choice.toTerminal = bytes.flag();
     for (std::uint64_t left = bytes.number(); left > 0 && !bytes.hasFailed(); --left) {

@@ -15,6 +15,7 @@ Frame frameOf(const WriteOptions& options) {
             return {options.columns.empty() ? "" : csvHeader(options.columns), "", "", ""};
         case Format::ndjson:
         case Format::typed:
+        case Format::facts:
             break;
     }
     return {};

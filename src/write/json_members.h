@@ -52,6 +52,15 @@ void appendMessageMembers(Output& output, const qxMessage& message, AppendText&&
     });
 }
 
+/// Appends the object of a count.
+inline void appendWarningCount(Output& output, const WarningCount& warning) {
+    output.append(R"({"id":)");
+    appendJsonString(output, warning.id);
+    output.append(R"(,"count":)");
+    appendInteger(output, static_cast<std::int64_t>(warning.count));
+    output.append('}');
+}
+
 /// Appends the members "warnings" and "error" of an outcome, without braces.
 /// @param appendMessage called with each message and its place, null for that of an error
 template <class AppendMessage>
@@ -64,12 +73,7 @@ void appendOutcomeMessages(Output& output, const Outcome& outcome, AppendMessage
         });
     } else {
         appendJsonArray(output, outcome.warningCounts.size(), [&](std::size_t index) {
-            const WarningCount& warning = outcome.warningCounts[index];
-            output.append(R"({"id":)");
-            appendJsonString(output, warning.id);
-            output.append(R"(,"count":)");
-            appendInteger(output, static_cast<std::int64_t>(warning.count));
-            output.append('}');
+            appendWarningCount(output, outcome.warningCounts[index]);
         });
     }
     output.append(R"(,"error":)");

@@ -79,19 +79,6 @@ void appendPlaceMembers(Output& output, const WarningPlace& place) {
     }
 }
 
-/// @param place where it arose; null for an error
-void appendNaturalMessage(Output& output, const qxMessage& message, const WarningPlace* place) {
-    output.append('{');
-    appendMessageMembers(output, message,
-                         [&](const qxMessageText& text) { appendNaturalText(output, text); });
-    output.append(R"(,"text":)");
-    appendJsonString(output, messageText(message));
-    if (place != nullptr) {
-        appendPlaceMembers(output, *place);
-    }
-    output.append('}');
-}
-
 }  // namespace
 
 void appendNaturalValue(Output& output, const Value* value, TextOrigin origin) {
@@ -126,6 +113,18 @@ void appendNaturalValue(Output& output, const Value* value, TextOrigin origin) {
             appendNaturalRecords(output, *value);
             break;
     }
+}
+
+void appendNaturalMessage(Output& output, const qxMessage& message, const WarningPlace* place) {
+    output.append('{');
+    appendMessageMembers(output, message,
+                         [&](const qxMessageText& text) { appendNaturalText(output, text); });
+    output.append(R"(,"text":)");
+    appendJsonString(output, messageText(message));
+    if (place != nullptr) {
+        appendPlaceMembers(output, *place);
+    }
+    output.append('}');
 }
 
 void appendNaturalOutcome(Output& output, const Outcome& outcome) {

@@ -17,6 +17,10 @@ namespace ifdsweep {
 /// @param origin where the text in it comes from
 void appendNaturalValue(Output& output, const Value* value, TextOrigin origin = TextOrigin::tag);
 
+/// Appends the object of a message, with the members that say where it arose.
+/// @param place null for an error
+void appendNaturalMessage(Output& output, const qxMessage& message, const WarningPlace* place);
+
 /// Appends the object of one file, without a line end.
 void appendNaturalOutcome(Output& output, const Outcome& outcome);
 

@@ -1,6 +1,7 @@
 #include "write/result_writer.h"
 
 #include "write/csv_writer.h"
+#include "write/facts_writer.h"
 #include "write/json_writer.h"
 #include "write/ndjson_writer.h"
 #include "write/text_writer.h"
@@ -19,6 +20,8 @@ std::unique_ptr<ResultWriter> makeResultWriter(const WriteOptions& options, Outp
             return std::make_unique<TypedWriter>(output);
         case Format::csv:
             return std::make_unique<CsvWriter>(output, options);
+        case Format::facts:
+            return std::make_unique<FactsWriter>(output);
         case Format::text:
             break;
     }

@@ -6,6 +6,7 @@
 // Ownership: a writer borrows its output. Threads: one at a time.
 
 #include <memory>
+#include <string_view>
 
 #include "ifdsweep/read.h"
 #include "ifdsweep/write.h"
@@ -19,6 +20,10 @@ public:
     ResultWriter(const ResultWriter&) = delete;
     ResultWriter& operator=(const ResultWriter&) = delete;
     virtual ~ResultWriter() = default;
+
+    /// Whom to tell of the walk of a file, which is written next; null for nobody.
+    /// @param file its name, in system bytes
+    [[nodiscard]] virtual EntrySink* listenerFor(std::string_view /*file*/) { return nullptr; }
 
     /// Whether the format shows anything of a file.
     [[nodiscard]] virtual bool shows(const Outcome&) const { return true; }

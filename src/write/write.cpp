@@ -41,6 +41,9 @@ public:
     }
 
     void begin() { framer->begin(); }
+    [[nodiscard]] EntrySink* listenerFor(std::string_view file) {
+        return writer->listenerFor(file);
+    }
     void write(const Outcome& outcome) {
         framer->add(writer->shows(outcome), [&] { writer->writeFile(outcome); });
     }
@@ -80,6 +83,10 @@ Writer::~Writer() = default;
 
 void Writer::begin() {
     parts->begin();
+}
+
+EntrySink* Writer::listenerFor(std::string_view file) {
+    return parts->listenerFor(file);
 }
 
 void Writer::write(const Outcome& outcome) {
