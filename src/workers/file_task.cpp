@@ -21,11 +21,11 @@
 namespace ifdsweep {
 namespace {
 
-/// The tags of the fields that are asked for; null where all are read.
-std::unique_ptr<const TagFilter> filterFor(const TaskOptions& options) {
+/// The tags of the fields that are asked for; none where all are read.
+std::optional<TagFilter> filterFor(const TaskOptions& options) {
     const bool readsAll =
         options.output.fields.empty() || options.read.reading == ReadingMode::contract;
-    return readsAll ? nullptr : std::make_unique<const TagFilter>(tagFilter(options.output.fields));
+    return readsAll ? std::nullopt : std::optional(tagFilter(options.output.fields));
 }
 
 }  // namespace
@@ -68,7 +68,7 @@ FileReport FileTask::read(const InputFile& file) {
     }
     ReadOptions asked = options.read;
     asked.imagesOnly = file.imagesOnly;
-    asked.filter = filter.get();
+    asked.filter = filter ? &*filter : nullptr;
     asked.sink = writer->listenerFor(file.path);
     outcome = ifdsweep::read(host, file.path, asked);
     return finish();

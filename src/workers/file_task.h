@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 
 #include "ifdsweep/host.h"
 #include "ifdsweep/read.h"
@@ -54,7 +55,7 @@ private:
 
     const TaskOptions& options;
     int standardInput;
-    std::unique_ptr<const TagFilter> filter;  ///< lent to each reading
+    std::optional<TagFilter> filter;  ///< lent to each reading
     Host host;
     std::unique_ptr<ResultWriter> writer;
     Outcome outcome;
