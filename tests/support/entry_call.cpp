@@ -38,8 +38,8 @@ std::vector<Record> recordsOf(const ifdsweep::Value& value) {
     return records;
 }
 
-/// The call alone; every host value is gone when it returns.
-Call call(const std::u16string& fileName, const Numbers& numbers, const Inspection& inspection) {
+/// The result of the entry point; null when it gave none.
+ifdsweep::ValueHandle enter(const std::u16string& fileName, const Numbers& numbers) {
     const std::array<ifdsweep::ValueHandle, 4> inputs{
         ifdsweep::ValueHandle(qxCreateUString(fileName.data(), fileName.size())),
         ifdsweep::ValueHandle(qxCreateDoubleScalar(numbers.initialOffset)),
@@ -49,11 +49,21 @@ Call call(const std::u16string& fileName, const Numbers& numbers, const Inspecti
     for (std::size_t i = 0; i < inputs.size(); ++i) {
         arguments[i] = inputs[i].get();
     }
-    Call made;
     qxArray* output = nullptr;
+    qxeFunction(1, &output, 4, arguments.data());
+    return ifdsweep::ValueHandle(output);
+}
+
+/// The call alone; every host value is gone when it returns.
+Call call(const std::u16string& fileName, const Numbers& numbers, const Inspection& inspection,
+          const ifdsweep::Reading* reading) {
+    Call made;
     try {
-        qxeFunction(1, &output, 4, arguments.data());
-        const ifdsweep::ValueHandle result(output);
+        const ifdsweep::ValueHandle result =
+            reading == nullptr ? enter(fileName, numbers)
+                               : ifdsweep::ValueHandle(ifdsweep::readDirectories(
+                                     fileName, numbers.initialOffset, numbers.firstIfdIndex,
+                                     numbers.maxIfdCount, *reading));
         if (result == nullptr) {
             made.error = "no result and no error";
             return made;
@@ -69,7 +79,7 @@ Call call(const std::u16string& fileName, const Numbers& numbers, const Inspecti
 }
 
 Call run(const std::u16string& fileName, const Numbers& numbers, const Preparation& prepare,
-         const Inspection& inspection) {
+         const Inspection& inspection, const ifdsweep::Reading* reading) {
     ifdsweep::Host host;
     if (prepare) {
         prepare(host);
@@ -77,7 +87,7 @@ Call run(const std::u16string& fileName, const Numbers& numbers, const Preparati
     Call made;
     {
         const ifdsweep::Host::Scope scope(host);
-        made = call(fileName, numbers, inspection);
+        made = call(fileName, numbers, inspection, reading);
     }
     for (const qxMessage& warning : host.warnings()) {
         made.warnings.push_back(messageDump(warning));
@@ -98,6 +108,16 @@ Preparation serving(const Bytes& bytes, const Preparation& prepare) {
     };
 }
 
+Call recordsOnFile(const std::u16string& fileName, const Numbers& numbers,
+                   const Preparation& prepare, const ifdsweep::Reading* reading) {
+    std::vector<Record> records;
+    Call made = run(
+        fileName, numbers, prepare,
+        [&](const ifdsweep::Value& result) { records = recordsOf(result); }, reading);
+    made.records = std::move(records);
+    return made;
+}
+
 }  // namespace
 
 std::string messageDump(const qxMessage& message) {
@@ -115,24 +135,30 @@ std::string messageDump(const qxMessage& message) {
 
 Call callOnFile(const std::u16string& fileName, const Numbers& numbers,
                 const Preparation& prepare) {
-    std::vector<Record> records;
-    Call made = run(fileName, numbers, prepare,
-                    [&](const ifdsweep::Value& result) { records = recordsOf(result); });
-    made.records = std::move(records);
-    return made;
+    return recordsOnFile(fileName, numbers, prepare, nullptr);
+}
+
+Call readingOnFile(const std::u16string& fileName, const ifdsweep::Reading& reading,
+                   const Numbers& numbers, const Preparation& prepare) {
+    return recordsOnFile(fileName, numbers, prepare, &reading);
 }
 
 Call callEntryPoint(const Bytes& bytes, const Numbers& numbers, const Preparation& prepare) {
     return callOnFile(kFileName, numbers, serving(bytes, prepare));
 }
 
+Call callReading(const Bytes& bytes, const ifdsweep::Reading& reading, const Numbers& numbers,
+                 const Preparation& prepare) {
+    return readingOnFile(kFileName, reading, numbers, serving(bytes, prepare));
+}
+
 Call inspectFile(const std::u16string& fileName, const Numbers& numbers,
-                 const Inspection& inspection) {
-    return run(fileName, numbers, {}, inspection);
+                 const Inspection& inspection, const ifdsweep::Reading* reading) {
+    return run(fileName, numbers, {}, inspection, reading);
 }
 
 Call inspect(const Bytes& bytes, const Numbers& numbers, const Inspection& inspection) {
-    return run(kFileName, numbers, serving(bytes, {}), inspection);
+    return run(kFileName, numbers, serving(bytes, {}), inspection, nullptr);
 }
 
 std::string Call::value(std::string_view field, std::size_t element) const {
@@ -145,9 +171,12 @@ std::string Call::value(std::string_view field, std::size_t element) const {
 }
 
 std::string Call::added(std::size_t element) const {
+    constexpr std::size_t kJpegHead = 10;  // the records of a JPEG lack the others
     const Record& record = records.at(element);
+    const bool hasWholeHead =
+        record.size() > kJpegHead && record[kJpegHead].first == headNames()[kJpegHead];
     std::string text;
-    for (std::size_t f = headNames().size(); f < record.size(); ++f) {
+    for (std::size_t f = hasWholeHead ? headNames().size() : kJpegHead; f < record.size(); ++f) {
         if (record[f].second != "empty") {
             text += (text.empty() ? "" : " ") + record[f].first + '=' + record[f].second;
         }
@@ -163,6 +192,19 @@ std::vector<std::string> Call::names() const {
         }
     }
     return list;
+}
+
+std::vector<std::string> Call::outcome() const {
+    std::vector<std::string> lines = warnings;
+    if (!error.empty()) {
+        lines.push_back("error " + error);
+        return lines;
+    }
+    lines.push_back(result);
+    for (std::size_t element = 0; element < records.size(); ++element) {
+        lines.push_back(added(element));
+    }
+    return lines;
 }
 
 std::string Call::text() const {

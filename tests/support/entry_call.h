@@ -1,8 +1,10 @@
 #pragma once
 
 // The whole call for tests: bytes in memory in, everything that the host received out, as text that
-// a test can state in one line. The host and its values live only inside `callEntryPoint`; what is
-// returned is plain text. Any thread, one call per thread.
+// a test can state in one line. The host and its values live only inside the call; what is returned
+// is plain text. Any thread, one call per thread.
+//
+// A call goes through the entry point or, where it is given a reading, through the second way in.
 
 #include <cstddef>
 #include <functional>
@@ -12,6 +14,7 @@
 #include <vector>
 
 #include "ifdsweep/host.h"
+#include "ifdsweep/reading.h"
 #include "support/byte_verbs.h"
 #include "values/value.h"
 
@@ -43,6 +46,9 @@ struct Call {
     [[nodiscard]] std::vector<std::string> names() const;
     /// Error, warnings and result in one line each, for comparisons as a whole.
     [[nodiscard]] std::string text() const;
+    /// The warnings, then "error ..." or the shape of the result and what each record adds to its
+    /// fixed head.
+    [[nodiscard]] std::vector<std::string> outcome() const;
 };
 
 /// The name under which `callEntryPoint` serves the bytes.
@@ -56,6 +62,17 @@ using Preparation = std::function<void(ifdsweep::Host&)>;
 [[nodiscard]] Call callEntryPoint(const Bytes& bytes, const Numbers& numbers = {},
                                   const Preparation& prepare = {});
 
+/// The same by the second way in.
+[[nodiscard]] Call callReading(const Bytes& bytes, const ifdsweep::Reading& reading,
+                               const Numbers& numbers = {}, const Preparation& prepare = {});
+
+/// The reading that follows every rule.
+[[nodiscard]] inline ifdsweep::Reading fullReading() {
+    ifdsweep::Reading reading;
+    reading.rules = ifdsweep::ReadingRules::full();
+    return reading;
+}
+
 /// Looks at a result while it lives.
 using Inspection = std::function<void(const ifdsweep::Value&)>;
 
@@ -64,12 +81,17 @@ using Inspection = std::function<void(const ifdsweep::Value&)>;
 Call inspect(const Bytes& bytes, const Numbers& numbers, const Inspection& inspection);
 
 /// The same for a file on disk.
+/// @param reading null: the entry point
 Call inspectFile(const std::u16string& fileName, const Numbers& numbers,
-                 const Inspection& inspection);
+                 const Inspection& inspection, const ifdsweep::Reading* reading = nullptr);
 
 /// `callEntryPoint` for a file on disk.
 [[nodiscard]] Call callOnFile(const std::u16string& fileName, const Numbers& numbers = {},
                               const Preparation& prepare = {});
+
+/// `callReading` for a file on disk.
+[[nodiscard]] Call readingOnFile(const std::u16string& fileName, const ifdsweep::Reading& reading,
+                                 const Numbers& numbers = {}, const Preparation& prepare = {});
 
 /// A message as text.
 [[nodiscard]] std::string messageDump(const qxMessage& message);

@@ -1,0 +1,183 @@
+// The version word of the header and the layout that it decides, whatever stands before.
+
+#include "support/rule_rows.h"
+#include "support/tags.h"
+#include "support/tiff_matrix.h"
+
+namespace fixture {
+namespace {
+
+constexpr Rule kRule = &ifdsweep::ReadingRules::headerDecidesLayout;
+
+/// A chain whose table and values differ in the two layouts.
+Chain pages() {
+    return {{ascii(kArtist, "0123456789"), pointer(kExif, {{{ascii(kMake, "nested")}}})},
+            {ascii(kArtist, "second")}};
+}
+
+const Lines kPages{"struct 2x1", "Artist='0123456789' DigitalCamera=(Make='nested')",
+                   "Artist='second'"};
+
+TiffFile written(Format format, const Bytes& prefix, std::optional<std::uint16_t> version = {}) {
+    TiffBuilder builder(format);
+    for (const Directory& page : pages()) {
+        builder.add(page);
+    }
+    if (version) {
+        builder.withVersion(*version);
+    }
+    return builder.buildBehind(prefix);
+}
+
+Numbers at(const TiffFile& file) {
+    return {.initialOffset = static_cast<double>(file.base)};
+}
+
+class HeaderRules : public TiffMatrix {};
+IFDSWEEP_TIFF_MATRIX(HeaderRules);
+
+TEST_P(HeaderRules, TheHeaderDecidesBehindEveryPrefix) {
+    struct Prefix {
+        const char* name;
+        Bytes bytes;
+        bool isClassic;  ///< as the contract has it
+    };
+    const Prefix prefixes[] = {
+        {"nothing", {}, !format().isBig()},
+        {"text", Bytes(24, 'x'), false},
+        {"classic little", {'I', 'I', 42, 0, 1, 2, 3, 4}, true},
+        {"classic big", {'M', 'M', 0, 42, 1, 2}, true},
+        {"BigTIFF little", {'I', 'I', 43, 0, 8, 0}, false},
+        {"BigTIFF big", {'M', 'M', 0, 43}, false},
+        {"a byte short of classic", {'M', 'M', 0, 41}, false},
+        {"one byte", {'x'}, false},
+    };
+    for (const Prefix& prefix : prefixes) {
+        const TiffFile file = written(format(), prefix.bytes);
+        const Call contract = callEntryPoint(file.bytes, at(file));
+        const bool isRight = prefix.isClassic != format().isBig();
+        EXPECT_EQ(contract.outcome() == kPages, isRight) << prefix.name;
+        for (const ifdsweep::Reading& reading : {fullReading(), readingBy(kRule)}) {
+            const Call full = callReading(file.bytes, reading, at(file));
+            EXPECT_EQ(full.outcome(), kPages) << prefix.name;
+            EXPECT_EQ(full.value("Format"), "'tif'");
+            if (isRight) {
+                EXPECT_EQ(full.text(), contract.text()) << prefix.name;
+            }
+        }
+    }
+}
+
+TEST_P(HeaderRules, WordsNextToAKnownOneChangeNothing) {
+    for (const std::uint16_t known : Codes{42, 43, 0x55, 0x4F52, 0x5352, 0x01BC, 0x4352}) {
+        for (const int step : {-1, 1}) {
+            const auto word = static_cast<std::uint16_t>(known + step);
+            if (word == 42 || word == 43) {
+                continue;
+            }
+            // Under text all that is unknown is laid out as a BigTIFF, behind a classic header as
+            // classic.
+            for (const Bytes& prefix : {Bytes{}, Bytes(8, 'x'), Bytes{'I', 'I', 42, 0}}) {
+                const TiffFile file = written(format(), prefix, word);
+                EXPECT_EQ(callReading(file.bytes, fullReading(), at(file)).outcome() == kPages,
+                          (prefix.size() != 4) == format().isBig())
+                    << word;
+                EXPECT_EQ(callReading(file.bytes, readingBy(kRule), at(file)).text(),
+                          callEntryPoint(file.bytes, at(file)).text())
+                    << word;
+            }
+        }
+    }
+}
+
+struct Relative {
+    const char* name;
+    std::uint16_t version;
+    ByteOrder byteOrder;
+    const char* signature;
+};
+
+constexpr Relative kRelatives[] = {
+    {"Rw2", 0x0055, ByteOrder::little, "[73 73 85 0]"},
+    {"OrfRo", 0x4F52, ByteOrder::little, "[73 73 82 79]"},
+    {"OrfRs", 0x5352, ByteOrder::little, "[73 73 82 83]"},
+    {"OrfOr", 0x4F52, ByteOrder::big, "[77 77 79 82]"},
+    {"JpegXr", 0x01BC, ByteOrder::little, "[73 73 188 1]"},
+    {"Dcp", 0x4352, ByteOrder::little, "[73 73 82 67]"},
+};
+
+class Relatives : public testing::TestWithParam<Relative> {};
+INSTANTIATE_TEST_SUITE_P(Words, Relatives, testing::ValuesIn(kRelatives),
+                         [](const auto& made) { return std::string(made.param.name); });
+
+TEST_P(Relatives, KeepTheClassicLayout) {
+    for (const Bytes& prefix : {Bytes{}, Bytes(16, 'x'), Bytes{'I', 'I', 43, 0}}) {
+        const TiffFile file =
+            written({Layout::classic, GetParam().byteOrder}, prefix, GetParam().version);
+        const Call contract = callEntryPoint(file.bytes, at(file));
+        EXPECT_NE(contract.outcome(), kPages);
+        for (const ifdsweep::Reading& reading : {fullReading(), readingBy(kRule)}) {
+            const Call full = callReading(file.bytes, reading, at(file));
+            EXPECT_EQ(full.outcome(), kPages);
+            EXPECT_EQ(full.value("Format"), "'tif'");
+            EXPECT_EQ(full.value("FormatSignature"), GetParam().signature);
+        }
+    }
+}
+
+TEST_P(Relatives, ABigTiffUnderTheirWordIsNone) {
+    const TiffFile file = written({Layout::big, GetParam().byteOrder}, {}, GetParam().version);
+    EXPECT_EQ(callEntryPoint(file.bytes).outcome(), kPages);
+    EXPECT_NE(callReading(file.bytes, fullReading()).outcome(), kPages);
+}
+
+class StreamsInJpeg : public TiffMatrix {
+protected:
+    static TiffFile jpegOf(const Chain& chain) {
+        TiffBuilder builder(format());
+        for (const Directory& directory : chain) {
+            builder.add(directory);
+        }
+        return builder.buildInJpeg();
+    }
+    static constexpr Numbers kNumbers{.initialOffset = 12};
+};
+IFDSWEEP_TIFF_MATRIX(StreamsInJpeg);
+
+TEST_P(StreamsInJpeg, TheWidthsAreThoseOfTheHeader) {
+    const TiffFile file = jpegOf(pages());
+    const Call contract = callEntryPoint(file.bytes, kNumbers);
+    for (const ifdsweep::Reading& reading : {fullReading(), readingBy(kRule)}) {
+        const Call full = callReading(file.bytes, reading, kNumbers);
+        EXPECT_EQ(full.outcome(), kPages);
+        EXPECT_EQ(full.value("Format"), "'jpg'");
+        EXPECT_EQ(full.value("FormatSignature"), "double(0x0)");
+        EXPECT_EQ(full.value("ByteOrder"), "no field");
+        EXPECT_EQ(full.value("Offset"), "no field");
+        if (!format().isBig()) {
+            EXPECT_EQ(full.text(), contract.text());
+        }
+    }
+    EXPECT_EQ(contract.outcome() == kPages, !format().isBig());
+}
+
+TEST_P(StreamsInJpeg, TheSegmentHoldsFewerEntriesOfTwentyBytes) {
+    const std::uint64_t most = format().isBig() ? 3276 : 5461;
+    for (const std::uint64_t count : {most - 1, most, most + 1}) {
+        Directory many;
+        many.entries.assign(count, shorts(274, {1}));
+        const TiffFile file = jpegOf({{ascii(kArtist, "a")}, many, {ascii(kArtist, "c")}});
+        const Call full = callReading(file.bytes, fullReading(), kNumbers);
+        if (count <= most) {
+            EXPECT_EQ(full.result, "struct 3x1") << count;
+            EXPECT_EQ(full.warnings, Lines{});
+        } else {
+            EXPECT_EQ(full.outcome(),
+                      (Lines{"jpegApp1MaximumLengthExceeded(" + std::to_string(count) + ')',
+                             "struct 1x1", "Artist='a'"}));
+        }
+    }
+}
+
+}  // namespace
+}  // namespace fixture
