@@ -68,26 +68,48 @@ TEST_P(HeaderRules, TheHeaderDecidesBehindEveryPrefix) {
     }
 }
 
-TEST_P(HeaderRules, WordsNextToAKnownOneChangeNothing) {
+TEST_P(HeaderRules, AnyOtherWordLeavesItToWhatTheHeaderLeadsTo) {
     for (const std::uint16_t known : Codes{42, 43, 0x55, 0x4F52, 0x5352, 0x01BC, 0x4352}) {
         for (const int step : {-1, 1}) {
             const auto word = static_cast<std::uint16_t>(known + step);
             if (word == 42 || word == 43) {
                 continue;
             }
-            // Under text all that is unknown is laid out as a BigTIFF, behind a classic header as
-            // classic.
-            for (const Bytes& prefix : {Bytes{}, Bytes(8, 'x'), Bytes{'I', 'I', 42, 0}}) {
+            // Of those that the contract takes for a BigTIFF, a classic one leads past the end
+            // then.
+            for (const Bytes& prefix : {Bytes{}, Bytes(8, 'x')}) {
                 const TiffFile file = written(format(), prefix, word);
-                EXPECT_EQ(callReading(file.bytes, fullReading(), at(file)).outcome() == kPages,
-                          (prefix.size() != 4) == format().isBig())
-                    << word;
-                EXPECT_EQ(callReading(file.bytes, readingBy(kRule), at(file)).text(),
-                          callEntryPoint(file.bytes, at(file)).text())
-                    << word;
+                const Call full = callReading(file.bytes, fullReading(), at(file));
+                EXPECT_EQ(full.outcome(), kPages) << word;
+                const Call contract = callEntryPoint(file.bytes, at(file));
+                EXPECT_EQ(contract.text() == full.text(), format().isBig()) << word;
             }
+            // Behind the first bytes of a classic one it stays that.
+            const TiffFile file = written(format(), {'I', 'I', 42, 0}, word);
+            const Call full = callReading(file.bytes, fullReading(), at(file));
+            EXPECT_EQ(full.outcome() == kPages, !format().isBig()) << word;
+            EXPECT_EQ(callReading(file.bytes, readingBy(kRule), at(file)).text(),
+                      callEntryPoint(file.bytes, at(file)).text())
+                << word;
         }
     }
+}
+
+TEST_P(HeaderRules, UnderAnotherWordABigTiffLeadsToTheEndAtMost) {
+    TiffBuilder builder({Layout::big, format().byteOrder});
+    builder.withVersion(0x012A).add({ascii(kArtist, "x")});
+    const std::uint64_t size = builder.build().bytes.size();
+    for (const std::uint64_t offset : {size - 1, size}) {
+        const TiffFile file = builder.withFirstOffset(offset).build();
+        const Lines shown{"numberOfDirectoryEntriesReadError(" + std::to_string(offset) + ')',
+                          "double 0x0"};
+        expectBoth({std::to_string(offset), file.bytes, shown, shown}, kRule);
+    }
+    const TiffFile file = builder.withFirstOffset(size + 1).build();
+    EXPECT_EQ(callEntryPoint(file.bytes).error,
+              "badTiffIfdOffset(" + std::to_string(size + 1) + ", " + std::to_string(size) + ')');
+    // As a classic one it leads to where the offset stands, or nowhere.
+    EXPECT_NE(callReading(file.bytes, fullReading()).error, callEntryPoint(file.bytes).error);
 }
 
 struct Relative {
