@@ -3,7 +3,11 @@
 // The input: a byte for layout and byte order, a byte for each of the three numbers, a byte for the
 // read budget, then the TIFF stream. Its first bytes are put right for the layout, so that no
 // mutation is lost on them; one layout leaves them as they are.
+//
+// The full reading is held to the same, and where nothing that it reads in another way was met, to
+// the same bytes.
 
+#include <algorithm>
 #include <array>
 #include <limits>
 #include <string>
@@ -14,12 +18,16 @@
 #include "host/host_parts.h"
 #include "ifdsweep/host.h"
 #include "ifdsweep/read.h"
+#include "ifdsweep/reading.h"
 #include "read/messages.h"
+#include "support/same_in_both.h"
 #include "written_output.h"
 
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
+
+constexpr const char16_t* kFileName = u"fuzz.tif";
 
 enum class Layout : std::uint8_t { classic, big, jpeg, asIs };
 
@@ -74,6 +82,44 @@ ifdsweep::Outcome readOnce(ifdsweep::Host& host, const ifdsweep::ReadOptions& nu
     return outcome;
 }
 
+/// The entry point's result.
+ifdsweep::ValueHandle enter(const ifdsweep::Outcome& numbers) {
+    const std::u16string name(kFileName);
+    const std::array inputs{ifdsweep::ValueHandle(qxCreateUString(name.data(), name.size())),
+                            ifdsweep::ValueHandle(qxCreateDoubleScalar(numbers.initialOffset)),
+                            ifdsweep::ValueHandle(qxCreateDoubleScalar(numbers.firstIfdIndex)),
+                            ifdsweep::ValueHandle(qxCreateDoubleScalar(numbers.maxIfdCount))};
+    std::array<const qxArray*, inputs.size()> arguments{};
+    std::transform(inputs.begin(), inputs.end(), arguments.begin(),
+                   [](const ifdsweep::ValueHandle& input) { return input.get(); });
+    qxArray* output = nullptr;
+    qxeFunction(1, &output, inputs.size(), arguments.data());
+    return ifdsweep::ValueHandle(output);
+}
+
+/// What a reading alone gives for the numbers of an outcome; without one, the entry point.
+ifdsweep::Outcome readBy(ifdsweep::Host& host, const ifdsweep::Outcome& numbers,
+                         const ifdsweep::Reading* reading) {
+    ifdsweep::Outcome outcome;
+    outcome.file = numbers.file;
+    outcome.initialOffset = numbers.initialOffset;
+    outcome.firstIfdIndex = numbers.firstIfdIndex;
+    outcome.maxIfdCount = numbers.maxIfdCount;
+    (void)host.takeWarnings();
+    try {
+        const ifdsweep::Host::Scope scope(host);
+        outcome.result = reading == nullptr
+                             ? enter(numbers)
+                             : ifdsweep::ValueHandle(ifdsweep::readDirectories(
+                                   kFileName, numbers.initialOffset, numbers.firstIfdIndex,
+                                   numbers.maxIfdCount, *reading));
+    } catch (const qxMessage& message) {
+        outcome.error = message;
+    }
+    outcome.warnings = host.takeWarnings();
+    return outcome;
+}
+
 /// Checks all that is made of an outcome; returns it lossless.
 std::string checked(const ifdsweep::Outcome& outcome) {
     std::string line = fuzz::written(ifdsweep::Format::typed, outcome);
@@ -81,6 +127,33 @@ std::string checked(const ifdsweep::Outcome& outcome) {
     fuzz::requireNaturalJson(fuzz::written(ifdsweep::Format::json, outcome), outcome);
     fuzz::requireTerminalSafe(fuzz::written(ifdsweep::Format::text, outcome));
     return line;
+}
+
+/// Holds the second way in to the entry point, and the full reading to both.
+void requireReadings(ifdsweep::Host& host, const ifdsweep::Outcome& numbers, const Bytes& file) {
+    const ifdsweep::Outcome contract = readBy(host, numbers, nullptr);
+    const std::string expected = fuzz::written(ifdsweep::Format::typed, contract);
+    fixture::DifferenceFinder differences;
+    ifdsweep::Reading reading;
+    reading.sink = &differences;
+    fuzz::require(
+        fuzz::written(ifdsweep::Format::typed, readBy(host, numbers, &reading)) == expected,
+        "a reading without rules is the entry point's, whoever listens");
+    reading = {};
+    reading.rules = ifdsweep::ReadingRules::full();
+    const ifdsweep::Outcome full = readBy(host, numbers, &reading);
+    const std::string line = fuzz::written(ifdsweep::Format::typed, full);
+    fuzz::requireTypedReadsBack(line, full);
+    fuzz::require(full.error.has_value() == (full.result == nullptr),
+                  "a full reading ends with a result or with an error");
+    if (contract.error || !fixture::headerFits(file, contract.initialOffset)) {
+        return;
+    }
+    fuzz::require(!full.error, "a full reading gives no error where the entry point gives none");
+    if (differences.isSame() && line != expected) {
+        std::fprintf(stderr, "contract:\n%s\nfull:\n%s\n", expected.c_str(), line.c_str());
+    }
+    fuzz::require(!differences.isSame() || line == expected, "both readings give the same");
 }
 
 }  // namespace
@@ -97,7 +170,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static ifdsweep::Host host;
     host.clear();
     host.setReadBudget(budget);
-    filesOf(host).serve(u"fuzz.tif", file);
+    filesOf(host).serve(kFileName, file);
     for (const auto reading : {ifdsweep::ReadingMode::full, ifdsweep::ReadingMode::contract}) {
         numbers.reading = reading;
         const std::string first = checked(readOnce(host, numbers));
@@ -107,5 +180,6 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
         // Overshoot: one read at most, which is at most the file.
         fuzz::require(host.countedBytes() <= budget + file.size() + 128, "the budget holds");
     }
+    requireReadings(host, readOnce(host, numbers), file);
     return 0;
 }
