@@ -120,4 +120,12 @@ MeasuredCall measuredCall(const Bytes& bytes, const Numbers& numbers) {
         [&] { return inspectFile(file.name(), numbers, [](const ifdsweep::Value&) {}); });
 }
 
+MeasuredCall measuredCall(const Bytes& bytes, const ifdsweep::Reading& reading) {
+    const TemporaryFile file("hostile.tif", bytes);
+    return measured([&] {
+        return inspectFile(
+            file.name(), {}, [](const ifdsweep::Value&) {}, &reading);
+    });
+}
+
 }  // namespace fixture

@@ -30,4 +30,7 @@ struct MeasuredCall {
 /// Calls the entry point on a file of these bytes.
 [[nodiscard]] MeasuredCall measuredCall(const Bytes& bytes, const Numbers& numbers = {});
 
+/// The same by the second way in.
+[[nodiscard]] MeasuredCall measuredCall(const Bytes& bytes, const ifdsweep::Reading& reading);
+
 }  // namespace fixture
