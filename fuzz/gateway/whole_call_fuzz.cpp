@@ -11,6 +11,7 @@
 #include <array>
 #include <limits>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "fuzz_input.h"
@@ -116,7 +117,9 @@ ifdsweep::Outcome readBy(ifdsweep::Host& host, const ifdsweep::Outcome& numbers,
     } catch (const qxMessage& message) {
         outcome.error = message;
     }
-    outcome.warnings = host.takeWarnings();
+    for (qxMessage& warning : host.takeWarnings()) {
+        outcome.warnings.push_back({std::move(warning), {}});
+    }
     return outcome;
 }
 

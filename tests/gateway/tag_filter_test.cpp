@@ -1,6 +1,7 @@
 // Reading only what is asked for: what is shown of it is what reading everything and choosing
 // shows, and nothing else is read.
 
+#include "read/tag_filter.h"
 #include "files/file_bytes.h"
 #include "host/host_parts.h"
 #include "ifdsweep/tag_list.h"
@@ -17,54 +18,6 @@ namespace {
 
 using ifdsweep::DirectoryKind;
 using ifdsweep::TagFilter;
-
-constexpr std::array kAllKinds{DirectoryKind::primary, DirectoryKind::gps,
-                               DirectoryKind::interoperability, DirectoryKind::exif};
-
-std::vector<DirectoryKind> kindsOf(std::string_view dictionary) {
-    return dictionary == "GPS" ? std::vector{DirectoryKind::gps}
-           : dictionary == "Interoperability"
-               ? std::vector{DirectoryKind::interoperability}
-               : std::vector{DirectoryKind::primary, DirectoryKind::exif};
-}
-
-/// What a derived field is made of.
-std::vector<std::uint16_t> sourcesOf(std::string_view name) {
-    return name == "Width"       ? Codes{256}
-           : name == "Height"    ? Codes{257}
-           : name == "BitDepth"  ? Codes{258, 277}
-           : name == "ColorType" ? Codes{262}
-                                 : Codes{};
-}
-
-/// The filter that a choice of fields comes to.
-TagFilter filterOf(const std::vector<ifdsweep::ChosenField>& fields) {
-    TagFilter filter;
-    const auto listings = ifdsweep::listTags();
-    for (const ifdsweep::ChosenField& field : fields) {
-        for (const std::uint16_t tag : sourcesOf(field.name)) {
-            filter.ask(DirectoryKind::primary, tag);
-        }
-        for (const DirectoryKind kind : kAllKinds) {
-            if (field.unknownId) {
-                filter.ask(kind, *field.unknownId);
-            }
-            if (field.name == "UnknownTags") {
-                for (std::uint32_t tag = 0; tag < 65536; ++tag) {
-                    filter.ask(kind, static_cast<std::uint16_t>(tag));
-                }
-            }
-        }
-        for (const ifdsweep::TagListing& listing : listings) {
-            if (listing.id && listing.name == field.name) {
-                for (const DirectoryKind kind : kindsOf(listing.dictionary)) {
-                    filter.ask(kind, static_cast<std::uint16_t>(*listing.id));
-                }
-            }
-        }
-    }
-    return filter;
-}
 
 /// What a reading shows of the chosen fields, element by element; an error's id in its place.
 std::string shown(const Bytes& bytes, const ifdsweep::Reading& reading,
@@ -168,7 +121,7 @@ std::vector<Input> inputs() {
 void expectTheSame(const Input& input, const std::string& list, bool isFull) {
     const ifdsweep::TagChoice choice = ifdsweep::chooseTags(list);
     ASSERT_EQ(choice.complaint, "");
-    const TagFilter filter = filterOf(choice.fields);
+    const TagFilter filter = ifdsweep::tagFilter(choice.fields);
     ifdsweep::Reading everything;
     everything.rules = isFull ? ifdsweep::ReadingRules::full() : ifdsweep::ReadingRules();
     ifdsweep::Reading asked = everything;
@@ -218,7 +171,7 @@ TEST(TagFilterLists, ShowEachNameAsReadingEverythingDoes) {
     std::string before;
     for (const ifdsweep::TagListing& listing : ifdsweep::listTags()) {
         const std::string name(listing.name);
-        if (name == before || name == "MinSampleValue" || name == "MaxSampleValue") {
+        if (name == before) {
             continue;
         }
         before = name;
