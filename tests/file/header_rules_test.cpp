@@ -147,10 +147,32 @@ TEST_P(Relatives, KeepTheClassicLayout) {
     }
 }
 
-TEST_P(Relatives, ABigTiffUnderTheirWordIsNone) {
+TEST_P(Relatives, ABigTiffUnderTheirWordIsOneWhereTheirLayoutLeadsNowhere) {
+    // The word behind the version is 8: as an offset inside the file, or half a million.
     const TiffFile file = written({Layout::big, GetParam().byteOrder}, {}, GetParam().version);
     EXPECT_EQ(callEntryPoint(file.bytes).outcome(), kPages);
-    EXPECT_NE(callReading(file.bytes, fullReading()).outcome(), kPages);
+    const Call full = callReading(file.bytes, fullReading());
+    EXPECT_EQ(full.outcome() == kPages, GetParam().byteOrder == ByteOrder::big);
+}
+
+TEST_P(HeaderRules, TheLayoutOfTheWordHoldsUpToTheEndOfTheFile) {
+    // Behind first bytes that say the other layout.
+    const Bytes prefix = format().isBig() ? Bytes{'M', 'M', 0, 42, 1, 2} : Bytes(8, 'x');
+    TiffBuilder builder(format());
+    builder.add({ascii(kArtist, "x")});
+    const std::uint64_t size = builder.buildBehind(prefix).bytes.size();
+    for (const std::uint64_t target : {size - 1, size, size + 1}) {
+        const TiffFile file = builder.withFirstOffset(target - prefix.size()).buildBehind(prefix);
+        const Call contract = callEntryPoint(file.bytes, at(file));
+        const Call full = callReading(file.bytes, fullReading(), at(file));
+        if (target <= size) {
+            EXPECT_EQ(full.outcome(),
+                      (Lines{"numberOfDirectoryEntriesReadError(" + std::to_string(target) + ')',
+                             "double 0x0"}));
+        } else {
+            EXPECT_EQ(callReading(file.bytes, readingBy(kRule), at(file)).text(), contract.text());
+        }
+    }
 }
 
 class StreamsInJpeg : public TiffMatrix {
