@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdio>
 #include <limits>
 #include <string>
 #include <utility>
@@ -20,6 +21,7 @@
 #include "ifdsweep/host.h"
 #include "ifdsweep/read.h"
 #include "ifdsweep/reading.h"
+#include "ifdsweep/write.h"
 #include "read/messages.h"
 #include "support/same_in_both.h"
 #include "written_output.h"
@@ -132,6 +134,17 @@ std::string checked(const ifdsweep::Outcome& outcome) {
     return line;
 }
 
+/// Checks the facts that are written while a file is read.
+void requireFacts(ifdsweep::Host& host, ifdsweep::ReadOptions numbers) {
+    std::string text;
+    ifdsweep::Writer writer({.format = ifdsweep::Format::facts}, text);
+    writer.begin();
+    numbers.sink = writer.listenerFor("fuzz.tif");
+    writer.write(readOnce(host, numbers));
+    writer.end();
+    fuzz::requireJsonLines(text);
+}
+
 /// Holds the second way in to the entry point, and the full reading to both.
 void requireReadings(ifdsweep::Host& host, const ifdsweep::Outcome& numbers, const Bytes& file) {
     const ifdsweep::Outcome contract = readBy(host, numbers, nullptr);
@@ -179,6 +192,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
         const std::string first = checked(readOnce(host, numbers));
         fuzz::require(fuzz::written(ifdsweep::Format::typed, readOnce(host, numbers)) == first,
                       "the same result twice");
+        requireFacts(host, numbers);
         fuzz::require(host.liveValues() == 0, "every value is freed");
         // Overshoot: one read at most, which is at most the file.
         fuzz::require(host.countedBytes() <= budget + file.size() + 128, "the budget holds");

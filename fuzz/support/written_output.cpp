@@ -238,6 +238,16 @@ void requireNaturalJson(std::string_view text, const ifdsweep::Outcome& outcome)
     }
 }
 
+void requireJsonLines(std::string_view text) {
+    while (!text.empty()) {
+        const std::size_t end = text.find('\n');
+        require(end != std::string_view::npos, "the last line ends");
+        require(json::parse(text.substr(0, end), nullptr, false).is_object(),
+                "every line is a JSON object");
+        text.remove_prefix(end + 1);
+    }
+}
+
 void requireTerminalSafe(std::string_view text) {
     // Bytes that are no UTF-8 become lone surrogates.
     const std::u16string units = ifdsweep::fileNameFromSystem(text);

@@ -27,6 +27,9 @@ void requireTypedReadsBack(std::string_view line, const ifdsweep::Outcome& outco
 /// A JSON array of one object with the members that the format promises.
 void requireNaturalJson(std::string_view text, const ifdsweep::Outcome& outcome);
 
+/// A JSON object on each line.
+void requireJsonLines(std::string_view text);
+
 /// Valid UTF-8 in which nothing but line ends controls a terminal, reorders a line or is not seen.
 void requireTerminalSafe(std::string_view text);
 
