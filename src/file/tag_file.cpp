@@ -63,10 +63,13 @@ OwnedValue TagFile::repackageIfds() {
     return ifdTree.size() == 0 ? makeEmptyDouble() : ifdTree.repackageIfds();
 }
 
-OwnedValue TagFile::readChain(IFDtype_t_ kind, bool isShown) {
+std::size_t TagFile::readChain(IFDtype_t_ kind, bool isShown, OwnedValue& records) {
     const NestingLevel level(*this);
     IFDTree tree(this, kind);
-    return isShown && tree.size() != 0 ? tree.repackageIfds() : OwnedValue();
+    if (isShown && tree.size() != 0) {
+        records = tree.repackageIfds();
+    }
+    return tree.size();
 }
 
 }  // namespace ifdsweep::module

@@ -55,7 +55,7 @@ public:
     void readThroughTiffHeader();
     void readTiffHeaderEndianFormat();
 
-    [[nodiscard]] OwnedValue readChain(IFDtype_t_ kind, bool isShown) override;
+    std::size_t readChain(IFDtype_t_ kind, bool isShown, OwnedValue& records) override;
 
     std::uint64_t initialOffset;
     std::uint64_t firstIfdIndex;

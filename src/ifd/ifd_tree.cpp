@@ -15,7 +15,7 @@ void IFDTree::processIfdSet() {
     if (tagFile->report.isOn()) {
         facts = tagFile->report.nextDirectory(directoryKind(ifdType));
     }
-    for (;;) {
+    for (bool isFirst = tagFile->nestingDepth == 0;; isFirst = false) {
         const std::uint64_t start = tagFile->position();
         if (tagFile->report.isOn()) {
             facts.index = size();
@@ -28,7 +28,7 @@ void IFDTree::processIfdSet() {
         const IFD::Ending ending = ifd.process();
         if (ending != IFD::Ending::whole && ending != IFD::Ending::cut) {
             ifds.pop_back();
-            endWithout(ending);
+            endWithout(ending, isFirst);
             return;
         }
         const Wide nextField = Wide{start} + tagFile->entryCountSize + ifd.entryBytes;
@@ -54,18 +54,17 @@ void IFDTree::processIfdSet() {
     }
 }
 
-/// Ends the chain at a directory that could not be read. Where nothing was read before it, that is
-/// an error whatever the rules.
-void IFDTree::endWithout(IFD::Ending ending) {
-    const bool hasRead = tagFile->nestingDepth > 0 || size() > 0;
+/// Ends the chain at a directory that could not be read. In the first directory of all that is an
+/// error whatever the rules.
+void IFDTree::endWithout(IFD::Ending ending, bool isFirst) {
     if (ending == IFD::Ending::tooLarge) {
-        if (!(tagFile->rules.segmentLimitEndsChain && hasRead)) {
+        if (!(tagFile->rules.segmentLimitEndsChain && !isFirst)) {
             throw TiffTagsRecoverableError("IFD::process");
         }
     } else if (ending == IFD::Ending::unreadable) {
         // The number is the directory's own size so far, and one: always 1.
         constexpr const char* kName = "IFD #1";
-        if (!(tagFile->rules.damageStaysInside && hasRead)) {
+        if (!(tagFile->rules.damageStaysInside && !isFirst)) {
             raise<MessageId::badIFDread>(kName);
         }
         tagFile->warn<MessageId::badIFDread>(kName);

@@ -41,7 +41,7 @@ public:
 
 private:
     void processIfdSet();
-    void endWithout(IFD::Ending ending);
+    void endWithout(IFD::Ending ending, bool isFirst);
     [[nodiscard]] bool seekToNext(Wide nextField);
     void addNames(const IFD& ifd);
     [[nodiscard]] std::uint64_t readNextIfdOffset();

@@ -47,9 +47,11 @@ public:
     TiffStream& operator=(const TiffStream&) = delete;
     virtual ~TiffStream() = default;
 
-    /// Reads the chain of nested directories that begins at the stream's position. Gives its
-    /// record array, or null when it has no directory or is not to be shown. Throws as `IFDTree`.
-    [[nodiscard]] virtual OwnedValue readChain(IFDtype_t_ kind, bool isShown) = 0;
+    /// Reads the chain of nested directories that begins at the stream's position. Throws as
+    /// `IFDTree`.
+    /// @param records receives its record array, if it has a directory and is to be shown
+    /// @return how many directories it has
+    virtual std::size_t readChain(IFDtype_t_ kind, bool isShown, OwnedValue& records) = 0;
 
     // Primitive readers. Those of the stream return the number of items read, 1 or 0, and set
     // `out` to 0 when there is none.

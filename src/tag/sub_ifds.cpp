@@ -120,9 +120,13 @@ bool TiffTag::processSubIfd(std::uint64_t offset, IFDtype_t_ chainKind) {
     // All chains of a SubIFDs tag are shown, of the other pointers the first one.
     const bool isShown = tagId == kSubIfds || subIfds.empty();
     if (tagFile->report.isOn()) {
-        tagFile->report.pointAt(tagId, tagName, subIfds.size());
+        tagFile->report.pointAt(tagId, tagName, chainCount);
     }
-    if (OwnedValue records = tagFile->readChain(chainKind, isShown)) {
+    OwnedValue records;
+    if (tagFile->readChain(chainKind, isShown, records) != 0) {
+        ++chainCount;
+    }
+    if (records) {
         subIfds.push_back(std::move(records));
     }
     return true;

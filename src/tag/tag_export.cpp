@@ -90,6 +90,9 @@ OwnedValue TiffTag::getQxArrayColormap() const {
 }
 
 OwnedValue TiffTag::getQxArraySampleFormat() const {
+    if (isTooLong) {
+        return OwnedValue();
+    }
     if (numericValues.size() == 1) {
         return sampleFormatName(numericValues[0]);
     }
@@ -101,6 +104,9 @@ OwnedValue TiffTag::getQxArraySampleFormat() const {
 }
 
 OwnedValue TiffTag::getQxArrayImageSourceData() const {
+    if (isTooLong) {
+        return OwnedValue();
+    }
     OwnedValue row = makeNumericArray(1, byteData.size(), qxUINT8_CLASS);
     std::copy(byteData.begin(), byteData.end(), qxGetUint8s(row.get()));
     return row;

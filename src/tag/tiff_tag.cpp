@@ -125,7 +125,9 @@ bool TiffTag::setTagDataOffset(const std::uint8_t* entry, std::uint32_t width) {
 
 // What the derived fields are made of is read whatever its length, and so is the way on.
 bool TiffTag::mayBeLong() const {
-    return !isPointerTag(tagId) && tagId != kImageWidth && tagId != kImageLength &&
+    const bool isShown =
+        (dataType != TIFF_IFD && dataType != TIFF_IFD8) || tagId == kImageSourceData;
+    return isShown && !isPointerTag(tagId) && tagId != kImageWidth && tagId != kImageLength &&
            tagId != kBitsPerSample && tagId != kPhotometricInterpretation &&
            tagId != kSamplesPerPixel;
 }

@@ -132,6 +132,7 @@ public:
     const char* tagName = "";
     std::span<std::uint8_t> rawData;  ///< the data in host byte order; null unless they were read
     std::vector<OwnedValue> subIfds;  ///< records of the chains that are shown
+    std::size_t chainCount = 0;       ///< chains that hold a directory, shown or not
 
 private:
     /// Gives a warning about the entry; one about a default has no place in the file.

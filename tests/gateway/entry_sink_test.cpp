@@ -124,6 +124,16 @@ TEST_P(EntrySink, ChainsOfAPointerAreCountedAsTheyHoldDirectories) {
                                                " numDirectoryEntriesIsZero(" + empty + ')'}));
 }
 
+TEST_P(EntrySink, ChainsThatAreNotShownAreCountedToo) {
+    const TiffFile file =
+        fileOf({{pointer(kExif, {{named("1")}, {}, {named("2")}, {named("3")}})}});
+    EXPECT_EQ(recordedWalk(file.bytes)->linesOf("begin"),
+              (Lines{begins(file, 0, "0", "primary"),
+                     begins(file, 1, "0/DigitalCamera[0]/0", "exif", kExif),
+                     begins(file, 3, "0/DigitalCamera[1]/0", "exif", kExif),
+                     begins(file, 4, "0/DigitalCamera[2]/0", "exif", kExif)}));
+}
+
 TEST_P(EntrySink, EveryTypeIsToldInTheOrderOfTheMachine) {
     struct TypeWidth {
         std::uint16_t type;

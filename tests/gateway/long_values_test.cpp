@@ -74,7 +74,8 @@ TEST_P(LongValues, WhateverTheTagItIsNull) {
     // Tags whose values have shapes of their own.
     const std::vector<std::int64_t> many(99, 1);
     for (const auto& [entry, name] :
-         {std::pair(shorts(320, many), "Colormap"), std::pair(shorts(kXmp, many), "XMP"),
+         {std::pair(shorts(320, many), "Colormap"), std::pair(shorts(339, many), "SampleFormat"),
+          std::pair(shorts(37724, many), "ImageSourceData"), std::pair(shorts(kXmp, many), "XMP"),
           std::pair(shorts(259, many), "Compression"), std::pair(longs(273, many), "StripOffsets"),
           std::pair(shorts(296, many), "ResolutionUnit"),
           std::pair(shorts(290, many), "GrayResponseUnit")}) {
@@ -144,8 +145,10 @@ TEST_P(LongValues, TheyAreDescribedAndNotRead) {
 }
 
 TEST_P(LongValues, WhatWouldBeDroppedIsDropped) {
-    const TiffFile file = fileOf({{bytesOf(kUnknownTag, 200).withCount(100000), ascii(kMake, "m"),
-                                   bytesOf(kMakerNote, 200).withType(14)}});
+    const TiffFile file =
+        fileOf({{bytesOf(kUnknownTag, 200).withCount(100000), ascii(kMake, "m"),
+                 bytesOf(kMakerNote, 200).withType(14),
+                 numbers(kUnknownTag, kIfd8, std::vector<std::int64_t>(200, 1))}});
     EXPECT_EQ(callReading(file.bytes, limited()).outcome(),
               callReading(file.bytes, fullReading()).outcome());
 }

@@ -390,6 +390,22 @@ TEST_P(SegmentLimit, TheVeryFirstDirectoryBeyondItIsAnError) {
                kSegment);
 }
 
+TEST_P(SegmentLimit, BehindADirectoryThatIsNotKeptItIsNoError) {
+    // Of a JPEG a directory of sizes alone is read and not kept: the next is not the first.
+    const TiffFile file = inJpeg({{shorts(256, {1})}, named("b").withEntryCount(kMost + 1)});
+    expectBoth({"second",
+                file.bytes,
+                {exceeded(kMost + 1), kNothing},
+                {exceeded(kMost + 1), "double 0x0"},
+                kNumbers},
+               kSegment);
+    const TiffFile cutFile = inJpeg({{shorts(256, {1})}, named("b")});
+    const Bytes bytes = truncated(cutFile.bytes, cutFile.places[1].entries[0]);
+    expectBoth(
+        {"without a table", bytes, {"error " + kNoTable}, {kNoTable, "double 0x0"}, kNumbers},
+        kInside);
+}
+
 TEST_P(SegmentLimit, ANestedChainBeyondItKeepsWhatWasRead) {
     const TiffFile file = inJpeg(
         {{pointer(kSubIfds, {{named("a"), named("x").withEntryCount(kMost + 1)}, {named("b")}}),
