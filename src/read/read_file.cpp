@@ -140,9 +140,9 @@ std::vector<Warning> placedWarnings(std::vector<qxMessage> messages,
                                     std::vector<WarningPlace>& places) {
     std::vector<Warning> warnings;
     warnings.reserve(messages.size());
-    places.resize(messages.size());
     for (std::size_t index = 0; index < messages.size(); ++index) {
-        warnings.push_back({std::move(messages[index]), std::move(places[index])});
+        warnings.emplace_back(std::move(messages[index]),
+                              index < places.size() ? std::move(places[index]) : WarningPlace());
     }
     return warnings;
 }

@@ -124,9 +124,8 @@ TEST_P(Facts, EveryTypeIsExact) {
 }
 
 TEST_P(Facts, NamesDefaultsAndNestedDirectoriesAreTold) {
-    const TiffFile file =
-        fileOf({shorts(259, {32773}),
-                pointer(kExif, {{Directory{ascii(36867, "2026:11:22 12:00:00")}}})});
+    const TiffFile file = fileOf(
+        {shorts(259, {32773}), pointer(kExif, {{Directory{ascii(36867, "2026:11:22 12:00:00")}}})});
     const std::vector<json> lines = factsOf(file);
     ASSERT_GE(lines.size(), 3U);
     EXPECT_EQ(lines[0]["name"], "Compression");
