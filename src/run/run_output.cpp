@@ -2,32 +2,31 @@
 
 #include <utility>
 
-#include "write/csv_writer.h"
-
 namespace ifdsweep {
 namespace {
 
-Descriptor makeRowFile(const OutputChoice& choice) {
-    return choice.hasOpenColumns() ? makeTemporaryFile() : Descriptor();
+std::optional<WaitingRows> waitingRowsOf(const OutputChoice& choice,
+                                         const std::function<bool()>& isStopped) {
+    return choice.hasOpenColumns() ? std::optional<WaitingRows>(std::in_place, isStopped)
+                                   : std::nullopt;
 }
 
 }  // namespace
 
+// A table is written whole: where rows wait, they are what is stopped.
 RunOutput::RunOutput(const RunOptions& options, Journal* runJournal,
                      std::function<bool()> isStopped, const Disk& disk)
     : file(options.run.outputFile, runJournal, disk),
-      rows(makeRowFile(options.output)),
-      sink(rows.isOpen() ? rows.get() : file.descriptor(), file.keptLength(), std::move(isStopped)),
+      rows(waitingRowsOf(options.output, isStopped)),
+      sink(file.descriptor(), file.keptLength(),
+           rows ? std::function<bool()>() : std::move(isStopped)),
       goingOn(file, sink),
-      output(goingOn) {}
+      output(rows ? static_cast<ByteSink&>(*rows) : goingOn) {}
 
 void RunOutput::complete() {
     output.flush();
-    if (rows.isOpen()) {
-        FileDescriptorSink destination(file.descriptor());
-        Output table(destination);
-        assembleCsv(rows.get(), table);
-        table.flush();
+    if (rows) {
+        rows->writeTable(goingOn);
     }
 }
 

@@ -17,6 +17,7 @@
 #include "run/journal.h"
 #include "run/output_file.h"
 #include "run/run_options.h"
+#include "write/waiting_rows.h"
 
 namespace ifdsweep {
 
@@ -77,7 +78,7 @@ private:
     };
 
     OutputFile file;
-    Descriptor rows;  ///< open for a table without fixed columns
+    std::optional<WaitingRows> rows;  ///< of a table without fixed columns
     FileDescriptorSink sink;
     GoingOn goingOn;
     Output output;

@@ -3,13 +3,12 @@
 #include <optional>
 #include <utility>
 
-#include "io/descriptor.h"
 #include "io/output.h"
 #include "text/natural_text.h"
-#include "write/csv_writer.h"
 #include "write/framer.h"
 #include "write/result_writer.h"
 #include "write/text_value.h"
+#include "write/waiting_rows.h"
 
 namespace ifdsweep {
 
@@ -25,51 +24,42 @@ private:
     WriteSink function;
 };
 
+std::optional<WaitingRows> waitingRowsOf(const WriteOptions& options) {
+    const bool areColumnsOpen = options.format == Format::csv && options.columns.empty();
+    return areColumnsOpen ? std::optional<WaitingRows>(std::in_place) : std::nullopt;
+}
+
 }  // namespace
 
 class Writer::Parts {
 public:
     Parts(const WriteOptions& options, WriteSink sinkFunction)
-        : sink(std::move(sinkFunction)), output(sink) {
-        // Where the columns are not known before the last outcome, the rows wait in a file.
-        if (options.format == Format::csv && options.columns.empty()) {
-            rows.emplace(makeTemporaryFile());
-        }
-        Output& framed = rows ? rows->output : output;
-        framer.emplace(framed, frameOf(options));
-        writer = makeResultWriter(options, framed);
-    }
+        : sink(std::move(sinkFunction)),
+          rows(waitingRowsOf(options)),
+          output(rows ? static_cast<ByteSink&>(*rows) : sink),
+          framer(output, frameOf(options)),
+          writer(makeResultWriter(options, output)) {}
 
-    void begin() { framer->begin(); }
+    void begin() { framer.begin(); }
     [[nodiscard]] EntrySink* listenerFor(std::string_view file) {
         return writer->listenerFor(file);
     }
     void write(const Outcome& outcome) {
-        framer->add(writer->shows(outcome), [&] { writer->writeFile(outcome); });
+        framer.add(writer->shows(outcome), [&] { writer->writeFile(outcome); });
     }
     void end() {
-        framer->end();
-        if (rows) {
-            rows->output.flush();
-            assembleCsv(rows->file.get(), output);
-        }
+        framer.end();
         output.flush();
+        if (rows) {
+            rows->writeTable(sink);
+        }
     }
 
 private:
-    struct Rows {
-        explicit Rows(Descriptor rowFile)
-            : file(std::move(rowFile)), sink(file.get()), output(sink) {}
-
-        Descriptor file;
-        FileDescriptorSink sink;
-        Output output;
-    };
-
     FunctionSink sink;
+    std::optional<WaitingRows> rows;
     Output output;
-    std::optional<Rows> rows;
-    std::optional<Framer> framer;
+    Framer framer;
     std::unique_ptr<ResultWriter> writer;
 };
 

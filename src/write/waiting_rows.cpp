@@ -1,0 +1,13 @@
+#include "write/waiting_rows.h"
+
+#include "write/csv_writer.h"
+
+namespace ifdsweep {
+
+void WaitingRows::writeTable(ByteSink& destination) const {
+    Output table(destination);
+    assembleCsv(file.get(), table);
+    table.flush();
+}
+
+}  // namespace ifdsweep
