@@ -43,6 +43,30 @@ std::optional<std::uint64_t> parseByteCount(std::string_view text) {
 
 constexpr std::string_view kHelpOption = "--help";
 
+/// "each, count or none" of the words of an option.
+std::string listOf(std::span<const OptionWord> words) {
+    std::string list;
+    for (std::size_t index = 0; index < words.size(); ++index) {
+        const bool isLast = index + 1 == words.size();
+        list.append(index == 0 ? "" : isLast ? " or " : ", ").append(words[index].word);
+    }
+    return list;
+}
+
+/// Stores the value whose word is given; the words stand in the order of the enumeration.
+template <class Value>
+auto storeWord(Value& target, std::span<const OptionWord> words) {
+    return [&target, words](const std::string& text) {
+        const auto found = std::find_if(words.begin(), words.end(), [&text](const OptionWord& row) {
+            return row.word == text;
+        });
+        if (found != words.end()) {
+            target = static_cast<Value>(found - words.begin());
+        }
+        return found != words.end();
+    };
+}
+
 /// Adds options to the parser with the help of their rows. Most runs name one or two of them: an
 /// option that the arguments do not begin to name is left out, unless the help shows them all.
 class OptionBinder {
@@ -72,6 +96,15 @@ public:
             helpText(row));
         option->type_name(std::string(row.placeholder))->trigger_on_parse();
         option->group(std::string(row.group));
+    }
+
+    /// An option whose values are the words of its row, in the order of the enumeration.
+    template <class Value>
+    void word(const std::string& name, Value& target) {
+        if (isNeeded(name)) {
+            const std::span<const OptionWord> words = optionRow(name).words;
+            value(name, listOf(words), storeWord(target, words));
+        }
     }
 
     /// An option with a text that is stored as it is.
@@ -136,20 +169,6 @@ auto storeCount(std::optional<std::uint64_t>& target, std::uint64_t least) {
     };
 }
 
-/// Stores one of the words of an option, which its row names in the order of the enumeration.
-template <class Value>
-auto storeWord(Value& target, std::string_view option) {
-    return [&target, words = optionRow(option).words](const std::string& text) {
-        const auto found = std::find_if(words.begin(), words.end(), [&text](const OptionWord& row) {
-            return row.word == text;
-        });
-        if (found != words.end()) {
-            target = static_cast<Value>(found - words.begin());
-        }
-        return found != words.end();
-    };
-}
-
 template <class Value>
 std::string_view wordAt(std::string_view option, Value value) {
     return optionRow(option).words[static_cast<std::size_t>(value)].word;
@@ -169,7 +188,7 @@ void addReadOptions(OptionBinder& bind, ReadOptions& read) {
     bind.value("--offset", "a number", storeNumber(read.offset));
     bind.value("--first", "a number", storeNumber(read.first));
     bind.value("--max", "a number", storeNumber(read.max));
-    bind.value("--reading", "full or contract", storeWord(read.reading, "--reading"));
+    bind.word("--reading", read.reading);
     bind.value("--max-value", "a number of bytes or all", [&read](const std::string& text) {
         read.longestValue = text == "all" ? Reading::kAll : parseByteCount(text);
         return read.longestValue.has_value();
@@ -189,8 +208,7 @@ void addReadOptions(OptionBinder& bind, ReadOptions& read) {
 /// @param complaint what is wrong with options that are each right
 void addOutputOptions(OptionBinder& bind, OutputChoice& output, std::string& file,
                       std::string& complaint) {
-    bind.value("--format", "text, json, ndjson, typed, csv or facts",
-               storeWord(output.format, "--format"));
+    bind.word("--format", output.format);
     bind.text("--output", file);
     bind.value("--tags", "names", [&output](const std::string& text) {
         TagChoice choice = chooseTags(text);
@@ -223,8 +241,7 @@ void addOutputOptions(OptionBinder& bind, OutputChoice& output, std::string& fil
 }
 
 void addMessageOptions(OptionBinder& bind, RunOptions& options) {
-    bind.value("--warnings", "each, count or none",
-               storeWord(options.output.warnings, "--warnings"));
+    bind.word("--warnings", options.output.warnings);
     bind.value("--ignore", "a message id", [&options](const std::string& text) {
         const MessageDescription description = describeMessage(text);
         if (!description.complaint.empty()) {

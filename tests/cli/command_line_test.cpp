@@ -147,7 +147,7 @@ TEST(CommandLines, WrongUsageIsToldWithTheOption) {
         {{"--max", "1x", "f"}, "1x"},
         {{"--max", "", "f"}, "--max"},
         {{"--offset", " 1", "f"}, "--offset"},
-        {{"--format", "xml", "f"}, "xml"},
+        {{"--format", "xml", "f"}, "expected text, json, ndjson, typed, csv or facts, got xml"},
         {{"--read-budget", "-1", "f"}, "--read-budget"},
         {{"--value-budget", "-1", "f"}, "--value-budget"},
         {{"--read-budget", "1.5", "f"}, "--read-budget"},
