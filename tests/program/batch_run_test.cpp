@@ -289,12 +289,7 @@ TEST_F(BatchRuns, TheMemoryLimitCostsOneFile) {
     if (ifdsweep::kIsSanitized) {
         GTEST_SKIP() << "a sanitizer needs all address space";
     }
-    fixture::TiffBuilder builder({fixture::Layout::classic, fixture::ByteOrder::little});
-    constexpr std::uint64_t kCount = 50'000'000;
-    builder.add(
-        fixture::Directory{fixture::longs(50000, {1, 2}).withCount(kCount).withValueField(1000)});
-    programfiles::write(in("large.tif"), builder.build().bytes);
-    fs::resize_file(in("large.tif"), 1000 + 4 * kCount);
+    programfiles::writeLarge(in("large.tif"));
     programfiles::write(in("a.tif"), programfiles::image(7));
     const std::vector<std::string> files{"a.tif", "large.tif", "a.tif"};
     const Ending given =

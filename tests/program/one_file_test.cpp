@@ -4,7 +4,6 @@
 #include <csignal>
 #include <cstdint>
 #include <cstdlib>
-#include <filesystem>
 #include <new>
 #include <string>
 #include <vector>
@@ -19,12 +18,10 @@
 #include "io/sanitized.h"
 #include "program/program_files.h"
 #include "program/program_run.h"
-#include "support/tiff_builder.h"
 #include "workers/seconds.h"
 
 namespace {
 
-namespace fs = std::filesystem;
 using programrun::Ending;
 using programrun::Launch;
 using programrun::Running;
@@ -89,12 +86,7 @@ TEST_F(OneFile, TheMemoryLimitHolds) {
     if (ifdsweep::kIsSanitized) {
         GTEST_SKIP() << "a sanitizer needs all address space";
     }
-    fixture::TiffBuilder builder({fixture::Layout::classic, fixture::ByteOrder::little});
-    constexpr std::uint64_t kCount = 50'000'000;
-    builder.add(
-        fixture::Directory{fixture::longs(50000, {1, 2}).withCount(kCount).withValueField(1000)});
-    programfiles::write(in("large.tif"), builder.build().bytes);
-    fs::resize_file(in("large.tif"), 1000 + 4 * kCount);
+    programfiles::writeLarge(in("large.tif"));
     expectTheSame({"--memory", "150000000", "--max-value", "all", "--tags", "50000", "large.tif"},
                   "ifdsweep: large.tif: out of memory: the limit is 150000000 bytes (--memory) "
                   "(ifdsweep:outOfMemory)\n");

@@ -89,6 +89,16 @@ Bytes endlessImage() {
     return bytes;
 }
 
+void writeLarge(const std::filesystem::path& file) {
+    constexpr std::uint64_t kCount = 50'000'000;
+    constexpr std::uint64_t kPosition = 1000;
+    fixture::TiffBuilder builder({fixture::Layout::classic, fixture::ByteOrder::little});
+    builder.add(
+        Directory{fixture::longs(50000, {1, 2}).withCount(kCount).withValueField(kPosition)});
+    write(file, builder.build().bytes);
+    std::filesystem::resize_file(file, kPosition + 4 * kCount);
+}
+
 void writePair(const std::filesystem::path& folder) {
     write(folder / "a.tif", image(7));
     write(folder / "b.tif", nestedImage());

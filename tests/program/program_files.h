@@ -31,6 +31,9 @@ void write(const std::filesystem::path& file, const fixture::Bytes& bytes);
 /// reading it takes longer than anyone waits.
 [[nodiscard]] fixture::Bytes endlessImage();
 
+/// Writes an image whose tag 50000 has a value of 200 MB. The file takes no such room on the disk.
+void writeLarge(const std::filesystem::path& file);
+
 /// Writes a.tif, a small image, and b.tif, a nested one.
 void writePair(const std::filesystem::path& folder);
 
