@@ -20,18 +20,13 @@
 namespace {
 
 namespace fs = std::filesystem;
+using namespace programrun;
 using fixture::readFile;
-using programrun::childrenOf;
-using programrun::comesTrue;
-using programrun::Ending;
-using programrun::Launch;
-using programrun::linesOf;
-using programrun::Running;
 
-class BadInput : public programrun::ProgramRun {
+class BadInput : public ProgramRun {
 protected:
     void SetUp() override {
-        programrun::ProgramRun::SetUp();
+        ProgramRun::SetUp();
         programfiles::writePair(in("."));
     }
 };
@@ -79,7 +74,7 @@ TEST_F(BadInput, WhatMayNotBeReadIsToldOf) {
     fs::permissions(folder / "tmp", fs::perms::all);
     Launch launch;
     launch.arguments = {"--format", "ndjson", "--failures", "../tmp/failed", "all"};
-    launch.prepare = programrun::becomeOrdinary;
+    launch.prepare = becomeOrdinary;
     const Ending given = run(launch);
     const std::string failures = readFile(folder / "tmp/failed");
     fs::remove(folder / "tmp/failed");
@@ -230,10 +225,10 @@ TEST_F(BadInput, TheStandardInputCanBeBad) {
 }
 
 /// The program on a terminal of its own, for one or two of its streams.
-class Terminals : public programrun::ProgramRun {
+class Terminals : public ProgramRun {
 protected:
     void SetUp() override {
-        programrun::ProgramRun::SetUp();
+        ProgramRun::SetUp();
         programfiles::write(in("a.tif"), programfiles::damagedImage());
         programfiles::write(in("slow.tif"), programfiles::endlessImage());
         int given = -1;
@@ -246,7 +241,7 @@ protected:
     void TearDown() override {
         ::close(terminal);
         ::close(other);
-        programrun::ProgramRun::TearDown();
+        ProgramRun::TearDown();
     }
 
     /// What the terminal shows and did not show before.
@@ -266,8 +261,8 @@ protected:
 
 TEST_F(Terminals, ProgressIsShownThereAndNowhereElse) {
     Launch launch;
-    launch.arguments = programrun::unlimited(
-        {"--format", "ndjson", "--jobs", "1", "a.tif", "none.tif", "slow.tif"});
+    launch.arguments =
+        unlimited({"--format", "ndjson", "--jobs", "1", "a.tif", "none.tif", "slow.tif"});
     launch.error = device;
     Running program = start(launch);
     std::string text;
@@ -290,8 +285,8 @@ TEST_F(Terminals, ProgressIsShownThereAndNowhereElse) {
 
 TEST_F(Terminals, WithoutProgressNoneIsShown) {
     Launch launch;
-    launch.arguments = programrun::unlimited(
-        {"--no-progress", "--timeout", "0.5", "--format", "ndjson", "a.tif", "slow.tif"});
+    launch.arguments =
+        unlimited({"--no-progress", "--timeout", "0.5", "--format", "ndjson", "a.tif", "slow.tif"});
     launch.error = device;
     Running program = start(launch);
     EXPECT_EQ(program.wait(), 1);

@@ -25,13 +25,7 @@
 namespace {
 
 namespace fs = std::filesystem;
-using programrun::childrenOf;
-using programrun::comesTrue;
-using programrun::Ending;
-using programrun::Launch;
-using programrun::linesOf;
-using programrun::readerOf;
-using programrun::Running;
+using namespace programrun;
 
 std::vector<std::string> operator+(std::vector<std::string> left,
                                    const std::vector<std::string>& right) {
@@ -39,14 +33,14 @@ std::vector<std::string> operator+(std::vector<std::string> left,
     return left;
 }
 
-class BatchRuns : public programrun::ProgramRun {
+class BatchRuns : public ProgramRun {
 protected:
     /// Ends the worker that reads a file, as often as one does.
     void endReaderOf(const Running& program, const std::string& fileName, int times) const {
         for (int time = 0; time < times; ++time) {
-            const pid_t reader = programrun::awaitReaderOf(program.process(), fileName);
-            programrun::sendTo(reader, SIGKILL);
-            ASSERT_TRUE(comesTrue([&] { return !programrun::isRunning(reader); }));
+            const pid_t reader = awaitReaderOf(program.process(), fileName);
+            sendTo(reader, SIGKILL);
+            ASSERT_TRUE(comesTrue([&] { return !isRunning(reader); }));
         }
     }
 };
@@ -155,7 +149,7 @@ TEST_F(BatchRuns, MoreFilesTakeNoMoreMemory) {
             const std::string out = endingOf(0).out;
             return std::count(out.begin(), out.end(), '\n') == files;
         }));
-        return programrun::ownMemoryOf(program.process());
+        return ownMemoryOf(program.process());
     };
     const std::size_t few = memoryBehind(kFew);
     const std::size_t many = memoryBehind(kMany);
@@ -172,7 +166,7 @@ TEST_F(BatchRuns, AWorkerThatDiesCostsItsFileAlone) {
     const std::vector<std::string> files = names();
     for (const char* const jobs : {"1", "3"}) {
         Launch launch;
-        launch.arguments = programrun::unlimited({"--format", "ndjson", "--jobs", jobs}) + files;
+        launch.arguments = unlimited({"--format", "ndjson", "--jobs", jobs}) + files;
         Running program = start(launch);
         endReaderOf(program, "00005a.tif", 1);
         const Ending given = endingOf(program.wait());
@@ -219,8 +213,7 @@ TEST_F(BatchRuns, WhatWaitsOutlivesItsWorker) {
     ASSERT_GT(alone.size(), std::size_t{2} << 20);
 
     Launch launch;
-    launch.arguments =
-        programrun::unlimited({"--format", "ndjson", "--jobs", "2", "--timeout", "2"}) + files;
+    launch.arguments = unlimited({"--format", "ndjson", "--jobs", "2", "--timeout", "2"}) + files;
     Running program = start(launch);
     pid_t slow = -1;
     pid_t other = -1;
@@ -232,7 +225,7 @@ TEST_F(BatchRuns, WhatWaitsOutlivesItsWorker) {
         other = found == workers.end() ? -1 : *found;
         return slow > 0 && other > 0;
     }));
-    programrun::sendTo(other, SIGKILL);
+    sendTo(other, SIGKILL);
     const Ending given = endingOf(program.wait());
     EXPECT_EQ(given.status, 1);
     const std::vector<std::string> lines = linesOf(given.out);
@@ -254,7 +247,7 @@ TEST_F(BatchRuns, EveryReaderOfABadFileMayDie) {
     programfiles::write(in("b.tif"), programfiles::endlessImage());
     programfiles::write(in("c.tif"), programfiles::image(7));
     Launch launch;
-    launch.arguments = programrun::unlimited({"--jobs", "1", "a.tif", "b.tif", "a.tif", "c.tif"});
+    launch.arguments = unlimited({"--jobs", "1", "a.tif", "b.tif", "a.tif", "c.tif"});
     Running program = start(launch);
     endReaderOf(program, "a.tif", 1);
     endReaderOf(program, "b.tif", 1);
@@ -269,8 +262,7 @@ TEST_F(BatchRuns, TheTimeLimitCostsOneFile) {
     programfiles::write(in("slow.tif"), programfiles::endlessImage());
     programfiles::write(in("a.tif"), programfiles::image(7));
     // Long enough for the good files however busy the machine is.
-    const Ending given =
-        run(programrun::unlimited({"--timeout", "5", "a.tif", "slow.tif", "a.tif"}));
+    const Ending given = run(unlimited({"--timeout", "5", "a.tif", "slow.tif", "a.tif"}));
     EXPECT_EQ(given.status, 1);
     EXPECT_EQ(given.error,
               "ifdsweep: slow.tif: not finished within 5 s, the limit of --timeout "
@@ -278,7 +270,7 @@ TEST_F(BatchRuns, TheTimeLimitCostsOneFile) {
               "ifdsweep: 2 files read, 1 failed, 2 directories\n");
     EXPECT_EQ(std::count(given.out.begin(), given.out.end(), '\n') % 2,
               1);  // two and a line between
-    const Ending alone = run(programrun::unlimited({"--timeout", "0.125", "slow.tif"}));
+    const Ending alone = run(unlimited({"--timeout", "0.125", "slow.tif"}));
     EXPECT_EQ(alone.status, 1);
     EXPECT_EQ(alone.error,
               "ifdsweep: slow.tif: not finished within 0.125 s, the limit of --timeout "
@@ -327,8 +319,7 @@ TEST_F(BatchRuns, ResultsAreSeenAsTheyCome) {
     ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
     const int reading = ::open(pipe.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     Launch launch;
-    launch.arguments =
-        programrun::unlimited({"--format", "ndjson", "--jobs", "1", "a.tif", "slow.tif"});
+    launch.arguments = unlimited({"--format", "ndjson", "--jobs", "1", "a.tif", "slow.tif"});
     launch.out = pipe;
     Running program = start(launch);
     std::string seen;
@@ -347,7 +338,7 @@ TEST_F(BatchRuns, ResultsAreSeenAsTheyCome) {
 TEST_F(BatchRuns, WorkersEndWithTheProgram) {
     programfiles::write(in("slow.tif"), programfiles::endlessImage());
     Launch launch;
-    launch.arguments = programrun::unlimited({"--jobs", "2", "slow.tif", "slow.tif"});
+    launch.arguments = unlimited({"--jobs", "2", "slow.tif", "slow.tif"});
     Running program = start(launch);
     std::vector<pid_t> workers;
     ASSERT_TRUE(comesTrue([&] {
@@ -356,8 +347,7 @@ TEST_F(BatchRuns, WorkersEndWithTheProgram) {
     }));
     program.send(SIGKILL);
     EXPECT_EQ(program.wait(), 128 + SIGKILL);
-    EXPECT_TRUE(comesTrue(
-        [&] { return std::none_of(workers.begin(), workers.end(), programrun::isRunning); }));
+    EXPECT_TRUE(comesTrue([&] { return std::none_of(workers.begin(), workers.end(), isRunning); }));
 }
 
 }  // namespace

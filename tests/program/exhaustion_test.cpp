@@ -28,12 +28,7 @@
 namespace {
 
 namespace fs = std::filesystem;
-using programrun::childrenOf;
-using programrun::comesTrue;
-using programrun::Ending;
-using programrun::Launch;
-using programrun::linesOf;
-using programrun::Running;
+using namespace programrun;
 
 void limit(int resource, rlim_t most) {
     const rlimit both{most, most};
@@ -42,7 +37,7 @@ void limit(int resource, rlim_t most) {
     }
 }
 
-class Exhaustion : public programrun::ProgramRun {
+class Exhaustion : public ProgramRun {
 protected:
     /// Writes images, each with a part of over 1 MiB.
     void writeLarge(int count) const {
@@ -131,12 +126,12 @@ TEST_F(Exhaustion, LargePartsBehindASlowFileTakeNoDescriptors) {
             {"--read-budget", "unlimited", "--value-budget", "unlimited", "--timeout", "15"});
         launch.prepare = [] { limit(RLIMIT_NOFILE, 256); };
         Running program = start(launch);
-        const pid_t slow = programrun::awaitReaderOf(program.process(), "000.tif");
+        const pid_t slow = awaitReaderOf(program.process(), "000.tif");
         // Behind it the others are read, until only its worker has anything to do: nothing more,
         // or its memory would be spent.
-        programrun::sendTo(slow, SIGSTOP);
+        sendTo(slow, SIGSTOP);
         std::this_thread::sleep_for(std::chrono::seconds(5));
-        programrun::sendTo(slow, SIGKILL);
+        sendTo(slow, SIGKILL);
         const Ending given = endingOf(program.wait());
         EXPECT_NE(given.error.find("300 files read, 1 failed"), std::string::npos)
             << jobs << given.error.substr(0, 1000);
@@ -146,7 +141,7 @@ TEST_F(Exhaustion, LargePartsBehindASlowFileTakeNoDescriptors) {
 TEST_F(Exhaustion, ASoftLimitOfDescriptorsIsRaised) {
     programfiles::write(in("slow.tif"), programfiles::endlessImage());
     Launch launch;
-    launch.arguments = programrun::unlimited({"--jobs", "1", "slow.tif"});
+    launch.arguments = unlimited({"--jobs", "1", "slow.tif"});
     launch.prepare = [] {
         const rlimit both{100, 300};
         ::setrlimit(RLIMIT_NOFILE, &both);
@@ -221,11 +216,10 @@ TEST_F(Exhaustion, AStoppedWorkerIsEnded) {
     programfiles::write(in("slow.tif"), programfiles::endlessImage());
     programfiles::write(in("a.tif"), programfiles::image(7));
     Launch launch;
-    launch.arguments =
-        programrun::unlimited({"--jobs", "1", "--timeout", "1", "slow.tif", "a.tif"});
+    launch.arguments = unlimited({"--jobs", "1", "--timeout", "1", "slow.tif", "a.tif"});
     Running program = start(launch);
-    const pid_t reader = programrun::awaitReaderOf(program.process(), "slow.tif");
-    programrun::sendTo(reader, SIGSTOP);
+    const pid_t reader = awaitReaderOf(program.process(), "slow.tif");
+    sendTo(reader, SIGSTOP);
     const Ending given = endingOf(program.wait());
     EXPECT_EQ(given.error,
               "ifdsweep: slow.tif: not finished within 1 s, the limit of --timeout "
@@ -237,14 +231,14 @@ TEST_F(Exhaustion, WhatTheParentIgnoresIsItsOwn) {
     programfiles::write(in("slow.tif"), programfiles::endlessImage());
     programfiles::write(in("a.tif"), programfiles::image(7));
     Launch launch;
-    launch.arguments = programrun::unlimited({"--jobs", "1", "slow.tif", "a.tif"});
+    launch.arguments = unlimited({"--jobs", "1", "slow.tif", "a.tif"});
     launch.prepare = [] {
         ::signal(SIGCHLD, SIG_IGN);
         ::signal(SIGINT, SIG_IGN);
     };
     Running program = start(launch);
-    const pid_t reader = programrun::awaitReaderOf(program.process(), "slow.tif");
-    programrun::sendTo(reader, SIGKILL);
+    const pid_t reader = awaitReaderOf(program.process(), "slow.tif");
+    sendTo(reader, SIGKILL);
     const Ending given = endingOf(program.wait());
     EXPECT_EQ(linesOf(given.error)[0],
               "ifdsweep: slow.tif: the process that read the file ended: signal 9 (Killed) "
@@ -254,8 +248,7 @@ TEST_F(Exhaustion, WhatTheParentIgnoresIsItsOwn) {
 TEST_F(Exhaustion, AWorkerHasWhatItIsGivenAndNoMore) {
     programfiles::write(in("slow.tif"), programfiles::endlessImage());
     Launch launch;
-    launch.arguments =
-        programrun::unlimited({"--jobs", "2", "slow.tif", "slow.tif", "--output", "table"});
+    launch.arguments = unlimited({"--jobs", "2", "slow.tif", "slow.tif", "--output", "table"});
     launch.prepare = [] {
         if (::dup2(1, 77) < 0) {  // what a careless parent leaves open
             ::_exit(126);
@@ -264,7 +257,7 @@ TEST_F(Exhaustion, AWorkerHasWhatItIsGivenAndNoMore) {
     Running program = start(launch);
     pid_t reader = -1;
     ASSERT_TRUE(comesTrue([&] {
-        reader = programrun::readerOf(program.process(), "slow.tif");
+        reader = readerOf(program.process(), "slow.tif");
         return reader > 0 && childrenOf(program.process()).size() == 2;
     }));
     std::vector<std::string> open;
@@ -303,23 +296,22 @@ TEST_F(Exhaustion, ASlowFileKeepsNobodyWaiting) {
     list += "last.tif\n";
     fixture::writeFile(in("list"), list);
     Launch launch;
-    launch.arguments =
-        programrun::unlimited({"--jobs", "2", "--files-from", "list", "--format", "ndjson"});
+    launch.arguments = unlimited({"--jobs", "2", "--files-from", "list", "--format", "ndjson"});
     Running program = start(launch);
     // The last file is begun while the first is still read: all between have been read, and wait.
     pid_t slow = -1;
     pid_t last = -1;
     EXPECT_TRUE(comesTrue([&] {
-        slow = programrun::readerOf(program.process(), "slow.tif");
-        last = programrun::readerOf(program.process(), "last.tif");
+        slow = readerOf(program.process(), "slow.tif");
+        last = readerOf(program.process(), "last.tif");
         return slow > 0 && last > 0;
     }));
     EXPECT_EQ(fixture::readFile(folder / "out"), "");
-    const std::size_t memory = programrun::ownMemoryOf(program.process());
+    const std::size_t memory = ownMemoryOf(program.process());
     EXPECT_GT(memory, 0U);
     EXPECT_LT(memory, std::size_t{96} << 20);
-    programrun::sendTo(slow, SIGKILL);
-    programrun::sendTo(last, SIGKILL);
+    sendTo(slow, SIGKILL);
+    sendTo(last, SIGKILL);
     const Ending given = endingOf(program.wait());
     const std::vector<std::string> lines = linesOf(given.out);
     ASSERT_EQ(lines.size(), static_cast<std::size_t>(kSmall + 2));

@@ -30,17 +30,12 @@
 namespace {
 
 namespace fs = std::filesystem;
-using programrun::comesTrue;
-using programrun::Ending;
-using programrun::hasOpen;
-using programrun::Launch;
-using programrun::linesOf;
-using programrun::Running;
+using namespace programrun;
 
-class Interruptions : public programrun::ProgramRun {
+class Interruptions : public ProgramRun {
 protected:
     void SetUp() override {
-        programrun::ProgramRun::SetUp();
+        ProgramRun::SetUp();
         programfiles::writePair(in("."));
         programfiles::write(in("slow.tif"), programfiles::endlessImage());
     }
@@ -52,7 +47,7 @@ protected:
         Launch launch;
         launch.arguments = std::move(arguments);
         Running program = start(launch);
-        programrun::awaitReaderOf(program.process(), "slow.tif");
+        awaitReaderOf(program.process(), "slow.tif");
         return program;
     }
 };
@@ -113,7 +108,7 @@ TEST_F(Interruptions, AtRandomMomentsLinesAreWhole) {
     for (int round = 0; round < 12; ++round) {
         Launch launch;
         // The last file takes longer than the test, so that no run ends by itself.
-        launch.arguments = programrun::unlimited({"--format", "ndjson", "many", "slow.tif"});
+        launch.arguments = unlimited({"--format", "ndjson", "many", "slow.tif"});
         Running program = start(launch);
         // At the first output, then later and later.
         const std::size_t least = whole.size() / 16 * static_cast<std::size_t>(round);
@@ -133,7 +128,7 @@ TEST_F(Interruptions, AtRandomMomentsLinesAreWhole) {
 
 TEST_F(Interruptions, OneFileEndsAtOnceToo) {
     Launch launch;
-    launch.arguments = programrun::unlimited({"slow.tif"});
+    launch.arguments = unlimited({"slow.tif"});
     Running program = start(launch);
     ASSERT_TRUE(comesTrue([&] { return hasOpen(program.process(), "slow.tif"); }));
     program.send(SIGINT);
@@ -216,10 +211,10 @@ TEST_F(Interruptions, ASecondSignalEndsItAtOnceAndLeavesNothing) {
             }
             program.send(first);
             ASSERT_TRUE(comesTrue([&] { return hasAllSignals(program.process()); }));
-            ASSERT_TRUE(programrun::isRunning(program.process()));
+            ASSERT_TRUE(isRunning(program.process()));
             program.send(second);
-            ASSERT_TRUE(comesTrue([&] { return !programrun::isRunning(program.process()); },
-                                  std::chrono::seconds(10)));
+            ASSERT_TRUE(
+                comesTrue([&] { return !isRunning(program.process()); }, std::chrono::seconds(10)));
             EXPECT_EQ(program.wait(), 128 + first) << first << ", then " << second;
             EXPECT_EQ(fixture::readFile(in("table.json")), "what was there\n");
             EXPECT_EQ(names(), before) << first << ", then " << second;
@@ -248,10 +243,10 @@ TEST_F(Interruptions, WhatIsIgnoredAtTheStartStaysIgnored) {
             launch.prepare = [ignored = ignored] { ::signal(ignored, SIG_IGN); };
             const auto before = names();
             Running program = start(launch);
-            programrun::awaitReaderOf(program.process(), "slow.tif");
+            awaitReaderOf(program.process(), "slow.tif");
             program.send(ignored);
             program.send(ignored);
-            EXPECT_FALSE(comesTrue([&] { return !programrun::isRunning(program.process()); },
+            EXPECT_FALSE(comesTrue([&] { return !isRunning(program.process()); },
                                    std::chrono::milliseconds(100)));
             program.send(other);
             EXPECT_EQ(program.wait(), 128 + other);
@@ -263,10 +258,10 @@ TEST_F(Interruptions, WhatIsIgnoredAtTheStartStaysIgnored) {
 TEST_F(Interruptions, ALostTerminalEndsTheWholeGroupInOrder) {
     // The signal goes to the workers too; none of their files failed.
     Launch launch;
-    launch.arguments = programrun::unlimited({"--format", "ndjson", "a.tif", "slow.tif"});
+    launch.arguments = unlimited({"--format", "ndjson", "a.tif", "slow.tif"});
     launch.prepare = [] { ::setpgid(0, 0); };
     Running program = start(launch);
-    programrun::awaitReaderOf(program.process(), "slow.tif");
+    awaitReaderOf(program.process(), "slow.tif");
     ASSERT_TRUE(comesTrue([&] { return endingOf(0).out.ends_with('\n'); }));
     program.sendToGroup(SIGHUP);
     const Ending given = endingOf(program.wait());
@@ -278,7 +273,7 @@ TEST_F(Interruptions, ALostTerminalEndsTheWholeGroupInOrder) {
 TEST_F(Interruptions, OneFileEndsAtOnceOnAnyOfThem) {
     for (const int signal : ifdsweep::Interruption::kSignals) {
         Launch launch;
-        launch.arguments = programrun::unlimited({"slow.tif"});
+        launch.arguments = unlimited({"slow.tif"});
         Running program = start(launch);
         ASSERT_TRUE(comesTrue([&] { return hasOpen(program.process(), "slow.tif"); }));
         program.send(signal);

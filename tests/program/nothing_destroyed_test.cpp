@@ -16,9 +16,8 @@
 namespace {
 
 namespace fs = std::filesystem;
+using namespace programrun;
 using fixture::readFile;
-using programrun::Ending;
-using programrun::linesOf;
 
 /// What a folder holds: the bytes of the files, the targets of the links.
 std::map<std::string, std::string> stateOf(const fs::path& folder) {
@@ -38,10 +37,10 @@ std::map<std::string, std::string> stateOf(const fs::path& folder) {
     return state;
 }
 
-class NothingDestroyed : public programrun::ProgramRun {
+class NothingDestroyed : public ProgramRun {
 protected:
     void SetUp() override {
-        programrun::ProgramRun::SetUp();
+        ProgramRun::SetUp();
         programfiles::writePair(in("."));
         fs::create_directory(in("archive"));
         programfiles::write(in("archive/scan.tif"), programfiles::image(3));
@@ -155,9 +154,9 @@ TEST_F(NothingDestroyed, AFileThatMayBeAnImage) {
     fs::permissions(folder, fs::perms::owner_all | fs::perms::others_exec);
     fs::permissions(in(""), fs::perms::all);
     fs::permissions(folder / "tmp", fs::perms::all);
-    programrun::Launch launch;
+    Launch launch;
     launch.arguments = {"--output", "closed", "a.tif"};
-    launch.prepare = programrun::becomeOrdinary;
+    launch.prepare = becomeOrdinary;
     const Ending given = run(launch);
     EXPECT_EQ(given.status, 2);
     EXPECT_EQ(given.error,

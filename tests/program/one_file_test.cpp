@@ -22,9 +22,7 @@
 
 namespace {
 
-using programrun::Ending;
-using programrun::Launch;
-using programrun::Running;
+using namespace programrun;
 
 const std::vector<std::vector<std::string>> kWays{
     {"--format", "text"},
@@ -37,10 +35,10 @@ const std::vector<std::vector<std::string>> kWays{
     {"--format", "csv", "--tags", "Width,Height"},
 };
 
-class OneFile : public programrun::ProgramRun {
+class OneFile : public ProgramRun {
 protected:
     void SetUp() override {
-        programrun::ProgramRun::SetUp();
+        ProgramRun::SetUp();
         programfiles::writePair(in("."));
         programfiles::write(in("slow \x1b.tif"), programfiles::endlessImage());
     }
@@ -77,7 +75,7 @@ TEST_F(OneFile, TheTimeLimitIsNotMetByAGoodFile) {
 
 TEST_F(OneFile, TheAlarmOfTheStarterIsItsOwn) {
     Launch launch;
-    launch.arguments = programrun::unlimited({"slow \x1b.tif"});
+    launch.arguments = unlimited({"slow \x1b.tif"});
     launch.prepare = [] { ::alarm(1); };
     EXPECT_EQ(run(launch).status, 128 + SIGALRM);
 }
@@ -216,11 +214,11 @@ TEST_F(OneFile, ClosedStreamsAreNobodyElsesFile) {
 
 TEST_F(OneFile, AnIgnoredEndOfChildrenIsNotInherited) {
     Launch launch;
-    launch.arguments = programrun::unlimited({"--jobs", "1", "slow \x1b.tif"});
+    launch.arguments = unlimited({"--jobs", "1", "slow \x1b.tif"});
     launch.prepare = [] { ::signal(SIGCHLD, SIG_IGN); };
     Running program = start(launch);
-    const pid_t worker = programrun::awaitReaderOf(program.process(), "slow \x1b.tif");
-    programrun::sendTo(worker, SIGKILL);
+    const pid_t worker = awaitReaderOf(program.process(), "slow \x1b.tif");
+    sendTo(worker, SIGKILL);
     EXPECT_EQ(program.wait(), 1);
     EXPECT_NE(endingOf(0).error.find("signal 9"), std::string::npos) << endingOf(0).error;
 }

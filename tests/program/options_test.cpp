@@ -13,14 +13,13 @@
 
 namespace {
 
+using namespace programrun;
 using nlohmann::json;
-using programrun::Ending;
-using programrun::linesOf;
 
-class Options : public programrun::ProgramRun {
+class Options : public ProgramRun {
 protected:
     void SetUp() override {
-        programrun::ProgramRun::SetUp();
+        ProgramRun::SetUp();
         programfiles::write(in("small.tif"), programfiles::image(7));
         programfiles::write(in("nested.tif"), programfiles::nestedImage());
         programfiles::write(in("damaged.tif"), programfiles::damagedImage());

@@ -18,16 +18,13 @@
 namespace {
 
 namespace fs = std::filesystem;
+using namespace programrun;
 using fixture::readFile;
-using programrun::Ending;
-using programrun::Launch;
-using programrun::linesOf;
-using programrun::Running;
 
-class OutputFiles : public programrun::ProgramRun {
+class OutputFiles : public ProgramRun {
 protected:
     void SetUp() override {
-        programrun::ProgramRun::SetUp();
+        ProgramRun::SetUp();
         programfiles::writePair(in("."));
         before = names();
     }
@@ -146,7 +143,7 @@ TEST_F(OutputFiles, AFolderWithoutPermission) {
     fs::permissions(in(""), fs::perms::all);
     Launch launch;
     launch.arguments = {"--output", "closed/table", "a.tif"};
-    launch.prepare = programrun::becomeOrdinary;
+    launch.prepare = becomeOrdinary;
     const Ending given = run(launch);
     EXPECT_EQ(given.status, 1);
     EXPECT_EQ(given.error, "ifdsweep: cannot write closed/table: Permission denied\n");

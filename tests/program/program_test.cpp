@@ -21,14 +21,14 @@
 namespace {
 
 namespace fs = std::filesystem;
+using namespace programrun;
 
 using fixture::readFile;
-using programrun::Ending;
 
-class WholeProgram : public programrun::ProgramRun {
+class WholeProgram : public ProgramRun {
 protected:
     void SetUp() override {
-        programrun::ProgramRun::SetUp();
+        ProgramRun::SetUp();
         programfiles::writeAll(folder / "in");
     }
 };

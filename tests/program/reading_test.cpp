@@ -15,16 +15,16 @@
 
 namespace {
 
+using namespace programrun;
 using fixture::ascii;
 using fixture::Directory;
 using fixture::shorts;
 using nlohmann::json;
-using programrun::Ending;
 
-class Readings : public programrun::ProgramRun {
+class Readings : public ProgramRun {
 protected:
     void SetUp() override {
-        programrun::ProgramRun::SetUp();
+        ProgramRun::SetUp();
         programfiles::write(in("damaged.tif"), programfiles::damagedImage());
         std::filesystem::create_directory(in("raw"));
     }

@@ -23,13 +23,10 @@
 namespace {
 
 namespace fs = std::filesystem;
+using namespace programrun;
 using fixture::readFile;
-using programrun::Ending;
-using programrun::Launch;
-using programrun::linesOf;
-using programrun::Running;
 
-class ResumedRuns : public programrun::ProgramRun {
+class ResumedRuns : public ProgramRun {
 protected:
     [[nodiscard]] std::vector<std::string> resuming(const std::string& format,
                                                     const std::vector<std::string>& paths) const {
@@ -58,7 +55,7 @@ protected:
         launch.prepare = [] { ::setpgid(0, 0); };
         Running program = start(launch);
         ::setpgid(program.process(), program.process());
-        while (journalSize() < least && programrun::isRunning(program.process())) {
+        while (journalSize() < least && isRunning(program.process())) {
         }
         if (random() % 2 == 0) {
             ::usleep(std::uniform_int_distribution<useconds_t>(0, 300)(random));
@@ -308,8 +305,8 @@ TEST_F(ResumedRuns, AJournalHasOneRunAtATime) {
                                            "unlimited", "a.tif", "slow.tif"});
     launch.prepare = [] { ::setpgid(0, 0); };
     Running first = start(launch);
-    ASSERT_TRUE(programrun::comesTrue(
-        [&] { return readFile(in("journal")).find("\nr ") != std::string::npos; }));
+    ASSERT_TRUE(
+        comesTrue([&] { return readFile(in("journal")).find("\nr ") != std::string::npos; }));
     const std::string journal = readFile(in("journal"));
     const Ending second = run(resuming("ndjson", {"--read-budget", "unlimited", "--value-budget",
                                                   "unlimited", "a.tif", "slow.tif"}));

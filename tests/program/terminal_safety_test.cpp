@@ -23,8 +23,7 @@
 namespace fixture {
 namespace {
 
-using programrun::Ending;
-using programrun::Launch;
+using namespace programrun;
 
 struct Case {
     const char* name;
@@ -49,7 +48,7 @@ const Case kCases[] = {
 };
 // clang-format on
 
-class Shown : public programrun::ProgramRun {
+class Shown : public ProgramRun {
 protected:
     /// Writes a file with this text in two tags; its path.
     [[nodiscard]] std::string fileWith(std::string_view text, const std::string& name) const {
