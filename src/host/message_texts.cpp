@@ -121,7 +121,7 @@ constexpr std::array<MessageTextRow, 39> kMessageTexts{{
      "The pointer leads nowhere. The entry is kept among the unknown tags, with its value. Arguments: the tag's number, the field type."),
     readingRow(ReadingMessageId::valuesNotLoaded,
      "values longer than {2} bytes are not loaded, {1} of them: {3}",
-     "The fields are there and empty, because no longer values were asked for. Arguments: how many values there are, the most bytes of one that is loaded, the names of the first tags. --max-value allows longer ones, or \"all\"."),
+     "The fields are there and empty, because no longer values were asked for. Arguments: how many values there are, the most bytes of one that is loaded, the first of them, each with its count, field type and position. --max-value allows longer ones, or \"all\"."),
     {kOpenFailureId, "tt",
      "cannot open \"{1}\": {2}",
      "The path exists and cannot be opened for reading. Arguments: the path, the system's reason. Check its permissions, and that it is a file."},

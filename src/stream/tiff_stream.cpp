@@ -94,20 +94,18 @@ std::span<const std::uint8_t> TiffStream::readEntries(Wide size) {
     return bytes.first(rules.cutTablesAreRead ? count - count % entrySize : 0);
 }
 
-void TiffStream::passOver(const char* name, std::uint16_t tag) {
-    constexpr std::uint64_t kNamed = 8;
-    if (longValues < kNamed) {
-        longValueNames.append(longValues == 0 ? "" : ", ");
-        longValueNames.append(*name != '\0' ? name : std::to_string(tag));
-    } else if (longValues == kNamed) {
-        longValueNames.append(", ...");
+void TiffStream::passOver(const std::string& description) {
+    if (describesLongValues()) {
+        longValueTexts.append(longValues == 0 ? "" : ", ").append(description);
+    } else if (longValues == kDescribed) {
+        longValueTexts.append(", ...");
     }
     ++longValues;
 }
 
 void TiffStream::warnOfLongValues() {
     if (longValues != 0) {
-        warn<ReadingMessageId::valuesNotLoaded>(longValues, longestValue, longValueNames);
+        warn<ReadingMessageId::valuesNotLoaded>(longValues, longestValue, longValueTexts);
     }
 }
 

@@ -94,7 +94,11 @@ public:
     [[gnu::always_inline]] inline void warn(Arguments&&... arguments);
 
     /// Keeps account of a value that is too long to be loaded.
-    void passOver(const char* name, std::uint16_t tag);
+    /// @param description its tag, field type, count and position
+    void passOver(const std::string& description);
+
+    /// Whether a description of one more of them is wanted: of the first few.
+    [[nodiscard]] bool describesLongValues() const { return longValues < kDescribed; }
 
     /// Warns `valuesNotLoaded` when there were such values.
     void warnOfLongValues();
@@ -150,6 +154,8 @@ protected:
     bool moveForward(Wide distance);
 
 private:
+    static constexpr std::uint64_t kDescribed = 8;
+
     [[nodiscard]] std::size_t readUnsigned(std::size_t width, std::uint64_t& out);
     bool readOver(Wide byteCount);
 
@@ -157,7 +163,7 @@ private:
     std::optional<std::uint64_t> knownPosition = 0;
     std::optional<std::string> formattedDate;
     std::uint64_t longValues = 0;  ///< that were not loaded
-    std::string longValueNames;    ///< of the first of them
+    std::string longValueTexts;    ///< of the first of them
 };
 
 /// Gives a warning, of a stream if there is one. It has a frame of its own: a message would make

@@ -97,7 +97,8 @@ bool TiffTag::setTagDataOffset(const std::uint8_t* entry, std::uint32_t width) {
         if (dataSize > tagFile->longestValue && mayBeLong() &&
             position + size <= tagFile->fileStatus.fileSize) [[unlikely]] {
             isTooLong = true;
-            tagFile->passOver(tagName, tagId);
+            tagFile->passOver(tagFile->describesLongValues() ? description(position)
+                                                             : std::string());
             return true;
         }
         if (!tagFile->seekToData(position)) {
@@ -130,6 +131,12 @@ bool TiffTag::mayBeLong() const {
     return isShown && !isPointerTag(tagId) && tagId != kImageWidth && tagId != kImageLength &&
            tagId != kBitsPerSample && tagId != kPhotometricInterpretation &&
            tagId != kSamplesPerPixel;
+}
+
+std::string TiffTag::description(Wide position) const {
+    return label() + " (" + std::to_string(componentCount) + " x " +
+           get_datatype_name(static_cast<TIFFDataType>(dataType)) + " at " +
+           std::to_string(lowBits(position)) + ')';
 }
 
 std::string TiffTag::label() const {

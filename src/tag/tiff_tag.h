@@ -144,6 +144,7 @@ private:
     void setTagName();
     [[nodiscard]] std::string_view readableName() const;
     [[nodiscard]] std::string label() const;
+    [[nodiscard]] std::string description(Wide position) const;
 
     // Steps of the decoding; false when the entry must be dropped and its warning has been given.
     [[nodiscard]] bool decode(const std::uint8_t* entry);
