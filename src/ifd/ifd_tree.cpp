@@ -10,19 +10,10 @@ IFDTree::IFDTree(TiffStream* file, IFDtype_t_ kind) : tagFile(file), ifdType(kin
 }
 
 void IFDTree::processIfdSet() {
-    const WalkReport::Chain chain(tagFile->report);
-    DirectoryFacts facts{};
-    if (tagFile->report.isOn()) {
-        facts = tagFile->report.nextDirectory(directoryKind(ifdType));
-    }
+    WalkReport::Chain chain(tagFile->report, directoryKind(ifdType));
     for (bool isFirst = tagFile->nestingDepth == 0;; isFirst = false) {
         const std::uint64_t start = tagFile->position();
-        if (tagFile->report.isOn()) {
-            facts.index = size();
-            facts.position = start;
-            facts.entryCount = 0;
-            tagFile->report.standAt(facts, start);
-        }
+        chain.comeTo(size(), start);
         // In its place at once, not on the stack: trees nest.
         IFD& ifd = ifds.emplace_back(tagFile, ifdType);
         const IFD::Ending ending = ifd.process();
@@ -32,10 +23,7 @@ void IFDTree::processIfdSet() {
             return;
         }
         const Wide nextField = Wide{start} + tagFile->entryCountSize + ifd.entryBytes;
-        if (tagFile->report.isOn()) {
-            tagFile->report.directoryEnds(ifd.size() != 0);
-            tagFile->report.standAt(facts, lowBits(nextField));
-        }
+        chain.leave(ifd.size() != 0, lowBits(nextField));
         if (ifd.size() == 0) {
             ifds.pop_back();
         } else {

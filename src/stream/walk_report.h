@@ -3,7 +3,9 @@
 // What is told of a walk while it goes on, and where it stands. Without a sink every question is
 // one branch and nothing is kept. It borrows the sink and the directories on the way. One thread.
 
+#include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string_view>
 
@@ -31,17 +33,53 @@ public:
     /// Whether anybody is told of entries.
     [[nodiscard]] bool tellsEntries() const { return tells; }
 
-    /// Puts back, at the end of a chain, where the walk stood before it.
+    /// A chain while it is read: stands the walk at its directories, and puts back at the end where
+    /// it stood before. On the heap, and only for a sink: chains nest on the stack.
     class Chain {
     public:
-        explicit Chain(WalkReport& walkReport) : report(walkReport), before(walkReport.place) {}
+        Chain(WalkReport& walkReport, DirectoryKind kind) : report(walkReport) {
+            if (report.isOn()) {
+                told = std::make_unique<Told>(report.place, report.nextDirectory(kind));
+            }
+        }
         Chain(const Chain&) = delete;
         Chain& operator=(const Chain&) = delete;
-        ~Chain() { report.place = before; }
+        ~Chain() {
+            if (told != nullptr) {
+                report.place = told->before;
+            }
+        }
+
+        /// The walk comes to a directory.
+        /// @param index among those of the chain that are kept
+        void comeTo(std::size_t index, std::uint64_t position) {
+            if (told != nullptr) {
+                told->directory.index = index;
+                told->directory.position = position;
+                told->directory.entryCount = 0;
+                report.standAt(told->directory, position);
+            }
+        }
+
+        /// The directory is read, and the walk goes on to the pointer to the next.
+        void leave(bool isKept, std::uint64_t position) {
+            if (told != nullptr) {
+                report.sink->directoryEnds(told->directory, isKept);
+                report.standAt(told->directory, position);
+            }
+        }
 
     private:
+        struct Told {
+            Told(const Place& placeBefore, const DirectoryFacts& first)
+                : before(placeBefore), directory(first) {}
+
+            Place before;
+            DirectoryFacts directory;
+        };
+
         WalkReport& report;
-        Place before;
+        std::unique_ptr<Told> told;
     };
 
     /// The pointer that leads to the chain which is read next, from the directory in hand.
@@ -49,28 +87,6 @@ public:
         pointerTag = tag;
         pointerName = name;
         pointerIndex = chainIndex;
-    }
-
-    /// A directory as the walk comes to it: the pointer's, of the place where the walk stands.
-    [[nodiscard]] DirectoryFacts nextDirectory(DirectoryKind kind) const {
-        const bool isNested = place.directory != nullptr;
-        return {.kind = kind,
-                .parent = place.directory,
-                .pointerTag = isNested ? pointerTag : std::uint16_t{0},
-                .pointerName = isNested ? pointerName : std::string_view(),
-                .chainIndex = isNested ? pointerIndex : 0,
-                .index = 0,
-                .position = 0,
-                .entryCount = 0};
-    }
-
-    /// The walk stands at a directory, or at what follows it.
-    void standAt(DirectoryFacts& directory, std::uint64_t position) {
-        place = {.directory = &directory,
-                 .entry = nullptr,
-                 .table = nullptr,
-                 .told = nullptr,
-                 .position = position};
     }
 
     /// The table of the directory's entries, and its position in the file.
@@ -87,7 +103,6 @@ public:
         place.directory->entryCount = entryCount;
         sink->directoryBegins(*place.directory);
     }
-    void directoryEnds(bool isKept) { sink->directoryEnds(*place.directory, isKept); }
 
     /// Tells of the entry at which the walk stands, or of a default.
     void entry(const EntryFacts& facts) {
@@ -123,6 +138,28 @@ public:
     [[nodiscard]] std::string_view lastWarning() const { return last; }
 
 private:
+    /// A directory as the walk comes to it: the pointer's, of the place where the walk stands.
+    [[nodiscard]] DirectoryFacts nextDirectory(DirectoryKind kind) const {
+        const bool isNested = place.directory != nullptr;
+        return {.kind = kind,
+                .parent = place.directory,
+                .pointerTag = isNested ? pointerTag : std::uint16_t{0},
+                .pointerName = isNested ? pointerName : std::string_view(),
+                .chainIndex = isNested ? pointerIndex : 0,
+                .index = 0,
+                .position = 0,
+                .entryCount = 0};
+    }
+
+    /// The walk stands at a directory, or at what follows it.
+    void standAt(DirectoryFacts& directory, std::uint64_t position) {
+        place = {.directory = &directory,
+                 .entry = nullptr,
+                 .table = nullptr,
+                 .told = nullptr,
+                 .position = position};
+    }
+
     EntrySink* sink;  // not owned
     bool tells;
     Place place{

@@ -96,9 +96,7 @@ bool TiffTag::setTagDataOffset(const std::uint8_t* entry, std::uint32_t width) {
         const Wide position = Wide{dataOffset} + tagFile->baseOffset();
         if (dataSize > tagFile->longestValue && mayBeLong() &&
             position + size <= tagFile->fileStatus.fileSize) [[unlikely]] {
-            isTooLong = true;
-            tagFile->passOver(tagFile->describesLongValues() ? description(position)
-                                                             : std::string());
+            leaveInFile(position);
             return true;
         }
         if (!tagFile->seekToData(position)) {
@@ -133,10 +131,15 @@ bool TiffTag::mayBeLong() const {
            tagId != kSamplesPerPixel;
 }
 
-std::string TiffTag::description(Wide position) const {
-    return label() + " (" + std::to_string(componentCount) + " x " +
-           get_datatype_name(static_cast<TIFFDataType>(dataType)) + " at " +
-           std::to_string(lowBits(position)) + ')';
+void TiffTag::leaveInFile(Wide position) {
+    isTooLong = true;
+    std::string description;
+    if (tagFile->describesLongValues()) {
+        description = label() + " (" + std::to_string(componentCount) + " x " +
+                      get_datatype_name(static_cast<TIFFDataType>(dataType)) + " at " +
+                      std::to_string(lowBits(position)) + ')';
+    }
+    tagFile->passOver(description);
 }
 
 std::string TiffTag::label() const {

@@ -144,7 +144,9 @@ private:
     void setTagName();
     [[nodiscard]] std::string_view readableName() const;
     [[nodiscard]] std::string label() const;
-    [[nodiscard]] std::string description(Wide position) const;
+    /// A frame of its own, as a warning has: its texts would widen those of the readers, which
+    /// nest.
+    [[gnu::noinline]] void leaveInFile(Wide position);
 
     // Steps of the decoding; false when the entry must be dropped and its warning has been given.
     [[nodiscard]] bool decode(const std::uint8_t* entry);
