@@ -19,7 +19,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
-#include <limits>
 #include <memory>
 #include <optional>
 #include <span>
@@ -28,13 +27,11 @@
 
 #include "ifdsweep/byte_source.h"
 #include "ifdsweep/qx.h"
+#include "ifdsweep/unlimited.h"
 
 namespace ifdsweep {
 
 class HostParts;
-
-/// A budget that is never spent.
-inline constexpr std::uint64_t kUnlimited = std::numeric_limits<std::uint64_t>::max();
 
 class Host {
 public:

@@ -12,11 +12,11 @@
 #include <bitset>
 #include <cstddef>
 #include <cstdint>
-#include <limits>
 #include <string>
 
 #include "ifdsweep/entry_sink.h"
 #include "ifdsweep/qx.h"
+#include "ifdsweep/unlimited.h"
 
 namespace ifdsweep {
 
@@ -75,15 +75,13 @@ private:
 
 /// One reading. As constructed it is that of the entry point.
 struct Reading {
-    static constexpr std::uint64_t kAll = std::numeric_limits<std::uint64_t>::max();
-
     ReadingRules rules{};
     EntrySink* sink = nullptr;          ///< null: nobody is told
     const TagFilter* filter = nullptr;  ///< null: every tag is read
     /// Longest value that is loaded, in bytes. Of a longer one the record has null, and the warning
     /// `valuesNotLoaded` names it. What "Width", "Height", "BitDepth" and "ColorType" are made of,
     /// and pointers, are loaded in any case.
-    std::uint64_t longestValue = kAll;
+    std::uint64_t longestValue = kUnlimited;
 };
 
 /// Reads the directories of a TIFF stream as the entry point does.

@@ -15,8 +15,7 @@
 #include <CLI/Formatter.hpp>
 
 #include "cli/option_table.h"
-#include "files/file_service.h"
-#include "ifdsweep/reading.h"
+#include "ifdsweep/unlimited.h"
 #include "read/messages.h"
 #include "read/tag_choice.h"
 
@@ -107,6 +106,18 @@ public:
         }
     }
 
+    /// An option whose value is a number of bytes, or the word of its row for no limit.
+    void limit(const std::string& name, std::optional<std::uint64_t>& target) {
+        if (isNeeded(name)) {
+            const std::string_view none = optionRow(name).words.front().word;
+            value(name, "a number of bytes or " + std::string(none),
+                  [&target, none](const std::string& text) {
+                      target = text == none ? kUnlimited : parseByteCount(text);
+                      return target.has_value();
+                  });
+        }
+    }
+
     /// An option with a text that is stored as it is.
     void text(const std::string& name, std::string& target) {
         value(name, "a text", [&target](const std::string& given) {
@@ -189,19 +200,9 @@ void addReadOptions(OptionBinder& bind, ReadOptions& read) {
     bind.value("--first", "a number", storeNumber(read.first));
     bind.value("--max", "a number", storeNumber(read.max));
     bind.word("--reading", read.reading);
-    bind.value("--max-value", "a number of bytes or all", [&read](const std::string& text) {
-        read.longestValue = text == "all" ? Reading::kAll : parseByteCount(text);
-        return read.longestValue.has_value();
-    });
-    const auto storeBudget = [](std::optional<std::uint64_t>& budget, std::uint64_t unlimited) {
-        return [&budget, unlimited](const std::string& text) {
-            budget = text == "unlimited" ? unlimited : parseByteCount(text);
-            return budget.has_value();
-        };
-    };
-    constexpr const char* kBudget = "a number of bytes or unlimited";
-    bind.value("--read-budget", kBudget, storeBudget(read.readBudget, kUnlimitedReads));
-    bind.value("--value-budget", kBudget, storeBudget(read.valueBudget, ValueBudget::kUnlimited));
+    bind.limit("--max-value", read.longestValue);
+    bind.limit("--read-budget", read.readBudget);
+    bind.limit("--value-budget", read.valueBudget);
 }
 
 /// @param file      the name of the output
@@ -322,8 +323,7 @@ std::optional<std::uint64_t> longestValueFor(const OutputChoice& output) {
     if (output.format != Format::text || output.shorten == std::uint64_t{0}) {
         return std::nullopt;
     }
-    const std::uint64_t shown =
-        std::min(output.shorten.value_or(0), Reading::kAll / kBytesPerElement);
+    const std::uint64_t shown = std::min(output.shorten.value_or(0), kUnlimited / kBytesPerElement);
     return std::max(kOfText, shown * kBytesPerElement);
 }
 

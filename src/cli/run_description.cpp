@@ -12,8 +12,7 @@
 
 #include "cli/command_line.h"
 #include "cli/option_table.h"
-#include "files/file_service.h"
-#include "ifdsweep/reading.h"
+#include "ifdsweep/unlimited.h"
 #include "io/descriptor.h"
 
 namespace ifdsweep {
@@ -43,12 +42,12 @@ std::optional<std::string> limitText(const std::optional<std::uint64_t>& limit) 
     if (!limit) {
         return std::nullopt;
     }
-    return *limit == kUnlimitedReads ? "unlimited" : std::to_string(*limit);
+    return *limit == kUnlimited ? "unlimited" : std::to_string(*limit);
 }
 
 std::string longestValueText(const ReadOptions& read) {
-    const std::uint64_t longest = read.longestValue.value_or(Reading::kAll);
-    return longest == Reading::kAll ? "all" : std::to_string(longest);
+    const std::uint64_t longest = read.longestValue.value_or(kUnlimited);
+    return longest == kUnlimited ? "all" : std::to_string(longest);
 }
 
 std::optional<std::string> shortenText(const OutputChoice& output) {

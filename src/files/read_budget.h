@@ -18,15 +18,12 @@
 // Ownership: plain numbers; borrows the budget of values. Threads: one at a time.
 
 #include <cstdint>
-#include <limits>
 #include <utility>
 
+#include "ifdsweep/unlimited.h"
 #include "values/value_budget.h"
 
 namespace ifdsweep {
-
-/// A read budget that is never spent.
-inline constexpr std::uint64_t kUnlimitedReads = std::numeric_limits<std::uint64_t>::max();
 
 class ReadBudget {
 public:
@@ -37,7 +34,7 @@ public:
     /// than are refused in a second.
     static constexpr std::uint64_t kMostRefusals = 262144;
 
-    /// @param budget the bytes to be delivered; `kUnlimitedReads`: no limit
+    /// @param budget the bytes to be delivered; `kUnlimited`: no limit
     /// @param values what the call's values come to; it outlives the budget
     ReadBudget(std::uint64_t budget, ValueBudget& values) noexcept
         : readLimit(budget), valueBudget(values) {}
@@ -81,7 +78,7 @@ public:
 
 private:
     [[nodiscard]] std::uint64_t freshCost() const noexcept {
-        return readLimit != kUnlimitedReads ? kFreshAccessCost : 0;
+        return readLimit != kUnlimited ? kFreshAccessCost : 0;
     }
 
     std::uint64_t readLimit;

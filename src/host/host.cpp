@@ -10,8 +10,6 @@
 
 namespace ifdsweep {
 
-static_assert(kUnlimited == kUnlimitedReads && kUnlimited == ValueBudget::kUnlimited);
-
 namespace {
 
 // Of this thread's innermost scope: the contract's functions have no argument for it.

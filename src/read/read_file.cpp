@@ -129,7 +129,7 @@ ValueHandle readRecords(const std::u16string& name, const Outcome& outcome,
                            {.rules = ReadingRules::full(),
                             .sink = &recorder,
                             .filter = options.filter,
-                            .longestValue = options.longestValue.value_or(Reading::kAll)});
+                            .longestValue = options.longestValue.value_or(kUnlimited)});
     }
     return options.sink == nullptr ? callEntryPoint(name, outcome)
                                    : readByRules(name, outcome, {.sink = options.sink});

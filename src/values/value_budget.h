@@ -23,9 +23,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
-#include <limits>
 #include <optional>
 #include <utility>
+
+#include "ifdsweep/unlimited.h"
 
 namespace ifdsweep {
 
@@ -40,8 +41,6 @@ using MemoryBound = std::function<std::uint64_t()>;
 
 class ValueBudget {
 public:
-    static constexpr std::uint64_t kUnlimited = std::numeric_limits<std::uint64_t>::max();
-
     /// What a byte of an element counts.
     static constexpr std::uint64_t kElementWeight = 4;
 

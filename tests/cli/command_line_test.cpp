@@ -14,8 +14,7 @@
 
 #include "cli/option_table.h"
 #include "cli/reading_table.h"
-#include "ifdsweep/host.h"
-#include "ifdsweep/reading.h"
+#include "ifdsweep/unlimited.h"
 
 namespace {
 
@@ -97,7 +96,7 @@ TEST(CommandLines, Readings) {
 }
 
 TEST(CommandLines, TheLongestValueFollowsTheFormatUnlessItIsGiven) {
-    constexpr std::uint64_t kAll = ifdsweep::Reading::kAll;
+    constexpr std::uint64_t kAll = ifdsweep::kUnlimited;
     constexpr std::uint64_t kOfText = 65536;
     const std::pair<std::vector<const char*>, std::optional<std::uint64_t>> rows[] = {
         {{"f"}, kOfText},

@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "ifdsweep/unlimited.h"
 #include "support/planned_faults.h"
 #include "values/value_store.h"
 
@@ -132,13 +133,12 @@ TEST_F(Values, AQuarterOfTheBudgetIsAlwaysThereForRecords) {
 
 TEST_F(Values, MemoryEndsReadingWhileThereIsRoomForTheRecords) {
     constexpr std::uint64_t kMebibyte = std::uint64_t{1} << 20;
-    constexpr std::uint64_t kUnlimited = ifdsweep::ValueBudget::kUnlimited;
     int asked = 0;
     const ifdsweep::MemoryBound bound = [&asked] {
         ++asked;
         return 512 * kMebibyte;
     };
-    budget.begin(kUnlimited, 1000, 0, bound);
+    budget.begin(ifdsweep::kUnlimited, 1000, 0, bound);
     budget.addValue(16, 255 * kMebibyte);
     EXPECT_FALSE(budget.refuses());
     EXPECT_EQ(asked, 0) << "small calls do not ask";
@@ -154,7 +154,7 @@ TEST_F(Values, MemoryEndsReadingWhileThereIsRoomForTheRecords) {
     EXPECT_FALSE(budget.takeSpent());
     // Half as much again is there for records: 256 MiB, less what the accesses counted.
     EXPECT_LT(budget.grant(300 * kMebibyte, 0, 1), 256 * kMebibyte);
-    budget.begin(kUnlimited, 1000, 0, bound);
+    budget.begin(ifdsweep::kUnlimited, 1000, 0, bound);
     EXPECT_EQ(budget.grant(300 * kMebibyte, 0, 1), 300 * kMebibyte);
     EXPECT_GT(budget.grant(600 * kMebibyte, 0, 1), 467 * kMebibyte);
     EXPECT_FALSE(budget.takeSpentMemory() && budget.takeSpentMemory()) << "told once";
