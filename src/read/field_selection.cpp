@@ -72,14 +72,14 @@ ValueHandle unknownValue(Value& records, std::size_t element, std::uint16_t id, 
 }
 
 /// Whether the unknown tag of a field is shown again: under another name or among all of them.
-bool isShownBehind(const std::vector<ChosenField>& fields, std::size_t number) {
+bool isShownAfter(const std::vector<ChosenField>& fields, std::size_t number) {
     const auto showsAll = [](const ChosenField& field) { return field.name == kUnknownTags; };
     const auto showsIt = [&](const ChosenField& field) {
         return field.unknownId == fields[number].unknownId;
     };
-    const auto behind = fields.begin() + static_cast<std::ptrdiff_t>(number) + 1;
+    const auto after = fields.begin() + static_cast<std::ptrdiff_t>(number) + 1;
     return std::any_of(fields.begin(), fields.end(), showsAll) ||
-           std::any_of(behind, fields.end(), showsIt);
+           std::any_of(after, fields.end(), showsIt);
 }
 
 /// What a value that holds records has of the chosen fields; null when that is nothing.
@@ -131,7 +131,7 @@ ValueHandle selectFields(ValueHandle records, const std::vector<ChosenField>& fi
     for (std::size_t number = 0; number < fields.size(); ++number) {
         const ChosenField& chosen = fields[number];
         if (chosen.unknownId && !records->fieldIndex(chosen.name)) {
-            const Shown shown = isShownBehind(fields, number) ? Shown::elsewhereToo : Shown::here;
+            const Shown shown = isShownAfter(fields, number) ? Shown::elsewhereToo : Shown::here;
             selected[number] = selectField(*records, chosen.name, [&](std::size_t element) {
                 return unknownValue(*records, element, *chosen.unknownId, shown);
             });

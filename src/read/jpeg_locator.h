@@ -30,7 +30,7 @@ struct JpegSearch {
 /// Bytes that the search for the header asks for at a time.
 inline constexpr std::size_t kJpegWindow = 4096;
 
-/// Finds the TIFF header behind "Exif\0\0" in the first APP1 segment that begins so. The walk only
+/// Finds the TIFF header after "Exif\0\0" in the first APP1 segment that begins so. The walk only
 /// goes forward: no byte is read twice, and a file of S bytes costs S / kJpegWindow + 3 reads at
 /// most, the last two of which meet its end.
 /// @param file one that begins as JPEG

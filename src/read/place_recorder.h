@@ -33,7 +33,7 @@ public:
     void entry(const DirectoryFacts& directory, const EntryFacts& entry) override;
     void warning(const qxMessage& message, const WarningFacts& place) override;
 
-    /// The places of the host's warnings. Those that are not of the walk have none, and behind it
+    /// The places of the host's warnings. Those that are not of the walk have none, and after it
     /// the places themselves may be missing.
     [[nodiscard]] std::vector<WarningPlace>& places() noexcept { return recorded; }
 

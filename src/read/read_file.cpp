@@ -135,7 +135,7 @@ ValueHandle readRecords(const std::u16string& name, const Outcome& outcome,
                                    : readByRules(name, outcome, {.sink = options.sink});
 }
 
-/// Puts warnings and places together. Places are fewer where those behind them have none.
+/// Puts warnings and places together. There are fewer places where the last warnings have none.
 std::vector<Warning> placedWarnings(std::vector<qxMessage> messages,
                                     std::vector<WarningPlace>& places) {
     std::vector<Warning> warnings;

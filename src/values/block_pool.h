@@ -83,7 +83,7 @@ private:
     std::array<FreeBlock*, kLargestSmallBlock / kGranule> freeBlocks{};
     std::byte* fresh = nullptr;       ///< never used memory of the current segment
     std::byte* segmentEnd = nullptr;  ///< its end
-    std::size_t segmentsLeft = 0;     ///< segments behind it in the last slab
+    std::size_t segmentsLeft = 0;     ///< segments after it in the last slab
     std::vector<Slab> slabs;
 };
 

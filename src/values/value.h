@@ -103,7 +103,7 @@ private:
 
     union Content {
         std::byte bytes[8];  ///< the elements themselves, when they fit
-        void* block;         ///< otherwise where they lie, behind the dimensions of a matrix
+        void* block;         ///< otherwise where they lie, after the dimensions of a matrix
     };
 
     qxArray(ifdsweep::ValueKind kind, Shape valueShape, std::size_t elementCount) noexcept
