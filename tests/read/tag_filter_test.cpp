@@ -154,17 +154,23 @@ fixture::Chain oddPages() {
             {pointer(fixture::kGps, {{gps}}), shorts(280, {0, 0})}};
 }
 
-TEST_F(FilteredReading, ShowsOfEachFieldWhatReadingEverythingShows) {
+/// They, in a file of each format.
+std::vector<fixture::Bytes> oddFiles() {
     std::vector<fixture::Bytes> files;
-    for (const fixture::KindOfFile& kind : fixture::kKindsOfFile) {
-        files.push_back(kind.make().bytes);
-    }
     for (const fixture::Format& format : fixture::kFormats) {
         fixture::TiffBuilder builder(format);
         for (const Directory& page : oddPages()) {
             builder.add(page);
         }
         files.push_back(builder.build().bytes);
+    }
+    return files;
+}
+
+TEST_F(FilteredReading, ShowsOfEachFieldWhatReadingEverythingShows) {
+    std::vector<fixture::Bytes> files = oddFiles();
+    for (const fixture::KindOfFile& kind : fixture::kKindsOfFile) {
+        files.push_back(kind.make().bytes);
     }
     std::set<std::string_view> names;
     for (const ifdsweep::TagListing& listing : ifdsweep::listTags()) {
@@ -182,14 +188,7 @@ TEST_F(FilteredReading, ShowsOfEachFieldWhatReadingEverythingShows) {
 }
 
 TEST_F(FilteredReading, ShowsTheSameOfDamagedFilesWhoseBudgetsLast) {
-    std::vector<fixture::Bytes> files;
-    for (const fixture::Format& format : fixture::kFormats) {
-        fixture::TiffBuilder builder(format);
-        for (const Directory& page : oddPages()) {
-            builder.add(page);
-        }
-        files.push_back(builder.build().bytes);
-    }
+    const std::vector<fixture::Bytes> files = oddFiles();
     const std::vector<std::vector<ChosenField>> choices{
         {{"Make", {}}},        {{"Width", {}}, {"Height", {}}},
         {{"BitDepth", {}}},    {{"MaxSampleValue", {}}, {"ColorType", {}}},
