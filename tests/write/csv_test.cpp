@@ -6,22 +6,22 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
 
-#include "io/descriptor.h"
 #include "support/csv_reader.h"
 #include "write/csv_rows.h"
 #include "write/csv_writer.h"
 #include "write/rendering.h"
+#include "write/waiting_rows.h"
 
 namespace {
 
 using fixture::Row;
 using fixture::rowsOf;
 using rendering::number;
-using rendering::rendered;
 using rendering::setField;
 
 class Csv : public testing::Test {
@@ -58,10 +58,11 @@ protected:
         if (!columns.empty()) {
             return lines;
         }
-        const ifdsweep::Descriptor rows = ifdsweep::makeTemporaryFile();
-        ifdsweep::FileDescriptorSink(rows.get()).write(lines);
-        return rendered(
-            [&](ifdsweep::Output& output) { ifdsweep::assembleCsv(rows.get(), output); });
+        ifdsweep::WaitingRows rows;
+        rows.write(lines);
+        ifdsweep::StringSink assembled;
+        rows.writeTable(assembled);
+        return std::move(assembled.text);
     }
 
     static std::string table(ifdsweep::Outcome outcome, bool nestedRows,
