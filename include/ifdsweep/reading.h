@@ -13,6 +13,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "ifdsweep/entry_sink.h"
 #include "ifdsweep/qx.h"
@@ -49,28 +50,39 @@ struct ReadingRules {
 class TagFilter {
 public:
     /// Asks for a tag in directories of a kind.
-    void ask(DirectoryKind kind, std::uint16_t tag) { of(kind).set(tag); }
+    void ask(DirectoryKind kind, std::uint16_t tag) {
+        std::uint16_t& page = pageOf[indexOf(kind)][tag / kPageTags];
+        if (page == kEmptyPage) {
+            pages.emplace_back();
+            page = static_cast<std::uint16_t>(pages.size() - 1);
+        }
+        pages[page].set(tag % kPageTags);
+        asksForAny.set(indexOf(kind));
+    }
 
     [[nodiscard]] bool asksFor(DirectoryKind kind, std::uint16_t tag) const {
-        return of(kind).test(tag);
+        return pages[pageOf[indexOf(kind)][tag / kPageTags]][tag % kPageTags];
     }
 
     /// Whether something that is asked for can lie in directories of a kind or under them.
     /// Directories of GPS and Interoperability lead nowhere; under the others may lie all kinds.
     [[nodiscard]] bool asksBelow(DirectoryKind kind) const {
         const bool leadsOn = kind == DirectoryKind::primary || kind == DirectoryKind::exif;
-        return leadsOn || of(kind).any();
+        return leadsOn || asksForAny[indexOf(kind)];
     }
 
 private:
-    using Tags = std::bitset<65536>;
+    static constexpr std::size_t kKinds = 4;
+    // Few tags are asked for, and they lie in few pages: a filter is made for one small file too.
+    static constexpr std::size_t kPageTags = 512;
+    static constexpr std::uint16_t kEmptyPage = 0;
+    using Page = std::bitset<kPageTags>;
 
-    [[nodiscard]] Tags& of(DirectoryKind kind) { return asked[static_cast<std::size_t>(kind)]; }
-    [[nodiscard]] const Tags& of(DirectoryKind kind) const {
-        return asked[static_cast<std::size_t>(kind)];
-    }
+    static std::size_t indexOf(DirectoryKind kind) { return static_cast<std::size_t>(kind); }
 
-    std::array<Tags, 4> asked;
+    std::array<std::array<std::uint16_t, 65536 / kPageTags>, kKinds> pageOf{};
+    std::vector<Page> pages{Page()};
+    std::bitset<kKinds> asksForAny;
 };
 
 /// One reading. As constructed it is that of the entry point.

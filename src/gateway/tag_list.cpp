@@ -20,6 +20,7 @@ void appendDictionary(std::vector<TagListing>& listings, const module::TextMap& 
 
 std::vector<TagListing> listPrimaryTags() {
     std::vector<TagListing> listings;
+    listings.reserve(module::primaryMap.size());
     appendDictionary(listings, module::primaryMap, "TIFF");
     for (TagListing& listing : listings) {
         // No directory keeps this tag: what it says is the height of the record.
@@ -35,6 +36,8 @@ std::vector<TagListing> listPrimaryTags() {
 std::vector<TagListing> listTags() {
     const std::vector<TagListing> tags = listPrimaryTags();
     std::vector<TagListing> listings;
+    listings.reserve(module::kDefaultFieldNames.size() + 1 + tags.size() + module::GPSmap.size() +
+                     module::interopMap.size());
     for (const std::string_view name : module::kDefaultFieldNames) {
         if (std::none_of(tags.begin(), tags.end(),
                          [name](const TagListing& tag) { return tag.name == name; })) {

@@ -115,6 +115,17 @@ SelectedField selectField(const Value& records, std::string_view name, MakeValue
     return field;
 }
 
+/// Whether a field of any of the records is nested records.
+bool holdsRecords(const Value& records, std::size_t field) {
+    for (std::size_t element = 0; element < records.elementCount(); ++element) {
+        const Value* value = records.field(element, field);
+        if (value != nullptr && isNested(*value)) {
+            return true;
+        }
+    }
+    return false;
+}
+
 bool holdsAnything(const SelectedField& field) {
     return std::any_of(field.values.begin(), field.values.end(),
                        [](const ValueHandle& value) { return value != nullptr; });
@@ -148,6 +159,9 @@ ValueHandle selectFields(ValueHandle records, const std::vector<ChosenField>& fi
         return !records->fieldIndex(field.name) && !holdsAnything(field);
     });
     for (std::size_t source = 0; source < records->fieldCount(); ++source) {
+        if (!holdsRecords(*records, source)) {
+            continue;
+        }
         const std::string_view name = records->fieldName(source);
         const bool isChosen = std::any_of(fields.begin(), fields.end(),
                                           [&](const auto& chosen) { return chosen.name == name; });

@@ -21,11 +21,9 @@
 namespace ifdsweep {
 namespace {
 
-/// The tags of the fields that are asked for; none where all are read.
-std::optional<TagFilter> filterFor(const TaskOptions& options) {
-    const bool readsAll =
-        options.output.fields.empty() || options.read.reading == ReadingMode::contract;
-    return readsAll ? std::nullopt : std::optional(tagFilter(options.output.fields));
+/// Whether all tags are read, those of fields that nobody asks for too.
+bool readsAll(const TaskOptions& options) {
+    return options.output.fields.empty() || options.read.reading == ReadingMode::contract;
 }
 
 }  // namespace
@@ -34,7 +32,6 @@ FileTask::FileTask(const TaskOptions& taskOptions, Output& output, Colour colour
                    int standardInputFile)
     : options(taskOptions),
       standardInput(standardInputFile),
-      filter(filterFor(options)),
       writer(makeResultWriter(writeOptions(options.output, colour), output)) {}
 
 void FileTask::setMemory(std::function<std::uint64_t()> limit) {
@@ -68,6 +65,9 @@ FileReport FileTask::read(const InputFile& file) {
     }
     ReadOptions asked = options.read;
     asked.imagesOnly = file.imagesOnly;
+    if (!filter && !readsAll(options)) {
+        filter = tagFilter(options.output.fields);
+    }
     asked.filter = filter ? &*filter : nullptr;
     asked.sink = writer->listenerFor(file.path);
     outcome = ifdsweep::read(host, file.path, asked);

@@ -55,7 +55,7 @@ private:
 
     const TaskOptions& options;
     int standardInput;
-    std::optional<TagFilter> filter;  ///< lent to each reading
+    std::optional<TagFilter> filter;  ///< made for the first reading, lent to each
     Host host;
     std::unique_ptr<ResultWriter> writer;
     Outcome outcome;

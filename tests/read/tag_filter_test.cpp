@@ -104,6 +104,28 @@ TEST(TagFilters, UnknownTagsAsksForAllThatHasNoName) {
     }
 }
 
+TEST(TagFilters, NeighboursAreNotAskedForAndNothingLiesBelow) {
+    for (const unsigned tag : {0U, 511U, 512U, 1023U, 65535U}) {
+        for (const DirectoryKind kind : kKinds) {
+            ifdsweep::TagFilter filter;
+            filter.ask(kind, 256);
+            filter.ask(kind, static_cast<std::uint16_t>(tag));
+            for (const DirectoryKind other : kKinds) {
+                Tags asked;
+                for (unsigned number = 0; number < 65536; ++number) {
+                    if (filter.asksFor(other, static_cast<std::uint16_t>(number))) {
+                        asked.insert(number);
+                    }
+                }
+                EXPECT_EQ(asked, other == kind ? (Tags{256, tag}) : Tags{}) << tag;
+                const bool leadsOn =
+                    other == DirectoryKind::primary || other == DirectoryKind::exif;
+                EXPECT_EQ(filter.asksBelow(other), leadsOn || other == kind) << tag;
+            }
+        }
+    }
+}
+
 /// Reads files by a filter and without one.
 class FilteredReading : public testing::Test {
 protected:
