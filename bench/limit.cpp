@@ -1,8 +1,9 @@
-// limit [--text | --call] FILE...: what reading tags costs at least.
+// limit [--text | --directories | --call] FILE...: what reading tags costs at least.
 //
 // Reads the bytes that directories and values occupy with pread through a window of 64 KiB, parses
 // every entry of every directory, nested ones too, and adds every value up as a double. With
-// --text it prints every value as well; with --call it measures itself and prints the time.
+// --text it prints every value as well; with --directories it leaves the values where they are,
+// those of pointers apart; with --call it measures itself and prints the time.
 // Nothing is kept, named or checked beyond what keeps it inside the file.
 
 #include <fcntl.h>
@@ -68,12 +69,19 @@ void printBytes(const std::uint8_t* bytes, std::size_t size) {
 
 // -------------------------------------------------------------------------------------- input
 
+enum class Values : std::uint8_t {
+    add,
+    print,  // and add
+    leave,  // where they are
+};
+
 struct File {
     int descriptor;
     std::uint64_t base;  // file position of the TIFF header
     bool big;
     bool swap;
     bool print;
+    bool leave;
     double sum;
     std::uint64_t windowStart;
     std::size_t windowLength;
@@ -240,6 +248,8 @@ void takeEntry(File& file, std::uint64_t position, const std::uint8_t* entry, un
         if (depth < kMaximumDepth) {
             takePointers(file, tag, place, count, depth);
         }
+    } else if (file.leave) {
+        file.sum += tag;
     } else if (isInline) {
         type.take(file, entry + valueField, count);
     } else {
@@ -295,13 +305,14 @@ std::uint64_t exifPosition(File& file) {
     }
 }
 
-double take(const char* path, bool print) {
+double take(const char* path, Values values) {
     static File file;
     file.descriptor = open(path, O_RDONLY | O_CLOEXEC);
     if (file.descriptor < 0) {
         return 0;
     }
-    file.print = print;
+    file.print = values == Values::print;
+    file.leave = values == Values::leave;
     file.base = 0;
     file.sum = 0;
     file.windowStart = 0;
@@ -327,10 +338,13 @@ double take(const char* path, bool print) {
 int main(int argumentCount, char** arguments) {
     const std::string_view option = argumentCount > 1 ? arguments[1] : "";
     const int firstFile = option.starts_with("--") ? 2 : 1;
+    const Values values = option == "--text"          ? Values::print
+                          : option == "--directories" ? Values::leave
+                                                      : Values::add;
     const auto takeAll = [&] {
         double sum = 0;
         for (int i = firstFile; i < argumentCount; ++i) {
-            sum += take(arguments[i], option == "--text");
+            sum += take(arguments[i], values);
         }
         return sum;
     };
