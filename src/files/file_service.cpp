@@ -214,6 +214,11 @@ auto FileService::takeFromFiles(Take take) noexcept {
     return taken;
 }
 
+bool FileService::hasSomethingToTell() const noexcept {
+    return (formerFile != nullptr && formerFile->hasSomethingToTell()) ||
+           (currentFile != nullptr && currentFile->hasSomethingToTell());
+}
+
 std::optional<SpentBudget> FileService::takeSpentBudget() noexcept {
     return takeFromFiles([](OpenedFile& file) {
         return file.budget().takeRefusal()

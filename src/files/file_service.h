@@ -85,6 +85,9 @@ public:
     /// what `open` raises. It is the one looked at from now on.
     [[nodiscard]] std::shared_ptr<OpenedFile> opened(const std::u16string& name);
 
+    /// Whether a file has a refusal or a failure that was not told of.
+    [[nodiscard]] bool hasSomethingToTell() const noexcept;
+
     /// Reports the spent budget of the file looked at, once.
     [[nodiscard]] std::optional<SpentBudget> takeSpentBudget() noexcept;
 

@@ -73,6 +73,9 @@ void HostParts::clear() noexcept {
 }
 
 void HostParts::collectOwnWarnings() {
+    if (!service.hasSomethingToTell() && !budget.hasSomethingToTell()) {
+        return;  // as nearly always
+    }
     // The file service cannot give the warnings itself: it stands inside the C library's read.
     if (const std::optional<SpentBudget> spent = service.takeSpentBudget()) {
         collected.push_back(spentMessage(kReadBudgetSpentId, *spent));

@@ -84,6 +84,9 @@ public:
         memoryToTell = keptMemory;
     }
 
+    /// Whether there is something to be told.
+    [[nodiscard]] bool hasSomethingToTell() const noexcept { return toTell || memoryToTell; }
+
     /// Forgets what was to be told.
     void forgetWhatIsToTell() noexcept {
         toTell.reset();
