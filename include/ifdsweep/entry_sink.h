@@ -11,7 +11,8 @@
 // Ownership: the sink is the caller's and outlives the walk. Everything that it is told is lent for
 // the call: bytes, texts and the directory. Threads: that of the walk.
 //
-// Errors: what a sink throws ends the walk and comes through to the caller.
+// Errors: what a sink throws ends the walk and comes through `readDirectories` (reading.h); `read`
+// (read.h) makes a std::exception the error of the file.
 // Stable: part of the API; members may be added to the structures.
 
 #include <cstddef>
@@ -43,13 +44,15 @@ struct DirectoryFacts {
 /// One entry of a directory, or the default of a field that it lacks.
 struct EntryFacts {
     std::uint16_t tag;
-    std::string_view name;        ///< in the dictionary of the directory's kind; empty for none
-    std::uint16_t fieldType;      ///< code as stored, whether or not it is known; 0 for a default
-    std::uint64_t count;          ///< of values, as stored
-    std::uint64_t position;       ///< of the entry, from the start of the file; 0 for a default
-    std::uint64_t valuePosition;  ///< of the value's bytes, from the start of the file
-    bool isInline;                ///< the value lies in the entry
-    bool isDefault;               ///< nothing of it is in the file
+    std::string_view name;    ///< in the dictionary of the directory's kind; empty for none
+    std::uint16_t fieldType;  ///< code as stored, whether or not it is known; 0 for a default
+    std::uint64_t count;      ///< of values, as stored
+    std::uint64_t position;   ///< of the entry, from the start of the file; 0 for a default
+    /// Of the value's bytes, from the start of the file; 0 where the field type is unknown, and
+    /// with it how long the value is.
+    std::uint64_t valuePosition;
+    bool isInline;   ///< the value lies in the entry
+    bool isDefault;  ///< nothing of it is in the file
     /// Whether `bytes` holds the value. Not so when the entry was dropped before its value was
     /// read, or the value is longer than those that are asked for.
     bool isLoaded;
@@ -59,6 +62,7 @@ struct EntryFacts {
     std::span<const double> defaults;  ///< the numbers of a default
     std::string_view valueName;        ///< readable name of an enumerated value; empty for none
     /// Full id of the warning by which the entry was dropped from the record; empty if it was not.
+    /// Of a pointer, which is told before it is followed, only what was met before.
     std::string_view droppedBy;
 };
 

@@ -48,6 +48,7 @@ enum class MessageId : std::uint8_t {
 /// The messages that the reading by other rules than the contract's gives beside these (reading.h).
 /// The row of the same position in `kReadingCatalogue` describes it.
 enum class ReadingMessageId : std::uint8_t {
+    layoutGuessed,
     directoryCut,
     pointerHoldsNoOffset,
     valuesNotLoaded,
@@ -104,7 +105,8 @@ inline constexpr std::array<MessageRow, 30> kMessageCatalogue{{
 }};
 
 /// The catalogue of the reading's own messages.
-inline constexpr std::array<ReadingMessageRow, 3> kReadingCatalogue{{
+inline constexpr std::array<ReadingMessageRow, 4> kReadingCatalogue{{
+    {ReadingMessageId::layoutGuessed,        "ifdsweep:layoutGuessed",        MessageSeverity::warning, "i"},
     {ReadingMessageId::directoryCut,         "ifdsweep:directoryCut",         MessageSeverity::warning, "iii"},
     {ReadingMessageId::pointerHoldsNoOffset, "ifdsweep:pointerHoldsNoOffset", MessageSeverity::warning, "it"},
     {ReadingMessageId::valuesNotLoaded,      "ifdsweep:valuesNotLoaded",      MessageSeverity::warning, "iit"},

@@ -71,11 +71,14 @@ FileFormat TagFile::layoutByVersion() {
     const auto* row =
         std::find_if(kVersions.begin(), kVersions.end(),
                      [this](const VersionRow& known) { return known.version == tiffVersion; });
-    if (row != kVersions.end()) {
-        return row->layout == taken || leadsToDirectory(row->layout) ? row->layout : taken;
+    const bool isKnown = row != kVersions.end();
+    if (isKnown && (row->layout == taken || leadsToDirectory(row->layout))) {
+        return row->layout;
     }
-    return taken == FileFormat::bigTiff && !leadsToDirectory(taken) ? FileFormat::classicTiff
-                                                                    : taken;
+    warn<ReadingMessageId::layoutGuessed>(tiffVersion);
+    return !isKnown && taken == FileFormat::bigTiff && !leadsToDirectory(taken)
+               ? FileFormat::classicTiff
+               : taken;
 }
 
 /// Whether the header, read in a layout, leads to a place in the file.

@@ -19,7 +19,7 @@ constexpr MessageTextRow readingRow(ReadingMessageId message, std::string_view t
 }
 
 // clang-format off
-constexpr std::array<MessageTextRow, 39> kMessageTexts{{
+constexpr std::array<MessageTextRow, 40> kMessageTexts{{
     {"Velmora:pixlore:ifdsweep:statFailure", "",
      "the file does not exist",
      "No file has this name. Check the path."},
@@ -113,6 +113,9 @@ constexpr std::array<MessageTextRow, 39> kMessageTexts{{
     {"Velmora:pixlore:ifdsweep:badTiffTagOffsetDataRead", "ti",
      "the value of tag \"{1}\" at position {2} cannot be read from its offset",
      "The data that an entry points to could not be read in full. Arguments: the tag's name, or its number when it has none; the position of the value."},
+    readingRow(ReadingMessageId::layoutGuessed,
+     "the version word {1} of the TIFF header does not tell the layout, which was taken from where the header leads",
+     "The word is that of no layout, or of one in which the header leads out of the file: it is damaged, or the file is of an unknown kind. Argument: the word. Classic TIFF has 42, BigTIFF 43. What is shown may be wrong throughout."),
     readingRow(ReadingMessageId::directoryCut,
      "the directory at position {1} is cut short: {2} of its {3} entries are whole",
      "The file ends inside the directory's table of entries. The whole ones are read; the pointer to the next directory, which stands behind the table, is lost. Arguments: the directory's position, the entries that are whole, the entries that it says it has."),

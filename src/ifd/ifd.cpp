@@ -63,6 +63,9 @@ void IFD::processIfdTags(std::span<const std::uint8_t> entries) {
     std::vector<KnownTag>& room = tagFile->tagBuffers[tagFile->nestingDepth];
     tags.swap(room);
     tags.clear();
+    // Such a directory is kept for its defaults, whatever is asked for.
+    hasMore = tagFile->filter != nullptr && ifdType == primaryIFD &&
+              tagFile->fileFormat != FileFormat::jpeg;
     tagFile->report.standAtTable(entries.data(), ifdOffset + tagFile->entryCountSize);
     for (; !entries.empty(); entries = entries.subspan(tagFile->entrySize)) {
         try {
@@ -74,7 +77,6 @@ void IFD::processIfdTags(std::span<const std::uint8_t> entries) {
     }
     tagFile->report.standAtEntry(nullptr);
     if (ifdType == primaryIFD && tagFile->fileFormat != FileFormat::jpeg) {
-        hasMore = hasMore || tagFile->filter != nullptr;
         processRequiredFields();
     }
     std::vector<KnownTag> exact(std::make_move_iterator(tags.begin()),

@@ -21,7 +21,8 @@ std::string pathOf(const DirectoryFacts& directory) {
     std::string path;
     if (directory.parent != nullptr) {
         std::string name(directory.pointerName);
-        if (directory.pointerTag == kSubIfds) {
+        // Other pointers lead to one chain; what more of them hold is told and not shown.
+        if (directory.pointerTag == kSubIfds || directory.chainIndex > 0) {
             name += '[' + std::to_string(directory.chainIndex) + ']';
         }
         path = childPath(pathOf(*directory.parent), name);
@@ -45,8 +46,15 @@ void PlaceRecorder::directoryEnds(const DirectoryFacts& directory, bool isKept) 
 
 void PlaceRecorder::entry(const DirectoryFacts& directory, const EntryFacts& entry) {
     if (next != nullptr) {
+        countPath(cachedPath(directory));
         next->entry(directory, entry);
     }
+}
+
+// Whoever is told may show the path with each entry and warning.
+void PlaceRecorder::countPath(const std::string& shownPath) {
+    const std::size_t beyond = shownPath.size() - std::min(shownPath.size(), kUncountedPath);
+    host.valueBudget().add(ValueBudget::kElementWeight * beyond);
 }
 
 void PlaceRecorder::warning(const qxMessage& message, const WarningFacts& place) {
@@ -60,9 +68,7 @@ void PlaceRecorder::warning(const qxMessage& message, const WarningFacts& place)
             here.path = cachedPath(*place.directory);
         }
         while (recorded.size() < collected) {
-            const std::size_t beyond =
-                here.path.size() - std::min(here.path.size(), kUncountedPath);
-            host.valueBudget().add(ValueBudget::kElementWeight * beyond);
+            countPath(here.path);
             recorded.push_back(here);
         }
         if (host.lastCollected().id() == message.id()) {

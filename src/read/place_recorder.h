@@ -38,6 +38,7 @@ public:
     [[nodiscard]] std::vector<WarningPlace>& places() noexcept { return recorded; }
 
 private:
+    void countPath(const std::string& shownPath);
     [[nodiscard]] const std::string& cachedPath(const DirectoryFacts& directory);
 
     HostParts& host;

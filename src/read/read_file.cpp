@@ -131,8 +131,12 @@ ValueHandle readRecords(const std::u16string& name, const Outcome& outcome,
                             .filter = options.filter,
                             .longestValue = options.longestValue.value_or(kUnlimited)});
     }
-    return options.sink == nullptr ? callEntryPoint(name, outcome)
-                                   : readByRules(name, outcome, {.sink = options.sink});
+    if (options.sink == nullptr) {
+        return callEntryPoint(name, outcome);
+    }
+    ValueHandle records = readByRules(name, outcome, {.sink = &recorder});
+    recorder.places().clear();
+    return records;
 }
 
 /// Puts warnings and places together. There are fewer places where the last warnings have none.
@@ -141,8 +145,8 @@ std::vector<Warning> placedWarnings(std::vector<qxMessage> messages,
     std::vector<Warning> warnings;
     warnings.reserve(messages.size());
     for (std::size_t index = 0; index < messages.size(); ++index) {
-        warnings.emplace_back(std::move(messages[index]),
-                              index < places.size() ? std::move(places[index]) : WarningPlace());
+        warnings.push_back({std::move(messages[index]),
+                            index < places.size() ? std::move(places[index]) : WarningPlace()});
     }
     return warnings;
 }

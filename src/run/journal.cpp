@@ -39,7 +39,7 @@ std::string escaped(std::string_view path) {
 Journal::Ending endingOfReport(const FileReport& report) {
     switch (report.ending) {
         case FileReport::Ending::read:
-            return report.warnings.empty() ? Journal::Ending::read : Journal::Ending::warned;
+            return report.isWarned() ? Journal::Ending::warned : Journal::Ending::read;
         case FileReport::Ending::failed:
             return Journal::Ending::failed;
         case FileReport::Ending::skipped:

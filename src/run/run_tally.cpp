@@ -17,6 +17,7 @@ void RunTally::add(const FileReport& report) {
             break;
     }
     directories += report.directories;
+    anyWarned |= report.isWarned();
     for (const auto& [id, count] : report.warnings) {
         warningCounts[id] += count;
     }
@@ -46,7 +47,7 @@ ExitStatus RunTally::exitStatus(bool strict) const {
     if (filesFailed > 0 || failedBefore > 0) {
         return kSomeFailed;
     }
-    const bool warned = !warningCounts.empty() || anyWarnedBefore;
+    const bool warned = anyWarned || anyWarnedBefore;
     return strict && warned ? kSomeWarned : kAllRead;
 }
 

@@ -49,6 +49,7 @@ private:
     std::uint64_t filesSkipped = 0;
     std::uint64_t filesBefore = 0;  ///< that an earlier run finished
     std::uint64_t failedBefore = 0;
+    bool anyWarned = false;
     bool anyWarnedBefore = false;
     std::uint64_t directories = 0;
     std::map<std::string, std::uint64_t> warningCounts;

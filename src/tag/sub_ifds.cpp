@@ -62,6 +62,24 @@ std::size_t offsetSize(const ReadingRules& rules, std::uint32_t dataType) {
     }
 }
 
+/// Under a pointer that is asked for itself, everything is, while this lives.
+class FilterBelow {
+public:
+    FilterBelow(TiffStream& file, DirectoryKind kind, std::uint16_t tag)
+        : stream(file), before(file.filter) {
+        if (before != nullptr && before->asksFor(kind, tag)) {
+            stream.filter = nullptr;
+        }
+    }
+    FilterBelow(const FilterBelow&) = delete;
+    FilterBelow& operator=(const FilterBelow&) = delete;
+    ~FilterBelow() { stream.filter = before; }
+
+private:
+    TiffStream& stream;
+    const TagFilter* before;
+};
+
 }  // namespace
 
 bool TiffTag::holdsOffsets() const {
@@ -89,11 +107,7 @@ bool TiffTag::processSubIfds(IFDtype_t_ chainKind) {
     if (tagFile->report.tellsEntries() && mayNest()) {
         tell({});  // before what it leads to
     }
-    // Under a pointer that is asked for itself, everything is.
-    const TagFilter* filter = tagFile->filter;
-    if (filter != nullptr && filter->asksFor(directoryKind(ifdType), tagId)) {
-        tagFile->filter = nullptr;
-    }
+    const FilterBelow filter(*tagFile, directoryKind(ifdType), tagId);
     const std::uint64_t position = tagFile->position();
     const Offsets offsets(rawData, componentCount, offsetSize(tagFile->rules, dataType));
     bool isWhole = true;
@@ -101,7 +115,6 @@ bool TiffTag::processSubIfds(IFDtype_t_ chainKind) {
         isWhole = processSubIfd(offsets[slot], chainKind) ||
                   (tagFile->rules.damageStaysInside && mayNest());
     }
-    tagFile->filter = filter;
     if (isWhole) {
         tagFile->seekTo(position);
     }

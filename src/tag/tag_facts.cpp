@@ -22,16 +22,18 @@ void TiffTag::tell(std::string_view droppedBy) const {
     const std::uint8_t* entry = tagFile->report.entryBytes();
     const std::uint64_t position = tagFile->report.entryPosition();
     const std::uint64_t count = tagFile->readTagNumComponents(entry);
-    const Wide size = Wide{count} * dataTypeWidth(dataType);
-    const bool isInline = size <= tagFile->offsetSize;
+    const std::uint32_t width = dataTypeWidth(dataType);
+    const bool isInline = width != 0 && Wide{count} * width <= tagFile->offsetSize;
     EntryFacts facts{};
     facts.tag = tagId;
     facts.name = tagName;
     facts.fieldType = static_cast<std::uint16_t>(dataType);
     facts.count = count;
     facts.position = position;
-    facts.valuePosition = isInline ? position + tagFile->valueOffsetPosition
-                                   : tagFile->readTagDataOffset(entry) + tagFile->baseOffset();
+    if (width != 0) {
+        facts.valuePosition = isInline ? position + tagFile->valueOffsetPosition
+                                       : tagFile->readTagDataOffset(entry) + tagFile->baseOffset();
+    }
     facts.isInline = isInline;
     facts.isLoaded = rawData.data() != nullptr;
     facts.bytes = rawData;

@@ -133,6 +133,9 @@ bool TiffTag::mayBeLong() const {
 
 void TiffTag::leaveInFile(Wide position) {
     isTooLong = true;
+    if (isProfile()) {
+        return;
+    }
     std::string description;
     if (tagFile->describesLongValues()) {
         description = label() + " (" + std::to_string(componentCount) + " x " +
@@ -180,7 +183,9 @@ bool TiffTag::processGenericTag() {
         leadNowhere();
     }
     if (isTooLong) {
-        processLongValue();
+        if (isProfile()) {
+            processSpecificTag();
+        }
         return true;
     }
     if (!processNormalTagData()) {
@@ -190,12 +195,10 @@ bool TiffTag::processGenericTag() {
     return true;
 }
 
-// Of a value that is not read, all that can be told is where it lies, which is what the record says
-// of a profile.
-void TiffTag::processLongValue() {
-    if (tagId == kIccProfile) {
-        processSpecificTag();
-    }
+// Where a profile lies is all that a record says of it, and that is known without reading it.
+bool TiffTag::isProfile() const {
+    return tagId == kIccProfile && dataType != TIFF_ASCII &&
+           (ifdType == primaryIFD || ifdType == exifIFD);
 }
 
 double TiffTag::getNumericValue(int /*index*/) const {

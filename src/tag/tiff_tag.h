@@ -122,7 +122,6 @@ public:
     std::uint64_t dataOffset = 0;  ///< from the TIFF header; 0 when inline
     bool dropped = false;          ///< see `isDropped`
     bool isDefault = false;
-    bool isLoaded = false;            ///< `rawData` holds the value
     bool isTooLong = false;           ///< longer than what is asked for, and not loaded
     bool leadsNowhere = false;        ///< a pointer tag of a type that holds no offsets
     std::uint64_t dataSize = 0;       ///< bytes
@@ -154,7 +153,7 @@ private:
     [[nodiscard]] bool mayBeLong() const;
     [[nodiscard]] bool holdsOffsets() const;
     void leadNowhere();
-    void processLongValue();
+    [[nodiscard]] bool isProfile() const;
     [[nodiscard]] bool processSubIfds(IFDtype_t_ chainKind);
     [[nodiscard]] bool processSubIfd(std::uint64_t offset, IFDtype_t_ chainKind);
     [[nodiscard]] bool mayNest() const;

@@ -26,6 +26,9 @@ struct FileReport {
     std::vector<std::pair<std::string, std::uint64_t>> warnings;
     /// Whether the format shows anything of the file; what that is comes beside the report.
     bool isShown = false;
+
+    /// Whether a warning tells of something wrong: one about values that nobody asked for does not.
+    [[nodiscard]] bool isWarned() const;
 };
 
 /// The report of a file that failed.

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <charconv>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -157,9 +158,11 @@ void appendStored(Output& output, const EntryFacts& entry) {
     }
     appendNumberMember(output, "count", entry.count);
     appendNumberMember(output, "entryOffset", entry.position);
-    appendNumberMember(output, "valueOffset", entry.valuePosition);
-    appendName(output, "inline");
-    output.append(entry.isInline ? "true" : "false");
+    if (type != nullptr) {
+        appendNumberMember(output, "valueOffset", entry.valuePosition);
+        appendName(output, "inline");
+        output.append(entry.isInline ? "true" : "false");
+    }
     appendName(output, "value");
     if (entry.isLoaded && type != nullptr) {
         type->append(output, entry.bytes);

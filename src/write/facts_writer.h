@@ -4,8 +4,7 @@
 // text as text or base64, positions from the start of the file.
 //
 //   {"file", "path", "kind", "tag", "name", "type", "count", "entryOffset", "valueOffset",
-//   "inline",
-//    "value"}
+//    "inline", "value"}
 //
 // It hears of the entries while the file is read, so that no file is too large for it; warnings and
 // the error follow as lines of their own.
@@ -44,8 +43,8 @@ private:
     void attempt(Write&& write);
 
     std::string file;  ///< the member, as JSON
-    std::vector<std::string>
-        paths;  ///< of the directories on the way: the members before an entry's
+    /// The members of an entry that tell of its directory, for each directory on the way.
+    std::vector<std::string> paths;
     bool hasLines = false;
     std::exception_ptr failure;
 };

@@ -134,6 +134,19 @@ TEST_P(LongValues, WhatTheRecordIsMadeOfIsLoadedAllTheSame) {
     EXPECT_NE(given.warnings.back().find("MakerNote"), std::string::npos);
 }
 
+TEST_P(LongValues, AProfileIsItsPositionWhichIsKnown) {
+    const TiffFile profile = fileOf({{bytesOf(kIccProfile, 200)}});
+    const Call given = callReading(profile.bytes, limited());
+    EXPECT_EQ(given.text(), callReading(profile.bytes, fullReading()).text());
+    EXPECT_EQ(given.warnings, Lines{});
+    // Stored as text it is text.
+    const Entry text = bytesOf(kIccProfile, 200, kAscii);
+    const TiffFile file = fileOf({{text}});
+    const Call left = callReading(file.bytes, limited());
+    EXPECT_EQ(left.value("ICCProfileOffset"), "empty");
+    EXPECT_EQ(left.warnings, Lines{notLoaded(1, described(file, 0, text, "ICCProfileOffset"))});
+}
+
 TEST_P(LongValues, TheWarningIsOneBehindAllOthers) {
     const Directory page{bytesOf(kMakerNote, 200), pointer(kExif, {{{bytesOf(kMakerNote, 200)}}}),
                          shorts(kUnknownTag, {1}).withType(14)};

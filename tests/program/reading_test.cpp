@@ -124,6 +124,8 @@ TEST_F(Readings, LongValuesStayInTheFile) {
         EXPECT_EQ(text(arguments).find("not loaded"), std::string::npos);
         EXPECT_NE(text(arguments).find("  Make "), std::string::npos);
     }
+    // What nobody asked for is no damage.
+    EXPECT_EQ(bothWays({"--strict", "long.tif"}).status, 0);
     const json all = object({"long.tif"});
     EXPECT_EQ(all["records"][0]["Make"].get<std::string>().size(), kOfText + 1);
     const json cut = object({"--max-value", "65536", "long.tif"});

@@ -28,7 +28,7 @@ const Signature kSignatures[]{
     {{"IIRC", 4}, ImageFormat::relative}, {{"MM\0U", 4}, std::nullopt},
     {{"IIRP", 4}, std::nullopt},          {{"MMRO", 4}, std::nullopt},
     {{"II\xBC\x02", 4}, std::nullopt},    {{"MM*\0", 4}, std::nullopt},
-    {{"Dear", 4}, std::nullopt},          {{"", 0}, std::nullopt}};
+    {{"Dear", 4}, std::nullopt},          {{}, std::nullopt}};
 
 TEST(ImageSignatures, AreWholeAndTheirFirstBytesAreNone) {
     for (const Signature& signature : kSignatures) {
