@@ -67,7 +67,7 @@ void askForUnnamed(TagFilter& filter, const std::vector<TagListing>& listings) {
     TagFilter named;
     for (const TagListing& listing : listings) {
         for (const DirectoryKind kind : kindsNamedBy(listing.dictionary)) {
-            named.ask(kind, *listing.id);
+            named.ask(kind, *listing.id);  // those of the record alone have no kind
         }
     }
     for (const DirectoryKind kind : kAllKinds) {
