@@ -12,8 +12,8 @@ namespace {
 /// The one pointer that may lead to several chains, whose records are cells.
 constexpr std::uint16_t kSubIfds = 330;
 
-/// A path of real files is within what a warning counts.
-constexpr std::size_t kUncountedPath = 64;
+/// Names and paths of real files are within what an entry and a warning count of themselves.
+constexpr std::uint64_t kUncountedLength = 64;
 
 }  // namespace
 
@@ -46,15 +46,16 @@ void PlaceRecorder::directoryEnds(const DirectoryFacts& directory, bool isKept) 
 
 void PlaceRecorder::entry(const DirectoryFacts& directory, const EntryFacts& entry) {
     if (next != nullptr) {
-        countPath(cachedPath(directory));
+        // Whoever is told of an entry may show the file's name with it, each unit of which counts
+        // two in a record.
+        countShown(cachedPath(directory).size() + host.valueBudget().recordCost() / 2);
         next->entry(directory, entry);
     }
 }
 
-// Whoever is told may show the path with each entry and warning.
-void PlaceRecorder::countPath(const std::string& shownPath) {
-    const std::size_t beyond = shownPath.size() - std::min(shownPath.size(), kUncountedPath);
-    host.valueBudget().add(ValueBudget::kElementWeight * beyond);
+void PlaceRecorder::countShown(std::uint64_t length) {
+    host.valueBudget().add(ValueBudget::kElementWeight *
+                           (length - std::min(length, kUncountedLength)));
 }
 
 void PlaceRecorder::warning(const qxMessage& message, const WarningFacts& place) {
@@ -68,7 +69,7 @@ void PlaceRecorder::warning(const qxMessage& message, const WarningFacts& place)
             here.path = cachedPath(*place.directory);
         }
         while (recorded.size() < collected) {
-            countPath(here.path);
+            countShown(here.path.size());
             recorded.push_back(here);
         }
         if (host.lastCollected().id() == message.id()) {

@@ -38,7 +38,7 @@ public:
     [[nodiscard]] std::vector<WarningPlace>& places() noexcept { return recorded; }
 
 private:
-    void countPath(const std::string& shownPath);
+    void countShown(std::uint64_t length);
     [[nodiscard]] const std::string& cachedPath(const DirectoryFacts& directory);
 
     HostParts& host;

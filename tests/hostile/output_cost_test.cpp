@@ -62,6 +62,14 @@ void expectModest(const Bytes& bytes, const std::string& name = "small.tif") {
         output.flush();
         EXPECT_LE(sink.count, kMostOutput) << form.name;
     }
+    // Facts are written while the file is read.
+    CountingSink sink;
+    ifdsweep::Output output(sink);
+    const auto writer = ifdsweep::makeResultWriter({.format = ifdsweep::Format::facts}, output);
+    writer->writeFile(ifdsweep::read(host, name, {.sink = writer->listenerFor(name)}));
+    output.flush();
+    EXPECT_GT(sink.count, 0U);
+    EXPECT_LE(sink.count, kMostOutput) << "facts";
 }
 
 const Format kClassic{Layout::classic, ByteOrder::little};
