@@ -102,7 +102,7 @@ struct Reading {
 /// @param firstIfdIndex directories of the primary chain to skip
 /// @param maxIfdCount   most directories of the primary chain to read; 0: all
 /// @return an [N, 1] record array, or an empty 0-by-0 double array; the caller's
-[[nodiscard]] qxArray* readDirectories(const std::u16string& filename, double initialOffset,
+[[nodiscard]] qxArray* readDirectories(std::u16string filename, double initialOffset,
                                        double firstIfdIndex, double maxIfdCount,
                                        const Reading& reading);
 

@@ -11,21 +11,14 @@
 #include "ifdsweep/qx.h"
 #include "ifdsweep/reading.h"
 
-namespace ifdsweep::module {
+namespace ifdsweep {
 
-namespace {
-
-/// The numbers of a call in the order in which the host gives them.
-struct CallNumbers {
-    double initialOffset;
-    double firstIfdIndex;
-    double maxIfdCount;
-};
-
-qxArray* read(std::u16string filename, const CallNumbers& numbers, const Reading& reading) {
-    std::optional<TagFile> tagFile(
-        std::in_place, std::move(filename), toUnsigned64(numbers.initialOffset),
-        toUnsigned64(numbers.firstIfdIndex), toUnsigned64(numbers.maxIfdCount), reading);
+qxArray* readDirectories(std::u16string filename, double initialOffset, double firstIfdIndex,
+                         double maxIfdCount, const Reading& reading) {
+    using module::toUnsigned64;
+    std::optional<module::TagFile> tagFile(std::in_place, std::move(filename),
+                                           toUnsigned64(initialOffset), toUnsigned64(firstIfdIndex),
+                                           toUnsigned64(maxIfdCount), reading);
     try {
         tagFile->readThroughTagFile();
         return tagFile->repackageIfds().release();
@@ -34,18 +27,7 @@ qxArray* read(std::u16string filename, const CallNumbers& numbers, const Reading
         // then.
         tagFile.reset();
     }
-    raise<MessageId::argumentOutOfBounds>();
-}
-
-}  // namespace
-
-}  // namespace ifdsweep::module
-
-namespace ifdsweep {
-
-qxArray* readDirectories(const std::u16string& filename, double initialOffset, double firstIfdIndex,
-                         double maxIfdCount, const Reading& reading) {
-    return module::read(filename, {initialOffset, firstIfdIndex, maxIfdCount}, reading);
+    module::raise<MessageId::argumentOutOfBounds>();
 }
 
 }  // namespace ifdsweep
@@ -54,10 +36,10 @@ extern "C" __attribute__((visibility("default"))) void qxeFunction(int /*outputC
                                                                    qxArray** outputs,
                                                                    int /*inputCount*/,
                                                                    const qxArray** inputs) {
-    using namespace ifdsweep::module;
     std::u16string filename = qxGetUString(inputs[0]);
     const double initialOffset = qxGetScalar(inputs[1]);
     const double firstIfdIndex = qxGetScalar(inputs[2]);
     const double maxIfdCount = qxGetScalar(inputs[3]);
-    outputs[0] = read(std::move(filename), {initialOffset, firstIfdIndex, maxIfdCount}, {});
+    outputs[0] = ifdsweep::readDirectories(std::move(filename), initialOffset, firstIfdIndex,
+                                           maxIfdCount, {});
 }

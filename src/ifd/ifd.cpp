@@ -63,9 +63,9 @@ void IFD::processIfdTags(std::span<const std::uint8_t> entries) {
     std::vector<KnownTag>& room = tagFile->tagBuffers[tagFile->nestingDepth];
     tags.swap(room);
     tags.clear();
-    // Such a directory is kept for its defaults, whatever is asked for.
-    hasMore = tagFile->filter != nullptr && ifdType == primaryIFD &&
-              tagFile->fileFormat != FileFormat::jpeg;
+    const bool hasDefaults = ifdType == primaryIFD && tagFile->fileFormat != FileFormat::jpeg;
+    // It is kept for them, whatever is asked for.
+    hasMore = tagFile->filter != nullptr && hasDefaults;
     tagFile->report.standAtTable(entries.data(), ifdOffset + tagFile->entryCountSize);
     for (; !entries.empty(); entries = entries.subspan(tagFile->entrySize)) {
         try {
@@ -76,7 +76,7 @@ void IFD::processIfdTags(std::span<const std::uint8_t> entries) {
         }
     }
     tagFile->report.standAtEntry(nullptr);
-    if (ifdType == primaryIFD && tagFile->fileFormat != FileFormat::jpeg) {
+    if (hasDefaults) {
         processRequiredFields();
     }
     std::vector<KnownTag> exact(std::make_move_iterator(tags.begin()),

@@ -46,13 +46,13 @@ void IFDTree::processIfdSet() {
 /// error whatever the rules.
 void IFDTree::endWithout(IFD::Ending ending, bool isFirst) {
     if (ending == IFD::Ending::tooLarge) {
-        if (!(tagFile->rules.segmentLimitEndsChain && !isFirst)) {
+        if (isFirst || !tagFile->rules.segmentLimitEndsChain) {
             throw TiffTagsRecoverableError("IFD::process");
         }
     } else if (ending == IFD::Ending::unreadable) {
         // The number is the directory's own size so far, and one: always 1.
         constexpr const char* kName = "IFD #1";
-        if (!(tagFile->rules.damageStaysInside && !isFirst)) {
+        if (isFirst || !tagFile->rules.damageStaysInside) {
             raise<MessageId::badIFDread>(kName);
         }
         tagFile->warn<MessageId::badIFDread>(kName);

@@ -48,7 +48,7 @@ void IFD::flagDefaultValues(const TiffTag& tag) {
 }
 
 inline void IFD::keepDefault(TiffTag& tag) {
-    if (tagFile->watched && tagFile->report.tellsEntries()) [[unlikely]] {
+    if (tagFile->report.tellsEntries()) [[unlikely]] {
         tag.tellDefault(*tagFile);
     }
     keep(tag);

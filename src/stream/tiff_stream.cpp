@@ -94,7 +94,7 @@ std::span<const std::uint8_t> TiffStream::readEntries(Wide size) {
     return bytes.first(rules.cutTablesAreRead ? count - count % entrySize : 0);
 }
 
-void TiffStream::passOver(const std::string& description) {
+void TiffStream::countLongValue(const std::string& description) {
     if (describesLongValues()) {
         longValueTexts.append(longValues == 0 ? "" : ", ").append(description);
     } else if (longValues == kDescribed) {

@@ -95,7 +95,7 @@ public:
 
     /// Keeps account of a value that is too long to be loaded.
     /// @param description its tag, field type, count and position
-    void passOver(const std::string& description);
+    void countLongValue(const std::string& description);
 
     /// Whether a description of one more of them is wanted: of the first few.
     [[nodiscard]] bool describesLongValues() const { return longValues < kDescribed; }

@@ -1,6 +1,6 @@
 // What the sink is told of an entry.
 
-#include <vector>
+#include <span>
 
 #include "dict/data_types.h"
 #include "dict/number_conversion.h"
@@ -48,9 +48,8 @@ void TiffTag::tellDefault(TiffStream& file) const {
     facts.name = tagName;
     facts.count = numericValues.size();
     facts.isDefault = true;
-    std::vector<double> numbers(numericValues.size());
-    numericValues.copyTo(numbers.data());
-    facts.defaults = numbers;
+    facts.defaults = defaultNumbers.empty() ? std::span(&singleNumber, numericValues.size())
+                                            : std::span<const double>(defaultNumbers);
     facts.valueName = readableName();
     file.report.entry(facts);
 }

@@ -142,7 +142,7 @@ void TiffTag::leaveInFile(Wide position) {
                       get_datatype_name(static_cast<TIFFDataType>(dataType)) + " at " +
                       std::to_string(lowBits(position)) + ')';
     }
-    tagFile->passOver(description);
+    tagFile->countLongValue(description);
 }
 
 std::string TiffTag::label() const {
