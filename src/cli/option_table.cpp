@@ -63,7 +63,7 @@ constexpr std::array kOptions{
 
     OptionRow{"--format", "FORMAT", "", kOutput, ValueCompletion::words, kFormatWords},
     OptionRow{"--output", "FILE", "write to FILE, which appears when it is whole", kOutput, ValueCompletion::file},
-    OptionRow{"--tags", "NAME,...", "only these fields, in this order: names, numbers (270,\n0x10e) or patterns (GPS*), in nested records too;\nothers are neither read nor checked", kOutput, ValueCompletion::tag, kNoWords, kRepeatable},
+    OptionRow{"--tags", "NAME,...", "only these fields, in this order: names in any case\n(see --list-tags), numbers (270, 0x10e) or\npatterns (gps*), in nested records too; others are\nneither read nor checked", kOutput, ValueCompletion::tag, kNoWords, kRepeatable},
     OptionRow{"--nested", "", "csv: a row for each nested directory too", kOutput, ValueCompletion::none},
     OptionRow{"--shorten", "N", "text: show N values of an array, 16 N characters of a\ntext, or \"all\" (default: 16)", kOutput, ValueCompletion::words, kAllWord},
     OptionRow{"--compact", "", "json: without line ends", kOutput, ValueCompletion::none},
@@ -80,7 +80,7 @@ constexpr std::array kOptions{
     OptionRow{"--resume", "FILE", "keep a journal in FILE; the same run started again with\nit leaves out what is finished and unchanged; another\nrun is refused", kRun, ValueCompletion::file},
     OptionRow{"--no-progress", "", "show no progress on a terminal", kRun, ValueCompletion::none},
 
-    OptionRow{"--list-tags", "", "print every name for --tags, with number and dictionary", kHelp, ValueCompletion::none},
+    OptionRow{"--list-tags", "", "print every name for --tags: number, name,\ndictionary, other names of the same field", kHelp, ValueCompletion::none},
     OptionRow{"--explain", "ID", "print what a message means and what to do", kHelp, ValueCompletion::message},
     OptionRow{"--help", "", "print this help", kHelp, ValueCompletion::none, kNoWords, !kRepeatable, "-h"},
     OptionRow{"--version", "", "print the version", kHelp, ValueCompletion::none},

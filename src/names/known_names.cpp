@@ -33,8 +33,9 @@ void addOtherNames(std::vector<KnownName>& known) {
     for (const OtherNames& source : otherNames()) {
         for (const OtherName& row : source.rows) {
             const auto named =
-                std::find_if(known.begin(), known.end(),
-                             [&row](const KnownName& each) { return each.name == row.field; });
+                std::find_if(known.begin(), known.end(), [&row](const KnownName& each) {
+                    return each.number == row.number && each.name == row.field;
+                });
             if (named != known.end()) {
                 named->others.push_back(row.name);
             }

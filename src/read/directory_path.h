@@ -3,10 +3,12 @@
 // Directory path: the way to a directory, such as `0/SubIFDs[1]/0`, and the walk over the records
 // nested in a record. Templates over values of the caller; any thread.
 
+#include <algorithm>
 #include <cstddef>
 #include <string>
 #include <string_view>
 
+#include "ifdsweep/entry_sink.h"
 #include "values/value.h"
 
 namespace ifdsweep {
@@ -19,6 +21,21 @@ inline constexpr std::string_view kUnknownTags = "UnknownTags";
     return value.kind() == ValueKind::Struct ||
            (value.kind() == ValueKind::Cell && value.elementCount() > 0 &&
             value.cell(0) != nullptr && value.cell(0)->kind() == ValueKind::Struct);
+}
+
+/// The kind of the directories in a field that holds them.
+[[nodiscard]] inline DirectoryKind kindInField(std::string_view name) {
+    return name == "DigitalCamera"         ? DirectoryKind::exif
+           : name == "GPSInfo"             ? DirectoryKind::gps
+           : name == "InteroperabilityIFD" ? DirectoryKind::interoperability
+                                           : DirectoryKind::primary;
+}
+
+/// The kind of the directory at the end of a path.
+[[nodiscard]] inline DirectoryKind kindAtPath(std::string_view path) {
+    path = path.substr(0, std::min(path.rfind('/'), path.size()));
+    const std::string_view field = path.substr(path.rfind('/') + 1);
+    return kindInField(field.substr(0, field.find('[')));
 }
 
 [[nodiscard]] inline std::string childPath(const std::string& path, std::string_view name) {

@@ -82,16 +82,20 @@ bool isShownAfter(const std::vector<ChosenField>& fields, std::size_t number) {
            std::any_of(after, fields.end(), showsIt);
 }
 
+ValueHandle selectFields(ValueHandle records, DirectoryKind kind,
+                         const std::vector<ChosenField>& fields);
+
 /// What a value that holds records has of the chosen fields; null when that is nothing.
-ValueHandle nestedSelection(ValueHandle value, const std::vector<ChosenField>& fields) {
+ValueHandle nestedSelection(ValueHandle value, DirectoryKind kind,
+                            const std::vector<ChosenField>& fields) {
     if (value->kind() == ValueKind::Struct) {
-        ValueHandle records = selectFields(std::move(value), fields);
+        ValueHandle records = selectFields(std::move(value), kind, fields);
         return records->fieldCount() > 0 ? std::move(records) : ValueHandle();
     }
     bool any = false;
     for (std::size_t index = 0; index < value->elementCount(); ++index) {
         ValueHandle tree = ValueStore::takeCell(*value, index);
-        if (ValueHandle chosen = tree ? nestedSelection(std::move(tree), fields) : nullptr) {
+        if (ValueHandle chosen = tree ? nestedSelection(std::move(tree), kind, fields) : nullptr) {
             qxSetCell(value.get(), index, chosen.release());
             any = true;
         }
@@ -131,17 +135,13 @@ bool holdsAnything(const SelectedField& field) {
                        [](const ValueHandle& value) { return value != nullptr; });
 }
 
-}  // namespace
-
-ValueHandle selectFields(ValueHandle records, const std::vector<ChosenField>& fields) {
-    if (records->kind() != ValueKind::Struct) {
-        return records;
-    }
+ValueHandle selectFields(ValueHandle records, DirectoryKind kind,
+                         const std::vector<ChosenField>& fields) {
     std::vector<SelectedField> selected(fields.size());
     // Unknown tags first: they stand in a field that may be chosen, and is moved then.
     for (std::size_t number = 0; number < fields.size(); ++number) {
         const ChosenField& chosen = fields[number];
-        if (chosen.unknownId && !records->fieldIndex(chosen.name)) {
+        if (chosen.unknownId && canOccurIn(kind, chosen)) {
             const Shown shown = isShownAfter(fields, number) ? Shown::elsewhereToo : Shown::here;
             selected[number] = selectField(*records, chosen.name, [&](std::size_t element) {
                 return unknownValue(*records, element, *chosen.unknownId, shown);
@@ -171,7 +171,8 @@ ValueHandle selectFields(ValueHandle records, const std::vector<ChosenField>& fi
         SelectedField field = selectField(*records, name, [&](std::size_t element) {
             const Value* value = records->field(element, source);
             return value != nullptr && isNested(*value)
-                       ? nestedSelection(ValueStore::takeField(*records, element, source), fields)
+                       ? nestedSelection(ValueStore::takeField(*records, element, source),
+                                         kindInField(name), fields)
                        : ValueHandle();
         });
         if (holdsAnything(field)) {
@@ -193,6 +194,14 @@ ValueHandle selectFields(ValueHandle records, const std::vector<ChosenField>& fi
         }
     }
     return result;
+}
+
+}  // namespace
+
+ValueHandle selectFields(ValueHandle records, const std::vector<ChosenField>& fields) {
+    return records->kind() == ValueKind::Struct
+               ? selectFields(std::move(records), DirectoryKind::primary, fields)
+               : std::move(records);
 }
 
 }  // namespace ifdsweep

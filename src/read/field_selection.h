@@ -12,8 +12,8 @@ namespace ifdsweep {
 
 /// Moves the chosen fields of every record over, in the order asked for. Behind them come the
 /// nested records that hold chosen fields, with these alone. An unknown tag becomes a field that is
-/// named by its number and holds its value. A field that the records lack is left out; values that
-/// are no records come back as they are.
+/// named as it was asked for, by its number or its public name, and holds its value. A field that
+/// the records lack is left out; values that are no records come back as they are.
 [[nodiscard]] ValueHandle selectFields(ValueHandle records, const std::vector<ChosenField>& fields);
 
 }  // namespace ifdsweep

@@ -3,14 +3,15 @@
 #include <algorithm>
 #include <cctype>
 #include <charconv>
-#include <numeric>
 #include <optional>
 #include <system_error>
 #include <utility>
 
 #include <fnmatch.h>
 
-#include "ifdsweep/tag_list.h"
+#include "names/known_names.h"
+#include "names/public_tags.h"
+#include "text/letter_case.h"
 #include "text/nearest_names.h"
 
 namespace ifdsweep {
@@ -38,10 +39,12 @@ public:
             chooseNumber(word);
         } else if (word.find_first_of("*?[") != std::string::npos) {
             chooseMatching(word, [&word](std::string_view name) {
-                return ::fnmatch(word.c_str(), std::string(name).c_str(), 0) == 0;
+                return ::fnmatch(word.c_str(), std::string(name).c_str(), FNM_CASEFOLD) == 0;
             });
         } else {
-            chooseMatching(word, [&word](std::string_view name) { return name == word; });
+            // No two fields have names that differ in case alone.
+            chooseMatching(word,
+                           [&word](std::string_view name) { return equalInAnyCase(name, word); });
         }
     }
 
@@ -54,24 +57,24 @@ private:
             choice.complaint = "--tags: " + word + " is no tag number (0 to 65535)";
             return;
         }
-        if (!addMatching([&](const TagListing& listing) { return listing.id == number; })) {
-            add(std::to_string(*number), number);
+        const bool isNamed = addMatching([&](const KnownName& name) {
+            return name.number == number && name.place == NamedPlace::field;
+        });
+        if (!isNamed) {
+            add({std::to_string(*number), number});
         }
     }
 
     template <class Matches>
     void chooseMatching(const std::string& word, Matches&& matches) {
-        if (addMatching([&](const TagListing& listing) {
-                return matches(listing.name) || (!listing.alias.empty() && matches(listing.alias));
+        if (addMatching([&](const KnownName& each) {
+                return matches(each.name) ||
+                       std::any_of(each.others.begin(), each.others.end(), matches);
             })) {
             return;
         }
         choice.complaint = "--tags: no tag is named " + (word.empty() ? "\"\"" : word);
-        std::vector<std::string_view> names;
-        for (const TagListing& listing : listings) {
-            names.push_back(listing.name);
-        }
-        const std::string nearest = nearestNames(word, names);
+        const std::string nearest = nearestNames(word, allNames(known));
         if (!nearest.empty()) {
             choice.complaint += ", nearest: " + nearest;
         }
@@ -80,28 +83,34 @@ private:
     template <class Matches>
     bool addMatching(Matches&& matches) {
         bool any = false;
-        for (const TagListing& listing : listings) {
-            if (matches(listing)) {
+        for (const KnownName& each : known) {
+            if (matches(each)) {
                 any = true;
-                add(listing.name);
+                add({std::string(each.name),
+                     each.place == NamedPlace::unknownTag ? each.number : std::nullopt});
             }
         }
         return any;
     }
 
-    void add(std::string_view name, std::optional<std::uint16_t> unknownId = std::nullopt) {
-        const bool known =
-            std::any_of(choice.fields.begin(), choice.fields.end(),
-                        [name](const ChosenField& field) { return field.name == name; });
-        if (!known) {
-            choice.fields.push_back({std::string(name), unknownId});
+    void add(ChosenField field) {
+        const bool isThere = std::any_of(
+            choice.fields.begin(), choice.fields.end(),
+            [&field](const ChosenField& earlier) { return earlier.name == field.name; });
+        if (!isThere) {
+            choice.fields.push_back(std::move(field));
         }
     }
 
-    std::vector<TagListing> listings = listTags();
+    std::vector<KnownName> known = listKnownNames();
 };
 
 }  // namespace
+
+bool canOccurIn(DirectoryKind kind, const ChosenField& unknownTag) {
+    return isNumber(unknownTag.name) ||
+           publicTagName(kind, *unknownTag.unknownId) == unknownTag.name;
+}
 
 TagChoice chooseTags(std::string_view list) {
     Chooser chooser;
@@ -118,10 +127,15 @@ TagChoice chooseTags(std::string_view list) {
 
 std::string tagListText() {
     std::string text;
-    for (const TagListing& listing : listTags()) {
-        const std::string number = listing.id ? std::to_string(*listing.id) : "-";
-        text += number + '\t' + std::string(listing.name) + '\t' + std::string(listing.dictionary) +
-                '\n';
+    for (const KnownName& each : listKnownNames()) {
+        text += each.number ? std::to_string(*each.number) : "-";
+        text.append("\t").append(each.name).append("\t").append(each.dictionary);
+        text += each.place == NamedPlace::unknownTag ? ", in UnknownTags" : "";
+        std::string_view before = "\talso: ";
+        for (const std::string_view other : each.others) {
+            text.append(std::exchange(before, ", ")).append(other);
+        }
+        text += '\n';
     }
     return text;
 }

@@ -87,7 +87,9 @@ TagFilter tagFilter(const std::vector<ChosenField>& fields) {
     for (const ChosenField& field : fields) {
         if (field.unknownId) {
             for (const DirectoryKind kind : kAllKinds) {
-                filter.ask(kind, *field.unknownId);
+                if (canOccurIn(kind, field)) {
+                    filter.ask(kind, *field.unknownId);
+                }
             }
         } else if (field.name == kUnknownTags) {
             askForUnnamed(filter, listings);

@@ -1,17 +1,14 @@
 #include "text/nearest_names.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cstddef>
 #include <numeric>
 #include <utility>
 
+#include "text/letter_case.h"
+
 namespace ifdsweep {
 namespace {
-
-char lowerCase(char letter) {
-    return static_cast<char>(std::tolower(static_cast<unsigned char>(letter)));
-}
 
 /// The edits that make one word the other, whatever the case of its letters.
 std::size_t editDistance(std::string_view from, std::string_view to) {

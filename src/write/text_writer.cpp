@@ -5,6 +5,7 @@
 #include <charconv>
 #include <cstdint>
 
+#include "names/public_tags.h"
 #include "read/directory_path.h"
 #include "read/messages.h"
 #include "text/terminal_text.h"
@@ -122,7 +123,7 @@ void TextWriter::appendNested(std::string_view name, const Value& value, const s
     appendStyled(Style::name, name);
     output.append('\n');
     if (name == kUnknownTags) {
-        appendUnknownTags(value, depth + 1);
+        appendUnknownTags(value, kindAtPath(path), depth + 1);
     } else {
         forEachTree(name, value, path, [&](const Value& tree, const std::string& treePath) {
             appendRecords(tree, treePath, depth + 1);
@@ -139,7 +140,7 @@ void TextWriter::appendField(std::string_view name, const Value& value, std::siz
     output.append('\n');
 }
 
-void TextWriter::appendUnknownTags(const Value& tags, std::size_t depth) {
+void TextWriter::appendUnknownTags(const Value& tags, DirectoryKind kind, std::size_t depth) {
     const auto member = [&tags](std::size_t element, std::string_view name) -> const Value* {
         const auto field = tags.fieldIndex(name);
         return field ? tags.field(element, *field) : nullptr;
@@ -155,6 +156,10 @@ void TextWriter::appendUnknownTags(const Value& tags, std::size_t depth) {
             char* text = output.reserve(kNumberRoom);
             output.commit(std::to_chars(text, text + kNumberRoom, number, 16).ptr);
             output.append(')');
+            if (const std::string_view name = publicTagName(kind, number); !name.empty()) {
+                output.append("  ");
+                appendStyled(Style::name, name);
+            }
         }
         output.append("  offset ");
         appendTextValue(output, member(element, "Offset"), TextOrigin::tag, limits);

@@ -12,6 +12,7 @@
 #include <string>
 #include <string_view>
 
+#include "ifdsweep/entry_sink.h"
 #include "values/value.h"
 #include "write/result_writer.h"
 #include "write/text_value.h"
@@ -39,7 +40,7 @@ private:
                       std::size_t depth);
     void appendField(std::string_view name, const Value& value, std::size_t nameWidth,
                      std::size_t depth);
-    void appendUnknownTags(const Value& tags, std::size_t depth);
+    void appendUnknownTags(const Value& tags, DirectoryKind kind, std::size_t depth);
     void appendWarning(const Warning& warning);
     void appendWarningCount(const WarningCount& warning);
     /// Real files do not nest so deep; one that nests 64 directories is not all spaces.

@@ -40,6 +40,9 @@ check "all" ifdsweep --max-value ""
 check "Make MakerNote MakerNoteSafety$tags" ifdsweep --tags Make
 check "GPSLatitudeRef,Make,DateTimeOriginal$tags" ifdsweep --tags GPSLatitudeRef,Make,DateTimeO
 check "Make,GPSAltitudeRef$tags" ifdsweep --tags = Make,GPSAltitudeR
+check "Make,LensModel$tags" ifdsweep --tags Make,LensMo
+check "Height,ImageLength$tags" ifdsweep --tags Height,ImageLe
+check "PhotographicSensitivity$tags" ifdsweep --tags = PhotographicS
 check "timeout" ifdsweep --explain timeo
 check "tagDataPastEOF" ifdsweep --ignore tagDataP
 check "$files" ifdsweep --output ""

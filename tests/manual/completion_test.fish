@@ -20,6 +20,8 @@ check 'ifdsweep --format=nd' '--format=ndjson'
 check 'ifdsweep --warnings ' 'count each none'
 check 'ifdsweep --tags Make' 'Make MakerNote MakerNoteSafety'
 check 'ifdsweep --tags GPSLatitudeRef,DateTimeO' GPSLatitudeRef,DateTimeOriginal
+check 'ifdsweep --tags Make,LensMod' Make,LensModel
+check 'ifdsweep --tags PhotographicS' PhotographicSensitivity
 check 'ifdsweep --explain timeo' timeout
 check 'ifdsweep --ignore tagDataP' tagDataPastEOF
 check 'ifdsweep --jobs ' ''

@@ -26,7 +26,7 @@ entry_of() { print -rl -- "${(@M)entries:#(\*|)$1(=|)\[*}" }
 _ifdsweep
 expect compdef "_ifdsweep ifdsweep" "$defined"
 expect --format '--format=[text: for reading (default); json: an array with an object per file, natural values; ndjson: the same objects, one per line; typed: a line of JSON per file, with the class and size of every value; csv: a row per directory (RFC 4180); facts: a line of JSON per entry: field type, position, exact value]:FORMAT:(text json ndjson typed csv facts)' "$(entry_of --format)"
-expect --tags '*--tags=[only these fields, in this order: names, numbers (270, 0x10e) or patterns (GPS*), in nested records too; others are neither read nor checked]:NAME,...:_ifdsweep_tags' "$(entry_of --tags)"
+expect --tags '*--tags=[only these fields, in this order: names in any case (see --list-tags), numbers (270, 0x10e) or patterns (gps*), in nested records too; others are neither read nor checked]:NAME,...:_ifdsweep_tags' "$(entry_of --tags)"
 expect --strict '--strict[exit status 3 when a warning was given that is not ignored]' "$(entry_of --strict)"
 expect --read-budget "--read-budget=[bytes that may be read of each file, with 64 for every jump, or \"unlimited\" (default: 256 KiB and 8 times the file's size)]:BYTES:(unlimited)" "$(entry_of --read-budget)"
 expect paths '*:PATH:_files' "$entries[-1]"
@@ -39,7 +39,11 @@ done
 
 _ifdsweep_tags
 expect "before a tag" '-P *,' "$before"
-expect tags "$($PROGRAM --list-tags | cut -f 2)" "${(F)offered}"
+# The fields and public tags, then the other names, which the list has behind them.
+names=(${(f)"$($PROGRAM --list-tags | cut -f 2)"})
+others=(${(f)"$($PROGRAM --list-tags | sed -n 's/.*\talso: //p' | sed 's/, /\n/g')"})
+expect tags "${(F)names}
+${(F)others}" "${(F)offered}"
 
 _ifdsweep_messages
 expect "a message" "the file does not exist" "${offered[(r)statFailure:*]#*:}"

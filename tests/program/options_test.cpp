@@ -8,6 +8,7 @@
 
 #include "program/program_files.h"
 #include "program/program_run.h"
+#include "support/tags.h"
 #include "support/tiff_builder.h"
 #include "support/whole_file.h"
 
@@ -88,6 +89,46 @@ damaged.tif
               "nested.tif,0/DigitalCamera/0,0.016666666666666666,,\r\n"
               "nested.tif,1,,4,\r\n"
               "damaged.tif,0,,4,1 2 3\r\n");
+}
+
+/// A photo whose Exif directory has tags that no dictionary names.
+fixture::Bytes photoByALens() {
+    fixture::TiffBuilder builder({fixture::Layout::classic, fixture::ByteOrder::little});
+    const fixture::Directory exif{fixture::shorts(34855, {200}), fixture::ascii(42036, "F2 35")};
+    const fixture::Directory gps{fixture::shorts(31, {5}), fixture::shorts(42036, {6})};
+    builder.add({fixture::shorts(256, {4}), fixture::shorts(257, {3}), fixture::shorts(31, {8}),
+                 fixture::pointer(fixture::kExif, {{exif}}),
+                 fixture::pointer(fixture::kGps, {{gps}})});
+    return builder.build().bytes;
+}
+
+TEST_F(Options, TagsByEveryNameThatTheyHave) {
+    programfiles::write(in("lens.tif"), photoByALens());
+    const auto records = [&](const std::string& tags) {
+        const Ending given = run({"--tags", tags, "--format", "ndjson", "lens.tif"});
+        EXPECT_EQ(given.status, 0) << given.error;
+        return json::parse(given.out)["records"].dump();
+    };
+    EXPECT_EQ(run({"--tags", "lensmodel,ImageLength,256,ISO,gpshPositioningError", "--format",
+                   "csv", "--nested", "lens.tif"})
+                  .out,
+              "File,Directory,LensModel,Height,Width,ISOSpeedRatings,GPSHPositioningError\r\n"
+              "lens.tif,0,,3,4,,\r\n"
+              "lens.tif,0/DigitalCamera/0,F2 35,,,200,\r\n"
+              "lens.tif,0/GPSInfo/0,,,,,5\r\n");
+    EXPECT_EQ(records("LensModel"), R"([{"DigitalCamera":[{"LensModel":"F2 35"}]}])");
+    EXPECT_EQ(records("42036"),
+              R"([{"DigitalCamera":[{"42036":"F2 35"}],"GPSInfo":[{"42036":6}]}])");
+    EXPECT_EQ(records("GPSHPositioningError"), R"([{"GPSInfo":[{"GPSHPositioningError":5}]}])");
+    for (const char* const height : {"257", "0x101", "Height", "imagelength", "ImageHeight"}) {
+        EXPECT_EQ(records(height), R"([{"Height":3}])") << height;
+    }
+    for (const char* const width : {"256", "width", "ImageWidth"}) {
+        EXPECT_EQ(records(width), R"([{"Width":4}])") << width;
+    }
+    for (const char* const sensitivity : {"34855", "isospeedratings", "PhotographicSensitivity"}) {
+        EXPECT_EQ(records(sensitivity), R"([{"DigitalCamera":[{"ISOSpeedRatings":200}]}])");
+    }
 }
 
 TEST_F(Options, NdjsonIsWhatJsonHolds) {
@@ -225,7 +266,8 @@ TEST_F(Options, Shorten) {
 TEST_F(Options, InformationIsPrinted) {
     const Ending tags = run({"--list-tags"});
     EXPECT_EQ(tags.status, 0);
-    EXPECT_EQ(linesOf(tags.out).size(), 319U);
+    EXPECT_EQ(linesOf(tags.out).size(), 362U);
+    EXPECT_NE(tags.out.find("\n42036\tLensModel\tTIFF, in UnknownTags\n"), std::string::npos);
     EXPECT_EQ(tags.error, "");
     const Ending message = run({"--explain", "tagDataPastEOF"});
     EXPECT_EQ(message.status, 0);

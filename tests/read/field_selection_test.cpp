@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include "write/natural_json.h"
 #include "write/rendering.h"
 #include "write/typed_writer.h"
 
@@ -209,6 +210,40 @@ TEST_F(FieldSelections, AnUnknownTagIsShownWhereverItWasAskedFor) {
     EXPECT_EQ(typed(ifdsweep::selectFields(copyOf(*records), twice)),
               R"({"class":"struct","size":[1,1],"fields":["50000","0xc350"],"data":[[)" + value +
                   ',' + value + "]]}");
+}
+
+TEST_F(FieldSelections, APublicTagStandsWhereItsNumberHasTheName) {
+    const auto withTags = [](const std::vector<const char*>& fields, double first) {
+        auto tags = rendering::records(2, {"ID", "Offset", "Value"});
+        for (const std::size_t tag : {0U, 1U}) {
+            setField(tags, tag, "ID", number(tag == 0 ? 31 : 42036));
+            setField(tags, tag, "Value", number(first + static_cast<double>(tag)));
+        }
+        auto records = rendering::records(1, fields);
+        setField(records, 0, "UnknownTags", std::move(tags));
+        return records;
+    };
+    auto exif = withTags({"InteroperabilityIFD", "UnknownTags"}, 30);
+    setField(exif, 0, "InteroperabilityIFD", cells(withTags({"UnknownTags"}, 40)));
+    auto records = withTags({"UnknownTags", "GPSInfo", "DigitalCamera", "SubIFDs"}, 10);
+    setField(records, 0, "GPSInfo", withTags({"UnknownTags"}, 20));
+    setField(records, 0, "DigitalCamera", std::move(exif));
+    setField(records, 0, "SubIFDs", cells(withTags({"UnknownTags"}, 50)));
+    const auto chosen = [&](const std::vector<ifdsweep::ChosenField>& fields) {
+        return rendering::rendered([&](ifdsweep::Output& output) {
+            const auto selection = ifdsweep::selectFields(copyOf(*records), fields);
+            ifdsweep::appendNaturalValue(output, selection.get());
+        });
+    };
+    EXPECT_EQ(
+        chosen({{"LensModel", 42036}}),
+        R"([{"LensModel":11,"DigitalCamera":[{"LensModel":31}],"SubIFDs":[[{"LensModel":51}]]}])");
+    EXPECT_EQ(chosen({{"GPSHPositioningError", 31}}),
+              R"([{"GPSInfo":[{"GPSHPositioningError":20}]}])");
+    EXPECT_EQ(chosen({{"31", 31}, {"GPSHPositioningError", 31}}),
+              R"([{"31":10,"GPSInfo":[{"31":20,"GPSHPositioningError":20}],)"
+              R"("DigitalCamera":[{"31":30,"InteroperabilityIFD":[[{"31":40}]]}],)"
+              R"("SubIFDs":[[{"31":50}]]}])");
 }
 
 TEST_F(FieldSelections, TheValueOfAnUnknownTagIsMoved) {

@@ -11,23 +11,24 @@
 
 #include <gtest/gtest.h>
 
-#include "ifdsweep/tag_list.h"
+#include "names/known_names.h"
 #include "program/program_run.h"
+#include "text/letter_case.h"
 #include "text/nearest_names.h"
 
 namespace {
 
 using Names = std::vector<std::string>;
 
-/// The chosen fields; unknown tags behind "#".
+/// The chosen fields; unknown tags behind "#", and with their number where they have a name.
 Names chosen(std::string_view list) {
     const ifdsweep::TagChoice choice = ifdsweep::chooseTags(list);
     EXPECT_EQ(choice.complaint, "") << list;
     Names names;
     for (const ifdsweep::ChosenField& field : choice.fields) {
         names.push_back((field.unknownId ? "#" : "") + field.name);
-        if (field.unknownId) {
-            EXPECT_EQ(field.name, std::to_string(*field.unknownId));
+        if (field.unknownId && field.name != std::to_string(*field.unknownId)) {
+            names.back() += '=' + std::to_string(*field.unknownId);
         }
     }
     return names;
@@ -66,6 +67,37 @@ const Case kCases[] = {
     {"GPSLongitude,GPSL*", {"GPSLongitude", "GPSLatitudeRef", "GPSLatitude", "GPSLongitudeRef"}},
     {"Tile[WL]*th", {"TileWidth", "TileLength"}},
     {"Mak?", {"Make"}},
+    // Numbers beside 256 and 257 that are the standard's first, and those that the record is made
+    // of.
+    {"254,255", {"NewSubFileType", "SubFileType"}},
+    {"258,262,277", {"BitsPerSample", "PhotometricInterpretation", "SamplesPerPixel"}},
+    // In any case, once.
+    {"make,MAKE,mAkE", {"Make"}},
+    {"filename,bitdepth,unknowntags", {"Filename", "BitDepth", "UnknownTags"}},
+    {"gpsl*", {"GPSLatitudeRef", "GPSLatitude", "GPSLongitudeRef", "GPSLongitude"}},
+    {"TILE[wl]*TH", {"TileWidth", "TileLength"}},
+    {"gdal_?odata", {"GDAL_NODATA"}},
+    // Names of standards and of other programs.
+    {"ImageLength,imagewidth", {"Height", "Width"}},
+    {"length", {"Height"}},
+    {"NewSubfileType,SubfileType,OldSubfileType", {"NewSubFileType", "SubFileType"}},
+    {"PhotographicSensitivity,ISO,ISOSpeedRatings", {"ISOSpeedRatings"}},
+    {"ExifIFD,ExifTag,ExifOffset", {"DigitalCamera"}},
+    {"GPSInfoIFDPointer,GPSTag", {"GPSInfo"}},
+    {"InteroperabilityTag", {"InteroperabilityIFD"}},
+    {"ColorMap,Photometric,IPTC", {"Colormap", "PhotometricInterpretation", "ITPC"}},
+    {"CreateDate,modifydate", {"DateTimeDigitized", "DateTime"}},
+    {"InteropIndex", {"InteroperabilityIndex"}},
+    {"ImageL*", {"Height", "ImageLayer"}},
+    // Tags that the dictionaries lack.
+    {"LensModel,lensmake", {"#LensModel=42036", "#LensMake=42035"}},
+    {"42036", {"#42036"}},
+    {"42036,LensModel", {"#42036", "#LensModel=42036"}},
+    {"31,gpshpositioningerror", {"#31", "#GPSHPositioningError=31"}},
+    {"SerialNumber", {"#BodySerialNumber=42033"}},
+    {"AmbientTemp*", {"#Temperature=37888"}},
+    {"xp[tc]*", {"#XPTitle=40091", "#XPComment=40092"}},
+    {"GPSD[OI]*,GPSH*", {"GPSDOP", "GPSDifferential", "#GPSHPositioningError=31"}},
 };
 
 class TagChoice : public testing::TestWithParam<Case> {};
@@ -79,7 +111,9 @@ INSTANTIATE_TEST_SUITE_P(All, TagChoice, testing::ValuesIn(kCases));
 TEST(TagChoiceComplaint, Names) {
     const std::pair<const char*, const char*> rows[] = {
         {"Mkae", "--tags: no tag is named Mkae, nearest: Make"},
-        {"make", "--tags: no tag is named make, nearest: Make"},
+        {"mkae", "--tags: no tag is named mkae, nearest: Make"},
+        {"LensMoel", "--tags: no tag is named LensMoel, nearest: LensModel"},
+        {"ImageWidht", "--tags: no tag is named ImageWidht, nearest: ImageWidth"},
         {"Make,", "--tags: no tag is named \"\""},
         {"", "--tags: no tag is named \"\""},
         {"Make,,Model", "--tags: no tag is named \"\""},
@@ -115,13 +149,25 @@ TEST(TagChoiceComplaint, TheNearestStandFirst) {
 
 TEST(TagList, EveryNameCanBeChosen) {
     std::set<std::string_view> dictionaries;
-    for (const ifdsweep::TagListing& listing : ifdsweep::listTags()) {
-        dictionaries.insert(listing.dictionary);
-        EXPECT_EQ(chosen(listing.name), Names{std::string(listing.name)});
-        if (listing.id) {
-            const Names byNumber = chosen(std::to_string(*listing.id));
-            EXPECT_NE(std::find(byNumber.begin(), byNumber.end(), listing.name), byNumber.end())
-                << listing.name;
+    for (const ifdsweep::KnownName& known : ifdsweep::listKnownNames()) {
+        dictionaries.insert(known.dictionary);
+        const std::string name(known.name);
+        const std::string number = known.number ? std::to_string(*known.number) : "";
+        const bool isField = known.place == ifdsweep::NamedPlace::field;
+        const Names expected{isField ? name : '#' + name + '=' + number};
+        std::vector<std::string> names(known.others.begin(), known.others.end());
+        names.push_back(name);
+        for (const std::string& each : names) {
+            EXPECT_EQ(chosen(each), expected);
+            std::string other = each;
+            std::transform(other.begin(), other.end(), other.begin(), ifdsweep::lowerCase);
+            EXPECT_EQ(chosen(other), expected);
+        }
+        if (known.number) {
+            const Names byNumber = chosen(number);
+            EXPECT_EQ(std::count(byNumber.begin(), byNumber.end(), isField ? name : '#' + number),
+                      1)
+                << name;
         }
     }
     EXPECT_EQ(dictionaries,
@@ -130,10 +176,15 @@ TEST(TagList, EveryNameCanBeChosen) {
 
 TEST(TagList, ALineForEveryName) {
     const auto lines = programrun::linesOf(ifdsweep::tagListText());
-    EXPECT_EQ(lines.size(), ifdsweep::listTags().size());
+    EXPECT_EQ(lines.size(), ifdsweep::listKnownNames().size());
     for (const char* const line :
-         {"-\tBitDepth\trecord", "256\tWidth\tTIFF", "257\tHeight\tTIFF", "271\tMake\tTIFF",
-          "2\tGPSLatitude\tGPS", "1\tInteroperabilityIndex\tInteroperability"}) {
+         {"-\tBitDepth\trecord", "256\tWidth\tTIFF\talso: ImageWidth",
+          "257\tHeight\tTIFF\talso: Length, ImageLength, ImageHeight", "271\tMake\tTIFF",
+          "34855\tISOSpeedRatings\tTIFF\talso: PhotographicSensitivity, ISO",
+          "42036\tLensModel\tTIFF, in UnknownTags",
+          "42033\tBodySerialNumber\tTIFF, in UnknownTags\talso: SerialNumber",
+          "31\tGPSHPositioningError\tGPS, in UnknownTags", "2\tGPSLatitude\tGPS",
+          "1\tInteroperabilityIndex\tInteroperability\talso: InteropIndex"}) {
         EXPECT_EQ(std::count(lines.begin(), lines.end(), line), 1) << line;
     }
     // No field is called so, and no two lines are of one tag.

@@ -85,6 +85,16 @@ TEST(TagFilters, AnUnknownNumberIsAskedForEverywhere) {
     }
 }
 
+TEST(TagFilters, APublicTagIsAskedForWhereItsNumberHasTheName) {
+    for (const DirectoryKind kind : kKinds) {
+        const bool isGps = kind == DirectoryKind::gps;
+        const bool isTiff = kind == DirectoryKind::primary || kind == DirectoryKind::exif;
+        EXPECT_EQ(askedOf({{"LensModel", 42036}}, kind), isTiff ? Tags{42036} : Tags{});
+        EXPECT_EQ(askedOf({{"GPSHPositioningError", 31}}, kind), isGps ? Tags{31} : Tags{});
+        EXPECT_EQ(askedOf({{"GPSHPositioningError", 31}, {"31", 31}}, kind), Tags{31});
+    }
+}
+
 TEST(TagFilters, UnknownTagsAsksForAllThatHasNoName) {
     const std::vector<ChosenField> fields{{"UnknownTags", {}}};
     for (const DirectoryKind kind : kKinds) {

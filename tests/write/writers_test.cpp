@@ -3,6 +3,7 @@
 #include <cmath>
 #include <limits>
 #include <span>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -346,6 +347,45 @@ TEST_F(Writers, TextOfAFile) {
     const std::string text = written(ifdsweep::Format::text, goodOutcome(), ifdsweep::Colour::off);
     EXPECT_EQ(text.substr(0, expectedStart.size()), expectedStart);
     EXPECT_NE(text.find(std::string("(") + kExpectedTagDataFormat + ")\n"), std::string::npos);
+}
+
+TEST_F(Writers, TextNamesPublicTagsInTheirKindOfDirectory) {
+    const auto withTag = [](std::vector<const char*> fields, double id) {
+        fields.insert(fields.begin(), "UnknownTags");
+        auto tags = rendering::records(1, {"ID", "Offset", "Value"});
+        setField(tags, 0, "ID", number(id));
+        setField(tags, 0, "Offset", number(9));
+        setField(tags, 0, "Value", number(7));
+        auto records = rendering::records(1, fields);
+        setField(records, 0, "UnknownTags", std::move(tags));
+        return records;
+    };
+    auto exif = withTag({"InteroperabilityIFD"}, 42036);
+    setField(exif, 0, "InteroperabilityIFD", withTag({}, 42034));
+    ifdsweep::Outcome outcome;
+    outcome.file = "a.tif";
+    outcome.result = withTag({"GPSInfo", "DigitalCamera", "SubIFDs"}, 31);
+    setField(outcome.result, 0, "GPSInfo", rendering::cells(withTag({}, 31), withTag({}, 42032)));
+    setField(outcome.result, 0, "DigitalCamera", std::move(exif));
+    setField(outcome.result, 0, "SubIFDs", rendering::cells(withTag({}, 40093)));
+    const auto linesOf = [&](ifdsweep::Colour colour) {
+        std::istringstream text(written(ifdsweep::Format::text, outcome, colour));
+        std::vector<std::string> lines;
+        for (std::string line; std::getline(text, line);) {
+            if (line.find("(0x") != std::string::npos) {
+                lines.push_back(line.substr(line.find_first_not_of(' ')));
+            }
+        }
+        return lines;
+    };
+    EXPECT_EQ(
+        linesOf(ifdsweep::Colour::off),
+        (std::vector<std::string>{
+            "31 (0x1f)  offset 9  value 7", "31 (0x1f)  GPSHPositioningError  offset 9  value 7",
+            "42032 (0xa430)  offset 9  value 7", "42036 (0xa434)  LensModel  offset 9  value 7",
+            "42034 (0xa432)  offset 9  value 7", "40093 (0x9c9d)  XPAuthor  offset 9  value 7"}));
+    EXPECT_EQ(linesOf(ifdsweep::Colour::on)[1],
+              "31 (0x1f)  \x1b[36mGPSHPositioningError\x1b[0m  offset 9  value 7");
 }
 
 TEST_F(Writers, TextIsColouredOnlyOnDemand) {

@@ -1,8 +1,6 @@
 #include "manual/option_texts.h"
 
-#include <algorithm>
-
-#include "ifdsweep/tag_list.h"
+#include "names/known_names.h"
 
 namespace ifdsweep::manual {
 
@@ -55,13 +53,7 @@ std::string helpLine(const OptionRow& row) {
 }
 
 std::vector<std::string_view> tagNames() {
-    std::vector<std::string_view> names;
-    for (const ifdsweep::TagListing& listing : ifdsweep::listTags()) {
-        if (std::find(names.begin(), names.end(), listing.name) == names.end()) {
-            names.push_back(listing.name);
-        }
-    }
-    return names;
+    return allNames(listKnownNames());
 }
 
 std::string shellQuoted(std::string_view text) {

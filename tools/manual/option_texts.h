@@ -40,7 +40,7 @@ template <class Texts>
 /// The help of an option on one line.
 [[nodiscard]] std::string helpLine(const OptionRow& row);
 
-/// Every name for --tags, each once.
+/// Every name for --tags, each once: of fields and public tags, then their other names.
 [[nodiscard]] std::vector<std::string_view> tagNames();
 
 /// A text between single quotes, as bash and zsh read it.
