@@ -5,12 +5,14 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <vector>
 
 #include <nlohmann/json.hpp>
 
 #include "files/file_names.h"
 #include "fuzz_target.h"
 #include "support/hidden_characters.h"
+#include "text/text_decoding.h"
 #include "values/value.h"
 #include "write/framer.h"
 
@@ -83,11 +85,43 @@ void requireNumber(const json& parsed, double number) {
 }
 
 /// The members of an object, and no others.
-void requireMembers(const json& object, std::initializer_list<const char*> names) {
+void requireMembers(const json& object, const std::vector<const char*>& names) {
     require(object.is_object() && object.size() == names.size(), "an object has its members alone");
     for (const char* name : names) {
         require(object.contains(name), "an object has all its members");
     }
+}
+
+std::string bytesOfBase64(const std::string& text) {
+    constexpr std::string_view kDigits =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    std::string bytes;
+    std::uint32_t bits = 0;
+    unsigned count = 0;
+    for (const char character : text.substr(0, text.find('='))) {
+        const std::size_t digit = kDigits.find(character);
+        require(digit != std::string_view::npos, "base64 has its digits alone");
+        bits = bits << 6 | static_cast<std::uint32_t>(digit);
+        count += 6;
+        if (count >= 8) {
+            count -= 8;
+            bytes.push_back(static_cast<char>(bits >> count & 0xFF));
+        }
+    }
+    return bytes;
+}
+
+/// The members of a file's object, which has the bytes of the name where it is no UTF-8.
+void requireFileMembers(const json& object, const std::string& file,
+                        std::vector<const char*> names) {
+    const std::string_view bytes = file;
+    if (!ifdsweep::isUtf8(bytes)) {
+        names.push_back("fileBytes");
+    }
+    requireMembers(object, names);
+    require(
+        ifdsweep::isUtf8(bytes) || bytesOfBase64(object.at("fileBytes").get<std::string>()) == file,
+        "the bytes of the file name read back the same");
 }
 
 void requireValue(const json& parsed, const ifdsweep::Value* value);
@@ -206,7 +240,7 @@ void requireTypedReadsBack(std::string_view line, const ifdsweep::Outcome& outco
     require(line.ends_with('\n') && line.find('\n') == line.size() - 1, "a file is one line");
     const json parsed = json::parse(withMarkedSurrogates(line), nullptr, false);
     require(!parsed.is_discarded(), "the typed line is JSON");
-    requireMembers(parsed, {"file", "arguments", "result", "warnings", "error"});
+    requireFileMembers(parsed, outcome.file, {"file", "arguments", "result", "warnings", "error"});
     require(ifdsweep::fileNameToSystem(unitsOf(parsed.at("file"))) == outcome.file,
             "the file name reads back the same");
     const json& arguments = parsed.at("arguments");
@@ -229,7 +263,11 @@ void requireTypedReadsBack(std::string_view line, const ifdsweep::Outcome& outco
 void requireNaturalJson(std::string_view text, const ifdsweep::Outcome& outcome) {
     const json parsed = json::parse(text, nullptr, false);
     require(parsed.is_array() && parsed.size() == 1, "the output is a JSON array of one file");
-    requireMembers(parsed[0], {"file", "records", "warnings", "error"});
+    requireFileMembers(parsed[0], outcome.file,
+                       {"file", "initialOffset", "records", "warnings", "error"});
+    require(!ifdsweep::isUtf8(std::string_view(outcome.file)) ||
+                parsed[0].at("file").get<std::string>() == outcome.file,
+            "a file name that is UTF-8 reads back the same");
     require(parsed[0].at("warnings").size() == outcome.warnings.size(), "every warning is there");
     require(parsed[0].at("error").is_null() != outcome.error.has_value(), "an error is there");
     if (outcome.result != nullptr && outcome.result->kind() == ifdsweep::ValueKind::Struct) {

@@ -200,8 +200,8 @@ EntrySink* FactsWriter::listenerFor(std::string_view fileName) {
     hasLines = false;
     failure = nullptr;
     file = written([&](Output& text) {
-        text.append(R"({"file":)");
-        appendJsonString(text, fileName);
+        text.append('{');
+        appendFileMembers(text, fileName);
     });
     return this;
 }

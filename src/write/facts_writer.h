@@ -42,7 +42,7 @@ private:
     template <class Write>
     void attempt(Write&& write);
 
-    std::string file;  ///< the member, as JSON
+    std::string file;  ///< the beginning of a line with its name, as JSON
     /// The members of an entry that tell of its directory, for each directory on the way.
     std::vector<std::string> paths;
     bool hasLines = false;

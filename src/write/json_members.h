@@ -5,11 +5,14 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
+#include <string_view>
 
 #include "ifdsweep/qx.h"
 #include "ifdsweep/read.h"
 #include "io/output.h"
 #include "text/json_text.h"
+#include "text/text_decoding.h"
 #include "write/number_output.h"
 
 namespace ifdsweep {
@@ -32,6 +35,25 @@ void appendJsonArray(Output& output, std::size_t count, AppendElement&& appendEl
     output.append('[');
     appendCommaList(output, count, appendElement);
     output.append(']');
+}
+
+/// Appends the member "fileBytes", with the comma before it, where the name is no UTF-8: then the
+/// member "file" does not give it back.
+/// @param file in system bytes
+inline void appendFileBytes(Output& output, std::string_view file) {
+    if (isUtf8(file)) {
+        return;
+    }
+    const void* bytes = file.data();
+    output.append(R"(,"fileBytes":)");
+    appendJsonBase64(output, std::span(static_cast<const std::uint8_t*>(bytes), file.size()));
+}
+
+/// Appends the members that name a file, without braces.
+inline void appendFileMembers(Output& output, std::string_view file) {
+    output.append(R"("file":)");
+    appendJsonString(output, file);
+    appendFileBytes(output, file);
 }
 
 /// Appends the members "id" and "arguments" of a message, without braces. An integer is written

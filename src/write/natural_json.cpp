@@ -128,8 +128,10 @@ void appendNaturalMessage(Output& output, const qxMessage& message, const Warnin
 }
 
 void appendNaturalOutcome(Output& output, const Outcome& outcome) {
-    output.append(R"({"file":)");
-    appendJsonString(output, outcome.file);
+    output.append('{');
+    appendFileMembers(output, outcome.file);
+    output.append(R"(,"initialOffset":)");
+    appendNaturalNumber(output, outcome.initialOffset);
     output.append(R"(,"records":)");
     if (outcome.result != nullptr) {
         appendNaturalValue(output, outcome.result.get());

@@ -105,6 +105,7 @@ void appendTypedValue(Output& output, const Value* value) {
 void TypedWriter::writeFile(const Outcome& outcome) {
     output.append(R"({"file":)");
     appendJsonUnits(output, fileNameFromSystem(outcome.file));
+    appendFileBytes(output, outcome.file);
     output.append(R"(,"arguments":{"initialOffset":)");
     appendTypedNumber(output, outcome.initialOffset);
     output.append(R"(,"firstIfdIndex":)");

@@ -59,11 +59,11 @@ damaged.tif
     50000  1 2 3
 )");
     const std::string objects =
-        R"({"file":"nested.tif","records":[{"Width":4,"SubIFDs":[[{"Width":4}]],)"
+        R"({"file":"nested.tif","initialOffset":0,"records":[{"Width":4,"SubIFDs":[[{"Width":4}]],)"
         R"("DigitalCamera":[{"ExposureTime":0.016666666666666666}]},)"
         R"({"Width":4,"SubIFDs":null,"DigitalCamera":null}],"warnings":[],"error":null})"
         "\n"
-        R"({"file":"damaged.tif","records":[{"Width":4,"50000":[1,2,3]}],"warnings":[],)"
+        R"({"file":"damaged.tif","initialOffset":0,"records":[{"Width":4,"50000":[1,2,3]}],"warnings":[],)"
         R"("error":null})"
         "\n";
     EXPECT_EQ(runWith({"--format", "ndjson"}), objects);

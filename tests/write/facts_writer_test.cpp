@@ -186,6 +186,19 @@ TEST(FactsOfNoFile, TheErrorIsALine) {
     EXPECT_EQ(lines[0]["error"]["id"], "Velmora:pixlore:ifdsweep:badEndianness");
 }
 
+TEST(FactsOfNoFile, ANameThatIsNoUtf8StandsAsBytesToo) {
+    std::string text;
+    ifdsweep::Writer writer({.format = ifdsweep::Format::facts}, text);
+    ifdsweep::Outcome outcome;
+    outcome.file = "a\xFF.tif";
+    outcome.error.emplace("ifdsweep:other", std::vector<qxMessageArgument>{});
+    writer.begin();
+    writer.write(outcome);
+    writer.end();
+    EXPECT_EQ(text.find("{\"file\":\"a\uFFFD.tif\",\"fileBytes\":\"Yf8udGlm\",\"error\":"), 0U)
+        << text;
+}
+
 IFDSWEEP_TIFF_MATRIX(Facts);
 
 }  // namespace

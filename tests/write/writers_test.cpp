@@ -222,7 +222,8 @@ ifdsweep::Outcome failedOutcome() {
 TEST_F(Writers, TypedLineOfAFile) {
     EXPECT_EQ(
         written(ifdsweep::Format::typed, goodOutcome()),
-        R"({"file":"a\udcff.tif","arguments":{"initialOffset":12,"firstIfdIndex":0,)"
+        R"({"file":"a\udcff.tif","fileBytes":"Yf8udGlm",)"
+        R"("arguments":{"initialOffset":12,"firstIfdIndex":0,)"
         R"("maxIfdCount":"Infinity"},"result":{"class":"struct","size":[1,1],)"
         R"("fields":["Format","Width","UnknownTags"],"data":[[)"
         R"({"class":"char","size":[1,3],"data":"tif"},{"class":"double","size":[1,1],"data":[7]},)"
@@ -247,6 +248,8 @@ TEST_F(Writers, NaturalObjectOfAFile) {
     const json files = json::parse(written(ifdsweep::Format::json, goodOutcome()));
     ASSERT_EQ(files.size(), 1U);
     EXPECT_EQ(files[0]["file"], "a\uFFFD.tif");
+    EXPECT_EQ(files[0]["fileBytes"], "Yf8udGlm");
+    EXPECT_EQ(files[0]["initialOffset"], 12);
     EXPECT_EQ(files[0]["records"],
               json::parse(R"([{"Format":"tif","Width":7,)"
                           R"("UnknownTags":[{"ID":50000,"Offset":99,"Value":"x\u001b"}]}])"));
@@ -305,6 +308,40 @@ TEST_F(Writers, NaturalObjectOfAFailure) {
     EXPECT_EQ(files[0]["error"]["id"], "ifdsweep:noExifSegment");
     EXPECT_EQ(files[0]["error"]["arguments"], json::array({20}));
     EXPECT_EQ(files[0]["error"]["text"], ifdsweep::messageText(*failedOutcome().error));
+}
+
+TEST_F(Writers, NaturalObjectsBeginWithTheFile) {
+    struct Row {
+        const char* file;
+        double initialOffset;
+        const char* beginning;
+    };
+    const Row rows[] = {
+        {"a.tif", 0, R"({"file":"a.tif","initialOffset":0,"records":)"},
+        {"a.tif", 4294967304, R"({"file":"a.tif","initialOffset":4294967304,"records":)"},
+        {"a.tif", std::nan(""), R"({"file":"a.tif","initialOffset":null,"records":)"},
+        {"caf\xC3\xA9\n.tif", 0, R"({"file":"café\n.tif","initialOffset":0,"records":)"},
+        {"caf\xE9.tif", 12,
+         "{\"file\":\"caf\uFFFD.tif\",\"fileBytes\":\"Y2Fm6S50aWY=\",\"initialOffset\":12,"
+         "\"records\":"},
+        // U+FFFD itself gives its bytes back; a surrogate in three bytes is no UTF-8.
+        {"\xEF\xBF\xBD", 0, "{\"file\":\"\uFFFD\",\"initialOffset\":0,\"records\":"},
+        {"\xED\xA0\x80", 0,
+         "{\"file\":\"\uFFFD\uFFFD\uFFFD\",\"fileBytes\":\"7aCA\",\"initialOffset\":0,"
+         "\"records\":"},
+    };
+    for (const Row& row : rows) {
+        for (const bool isFailed : {false, true}) {
+            ifdsweep::Outcome outcome = isFailed ? failedOutcome() : goodOutcome();
+            outcome.file = row.file;
+            outcome.initialOffset = row.initialOffset;
+            const std::string beginning = row.beginning;
+            EXPECT_EQ(written(ifdsweep::Format::ndjson, outcome).substr(0, beginning.size()),
+                      beginning);
+            EXPECT_EQ(written(ifdsweep::Format::json, outcome).substr(2, beginning.size()),
+                      beginning);
+        }
+    }
 }
 
 TEST_F(Writers, OneArrayForAllFiles) {
