@@ -75,9 +75,17 @@ void requireNumbers(const std::string& cell, const ifdsweep::Value& value) {
     fuzz::require(!(words >> word), "a cell has no other number");
 }
 
+void requireNoFormula(const std::string& cell, const ifdsweep::WriteOptions& settings) {
+    fuzz::require(settings.rawCells || cell.starts_with('\'') || !fixture::mayBeRun(cell),
+                  "no text is run");
+}
+
 void requireRow(const fixture::Row& row, const fixture::Row& head, const Directory& directory,
-                bool allColumns) {
+                const ifdsweep::WriteOptions& settings) {
+    const bool allColumns = settings.columns.empty();
     fuzz::require(row.size() == head.size(), "every row is as long as the first");
+    requireNoFormula(row[0], settings);
+    requireNoFormula(row[1], settings);
     for (std::size_t column = 2; column < head.size(); ++column) {
         const auto field = directory.records->fieldIndex(head[column]);
         const ifdsweep::Value* value =
@@ -86,6 +94,8 @@ void requireRow(const fixture::Row& row, const fixture::Row& head, const Directo
             fuzz::require(row[column].empty(), "what is not there has no text");
         } else if (value->kind() == ifdsweep::ValueKind::Double) {
             requireNumbers(row[column], *value);
+        } else {
+            requireNoFormula(row[column], settings);
         }
     }
     const std::set<std::string, std::less<>> columns(head.begin() + 2, head.end());
@@ -122,12 +132,17 @@ void checkOutcome(const ifdsweep::Outcome& outcome, const ifdsweep::WriteOptions
     fuzz::require(rows.size() == 1 + directories.size(), "a directory is a row");
     for (std::size_t index = 0; index < directories.size(); ++index) {
         const fixture::Row& row = rows[index + 1];
-        requireRow(row, rows[0], directories[index], settings.columns.empty());
-        fuzz::require(
-            settings.forTerminal || (row[0] == outcome.file && row[1] == directories[index].path),
-            "a row tells its file and the way to its directory");
+        requireRow(row, rows[0], directories[index], settings);
+        const bool isPlain = settings.rawCells && !settings.forTerminal;
+        const auto textOf = [&](const std::string& cell) {
+            return isPlain             ? cell
+                   : settings.rawCells ? fixture::withoutEscapes(cell)
+                                       : fixture::textOfCell(cell);
+        };
+        fuzz::require(textOf(row[0]) == outcome.file && textOf(row[1]) == directories[index].path,
+                      "a row tells its file and the way to its directory");
         for (const std::string& cell : row) {
-            if (settings.forTerminal) {
+            if (!isPlain) {
                 fuzz::requireTerminalSafe(cell);
                 fuzz::require(cell.find('\n') == std::string::npos, "a row is a line");
             }
@@ -156,6 +171,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     ifdsweep::WriteOptions settings;
     settings.forTerminal = (choice & 1U) != 0;
     settings.nestedRows = (choice & 2U) != 0;
+    settings.rawCells = input.below(2) != 0;
     if ((choice & 4U) != 0) {
         settings.columns = {"Width", "Make", "SubIFDs", "Odd \"\xC3\xA9\n", "none"};
     }

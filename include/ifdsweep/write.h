@@ -43,7 +43,8 @@ struct WriteOptions {
     std::size_t shownCharacters = 256;   ///< of a text in text
     std::vector<std::string> columns{};  ///< of CSV; empty: all fields that occur
     bool nestedRows = false;             ///< CSV has a row for each nested directory
-    bool forTerminal = false;            ///< JSON and CSV show hidden characters
+    bool rawCells = false;               ///< CSV has text as it is, formulas and all
+    bool forTerminal = false;            ///< JSON and raw CSV show hidden characters
 };
 
 /// Takes bytes, all of them, or throws.
@@ -78,7 +79,7 @@ private:
     const std::unique_ptr<Parts> parts;
 };
 
-/// A value on one line, as a cell of CSV has it: numbers between spaces, text in UTF-8, bytes in
+/// A value on one line, as a raw cell of CSV has it: numbers between spaces, text in UTF-8, bytes in
 /// base64. Nothing is cut short and nothing escaped.
 /// @param fieldName the field that the value is from: file names and tags' texts differ
 [[nodiscard]] std::string valueText(ValueView value, std::string_view fieldName = {});

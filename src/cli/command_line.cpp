@@ -227,6 +227,7 @@ void addOutputOptions(OptionBinder& bind, OutputChoice& output, std::string& fil
         return true;
     });
     bind.flag("--nested", output.nestedRows, true);
+    bind.flag("--raw-cells", output.rawCells, true);
     bind.value("--shorten", "a number from 1 on or all", [&output](const std::string& text) {
         output.shorten = text == "all" ? 0 : parseByteCount(text);
         return output.shorten && (*output.shorten > 0 || text == "all");
@@ -302,6 +303,9 @@ std::string combinationComplaint(const RunOptions& options) {
     }
     if (output.nestedRows && output.format != Format::csv) {
         return "--nested goes with --format csv";
+    }
+    if (output.rawCells && output.format != Format::csv) {
+        return "--raw-cells goes with --format csv";
     }
     if (output.shorten && output.format != Format::text) {
         return "--shorten goes with --format text";

@@ -65,6 +65,7 @@ constexpr std::array kOptions{
     OptionRow{"--output", "FILE", "write to FILE, which appears when it is whole", kOutput, ValueCompletion::file},
     OptionRow{"--tags", "NAME,...", "only these fields, in this order: names in any case\n(see --list-tags), numbers (270, 0x10e) or\npatterns (gps*), in nested records too; others are\nneither read nor checked", kOutput, ValueCompletion::tag, kNoWords, kRepeatable},
     OptionRow{"--nested", "", "csv: a row for each nested directory too", kOutput, ValueCompletion::none},
+    OptionRow{"--raw-cells", "", "csv: text as it is in files and pipes, not made safe for\nspreadsheets and terminals", kOutput, ValueCompletion::none},
     OptionRow{"--shorten", "N", "text: show N values of an array, 16 N characters of a\ntext, or \"all\" (default: 16)", kOutput, ValueCompletion::words, kAllWord},
     OptionRow{"--compact", "", "json: without line ends", kOutput, ValueCompletion::none},
     OptionRow{"--pretty", "", "json: indented", kOutput, ValueCompletion::none},

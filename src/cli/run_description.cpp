@@ -125,6 +125,7 @@ std::vector<std::string> describeRun(const RunOptions& options) {
                                      layoutPhrase(output.layout),
                                      valuePhrase("--tags", tagText(output)),
                                      flagPhrase("--nested", output.nestedRows),
+                                     flagPhrase("--raw-cells", output.rawCells),
                                      valuePhrase("--shorten", shortenText(output)),
                                      "--warnings " + std::string(wordOf(output.warnings)),
                                      valuePhrase("--ignore", ignoredText(output)),

@@ -1,5 +1,6 @@
 #include "text/terminal_text.h"
 
+#include <cstddef>
 #include <cstdint>
 
 #include "text/hidden_characters.h"
@@ -66,9 +67,30 @@ private:
     Output& destination;
 };
 
+/// Appends the beginning of a text that stands as it is in every form, which nearly always is all
+/// of it; returns its length.
+template <class Unit>
+std::size_t appendPlainBeginning(Output& output, std::basic_string_view<Unit> text) {
+    constexpr std::size_t kPiece = 256;
+    const auto isPlain = [](Unit unit) { return unit >= 0x20 && unit < 0x7F && unit != '\\'; };
+    std::size_t length = 0;
+    std::size_t taken = kPiece;
+    while (taken == kPiece) {
+        const auto piece = text.substr(length, kPiece);
+        char* place = output.reserve(kPiece);
+        for (taken = 0; taken < piece.size() && isPlain(piece[taken]); ++taken) {
+            *place++ = static_cast<char>(piece[taken]);
+        }
+        output.commit(place);
+        length += taken;
+    }
+    return length;
+}
+
 }  // namespace
 
 void appendTerminalText(Output& output, std::string_view bytes) {
+    bytes.remove_prefix(appendPlainBeginning(output, bytes));
     decodeUtf8Text(bytes, TerminalSink(output));
 }
 
@@ -77,7 +99,8 @@ void appendTerminalText(Output& output, std::u16string_view units, TextOrigin or
     // The form is that of the whole text: a part of it may look like something else.
     const TextForm form = textForm(units, origin);
     const std::u16string_view shown = naturalPrefix(units, form, limit);
-    decodeNaturalText(shown, form, TerminalSink(output));
+    decodeNaturalText(shown.substr(appendPlainBeginning(output, shown)), form,
+                      TerminalSink(output));
     if (shown.size() < units.size()) {
         output.append(" ... (");
         output.commit(

@@ -5,27 +5,12 @@
 #include <map>
 
 #include "read/directory_path.h"
-#include "text/terminal_text.h"
 #include "write/csv_rows.h"
-#include "write/text_value.h"
 
 namespace ifdsweep {
 namespace {
 
 constexpr std::string_view kLineEnd = "\r\n";
-
-/// Appends a cell, between quotes when it holds what would end it.
-void appendQuoted(std::string& line, std::string_view cell) {
-    if (cell.find_first_of(",\"\r\n") == std::string_view::npos) {
-        line.append(cell);
-        return;
-    }
-    line.push_back('"');
-    for (const char character : cell) {
-        line.append(character == '"' ? 2 : 1, character);
-    }
-    line.push_back('"');
-}
 
 bool hasCell(const Value& value) {
     return !isNested(value);
@@ -42,9 +27,14 @@ std::string csvHeader(const std::vector<std::string>& columns) {
     return line.append(kLineEnd);
 }
 
+CellText CsvWriter::cellTextOf(const WriteOptions& options) {
+    return !options.rawCells     ? CellText::safe
+           : options.forTerminal ? CellText::escaped
+                                 : CellText::asItIs;
+}
+
 void CsvWriter::writeFile(const Outcome& outcome) {
-    fileCell.clear();
-    appendQuoted(fileCell, shownText(outcome.file));
+    fileCell = cell.ofText(outcome.file);
     writeRecords(*outcome.result, "");
 }
 
@@ -54,8 +44,7 @@ void CsvWriter::writeRecords(const Value& records, const std::string& path) {
     }
     for (std::size_t element = 0; element < records.elementCount(); ++element) {
         const std::string directory = childPath(path, std::to_string(element));
-        directoryCell.clear();
-        appendQuoted(directoryCell, shownText(directory));
+        directoryCell = cell.ofText(directory);
         if (columns.empty()) {
             writeNamedRow(records, element);
         } else {
@@ -84,7 +73,7 @@ void CsvWriter::writeColumns(const Value& records, std::size_t element) {
         const auto field = records.fieldIndex(column);
         const Value* value = field ? records.field(element, *field) : nullptr;
         if (value != nullptr && hasCell(*value)) {
-            output.append(cellOf(column, value));
+            output.append(cell.ofValue(column, *value));
         }
     }
 }
@@ -96,33 +85,13 @@ void CsvWriter::writeNamedRow(const Value& records, std::size_t element) {
     forEachField(records, element, [&](std::string_view name, const Value& value) {
         if (hasCell(value)) {
             packed::putText(row, name);
-            packed::putText(row, cellOf(name, &value));
+            packed::putText(row, cell.ofValue(name, value));
         }
     });
     std::string length;
     packed::putNumber(length, row.size());
     output.append(length);
     output.append(row);
-}
-
-std::string_view CsvWriter::cellOf(std::string_view name, const Value* value) {
-    renderedText.text.clear();
-    appendPlainValue(rendered, value, fieldTextOrigin(name));
-    rendered.flush();
-    cell.clear();
-    appendQuoted(cell, shownText(renderedText.text));
-    return cell;
-}
-
-std::string_view CsvWriter::shownText(std::string_view text) {
-    if (!toTerminal) {
-        return text;
-    }
-    const std::string plain(text);  // it may be what is rendered
-    renderedText.text.clear();
-    appendTerminalText(rendered, plain);
-    rendered.flush();
-    return renderedText.text;
 }
 
 void assembleCsv(int rows, Output& output) {

@@ -8,10 +8,6 @@
 // occur, which nobody knows before the last file: the writer then writes each row with the names
 // of its fields, and `assembleCsv` makes the table of them in two passes.
 //
-// A cell holds the numbers of a value between spaces, the rows of a matrix between "; ", text as
-// it is in UTF-8, the texts of a list between ", ", bytes in base64. Records have no cell. On a
-// terminal, cells are terminal text; files and pipes get them as they are.
-//
 // Ownership: borrows its output. Threads: one at a time.
 
 #include <string>
@@ -19,6 +15,7 @@
 #include <vector>
 
 #include "values/value.h"
+#include "write/csv_cell.h"
 #include "write/result_writer.h"
 
 namespace ifdsweep {
@@ -31,9 +28,8 @@ public:
     CsvWriter(Output& destination, const WriteOptions& options)
         : ResultWriter(destination),
           nestedRows(options.nestedRows),
-          toTerminal(options.forTerminal),
           columns(options.columns),
-          rendered(renderedText) {}
+          cell(cellTextOf(options)) {}
 
     [[nodiscard]] bool shows(const Outcome& outcome) const override {
         return outcome.result != nullptr;
@@ -46,20 +42,13 @@ private:
     void writeColumns(const Value& records, std::size_t element);
     void writeNamedRow(const Value& records, std::size_t element);
 
-    /// The text of a cell as it is shown; valid until the next call.
-    [[nodiscard]] std::string_view shownText(std::string_view text);
-
-    /// The cell of a value, as it is shown; valid until the next call.
-    [[nodiscard]] std::string_view cellOf(std::string_view name, const Value* value);
+    [[nodiscard]] static CellText cellTextOf(const WriteOptions& options);
 
     bool nestedRows;
-    bool toTerminal;
     std::vector<std::string> columns;
     std::string fileCell;
     std::string directoryCell;
-    std::string cell;
-    StringSink renderedText;
-    Output rendered;
+    CsvCell cell;
 };
 
 /// Makes the table of rows with names.

@@ -22,6 +22,7 @@ struct OutputChoice {
     std::vector<ChosenField> fields;       ///< in the order asked for; empty: all
     std::optional<std::uint64_t> shorten;  ///< elements of an array; 0: all
     bool nestedRows = false;
+    bool rawCells = false;
     WarningDetail warnings = WarningDetail::each;
     std::vector<std::string> ignored;  ///< full message ids
 

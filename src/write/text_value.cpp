@@ -111,7 +111,7 @@ private:
 
 }  // namespace
 
-void appendPlainValue(Output& output, const Value* value, TextOrigin origin) {
+void appendPlainValue(Output& output, const Value* value, TextOrigin origin, PlainText plainText) {
     if (value == nullptr || value->elementCount() == 0) {
         return;
     }
@@ -124,11 +124,16 @@ void appendPlainValue(Output& output, const Value* value, TextOrigin origin) {
             appendBase64(output, value->bytes());
             break;
         case ValueKind::Char:
-            decodeNaturalText(value->text(), textForm(value->text(), origin), PlainSink(output));
+            if (plainText == PlainText::escaped) {
+                appendTerminalText(output, value->text(), origin, kAll);
+            } else {
+                decodeNaturalText(value->text(), textForm(value->text(), origin),
+                                  PlainSink(output));
+            }
             break;
         case ValueKind::Cell:
             appendElements(output, *value, ", ", "cells", {kAll, kAll}, [&](std::size_t index) {
-                appendPlainValue(output, value->cell(index), origin);
+                appendPlainValue(output, value->cell(index), origin, plainText);
             });
             break;
         case ValueKind::Struct:

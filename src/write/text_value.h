@@ -4,6 +4,7 @@
 // thread.
 
 #include <cstddef>
+#include <cstdint>
 
 #include "io/output.h"
 #include "text/natural_text.h"
@@ -24,8 +25,15 @@ struct TextLimits {
 void appendTextValue(Output& output, const Value* value, TextOrigin origin,
                      const TextLimits& limits);
 
-/// Appends a whole value for a table: as above, but nothing is cut short, text stands as it is in
-/// UTF-8, bytes in base64, and what is empty is nothing at all.
-void appendPlainValue(Output& output, const Value* value, TextOrigin origin);
+/// How the text in a plain value stands.
+enum class PlainText : std::uint8_t {
+    asItIs,   ///< in UTF-8
+    escaped,  ///< as terminal text
+};
+
+/// Appends a whole value for a table: as above, but nothing is cut short, bytes are in base64, and
+/// what is empty is nothing at all.
+void appendPlainValue(Output& output, const Value* value, TextOrigin origin,
+                      PlainText plainText = PlainText::asItIs);
 
 }  // namespace ifdsweep

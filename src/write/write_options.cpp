@@ -13,6 +13,7 @@ WriteOptions writeOptions(const OutputChoice& choice, Colour colour) {
     options.layout = choice.layout;
     options.colour = colour;
     options.nestedRows = choice.nestedRows;
+    options.rawCells = choice.rawCells;
     options.forTerminal = choice.toTerminal;
     for (const ChosenField& field : choice.fields) {
         options.columns.push_back(field.name);

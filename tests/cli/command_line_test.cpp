@@ -190,6 +190,7 @@ TEST(CommandLines, WrongUsageIsToldWithTheOption) {
         {{"--pretty", "--format", "ndjson", "f"}, "--compact and --pretty go with --format json"},
         {{"--nested", "f"}, "--nested goes with --format csv"},
         {{"--nested", "--format", "json", "f"}, "--nested goes with --format csv"},
+        {{"--raw-cells", "f"}, "--raw-cells goes with --format csv"},
         {{"--shorten", "3", "--format", "json", "f"}, "--shorten goes with --format text"},
         {{"--resume", "j", "--format", "csv", "f"}, "needs --tags"},
         {{"--reading", "whole", "f"}, "full or contract, got whole"},
@@ -240,7 +241,8 @@ TEST(CommandLines, Output) {
     const ifdsweep::OutputChoice none = parse({"f"}).options.output;
     EXPECT_EQ(none.layout, ifdsweep::JsonLayout::filePerLine);
     EXPECT_EQ(none.warnings, ifdsweep::WarningDetail::each);
-    EXPECT_FALSE(none.shorten.has_value() || none.nestedRows);
+    EXPECT_FALSE(none.shorten.has_value() || none.nestedRows || none.rawCells);
+    EXPECT_TRUE(parse({"--raw-cells", "--format", "csv", "f"}).options.output.rawCells);
     EXPECT_TRUE(none.fields.empty() && none.ignored.empty());
     const auto line = parse({"--format", "csv", "--nested", "--output", "o", "--tags", "Make,50000",
                              "--tags", "Model,Make,50000", "--warnings", "count", "--ignore",

@@ -42,6 +42,7 @@ const std::vector<Way> kWays{
     {{"--format", "typed"}, {.format = Format::typed}},
     {{"--format", "csv"}, {.format = Format::csv}},
     {{"--format", "csv", "--nested"}, {.format = Format::csv, .nestedRows = true}},
+    {{"--format", "csv", "--raw-cells"}, {.format = Format::csv, .rawCells = true}},
     {{"--format", "csv", "--tags", "Width,Height"},
      {.format = Format::csv, .columns = {"Width", "Height"}}},
 };

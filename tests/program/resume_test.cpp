@@ -250,6 +250,8 @@ TEST_F(ResumedRuns, AnotherRunIsRefused) {
          "--first 0, now --first 1"},
         {{"--format", "csv", "--tags", "Width", "--max", "1", "--nested"},
          "no --nested, now --nested"},
+        {{"--format", "csv", "--tags", "Width", "--max", "1", "--raw-cells"},
+         "no --raw-cells, now --raw-cells"},
         {{"--format", "csv", "--tags", "Width", "--max", "1", "--offset", "8"},
          "no --offset, now --offset 8"},
         {{"--format", "csv", "--tags", "Width", "--max", "1", "--read-budget", "unlimited"},

@@ -17,6 +17,7 @@
 #include "files/file_names.h"
 #include "program/program_files.h"
 #include "program/program_run.h"
+#include "support/csv_reader.h"
 #include "support/hidden_characters.h"
 #include "support/tiff_builder.h"
 
@@ -168,10 +169,13 @@ TEST_P(TerminalSafety, EveryFormatIsSafeOnATerminal) {
     const std::string second = fileWith(text, "2" + text);
     for (const std::vector<std::string>& files : {std::vector{first}, std::vector{first, second}}) {
         for (const char* format : {"text", "json", "ndjson", "typed", "csv"}) {
-            for (const char* tags : {"", "Artist,60000"}) {
+            for (const char* more : {"", "--tags=Artist,60000", "--raw-cells"}) {
+                if (more == std::string("--raw-cells") && format != std::string("csv")) {
+                    continue;
+                }
                 std::vector<std::string> arguments{"--no-progress", "--format", format};
-                if (*tags != '\0') {
-                    arguments.insert(arguments.end(), {"--tags", tags});
+                if (*more != '\0') {
+                    arguments.emplace_back(more);
                 }
                 arguments.insert(arguments.end(), files.begin(), files.end());
                 std::string shown = shownOnTerminal(arguments);
@@ -182,7 +186,7 @@ TEST_P(TerminalSafety, EveryFormatIsSafeOnATerminal) {
                         shown.erase(at, 1);
                     }
                 }
-                SCOPED_TRACE(std::string(format) + ' ' + tags);
+                SCOPED_TRACE(std::string(format) + ' ' + more);
                 EXPECT_NE(shown, "");
                 expectNoControls(shown);
             }
@@ -190,10 +194,28 @@ TEST_P(TerminalSafety, EveryFormatIsSafeOnATerminal) {
     }
 }
 
-TEST_P(TerminalSafety, ATableInAFileHoldsTheTextItself) {
-    const std::string file = fileWith(GetParam().text, "tag.tif");
-    const Ending program = run({"--format", "csv", "--tags", "Artist", file});
-    EXPECT_NE(program.out.find(GetParam().text), std::string::npos) << program.out;
+TEST_P(TerminalSafety, ATableInAFileHoldsTheTextItselfOnDemandAlone) {
+    const std::string text(GetParam().text);
+    const std::string file = fileWith(text, "tag" + text + ".tif");
+    for (const std::vector<std::string>& files : {std::vector{file}, std::vector{file, file}}) {
+        for (const char* columns : {"--tags=Artist", "--first=0"}) {
+            std::vector<std::string> arguments{"--no-progress", "--format", "csv", columns};
+            arguments.insert(arguments.end(), files.begin(), files.end());
+            const Ending safe = run(arguments);
+            EXPECT_NE(safe.out.find(GetParam().shown), std::string::npos) << safe.out;
+            for (const auto& row : rowsOf(safe.out)) {
+                for (const std::string& cell : row) {
+                    expectNoControls(cell);
+                    EXPECT_EQ(cell.find('\n'), std::string::npos);
+                }
+            }
+            arguments.emplace_back("--raw-cells");
+            const Ending raw = run(arguments);
+            EXPECT_NE(raw.out.find(text), std::string::npos) << raw.out;
+            EXPECT_NE(raw.out.find("tag" + text + ".tif"), std::string::npos) << raw.out;
+            EXPECT_EQ(raw.out.find("\\\\"), std::string::npos) << raw.out;
+        }
+    }
 }
 
 class TerminalSafetyOfBytes : public Shown {};

@@ -36,6 +36,7 @@ ifdsweep::WorkerSetup usualSetup() {
     output.fields = {{"Make", {}}, {"50000", 50000}};
     output.shorten = 0;
     output.nestedRows = true;
+    output.rawCells = true;
     output.warnings = ifdsweep::WarningDetail::count;
     output.ignored = {"Velmora:a", "Velmora:b"};
     return setup;
@@ -77,6 +78,7 @@ TEST(WorkerMessages, ASetupComesBack) {
     EXPECT_EQ(output.fields[1].unknownId, 50000);
     EXPECT_EQ(output.shorten, 0U);
     EXPECT_TRUE(output.nestedRows);
+    EXPECT_TRUE(output.rawCells);
     EXPECT_EQ(output.warnings, ifdsweep::WarningDetail::count);
     EXPECT_EQ(output.ignored, sent.task.output.ignored);
     EXPECT_EQ(ifdsweep::packSetup(*back), ifdsweep::packSetup(sent));

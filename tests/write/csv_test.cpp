@@ -76,34 +76,102 @@ protected:
     ifdsweep::Host::Scope scope{host};
 };
 
-TEST_F(Csv, CellsAreQuotedWhereTheyMustBe) {
-    const std::pair<std::u16string, std::string> rows[] = {
-        {u"plain", "plain"},
-        {u"", ""},
-        {u" a b ", " a b "},
-        {u"a,b", "\"a,b\""},
-        {u"say \"b\"", "\"say \"\"b\"\"\""},
-        {u"\"", "\"\"\"\""},
-        {u"two\nlines", "\"two\nlines\""},
-        {u"a\rb", "\"a\rb\""},
-        {u"a\r\n,\"b", "\"a\r\n,\"\"b\""},
-        {u"a;b\tc'd", "a;b\tc'd"},
-        {u"caf\xE9", "café"},
-    };
-    for (const auto& [text, cell] : rows) {
+struct CellRow {
+    std::u16string text;
+    std::string safe;  ///< also what follows from it
+    std::string raw;
+};
+
+const CellRow kCellRows[] = {
+    {u"plain", "plain", "plain"},
+    {u"", "", ""},
+    {u" a b ", " a b ", " a b "},
+    {u"a,b", "\"a,b\"", "\"a,b\""},
+    {u"say \"b\"", "\"say \"\"b\"\"\"", "\"say \"\"b\"\"\""},
+    {u"\"", "\"\"\"\"", "\"\"\"\""},
+    {u"caf\xE9", "café", "café"},
+    // On one line.
+    {u"two\nlines", "two\\nlines", "\"two\nlines\""},
+    {u"a\rb", "a\\rb", "\"a\rb\""},
+    {u"a\r\n,\"b", "\"a\\r\\n,\"\"b\"", "\"a\r\n,\"\"b\""},
+    {u"a;b\tc'd", "a;b\\tc'd", "a;b\tc'd"},
+    {u"x\x1b[31m", "x\\x1b[31m", "x\x1b[31m"},
+    {u"a\u202Eb", "a\\u202eb", "a\u202Eb"},
+    {u"C:\\new", "C:\\\\new", "C:\\new"},
+    // What a spreadsheet would run.
+    {u"=cmd|' /C calc'!A0", "'=cmd|' /C calc'!A0", "=cmd|' /C calc'!A0"},
+    {u"=1,\"2\"", "\"'=1,\"\"2\"\"\"", "\"=1,\"\"2\"\"\""},
+    {u"-1", "'-1", "-1"},
+    {u"\t=1", "\\t=1", "\t=1"},
+    {u"\r=1", "\\r=1", "\"\r=1\""},
+    {u" +1", "' +1", " +1"},
+    {u"'@a", "''@a", "'@a"},
+    {u"\uFF1D1", "'\uFF1D1", "\uFF1D1"},
+    {u"a;=1", "a\\x3b=1", "a;=1"},
+};
+
+TEST_F(Csv, CellsAreSafeUnlessTheyAreRaw) {
+    for (const CellRow& row : kCellRows) {
         ifdsweep::Outcome outcome;
         outcome.file = "a.tif";
         outcome.result = rendering::records(1, {"Artist"});
-        setField(outcome.result, 0, "Artist", rendering::text(text));
-        EXPECT_EQ(table(std::move(outcome), false, {"Artist"}),
-                  "File,Directory,Artist\r\na.tif,0," + cell + "\r\n");
+        setField(outcome.result, 0, "Artist", rendering::text(row.text));
+        ifdsweep::WriteOptions settings;
+        settings.columns = {"Artist"};
+        const auto cellOf = [&] {
+            const std::string table =
+                rendering::written(ifdsweep::Format::csv, std::span(&outcome, 1), settings);
+            const std::string_view head = "File,Directory,Artist\r\na.tif,0,";
+            EXPECT_EQ(table.substr(0, head.size()), head);
+            EXPECT_TRUE(table.ends_with("\r\n"));
+            return table.substr(head.size(), table.size() - head.size() - 2);
+        };
+        EXPECT_EQ(cellOf(), row.safe);
+        settings.forTerminal = true;
+        EXPECT_EQ(cellOf(), row.safe);
+        settings.forTerminal = false;
+        settings.rawCells = true;
+        EXPECT_EQ(cellOf(), row.raw);
+        const std::string rawText = rowsOf("\"\"," + row.raw + "\r\n")[0][1];
+        EXPECT_EQ(fixture::textOfCell(rowsOf("\"\"," + row.safe + "\r\n")[0][1]), rawText);
+    }
+}
+
+TEST_F(Csv, NumbersAreNoFormulas) {
+    ifdsweep::Outcome outcome;
+    outcome.file = "-a.tif";
+    outcome.result = rendering::records(1, {"One", "Row", "Matrix", "Infinite", "Bytes", "Texts"});
+    setField(outcome.result, 0, "One", number(-1));
+    setField(outcome.result, 0, "Row", rendering::numbers(1, 2, {-1.5, 2e-30}));
+    setField(outcome.result, 0, "Matrix", rendering::numbers(2, 1, {-1, -2}));
+    setField(outcome.result, 0, "Infinite", number(-HUGE_VAL));
+    setField(outcome.result, 0, "Bytes", rendering::bytes({0xF8, 0, 0}));  // "+" in base64
+    setField(outcome.result, 0, "Texts",
+             rendering::cells(rendering::text(u"-"), rendering::text(u"-")));
+    EXPECT_EQ(rowsOf(table(std::move(outcome), false,
+                           {"One", "Row", "Matrix", "Infinite", "Bytes", "Texts"}))[1],
+              (Row{"'-a.tif", "0", "-1", "-1.5 2e-30", "-1; -2", "-Infinity", "'+AAA", "'-, -"}));
+}
+
+TEST_F(Csv, NamesOfFilesComeBack) {
+    for (const std::string name :
+         {"caf\xE9\xFF.tif", "a\n\x1b.tif", "back\\slash.tif", "=cmd.tif", "'=.tif", "a;-b"}) {
+        for (const std::vector<std::string>& columns : {std::vector<std::string>{}, {"Width"}}) {
+            ifdsweep::Outcome outcome;
+            outcome.file = name;
+            outcome.result = rendering::records(1, {"Width"});
+            setField(outcome.result, 0, "Width", number(7));
+            const std::string cell = rowsOf(table(std::move(outcome), false, columns))[1][0];
+            EXPECT_EQ(fixture::textOfCell(cell), name);
+            EXPECT_FALSE(!cell.starts_with('\'') && fixture::mayBeRun(cell)) << cell;
+        }
     }
 }
 
 TEST_F(Csv, FileNamesAndColumnsAreQuotedToo) {
     EXPECT_EQ(ifdsweep::csvHeader({"a", "b,c", "d\"e"}), "File,Directory,a,\"b,c\",\"d\"\"e\"\r\n");
     ifdsweep::Outcome outcome;
-    outcome.file = "a,\"b\"\n.tif";
+    outcome.file = "a,\"b\".tif";
     outcome.result = rendering::records(1, {"Width"});
     setField(outcome.result, 0, "Width", number(7));
     for (const std::vector<std::string>& columns : {std::vector<std::string>{}, {"Width"}}) {
@@ -116,23 +184,24 @@ TEST_F(Csv, FileNamesAndColumnsAreQuotedToo) {
     }
 }
 
-TEST_F(Csv, OnATerminalCellsShowWhatTheyHold) {
+TEST_F(Csv, OnATerminalRawCellsShowWhatTheyHold) {
     ifdsweep::WriteOptions settings;
     settings.columns = {"Artist", "Bytes"};
     settings.forTerminal = true;
+    settings.rawCells = true;
     ifdsweep::Outcome outcome;
     outcome.file = "a\x1b[2J\n\xFF.tif";
     outcome.result = rendering::records(1, {"Artist", "Bytes"});
     setField(outcome.result, 0, "Artist",
-             rendering::cells(rendering::text(u"one\r\ntwo, \"x\" \\"), rendering::text(u"\x9D")));
+             rendering::cells(rendering::text(u"=one\r\ntwo, \"x\" \\"), rendering::text(u"\x9D")));
     setField(outcome.result, 0, "Bytes", rendering::bytes({0, 9, 255}));
     const std::string shown =
         rendering::written(ifdsweep::Format::csv, std::span(&outcome, 1), settings);
     EXPECT_EQ(shown,
               "File,Directory,Artist,Bytes\r\n"
-              R"(a\x1b[2J\n\xff.tif,0,"one\r\ntwo, ""x"" \\, \u009d",AAn/)"
+              R"(a\x1b[2J\n\xff.tif,0,"=one\r\ntwo, ""x"" \\, \u009d",AAn/)"
               "\r\n");
-    EXPECT_EQ(rowsOf(shown)[1][2], R"(one\r\ntwo, "x" \\, \u009d)");
+    EXPECT_EQ(rowsOf(shown)[1][2], R"(=one\r\ntwo, "x" \\, \u009d)");
 }
 
 TEST_F(Csv, ValuesInCells) {
