@@ -1,20 +1,19 @@
 #include "cli/command_line.h"
 
 #include <algorithm>
-#include <cctype>
-#include <charconv>
-#include <cstdlib>
 #include <iterator>
 #include <span>
 #include <string_view>
-#include <system_error>
 #include <utility>
 
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
 
+#include "cli/argument_check.h"
+#include "cli/command_help.h"
 #include "cli/option_table.h"
+#include "cli/quantities.h"
 #include "ifdsweep/unlimited.h"
 #include "read/messages.h"
 #include "read/tag_choice.h"
@@ -22,25 +21,13 @@
 namespace ifdsweep {
 namespace {
 
-/// Reads a whole text as a number: decimal or hexadecimal, with or without a fraction, "inf" and
-/// "nan" too. A number beyond the range of a double is an infinity.
-std::optional<double> parseNumber(const std::string& text) {
-    if (text.empty() || std::isspace(static_cast<unsigned char>(text.front())) != 0) {
-        return std::nullopt;
-    }
-    char* end = nullptr;
-    const double number = std::strtod(text.c_str(), &end);
-    return end == text.c_str() + text.size() ? std::optional(number) : std::nullopt;
-}
-
-std::optional<std::uint64_t> parseByteCount(std::string_view text) {
-    std::uint64_t count = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), count);
-    return error == std::errc() && end == text.data() + text.size() ? std::optional(count)
-                                                                    : std::nullopt;
-}
-
 constexpr std::string_view kHelpOption = "--help";
+
+/// The names of an option as the parser takes them.
+std::string namesOf(const OptionRow& row) {
+    std::string names(row.shortName);
+    return names.append(names.empty() ? "" : ",").append(row.name);
+}
 
 /// "each, count or none" of the words of an option.
 std::string listOf(std::span<const OptionWord> words) {
@@ -78,6 +65,9 @@ public:
         showsAll = mentions(help.shortName) || mentions(help.name);
     }
 
+    /// Whether the help may be asked for.
+    [[nodiscard]] bool mayShowHelp() const { return showsAll; }
+
     /// An option whose value is stored by `store`, which says whether it took the text.
     template <class Store>
     void value(const std::string& name, const std::string& expected, Store store) {
@@ -86,10 +76,12 @@ public:
         }
         const OptionRow& row = optionRow(name);
         CLI::Option* option = command.add_option_function<std::string>(
-            name,
-            [name, expected, store](const std::string& text) {
+            namesOf(row),
+            [&row, expected, store](const std::string& text) {
                 if (!store(text)) {
-                    throw CLI::ValidationError(name, "expected " + expected + ", got " + text);
+                    throw CLI::ValidationError(
+                        std::string(row.name),
+                        "expected " + expected + ", got " + text + nearestWords(text, row.words));
                 }
             },
             helpText(row));
@@ -110,7 +102,7 @@ public:
     void limit(const std::string& name, std::optional<std::uint64_t>& target) {
         if (isNeeded(name)) {
             const std::string_view none = optionRow(name).words.front().word;
-            value(name, "a number of bytes or " + std::string(none),
+            value(name, std::string(kByteCountForm) + " or " + std::string(none),
                   [&target, none](const std::string& text) {
                       target = text == none ? kUnlimited : parseByteCount(text);
                       return target.has_value();
@@ -140,8 +132,8 @@ public:
             return;
         }
         const OptionRow& row = optionRow(name);
-        CLI::Option* option = command.add_flag_callback(name, act, helpText(row));
-        option->group(std::string(row.group));
+        CLI::Option* option = command.add_flag_callback(namesOf(row), act, helpText(row));
+        option->trigger_on_parse()->group(std::string(row.group));
     }
 
     template <class Target>
@@ -155,7 +147,17 @@ private:
             return argument.starts_with(name);
         });
     }
-    [[nodiscard]] bool isNeeded(std::string_view name) const { return showsAll || mentions(name); }
+    /// Short options may stand together behind one dash.
+    [[nodiscard]] bool mentionsShort(std::string_view shortName) const {
+        return !shortName.empty() &&
+               std::any_of(dashed.begin(), dashed.end(), [shortName](std::string_view argument) {
+                   return !argument.starts_with("--") &&
+                          argument.find(shortName[1]) != std::string_view::npos;
+               });
+    }
+    [[nodiscard]] bool isNeeded(std::string_view name) const {
+        return showsAll || mentions(name) || mentionsShort(optionRow(name).shortName);
+    }
 
     CLI::App& command;
     std::vector<std::string_view> dashed;  ///< the arguments that may be options
@@ -173,19 +175,13 @@ auto storeNumber(Target& target) {
     };
 }
 
-auto storeCount(std::optional<std::uint64_t>& target, std::uint64_t least) {
-    return [&target, least](const std::string& text) {
-        target = parseByteCount(text);
-        return target && *target >= least;
-    };
-}
-
 template <class Value>
 std::string_view wordAt(std::string_view option, Value value) {
     return optionRow(option).words[static_cast<std::size_t>(value)].word;
 }
 
 void addInputOptions(OptionBinder& bind, InputChoice& input) {
+    bind.flag("--recursive", input.recursive, true);
     bind.flag("--no-recursive", input.recursive, false);
     bind.texts("--include", input.included);
     bind.texts("--exclude", input.excluded);
@@ -205,12 +201,13 @@ void addReadOptions(OptionBinder& bind, ReadOptions& read) {
     bind.limit("--value-budget", read.valueBudget);
 }
 
-/// @param file      the name of the output
 /// @param complaint what is wrong with options that are each right
-void addOutputOptions(OptionBinder& bind, OutputChoice& output, std::string& file,
+void addOutputOptions(OptionBinder& bind, OutputChoice& output, RunChoice& run,
                       std::string& complaint) {
     bind.word("--format", output.format);
-    bind.text("--output", file);
+    bind.flag("--json", output.format, Format::json);
+    bind.flag("--csv", output.format, Format::csv);
+    bind.text("--output", run.outputFile);
     bind.value("--tags", "names", [&output](const std::string& text) {
         TagChoice choice = chooseTags(text);
         if (!choice.complaint.empty()) {
@@ -229,7 +226,7 @@ void addOutputOptions(OptionBinder& bind, OutputChoice& output, std::string& fil
     bind.flag("--nested", output.nestedRows, true);
     bind.flag("--raw-cells", output.rawCells, true);
     bind.value("--shorten", "a number from 1 on or all", [&output](const std::string& text) {
-        output.shorten = text == "all" ? 0 : parseByteCount(text);
+        output.shorten = text == "all" ? 0 : parseCount(text);
         return output.shorten && (*output.shorten > 0 || text == "all");
     });
     const auto lay = [&output, &complaint](JsonLayout layout) {
@@ -240,6 +237,7 @@ void addOutputOptions(OptionBinder& bind, OutputChoice& output, std::string& fil
     };
     bind.flag("--compact", [lay] { lay(JsonLayout::compact); });
     bind.flag("--pretty", [lay] { lay(JsonLayout::pretty); });
+    bind.word("--color", run.colour);
 }
 
 void addMessageOptions(OptionBinder& bind, RunOptions& options) {
@@ -258,16 +256,21 @@ void addMessageOptions(OptionBinder& bind, RunOptions& options) {
 
 void addRunOptions(OptionBinder& bind, WorkerChoice& workers, RunChoice& run) {
     bind.value("--jobs", "a number from 1 to 1024", [&workers](const std::string& text) {
-        workers.jobs = parseByteCount(text);
+        workers.jobs = parseCount(text);
         return workers.jobs && *workers.jobs >= 1 && *workers.jobs <= 1024;
     });
-    bind.value("--timeout", "a number of seconds above 0", [&workers](const std::string& text) {
-        workers.timeout = parseNumber(text);
+    bind.value("--timeout", std::string(kSecondsForm), [&workers](const std::string& text) {
+        workers.timeout = parseSeconds(text);
         return workers.timeout && *workers.timeout > 0;
     });
-    bind.value("--memory", "a number of bytes from 1 on", storeCount(workers.memory, 1));
+    bind.value("--memory", std::string(kByteCountForm) + " above 0",
+               [&workers](const std::string& text) {
+                   workers.memory = parseByteCount(text);
+                   return workers.memory && *workers.memory > 0;
+               });
     bind.text("--resume", run.journal);
     bind.flag("--no-progress", run.progress, false);
+    bind.flag("--quiet", [&run] { run.progress = run.summary = false; });
 }
 
 void addHelpOptions(OptionBinder& bind, std::optional<std::string>& text) {
@@ -338,15 +341,30 @@ bool looksLikeList(std::string_view argument) {
     return start != std::string_view::npos && argument[start] == '[' && argument.ends_with(']');
 }
 
-/// The command line without the program's name, in the reversed order that the parser takes, each
-/// list-like argument shielded by a line feed.
-std::vector<std::string> shield(int argumentCount, const char* const* arguments) {
-    std::vector<std::string> shielded;
-    for (int index = argumentCount - 1; index > 0; --index) {
-        const std::string argument = arguments[index];
-        shielded.push_back(looksLikeList(argument) ? '\n' + argument : argument);
+/// The arguments without the program's name. The other spelling of an option is taken for it.
+std::vector<std::string> argumentsOf(int argumentCount, const char* const* arguments) {
+    constexpr std::string_view kColour = "--colour";
+    constexpr std::string_view kColor = "--color";
+    std::vector<std::string> words(arguments + std::min(argumentCount, 1),
+                                   arguments + argumentCount);
+    for (auto word = words.begin(); word != words.end() && *word != "--"; ++word) {
+        if (*word == kColour || word->starts_with(std::string(kColour) + '=')) {
+            word->replace(0, kColour.size(), kColor);
+        }
     }
-    return shielded;
+    return words;
+}
+
+/// Arguments in the reversed order that the parser takes, each list-like one shielded by a line
+/// feed.
+std::vector<std::string> shield(std::vector<std::string> arguments) {
+    std::reverse(arguments.begin(), arguments.end());
+    for (std::string& argument : arguments) {
+        if (looksLikeList(argument)) {
+            argument.insert(0, 1, '\n');
+        }
+    }
+    return arguments;
 }
 
 void unshield(std::vector<std::string>& files) {
@@ -371,7 +389,8 @@ std::string_view wordOf(ReadingMode reading) {
     return wordAt("--reading", reading);
 }
 
-CommandLine parseCommandLine(int argumentCount, const char* const* arguments) {
+CommandLine parseCommandLine(int argumentCount, const char* const* arguments,
+                             std::size_t helpColumns) {
     CommandLine result;
     const auto print = [&result](std::string text) {
         result.action = CommandLine::Action::print;
@@ -385,23 +404,27 @@ CommandLine parseCommandLine(int argumentCount, const char* const* arguments) {
     std::string complaint;
     CLI::App command(std::string(kDescription), "ifdsweep");
     command.set_help_flag();
-    std::vector<std::string> commandWords = shield(argumentCount, arguments);
-    OptionBinder bind(command, commandWords);
+    const std::vector<std::string> words = argumentsOf(argumentCount, arguments);
+    OptionBinder bind(command, words);
+    if (!bind.mayShowHelp()) {
+        if (std::string wrong = argumentComplaint(words); !wrong.empty()) {
+            complain(std::move(wrong));
+            return result;
+        }
+    }
     addInputOptions(bind, result.options.input);
     addReadOptions(bind, result.options.read);
-    addOutputOptions(bind, result.options.output, result.options.run.outputFile, complaint);
+    addOutputOptions(bind, result.options.output, result.options.run, complaint);
     addMessageOptions(bind, result.options);
     addRunOptions(bind, result.options.workers, result.options.run);
     addHelpOptions(bind, information);
     const OptionRow& help = optionRow(kHelpOption);
-    command
-        .set_help_flag(std::string(help.shortName) + ',' + std::string(help.name), helpText(help))
-        ->group(std::string(help.group));
+    command.set_help_flag(namesOf(help), helpText(help))->group(std::string(help.group));
     command.add_option("PATH", result.options.input.paths, "files and folders to read")
         ->type_name("")
         ->option_text("...");
     try {
-        command.parse(std::move(commandWords));
+        command.parse(shield(words));
         unshield(result.options.input.paths);
         if (complaint.empty()) {
             complaint = combinationComplaint(result.options);
@@ -415,9 +438,7 @@ CommandLine parseCommandLine(int argumentCount, const char* const* arguments) {
             complain(std::move(complaint));
         }
     } catch (const CLI::CallForHelp&) {
-        command.footer(helpFooter());
-        command.get_formatter()->column_width(26);
-        print(command.help());
+        print(commandHelp(command, helpColumns));
     } catch (const CLI::Error& error) {
         complain(error.what());
     }

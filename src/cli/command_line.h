@@ -2,10 +2,12 @@
 
 // Command line: what was typed, as the options of a run. Pure functions and values; any thread.
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
 
+#include "cli/command_help.h"
 #include "run/run_options.h"
 #include "write/output_choice.h"
 
@@ -30,6 +32,8 @@ struct CommandLine {
 };
 
 /// Reads a command line. Never throws for what the user wrote.
-[[nodiscard]] CommandLine parseCommandLine(int argumentCount, const char* const* arguments);
+/// @param helpColumns that the help may take
+[[nodiscard]] CommandLine parseCommandLine(int argumentCount, const char* const* arguments,
+                                           std::size_t helpColumns = kHelpColumns);
 
 }  // namespace ifdsweep

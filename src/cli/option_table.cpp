@@ -7,7 +7,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "cli/reading_table.h"
+#include "run/run_options.h"
 #include "write/output_choice.h"
 
 namespace ifdsweep {
@@ -33,10 +33,12 @@ constexpr OptionWord kFormatWords[]{{"text", "for reading (default)"},
 constexpr OptionWord kReadingWords[]{{"full", "all that the file holds (default)"},
                                      {"contract", "what the module gives; see the table below"}};
 constexpr OptionWord kDetailWords[]{{"each"}, {"count"}, {"none"}};
+constexpr OptionWord kColourWords[]{{"auto"}, {"always"}, {"never"}};
 // Words stand in the order of the enumerations that they are the words of.
 static_assert(std::size(kFormatWords) == static_cast<std::size_t>(Format::facts) + 1);
 static_assert(std::size(kReadingWords) == static_cast<std::size_t>(ReadingMode::contract) + 1);
 static_assert(std::size(kDetailWords) == static_cast<std::size_t>(WarningDetail::none) + 1);
+static_assert(std::size(kColourWords) == static_cast<std::size_t>(ColourChoice::never) + 1);
 constexpr OptionWord kUnlimitedWord[]{{"unlimited"}};
 constexpr OptionWord kAllWord[]{{"all"}};
 constexpr std::span<const OptionWord> kNoWords;
@@ -45,46 +47,51 @@ constexpr bool kRepeatable = true;
 
 // clang-format off
 constexpr std::array kOptions{
+    OptionRow{"--recursive", "", "go down into the folders of a folder (default)", kInput, ValueCompletion::none, kNoWords, !kRepeatable, "-r"},
     OptionRow{"--no-recursive", "", "do not go down into the folders of a folder", kInput, ValueCompletion::none},
     OptionRow{"--include", "GLOB", "of the files found in folders, only those whose name\nmatches (the whole path if GLOB has a slash); repeatable", kInput, ValueCompletion::other, kNoWords, kRepeatable},
     OptionRow{"--exclude", "GLOB", "leave out files and folders whose name matches;\nrepeatable", kInput, ValueCompletion::other, kNoWords, kRepeatable},
     OptionRow{"--all", "", "try every file of a folder, not only those that begin\nas TIFF, BigTIFF, RW2, ORF, JPEG XR, DCP or JPEG", kInput, ValueCompletion::none},
     OptionRow{"--follow", "", "follow symbolic links to folders; no folder is walked\ntwice", kInput, ValueCompletion::none},
     OptionRow{"--files-from", "FILE", "read more paths from FILE, one per line; - is the\nstandard input", kInput, ValueCompletion::file},
-    OptionRow{"--null", "", "the paths of --files-from and --failures end with NUL", kInput, ValueCompletion::none},
+    OptionRow{"--null", "", "the paths of --files-from and --failures end with NUL", kInput, ValueCompletion::none, kNoWords, !kRepeatable, "-0"},
 
     OptionRow{"--offset", "N", "byte position of the TIFF stream in the file\n(default: 0; in a JPEG file, that of its Exif data)", kRead, ValueCompletion::other},
     OptionRow{"--first", "N", "directories of the primary chain to skip (default: 0)", kRead, ValueCompletion::other},
     OptionRow{"--max", "N", "most directories of the primary chain to read\n(default: 0, no limit)", kRead, ValueCompletion::other},
     OptionRow{"--reading", "RULES", "", kRead, ValueCompletion::words, kReadingWords},
-    OptionRow{"--max-value", "BYTES", "longest value that is loaded, or \"all\"; of a longer one\nthe field is empty and a warning names it (default: all;\nformat text: 64 KiB, or what --shorten shows)", kRead, ValueCompletion::words, kAllWord},
-    OptionRow{"--read-budget", "BYTES", "bytes that may be read of each file, with 64 for every\njump, or \"unlimited\" (default: 256 KiB and 8 times the\nfile's size)", kRead, ValueCompletion::words, kUnlimitedWord},
-    OptionRow{"--value-budget", "BYTES", "bytes that each file's values and warnings may come to,\nor \"unlimited\" (default: 64 MiB and 32 times the\nfile's size)", kRead, ValueCompletion::words, kUnlimitedWord},
+    OptionRow{"--max-value", "SIZE", "longest value that is loaded, or \"all\"; of a longer one\nthe field is empty and a warning names it (default: all;\nformat text: 64 KiB, or what --shorten shows)", kRead, ValueCompletion::words, kAllWord},
+    OptionRow{"--read-budget", "SIZE", "bytes that may be read of each file, with 64 for every\njump, or \"unlimited\" (default: 256 KiB and 8 times the\nfile's size)", kRead, ValueCompletion::words, kUnlimitedWord},
+    OptionRow{"--value-budget", "SIZE", "bytes that each file's values and warnings may come to,\nor \"unlimited\" (default: 64 MiB and 32 times the\nfile's size)", kRead, ValueCompletion::words, kUnlimitedWord},
 
-    OptionRow{"--format", "FORMAT", "", kOutput, ValueCompletion::words, kFormatWords},
-    OptionRow{"--output", "FILE", "write to FILE, which appears when it is whole", kOutput, ValueCompletion::file},
-    OptionRow{"--tags", "NAME,...", "only these fields, in this order: names in any case\n(see --list-tags), numbers (270, 0x10e) or\npatterns (gps*), in nested records too; others are\nneither read nor checked", kOutput, ValueCompletion::tag, kNoWords, kRepeatable},
+    OptionRow{"--format", "FORMAT", "", kOutput, ValueCompletion::words, kFormatWords, !kRepeatable, "-f"},
+    OptionRow{"--json", "", "the same as --format json; of several formats the last\none counts", kOutput, ValueCompletion::none},
+    OptionRow{"--csv", "", "the same as --format csv", kOutput, ValueCompletion::none},
+    OptionRow{"--output", "FILE", "write to FILE, which appears when it is whole", kOutput, ValueCompletion::file, kNoWords, !kRepeatable, "-o"},
+    OptionRow{"--tags", "NAME,...", "only these fields, in this order: names in any case\n(see --list-tags), numbers (270, 0x10e) or\npatterns (gps*), in nested records too; others are\nneither read nor checked", kOutput, ValueCompletion::tag, kNoWords, kRepeatable, "-t"},
     OptionRow{"--nested", "", "csv: a row for each nested directory too", kOutput, ValueCompletion::none},
     OptionRow{"--raw-cells", "", "csv: text as it is in files and pipes, not made safe for\nspreadsheets and terminals", kOutput, ValueCompletion::none},
     OptionRow{"--shorten", "N", "text: show N values of an array, 16 N characters of a\ntext, or \"all\" (default: 16)", kOutput, ValueCompletion::words, kAllWord},
     OptionRow{"--compact", "", "json: without line ends", kOutput, ValueCompletion::none},
     OptionRow{"--pretty", "", "json: indented", kOutput, ValueCompletion::none},
+    OptionRow{"--color", "WHEN", "text: auto: colours on a terminal (default; not if\nNO_COLOR is set or TERM is dumb), always: in pipes and\nfiles too, never", kOutput, ValueCompletion::words, kColourWords},
 
     OptionRow{"--warnings", "DETAIL", "each: every warning (default), count: how many of each\nkind, none", kMessages, ValueCompletion::words, kDetailWords},
     OptionRow{"--ignore", "ID", "leave out warnings of this id, short or full;\nrepeatable", kMessages, ValueCompletion::message, kNoWords, kRepeatable},
     OptionRow{"--strict", "", "exit status 3 when a warning was given that is not\nignored", kMessages, ValueCompletion::none},
     OptionRow{"--failures", "FILE", "write the paths that failed, with the reasons, to FILE,\nfor --files-from", kMessages, ValueCompletion::file},
 
-    OptionRow{"--jobs", "N", "worker processes (default: as many as there are cores)", kRun, ValueCompletion::other},
-    OptionRow{"--timeout", "SECONDS", "most time for one file (default: 600)", kRun, ValueCompletion::other},
-    OptionRow{"--memory", "BYTES", "most memory for one file (default: 8 GiB, less where the\nmachine has less for each worker)", kRun, ValueCompletion::other},
+    OptionRow{"--jobs", "N", "worker processes (default: as many as there are cores)", kRun, ValueCompletion::other, kNoWords, !kRepeatable, "-j"},
+    OptionRow{"--timeout", "TIME", "most time for one file (default: 10m)", kRun, ValueCompletion::other},
+    OptionRow{"--memory", "SIZE", "most memory for one file (default: 8 GiB, less where the\nmachine has less for each worker)", kRun, ValueCompletion::other},
     OptionRow{"--resume", "FILE", "keep a journal in FILE; the same run started again with\nit leaves out what is finished and unchanged; another\nrun is refused", kRun, ValueCompletion::file},
     OptionRow{"--no-progress", "", "show no progress on a terminal", kRun, ValueCompletion::none},
+    OptionRow{"--quiet", "", "no progress and no summary; files that fail are still\ntold", kRun, ValueCompletion::none, kNoWords, !kRepeatable, "-q"},
 
     OptionRow{"--list-tags", "", "print every name for --tags: number, name,\ndictionary, other names of the same field", kHelp, ValueCompletion::none},
     OptionRow{"--explain", "ID", "print what a message means and what to do", kHelp, ValueCompletion::message},
     OptionRow{"--help", "", "print this help", kHelp, ValueCompletion::none, kNoWords, !kRepeatable, "-h"},
-    OptionRow{"--version", "", "print the version", kHelp, ValueCompletion::none},
+    OptionRow{"--version", "", "print the version", kHelp, ValueCompletion::none, kNoWords, !kRepeatable, "-v"},
 };
 // clang-format on
 
@@ -101,6 +108,22 @@ const OptionRow& optionRow(std::string_view name) {
         throw std::logic_error("no row for the option " + std::string(name));
     }
     return *row;
+}
+
+std::vector<std::string> helpParagraphs(const OptionRow& row) {
+    std::vector<std::string> paragraphs;
+    if (!row.help.empty()) {
+        paragraphs.emplace_back(row.help);
+    }
+    for (const OptionWord& word : row.words) {
+        if (!word.help.empty()) {
+            paragraphs.push_back(std::string(word.word).append(": ").append(word.help));
+        }
+    }
+    for (std::string& paragraph : paragraphs) {
+        std::replace(paragraph.begin(), paragraph.end(), '\n', ' ');
+    }
+    return paragraphs;
 }
 
 std::string helpText(const OptionRow& row) {
@@ -125,6 +148,11 @@ constexpr std::string_view kJpegNoteText =
     "cannot be read (ifdsweep:noExifSegment, ifdsweep:badJpegSegment).";
 constinit const std::string_view kJpegNote = kJpegNoteText;
 
+constexpr std::string_view kQuantityText =
+    "A SIZE is a number of bytes, or has a unit: 64K, 512M, 1.5GiB are powers of 1024, 100MB is\n"
+    "powers of 1000. A TIME is a number of seconds, or has a unit: 500ms, 90s, 10m, 1.5h, 1d.";
+constinit const std::string_view kQuantityNote = kQuantityText;
+
 constexpr std::string_view kExitStatusText =
     "0 all files were read, 1 some file could not be read (the others still are) or\n"
     "the output failed, 2 wrong usage, 3 a warning was given and --strict, 130 interrupted\n"
@@ -139,12 +167,5 @@ constexpr std::string_view kExamplesText =
 constinit const std::string_view kExamples = kExamplesText;
 
 constinit const std::string_view kVersionText = "ifdsweep " IFDSWEEP_VERSION;
-
-std::string helpFooter() {
-    std::string text(kJpegNote);
-    text.append("\n\nExit status: ").append(kExitStatusNote);
-    text.append("\n\n").append(readingTableText());
-    return text.append("\nExamples:\n").append(kExamples);
-}
 
 }  // namespace ifdsweep

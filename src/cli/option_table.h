@@ -7,6 +7,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace ifdsweep {
 
@@ -36,18 +37,19 @@ struct OptionRow {
 /// The row of an option, which must be in the table.
 [[nodiscard]] const OptionRow& optionRow(std::string_view name);
 
+/// The help of an option with its lines joined; that of each of its words ("json: …") is a
+/// paragraph.
+[[nodiscard]] std::vector<std::string> helpParagraphs(const OptionRow& row);
+
 /// The whole help of an option, with its lines.
 [[nodiscard]] std::string helpText(const OptionRow& row);
 
 /// The texts of the help around the options.
 extern const std::string_view kDescription;
 extern const std::string_view kJpegNote;
+extern const std::string_view kQuantityNote;
 extern const std::string_view kExitStatusNote;
 extern const std::string_view kExamples;
 extern const std::string_view kVersionText;
-
-/// What stands below the options: the note on JPEG files, the exit status, the table of
-/// the readings and the examples.
-[[nodiscard]] std::string helpFooter();
 
 }  // namespace ifdsweep

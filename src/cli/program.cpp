@@ -12,9 +12,11 @@
 #include <utility>
 
 #include <fcntl.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "cli/command_help.h"
 #include "cli/command_line.h"
 #include "cli/read_limits.h"
 #include "cli/run_description.h"
@@ -47,10 +49,13 @@ bool isSet(const char* variable) {
     return value != nullptr && *value != '\0';
 }
 
-Colour outputColour(const OutputChoice& choice) {
+Colour outputColour(const RunOptions& options) {
+    if (options.run.colour != ColourChoice::automatic) {
+        return options.run.colour == ColourChoice::always ? Colour::on : Colour::off;
+    }
     const char* terminal = std::getenv("TERM");
     const bool capable = terminal != nullptr && std::string_view(terminal) != "dumb";
-    return capable && !isSet("NO_COLOR") && choice.toTerminal ? Colour::on : Colour::off;
+    return capable && !isSet("NO_COLOR") && options.output.toTerminal ? Colour::on : Colour::off;
 }
 
 /// Whether all there is to do is one file, which needs no process of its own: nothing comes after
@@ -117,7 +122,7 @@ FileReport readOneFile(const RunOptions& options, const InputFile& file, Colour 
 int runOneFile(const RunOptions& options, RunOutput& output, int standardInput,
                Interruption& interruption) {
     RunAssembly assembly(options, output, nullptr);
-    const Colour colour = outputColour(options.output);
+    const Colour colour = outputColour(options);
     FileTask task(options, output.stream(), colour, standardInput);
     const InputFile file = InputFiles(options.input, output.identities()).next().value();
     interruption.endAtOnce();  // nothing is written that could be left half done
@@ -136,7 +141,7 @@ int runManyFiles(const RunOptions& options, int standardInput, const Interruptio
         journal.emplace(options.run.journal, describeRun(options));
     }
     RunOutput output(options, journal ? &*journal : nullptr, signalCheck(interruption));
-    BatchRun batch(options, output, journal ? &*journal : nullptr, outputColour(options.output),
+    BatchRun batch(options, output, journal ? &*journal : nullptr, outputColour(options),
                    standardInput, interruption);
     try {
         batch.run();
@@ -187,6 +192,13 @@ void occupyStandardStreams() {
     }
 }
 
+/// The columns of the terminal that shows what is printed, or those where there is none.
+std::size_t helpColumns() {
+    winsize size{};
+    const bool isKnown = ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+    return isKnown ? size.ws_col : kHelpColumns;
+}
+
 int printText(const std::string& text) {
     FileDescriptorSink sink(STDOUT_FILENO);
     Output output(sink);
@@ -196,7 +208,7 @@ int printText(const std::string& text) {
 }
 
 int runCommand(int argumentCount, const char* const* arguments) {
-    CommandLine commandLine = parseCommandLine(argumentCount, arguments);
+    CommandLine commandLine = parseCommandLine(argumentCount, arguments, helpColumns());
     switch (commandLine.action) {
         case CommandLine::Action::usage:
             printError({commandLine.text, "; run ifdsweep --help for help"});

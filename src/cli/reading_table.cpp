@@ -60,6 +60,14 @@ void appendRow(std::string& text, ReadingDifference row) {
     }
 }
 
+std::string onOneLine(std::string_view text) {
+    std::string line(text);
+    std::replace(line.begin(), line.end(), '\n', ' ');
+    return line;
+}
+
+constexpr std::string_view kHeading = "Where the two readings differ:\n";
+
 }  // namespace
 
 std::span<const ReadingDifference> readingDifferences() noexcept {
@@ -67,10 +75,20 @@ std::span<const ReadingDifference> readingDifferences() noexcept {
 }
 
 std::string readingTableText() {
-    std::string text = "Where the two readings differ:\n";
+    std::string text(kHeading);
     appendRow(text, {"", "--reading full", "--reading contract"});
     for (const ReadingDifference& row : kDifferences) {
         appendRow(text, row);
+    }
+    return text;
+}
+
+std::string readingListText() {
+    std::string text(kHeading);
+    for (const ReadingDifference& row : kDifferences) {
+        text.append("  ").append(onOneLine(row.subject)).append("\n");
+        text.append("    full: ").append(onOneLine(row.full)).append("\n");
+        text.append("    contract: ").append(onOneLine(row.contract)).append("\n");
     }
     return text;
 }

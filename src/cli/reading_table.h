@@ -21,4 +21,7 @@ struct ReadingDifference {
 /// The table as --help prints it, with its heading.
 [[nodiscard]] std::string readingTableText();
 
+/// The same for narrow terminals: a line for each side of a difference.
+[[nodiscard]] std::string readingListText();
+
 }  // namespace ifdsweep

@@ -57,6 +57,11 @@ std::optional<std::string> shortenText(const OutputChoice& output) {
     return *output.shorten == 0 ? "all" : std::to_string(*output.shorten);
 }
 
+/// Whether a file has colours too; automatic ones are only on a terminal.
+bool hasColoursAlways(const RunOptions& options) {
+    return options.output.format == Format::text && options.run.colour == ColourChoice::always;
+}
+
 std::optional<std::string> joined(const std::vector<std::string>& words) {
     std::string text;
     for (const std::string& word : words) {
@@ -127,6 +132,7 @@ std::vector<std::string> describeRun(const RunOptions& options) {
                                      flagPhrase("--nested", output.nestedRows),
                                      flagPhrase("--raw-cells", output.rawCells),
                                      valuePhrase("--shorten", shortenText(output)),
+                                     flagPhrase("--color always", hasColoursAlways(options)),
                                      "--warnings " + std::string(wordOf(output.warnings)),
                                      valuePhrase("--ignore", ignoredText(output)),
                                      flagPhrase("--all", options.input.everyFile),

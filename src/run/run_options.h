@@ -2,6 +2,7 @@
 
 // Run options: everything that a run over files can be asked for. Plain values; any thread.
 
+#include <cstdint>
 #include <string>
 
 #include "walk/input_choice.h"
@@ -10,6 +11,9 @@
 
 namespace ifdsweep {
 
+/// Whether the text format has colours; automatic: where a terminal shows them.
+enum class ColourChoice : std::uint8_t { automatic, always, never };
+
 /// How a run goes, and what it leaves.
 struct RunChoice {
     std::string outputFile;  ///< empty: the standard output
@@ -17,6 +21,8 @@ struct RunChoice {
     std::string journal;
     bool strict = false;
     bool progress = true;
+    bool summary = true;  ///< what became of the files is told at the end
+    ColourChoice colour = ColourChoice::automatic;
 };
 
 /// What each file is asked for, and what the run is.

@@ -38,7 +38,7 @@ void printWhatIsKept(const RunOptions& options, const RunOutput& output, const J
 
 void printSummary(const RunOptions& options, const RunTally& tally, const RunOutput& output,
                   const Journal* journal, int signal) {
-    if (tally.passed() == 1 && signal == 0) {
+    if (signal == 0 && (tally.passed() == 1 || !options.run.summary)) {
         return;
     }
     std::string text = tally.text();

@@ -11,7 +11,7 @@
 namespace ifdsweep {
 
 /// Tells what became of the files, how often each kind of warning was given and, after a signal,
-/// what is kept; nothing of a run over one file.
+/// what is kept; nothing of a run over one file, or without a summary, that came to its end.
 /// @param journal null for none
 /// @param signal  that ended the run; 0 for none
 void printSummary(const RunOptions& options, const RunTally& tally, const RunOutput& output,

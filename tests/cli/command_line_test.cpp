@@ -14,6 +14,7 @@
 
 #include "cli/option_table.h"
 #include "cli/reading_table.h"
+#include "cli/run_description.h"
 #include "ifdsweep/unlimited.h"
 
 namespace {
@@ -179,7 +180,13 @@ TEST(CommandLines, WrongUsageIsToldWithTheOption) {
         {{"--timeout", "nan", "f"}, "--timeout"},
         {{"--timeout", "soon", "f"}, "soon"},
         {{"--memory", "0", "f"}, "--memory"},
-        {{"--memory", "8G", "f"}, "8G"},
+        {{"--memory", "8Q", "f"}, "a number of bytes (65536, 64K, 1.5GiB) above 0, got 8Q"},
+        {{"--memory", "0.0001K", "f"}, "above 0, got 0.0001K"},
+        {{"--timeout", "10M", "f"}, "a time (90, 90s, 10m, 1.5h, 500ms) above 0, got 10M"},
+        {{"--color", "alway", "f"}, "auto, always or never, got alway; nearest: always"},
+        {{"--colour=on", "f"}, "--color: expected auto, always or never, got on"},
+        {{"--read-budget", "unlimted", "f"}, "or unlimited, got unlimted; nearest: unlimited"},
+        {{"--format", "jsno", "f"}, "got jsno; nearest: json"},
         {{"--strict=maybe", "f"}, "--strict"},
         {{"--compact", "--pretty", "--format", "json", "f"}, "--compact and --pretty exclude"},
         {{"--pretty", "--compact", "--format", "json", "f"}, "--compact and --pretty exclude"},
@@ -195,7 +202,7 @@ TEST(CommandLines, WrongUsageIsToldWithTheOption) {
         {{"--resume", "j", "--format", "csv", "f"}, "needs --tags"},
         {{"--reading", "whole", "f"}, "full or contract, got whole"},
         {{"--reading", "", "f"}, "--reading"},
-        {{"--max-value", "64K", "f"}, "a number of bytes or all, got 64K"},
+        {{"--max-value", "64Q", "f"}, "a number of bytes (65536, 64K, 1.5GiB) or all, got 64Q"},
         {{"--max-value", "-1", "f"}, "--max-value"},
         {{"--max-value", "1", "--reading", "contract", "f"},
          "--max-value goes with --reading full: the contract's reading loads every value"},
@@ -207,6 +214,106 @@ TEST(CommandLines, WrongUsageIsToldWithTheOption) {
         const auto line = parse(words);
         EXPECT_EQ(line.action, Action::usage) << testing::PrintToString(words);
         EXPECT_NE(line.text.find(mentioned), std::string::npos) << line.text;
+    }
+}
+
+TEST(CommandLines, WhatIsNoOptionIsToldWithTheNearestOne) {
+    const std::pair<std::vector<const char*>, const char*> rows[] = {
+        {{"--strit", "f"}, "no option --strit; nearest: --strict"},
+        {{"--formats=json", "f"}, "no option --formats; nearest: --format"},
+        {{"--FORMAT", "json", "f"}, "no option --FORMAT; nearest: --format"},
+        {{"--out", "x", "f"}, "no option --out; nearest: --output"},
+        {{"--read", "f"}, "no option --read; nearest: --reading, --read-budget"},
+        {{"--threads", "2", "f"}, "no option --threads; nearest: --jobs"},
+        {{"--xyzzy", "f"}, "no option --xyzzy"},
+        {{"---", "f"}, "no option ---"},
+        {{"-format", "json", "f"}, "no option -format; nearest: --format"},
+        {{"-Tags=Make", "f"}, "no option -Tags; nearest: --tags"},
+        {{"-output", "x", "f"}, "no option -output; nearest: --output"},
+        {{"-strct", "f"}, "no option -s in -strct; nearest: --strict"},
+        {{"-V"}, "no option -V; nearest: -v (--version)"},
+        {{"-x", "f"}, "no option -x"},
+        {{"-qx", "f"}, "no option -x in -qx"},
+        {{"-q=1", "f"}, "no option -= in -q=1"},
+        {{"f", "--bogus", "--color"}, "no option --bogus"},
+        {{"--strict=maybe", "f"}, "--strict takes no value, got maybe"},
+        {{"--strict=false", "f"}, "--strict takes no value, got false"},
+        {{"--strict=", "f"}, "--strict takes no value, got "},
+        {{"f", "--max"}, "--max needs a value: N"},
+        {{"f", "-o"}, "-o needs a value: FILE"},
+        {{"f", "-qo"}, "-o needs a value: FILE"},
+        {{"--format=", "f"}, "--format needs a value: FORMAT"},
+        {{"--output", "--tags", "Make", "f"},
+         "--output needs a value: FILE, got the option --tags"},
+        {{"-o", "--max=1", "f"}, "-o needs a value: FILE, got the option --max=1"},
+    };
+    for (const auto& [words, complaint] : rows) {
+        const auto line = parse(words);
+        EXPECT_EQ(line.action, Action::usage) << testing::PrintToString(words);
+        EXPECT_EQ(line.text, complaint) << testing::PrintToString(words);
+    }
+}
+
+TEST(CommandLines, ShortOptions) {
+    const auto line = parse({"-0qr", "-fjson", "-o", "o", "-tMake", "-t", "Model", "-j4", "f"});
+    ASSERT_EQ(line.action, Action::read) << line.text;
+    EXPECT_TRUE(line.options.input.nulSeparated);
+    EXPECT_TRUE(line.options.input.recursive);
+    EXPECT_FALSE(line.options.run.progress || line.options.run.summary);
+    EXPECT_EQ(line.options.output.format, ifdsweep::Format::json);
+    EXPECT_EQ(line.options.run.outputFile, "o");
+    EXPECT_EQ(line.options.output.fields.size(), 2U);
+    EXPECT_EQ(line.options.workers.jobs, 4U);
+    EXPECT_EQ(line.options.input.paths, std::vector<std::string>{"f"});
+    EXPECT_EQ(parse({"-v"}).text, parse({"--version"}).text);
+    EXPECT_EQ(parse({"-qjq", "f"}).action, Action::usage);
+    // What was a value or a path before there was -0 is one still.
+    EXPECT_EQ(parse({"--max", "-0", "f"}).options.read.max, 0);
+    EXPECT_EQ(parse({"--offset", "-0.5", "-0", "f"}).options.read.offset, -0.5);
+    EXPECT_EQ(parse({"-10.tif"}).options.input.paths, std::vector<std::string>{"-10.tif"});
+}
+
+TEST(CommandLines, OfOptionsThatSayTheSameTheLastOneCounts) {
+    using ifdsweep::Format;
+    const auto format = [](const std::vector<const char*>& words) {
+        return parse(words).options.output.format;
+    };
+    EXPECT_EQ(format({"--json", "f"}), Format::json);
+    EXPECT_EQ(format({"--csv", "f"}), Format::csv);
+    EXPECT_EQ(format({"--csv", "--json", "f"}), Format::json);
+    EXPECT_EQ(format({"--json", "f", "--csv"}), Format::csv);
+    EXPECT_EQ(format({"--json", "-ftext", "f"}), Format::text);
+    EXPECT_EQ(format({"-fcsv", "--json", "f"}), Format::json);
+    EXPECT_EQ(format({"--json", "-ftext", "--json", "f"}), Format::json);
+    EXPECT_EQ(parse({"--json", "--pretty", "f"}).action, Action::read);
+    EXPECT_TRUE(parse({"--no-recursive", "-r", "f"}).options.input.recursive);
+    EXPECT_FALSE(parse({"-r", "--no-recursive", "f"}).options.input.recursive);
+}
+
+TEST(CommandLines, Colours) {
+    using ifdsweep::ColourChoice;
+    const auto colour = [](const std::vector<const char*>& words) {
+        return parse(words).options.run.colour;
+    };
+    EXPECT_EQ(colour({"f"}), ColourChoice::automatic);
+    EXPECT_EQ(colour({"--color", "always", "f"}), ColourChoice::always);
+    EXPECT_EQ(colour({"--color=never", "f"}), ColourChoice::never);
+    EXPECT_EQ(colour({"--colour", "always", "--color=auto", "f"}), ColourChoice::automatic);
+    EXPECT_EQ(colour({"--colour=always", "f"}), ColourChoice::always);
+    EXPECT_EQ(parse({"--", "--colour"}).options.input.paths, std::vector<std::string>{"--colour"});
+}
+
+TEST(RunDescriptions, TellOfColoursThatAreInTheOutput) {
+    const std::pair<std::vector<const char*>, const char*> rows[] = {
+        {{"f"}, "no --color always"},
+        {{"--color", "never", "f"}, "no --color always"},
+        {{"--color", "always", "f"}, "--color always"},
+        {{"--color", "always", "--json", "f"}, "no --color always"},
+    };
+    for (const auto& [words, phrase] : rows) {
+        const std::vector<std::string> phrases = ifdsweep::describeRun(parse(words).options);
+        EXPECT_EQ(std::count(phrases.begin(), phrases.end(), phrase), 1)
+            << testing::PrintToString(words);
     }
 }
 
@@ -331,6 +438,37 @@ TEST(CommandLines, HelpHasTheTableOfTheReadingsAndNoLineIsTooLong) {
     for (std::string line; std::getline(lines, line);) {
         EXPECT_LE(line.size(), 100U) << line;
     }
+}
+
+TEST(CommandLines, HelpLiesWithinTheColumnsOfTheTerminal) {
+    for (const std::size_t columns : {40U, 60U, 79U, 80U, 99U, 100U, 200U}) {
+        const std::vector<const char*> words{"ifdsweep", "--help"};
+        const std::string text = ifdsweep::parseCommandLine(2, words.data(), columns).text;
+        std::istringstream lines(text);
+        for (std::string line; std::getline(lines, line);) {
+            EXPECT_LE(line.size(), std::min(columns, std::size_t{100})) << line;
+        }
+        for (const ifdsweep::OptionRow& row : ifdsweep::optionTable()) {
+            EXPECT_NE(text.find(std::string(row.name) + (row.placeholder.empty() ? "" : " ") +
+                                std::string(row.placeholder)),
+                      std::string::npos)
+                << row.name;
+        }
+        for (const char* const mentioned : {"pointerHoldsNoOffset", "archive/", "141 the"}) {
+            EXPECT_NE(text.find(mentioned), std::string::npos) << mentioned << " at " << columns;
+        }
+    }
+}
+
+TEST(CommandHelp, WrapsLinesAtBlanks) {
+    const auto wrapped = ifdsweep::wrappedLines;
+    EXPECT_EQ(wrapped("", 10), "");
+    EXPECT_EQ(wrapped("one two\n", 7), "one two\n");
+    EXPECT_EQ(wrapped("one two\n", 6), "one\ntwo\n");
+    EXPECT_EQ(wrapped("  one two\n\n  x\n", 6), "  one\n  two\n\n  x\n");
+    EXPECT_EQ(wrapped("one      two\n", 9), "one\ntwo\n");
+    EXPECT_EQ(wrapped("a longer-than-all b\n", 4), "a\nlonger-than-all\nb\n");
+    EXPECT_EQ(wrapped("      deep text\n", 3), "      deep\n      text\n");
 }
 
 TEST(CommandLines, HelpAndVersionComeBeforeComplaintsAboutCombinations) {

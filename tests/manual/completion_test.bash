@@ -34,6 +34,11 @@ check "ndjson" ifdsweep --format nd
 check "text json ndjson typed csv facts" ifdsweep --format =
 check "text typed" ifdsweep --format = t
 check "count" ifdsweep --warnings c
+check "ndjson" ifdsweep -f nd
+check "Make,GPSAltitudeRef$tags" ifdsweep -t Make,GPSAltitudeR
+check "$files" ifdsweep -o ""
+check "" ifdsweep -j ""
+check "-f" ifdsweep -f
 check "unlimited" ifdsweep --read-budget u
 check "contract" ifdsweep --reading c
 check "all" ifdsweep --max-value ""
@@ -59,6 +64,11 @@ COMP_CWORD=1
 _ifdsweep
 offered=$(printf '%s\n' "${COMPREPLY[@]}" | sort)
 # Each option's line of the help begins with two spaces, and the name may stand behind a short one.
-had=$("$PROGRAM" --help | sed -n 's/^  \(-[a-z],\)\{0,1\}\(--[a-z-]*\).*/\2/p' | sort)
+had=$("$PROGRAM" --help | sed -n 's/^  \(-[a-z0], \|    \)\(--[a-z-]*\).*/\2/p' | sort)
+short=$("$PROGRAM" --help | sed -n 's/^  \(-[a-z0]\), .*/\1/p' | sort)
+COMP_WORDS=(ifdsweep -)
+_ifdsweep
+allOffered=$(printf '%s\n' "${COMPREPLY[@]}" | grep -v ^-- | sort)
+[[ $allOffered == "$short" ]] || { echo "short options: $allOffered, not $short" && failures=1; }
 [[ $offered == "$had" ]] || { echo "options: $offered, the program has $had" && failures=1; }
 exit $failures

@@ -17,6 +17,11 @@ end
 check 'ifdsweep --fo' '--follow --format'
 check 'ifdsweep --format nd' ndjson
 check 'ifdsweep --format=nd' '--format=ndjson'
+check 'ifdsweep -f nd' ndjson
+check 'ifdsweep -fnd' -fndjson
+check 'ifdsweep -qf nd' ndjson
+check 'ifdsweep -t GPSLatitudeRef,DateTimeO' GPSLatitudeRef,DateTimeOriginal
+check 'ifdsweep -tDateTimeO' -tDateTimeOriginal
 check 'ifdsweep --warnings ' 'count each none'
 check 'ifdsweep --tags Make' 'Make MakerNote MakerNoteSafety'
 check 'ifdsweep --tags GPSLatitudeRef,DateTimeO' GPSLatitudeRef,DateTimeOriginal
@@ -29,7 +34,7 @@ check 'ifdsweep --output '$MANUAL_FOLDER/ifdsweep.f $MANUAL_FOLDER/ifdsweep.fish
 check 'ifdsweep '$MANUAL_FOLDER/ifdsweep.f $MANUAL_FOLDER/ifdsweep.fish
 
 set offered (complete -C 'ifdsweep --' | string replace -r '\t.*' '' | sort)
-set had ($PROGRAM --help | string match -rg '^  (?:-[a-z],)?(--[a-z-]*)' | sort)
+set had ($PROGRAM --help | string match -rg '^  (?:-[a-z0], |    )(--[a-z-]*)' | sort)
 if test "$offered" != "$had"
     echo "options: $offered, the program has $had"
     set failures 1

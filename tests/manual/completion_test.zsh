@@ -21,19 +21,23 @@ expect() {
 }
 
 # entry_of OPTION: what _arguments is told of it.
-entry_of() { print -rl -- "${(@M)entries:#(\*|)$1(=|)\[*}" }
+entry_of() { print -rl -- "${(@M)entries:#(\*|\(*\)|)$1(=|+|)\[*}" }
 
 _ifdsweep
 expect compdef "_ifdsweep ifdsweep" "$defined"
-expect --format '--format=[text: for reading (default); json: an array with an object per file, natural values; ndjson: the same objects, one per line; typed: a line of JSON per file, with the class and size of every value; csv: a row per directory (RFC 4180); facts: a line of JSON per entry: field type, position, exact value]:FORMAT:(text json ndjson typed csv facts)' "$(entry_of --format)"
+expect --format '(-f --format)--format=[text: for reading (default); json: an array with an object per file, natural values; ndjson: the same objects, one per line; typed: a line of JSON per file, with the class and size of every value; csv: a row per directory (RFC 4180); facts: a line of JSON per entry: field type, position, exact value]:FORMAT:(text json ndjson typed csv facts)' "$(entry_of --format)"
+expect -q '(-q --quiet)-q[no progress and no summary; files that fail are still told]' "$(entry_of -q)"
+expect -j '(-j --jobs)-j+[worker processes (default: as many as there are cores)]:N: ' "$(entry_of -j)"
+expect -t "${$(entry_of --tags)/--tags=/-t+}" "$(entry_of -t)"
 expect --tags '*--tags=[only these fields, in this order: names in any case (see --list-tags), numbers (270, 0x10e) or patterns (gps*), in nested records too; others are neither read nor checked]:NAME,...:_ifdsweep_tags' "$(entry_of --tags)"
 expect --strict '--strict[exit status 3 when a warning was given that is not ignored]' "$(entry_of --strict)"
-expect --read-budget "--read-budget=[bytes that may be read of each file, with 64 for every jump, or \"unlimited\" (default: 256 KiB and 8 times the file's size)]:BYTES:(unlimited)" "$(entry_of --read-budget)"
+expect --read-budget "--read-budget=[bytes that may be read of each file, with 64 for every jump, or \"unlimited\" (default: 256 KiB and 8 times the file's size)]:SIZE:(unlimited)" "$(entry_of --read-budget)"
 expect paths '*:PATH:_files' "$entries[-1]"
 
-names=(${(f)"$($PROGRAM --help | sed -n 's/^  \(-[a-z],\)\{0,1\}\(--[a-z-]*\).*/\2/p')"})
-expect "number of options" $#names $(($#entries - 2))
-for name in $names; do
+names=(${(f)"$($PROGRAM --help | sed -n 's/^  \(-[a-z0], \|    \)\(--[a-z-]*\).*/\2/p')"})
+shortNames=(${(f)"$($PROGRAM --help | sed -n 's/^  \(-[a-z0]\), .*/\1/p')"})
+expect "number of options" $(($#names + $#shortNames)) $(($#entries - 3))
+for name in $names $shortNames; do
     [[ -n $(entry_of $name) ]] || expect $name "an entry" none
 done
 

@@ -72,13 +72,16 @@ TEST(ManualPage, GivesGroffNothingToWarnOf) {
 
 TEST(ManualPage, ShowsEveryOptionWithItsHelp) {
     for (const OptionRow& row : optionTable()) {
-        expectInManual(std::string(row.name) + ' ' + std::string(row.placeholder) +
-                       (row.placeholder.empty() ? "" : " ") + std::string(row.help));
+        const std::string shortName(row.shortName);
+        expectInManual(shortName + (shortName.empty() ? "" : ", ") + std::string(row.name) + ' ' +
+                       std::string(row.placeholder) + (row.placeholder.empty() ? "" : " ") +
+                       std::string(row.help));
     }
 }
 
 TEST(ManualPage, ShowsTheTextsAroundTheOptions) {
     expectInManual(kDescription);
+    expectInManual(kQuantityNote);
     expectInManual(kJpegNote);
     expectInManual(kExitStatusNote);
     for (const std::string_view line : ifdsweep::manual::split(kExamples, "\n")) {
@@ -134,7 +137,7 @@ TEST(OptionTexts, BeginAParagraphForEachWord) {
     const OptionRow row{"--way", "WAY", "where\nto go", "", ValueCompletion::words, kWords};
     EXPECT_EQ(helpText(row), "where\nto go\nup: to\nthe top\ndown: to it");
     EXPECT_EQ(ifdsweep::manual::wordList(row), "up down on");
-    EXPECT_EQ(ifdsweep::manual::helpParagraphs(row),
+    EXPECT_EQ(helpParagraphs(row),
               (std::vector<std::string>{"where to go", "up: to the top", "down: to it"}));
     EXPECT_EQ(ifdsweep::manual::helpLine(row), "where to go; up: to the top; down: to it");
 }
@@ -180,6 +183,12 @@ TEST(Readme, NamesEveryOption) {
         const std::string value = row.placeholder.empty() ? "" : ' ' + std::string(row.placeholder);
         EXPECT_NE(readme.find('`' + std::string(row.name) + value + '`'), std::string::npos)
             << row.name;
+        if (!row.shortName.empty()) {
+            EXPECT_NE(readme.find('`' + std::string(row.shortName) + "`, `" +
+                                  std::string(row.name) + value + '`'),
+                      std::string::npos)
+                << row.shortName;
+        }
     }
 }
 
@@ -212,6 +221,9 @@ struct Shell {
     std::string (*completion)();
     std::string_view beforeOption;  ///< what stands before an option's name
     std::size_t dashes;             ///< of its name that the file leaves out
+    std::string_view beforeShort;   ///< what stands before a short name
+    std::string_view afterFlag;     ///< and behind it
+    std::string_view afterValue;    ///< and behind one that takes a value
 };
 
 std::string optionIn(const Shell& shell, const OptionRow& row) {
@@ -224,6 +236,13 @@ TEST_P(Completion, HoldsEveryOption) {
     const std::string text = GetParam().completion();
     for (const OptionRow& row : optionTable()) {
         EXPECT_NE(text.find(optionIn(GetParam(), row)), std::string::npos) << row.name;
+        if (!row.shortName.empty()) {
+            const std::string name =
+                std::string(GetParam().beforeShort) +
+                std::string(row.shortName.substr(GetParam().dashes / 2)) +
+                std::string(row.placeholder.empty() ? GetParam().afterFlag : GetParam().afterValue);
+            EXPECT_NE(text.find(name), std::string::npos) << row.shortName;
+        }
     }
 }
 
@@ -237,11 +256,13 @@ TEST_P(Completion, HoldsEveryTagAndMessage) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Shells, Completion,
-                         testing::Values(Shell{"bash", ifdsweep::manual::bashCompletion, "", 0},
-                                         Shell{"zsh", ifdsweep::manual::zshCompletion, "", 0},
-                                         Shell{"fish", ifdsweep::manual::fishCompletion, "-l ", 2}),
-                         [](const auto& test) { return std::string(test.param.name); });
+INSTANTIATE_TEST_SUITE_P(
+    Shells, Completion,
+    testing::Values(Shell{"bash", ifdsweep::manual::bashCompletion, "", 0, "", " --", " --"},
+                    Shell{"zsh", ifdsweep::manual::zshCompletion, "", 0, "", "[", "+["},
+                    Shell{"fish", ifdsweep::manual::fishCompletion, "-l ", 2, "-s ", " -l ",
+                          " -l "}),
+    [](const auto& test) { return std::string(test.param.name); });
 
 /// The lists of words in the files for bash and fish are not quoted word by word.
 TEST(CompletionWords, NeedNoQuotes) {

@@ -214,6 +214,32 @@ TEST_F(Options, TheSummaryTellsOfMoreThanOneFile) {
         "ifdsweep:   1 warning Velmora:pixlore:ifdsweep:expectedTagDataFormat\n");
 }
 
+TEST_F(Options, QuietLeavesOutTheSummaryAndNoFailure) {
+    const Ending loud = run({"damaged.tif", "none.tif"});
+    const Ending quiet = run({"-q", "damaged.tif", "none.tif"});
+    EXPECT_EQ(quiet.out, loud.out);
+    EXPECT_EQ(quiet.status, 1);
+    EXPECT_EQ(quiet.error, linesOf(loud.error)[0] + '\n');
+    EXPECT_EQ(run({"--quiet", "damaged.tif", "nested.tif"}).error, "");
+}
+
+TEST_F(Options, ColoursAreWhereTheyAreAskedFor) {
+    const auto isColoured = [&](std::vector<std::string> arguments) {
+        arguments.insert(arguments.end(), {"--color", "always", "small.tif"});
+        const Ending given = run(arguments);
+        EXPECT_EQ(given.status, 0) << given.error;
+        return given.out.find("\x1b[") != std::string::npos;
+    };
+    EXPECT_TRUE(isColoured({}));
+    EXPECT_TRUE(isColoured({"nested.tif"}));
+    EXPECT_FALSE(isColoured({"--json"}));
+    EXPECT_FALSE(isColoured({"--json", "nested.tif"}));
+    EXPECT_FALSE(isColoured({"--csv", "nested.tif"}));
+    EXPECT_EQ(run({"small.tif", "nested.tif"}).out.find('\x1b'), std::string::npos);
+    EXPECT_EQ(run({"--color", "always", "-o", "text", "small.tif"}).status, 0);
+    EXPECT_EQ(fixture::readFile(in("text")), run({"--color=always", "small.tif"}).out);
+}
+
 TEST_F(Options, OnlyImagesOfAFolderAreRead) {
     const std::pair<const char*, std::string> rows[] = {
         {"letter.txt", "Dear sir"},

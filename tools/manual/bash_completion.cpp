@@ -78,9 +78,12 @@ std::string bashCompletion() {
     std::vector<std::string_view> options;
     std::string cases;
     for (const OptionRow& row : optionTable()) {
+        if (!row.shortName.empty()) {
+            options.push_back(row.shortName);
+        }
         options.push_back(row.name);
         if (row.value != ValueCompletion::none) {
-            cases.append("        ").append(row.name).append(")\n");
+            cases.append("        ").append(joined(optionNames(row), "|")).append(")\n");
             cases.append(action(row)).append("            return ;;\n");
         }
     }

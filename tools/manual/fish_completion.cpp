@@ -41,7 +41,7 @@ std::string fishCompletion() {
     }
     // The names stand after what was typed up to the last comma.
     text +=
-        "\n    set -l before (commandline -ct | string replace -r '^--tags=' '' |"
+        "\n    set -l before (commandline -ct | string replace -r '^(--tags=|-t)' '' |"
         " string replace -r '[^,]*$' '')\n"
         "    printf '%s\\n' \"$before\"$names\nend\n\n";
 
@@ -53,7 +53,11 @@ std::string fishCompletion() {
     text += "\nend\n\n";
 
     for (const OptionRow& row : optionTable()) {
-        text.append("complete -c ifdsweep -l ").append(row.name.substr(2));
+        text.append("complete -c ifdsweep");
+        if (!row.shortName.empty()) {
+            text.append(" -s ").append(row.shortName.substr(1));
+        }
+        text.append(" -l ").append(row.name.substr(2));
         text.append(valueSwitches(row)).append(" -d ").append(quoted(helpLine(row))).append("\n");
     }
     return text;

@@ -67,8 +67,10 @@ public:
 void addOptions(Page& page) {
     page.section("OPTIONS");
     page.paragraph(
-        "A value stands behind its option as the next argument, or after an equals sign. "
-        "After -- come paths alone.");
+        "A value stands behind its option as the next argument, after an equals sign or right "
+        "behind a short name (-fjson). Short options without a value may stand together (-qr). "
+        "Of an option that is given several times, and of --format, --json and --csv, the last "
+        "one counts, unless it is repeatable. After -- come paths alone.");
     std::string_view group;
     for (const OptionRow& row : optionTable()) {
         if (row.group != group) {
@@ -127,6 +129,8 @@ std::string manualPage() {
     page.paragraph(kDescription);
     page.paragraph(kJpegNote);
     addOptions(page);
+    page.subsection("Quantities");
+    page.paragraph(kQuantityNote);
     addMessages(page);
 
     page.section("READINGS");

@@ -27,25 +27,20 @@ std::string replaced(std::string_view text, std::string_view piece, std::string_
     }
 }
 
+std::vector<std::string_view> optionNames(const OptionRow& row) {
+    std::vector<std::string_view> names{row.name};
+    if (!row.shortName.empty()) {
+        names.insert(names.begin(), row.shortName);
+    }
+    return names;
+}
+
 std::string wordList(const OptionRow& row) {
     std::vector<std::string_view> words;
     for (const OptionWord& word : row.words) {
         words.push_back(word.word);
     }
     return joined(words, " ");
-}
-
-std::vector<std::string> helpParagraphs(const OptionRow& row) {
-    std::vector<std::string> paragraphs;
-    if (!row.help.empty()) {
-        paragraphs.push_back(replaced(row.help, "\n", " "));
-    }
-    for (const OptionWord& word : row.words) {
-        if (!word.help.empty()) {
-            paragraphs.push_back(std::string(word.word) + ": " + replaced(word.help, "\n", " "));
-        }
-    }
-    return paragraphs;
 }
 
 std::string helpLine(const OptionRow& row) {

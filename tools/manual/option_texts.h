@@ -30,12 +30,11 @@ template <class Texts>
 [[nodiscard]] std::string replaced(std::string_view text, std::string_view piece,
                                    std::string_view replacement);
 
+/// The short name of an option, where it has one, and its name.
+[[nodiscard]] std::vector<std::string_view> optionNames(const OptionRow& row);
+
 /// The values that an option names, between spaces; empty when it names none.
 [[nodiscard]] std::string wordList(const OptionRow& row);
-
-/// The help of an option with its lines joined; that of each of its words ("json: …") is a
-/// paragraph.
-[[nodiscard]] std::vector<std::string> helpParagraphs(const OptionRow& row);
 
 /// The help of an option on one line.
 [[nodiscard]] std::string helpLine(const OptionRow& row);

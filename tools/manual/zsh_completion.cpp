@@ -1,6 +1,7 @@
 #include "manual/zsh_completion.h"
 
 #include <string_view>
+#include <vector>
 
 #include "manual/option_texts.h"
 
@@ -47,10 +48,19 @@ std::string valuePart(const OptionRow& row) {
     return "";
 }
 
-std::string optionLine(const OptionRow& row) {
+/// The line of one of the names of an option. The value of a short one may stand right behind it,
+/// that of a long one behind an equals sign.
+std::string optionLine(const OptionRow& row, std::string_view name) {
+    const std::vector<std::string_view> names = optionNames(row);
     std::string line(row.isRepeatable ? "*" : "");
-    line.append(row.name).append(row.value == ValueCompletion::none ? "[" : "=[");
-    line.append(escaped(helpLine(row), "[]")).append("]").append(valuePart(row));
+    if (!row.isRepeatable && names.size() > 1) {
+        line.append("(").append(joined(names, " ")).append(")");
+    }
+    line.append(name);
+    if (row.value != ValueCompletion::none) {
+        line.append(name == row.name ? "=" : "+");
+    }
+    line.append("[").append(escaped(helpLine(row), "[]")).append("]").append(valuePart(row));
     return line;
 }
 
@@ -71,9 +81,11 @@ std::string zshCompletion() {
     }
     text += "\n    )\n    _describe message messages\n}\n\n";
 
-    text += "_ifdsweep() {\n    _arguments -S \\\n";
+    text += "_ifdsweep() {\n    _arguments -s -S \\\n";
     for (const OptionRow& row : optionTable()) {
-        text += "        " + shellQuoted(optionLine(row)) + " \\\n";
+        for (const std::string_view name : optionNames(row)) {
+            text += "        " + shellQuoted(optionLine(row, name)) + " \\\n";
+        }
     }
     text += "        '*:PATH:_files'\n}\n";
     text += kTail;
