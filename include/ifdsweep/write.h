@@ -41,6 +41,7 @@ struct WriteOptions {
     Colour colour = Colour::off;         ///< of text
     std::size_t shownElements = 16;      ///< of an array in text
     std::size_t shownCharacters = 256;   ///< of a text in text
+    bool allDirectories = false;         ///< text folds neither equal directories nor warnings
     std::vector<std::string> columns{};  ///< of CSV; empty: all fields that occur
     bool nestedRows = false;             ///< CSV has a row for each nested directory
     bool rawCells = false;               ///< CSV has text as it is, formulas and all

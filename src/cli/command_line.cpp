@@ -229,6 +229,7 @@ void addOutputOptions(OptionBinder& bind, OutputChoice& output, RunChoice& run,
         output.shorten = text == "all" ? 0 : parseCount(text);
         return output.shorten && (*output.shorten > 0 || text == "all");
     });
+    bind.flag("--all-directories", output.allDirectories, true);
     const auto lay = [&output, &complaint](JsonLayout layout) {
         if (output.layout != JsonLayout::filePerLine && output.layout != layout) {
             complaint = "--compact and --pretty exclude each other";
@@ -312,6 +313,9 @@ std::string combinationComplaint(const RunOptions& options) {
     }
     if (output.shorten && output.format != Format::text) {
         return "--shorten goes with --format text";
+    }
+    if (output.allDirectories && output.format != Format::text) {
+        return "--all-directories goes with --format text";
     }
     if (options.read.longestValue && options.read.reading == ReadingMode::contract) {
         return "--max-value goes with --reading full: the contract's reading loads every value";

@@ -72,6 +72,7 @@ constexpr std::array kOptions{
     OptionRow{"--nested", "", "csv: a row for each nested directory too", kOutput, ValueCompletion::none},
     OptionRow{"--raw-cells", "", "csv: text as it is in files and pipes, not made safe for\nspreadsheets and terminals", kOutput, ValueCompletion::none},
     OptionRow{"--shorten", "N", "text: show N values of an array, 16 N characters of a\ntext, or \"all\" (default: 16)", kOutput, ValueCompletion::words, kAllWord},
+    OptionRow{"--all-directories", "", "text: show each of several equal directories, and each\nwarning", kOutput, ValueCompletion::none},
     OptionRow{"--compact", "", "json: without line ends", kOutput, ValueCompletion::none},
     OptionRow{"--pretty", "", "json: indented", kOutput, ValueCompletion::none},
     OptionRow{"--color", "WHEN", "text: auto: colours on a terminal (default; not if\nNO_COLOR is set or TERM is dumb), always: in pipes and\nfiles too, never", kOutput, ValueCompletion::words, kColourWords},

@@ -133,6 +133,7 @@ std::vector<std::string> describeRun(const RunOptions& options) {
                                      flagPhrase("--raw-cells", output.rawCells),
                                      valuePhrase("--shorten", shortenText(output)),
                                      flagPhrase("--color always", hasColoursAlways(options)),
+                                     flagPhrase("--all-directories", output.allDirectories),
                                      "--warnings " + std::string(wordOf(output.warnings)),
                                      valuePhrase("--ignore", ignoredText(output)),
                                      flagPhrase("--all", options.input.everyFile),

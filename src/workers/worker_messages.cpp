@@ -87,8 +87,8 @@ ChosenField takeField(Unpacker& bytes) {
 }
 
 void putOutput(std::string& bytes, const OutputChoice& choice) {
-    const auto& [format, layout, toTerminal, fields, shorten, nestedRows, rawCells, warnings,
-                 ignored] = choice;
+    const auto& [format, layout, toTerminal, fields, shorten, nestedRows, rawCells, allDirectories,
+                 warnings, ignored] = choice;
     putChoice(bytes, format);
     putChoice(bytes, layout);
     putChoice(bytes, toTerminal);
@@ -99,6 +99,7 @@ void putOutput(std::string& bytes, const OutputChoice& choice) {
     putOptional(bytes, shorten);
     putChoice(bytes, nestedRows);
     putChoice(bytes, rawCells);
+    putChoice(bytes, allDirectories);
     putChoice(bytes, warnings);
     packed::putNumber(bytes, ignored.size());
     for (const std::string& id : ignored) {
@@ -116,6 +117,7 @@ void takeOutput(Unpacker& bytes, OutputChoice& choice) {
     choice.shorten = takeOptional(bytes);
     choice.nestedRows = bytes.flag();
     choice.rawCells = bytes.flag();
+    choice.allDirectories = bytes.flag();
     choice.warnings = bytes.choice(WarningDetail::none);
     for (std::uint64_t left = bytes.number(); left > 0 && !bytes.hasFailed(); --left) {
         choice.ignored.emplace_back(bytes.text());

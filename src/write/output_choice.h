@@ -23,6 +23,7 @@ struct OutputChoice {
     std::optional<std::uint64_t> shorten;  ///< elements of an array; 0: all
     bool nestedRows = false;
     bool rawCells = false;
+    bool allDirectories = false;  ///< text shows equal directories each
     WarningDetail warnings = WarningDetail::each;
     std::vector<std::string> ignored;  ///< full message ids
 

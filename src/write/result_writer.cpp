@@ -25,8 +25,7 @@ std::unique_ptr<ResultWriter> makeResultWriter(const WriteOptions& options, Outp
         case Format::text:
             break;
     }
-    return std::make_unique<TextWriter>(output, options.colour,
-                                        TextLimits{options.shownElements, options.shownCharacters});
+    return std::make_unique<TextWriter>(output, options);
 }
 
 }  // namespace ifdsweep

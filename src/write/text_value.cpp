@@ -2,30 +2,85 @@
 
 #include <algorithm>
 #include <limits>
+#include <optional>
+#include <span>
 #include <string_view>
 
+#include "text/count_text.h"
 #include "text/json_text.h"
 #include "text/terminal_text.h"
 #include "write/number_output.h"
+#include "write/xml_summary.h"
 
 namespace ifdsweep {
 namespace {
 
-void appendCount(Output& output, std::size_t count) {
-    appendInteger(output, static_cast<std::int64_t>(count));
-}
+constexpr std::size_t kAll = std::numeric_limits<std::size_t>::max();
 
-/// "4000000" for a row, "256x3" for a matrix, and what the elements are.
+/// "4,000,000 values" of a row, "256x3 values" of a matrix.
 void appendSize(Output& output, const Value& value, std::string_view elements) {
-    output.append('(');
     if (value.rows() != 1) {
-        appendCount(output, value.rows());
+        output.append(groupedCount(value.rows()));
         output.append('x');
     }
-    appendCount(output, value.columns());
+    output.append(groupedCount(value.columns()));
     output.append(' ');
     output.append(elements);
-    output.append(')');
+}
+
+/// Where the smallest and the largest elements of an array are; a NaN is neither.
+struct Extremes {
+    std::size_t smallest = 0;
+    std::size_t largest = 0;
+    bool areAll = true;  ///< whether every element lies between them
+};
+
+template <class Element>
+std::optional<Extremes> extremesOf(std::span<const Element> elements) {
+    const auto isNumber = [](Element element) { return element == element; };
+    const auto first = std::find_if(elements.begin(), elements.end(), isNumber);
+    if (first == elements.end()) {
+        return std::nullopt;
+    }
+    const auto start = static_cast<std::size_t>(first - elements.begin());
+    Extremes extremes{start, start, start == 0};
+    for (std::size_t index = start + 1; index < elements.size(); ++index) {
+        const Element element = elements[index];
+        if (element < elements[extremes.smallest]) {
+            extremes.smallest = index;
+        } else if (element > elements[extremes.largest]) {
+            extremes.largest = index;
+        }
+        extremes.areAll = extremes.areAll && isNumber(element);
+    }
+    return extremes;
+}
+
+std::optional<Extremes> extremesOf(const Value& value) {
+    switch (value.kind()) {
+        case ValueKind::Double:
+            return extremesOf(value.doubles());
+        case ValueKind::Uint8:
+            return extremesOf(value.bytes());
+        default:
+            return std::nullopt;
+    }
+}
+
+/// ", 4393 to 6737" of an array with numbers, ", all 8".
+template <class AppendElement>
+void appendRange(Output& output, const Value& value, AppendElement&& appendElement) {
+    const std::optional<Extremes> extremes = extremesOf(value);
+    if (!extremes) {
+        return;
+    }
+    const bool isOneNumber = extremes->smallest == extremes->largest;
+    output.append(isOneNumber && extremes->areAll ? ", all " : ", ");
+    appendElement(extremes->smallest);
+    if (!isOneNumber || !extremes->areAll) {
+        output.append(" to ");
+        appendElement(extremes->largest);
+    }
 }
 
 /// Appends elements row by row, as many as the limits allow.
@@ -43,8 +98,9 @@ void appendElements(Output& output, const Value& value, std::string_view separat
         appendElement(column * value.rows() + row);
     }
     if (shown < value.elementCount()) {
-        output.append(" ... ");
+        output.append(" \u2026 ");
         appendSize(output, value, elements);
+        appendRange(output, value, appendElement);
     } else if (shown == 0) {
         output.append("(empty)");
     }
@@ -56,6 +112,9 @@ void appendTextValue(Output& output, const Value* value, TextOrigin origin,
                      const TextLimits& limits) {
     if (value == nullptr) {
         output.append("(empty)");
+        return;
+    }
+    if (limits.characters != kAll && appendXmlSummary(output, *value)) {
         return;
     }
     switch (value->kind()) {
@@ -84,7 +143,9 @@ void appendTextValue(Output& output, const Value* value, TextOrigin origin,
             });
             break;
         case ValueKind::Struct:
+            output.append('(');
             appendSize(output, *value, "records");
+            output.append(')');
             break;
     }
 }
@@ -115,7 +176,6 @@ void appendPlainValue(Output& output, const Value* value, TextOrigin origin, Pla
     if (value == nullptr || value->elementCount() == 0) {
         return;
     }
-    constexpr std::size_t kAll = std::numeric_limits<std::size_t>::max();
     switch (value->kind()) {
         case ValueKind::Double:
             appendTextValue(output, value, origin, {kAll, kAll});

@@ -19,8 +19,9 @@ struct TextLimits {
 };
 
 /// Appends a value: numbers between spaces, the rows of a matrix between semicolons, the elements
-/// of a cell array between commas. A value that is cut short is followed by its size; a record
-/// array is shown by its size alone.
+/// of a cell array between commas. A value that is cut short is followed by its size and, where it
+/// is of numbers, the smallest and the largest; a record array is shown by its size alone, and a
+/// document in XML by its root element and size unless texts have no limit.
 /// @param value null for an empty cell
 void appendTextValue(Output& output, const Value* value, TextOrigin origin,
                      const TextLimits& limits);

@@ -8,29 +8,31 @@
 #include "names/public_tags.h"
 #include "read/directory_path.h"
 #include "read/messages.h"
+#include "text/count_text.h"
 #include "text/terminal_text.h"
+#include "write/field_roles.h"
 #include "write/number_output.h"
 #include "write/text_value.h"
+#include "write/warning_folding.h"
 
 namespace ifdsweep {
-namespace {
 
-/// Fields that are the same in every directory of a file, shown once below the file's heading.
-constexpr std::array<std::string_view, 7> kFileFields{
-    "Filename",      "FileModDate",     "FileSize", "Format",
-    "FormatVersion", "FormatSignature", "ByteOrder"};
-
-bool isFileField(std::string_view name) {
-    return std::find(kFileFields.begin(), kFileFields.end(), name) != kFileFields.end();
-}
-
-}  // namespace
+TextWriter::TextWriter(Output& destination, const WriteOptions& options)
+    : ResultWriter(destination),
+      colour(options.colour),
+      limits{options.shownElements, options.shownCharacters},
+      foldsNothing(options.allDirectories),
+      // Who names a field wants to see it.
+      placement(options.columns.empty() ? Placement::ignored : Placement::counted),
+      folding(placement) {}
 
 bool TextWriter::shows(const Outcome& outcome) const {
     return outcome.result != nullptr || !outcome.warnings.empty() || !outcome.warningCounts.empty();
 }
 
 void TextWriter::writeFile(const Outcome& outcome) {
+    folding = DirectoryFolding(placement);
+    hasFolded = false;
     appendStyled(Style::file, outcome.file);
     output.append('\n');
     if (outcome.result != nullptr) {
@@ -42,11 +44,12 @@ void TextWriter::writeFile(const Outcome& outcome) {
             output.append("no directories\n");
         }
     }
-    for (const Warning& warning : outcome.warnings) {
-        appendWarning(warning);
-    }
+    appendWarnings(outcome.warnings);
     for (const WarningCount& warning : outcome.warningCounts) {
         appendWarningCount(warning);
+    }
+    if (hasFolded) {
+        appendHint();
     }
 }
 
@@ -65,7 +68,7 @@ void TextWriter::appendStyled(Style style, std::string_view text) {
 
 void TextWriter::appendFileFields(const Value& records) {
     const auto isShown = [](std::string_view name) {
-        return isFileField(name) && name != kFileFields.front();  // the heading is the name
+        return isFileField(name) && name != kFileNameField;  // the heading is the name
     };
     std::size_t nameWidth = 0;
     forEachField(records, 0, [&](std::string_view name, const Value& value) {
@@ -81,16 +84,42 @@ void TextWriter::appendFileFields(const Value& records) {
 }
 
 void TextWriter::appendRecords(const Value& records, const std::string& path, std::size_t depth) {
-    for (std::size_t element = 0; element < records.elementCount(); ++element) {
+    const auto appendOne = [&](std::size_t element) {
         const std::string directory = childPath(path, std::to_string(element));
-        if (depth == 1) {
-            output.append('\n');
-        }
-        indent(depth);
+        beginHeading(depth);
         appendStyled(Style::directory, "Directory " + directory);
         output.append('\n');
         appendDirectory(records, element, directory, depth + 1);
+    };
+    if (foldsNothing) {
+        for (std::size_t element = 0; element < records.elementCount(); ++element) {
+            appendOne(element);
+        }
+        return;
     }
+    for (const ChainPart& part : folding.partsOf(records)) {
+        if (part.isFolded()) {
+            beginHeading(depth);
+            appendFolded(part, path);
+        } else {
+            appendOne(part.first);
+        }
+    }
+}
+
+void TextWriter::beginHeading(std::size_t depth) {
+    if (depth == 1) {
+        output.append('\n');
+    }
+    indent(depth);
+}
+
+void TextWriter::appendFolded(const ChainPart& part, const std::string& path) {
+    hasFolded = true;
+    appendStyled(Style::directory, foldedDirectories(part, path));
+    output.append(": ");
+    output.append(foldedLikeness(part, path));
+    output.append('\n');
 }
 
 void TextWriter::appendDirectory(const Value& records, std::size_t element, const std::string& path,
@@ -169,6 +198,26 @@ void TextWriter::appendUnknownTags(const Value& tags, DirectoryKind kind, std::s
     }
 }
 
+void TextWriter::appendWarnings(const std::vector<Warning>& warnings) {
+    WarningFolding kinds;
+    for (const Warning& warning : warnings) {
+        if (foldsNothing || kinds.shows(warning.message.id())) {
+            appendWarning(warning);
+        }
+    }
+    for (const auto& [id, count] : kinds.kinds()) {
+        if (count > WarningFolding::kShown) {
+            hasFolded = true;
+            indent(1);
+            output.append("\u2026 and ");
+            output.append(groupedCount(count - WarningFolding::kShown));
+            output.append(" more of ");
+            appendTerminalText(output, shortMessageId(id));
+            output.append('\n');
+        }
+    }
+}
+
 void TextWriter::appendWarning(const Warning& warning) {
     indent(1);
     appendStyled(Style::warning, "warning:");
@@ -185,7 +234,7 @@ void TextWriter::appendWarning(const Warning& warning) {
     }
     appendTerminalText(output, messageText(warning.message));
     output.append(" (");
-    appendTerminalText(output, warning.message.id());
+    appendTerminalText(output, shortMessageId(warning.message.id()));
     output.append(")\n");
 }
 
@@ -195,8 +244,13 @@ void TextWriter::appendWarningCount(const WarningCount& warning) {
     output.append(' ');
     appendInteger(output, static_cast<std::int64_t>(warning.count));
     output.append(" of ");
-    appendTerminalText(output, warning.id);
+    appendTerminalText(output, shortMessageId(warning.id));
     output.append('\n');
+}
+
+void TextWriter::appendHint() {
+    indent(1);
+    output.append("(--all-directories shows each directory and warning)\n");
 }
 
 }  // namespace ifdsweep

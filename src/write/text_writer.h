@@ -3,7 +3,8 @@
 // Text writer: records for people. A heading per file, the fields of the file once, a heading per
 // directory, names and values aligned, nested directories indented below their name, long values
 // cut short with their size, and the warnings after the file that they belong to. Fields without a
-// value are left out. Everything that comes from a file is escaped (see terminal_text.h).
+// value are left out, equal directories and warnings of one kind folded (directory_folding.h,
+// warning_folding.h). Everything that comes from a file is escaped (see terminal_text.h).
 //
 // Ownership: borrows its output. Threads: one at a time.
 
@@ -11,9 +12,11 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "ifdsweep/entry_sink.h"
 #include "values/value.h"
+#include "write/directory_folding.h"
 #include "write/result_writer.h"
 #include "write/text_value.h"
 
@@ -21,8 +24,7 @@ namespace ifdsweep {
 
 class TextWriter final : public ResultWriter {
 public:
-    TextWriter(Output& destination, Colour textColour, const TextLimits& textLimits = {})
-        : ResultWriter(destination), colour(textColour), limits(textLimits) {}
+    TextWriter(Output& destination, const WriteOptions& options);
 
     /// A file without a result is shown only when there are warnings: its error is told elsewhere.
     [[nodiscard]] bool shows(const Outcome& outcome) const override;
@@ -34,6 +36,8 @@ private:
     void appendStyled(Style style, std::string_view text);
     void appendFileFields(const Value& records);
     void appendRecords(const Value& records, const std::string& path, std::size_t depth);
+    void beginHeading(std::size_t depth);
+    void appendFolded(const ChainPart& part, const std::string& path);
     void appendDirectory(const Value& records, std::size_t element, const std::string& path,
                          std::size_t depth);
     void appendNested(std::string_view name, const Value& value, const std::string& path,
@@ -41,8 +45,10 @@ private:
     void appendField(std::string_view name, const Value& value, std::size_t nameWidth,
                      std::size_t depth);
     void appendUnknownTags(const Value& tags, DirectoryKind kind, std::size_t depth);
+    void appendWarnings(const std::vector<Warning>& warnings);
     void appendWarning(const Warning& warning);
     void appendWarningCount(const WarningCount& warning);
+    void appendHint();
     /// Real files do not nest so deep; one that nests 64 directories is not all spaces.
     static constexpr std::size_t kDeepest = 16;
 
@@ -50,6 +56,10 @@ private:
 
     Colour colour;
     TextLimits limits;
+    bool foldsNothing;
+    Placement placement;
+    DirectoryFolding folding;  ///< of the file that is written
+    bool hasFolded = false;    ///< something of that file
 };
 
 }  // namespace ifdsweep

@@ -14,6 +14,7 @@ WriteOptions writeOptions(const OutputChoice& choice, Colour colour) {
     options.colour = colour;
     options.nestedRows = choice.nestedRows;
     options.rawCells = choice.rawCells;
+    options.allDirectories = choice.allDirectories;
     options.forTerminal = choice.toTerminal;
     for (const ChosenField& field : choice.fields) {
         options.columns.push_back(field.name);

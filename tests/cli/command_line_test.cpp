@@ -199,6 +199,8 @@ TEST(CommandLines, WrongUsageIsToldWithTheOption) {
         {{"--nested", "--format", "json", "f"}, "--nested goes with --format csv"},
         {{"--raw-cells", "f"}, "--raw-cells goes with --format csv"},
         {{"--shorten", "3", "--format", "json", "f"}, "--shorten goes with --format text"},
+        {{"--all-directories", "--format", "csv", "f"},
+         "--all-directories goes with --format text"},
         {{"--resume", "j", "--format", "csv", "f"}, "needs --tags"},
         {{"--reading", "whole", "f"}, "full or contract, got whole"},
         {{"--reading", "", "f"}, "--reading"},
@@ -348,7 +350,8 @@ TEST(CommandLines, Output) {
     const ifdsweep::OutputChoice none = parse({"f"}).options.output;
     EXPECT_EQ(none.layout, ifdsweep::JsonLayout::filePerLine);
     EXPECT_EQ(none.warnings, ifdsweep::WarningDetail::each);
-    EXPECT_FALSE(none.shorten.has_value() || none.nestedRows || none.rawCells);
+    EXPECT_FALSE(none.shorten.has_value() || none.nestedRows || none.rawCells ||
+                 none.allDirectories);
     EXPECT_TRUE(parse({"--raw-cells", "--format", "csv", "f"}).options.output.rawCells);
     EXPECT_TRUE(none.fields.empty() && none.ignored.empty());
     const auto line = parse({"--format", "csv", "--nested", "--output", "o", "--tags", "Make,50000",
@@ -370,6 +373,7 @@ TEST(CommandLines, Output) {
               ifdsweep::WarningDetail::none);
     EXPECT_EQ(parse({"--shorten", "3", "f"}).options.output.shorten, 3U);
     EXPECT_EQ(parse({"--shorten", "all", "f"}).options.output.shorten, 0U);
+    EXPECT_TRUE(parse({"--all-directories", "f"}).options.output.allDirectories);
     EXPECT_EQ(parse({"--compact", "--format", "json", "f"}).options.output.layout,
               ifdsweep::JsonLayout::compact);
     EXPECT_EQ(parse({"--format", "json", "f", "--pretty"}).options.output.layout,

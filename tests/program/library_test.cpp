@@ -41,6 +41,7 @@ const std::vector<Way> kWays{
     {{"--format", "ndjson"}, {.format = Format::ndjson}},
     {{"--format", "typed"}, {.format = Format::typed}},
     {{"--format", "csv"}, {.format = Format::csv}},
+    {{"--all-directories"}, {.format = Format::text, .allDirectories = true}},
     {{"--format", "csv", "--nested"}, {.format = Format::csv, .nestedRows = true}},
     {{"--format", "csv", "--raw-cells"}, {.format = Format::csv, .rawCells = true}},
     {{"--format", "csv", "--tags", "Width,Height"},

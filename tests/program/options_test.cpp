@@ -173,7 +173,7 @@ TEST_F(Options, Warnings) {
     EXPECT_EQ(file({"--ignore", first, "--ignore", second})["warnings"], json::array());
 
     const Ending text = run({"--warnings", "count", "damaged.tif"});
-    EXPECT_NE(text.out.find("  warning: 1 of " + first + '\n'), std::string::npos) << text.out;
+    EXPECT_NE(text.out.find("  warning: 1 of " + shortId + '\n'), std::string::npos) << text.out;
     EXPECT_EQ(run({"--warnings", "none", "damaged.tif"}).out.find("warning"), std::string::npos);
 }
 
@@ -276,17 +276,18 @@ TEST_F(Options, Shorten) {
         arguments.insert(arguments.end(), {"--tags", "StripOffsets,Artist", "long.tif"});
         return run(arguments).out;
     };
-    EXPECT_NE(text({}).find(" ... (20 values)\n"), std::string::npos);
+    EXPECT_NE(text({}).find(" … 20 values, all 0\n"), std::string::npos);
     EXPECT_NE(text({}).find(" ... (300 characters)\n"), std::string::npos);
-    EXPECT_NE(text({"--shorten", "3"}).find("StripOffsets  0 0 0 ... (20 values)\n"),
+    EXPECT_NE(text({"--shorten", "3"}).find("StripOffsets  0 0 0 … 20 values, all 0\n"),
               std::string::npos);
     EXPECT_NE(text({"--shorten", "3"})
                   .find("Artist        " + std::string(48, 'x') + " ... (300 characters)\n"),
               std::string::npos);
     for (const char* const most : {"20", "all", "18446744073709551615"}) {
         EXPECT_EQ(text({"--shorten", most}).find("..."), std::string::npos) << most;
+        EXPECT_EQ(text({"--shorten", most}).find("…"), std::string::npos) << most;
     }
-    EXPECT_NE(text({"--shorten", "19"}).find("(20 values)"), std::string::npos);
+    EXPECT_NE(text({"--shorten", "19"}).find("… 20 values"), std::string::npos);
 }
 
 TEST_F(Options, InformationIsPrinted) {

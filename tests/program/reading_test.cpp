@@ -107,7 +107,7 @@ TEST_F(Readings, LongValuesStayInTheFile) {
         "Make (65537 x TIFF_ASCII at " + std::to_string(file.places[0].data[1]) + "), " + unknown;
     const std::string warning =
         "  warning: values longer than 65536 bytes are not loaded, 2 of them: " + described +
-        " (ifdsweep:valuesNotLoaded)\n";
+        " (valuesNotLoaded)\n";
     for (const std::vector<std::string>& arguments :
          {std::vector<std::string>{}, {"--max-value", "65536"}, {"--shorten", "4096"}}) {
         const std::string shown = text(arguments);

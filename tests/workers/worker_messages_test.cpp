@@ -37,6 +37,7 @@ ifdsweep::WorkerSetup usualSetup() {
     output.shorten = 0;
     output.nestedRows = true;
     output.rawCells = true;
+    output.allDirectories = true;
     output.warnings = ifdsweep::WarningDetail::count;
     output.ignored = {"Velmora:a", "Velmora:b"};
     return setup;
@@ -79,6 +80,7 @@ TEST(WorkerMessages, ASetupComesBack) {
     EXPECT_EQ(output.shorten, 0U);
     EXPECT_TRUE(output.nestedRows);
     EXPECT_TRUE(output.rawCells);
+    EXPECT_TRUE(output.allDirectories);
     EXPECT_EQ(output.warnings, ifdsweep::WarningDetail::count);
     EXPECT_EQ(output.ignored, sent.task.output.ignored);
     EXPECT_EQ(ifdsweep::packSetup(*back), ifdsweep::packSetup(sent));
