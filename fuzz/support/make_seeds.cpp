@@ -227,6 +227,15 @@ void addLists(SeedFolder& folder) {
     folder.add(prefixed({0, 63, 1, 4}, std::string(1025, 'x')));
 }
 
+/// A pattern and a path that it matches.
+void addGlobs(SeedFolder& folder) {
+    for (const std::string_view pair :
+         {"*.tif\na.tif", "photos/**/*.jpg\nphotos/2023/a.jpg", "/a?/[!b-d]x\nab/ax",
+          "{a,b{c,}d/}e\nbd/e", "\\[[:alpha:]]/**/**\n[a/b/c", "*a*a*b/**/\naaaab/aab"}) {
+        folder.add(prefixed({}, pair));
+    }
+}
+
 void addTagLists(SeedFolder& folder) {
     for (const std::string_view list :
          {"Make", "Make,Model,0x110,GPS*", "271,271,65000", "*", "Mak", "[A-C]*,!", "", ",",
@@ -271,6 +280,8 @@ void makeSeeds(const fs::path& folder, std::span<char*> samples) {
     addJournals(journals);
     SeedFolder lists(folder / "path_list");
     addLists(lists);
+    SeedFolder globs(folder / "glob");
+    addGlobs(globs);
     SeedFolder tagLists(folder / "tag_choice");
     addTagLists(tagLists);
     for (const char* target :

@@ -68,13 +68,14 @@ std::string flowed(std::string_view paragraph) {
     return line;
 }
 
-/// What stands below the options: the notes on quantities and on JPEG files, the exit status, the
+/// What stands below the options: the notes on quantities, patterns and JPEG files, the exit status, the
 /// table of the readings and the examples.
 std::string footer(bool isWide) {
     const auto paragraph = [isWide](std::string_view text) {
         return isWide ? std::string(text) : flowed(text);
     };
     std::string text = paragraph(kQuantityNote);
+    text.append("\n\n").append(paragraph("Patterns: " + std::string(kPatternsNote)));
     text.append("\n\n").append(paragraph(kJpegNote));
     text.append("\n\n").append(paragraph("Exit status: " + std::string(kExitStatusNote)));
     text.append("\n\n").append(isWide ? readingTableText() : readingListText());

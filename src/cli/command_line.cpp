@@ -17,6 +17,7 @@
 #include "ifdsweep/unlimited.h"
 #include "read/messages.h"
 #include "read/tag_choice.h"
+#include "walk/glob.h"
 
 namespace ifdsweep {
 namespace {
@@ -53,6 +54,20 @@ auto storeWord(Value& target, std::span<const OptionWord> words) {
     };
 }
 
+/// Whether the parser would take an argument such as "[a,b]" for a list of names. Leading line
+/// feeds are those of `shield`, so that a name which has some of its own is told apart.
+bool looksLikeList(std::string_view argument) {
+    const std::size_t start = argument.find_first_not_of('\n');
+    return start != std::string_view::npos && argument[start] == '[' && argument.ends_with(']');
+}
+
+std::string unshielded(const std::string& argument) {
+    return argument.starts_with('\n') && looksLikeList(argument) ? argument.substr(1) : argument;
+}
+
+/// What a pattern is to choose.
+enum class GlobUse : std::uint8_t { files, filesAndFolders };
+
 /// Adds options to the parser with the help of their rows. Most runs name one or two of them: an
 /// option that the arguments do not begin to name is left out, unless the help shows them all.
 class OptionBinder {
@@ -77,7 +92,8 @@ public:
         const OptionRow& row = optionRow(name);
         CLI::Option* option = command.add_option_function<std::string>(
             namesOf(row),
-            [&row, expected, store](const std::string& text) {
+            [&row, expected, store](const std::string& given) {
+                const std::string text = unshielded(given);
                 if (!store(text)) {
                     throw CLI::ValidationError(
                         std::string(row.name),
@@ -118,10 +134,20 @@ public:
         });
     }
 
-    void texts(const std::string& name, std::vector<std::string>& targets) {
-        value(name, "a text", [&targets](const std::string& given) {
-            targets.push_back(given);
-            return !given.empty();
+    void glob(const std::string& name, std::vector<Glob>& targets, LetterCase letters,
+              GlobUse use) {
+        value(name, "a pattern", [name, &targets, letters, use](const std::string& text) {
+            try {
+                targets.emplace_back(text, letters);
+            } catch (const BadGlob& wrong) {
+                throw CLI::ValidationError(name + ' ' + text + ": " + wrong.what());
+            }
+            if (targets.back().isForFolders() && use == GlobUse::files) {
+                throw CLI::ValidationError(name + ' ' + text +
+                                           ": a slash at the end is for folders, and files are "
+                                           "included; what lies in folders NAME is **/NAME/**");
+            }
+            return true;
         });
     }
 
@@ -183,8 +209,9 @@ std::string_view wordAt(std::string_view option, Value value) {
 void addInputOptions(OptionBinder& bind, InputChoice& input) {
     bind.flag("--recursive", input.recursive, true);
     bind.flag("--no-recursive", input.recursive, false);
-    bind.texts("--include", input.included);
-    bind.texts("--exclude", input.excluded);
+    bind.glob("--include", input.included, LetterCase::distinct, GlobUse::files);
+    bind.glob("--iglob", input.included, LetterCase::any, GlobUse::files);
+    bind.glob("--exclude", input.excluded, LetterCase::distinct, GlobUse::filesAndFolders);
     bind.flag("--all", input.everyFile, true);
     bind.flag("--follow", input.followLinks, true);
     bind.text("--files-from", input.listFile);
@@ -338,13 +365,6 @@ std::optional<std::uint64_t> longestValueFor(const OutputChoice& output) {
     return std::max(kOfText, shown * kBytesPerElement);
 }
 
-/// Whether the parser would take a file name such as "[a,b]" for a list of names. Leading line
-/// feeds are those of `shield`, so that a name which has some of its own is told apart.
-bool looksLikeList(std::string_view argument) {
-    const std::size_t start = argument.find_first_not_of('\n');
-    return start != std::string_view::npos && argument[start] == '[' && argument.ends_with(']');
-}
-
 /// The arguments without the program's name. The other spelling of an option is taken for it.
 std::vector<std::string> argumentsOf(int argumentCount, const char* const* arguments) {
     constexpr std::string_view kColour = "--colour";
@@ -369,14 +389,6 @@ std::vector<std::string> shield(std::vector<std::string> arguments) {
         }
     }
     return arguments;
-}
-
-void unshield(std::vector<std::string>& files) {
-    for (std::string& file : files) {
-        if (looksLikeList(file)) {
-            file.erase(0, 1);
-        }
-    }
 }
 
 }  // namespace
@@ -429,7 +441,8 @@ CommandLine parseCommandLine(int argumentCount, const char* const* arguments,
         ->option_text("...");
     try {
         command.parse(shield(words));
-        unshield(result.options.input.paths);
+        auto& paths = result.options.input.paths;
+        std::transform(paths.begin(), paths.end(), paths.begin(), unshielded);
         if (complaint.empty()) {
             complaint = combinationComplaint(result.options);
         }

@@ -49,8 +49,9 @@ constexpr bool kRepeatable = true;
 constexpr std::array kOptions{
     OptionRow{"--recursive", "", "go down into the folders of a folder (default)", kInput, ValueCompletion::none, kNoWords, !kRepeatable, "-r"},
     OptionRow{"--no-recursive", "", "do not go down into the folders of a folder", kInput, ValueCompletion::none},
-    OptionRow{"--include", "GLOB", "of the files found in folders, only those whose name\nmatches (the whole path if GLOB has a slash); repeatable", kInput, ValueCompletion::other, kNoWords, kRepeatable},
-    OptionRow{"--exclude", "GLOB", "leave out files and folders whose name matches;\nrepeatable", kInput, ValueCompletion::other, kNoWords, kRepeatable},
+    OptionRow{"--include", "GLOB", "of the files found in folders, only those that match\n(see Patterns); repeatable", kInput, ValueCompletion::other, kNoWords, kRepeatable},
+    OptionRow{"--iglob", "GLOB", "as --include, in upper or lower case; repeatable", kInput, ValueCompletion::other, kNoWords, kRepeatable},
+    OptionRow{"--exclude", "GLOB", "leave out files and folders of folders that match;\nrepeatable", kInput, ValueCompletion::other, kNoWords, kRepeatable},
     OptionRow{"--all", "", "try every file of a folder, not only those that begin\nas TIFF, BigTIFF, RW2, ORF, JPEG XR, DCP or JPEG", kInput, ValueCompletion::none},
     OptionRow{"--follow", "", "follow symbolic links to folders; no folder is walked\ntwice", kInput, ValueCompletion::none},
     OptionRow{"--files-from", "FILE", "read more paths from FILE, one per line; - is the\nstandard input", kInput, ValueCompletion::file},
@@ -153,6 +154,13 @@ constexpr std::string_view kQuantityText =
     "A SIZE is a number of bytes, or has a unit: 64K, 512M, 1.5GiB are powers of 1024, 100MB is\n"
     "powers of 1000. A TIME is a number of seconds, or has a unit: 500ms, 90s, 10m, 1.5h, 1d.";
 constinit const std::string_view kQuantityNote = kQuantityText;
+constexpr std::string_view kPatternsText =
+    "GLOB without a slash is for the name of a file or folder, with one for its path\n"
+    "below the folder that was named, which a leading / stands for. * is any characters but a\n"
+    "slash, ? is one, ** as a whole part any number of folders, [a-z] one of these, [!a-z] one\n"
+    "of no such, {tif,tiff} either; a backslash takes the next character as it is. A slash at\n"
+    "the end is for folders alone. What is named itself is read whatever the patterns say.";
+constinit const std::string_view kPatternsNote = kPatternsText;
 
 constexpr std::string_view kExitStatusText =
     "0 all files were read, 1 some file could not be read (the others still are) or\n"
@@ -164,7 +172,8 @@ constexpr std::string_view kExamplesText =
     "  ifdsweep photo.jpg scan.tif              every tag, for reading\n"
     "  ifdsweep --max 1 slide.tif               the first directory alone\n"
     "  ifdsweep --format json *.tif | jq '.[].records[0].Width'\n"
-    "  ifdsweep --format csv --tags Make,Model,DateTime --output table.csv archive/\n";
+    "  ifdsweep --format csv --tags Make,Model,DateTime --output table.csv archive/\n"
+    "  ifdsweep --include 'photos/**/*.{tif,tiff}' --exclude thumbs/ archive\n";
 constinit const std::string_view kExamples = kExamplesText;
 
 constinit const std::string_view kVersionText = "ifdsweep " IFDSWEEP_VERSION;

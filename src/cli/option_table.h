@@ -48,6 +48,7 @@ struct OptionRow {
 extern const std::string_view kDescription;
 extern const std::string_view kJpegNote;
 extern const std::string_view kQuantityNote;
+extern const std::string_view kPatternsNote;
 extern const std::string_view kExitStatusNote;
 extern const std::string_view kExamples;
 extern const std::string_view kVersionText;

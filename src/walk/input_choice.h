@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "walk/glob.h"
+
 namespace ifdsweep {
 
 struct InputChoice {
@@ -13,9 +15,9 @@ struct InputChoice {
     bool nulSeparated = false;
     bool recursive = true;
     bool followLinks = false;
-    bool everyFile = false;  ///< not only those whose first bytes are those of an image
-    std::vector<std::string> included;
-    std::vector<std::string> excluded;
+    bool everyFile = false;      ///< not only those whose first bytes are those of an image
+    std::vector<Glob> included;  ///< of the files found in folders, one has to match; empty: all do
+    std::vector<Glob> excluded;  ///< of files and folders found in folders
 };
 
 }  // namespace ifdsweep

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#include <fnmatch.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -15,15 +14,6 @@ namespace ifdsweep {
 namespace {
 
 using EntryKind = FolderListing::EntryKind;
-
-bool matchesAny(const std::vector<std::string>& globs, const std::string& path,
-                std::string_view name) {
-    return std::any_of(globs.begin(), globs.end(), [&](const std::string& glob) {
-        const bool wholePath = glob.find('/') != std::string::npos;
-        return ::fnmatch(glob.c_str(), wholePath ? path.c_str() : std::string(name).c_str(), 0) ==
-               0;
-    });
-}
 
 EntryKind kindOf(const struct stat& status) {
     return S_ISREG(status.st_mode)   ? EntryKind::file
@@ -167,7 +157,7 @@ std::optional<InputFile> InputFiles::takeFound() {
     const FolderListing::Entry entry = folders.back().take();
     std::string path = pathIn(folders.back().path(), entry.name);
     const EntryKind kind = resolvedKind(path, entry.kind, choice.followLinks);
-    if (kind == EntryKind::other || isLeftOut(path, entry.name, kind)) {
+    if (kind == EntryKind::other || isLeftOut(path, kind)) {
         return std::nullopt;
     }
     if (kind == EntryKind::folder) {
@@ -191,10 +181,17 @@ bool InputFiles::isWritten(const std::string& path, const FolderListing::Entry& 
            contains(written, {status.st_dev, status.st_ino});
 }
 
-bool InputFiles::isLeftOut(const std::string& path, std::string_view name, EntryKind kind) const {
-    const bool isIncluded = kind == EntryKind::folder || choice.included.empty() ||
-                            matchesAny(choice.included, path, name);
-    return !isIncluded || matchesAny(choice.excluded, path, name);
+bool InputFiles::isLeftOut(const std::string& path, EntryKind kind) const {
+    const std::string_view fromFolder =
+        std::string_view(path).substr(pathIn(folders.front().path(), "").size());
+    const bool isFolder = kind == EntryKind::folder;
+    const auto matches = [&](const Glob& glob) { return glob.matches(fromFolder, isFolder); };
+    const auto mayHold = [&](const Glob& glob) { return glob.mayMatchBelow(fromFolder); };
+    const auto& included = choice.included;
+    const bool isIncluded =
+        included.empty() || (isFolder ? std::any_of(included.begin(), included.end(), mayHold)
+                                      : std::any_of(included.begin(), included.end(), matches));
+    return !isIncluded || std::any_of(choice.excluded.begin(), choice.excluded.end(), matches);
 }
 
 }  // namespace ifdsweep

@@ -42,15 +42,14 @@ private:
     [[nodiscard]] std::optional<InputFile> name(std::string path);
     [[nodiscard]] std::optional<InputFile> enter(std::string path);
     [[nodiscard]] bool isWritten(const std::string& path, const FolderListing::Entry& entry) const;
-    [[nodiscard]] bool isLeftOut(const std::string& path, std::string_view name,
-                                 FolderListing::EntryKind kind) const;
+    [[nodiscard]] bool isLeftOut(const std::string& path, FolderListing::EntryKind kind) const;
 
     const InputChoice& choice;
     std::vector<FileIdentity> written;
     std::vector<FileIdentity> replaced;
     std::size_t nextPath = 0;
     std::optional<PathList> list;
-    std::vector<FolderListing> folders;  ///< from the outermost to the one at hand
+    std::vector<FolderListing> folders;  ///< from the one that was named to the one at hand
     std::set<FileIdentity> walked;
 };
 

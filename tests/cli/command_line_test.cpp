@@ -159,6 +159,9 @@ TEST(CommandLines, WrongUsageIsToldWithTheOption) {
         {{"--files-from"}, "--files-from"},
         {{"--include", "", "f"}, "--include"},
         {{"--exclude", "", "f"}, "--exclude"},
+        {{"--include", "[a", "f"}, "--include [a: [ without ] in the same part"},
+        {{"--exclude", "{a,b", "f"}, "--exclude {a,b: { without }"},
+        {{"--iglob", "thumbs/", "f"}, "--iglob thumbs/: a slash at the end is for folders"},
         {{"--output", "", "f"}, "--output"},
         {{"--failures", "", "f"}, "--failures"},
         {{"--resume", "", "f"}, "--resume"},
@@ -341,9 +344,24 @@ TEST(CommandLines, Input) {
     EXPECT_TRUE(input.followLinks);
     EXPECT_TRUE(input.nulSeparated);
     EXPECT_EQ(input.listFile, "-");
-    EXPECT_EQ(input.included, (std::vector<std::string>{"*.tif", "*.jpg"}));
-    EXPECT_EQ(input.excluded, (std::vector<std::string>{"old", "tmp"}));
+    ASSERT_EQ(input.included.size(), 2U);
+    EXPECT_TRUE(input.included[0].matches("a.tif", false));
+    EXPECT_FALSE(input.included[0].matches("a.TIF", false));
+    EXPECT_TRUE(input.included[1].matches("a.jpg", false));
+    ASSERT_EQ(input.excluded.size(), 2U);
+    EXPECT_TRUE(input.excluded[0].matches("old", true));
+    EXPECT_TRUE(input.excluded[1].matches("tmp", true));
     EXPECT_TRUE(input.paths.empty());
+}
+
+TEST(CommandLines, PatternsMayBeginWithABracketOrBeInAnyCase) {
+    const auto line = parse({"--include", "[ab]", "--include=[a,b]", "--iglob", "*.JPG", "f"});
+    ASSERT_EQ(line.action, Action::read) << line.text;
+    const ifdsweep::InputChoice& input = line.options.input;
+    ASSERT_EQ(input.included.size(), 3U);
+    EXPECT_TRUE(input.included[0].matches("b", false));
+    EXPECT_TRUE(input.included[1].matches(",", false));
+    EXPECT_TRUE(input.included[2].matches("a.jpg", false));
 }
 
 TEST(CommandLines, Output) {

@@ -99,8 +99,8 @@ TEST(ManualPage, ExplainsEveryMessage) {
 TEST(ManualPage, HasEverySectionInOrder) {
     std::string_view rest = renderedManual().text;
     for (const std::string_view section :
-         {"NAME", "SYNOPSIS", "DESCRIPTION", "OPTIONS", "MESSAGES", "EXIT STATUS", "ENVIRONMENT",
-          "FILES", "EXAMPLES", "SEE ALSO"}) {
+         {"NAME", "SYNOPSIS", "DESCRIPTION", "OPTIONS", "MESSAGES", "PATTERNS", "EXIT STATUS",
+          "ENVIRONMENT", "FILES", "EXAMPLES", "SEE ALSO"}) {
         const std::size_t place = rest.find(section);
         ASSERT_NE(place, std::string_view::npos) << section;
         rest.remove_prefix(place);
@@ -154,8 +154,8 @@ TEST(OptionTexts, KnowWhichOptionsRepeat) {
         }
         EXPECT_TRUE(row.isRepeatable || row.help.find("repeatable") == std::string_view::npos);
     }
-    EXPECT_EQ(names,
-              (std::vector<std::string_view>{"--include", "--exclude", "--tags", "--ignore"}));
+    EXPECT_EQ(names, (std::vector<std::string_view>{"--include", "--iglob", "--exclude", "--tags",
+                                                    "--ignore"}));
 }
 
 /// An id that is like no other makes the program name all there are.

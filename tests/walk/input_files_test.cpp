@@ -61,6 +61,10 @@ protected:
         return choice;
     }
 
+    static std::vector<ifdsweep::Glob> globs(const Names& patterns) {
+        return {patterns.begin(), patterns.end()};
+    }
+
     ifdsweep::InputChoice chooseList(const std::string& lines, bool nulSeparated) const {
         writeFile(folder / "list", lines);
         ifdsweep::InputChoice choice;
@@ -102,15 +106,20 @@ TEST_F(InputFileWalk, Patterns) {
         {{"?.jpg"}, {}, {"b/c/3.jpg"}},
         {{}, {"c"}, {"a.tif", "b/1.tif", "b/2.tif", "z/5.TIF", "ä.tif"}},
         {{}, {"b", "z"}, {"a.tif", "ä.tif"}},
-        {{"*/c/*"}, {}, {"b/c/3.jpg", "b/c/d/4.tif"}},
-        {{}, {"*/b/c"}, {"a.tif", "b/1.tif", "b/2.tif", "z/5.TIF", "ä.tif"}},
-        {{}, {"*/c/*"}, {"a.tif", "b/1.tif", "b/2.tif", "z/5.TIF", "ä.tif"}},
+        {{"b/c/**"}, {}, {"b/c/3.jpg", "b/c/d/4.tif"}},
+        {{"/*.tif", "b/*/*.jpg"}, {}, {"a.tif", "b/c/3.jpg", "ä.tif"}},
+        {{"*/*.tif"}, {}, {"b/1.tif", "b/2.tif"}},
+        {{"**/*.{tif,jpg}"}, {"/?.tif", "d/"}, {"b/1.tif", "b/2.tif", "b/c/3.jpg"}},
+        {{}, {"b/c"}, {"a.tif", "b/1.tif", "b/2.tif", "z/5.TIF", "ä.tif"}},
+        {{}, {"b/c/*"}, {"a.tif", "b/1.tif", "b/2.tif", "z/5.TIF", "ä.tif"}},
+        {{}, {"c/", "a.tif/"}, {"a.tif", "b/1.tif", "b/2.tif", "z/5.TIF", "ä.tif"}},
+        {{"in/b/1.tif"}, {}, {}},
         {{"none"}, {}, {}},
     };
     for (const Case& row : rows) {
         ifdsweep::InputChoice choice = choose({""});
-        choice.included = row.included;
-        choice.excluded = row.excluded;
+        choice.included = globs(row.included);
+        choice.excluded = globs(row.excluded);
         EXPECT_EQ(found(choice), row.expected)
             << testing::PrintToString(row.included) << testing::PrintToString(row.excluded);
     }
@@ -118,9 +127,30 @@ TEST_F(InputFileWalk, Patterns) {
 
 TEST_F(InputFileWalk, PatternsAreForWhatIsFoundAlone) {
     ifdsweep::InputChoice choice = choose({"a.tif", "b/c"});
-    choice.included = {"*.jpg"};
-    choice.excluded = {"a*", "c"};
+    choice.included = globs({"*.jpg"});
+    choice.excluded = globs({"a*", "c"});
     EXPECT_EQ(found(choice), (Names{"a.tif", "b/c/3.jpg"}));
+}
+
+TEST_F(InputFileWalk, PatternsAreForThePathBelowEachFolderHoweverItIsNamed) {
+    ifdsweep::InputChoice choice = choose({"b/c", "z//", "./b/../b"});
+    choice.included = globs({"/d/*", "5.*", "/1.tif"});
+    EXPECT_EQ(found(choice), (Names{"b/c/d/4.tif", "z//5.TIF", "./b/../b/1.tif"}));
+    choice = choose({"b/c", "b"});
+    choice.excluded = globs({"c/*"});
+    EXPECT_EQ(found(choice), (Names{"b/c/3.jpg", "b/c/d/4.tif", "b/1.tif", "b/2.tif"}));
+    choice = chooseList((folder / "b").string() + '\n', false);
+    choice.included = globs({"/c/*"});
+    EXPECT_EQ(found(choice), (Names{"b/c/3.jpg"}));
+}
+
+TEST_F(InputFileWalk, AFolderWithoutAnythingToIncludeIsNotEntered) {
+    // A folder that was entered is not entered again when it is named.
+    ifdsweep::InputChoice choice = choose({"", "z"});
+    choice.included = globs({"/b/c/*", "/5.TIF"});
+    EXPECT_EQ(found(choice), (Names{"b/c/3.jpg", "z/5.TIF"}));
+    choice.included.emplace_back("**/4.tif");
+    EXPECT_EQ(found(choice), (Names{"b/c/3.jpg", "b/c/d/4.tif"}));
 }
 
 TEST_F(InputFileWalk, LinksToFoldersAreFollowedOnDemand) {

@@ -133,6 +133,9 @@ std::string manualPage() {
     page.paragraph(kQuantityNote);
     addMessages(page);
 
+    page.section("PATTERNS");
+    page.paragraph(kPatternsNote);
+
     page.section("READINGS");
     page.paragraph("Where --reading full and --reading contract differ:");
     for (const ReadingDifference& row : readingDifferences()) {
