@@ -63,12 +63,21 @@ script/run: building, 2 of 2
 '
 
 check "a failed build" '
+echo "script/build: configuring" >&2
 echo "[1/2] Building CXX object a.o"
 echo "a.cpp:1: error: no"
 exit 1' 1 "" \
-    'script/run: building, 1 of 2
+    'script/run: configuring
+script/run: building, 1 of 2
 [1/2] Building CXX object a.o
 a.cpp:1: error: no
+script/run: the build failed
+'
+
+check "packages that may not be installed" '
+echo "script/setup: packages are missing" >&2
+exit 1' 1 "" \
+    'script/run: packages are missing
 script/run: the build failed
 '
 
