@@ -68,8 +68,8 @@ std::string flowed(std::string_view paragraph) {
     return line;
 }
 
-/// What stands below the options: the notes on quantities, patterns and JPEG files, the exit status, the
-/// table of the readings and the examples.
+/// What stands below the options: the notes on quantities, patterns and JPEG files, the exit
+/// status, the table of the readings and the examples.
 std::string footer(bool isWide) {
     const auto paragraph = [isWide](std::string_view text) {
         return isWide ? std::string(text) : flowed(text);

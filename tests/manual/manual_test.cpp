@@ -16,6 +16,7 @@
 #include "manual/fish_completion.h"
 #include "manual/option_texts.h"
 #include "manual/zsh_completion.h"
+#include "read/tag_choice.h"
 #include "support/temporary_folder.h"
 #include "support/whole_file.h"
 
@@ -202,6 +203,20 @@ TEST(Formats, HaveTheTableOfTheReadings) {
         table += "|\n";
     }
     EXPECT_NE(formats.find("| --- | --- | --- |\n" + table + '\n'), std::string::npos) << table;
+}
+
+TEST(Formats, ShowTheListOfNamesAsItIs) {
+    const std::string formats = fixture::readFile("docs/formats.md");
+    const std::string list = '\n' + tagListText();
+    std::size_t shown = 0;
+    for (const std::string_view line : ifdsweep::manual::split(formats, "\n")) {
+        if (line.starts_with("    ") && line.find('\t') != std::string_view::npos) {
+            ++shown;
+            EXPECT_NE(list.find('\n' + std::string(line.substr(4)) + '\n'), std::string::npos)
+                << line;
+        }
+    }
+    EXPECT_GT(shown, 0U);
 }
 
 TEST(ManualPages, HaveTheTableOfTheReadings) {
