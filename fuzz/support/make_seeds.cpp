@@ -239,7 +239,7 @@ void addGlobs(SeedFolder& folder) {
 void addTagLists(SeedFolder& folder) {
     for (const std::string_view list :
          {"Make", "Make,Model,0x110,GPS*", "271,271,65000", "*", "Mak", "[A-C]*,!", "", ",",
-          "0x1ffff", "65536", "ISO*,?mage*"}) {
+          "0x1ffff", "65536", "ISO*,?mage*", "lensmodel,42036,imageLength", "gpsh*,31,Exif*"}) {
         folder.add(prefixed({}, list));
     }
 }

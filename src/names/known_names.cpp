@@ -1,7 +1,7 @@
 #include "names/known_names.h"
 
 #include <algorithm>
-#include <utility>
+#include <span>
 
 #include "ifdsweep/entry_sink.h"
 #include "ifdsweep/tag_list.h"
@@ -11,22 +11,34 @@
 namespace ifdsweep {
 namespace {
 
-/// The public tags of a kind of directory go in among the names of its dictionary.
-void addPublicTags(std::vector<KnownName>& known, DirectoryKind kind, std::string_view dictionary) {
-    const auto isOfAnother = [dictionary](const KnownName& name) {
-        return name.dictionary != dictionary;
+/// The public tags of the directories whose tags a dictionary names.
+std::span<const PublicTag> publicTagsBeside(std::string_view dictionary) {
+    return dictionary == "TIFF"  ? publicTags(DirectoryKind::primary)
+           : dictionary == "GPS" ? publicTags(DirectoryKind::gps)
+                                 : std::span<const PublicTag>();
+}
+
+/// Adds the names of one dictionary, with the public tags at their places among them.
+void addDictionary(std::vector<KnownName>& known, std::span<const TagListing> listings) {
+    const std::string_view dictionary = listings.front().dictionary;
+    std::span<const PublicTag> tags = publicTagsBeside(dictionary);
+    const auto addTag = [&] {
+        known.push_back(
+            {tags.front().number, tags.front().name, dictionary, NamedPlace::unknownTag, {}});
+        tags = tags.subspan(1);
     };
-    const auto first = std::find_if_not(known.begin(), known.end(), isOfAnother);
-    const auto last = std::find_if(first, known.end(), isOfAnother);
-    std::vector<KnownName> merged(std::make_move_iterator(first), std::make_move_iterator(last));
-    for (const PublicTag& tag : publicTags(kind)) {
-        merged.push_back({tag.number, tag.name, dictionary, NamedPlace::unknownTag, {}});
+    for (const TagListing& listing : listings) {
+        while (!tags.empty() && tags.front().number < listing.id) {
+            addTag();
+        }
+        known.push_back({listing.id, listing.name, dictionary, NamedPlace::field, {}});
+        if (!listing.alias.empty()) {
+            known.back().others.push_back(listing.alias);
+        }
     }
-    std::sort(merged.begin(), merged.end(), [](const KnownName& left, const KnownName& right) {
-        return left.number < right.number;
-    });
-    known.insert(known.erase(first, last), std::make_move_iterator(merged.begin()),
-                 std::make_move_iterator(merged.end()));
+    while (!tags.empty()) {
+        addTag();
+    }
 }
 
 void addOtherNames(std::vector<KnownName>& known) {
@@ -46,21 +58,24 @@ void addOtherNames(std::vector<KnownName>& known) {
 }  // namespace
 
 std::vector<KnownName> listKnownNames() {
+    const std::vector<TagListing> listings = listTags();
     std::vector<KnownName> known;
-    for (const TagListing& listing : listTags()) {
-        known.push_back({listing.id, listing.name, listing.dictionary, NamedPlace::field, {}});
-        if (!listing.alias.empty()) {
-            known.back().others.push_back(listing.alias);
-        }
+    known.reserve(listings.size() + publicTags(DirectoryKind::primary).size() +
+                  publicTags(DirectoryKind::gps).size());
+    for (auto first = listings.begin(); first != listings.end();) {
+        const auto last = std::find_if(first, listings.end(), [first](const TagListing& listing) {
+            return listing.dictionary != first->dictionary;
+        });
+        addDictionary(known, {first, last});
+        first = last;
     }
-    addPublicTags(known, DirectoryKind::primary, "TIFF");
-    addPublicTags(known, DirectoryKind::gps, "GPS");
     addOtherNames(known);
     return known;
 }
 
 std::vector<std::string_view> allNames(const std::vector<KnownName>& known) {
     std::vector<std::string_view> names;
+    names.reserve(2 * known.size());
     for (const KnownName& each : known) {
         names.push_back(each.name);
     }
