@@ -7,6 +7,7 @@
 #include "files/file_bytes.h"
 #include "fuzz_input.h"
 #include "fuzz_target.h"
+#include "check/jpeg_segments.h"
 #include "read/jpeg_locator.h"
 
 namespace {

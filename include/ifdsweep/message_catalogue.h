@@ -54,6 +54,36 @@ enum class ReadingMessageId : std::uint8_t {
     valuesNotLoaded,
 };
 
+/// What a check of the image data finds (read.h). The row of the same position in `kCheckCatalogue`
+/// describes it.
+enum class CheckMessageId : std::uint8_t {
+    imageDataMissing,
+    stripsAndTiles,
+    imageSizeZero,
+    rowsPerStripZero,
+    tileSizeZero,
+    tileSizeUneven,
+    imageDataNotChecked,
+    byteCountsMissing,
+    imageDataCountMismatch,
+    imageDataPastEOF,
+    imageDataEmpty,
+    imageDataUnplaced,
+    imageDataOverlaps,
+    imageDataTooShort,
+    bitsPerSampleCountMismatch,
+    extraSamplesTooMany,
+    tooFewSamples,
+    colorMapCountMismatch,
+    jpegTablesDamaged,
+    imageDataNotJpeg,
+    jpegDataPastEOF,
+    jpegDataWithoutStart,
+    jpegDataWithoutEnd,
+    jpegWithoutImageData,
+    jpegWithoutEnd,
+};
+
 /// How a message is given. `both` is a warning in one place and an error in another.
 enum class MessageSeverity : std::uint8_t { error, warning, both };
 
@@ -68,6 +98,7 @@ struct CatalogueRow {
 
 using MessageRow = CatalogueRow<MessageId>;
 using ReadingMessageRow = CatalogueRow<ReadingMessageId>;
+using CheckMessageRow = CatalogueRow<CheckMessageId>;
 
 // clang-format off
 /// The catalogue: every message with its identifier, severity and argument kinds.
@@ -111,6 +142,35 @@ inline constexpr std::array<ReadingMessageRow, 4> kReadingCatalogue{{
     {ReadingMessageId::pointerHoldsNoOffset, "ifdsweep:pointerHoldsNoOffset", MessageSeverity::warning, "it"},
     {ReadingMessageId::valuesNotLoaded,      "ifdsweep:valuesNotLoaded",      MessageSeverity::warning, "iit"},
 }};
+
+/// The catalogue of the checks' messages.
+inline constexpr std::array<CheckMessageRow, 25> kCheckCatalogue{{
+    {CheckMessageId::imageDataMissing,           "ifdsweep:imageDataMissing",           MessageSeverity::warning, ""},
+    {CheckMessageId::stripsAndTiles,             "ifdsweep:stripsAndTiles",             MessageSeverity::warning, ""},
+    {CheckMessageId::imageSizeZero,              "ifdsweep:imageSizeZero",              MessageSeverity::warning, "ii"},
+    {CheckMessageId::rowsPerStripZero,           "ifdsweep:rowsPerStripZero",           MessageSeverity::warning, ""},
+    {CheckMessageId::tileSizeZero,               "ifdsweep:tileSizeZero",               MessageSeverity::warning, "ii"},
+    {CheckMessageId::tileSizeUneven,             "ifdsweep:tileSizeUneven",             MessageSeverity::warning, "ii"},
+    {CheckMessageId::imageDataNotChecked,        "ifdsweep:imageDataNotChecked",        MessageSeverity::warning, "t"},
+    {CheckMessageId::byteCountsMissing,          "ifdsweep:byteCountsMissing",          MessageSeverity::warning, "t"},
+    {CheckMessageId::imageDataCountMismatch,     "ifdsweep:imageDataCountMismatch",     MessageSeverity::warning, "tiii"},
+    {CheckMessageId::imageDataPastEOF,           "ifdsweep:imageDataPastEOF",           MessageSeverity::warning, "tiiiii"},
+    {CheckMessageId::imageDataEmpty,             "ifdsweep:imageDataEmpty",             MessageSeverity::warning, "tiii"},
+    {CheckMessageId::imageDataUnplaced,          "ifdsweep:imageDataUnplaced",          MessageSeverity::warning, "tiii"},
+    {CheckMessageId::imageDataOverlaps,          "ifdsweep:imageDataOverlaps",          MessageSeverity::warning, "tiii"},
+    {CheckMessageId::imageDataTooShort,          "ifdsweep:imageDataTooShort",          MessageSeverity::warning, "tiiiii"},
+    {CheckMessageId::bitsPerSampleCountMismatch, "ifdsweep:bitsPerSampleCountMismatch", MessageSeverity::warning, "ii"},
+    {CheckMessageId::extraSamplesTooMany,        "ifdsweep:extraSamplesTooMany",        MessageSeverity::warning, "ii"},
+    {CheckMessageId::tooFewSamples,              "ifdsweep:tooFewSamples",              MessageSeverity::warning, "iii"},
+    {CheckMessageId::colorMapCountMismatch,      "ifdsweep:colorMapCountMismatch",      MessageSeverity::warning, "ii"},
+    {CheckMessageId::jpegTablesDamaged,          "ifdsweep:jpegTablesDamaged",          MessageSeverity::warning, "i"},
+    {CheckMessageId::imageDataNotJpeg,           "ifdsweep:imageDataNotJpeg",           MessageSeverity::warning, "tiii"},
+    {CheckMessageId::jpegDataPastEOF,            "ifdsweep:jpegDataPastEOF",            MessageSeverity::warning, "ii"},
+    {CheckMessageId::jpegDataWithoutStart,       "ifdsweep:jpegDataWithoutStart",       MessageSeverity::warning, "i"},
+    {CheckMessageId::jpegDataWithoutEnd,         "ifdsweep:jpegDataWithoutEnd",         MessageSeverity::warning, "ii"},
+    {CheckMessageId::jpegWithoutImageData,       "ifdsweep:jpegWithoutImageData",       MessageSeverity::warning, "i"},
+    {CheckMessageId::jpegWithoutEnd,             "ifdsweep:jpegWithoutEnd",             MessageSeverity::warning, "i"},
+}};
 // clang-format on
 
 /// The catalogue row of a message.
@@ -121,6 +181,11 @@ constexpr const MessageRow& messageRow(MessageId message) {
 /// The catalogue row of a message of the reading's own.
 constexpr const ReadingMessageRow& messageRow(ReadingMessageId message) {
     return kReadingCatalogue[static_cast<std::size_t>(message)];
+}
+
+/// The catalogue row of a message of the checks'.
+constexpr const CheckMessageRow& messageRow(CheckMessageId message) {
+    return kCheckCatalogue[static_cast<std::size_t>(message)];
 }
 
 }  // namespace ifdsweep

@@ -33,7 +33,7 @@ struct MessageDescription {
     std::string complaint;         ///< empty when there is such a message
 };
 
-/// Every message: the module's, the host's, then the library's and the program's own.
+/// Every message: the module's, the host's, the checks', then the library's and the program's own.
 [[nodiscard]] std::vector<MessageDescription> describeMessages();
 
 /// Finds a message by its short or full id. A complaint names the nearest ids, or all of them.

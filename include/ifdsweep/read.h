@@ -48,6 +48,12 @@ struct ReadOptions {
     std::optional<std::uint64_t> longestValue{};
     /// Told of every directory, entry and warning (entry_sink.h); null: nobody is.
     EntrySink* sink = nullptr;
+    /// In a full reading, checks that strips, tiles and JPEG data lie inside the file and add up
+    /// (docs/formats.md). What is found are warnings behind those of the reading, in the order of
+    /// directories; the sink is not told. What the checks need is read though the filter does not
+    /// ask for it, and of what `longestValue` leaves in the file a warning says that it was not
+    /// checked.
+    bool check = false;
 };
 
 /// Where in a file a warning arose, as far as that is known: in a full reading alone.

@@ -278,6 +278,7 @@ void addMessageOptions(OptionBinder& bind, RunOptions& options) {
         options.output.ignored.emplace_back(description.id);
         return true;
     });
+    bind.flag("--check", options.read.check, true);
     bind.flag("--strict", options.run.strict, true);
     bind.text("--failures", options.run.failureFile);
 }
@@ -347,6 +348,9 @@ std::string combinationComplaint(const RunOptions& options) {
     if (options.read.longestValue && options.read.reading == ReadingMode::contract) {
         return "--max-value goes with --reading full: the contract's reading loads every value";
     }
+    if (options.read.check && options.read.reading == ReadingMode::contract) {
+        return "--check goes with --reading full: the contract's reading checks no image data";
+    }
     if (!options.run.journal.empty() && output.hasOpenColumns()) {
         return "--resume with --format csv needs --tags: the columns must be known from the start";
     }
@@ -354,11 +358,12 @@ std::string combinationComplaint(const RunOptions& options) {
 }
 
 /// The longest value that is loaded where none is given: the text format shows the beginning of a
-/// long one, so that most of it would be loaded for nothing.
-std::optional<std::uint64_t> longestValueFor(const OutputChoice& output) {
+/// long one, so that most of it would be loaded for nothing, unless it is checked.
+std::optional<std::uint64_t> longestValueFor(const RunOptions& options) {
     constexpr std::uint64_t kOfText = std::uint64_t{64} << 10;
     constexpr std::uint64_t kBytesPerElement = 16;  // as many characters of a text are shown
-    if (output.format != Format::text || output.shorten == std::uint64_t{0}) {
+    const OutputChoice& output = options.output;
+    if (options.read.check || output.format != Format::text || output.shorten == std::uint64_t{0}) {
         return std::nullopt;
     }
     const std::uint64_t shown = std::min(output.shorten.value_or(0), kUnlimited / kBytesPerElement);
@@ -447,7 +452,7 @@ CommandLine parseCommandLine(int argumentCount, const char* const* arguments,
             complaint = combinationComplaint(result.options);
         }
         if (!result.options.read.longestValue && result.options.read.reading == ReadingMode::full) {
-            result.options.read.longestValue = longestValueFor(result.options.output);
+            result.options.read.longestValue = longestValueFor(result.options);
         }
         if (information) {
             print(std::move(*information));

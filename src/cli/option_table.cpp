@@ -80,6 +80,7 @@ constexpr std::array kOptions{
 
     OptionRow{"--warnings", "DETAIL", "each: every warning (default), count: how many of each\nkind, none", kMessages, ValueCompletion::words, kDetailWords},
     OptionRow{"--ignore", "ID", "leave out warnings of this id, short or full;\nrepeatable", kMessages, ValueCompletion::message, kNoWords, kRepeatable},
+    OptionRow{"--check", "", "warn of strips, tiles and JPEG data that do not lie inside\nthe file or do not add up", kMessages, ValueCompletion::none},
     OptionRow{"--strict", "", "exit status 3 when a warning was given that is not\nignored", kMessages, ValueCompletion::none},
     OptionRow{"--failures", "FILE", "write the paths that failed, with the reasons, to FILE,\nfor --files-from", kMessages, ValueCompletion::file},
 

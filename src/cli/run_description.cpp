@@ -136,6 +136,7 @@ std::vector<std::string> describeRun(const RunOptions& options) {
                                      flagPhrase("--all-directories", output.allDirectories),
                                      "--warnings " + std::string(wordOf(output.warnings)),
                                      valuePhrase("--ignore", ignoredText(output)),
+                                     flagPhrase("--check", read.check),
                                      flagPhrase("--all", options.input.everyFile),
                                      valuePhrase("--offset", offsetText(read)),
                                      "--first " + numberText(read.first),

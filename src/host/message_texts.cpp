@@ -168,28 +168,31 @@ std::string argumentText(const qxMessageArgument& argument) {
     return boost::apply_visitor(TextOf(), argument);
 }
 
-std::string hostMessageText(const qxMessage& message) {
+// Placeholders are "{1}" to "{9}". The arguments put in are not searched for more of them.
+std::string filledText(std::string_view text, const qxMessage& message) {
     const std::vector<qxMessageArgument>& arguments = message.arguments();
-    const MessageTextRow* row = findMessageText(message.id());
-    if (row == nullptr) {
-        std::string text(message.id());
-        for (const qxMessageArgument& argument : arguments) {
-            text += ' ' + argumentText(argument);
-        }
-        return text;
-    }
-    // Placeholders are "{1}" to "{9}". The arguments put in are not searched for more of them.
-    std::string text;
-    std::string_view rest = row->text;
-    for (std::size_t brace = rest.find('{'); brace != rest.npos; brace = rest.find('{')) {
-        text += rest.substr(0, brace);
-        const std::size_t number = static_cast<std::size_t>(rest[brace + 1] - '1');
+    std::string filled;
+    for (std::size_t brace = text.find('{'); brace != text.npos; brace = text.find('{')) {
+        filled += text.substr(0, brace);
+        const std::size_t number = static_cast<std::size_t>(text[brace + 1] - '1');
         if (number < arguments.size()) {
-            text += argumentText(arguments[number]);
+            filled += argumentText(arguments[number]);
         }
-        rest.remove_prefix(brace + 3);
+        text.remove_prefix(brace + 3);
     }
-    return text.append(rest);
+    return filled.append(text);
+}
+
+std::string hostMessageText(const qxMessage& message) {
+    const MessageTextRow* row = findMessageText(message.id());
+    if (row != nullptr) {
+        return filledText(row->text, message);
+    }
+    std::string text(message.id());
+    for (const qxMessageArgument& argument : message.arguments()) {
+        text += ' ' + argumentText(argument);
+    }
+    return text;
 }
 
 }  // namespace ifdsweep

@@ -30,6 +30,9 @@ struct MessageTextRow {
 /// The row of a full identifier; null when there is none.
 [[nodiscard]] const MessageTextRow* findMessageText(std::string_view id) noexcept;
 
+/// A text with the arguments of a message put in; what has no argument is left empty.
+[[nodiscard]] std::string filledText(std::string_view text, const qxMessage& message);
+
 /// The text of a message with its arguments put in. An unknown identifier gives the
 /// identifier and the arguments after it. File names come as the system's bytes and texts from a
 /// file as they are, control characters included: escaping is the writer's job.

@@ -5,7 +5,6 @@
 //
 // Ownership: the file is borrowed for the length of the call. Threads: any.
 
-#include <cstddef>
 #include <cstdint>
 
 #include "ifdsweep/byte_source.h"
@@ -27,12 +26,8 @@ struct JpegSearch {
 /// Whether a file begins like a JPEG file.
 [[nodiscard]] bool beginsAsJpeg(const ByteSource& file);
 
-/// Bytes that the search for the header asks for at a time.
-inline constexpr std::size_t kJpegWindow = 4096;
-
-/// Finds the TIFF header after "Exif\0\0" in the first APP1 segment that begins so. The walk only
-/// goes forward: no byte is read twice, and a file of S bytes costs S / kJpegWindow + 3 reads at
-/// most, the last two of which meet its end.
+/// Finds the TIFF header after "Exif\0\0" in the first APP1 segment that begins so, by a walk that
+/// costs what `JpegSegments` (check/jpeg_segments.h) says.
 /// @param file one that begins as JPEG
 [[nodiscard]] JpegSearch findExifHeader(const ByteSource& file);
 

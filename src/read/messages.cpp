@@ -4,9 +4,11 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <span>
 
 #include <sys/resource.h>
 
+#include "check/check_messages.h"
 #include "host/message_texts.h"
 #include "text/nearest_names.h"
 
@@ -46,9 +48,12 @@ constexpr std::array<MessageTextRow, 9> kOwnTexts{{
 // clang-format on
 
 const MessageTextRow* findOwn(std::string_view id) {
-    for (const MessageTextRow& row : kOwnTexts) {
-        if (row.id == id) {
-            return &row;
+    for (const std::span<const MessageTextRow> rows :
+         {checkTexts(), std::span<const MessageTextRow>(kOwnTexts)}) {
+        for (const MessageTextRow& row : rows) {
+            if (row.id == id) {
+                return &row;
+            }
         }
     }
     return nullptr;
@@ -77,16 +82,7 @@ qxMessage outOfMemory() {
 
 std::string messageText(const qxMessage& message) {
     const MessageTextRow* own = findOwn(message.id());
-    if (own == nullptr) {
-        return hostMessageText(message);
-    }
-    std::string text(own->text);
-    const std::size_t place = text.find("{1}");
-    if (place != std::string::npos) {
-        const bool given = !message.arguments().empty();
-        text.replace(place, 3, given ? argumentText(message.arguments()[0]) : "");
-    }
-    return text;
+    return own == nullptr ? hostMessageText(message) : filledText(own->text, message);
 }
 
 std::string_view shortMessageId(std::string_view id) {
@@ -99,6 +95,7 @@ std::vector<MessageDescription> describeMessages() {
         descriptions.push_back({row.id, row.text, row.explanation, ""});
     };
     std::for_each(messageTexts().begin(), messageTexts().end(), add);
+    std::for_each(checkTexts().begin(), checkTexts().end(), add);
     std::for_each(kOwnTexts.begin(), kOwnTexts.end(), add);
     return descriptions;
 }

@@ -1,7 +1,6 @@
 #include "read/place_recorder.h"
 
 #include <algorithm>
-#include <cstdint>
 #include <utility>
 
 #include "read/directory_path.h"
@@ -30,6 +29,11 @@ std::string pathOf(const DirectoryFacts& directory) {
     return childPath(path, std::to_string(directory.index));
 }
 
+void countShown(HostParts& host, std::uint64_t length) {
+    host.valueBudget().add(ValueBudget::kElementWeight *
+                           (length - std::min(length, kUncountedLength)));
+}
+
 void PlaceRecorder::directoryBegins(const DirectoryFacts& directory) {
     pathOwner.reset();
     if (next != nullptr) {
@@ -48,14 +52,9 @@ void PlaceRecorder::entry(const DirectoryFacts& directory, const EntryFacts& ent
     if (next != nullptr) {
         // Whoever is told of an entry may show the file's name with it, each unit of which counts
         // two in a record.
-        countShown(cachedPath(directory).size() + host.valueBudget().recordCost() / 2);
+        countShown(host, cachedPath(directory).size() + host.valueBudget().recordCost() / 2);
         next->entry(directory, entry);
     }
-}
-
-void PlaceRecorder::countShown(std::uint64_t length) {
-    host.valueBudget().add(ValueBudget::kElementWeight *
-                           (length - std::min(length, kUncountedLength)));
 }
 
 void PlaceRecorder::warning(const qxMessage& message, const WarningFacts& place) {
@@ -69,7 +68,7 @@ void PlaceRecorder::warning(const qxMessage& message, const WarningFacts& place)
             here.path = cachedPath(*place.directory);
         }
         while (recorded.size() < collected) {
-            countShown(here.path.size());
+            countShown(host, here.path.size());
             recorded.push_back(here);
         }
         if (host.lastCollected().id() == message.id()) {

@@ -5,6 +5,7 @@
 // Ownership: borrows the host and the next sink. Threads: that of the walk.
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -17,6 +18,10 @@ namespace ifdsweep {
 
 /// The way to a directory as the text format prints it, such as `0/SubIFDs[1]/0`.
 [[nodiscard]] std::string pathOf(const DirectoryFacts& directory);
+
+/// Counts a text that is shown, such as a path, against the budget of values, as far as it is
+/// longer than what an entry or a warning counts of itself.
+void countShown(HostParts& host, std::uint64_t length);
 
 class PlaceRecorder final : public EntrySink {
 public:
@@ -38,7 +43,6 @@ public:
     [[nodiscard]] std::vector<WarningPlace>& places() noexcept { return recorded; }
 
 private:
-    void countShown(std::uint64_t length);
     [[nodiscard]] const std::string& cachedPath(const DirectoryFacts& directory);
 
     HostParts& host;

@@ -1,7 +1,9 @@
 #include "ifdsweep/read.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
+#include <iterator>
 #include <memory>
 #include <new>
 #include <span>
@@ -12,6 +14,7 @@
 #include "files/opened_file.h"
 #include "host/host_parts.h"
 #include "ifdsweep/reading.h"
+#include "read/image_checker.h"
 #include "read/image_signature.h"
 #include "read/jpeg_locator.h"
 #include "read/messages.h"
@@ -122,14 +125,56 @@ ValueHandle readByRules(const std::u16string& name, const Outcome& outcome,
                                        outcome.maxIfdCount, reading));
 }
 
+StreamKind streamKindOf(std::optional<ImageFormat> format) {
+    return format == ImageFormat::jpeg       ? StreamKind::jpeg
+           : format == ImageFormat::relative ? StreamKind::relative
+                                             : StreamKind::tiff;
+}
+
+/// The checker of a full reading; none where the file does not exist, as the reading will tell.
+std::unique_ptr<ImageChecker> makeChecker(Host& host, const std::u16string& name, double offset,
+                                          const ReadOptions& options, PlaceRecorder& recorder) {
+    if (!options.check || options.reading != ReadingMode::full) {
+        return nullptr;
+    }
+    const std::shared_ptr<OpenedFile> file = filesOf(host).opened(name);
+    if (file == nullptr) {
+        return nullptr;
+    }
+    // No file begins elsewhere: the reading ends at once.
+    constexpr double kTwo63 = 9223372036854775808.0;
+    const std::uint64_t base =
+        offset >= 0 && offset < kTwo63 ? static_cast<std::uint64_t>(offset) : 0;
+    const StreamKind kind = streamKindOf(imageFormatOf(BytesOfFile(*file)));
+    const bool startsWithFile = kind == StreamKind::jpeg && !(options.first >= 1);
+    return std::make_unique<ImageChecker>(
+        HostParts::of(host), recorder, options.filter, StreamExtent{base, file->size(), kind},
+        startsWithFile ? DirectoryRole::jpegFile : DirectoryRole::image);
+}
+
+ValueHandle readInFull(const std::u16string& name, const Outcome& outcome,
+                       const ReadOptions& options, PlaceRecorder& recorder, ImageChecker* checker) {
+    Reading reading{.rules = ReadingRules::full(),
+                    .sink = &recorder,
+                    .filter = options.filter,
+                    .longestValue = options.longestValue.value_or(kUnlimited)};
+    if (checker == nullptr) {
+        return readByRules(name, outcome, reading);
+    }
+    std::optional<TagFilter> widened;
+    if (options.filter != nullptr) {
+        widened = withCheckedTags(*options.filter);
+        reading.filter = &*widened;
+    }
+    reading.sink = checker;
+    return readByRules(name, outcome, reading);
+}
+
 ValueHandle readRecords(const std::u16string& name, const Outcome& outcome,
-                        const ReadOptions& options, PlaceRecorder& recorder) {
+                        const ReadOptions& options, PlaceRecorder& recorder,
+                        ImageChecker* checker) {
     if (options.reading == ReadingMode::full) {
-        return readByRules(name, outcome,
-                           {.rules = ReadingRules::full(),
-                            .sink = &recorder,
-                            .filter = options.filter,
-                            .longestValue = options.longestValue.value_or(kUnlimited)});
+        return readInFull(name, outcome, options, recorder, checker);
     }
     if (options.sink == nullptr) {
         return callEntryPoint(name, outcome);
@@ -160,6 +205,7 @@ qxMessage unexpectedFailure(const std::exception& failure) {
 Outcome read(Host& host, std::string_view path, const ReadOptions& options) {
     Outcome outcome;
     PlaceRecorder recorder(HostParts::of(host), options.sink);
+    std::unique_ptr<ImageChecker> checker;
     if (options.readBudget) {
         host.setReadBudget(options.readBudget);
     }
@@ -176,7 +222,12 @@ Outcome read(Host& host, std::string_view path, const ReadOptions& options) {
         outcome.isImage = offset.has_value();
         if (offset) {
             outcome.initialOffset = *offset;
-            outcome.result = readRecords(name, outcome, options, recorder);
+            checker = makeChecker(host, name, *offset, options, recorder);
+            ValueHandle records = readRecords(name, outcome, options, recorder, checker.get());
+            if (checker != nullptr) {
+                checker->lookAtBytes(BytesOfFile(*filesOf(host).opened(name)));
+            }
+            outcome.result = std::move(records);
         }
     } catch (const qxMessage& message) {
         outcome.error = message;
@@ -187,6 +238,10 @@ Outcome read(Host& host, std::string_view path, const ReadOptions& options) {
     }
     try {
         outcome.warnings = placedWarnings(host.takeWarnings(), recorder.places());
+        if (checker != nullptr) {
+            std::vector<Warning> found = checker->takeWarnings();
+            std::move(found.begin(), found.end(), std::back_inserter(outcome.warnings));
+        }
     } catch (const std::bad_alloc&) {
         outcome.result.reset();
         outcome.error.emplace(outOfMemory());

@@ -44,7 +44,7 @@ std::optional<std::uint64_t> takeOptional(Unpacker& bytes) {
 void putRead(std::string& bytes, const ReadOptions& choice) {
     // The filter is made by the worker itself, and nobody but the writer is told.
     const auto& [offset, first, max, readBudget, valueBudget, imagesOnly, reading, filter,
-                 longestValue, sink] = choice;
+                 longestValue, sink, check] = choice;
     putOptional(bytes, offset ? std::optional(bitsOf(*offset)) : std::nullopt);
     packed::putNumber(bytes, bitsOf(first));
     packed::putNumber(bytes, bitsOf(max));
@@ -53,6 +53,7 @@ void putRead(std::string& bytes, const ReadOptions& choice) {
     putChoice(bytes, imagesOnly);
     putChoice(bytes, reading);
     putOptional(bytes, longestValue);
+    putChoice(bytes, check);
 }
 
 void takeRead(Unpacker& bytes, ReadOptions& choice) {
@@ -66,6 +67,7 @@ void takeRead(Unpacker& bytes, ReadOptions& choice) {
     choice.imagesOnly = bytes.flag();
     choice.reading = bytes.choice(ReadingMode::contract);
     choice.longestValue = takeOptional(bytes);
+    choice.check = bytes.flag();
 }
 
 void putField(std::string& bytes, const ChosenField& field) {

@@ -115,6 +115,8 @@ TEST(CommandLines, TheLongestValueFollowsTheFormatUnlessItIsGiven) {
         {{"--max-value", "all", "f"}, kAll},
         {{"--max-value", "1000000", "--format", "json", "f"}, 1000000},
         {{"--max-value", "100", "--shorten", "4097", "f"}, 100},
+        {{"--check", "f"}, {}},
+        {{"--check", "--max-value", "100", "f"}, 100},
     };
     for (const auto& [words, expected] : rows) {
         const auto line = parse(words);
@@ -212,6 +214,8 @@ TEST(CommandLines, WrongUsageIsToldWithTheOption) {
         {{"--max-value", "1", "--reading", "contract", "f"},
          "--max-value goes with --reading full: the contract's reading loads every value"},
         {{"--reading", "contract", "--max-value", "all", "f"}, "--max-value goes with"},
+        {{"--check", "--reading", "contract", "f"},
+         "--check goes with --reading full: the contract's reading checks no image data"},
         {{"--bogus", "f"}, "--bogus"},
         {{"-x", "f"}, "-x"},
     };

@@ -264,6 +264,8 @@ TEST_F(ResumedRuns, AnotherRunIsRefused) {
          "--max-value all, now --max-value 9"},
         {{"--format", "csv", "--tags", "Width", "--max", "1", "--ignore", "tagDataPastEOF"},
          "no --ignore, now --ignore Velmora:pixlore:ifdsweep:tagDataPastEOF"},
+        {{"--format", "csv", "--tags", "Width", "--max", "1", "--check"},
+         "no --check, now --check"},
         {{"--format", "csv", "--tags", "Width", "--max", "1", "--warnings", "none"},
          "--warnings each, now --warnings none"},
         {{"--format", "csv", "--tags", "Width", "--max", "1", "--all"}, "no --all, now --all"},

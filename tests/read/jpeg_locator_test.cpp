@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include "check/jpeg_segments.h"
 #include "files/file_bytes.h"
 
 namespace {

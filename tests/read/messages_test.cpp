@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include "check/check_messages.h"
 #include "cli/command_line.h"
 #include "host/message_texts.h"
 #include "program/program_run.h"
@@ -17,6 +18,9 @@ namespace {
 std::vector<std::string> allIds() {
     std::vector<std::string> ids;
     for (const ifdsweep::MessageTextRow& row : ifdsweep::messageTexts()) {
+        ids.emplace_back(row.id);
+    }
+    for (const ifdsweep::MessageTextRow& row : ifdsweep::checkTexts()) {
         ids.emplace_back(row.id);
     }
     ids.insert(ids.end(),

@@ -29,6 +29,7 @@ ifdsweep::WorkerSetup usualSetup() {
     setup.colour = ifdsweep::Colour::on;
     setup.task.read = {12.5, 1, 2, 300, 400, true, ifdsweep::ReadingMode::contract};
     setup.task.read.longestValue = 500;
+    setup.task.read.check = true;
     ifdsweep::OutputChoice& output = setup.task.output;
     output.format = ifdsweep::Format::csv;
     output.layout = ifdsweep::JsonLayout::compact;
@@ -69,6 +70,7 @@ TEST(WorkerMessages, ASetupComesBack) {
     EXPECT_TRUE(back->task.read.imagesOnly);
     EXPECT_EQ(back->task.read.reading, ifdsweep::ReadingMode::contract);
     EXPECT_EQ(back->task.read.longestValue, 500U);
+    EXPECT_TRUE(back->task.read.check);
     const ifdsweep::OutputChoice& output = back->task.output;
     EXPECT_EQ(output.format, ifdsweep::Format::csv);
     EXPECT_EQ(output.layout, ifdsweep::JsonLayout::compact);
@@ -93,6 +95,7 @@ TEST(WorkerMessages, ASetupOfDefaultsComesBack) {
     EXPECT_FALSE(back->task.read.offset);
     EXPECT_EQ(back->task.read.reading, ifdsweep::ReadingMode::full);
     EXPECT_FALSE(back->task.read.longestValue);
+    EXPECT_FALSE(back->task.read.check);
     EXPECT_FALSE(back->task.output.shorten);
     EXPECT_EQ(ifdsweep::packSetup(*back), message);
 }

@@ -1,0 +1,78 @@
+// The texts of the checks' messages: one for each row of the catalogue, with its arguments.
+
+#include "check/check_messages.h"
+
+#include <cstddef>
+#include <set>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "check/findings.h"
+#include "ifdsweep/messages.h"
+
+namespace {
+
+using ifdsweep::CheckMessageId;
+using ifdsweep::checkTexts;
+using ifdsweep::kCheckCatalogue;
+
+TEST(CheckMessages, EachHasATextInTheCataloguesOrder) {
+    ASSERT_EQ(checkTexts().size(), kCheckCatalogue.size());
+    for (std::size_t index = 0; index < kCheckCatalogue.size(); ++index) {
+        EXPECT_EQ(static_cast<std::size_t>(kCheckCatalogue[index].message), index);
+        EXPECT_EQ(checkTexts()[index].id, kCheckCatalogue[index].id);
+        EXPECT_EQ(checkTexts()[index].arguments, kCheckCatalogue[index].arguments);
+        EXPECT_EQ(kCheckCatalogue[index].severity, ifdsweep::MessageSeverity::warning);
+    }
+}
+
+TEST(CheckMessages, EveryTextUsesEveryArgumentAndNoOther) {
+    for (const ifdsweep::MessageTextRow& row : checkTexts()) {
+        std::set<char> used;
+        for (std::size_t brace = row.text.find('{'); brace != row.text.npos;
+             brace = row.text.find('{', brace + 1)) {
+            ASSERT_LT(brace + 2, row.text.size()) << row.id;
+            EXPECT_EQ(row.text[brace + 2], '}') << row.id;
+            used.insert(row.text[brace + 1]);
+        }
+        std::set<char> expected;
+        for (std::size_t number = 0; number < row.arguments.size(); ++number) {
+            expected.insert(static_cast<char>('1' + static_cast<int>(number)));
+        }
+        EXPECT_EQ(used, expected) << row.id;
+    }
+}
+
+TEST(CheckMessages, TextsAreSentencesWithoutAFinalStop) {
+    for (const ifdsweep::MessageTextRow& row : checkTexts()) {
+        ASSERT_FALSE(row.text.empty()) << row.id;
+        EXPECT_NE(row.text.back(), '.') << row.id;
+        EXPECT_EQ(row.explanation.substr(row.explanation.size() - 1), ".") << row.id;
+    }
+}
+
+TEST(CheckMessages, HaveTheirArgumentsPutIn) {
+    EXPECT_EQ(ifdsweep::messageText(ifdsweep::checkMessage<CheckMessageId::imageDataPastEOF>(
+                  "strip", 3U, 2U, 8U, 1000U, 50U)),
+              "2 of 8 strips reach past the end of the file, first strip 3: 50 bytes at position "
+              "1000");
+    EXPECT_EQ(ifdsweep::messageText(
+                  ifdsweep::checkMessage<CheckMessageId::imageDataNotChecked>("{1} {2}")),
+              "values too long to be loaded, so what they say is not checked: {1} {2}");
+}
+
+TEST(CheckMessages, ANumberPastEveryFileIsTheLargestThatThereIs) {
+    const auto past = [](std::uint64_t number) {
+        const qxMessage message =
+            ifdsweep::checkMessage<CheckMessageId::jpegDataWithoutStart>(number);
+        return boost::get<std::int64_t>(message.arguments()[0]);
+    };
+    EXPECT_EQ(past(0), 0);
+    EXPECT_EQ(past(std::uint64_t{1} << 62), std::int64_t{1} << 62);
+    EXPECT_EQ(past(0x7FFFFFFFFFFFFFFF), 0x7FFFFFFFFFFFFFFF);
+    EXPECT_EQ(past(std::uint64_t{1} << 63), 0x7FFFFFFFFFFFFFFF);
+    EXPECT_EQ(past(~std::uint64_t{0}), 0x7FFFFFFFFFFFFFFF);
+}
+
+}  // namespace
