@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -38,9 +39,13 @@ enum class Colour : std::uint8_t { off, on };
 struct WriteOptions {
     Format format = Format::json;
     JsonLayout layout = JsonLayout::filePerLine;
-    Colour colour = Colour::off;         ///< of text
-    std::size_t shownElements = 16;      ///< of an array in text
-    std::size_t shownCharacters = 256;   ///< of a text in text
+    Colour colour = Colour::off;        ///< of text
+    std::size_t shownElements = 16;     ///< of an array in text
+    std::size_t shownCharacters = 256;  ///< of a text in text
+    /// Significant digits, from 1 to 17, of numbers in text that are no integers; 0: all that there
+    /// are. Absent: 6, and fewer beside a reading such as "1/60 s".
+    std::optional<unsigned> shownDigits{};
+    bool splitTexts = false;             ///< json, ndjson: several texts of a tag are an array
     bool allDirectories = false;         ///< text folds neither equal directories nor warnings
     std::vector<std::string> columns{};  ///< of CSV; empty: all fields that occur
     bool nestedRows = false;             ///< CSV has a row for each nested directory
@@ -80,8 +85,8 @@ private:
     const std::unique_ptr<Parts> parts;
 };
 
-/// A value on one line, as a raw cell of CSV has it: numbers between spaces, text in UTF-8, bytes in
-/// base64. Nothing is cut short and nothing escaped.
+/// A value on one line, as a raw cell of CSV has it: numbers between spaces, text in UTF-8, bytes
+/// in base64. Nothing is cut short and nothing escaped.
 /// @param fieldName the field that the value is from: file names and tags' texts differ
 [[nodiscard]] std::string valueText(ValueView value, std::string_view fieldName = {});
 

@@ -17,6 +17,7 @@
 #include "ifdsweep/unlimited.h"
 #include "read/messages.h"
 #include "read/tag_choice.h"
+#include "text/number_text.h"
 #include "walk/glob.h"
 
 namespace ifdsweep {
@@ -120,7 +121,7 @@ public:
             const std::string_view none = optionRow(name).words.front().word;
             value(name, std::string(kByteCountForm) + " or " + std::string(none),
                   [&target, none](const std::string& text) {
-                      target = text == none ? kUnlimited : parseByteCount(text);
+                      target = text == none ? kUnlimited : parseCount(text);
                       return target.has_value();
                   });
         }
@@ -257,6 +258,12 @@ void addOutputOptions(OptionBinder& bind, OutputChoice& output, RunChoice& run,
         return output.shorten && (*output.shorten > 0 || text == "all");
     });
     bind.flag("--all-directories", output.allDirectories, true);
+    bind.value("--digits", "a number from 1 to 17 or all", [&output](const std::string& text) {
+        output.digits = text == "all" ? 0 : parseCount(text);
+        return output.digits && *output.digits <= kMostDigits &&
+               (*output.digits > 0 || text == "all");
+    });
+    bind.flag("--split-text", output.splitTexts, true);
     const auto lay = [&output, &complaint](JsonLayout layout) {
         if (output.layout != JsonLayout::filePerLine && output.layout != layout) {
             complaint = "--compact and --pretty exclude each other";
@@ -294,7 +301,7 @@ void addRunOptions(OptionBinder& bind, WorkerChoice& workers, RunChoice& run) {
     });
     bind.value("--memory", std::string(kByteCountForm) + " above 0",
                [&workers](const std::string& text) {
-                   workers.memory = parseByteCount(text);
+                   workers.memory = parseCount(text);
                    return workers.memory && *workers.memory > 0;
                });
     bind.text("--resume", run.journal);
@@ -345,6 +352,12 @@ std::string combinationComplaint(const RunOptions& options) {
     if (output.allDirectories && output.format != Format::text) {
         return "--all-directories goes with --format text";
     }
+    if (output.digits && output.format != Format::text) {
+        return "--digits goes with --format text";
+    }
+    if (output.splitTexts && output.format != Format::json && output.format != Format::ndjson) {
+        return "--split-text goes with --format json and ndjson";
+    }
     if (options.read.longestValue && options.read.reading == ReadingMode::contract) {
         return "--max-value goes with --reading full: the contract's reading loads every value";
     }
@@ -352,13 +365,14 @@ std::string combinationComplaint(const RunOptions& options) {
         return "--check goes with --reading full: the contract's reading checks no image data";
     }
     if (!options.run.journal.empty() && output.hasOpenColumns()) {
-        return "--resume with --format csv needs --tags: the columns must be known from the start";
+        return "--resume with --format csv needs --tags: the columns must be known from the "
+               "start";
     }
     return "";
 }
 
-/// The longest value that is loaded where none is given: the text format shows the beginning of a
-/// long one, so that most of it would be loaded for nothing, unless it is checked.
+/// The longest value that is loaded where none is given: the text format shows the beginning of
+/// a long one, so that most of it would be loaded for nothing, unless it is checked.
 std::optional<std::uint64_t> longestValueFor(const RunOptions& options) {
     constexpr std::uint64_t kOfText = std::uint64_t{64} << 10;
     constexpr std::uint64_t kBytesPerElement = 16;  // as many characters of a text are shown

@@ -73,6 +73,8 @@ constexpr std::array kOptions{
     OptionRow{"--nested", "", "csv: a row for each nested directory too", kOutput, ValueCompletion::none},
     OptionRow{"--raw-cells", "", "csv: text as it is in files and pipes, not made safe for\nspreadsheets and terminals", kOutput, ValueCompletion::none},
     OptionRow{"--shorten", "N", "text: show N values of an array, 16 N characters of a\ntext, or \"all\" (default: 16)", kOutput, ValueCompletion::words, kAllWord},
+    OptionRow{"--digits", "N", "text: at most N significant digits of a number that is no\ninteger, 1 to 17, or \"all\" (default: 6)", kOutput, ValueCompletion::words, kAllWord},
+    OptionRow{"--split-text", "", "json, ndjson: several texts in one tag as an array", kOutput, ValueCompletion::none},
     OptionRow{"--all-directories", "", "text: show each of several equal directories, and each\nwarning", kOutput, ValueCompletion::none},
     OptionRow{"--compact", "", "json: without line ends", kOutput, ValueCompletion::none},
     OptionRow{"--pretty", "", "json: indented", kOutput, ValueCompletion::none},

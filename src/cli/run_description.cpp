@@ -50,11 +50,12 @@ std::string longestValueText(const ReadOptions& read) {
     return longest == kUnlimited ? "all" : std::to_string(longest);
 }
 
-std::optional<std::string> shortenText(const OutputChoice& output) {
-    if (!output.shorten) {
+/// A number that is "all" when it is 0.
+std::optional<std::string> mostText(const std::optional<std::uint64_t>& most) {
+    if (!most) {
         return std::nullopt;
     }
-    return *output.shorten == 0 ? "all" : std::to_string(*output.shorten);
+    return *most == 0 ? "all" : std::to_string(*most);
 }
 
 /// Whether a file has colours too; automatic ones are only on a terminal.
@@ -131,9 +132,11 @@ std::vector<std::string> describeRun(const RunOptions& options) {
                                      valuePhrase("--tags", tagText(output)),
                                      flagPhrase("--nested", output.nestedRows),
                                      flagPhrase("--raw-cells", output.rawCells),
-                                     valuePhrase("--shorten", shortenText(output)),
                                      flagPhrase("--color always", hasColoursAlways(options)),
                                      flagPhrase("--all-directories", output.allDirectories),
+                                     valuePhrase("--shorten", mostText(output.shorten)),
+                                     valuePhrase("--digits", mostText(output.digits)),
+                                     flagPhrase("--split-text", output.splitTexts),
                                      "--warnings " + std::string(wordOf(output.warnings)),
                                      valuePhrase("--ignore", ignoredText(output)),
                                      flagPhrase("--check", read.check),

@@ -222,8 +222,11 @@ void appendJsonNaturalText(Output& output, std::u16string_view units, TextOrigin
     if (appendPlainString(output, units)) {
         return;
     }
+    appendJsonNaturalText(output, units, textForm(units, origin));
+}
+
+void appendJsonNaturalText(Output& output, std::u16string_view units, TextForm form) {
     output.append('"');
-    const TextForm form = textForm(units, origin);
     if (form == TextForm::ascii) {
         appendAscii(output, units);
     } else {

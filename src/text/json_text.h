@@ -23,6 +23,9 @@ void appendJsonUnits(Output& output, std::u16string_view units);
 /// A quoted string of a text in its natural reading; a lone surrogate becomes U+FFFD.
 void appendJsonNaturalText(Output& output, std::u16string_view units, TextOrigin origin);
 
+/// The same of a text whose form is known.
+void appendJsonNaturalText(Output& output, std::u16string_view units, TextForm form);
+
 /// The standard base64 form of bytes, padded.
 void appendBase64(Output& output, std::span<const std::uint8_t> bytes);
 

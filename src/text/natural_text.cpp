@@ -26,9 +26,9 @@ TextForm textForm(std::u16string_view units, TextOrigin origin) {
     if (isAscii(units)) {
         return TextForm::ascii;
     }
-    const bool bytes =
-        origin == TextOrigin::tag && (std::all_of(units.begin(), units.end(), isSignExtended) ||
-                                      std::all_of(units.begin(), units.end(), isZeroExtended));
+    const bool bytes = origin != TextOrigin::fileName &&
+                       (std::all_of(units.begin(), units.end(), isSignExtended) ||
+                        std::all_of(units.begin(), units.end(), isZeroExtended));
     if (!bytes) {
         return TextForm::utf16;
     }
@@ -36,7 +36,9 @@ TextForm textForm(std::u16string_view units, TextOrigin origin) {
 }
 
 TextOrigin fieldTextOrigin(std::string_view fieldName) {
-    return fieldName == "Filename" ? TextOrigin::fileName : TextOrigin::tag;
+    return fieldName == "Filename" ? TextOrigin::fileName
+           : fieldName == "XMP"    ? TextOrigin::packet
+                                   : TextOrigin::tag;
 }
 
 std::u16string_view naturalPrefix(std::u16string_view units, TextForm form, std::size_t limit) {

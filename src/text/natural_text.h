@@ -18,8 +18,9 @@
 
 namespace ifdsweep {
 
-/// Where the characters of a text come from.
-enum class TextOrigin : std::uint8_t { tag, fileName };
+/// Where the characters of a text come from: the text or texts of a tag, a document that a tag
+/// holds byte by byte, a name.
+enum class TextOrigin : std::uint8_t { tag, packet, fileName };
 
 /// How the units of a text are to be read.
 enum class TextForm : std::uint8_t { ascii, utf8Bytes, windows1252Bytes, utf16 };

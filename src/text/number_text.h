@@ -3,6 +3,7 @@
 // Numbers as text: the shortest digits that read back the same, integers without a fraction.
 // Plain functions over memory of the caller; any thread.
 
+#include <array>
 #include <cassert>
 #include <charconv>
 #include <cmath>
@@ -50,6 +51,29 @@ inline char* formatFinite(char* text, double value) {
         *end++ = '0';
     }
     return end;
+}
+
+/// Most significant digits that a double needs to read back the same.
+inline constexpr unsigned kMostDigits = 17;
+
+/// Writes a finite double with at most `digits` significant digits, from 1 to kMostDigits. An
+/// integer is written whole, and of other numbers all digits before the point.
+/// @param text memory for kNumberRoom characters
+/// @return the end of the text
+inline char* formatRounded(char* text, double value, unsigned digits) {
+    assert(digits >= 1 && digits <= kMostDigits);
+    if (digits >= kMostDigits || std::trunc(value) == value) {
+        return formatFinite(text, value);
+    }
+    constexpr std::array<double, kMostDigits> kPowersOfTen{
+        1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15, 1e16};
+    // Half a unit below the power it is already rounded up to it.
+    if (std::abs(value) >= kPowersOfTen[digits] - 0.5) {
+        return formatFinite(text, std::round(value));
+    }
+    return std::to_chars(text, text + kNumberRoom, value, std::chars_format::general,
+                         static_cast<int>(digits))
+        .ptr;
 }
 
 /// The name of a number that is not finite: "NaN", "Infinity" or "-Infinity".

@@ -1,10 +1,12 @@
 #include "text/terminal_text.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 
 #include "text/hidden_characters.h"
 #include "text/number_text.h"
+#include "text/text_list.h"
 
 namespace ifdsweep {
 namespace {
@@ -87,6 +89,48 @@ std::size_t appendPlainBeginning(Output& output, std::basic_string_view<Unit> te
     return length;
 }
 
+/// Of a blank text nobody counts more.
+constexpr std::size_t kShownBlanks = 16;
+
+bool isBlank(std::u16string_view units) {
+    return units.find_first_not_of(u' ') == std::u16string_view::npos;
+}
+
+void appendLength(Output& output, std::size_t units) {
+    output.append(" ... (");
+    output.commit(formatInteger(output.reserve(kNumberRoom), static_cast<std::int64_t>(units)));
+    output.append(" characters)");
+}
+
+void appendShort(Output& output, std::u16string_view units, TextForm form, std::size_t limit) {
+    const std::u16string_view shown = naturalPrefix(units, form, limit);
+    decodeNaturalText(shown.substr(appendPlainBeginning(output, shown)), form,
+                      TerminalSink(output));
+    if (shown.size() < units.size()) {
+        appendLength(output, units.size());
+    }
+}
+
+/// Appends texts between quotes, at least one, as many as the limits allow.
+void appendQuotedTexts(Output& output, std::u16string_view units, TextForm form,
+                       const TextLimits& limits) {
+    std::u16string_view left = units;
+    std::size_t room = limits.characters;
+    bool isCut = false;
+    for (std::size_t count = 0; count == 0 || (!left.empty() && !isCut); ++count) {
+        const std::u16string_view text = takeText(left);
+        const std::u16string_view shown = naturalPrefix(text, form, room);
+        output.append(count == 0 ? "\"" : ", \"");
+        decodeNaturalText(shown, form, TerminalSink(output));
+        output.append('"');
+        room -= shown.size();
+        isCut = shown.size() < text.size() || (count + 1 == limits.elements && !left.empty());
+    }
+    if (isCut) {
+        appendLength(output, units.size());
+    }
+}
+
 }  // namespace
 
 void appendTerminalText(Output& output, std::string_view bytes) {
@@ -97,15 +141,27 @@ void appendTerminalText(Output& output, std::string_view bytes) {
 void appendTerminalText(Output& output, std::u16string_view units, TextOrigin origin,
                         std::size_t limit) {
     // The form is that of the whole text: a part of it may look like something else.
-    const TextForm form = textForm(units, origin);
-    const std::u16string_view shown = naturalPrefix(units, form, limit);
-    decodeNaturalText(shown.substr(appendPlainBeginning(output, shown)), form,
-                      TerminalSink(output));
-    if (shown.size() < units.size()) {
-        output.append(" ... (");
-        output.commit(
-            formatInteger(output.reserve(kNumberRoom), static_cast<std::int64_t>(units.size())));
-        output.append(" characters)");
+    appendShort(output, units, textForm(units, origin), limit);
+}
+
+void appendTerminalTexts(Output& output, std::u16string_view units, TextOrigin origin,
+                         const TextLimits& limits) {
+    if (origin == TextOrigin::packet && !isBlank(withoutEndingNuls(units))) {
+        appendTerminalText(output, units, origin, limits.characters);
+    } else {
+        appendTerminalTexts(output, units, textForm(units, origin), limits);
+    }
+}
+
+void appendTerminalTexts(Output& output, std::u16string_view units, TextForm form,
+                         const TextLimits& limits) {
+    units = withoutEndingNuls(units);
+    if (isBlank(units)) {
+        appendQuotedTexts(output, units, form, {1, std::min(limits.characters, kShownBlanks)});
+    } else if (holdsSeveralTexts(units)) {
+        appendQuotedTexts(output, units, form, limits);
+    } else {
+        appendShort(output, units, form, limits.characters);
     }
 }
 

@@ -16,6 +16,7 @@
 
 #include "io/output.h"
 #include "text/natural_text.h"
+#include "text/text_limits.h"
 
 namespace ifdsweep {
 
@@ -26,5 +27,15 @@ void appendTerminalText(Output& output, std::string_view bytes);
 /// @param limit largest number of units that are shown
 void appendTerminalText(Output& output, std::u16string_view units, TextOrigin origin,
                         std::size_t limit);
+
+/// Appends the text of a value: as above, but one that is blank stands between quotes, so that it
+/// is seen, and several texts with a NUL between them are a list of quoted ones. NULs at the end
+/// are none of the text.
+void appendTerminalTexts(Output& output, std::u16string_view units, TextOrigin origin,
+                         const TextLimits& limits);
+
+/// The same of a text whose form is known.
+void appendTerminalTexts(Output& output, std::u16string_view units, TextForm form,
+                         const TextLimits& limits);
 
 }  // namespace ifdsweep

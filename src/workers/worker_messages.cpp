@@ -89,8 +89,8 @@ ChosenField takeField(Unpacker& bytes) {
 }
 
 void putOutput(std::string& bytes, const OutputChoice& choice) {
-    const auto& [format, layout, toTerminal, fields, shorten, nestedRows, rawCells, allDirectories,
-                 warnings, ignored] = choice;
+    const auto& [format, layout, toTerminal, fields, shorten, digits, splitTexts, nestedRows,
+                 rawCells, allDirectories, warnings, ignored] = choice;
     putChoice(bytes, format);
     putChoice(bytes, layout);
     putChoice(bytes, toTerminal);
@@ -99,6 +99,8 @@ void putOutput(std::string& bytes, const OutputChoice& choice) {
         putField(bytes, field);
     }
     putOptional(bytes, shorten);
+    putOptional(bytes, digits);
+    putChoice(bytes, splitTexts);
     putChoice(bytes, nestedRows);
     putChoice(bytes, rawCells);
     putChoice(bytes, allDirectories);
@@ -117,6 +119,8 @@ void takeOutput(Unpacker& bytes, OutputChoice& choice) {
         choice.fields.push_back(takeField(bytes));
     }
     choice.shorten = takeOptional(bytes);
+    choice.digits = takeOptional(bytes);
+    choice.splitTexts = bytes.flag();
     choice.nestedRows = bytes.flag();
     choice.rawCells = bytes.flag();
     choice.allDirectories = bytes.flag();

@@ -10,10 +10,10 @@
 
 #include "read/place_recorder.h"
 #include "text/json_text.h"
+#include "text/number_output.h"
 #include "text/text_decoding.h"
 #include "write/json_members.h"
 #include "write/natural_json.h"
-#include "write/number_output.h"
 
 namespace ifdsweep {
 namespace {

@@ -12,8 +12,8 @@
 #include "ifdsweep/read.h"
 #include "io/output.h"
 #include "text/json_text.h"
+#include "text/number_output.h"
 #include "text/text_decoding.h"
-#include "write/number_output.h"
 
 namespace ifdsweep {
 

@@ -7,12 +7,12 @@ namespace ifdsweep {
 
 void JsonWriter::writeFile(const Outcome& outcome) {
     if (layout != JsonLayout::pretty) {
-        appendNaturalOutcome(output, outcome);
+        appendNaturalOutcome(output, outcome, texts);
         return;
     }
     IndentingSink indenting(output, 1);
     Output dense(indenting);
-    appendNaturalOutcome(dense, outcome);
+    appendNaturalOutcome(dense, outcome, texts);
     dense.flush();
 }
 

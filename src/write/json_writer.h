@@ -6,19 +6,21 @@
 //
 // Ownership: borrows its output. Threads: one at a time.
 
+#include "write/natural_json.h"
 #include "write/result_writer.h"
 
 namespace ifdsweep {
 
 class JsonWriter final : public ResultWriter {
 public:
-    explicit JsonWriter(Output& destination, JsonLayout jsonLayout = JsonLayout::filePerLine)
-        : ResultWriter(destination), layout(jsonLayout) {}
+    JsonWriter(Output& destination, JsonLayout jsonLayout, SeveralTexts severalTexts)
+        : ResultWriter(destination), layout(jsonLayout), texts(severalTexts) {}
 
     void writeFile(const Outcome& outcome) override;
 
 private:
     JsonLayout layout;
+    SeveralTexts texts;
 };
 
 }  // namespace ifdsweep

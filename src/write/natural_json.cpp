@@ -2,6 +2,7 @@
 
 #include "read/messages.h"
 #include "text/json_text.h"
+#include "text/text_list.h"
 #include "write/json_members.h"
 
 namespace ifdsweep {
@@ -36,7 +37,23 @@ void appendPlainName(Output& output, std::string_view name) {
     output.commit(text);
 }
 
-void appendNaturalRecords(Output& output, const Value& records) {
+/// A text as a string, or several as an array of them.
+void appendNaturalTexts(Output& output, std::u16string_view units, TextOrigin origin,
+                        SeveralTexts texts) {
+    if (texts == SeveralTexts::string || origin != TextOrigin::tag || !holdsSeveralTexts(units)) {
+        appendJsonNaturalText(output, units, origin);
+        return;
+    }
+    const TextForm form = textForm(units, origin);  // of all of them
+    std::u16string_view left = withoutEndingNuls(units);
+    output.append('[');
+    while (!left.empty()) {
+        appendJsonNaturalText(output, takeText(left), form);
+        output.append(left.empty() ? "]" : ",");
+    }
+}
+
+void appendNaturalRecords(Output& output, const Value& records, SeveralTexts texts) {
     const bool plainNames = records.fieldNamesAreIdentifiers();
     appendJsonArray(output, records.elementCount(), [&](std::size_t element) {
         output.append('{');
@@ -48,7 +65,7 @@ void appendNaturalRecords(Output& output, const Value& records) {
                 appendJsonString(output, name);
                 output.append(':');
             }
-            appendNaturalValue(output, records.field(element, field), fieldTextOrigin(name));
+            appendNaturalValue(output, records.field(element, field), fieldTextOrigin(name), texts);
         });
         output.append('}');
     });
@@ -81,7 +98,7 @@ void appendPlaceMembers(Output& output, const WarningPlace& place) {
 
 }  // namespace
 
-void appendNaturalValue(Output& output, const Value* value, TextOrigin origin) {
+void appendNaturalValue(Output& output, const Value* value, TextOrigin origin, SeveralTexts texts) {
     if (value == nullptr) {
         output.append("null");
         return;
@@ -102,15 +119,15 @@ void appendNaturalValue(Output& output, const Value* value, TextOrigin origin) {
             appendJsonBase64(output, value->bytes());
             break;
         case ValueKind::Char:
-            appendJsonNaturalText(output, value->text(), origin);
+            appendNaturalTexts(output, value->text(), origin, texts);
             break;
         case ValueKind::Cell:
             appendNaturalArray(output, *value, [&](std::size_t index) {
-                appendNaturalValue(output, value->cell(index), origin);
+                appendNaturalValue(output, value->cell(index), origin, texts);
             });
             break;
         case ValueKind::Struct:
-            appendNaturalRecords(output, *value);
+            appendNaturalRecords(output, *value, texts);
             break;
     }
 }
@@ -127,14 +144,14 @@ void appendNaturalMessage(Output& output, const qxMessage& message, const Warnin
     output.append('}');
 }
 
-void appendNaturalOutcome(Output& output, const Outcome& outcome) {
+void appendNaturalOutcome(Output& output, const Outcome& outcome, SeveralTexts texts) {
     output.append('{');
     appendFileMembers(output, outcome.file);
     output.append(R"(,"initialOffset":)");
     appendNaturalNumber(output, outcome.initialOffset);
     output.append(R"(,"records":)");
     if (outcome.result != nullptr) {
-        appendNaturalValue(output, outcome.result.get());
+        appendNaturalValue(output, outcome.result.get(), TextOrigin::tag, texts);
     } else {
         output.append("[]");
     }

@@ -5,7 +5,7 @@
 namespace ifdsweep {
 
 void NdjsonWriter::writeFile(const Outcome& outcome) {
-    appendNaturalOutcome(output, outcome);
+    appendNaturalOutcome(output, outcome, texts);
     output.append('\n');
 }
 

@@ -4,15 +4,20 @@
 //
 // Ownership: borrows its output. Threads: one at a time.
 
+#include "write/natural_json.h"
 #include "write/result_writer.h"
 
 namespace ifdsweep {
 
 class NdjsonWriter final : public ResultWriter {
 public:
-    using ResultWriter::ResultWriter;
+    NdjsonWriter(Output& destination, SeveralTexts severalTexts)
+        : ResultWriter(destination), texts(severalTexts) {}
 
     void writeFile(const Outcome& outcome) override;
+
+private:
+    SeveralTexts texts;
 };
 
 }  // namespace ifdsweep

@@ -21,6 +21,8 @@ struct OutputChoice {
     bool toTerminal = false;               ///< a terminal shows the output
     std::vector<ChosenField> fields;       ///< in the order asked for; empty: all
     std::optional<std::uint64_t> shorten;  ///< elements of an array; 0: all
+    std::optional<std::uint64_t> digits;   ///< significant, of a number in text; 0: all
+    bool splitTexts = false;               ///< several texts of a tag are an array in JSON
     bool nestedRows = false;
     bool rawCells = false;
     bool allDirectories = false;  ///< text shows equal directories each

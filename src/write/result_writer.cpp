@@ -11,11 +11,12 @@ namespace ifdsweep {
 
 std::unique_ptr<ResultWriter> makeResultWriter(const WriteOptions& options, Output& output) {
     output.setForTerminal(options.forTerminal);
+    const SeveralTexts texts = options.splitTexts ? SeveralTexts::array : SeveralTexts::string;
     switch (options.format) {
         case Format::json:
-            return std::make_unique<JsonWriter>(output, options.layout);
+            return std::make_unique<JsonWriter>(output, options.layout, texts);
         case Format::ndjson:
-            return std::make_unique<NdjsonWriter>(output);
+            return std::make_unique<NdjsonWriter>(output, texts);
         case Format::typed:
             return std::make_unique<TypedWriter>(output);
         case Format::csv:

@@ -8,14 +8,15 @@
 
 #include "text/count_text.h"
 #include "text/json_text.h"
+#include "text/number_output.h"
 #include "text/terminal_text.h"
-#include "write/number_output.h"
 #include "write/xml_summary.h"
 
 namespace ifdsweep {
 namespace {
 
 constexpr std::size_t kAll = std::numeric_limits<std::size_t>::max();
+constexpr TextLimits kWhole{kAll, kAll, 0U};
 
 /// "4,000,000 values" of a row, "256x3 values" of a matrix.
 void appendSize(Output& output, const Value& value, std::string_view elements) {
@@ -120,9 +121,7 @@ void appendTextValue(Output& output, const Value* value, TextOrigin origin,
     switch (value->kind()) {
         case ValueKind::Double:
             appendElements(output, *value, " ", "values", limits, [&](std::size_t index) {
-                appendNumber(output, value->doubles()[index], [&output](double nonFinite) {
-                    output.append(nonFiniteName(nonFinite));
-                });
+                appendRounded(output, value->doubles()[index], limits.digitsOr());
             });
             break;
         case ValueKind::Uint8:
@@ -131,11 +130,7 @@ void appendTextValue(Output& output, const Value* value, TextOrigin origin,
             });
             break;
         case ValueKind::Char:
-            if (value->elementCount() == 0) {
-                output.append("(empty)");
-            } else {
-                appendTerminalText(output, value->text(), origin, limits.characters);
-            }
+            appendTerminalTexts(output, value->text(), origin, limits);
             break;
         case ValueKind::Cell:
             appendElements(output, *value, ", ", "cells", limits, [&](std::size_t index) {
@@ -178,7 +173,7 @@ void appendPlainValue(Output& output, const Value* value, TextOrigin origin, Pla
     }
     switch (value->kind()) {
         case ValueKind::Double:
-            appendTextValue(output, value, origin, {kAll, kAll});
+            appendTextValue(output, value, origin, kWhole);
             break;
         case ValueKind::Uint8:
             appendBase64(output, value->bytes());
@@ -192,7 +187,7 @@ void appendPlainValue(Output& output, const Value* value, TextOrigin origin, Pla
             }
             break;
         case ValueKind::Cell:
-            appendElements(output, *value, ", ", "cells", {kAll, kAll}, [&](std::size_t index) {
+            appendElements(output, *value, ", ", "cells", kWhole, [&](std::size_t index) {
                 appendPlainValue(output, value->cell(index), origin, plainText);
             });
             break;

@@ -3,25 +3,20 @@
 // Text value: a value on one line, for people. Plain function over an Output of the caller; any
 // thread.
 
-#include <cstddef>
 #include <cstdint>
 
 #include "io/output.h"
 #include "text/natural_text.h"
+#include "text/text_limits.h"
 #include "values/value.h"
 
 namespace ifdsweep {
 
-/// How much of a long value is shown.
-struct TextLimits {
-    std::size_t elements = 16;     ///< of an array
-    std::size_t characters = 256;  ///< of a text
-};
-
 /// Appends a value: numbers between spaces, the rows of a matrix between semicolons, the elements
-/// of a cell array between commas. A value that is cut short is followed by its size and, where it
-/// is of numbers, the smallest and the largest; a record array is shown by its size alone, and a
-/// document in XML by its root element and size unless texts have no limit.
+/// of a cell array between commas, a blank text and several texts between quotes. A value that is
+/// cut short is followed by its size and, where it is of numbers, the smallest and the largest; a
+/// record array is shown by its size alone, and a document in XML by its root element and size
+/// unless texts have no limit.
 /// @param value null for an empty cell
 void appendTextValue(Output& output, const Value* value, TextOrigin origin,
                      const TextLimits& limits);

@@ -6,12 +6,13 @@
 #include <cstdint>
 
 #include "names/public_tags.h"
+#include "present/present.h"
 #include "read/directory_path.h"
 #include "read/messages.h"
 #include "text/count_text.h"
+#include "text/number_output.h"
 #include "text/terminal_text.h"
 #include "write/field_roles.h"
-#include "write/number_output.h"
 #include "write/text_value.h"
 #include "write/warning_folding.h"
 
@@ -20,7 +21,7 @@ namespace ifdsweep {
 TextWriter::TextWriter(Output& destination, const WriteOptions& options)
     : ResultWriter(destination),
       colour(options.colour),
-      limits{options.shownElements, options.shownCharacters},
+      limits{options.shownElements, options.shownCharacters, options.shownDigits},
       foldsNothing(options.allDirectories),
       // Who names a field wants to see it.
       placement(options.columns.empty() ? Placement::ignored : Placement::counted),
@@ -78,7 +79,7 @@ void TextWriter::appendFileFields(const Value& records) {
     });
     forEachField(records, 0, [&](std::string_view name, const Value& value) {
         if (isShown(name) && value.elementCount() > 0) {
-            appendField(name, value, nameWidth, 1);
+            appendField(records, 0, name, value, nameWidth, 1);
         }
     });
 }
@@ -135,7 +136,7 @@ void TextWriter::appendDirectory(const Value& records, std::size_t element, cons
     });
     forEachField(records, element, [&](std::string_view name, const Value& value) {
         if (isPlain(name, value)) {
-            appendField(name, value, nameWidth, depth);
+            appendField(records, element, name, value, nameWidth, depth);
         }
     });
     // After the plain values, so that these stay one aligned block.
@@ -160,12 +161,14 @@ void TextWriter::appendNested(std::string_view name, const Value& value, const s
     }
 }
 
-void TextWriter::appendField(std::string_view name, const Value& value, std::size_t nameWidth,
-                             std::size_t depth) {
+void TextWriter::appendField(const Value& records, std::size_t element, std::string_view name,
+                             const Value& value, std::size_t nameWidth, std::size_t depth) {
     indent(depth);
     appendStyled(Style::name, name);
     output.append(nameWidth - name.size() + 2, ' ');
-    appendTextValue(output, &value, fieldTextOrigin(name), limits);
+    if (!appendPresented(output, name, value, records, element, limits)) {
+        appendTextValue(output, &value, fieldTextOrigin(name), limits);
+    }
     output.append('\n');
 }
 

@@ -42,8 +42,8 @@ private:
                          std::size_t depth);
     void appendNested(std::string_view name, const Value& value, const std::string& path,
                       std::size_t depth);
-    void appendField(std::string_view name, const Value& value, std::size_t nameWidth,
-                     std::size_t depth);
+    void appendField(const Value& records, std::size_t element, std::string_view name,
+                     const Value& value, std::size_t nameWidth, std::size_t depth);
     void appendUnknownTags(const Value& tags, DirectoryKind kind, std::size_t depth);
     void appendWarnings(const std::vector<Warning>& warnings);
     void appendWarning(const Warning& warning);

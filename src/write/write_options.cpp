@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <limits>
 
+#include "text/number_text.h"
+
 namespace ifdsweep {
 
 WriteOptions writeOptions(const OutputChoice& choice, Colour colour) {
@@ -18,6 +20,11 @@ WriteOptions writeOptions(const OutputChoice& choice, Colour colour) {
     options.forTerminal = choice.toTerminal;
     for (const ChosenField& field : choice.fields) {
         options.columns.push_back(field.name);
+    }
+    options.splitTexts = choice.splitTexts;
+    if (choice.digits) {
+        options.shownDigits =
+            static_cast<unsigned>(std::min<std::uint64_t>(*choice.digits, kMostDigits));
     }
     if (choice.shorten) {
         constexpr std::uint64_t kAll = std::numeric_limits<std::size_t>::max();

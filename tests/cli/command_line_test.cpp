@@ -171,6 +171,10 @@ TEST(CommandLines, WrongUsageIsToldWithTheOption) {
         {{"--tags", "Make,65536", "f"}, "65536"},
         {{"--tags", "", "f"}, "--tags"},
         {{"--shorten", "0", "f"}, "--shorten"},
+        {{"--digits", "0", "f"}, "1 to 17 or all, got 0"},
+        {{"--digits", "18", "f"}, "1 to 17 or all, got 18"},
+        {{"--digits", "-1", "f"}, "--digits"},
+        {{"--digits", "", "f"}, "--digits"},
         {{"--shorten", "-1", "f"}, "--shorten"},
         {{"--shorten", "ALL", "f"}, "ALL"},
         {{"--warnings", "some", "f"}, "each, count or none, got some"},
@@ -206,6 +210,9 @@ TEST(CommandLines, WrongUsageIsToldWithTheOption) {
         {{"--shorten", "3", "--format", "json", "f"}, "--shorten goes with --format text"},
         {{"--all-directories", "--format", "csv", "f"},
          "--all-directories goes with --format text"},
+        {{"--digits", "3", "--format", "csv", "f"}, "--digits goes with --format text"},
+        {{"--split-text", "f"}, "--split-text goes with --format json and ndjson"},
+        {{"--split-text", "--format", "typed", "f"}, "--split-text goes with --format json"},
         {{"--resume", "j", "--format", "csv", "f"}, "needs --tags"},
         {{"--reading", "whole", "f"}, "full or contract, got whole"},
         {{"--reading", "", "f"}, "--reading"},
@@ -375,6 +382,7 @@ TEST(CommandLines, Output) {
     EXPECT_FALSE(none.shorten.has_value() || none.nestedRows || none.rawCells ||
                  none.allDirectories);
     EXPECT_TRUE(parse({"--raw-cells", "--format", "csv", "f"}).options.output.rawCells);
+    EXPECT_FALSE(none.digits.has_value() || none.splitTexts);
     EXPECT_TRUE(none.fields.empty() && none.ignored.empty());
     const auto line = parse({"--format", "csv", "--nested", "--output", "o", "--tags", "Make,50000",
                              "--tags", "Model,Make,50000", "--warnings", "count", "--ignore",
@@ -396,6 +404,11 @@ TEST(CommandLines, Output) {
     EXPECT_EQ(parse({"--shorten", "3", "f"}).options.output.shorten, 3U);
     EXPECT_EQ(parse({"--shorten", "all", "f"}).options.output.shorten, 0U);
     EXPECT_TRUE(parse({"--all-directories", "f"}).options.output.allDirectories);
+    EXPECT_EQ(parse({"--digits", "1", "f"}).options.output.digits, 1U);
+    EXPECT_EQ(parse({"--digits", "17", "f"}).options.output.digits, 17U);
+    EXPECT_EQ(parse({"--digits", "all", "f"}).options.output.digits, 0U);
+    EXPECT_TRUE(parse({"--split-text", "--format", "json", "f"}).options.output.splitTexts);
+    EXPECT_TRUE(parse({"--split-text", "--format", "ndjson", "f"}).options.output.splitTexts);
     EXPECT_EQ(parse({"--compact", "--format", "json", "f"}).options.output.layout,
               ifdsweep::JsonLayout::compact);
     EXPECT_EQ(parse({"--format", "json", "f", "--pretty"}).options.output.layout,

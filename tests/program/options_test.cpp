@@ -28,6 +28,18 @@ protected:
     }
 };
 
+TEST_F(Options, DigitsOfText) {
+    const auto shown = [&](const std::string& digits) {
+        const Ending given =
+            run({"--digits", digits, "--tags", "ExposureTime", "--warnings", "none", "nested.tif"});
+        EXPECT_EQ(given.status, 0) << given.error;
+        return given.out.substr(given.out.find("1/60"));
+    };
+    EXPECT_EQ(shown("2"), "1/60 s (0.017)\n\n  Directory 1\n");
+    EXPECT_EQ(shown("17"), "1/60 s (0.016666666666666666)\n\n  Directory 1\n");
+    EXPECT_EQ(shown("all"), shown("17"));
+}
+
 TEST_F(Options, TagsInEveryFormat) {
     const std::vector<std::string> files{"nested.tif", "damaged.tif"};
     const auto runWith = [&](std::vector<std::string> arguments) {
@@ -47,7 +59,7 @@ TEST_F(Options, TagsInEveryFormat) {
         Width  4
     DigitalCamera
       Directory 0/DigitalCamera/0
-        ExposureTime  0.016666666666666666
+        ExposureTime  1/60 s (0.01667)
 
   Directory 1
     Width  4

@@ -47,6 +47,50 @@ TEST(NumberText, WritesShortestDigits) {
     }
 }
 
+TEST(NumberText, RoundsToSignificantDigits) {
+    const auto rounded = [](double value, unsigned digits) {
+        std::array<char, ifdsweep::kNumberRoom> room{};
+        return std::string(room.data(), ifdsweep::formatRounded(room.data(), value, digits));
+    };
+    EXPECT_EQ(rounded(1.0 / 3.0, 6), "0.333333");
+    EXPECT_EQ(rounded(1.0 / 3.0, 1), "0.3");
+    EXPECT_EQ(rounded(1.0 / 3.0, 17), "0.3333333333333333");
+    EXPECT_EQ(rounded(0.5, 6), "0.5");
+    EXPECT_EQ(rounded(-2.0 / 3.0, 2), "-0.67");
+    EXPECT_EQ(rounded(0.1, 16), "0.1");
+    EXPECT_EQ(rounded(1.0 / 60000000, 4), "1.667e-08");
+    // What stands before the point is never rounded away.
+    EXPECT_EQ(rounded(123456789.75, 6), "123456790");
+    EXPECT_EQ(rounded(123456789, 6), "123456789");
+    EXPECT_EQ(rounded(999999.4, 6), "999999");
+    EXPECT_EQ(rounded(999999.5, 6), "1000000");
+    EXPECT_EQ(rounded(99999.96, 6), "100000");
+    EXPECT_EQ(rounded(-12.5, 1), "-13");
+    EXPECT_EQ(rounded(9.7, 1), "10");
+    EXPECT_EQ(rounded(0, 6), "0");
+    EXPECT_EQ(rounded(-0.0, 6), "-0.0");
+    EXPECT_EQ(rounded(1e300, 6), "1e+300");
+    EXPECT_EQ(rounded(std::numeric_limits<double>::denorm_min(), 6), "4.94066e-324");
+}
+
+TEST(NumberText, ARoundedNumberIsAsNearAsItsDigitsAllow) {
+    std::mt19937_64 random(2);
+    for (int repetition = 0; repetition < 100000; ++repetition) {
+        const auto value = std::bit_cast<double>(random());
+        const auto digits = static_cast<unsigned>(1 + random() % ifdsweep::kMostDigits);
+        if (std::isfinite(value) && std::abs(value) > 1e-300) {
+            std::array<char, ifdsweep::kNumberRoom> room{};
+            char* end = ifdsweep::formatRounded(room.data(), value, digits);
+            ASSERT_LE(end, room.data() + room.size());
+            const std::string text(room.data(), end);
+            const double error = std::abs(std::strtod(text.c_str(), nullptr) - value);
+            const double bound =
+                5 * std::pow(10.0, -1.0 * digits) + 2 * std::numeric_limits<double>::epsilon();
+            ASSERT_LE(error, std::abs(value) * bound) << text;
+        }
+    }
+}
+
 TEST(NumberText, EveryNumberReadsBackTheSame) {
     std::mt19937_64 random(1);
     for (int repetition = 0; repetition < 200000; ++repetition) {

@@ -136,6 +136,7 @@ INSTANTIATE_TEST_SUITE_P(All, NaturalText, testing::ValuesIn(kNaturalCases),
 TEST(NaturalText, OnlyTheFileNameIsTrueUtf16) {
     EXPECT_EQ(ifdsweep::fieldTextOrigin("Filename"), TextOrigin::fileName);
     EXPECT_EQ(ifdsweep::fieldTextOrigin("Artist"), TextOrigin::tag);
+    EXPECT_EQ(ifdsweep::fieldTextOrigin("XMP"), TextOrigin::packet);
     EXPECT_EQ(ifdsweep::fieldTextOrigin(""), TextOrigin::tag);
 }
 

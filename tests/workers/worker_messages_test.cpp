@@ -36,6 +36,8 @@ ifdsweep::WorkerSetup usualSetup() {
     output.toTerminal = true;
     output.fields = {{"Make", {}}, {"50000", 50000}};
     output.shorten = 0;
+    output.digits = 9;
+    output.splitTexts = true;
     output.nestedRows = true;
     output.rawCells = true;
     output.allDirectories = true;
@@ -80,6 +82,8 @@ TEST(WorkerMessages, ASetupComesBack) {
     EXPECT_FALSE(output.fields[0].unknownId);
     EXPECT_EQ(output.fields[1].unknownId, 50000);
     EXPECT_EQ(output.shorten, 0U);
+    EXPECT_EQ(output.digits, 9U);
+    EXPECT_TRUE(output.splitTexts);
     EXPECT_TRUE(output.nestedRows);
     EXPECT_TRUE(output.rawCells);
     EXPECT_TRUE(output.allDirectories);
@@ -97,6 +101,8 @@ TEST(WorkerMessages, ASetupOfDefaultsComesBack) {
     EXPECT_FALSE(back->task.read.longestValue);
     EXPECT_FALSE(back->task.read.check);
     EXPECT_FALSE(back->task.output.shorten);
+    EXPECT_FALSE(back->task.output.digits);
+    EXPECT_FALSE(back->task.output.splitTexts);
     EXPECT_EQ(ifdsweep::packSetup(*back), message);
 }
 

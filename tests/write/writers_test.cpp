@@ -114,7 +114,80 @@ TEST_F(Writers, Text) {
     EXPECT_EQ(typed(emptyText()), R"({"class":"char","size":[0,0],"data":""})");
     EXPECT_EQ(typed(rendering::text(u"")), R"({"class":"char","size":[1,0],"data":""})");
     EXPECT_EQ(natural(emptyText()), R"("")");
-    EXPECT_EQ(shown(emptyText()), "(empty)");
+    EXPECT_EQ(shown(emptyText()), R"("")");
+}
+
+TEST_F(Writers, TextOfBlanksIsSeen) {
+    EXPECT_EQ(shown(rendering::text(u"   ")), R"("   ")");
+    EXPECT_EQ(shown(rendering::text({u"\0\0", 2})), R"("")");
+    EXPECT_EQ(shown(rendering::text({u"  \0", 3})), R"("  ")");
+    EXPECT_EQ(shown(rendering::text(std::u16string(16, u' '))), '"' + std::string(16, ' ') + '"');
+    EXPECT_EQ(shown(rendering::text(std::u16string(17, u' '))),
+              '"' + std::string(16, ' ') + "\" ... (17 characters)");
+    EXPECT_EQ(shown(rendering::text(u" x ")), " x ");
+    EXPECT_EQ(shown(rendering::text(u"\t")), R"(\t)");
+}
+
+TEST_F(Writers, SeveralTextsAreAList) {
+    const auto texts = [](std::u16string_view units) {
+        return rendered([&](ifdsweep::Output& output) {
+            ifdsweep::appendNaturalValue(output, rendering::text(units).get(),
+                                         ifdsweep::TextOrigin::tag, ifdsweep::SeveralTexts::array);
+        });
+    };
+    const std::u16string_view names{u"photographer\0editor", 19};
+    EXPECT_EQ(shown(rendering::text(names)), R"("photographer", "editor")");
+    EXPECT_EQ(texts(names), R"(["photographer","editor"])");
+    EXPECT_EQ(natural(rendering::text(names)), R"("photographer\u0000editor")");
+
+    const std::u16string_view gaps{u" \0a\0\0b\0\0", 8};
+    EXPECT_EQ(shown(rendering::text(gaps)), R"(" ", "a", "", "b")");
+    EXPECT_EQ(texts(gaps), R"([" ","a","","b"])");
+
+    const std::u16string_view leading{u"\0a", 2};
+    EXPECT_EQ(shown(rendering::text(leading)), R"("", "a")");
+    EXPECT_EQ(texts(leading), R"(["","a"])");
+
+    // The texts of a value are read in one way.
+    const std::u16string_view latin{u"\xFFC3\xFFBC\0\xFFFC", 4};
+    EXPECT_EQ(shown(rendering::text(latin)), R"("Ã¼", "ü")");
+    EXPECT_EQ(texts(latin), R"(["Ã¼","ü"])");
+
+    EXPECT_EQ(texts(u"one"), R"("one")");
+    EXPECT_EQ(texts({u"one\0", 4}), R"("one\u0000")");
+    EXPECT_EQ(texts(u""), R"("")");
+}
+
+TEST_F(Writers, AListOfTextsIsCutShort) {
+    const auto three = rendering::text({u"abc\0def\0ghi", 11});
+    EXPECT_EQ(shown(three, {2, 100}), R"("abc", "def" ... (11 characters))");
+    EXPECT_EQ(shown(three, {3, 100}), R"("abc", "def", "ghi")");
+    EXPECT_EQ(shown(three, {3, 9}), R"("abc", "def", "ghi")");
+    EXPECT_EQ(shown(three, {3, 5}), R"("abc", "de" ... (11 characters))");
+    EXPECT_EQ(shown(rendering::text(std::u16string(40, u'\0') + u'x'), {2, 100}),
+              R"("", "" ... (41 characters))");
+}
+
+TEST_F(Writers, ADocumentInBytesIsOneText) {
+    const auto units = rendering::text({u"<\0x\0>\0", 6});
+    EXPECT_EQ(rendered([&](ifdsweep::Output& output) {
+                  ifdsweep::appendTextValue(output, units.get(), ifdsweep::TextOrigin::packet, {});
+              }),
+              R"(<\x00x\x00>\x00)");
+    EXPECT_EQ(rendered([&](ifdsweep::Output& output) {
+                  ifdsweep::appendNaturalValue(output, units.get(), ifdsweep::TextOrigin::packet,
+                                               ifdsweep::SeveralTexts::array);
+              }),
+              R"("<\u0000x\u0000>\u0000")");
+}
+
+TEST_F(Writers, TextHasSixDigitsOfAFraction) {
+    const auto row = rendering::numbers(1, 4, {1.0 / 3, 1e6 + 0.25, 1234567890123, -298.257223563});
+    EXPECT_EQ(shown(row), "0.333333 1000000 1234567890123 -298.257");
+    EXPECT_EQ(shown(row, {.digits = 3}), "0.333 1000000 1234567890123 -298");
+    EXPECT_EQ(shown(row, {.digits = 0}),
+              "0.3333333333333333 1000000.25 1234567890123 -298.257223563");
+    EXPECT_EQ(natural(row), "[0.3333333333333333,1000000.25,1234567890123,-298.257223563]");
 }
 
 TEST_F(Writers, Cells) {
@@ -474,7 +547,7 @@ TEST_F(Writers, TextIndentsNestedDirectories) {
         Width  2
     DigitalCamera
       Directory 0/DigitalCamera/0
-        ExposureTime  0.5
+        ExposureTime  0.5 s
 )");
 }
 

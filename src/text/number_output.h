@@ -26,4 +26,17 @@ void appendNumber(Output& output, double value, AppendNonFinite&& appendNonFinit
     }
 }
 
+/// Appends a number for people: rounded as by `formatRounded`, or the name of one that is not
+/// finite.
+/// @param digits most significant digits; 0: all that there are
+inline void appendRounded(Output& output, double value, unsigned digits) {
+    if (!std::isfinite(value)) {
+        output.append(nonFiniteName(value));
+    } else if (digits == 0) {
+        output.commit(formatFinite(output.reserve(kNumberRoom), value));
+    } else {
+        output.commit(formatRounded(output.reserve(kNumberRoom), value, digits));
+    }
+}
+
 }  // namespace ifdsweep

@@ -1,0 +1,18 @@
+#pragma once
+
+// Absent fields: what the records of a JPEG file have in place of a size that only the JPEG stream
+// tells. Presenters (see presenter.h).
+
+#include "present/presenter.h"
+
+namespace ifdsweep {
+
+/// "not in this directory" for the zero of a JPEG's directory without the tag: that of the
+/// parameter's sibling, or of this field's own name where it names none.
+bool presentAbsentZero(Output& output, const PresentedField& field, const PresenterParameter& tag);
+
+/// The same for a colour type of -1.
+bool presentAbsentColorType(Output& output, const PresentedField& field,
+                            const PresenterParameter& tag);
+
+}  // namespace ifdsweep

@@ -1,0 +1,27 @@
+#pragma once
+
+// Present: what people read beside or in place of a field's raw value. Exposure as photographers
+// write it, codes with their words, positions in degrees, encoded texts as texts.
+//
+// Plain function over an Output of the caller; any thread.
+
+#include <cstddef>
+#include <string_view>
+
+#include "io/output.h"
+#include "text/text_limits.h"
+#include "values/value.h"
+
+namespace ifdsweep {
+
+/// Appends a value as people read it.
+/// @param value   the value of the field
+/// @param records the directories that the field is from, for the fields beside it
+/// @param element which of the directories
+/// @return false, with nothing appended, where the field has no presenter or its value is not what
+///         the presenter is made for: the value is to be shown as it is
+[[nodiscard]] bool appendPresented(Output& output, std::string_view fieldName, const Value& value,
+                                   const Value& records, std::size_t element,
+                                   const TextLimits& limits);
+
+}  // namespace ifdsweep
