@@ -284,8 +284,8 @@ void makeSeeds(const fs::path& folder, std::span<char*> samples) {
     addGlobs(globs);
     SeedFolder tagLists(folder / "tag_choice");
     addTagLists(tagLists);
-    for (const char* target :
-         {"typed_writer", "json_writer", "text_writer", "csv_writer", "byte_order"}) {
+    for (const char* target : {"typed_writer", "json_writer", "text_writer", "csv_writer",
+                               "presented_field", "byte_order"}) {
         SeedFolder noise(folder / target);
         addNoise(noise);
     }

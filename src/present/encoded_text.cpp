@@ -151,14 +151,4 @@ bool presentUtf16Text(Output& output, const PresentedField& field, const Present
     return units.has_value();
 }
 
-bool presentUtf8Text(Output& output, const PresentedField& field, const PresenterParameter&) {
-    const bool areNumbers = field.value.kind() == ValueKind::Double;
-    const auto bytes = areNumbers ? bytesOf(field.value) : std::nullopt;
-    if (!bytes || !isUtf8(std::u16string_view(*bytes)) || !looksLikeText(*bytes)) {
-        return false;
-    }
-    appendBytes(output, *bytes, field.limits);
-    return true;
-}
-
 }  // namespace ifdsweep

@@ -12,7 +12,4 @@ bool presentCodedText(Output& output, const PresentedField& field, const Present
 /// A text in UTF-16, the low byte of each unit first.
 bool presentUtf16Text(Output& output, const PresentedField& field, const PresenterParameter&);
 
-/// A text in UTF-8.
-bool presentUtf8Text(Output& output, const PresentedField& field, const PresenterParameter&);
-
 }  // namespace ifdsweep

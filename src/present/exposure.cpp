@@ -23,18 +23,17 @@ std::optional<double> apexNumber(const Value& value) {
     return number && std::abs(*number) <= kMost ? number : std::nullopt;
 }
 
-/// The number of which a short time is the reciprocal, if it comes to one within a hundredth:
+/// The number of which a short time is the reciprocal, if it comes to one within a part of it:
 /// times are written so from a quarter of a second down.
-std::optional<std::int64_t> reciprocalOf(double seconds) {
+std::optional<std::int64_t> reciprocalOf(double seconds, double tolerance) {
     constexpr double kLeastPlain = 0.3;
     constexpr double kShortest = 1e-9;
-    constexpr double kTolerance = 0.01;
     if (seconds >= kLeastPlain || seconds < kShortest) {
         return std::nullopt;
     }
     const std::int64_t divisor = std::llround(1 / seconds);
     const double product = static_cast<double>(divisor) * seconds;
-    return std::abs(product - 1) <= kTolerance ? std::optional(divisor) : std::nullopt;
+    return std::abs(product - 1) <= tolerance ? std::optional(divisor) : std::nullopt;
 }
 
 void appendReciprocal(Output& output, std::int64_t divisor) {
@@ -46,11 +45,12 @@ void appendReciprocal(Output& output, std::int64_t divisor) {
 }  // namespace
 
 bool presentExposureTime(Output& output, const PresentedField& field, const PresenterParameter&) {
+    constexpr double kTolerance = 0.01;
     const auto seconds = positiveNumber(field.value);
     if (!seconds) {
         return false;
     }
-    if (const auto divisor = reciprocalOf(*seconds)) {
+    if (const auto divisor = reciprocalOf(*seconds, kTolerance)) {
         appendReciprocal(output, *divisor);
         appendBeside(output, *seconds, field.limits);
     } else {
@@ -61,13 +61,15 @@ bool presentExposureTime(Output& output, const PresentedField& field, const Pres
 }
 
 bool presentShutterSpeed(Output& output, const PresentedField& field, const PresenterParameter&) {
-    constexpr unsigned kDigits = 2;  // an APEX value is rounded itself
+    // An APEX value is rounded itself.
+    constexpr unsigned kDigits = 2;
+    constexpr double kTolerance = 0.05;
     const auto apex = apexNumber(field.value);
     if (!apex) {
         return false;
     }
     const double seconds = std::exp2(-*apex);
-    if (const auto divisor = reciprocalOf(seconds)) {
+    if (const auto divisor = reciprocalOf(seconds, kTolerance)) {
         appendReciprocal(output, *divisor);
     } else {
         appendRounded(output, seconds, kDigits);

@@ -81,7 +81,7 @@ constexpr std::array kTopics{
     PresenterRow{"InteroperabilityVersion",   presentDigitVersion},
     PresenterRow{"InteroperabilityIndex",     presentTextCode,        {.texts = kInteroperabilityIndexes}},
     PresenterRow{"ComponentsConfiguration",   presentCodes,           {.codes = kComponents}},
-    PresenterRow{"CompressedBitsPerPixel",    presentMeasure,         {.unit = " bits per pixel"}},
+    PresenterRow{"CompressedBitsPerPixel",    presentMeasure,         {.unit = " bit/pixel"}},
     PresenterRow{"UserComment",               presentCodedText},
 
     // Where and in what it was: Exif 2.31.
@@ -142,6 +142,15 @@ static_assert(std::adjacent_find(kPresenters.begin(), kPresenters.end(),
                                  }) == kPresenters.end());
 
 }  // namespace
+
+std::vector<std::string_view> presentedFields() {
+    std::vector<std::string_view> names;
+    names.reserve(kPresenters.size());
+    for (const PresenterRow& row : kPresenters) {
+        names.push_back(row.field);
+    }
+    return names;
+}
 
 bool appendPresented(Output& output, std::string_view fieldName, const Value& value,
                      const Value& records, std::size_t element, const TextLimits& limits) {

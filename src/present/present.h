@@ -3,10 +3,11 @@
 // Present: what people read beside or in place of a field's raw value. Exposure as photographers
 // write it, codes with their words, positions in degrees, encoded texts as texts.
 //
-// Plain function over an Output of the caller; any thread.
+// Plain functions over an Output of the caller; any thread.
 
 #include <cstddef>
 #include <string_view>
+#include <vector>
 
 #include "io/output.h"
 #include "text/text_limits.h"
@@ -23,5 +24,8 @@ namespace ifdsweep {
 [[nodiscard]] bool appendPresented(Output& output, std::string_view fieldName, const Value& value,
                                    const Value& records, std::size_t element,
                                    const TextLimits& limits);
+
+/// The fields that have a presenter, in the order of their names.
+[[nodiscard]] std::vector<std::string_view> presentedFields();
 
 }  // namespace ifdsweep

@@ -2,14 +2,14 @@
 
 #include <cmath>
 #include <limits>
-#include <map>
-#include <optional>
+#include <set>
 #include <string>
 #include <variant>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "ifdsweep/tag_list.h"
 #include "present/present.h"
 #include "write/rendering.h"
 
@@ -80,7 +80,7 @@ class Presenters : public testing::Test {
 protected:
     ~Presenters() override { EXPECT_EQ(host.liveValues(), 0U); }
 
-    static std::string shown(const char* field, const ifdsweep::ValueHandle& value,
+    static std::string shown(std::string_view field, const ifdsweep::ValueHandle& value,
                              const ifdsweep::ValueHandle& records,
                              const ifdsweep::TextLimits& limits = {}) {
         bool isPresented = false;
@@ -139,6 +139,8 @@ TEST_F(Presenters, ShowTimesAsPhotographersWriteThem) {
         {"ShutterSpeedValue", Numbers{1}, "0.5 s (1)"},
         {"ShutterSpeedValue", Numbers{-5}, "32 s (-5)"},
         {"ShutterSpeedValue", Numbers{2.25}, "0.21 s (2.25)"},
+        {"ShutterSpeedValue", Numbers{1.8}, "0.29 s (1.8)"},
+        {"ShutterSpeedValue", Numbers{3.836}, "1/14 s (3.836)"},
         {"ShutterSpeedValue", Numbers{64}, "5.4e-20 s (64)"},
         {"ShutterSpeedValue", Numbers{64.5}, kPlain},
         {"ShutterSpeedValue", Numbers{-4294967295.0}, kPlain},
@@ -234,7 +236,7 @@ TEST_F(Presenters, ShowNumbersWithTheirUnits) {
         {"FocalPlaneYResolution", Numbers{94}, kPlain},
         {"FocalPlaneResolutionUnit", Numbers{2}, "2 (inch)"},
         {"FocalPlaneResolutionUnit", Numbers{4}, kPlain},
-        {"CompressedBitsPerPixel", Numbers{3.6458333333333335}, "3.64583 bits per pixel"},
+        {"CompressedBitsPerPixel", Numbers{3.6458333333333335}, "3.64583 bit/pixel"},
         {"FileSize", Numbers{48123}, "48,123 bytes"},
         {"FileSize", Numbers{0}, "0 bytes"},
         {"FileSize", Numbers{1}, "1 byte"},
@@ -519,43 +521,10 @@ TEST_F(Presenters, SayWhatADirectoryOfAJpegLacks) {
     });
 }
 
-/// Fields of which some value is presented: all but the last are of numbers.
-constexpr const char* kFields[] = {
-    "FileSize",
-    "Width",
-    "ColorType",
-    "NewSubFileType",
-    "Orientation",
-    "ExtraSamples",
-    "XResolution",
-    "DNGVersion",
-    "ExposureTime",
-    "ShutterSpeedValue",
-    "FNumber",
-    "ApertureValue",
-    "BrightnessValue",
-    "ExposureBiasValue",
-    "Flash",
-    "FocalLength",
-    "FocalLengthIn35mmFilm",
-    "SubjectDistance",
-    "LensSpecification",
-    "ExifVersion",
-    "ComponentsConfiguration",
-    "GPSLatitude",
-    "GPSAltitude",
-    "GPSTimeStamp",
-    "GPSSpeed",
-    "GPSTrack",
-    "GPSStatus",
-    "UserComment",
-    "XPTitle",
-};
-
 TEST_F(Presenters, LeaveEveryOddShapeAsItIs) {
     const auto records = rendering::records(1, {"Format"});
     rendering::setField(records, 0, "Format", rendering::text(u"jpg"));
-    for (const char* const field : kFields) {
+    for (const std::string_view field : ifdsweep::presentedFields()) {
         const auto isPlain = [&](ifdsweep::ValueHandle value) {
             EXPECT_EQ(shown(field, value, records), kPlain) << field;
         };
@@ -573,6 +542,24 @@ TEST_F(Presenters, LeaveEveryOddShapeAsItIs) {
         isPlain(rendering::cells(rendering::number(1)));
         isPlain(rendering::cells());
         isPlain(rendering::records(1, {"Format"}));
+    }
+}
+
+TEST_F(Presenters, AreForFieldsThatThereAre) {
+    // Tags that the dictionaries lack.
+    std::set<std::string_view> names{"Acceleration",   "CameraElevationAngle",
+                                     "CompositeImage", "GPSHPositioningError",
+                                     "Humidity",       "LensSpecification",
+                                     "Pressure",       "SensitivityType",
+                                     "Temperature",    "WaterDepth",
+                                     "XPAuthor",       "XPComment",
+                                     "XPKeywords",     "XPSubject",
+                                     "XPTitle"};
+    for (const ifdsweep::TagListing& tag : ifdsweep::listTags()) {
+        names.insert(tag.name);
+    }
+    for (const std::string_view field : ifdsweep::presentedFields()) {
+        EXPECT_TRUE(names.contains(field)) << field;
     }
 }
 
