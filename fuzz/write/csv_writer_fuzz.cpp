@@ -3,6 +3,7 @@
 // terminal. The rows that wait for the table's columns are believed by nobody: any bytes are a
 // table or refused.
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <set>
@@ -108,18 +109,18 @@ void requireRow(const fixture::Row& row, const fixture::Row& head, const Directo
     }
 }
 
-std::string tableOf(std::string_view rows) {
-    const fuzz::MemoryFile file(rows);
+std::string tableOf(std::string_view waiting, ifdsweep::TableRows rows) {
+    const fuzz::MemoryFile file(waiting);
     ifdsweep::StringSink sink;
     ifdsweep::Output output(sink);
-    ifdsweep::assembleCsv(file.descriptor(), output);
+    ifdsweep::assembleCsv(file.descriptor(), rows, output);
     output.flush();
     return std::move(sink.text);
 }
 
 std::string written(const ifdsweep::Outcome& outcome, const ifdsweep::WriteOptions& settings) {
     const std::string text = fuzz::written(ifdsweep::Format::csv, outcome, settings);
-    return settings.columns.empty() ? tableOf(text) : text;
+    return settings.columns.empty() ? tableOf(text, settings.rows) : text;
 }
 
 void checkOutcome(const ifdsweep::Outcome& outcome, const ifdsweep::WriteOptions& settings) {
@@ -128,7 +129,8 @@ void checkOutcome(const ifdsweep::Outcome& outcome, const ifdsweep::WriteOptions
     const std::vector<fixture::Row> rows = fixture::rowsOf(table);
     fuzz::require(!rows.empty() && rows[0].size() >= 2, "a table has a first row");
     std::vector<Directory> directories;
-    listDirectories(outcome.result.get(), "", settings.nestedRows, directories);
+    listDirectories(outcome.result.get(), "", settings.rows == ifdsweep::TableRows::nested,
+                    directories);
     fuzz::require(rows.size() == 1 + directories.size(), "a directory is a row");
     for (std::size_t index = 0; index < directories.size(); ++index) {
         const fixture::Row& row = rows[index + 1];
@@ -150,9 +152,33 @@ void checkOutcome(const ifdsweep::Outcome& outcome, const ifdsweep::WriteOptions
     }
 }
 
+/// A file is one row: of each column the first cell of a table of all directories that is not
+/// empty.
+void checkFileRow(const ifdsweep::Outcome& outcome, ifdsweep::WriteOptions settings) {
+    settings.rows = ifdsweep::TableRows::file;
+    const std::vector<fixture::Row> given = fixture::rowsOf(written(outcome, settings));
+    settings.rows = ifdsweep::TableRows::nested;
+    const std::vector<fixture::Row> all = fixture::rowsOf(written(outcome, settings));
+    fuzz::require(given.size() == (outcome.result == nullptr ? 1 : 2), "a file is a row");
+    fuzz::require(given[0].size() + 1 == all[0].size() && given.back().size() == given[0].size(),
+                  "a file has every column but the directory");
+    for (std::size_t column = 2; given.size() == 2 && column < all[0].size(); ++column) {
+        std::string expected;
+        for (std::size_t row = 1; expected.empty() && row < all.size(); ++row) {
+            expected = all[row][column];
+        }
+        const auto place = std::find(given[0].begin() + 1, given[0].end(), all[0][column]);
+        fuzz::require(place != given[0].end(), "every column stands in both tables");
+        fuzz::require(given[1][static_cast<std::size_t>(place - given[0].begin())] == expected,
+                      "a file has the first value there is");
+    }
+}
+
 void checkRows(std::string_view bytes) {
     try {
-        static_cast<void>(tableOf(bytes));
+        for (const auto rows : {ifdsweep::TableRows::directory, ifdsweep::TableRows::file}) {
+            static_cast<void>(tableOf(bytes, rows));
+        }
     } catch (const ifdsweep::RunFailure&) {
         // Refused.
     }
@@ -170,13 +196,18 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     }
     ifdsweep::WriteOptions settings;
     settings.forTerminal = (choice & 1U) != 0;
-    settings.nestedRows = (choice & 2U) != 0;
+    settings.rows =
+        (choice & 2U) != 0 ? ifdsweep::TableRows::nested : ifdsweep::TableRows::directory;
     settings.rawCells = input.below(2) != 0;
     if ((choice & 4U) != 0) {
         settings.columns = {"Width", "Make", "SubIFDs", "Odd \"\xC3\xA9\n", "none"};
     }
     ifdsweep::Host host;
-    { checkOutcome(fuzz::arbitraryOutcome(host, input), settings); }
+    {
+        const ifdsweep::Outcome outcome = fuzz::arbitraryOutcome(host, input);
+        checkOutcome(outcome, settings);
+        checkFileRow(outcome, settings);
+    }
     fuzz::require(host.liveValues() == 0, "every value is freed");
     return 0;
 }

@@ -32,6 +32,13 @@ enum class JsonLayout : std::uint8_t {
     pretty,       ///< a member per line, indented
 };
 
+/// What a row of CSV is.
+enum class TableRows : std::uint8_t {
+    directory,  ///< a directory of the primary chain
+    file,       ///< a file, nested directories and all: of each field the first value there is
+    nested,     ///< a directory, be it nested
+};
+
 /// Whether text for people is coloured.
 enum class Colour : std::uint8_t { off, on };
 
@@ -48,9 +55,9 @@ struct WriteOptions {
     bool splitTexts = false;             ///< json, ndjson: several texts of a tag are an array
     bool allDirectories = false;         ///< text folds neither equal directories nor warnings
     std::vector<std::string> columns{};  ///< of CSV; empty: all fields that occur
-    bool nestedRows = false;             ///< CSV has a row for each nested directory
-    bool rawCells = false;               ///< CSV has text as it is, formulas and all
-    bool forTerminal = false;            ///< JSON and raw CSV show hidden characters
+    TableRows rows = TableRows::directory;
+    bool rawCells = false;     ///< CSV has text as it is, formulas and all
+    bool forTerminal = false;  ///< JSON and raw CSV show hidden characters
 };
 
 /// Takes bytes, all of them, or throws.

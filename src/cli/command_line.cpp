@@ -14,6 +14,7 @@
 #include "cli/command_help.h"
 #include "cli/option_table.h"
 #include "cli/quantities.h"
+#include "cli/table_choice.h"
 #include "ifdsweep/unlimited.h"
 #include "read/messages.h"
 #include "read/tag_choice.h"
@@ -229,9 +230,10 @@ void addReadOptions(OptionBinder& bind, ReadOptions& read) {
     bind.limit("--value-budget", read.valueBudget);
 }
 
+/// @param rows      of a table, as they are asked for
 /// @param complaint what is wrong with options that are each right
-void addOutputOptions(OptionBinder& bind, OutputChoice& output, RunChoice& run,
-                      std::string& complaint) {
+void addOutputOptions(OptionBinder& bind, OutputChoice& output, std::optional<TableRows>& rows,
+                      RunChoice& run, std::string& complaint) {
     bind.word("--format", output.format);
     bind.flag("--json", output.format, Format::json);
     bind.flag("--csv", output.format, Format::csv);
@@ -242,16 +244,27 @@ void addOutputOptions(OptionBinder& bind, OutputChoice& output, RunChoice& run,
             throw CLI::ValidationError(choice.complaint);
         }
         for (ChosenField& field : choice.fields) {
-            const bool known = std::any_of(
-                output.fields.begin(), output.fields.end(),
-                [&field](const ChosenField& earlier) { return earlier.name == field.name; });
-            if (!known) {
-                output.fields.push_back(std::move(field));
-            }
+            addField(output.fields, std::move(field));
         }
         return true;
     });
-    bind.flag("--nested", output.nestedRows, true);
+    const auto askForRows = [&rows, &complaint](TableRows asked) {
+        if (rows && *rows != asked) {
+            complaint = "--rows " + std::string(wordOf(*rows)) + " and " +
+                        std::string(wordOf(asked)) + " exclude each other";
+        }
+        rows = asked;
+    };
+    const std::span<const OptionWord> rowWords = optionRow("--rows").words;
+    bind.value("--rows", listOf(rowWords), [askForRows, rowWords](const std::string& text) {
+        TableRows asked{};
+        const bool isKnown = storeWord(asked, rowWords)(text);
+        if (isKnown) {
+            askForRows(asked);
+        }
+        return isKnown;
+    });
+    bind.flag("--nested", [askForRows] { askForRows(TableRows::nested); });
     bind.flag("--raw-cells", output.rawCells, true);
     bind.value("--shorten", "a number from 1 on or all", [&output](const std::string& text) {
         output.shorten = text == "all" ? 0 : parseCount(text);
@@ -340,9 +353,6 @@ std::string combinationComplaint(const RunOptions& options) {
     if (output.layout != JsonLayout::filePerLine && output.format != Format::json) {
         return "--compact and --pretty go with --format json";
     }
-    if (output.nestedRows && output.format != Format::csv) {
-        return "--nested goes with --format csv";
-    }
     if (output.rawCells && output.format != Format::csv) {
         return "--raw-cells goes with --format csv";
     }
@@ -416,6 +426,10 @@ std::string_view wordOf(Format format) {
     return wordAt("--format", format);
 }
 
+std::string_view wordOf(TableRows rows) {
+    return wordAt("--rows", rows);
+}
+
 std::string_view wordOf(WarningDetail detail) {
     return wordAt("--warnings", detail);
 }
@@ -437,6 +451,7 @@ CommandLine parseCommandLine(int argumentCount, const char* const* arguments,
     };
     std::optional<std::string> information;
     std::string complaint;
+    std::optional<TableRows> askedRows;
     CLI::App command(std::string(kDescription), "ifdsweep");
     command.set_help_flag();
     const std::vector<std::string> words = argumentsOf(argumentCount, arguments);
@@ -449,7 +464,7 @@ CommandLine parseCommandLine(int argumentCount, const char* const* arguments,
     }
     addInputOptions(bind, result.options.input);
     addReadOptions(bind, result.options.read);
-    addOutputOptions(bind, result.options.output, result.options.run, complaint);
+    addOutputOptions(bind, result.options.output, askedRows, result.options.run, complaint);
     addMessageOptions(bind, result.options);
     addRunOptions(bind, result.options.workers, result.options.run);
     addHelpOptions(bind, information);
@@ -464,6 +479,9 @@ CommandLine parseCommandLine(int argumentCount, const char* const* arguments,
         std::transform(paths.begin(), paths.end(), paths.begin(), unshielded);
         if (complaint.empty()) {
             complaint = combinationComplaint(result.options);
+        }
+        if (complaint.empty()) {
+            complaint = settleTable(result.options.output, askedRows);
         }
         if (!result.options.read.longestValue && result.options.read.reading == ReadingMode::full) {
             result.options.read.longestValue = longestValueFor(result.options);

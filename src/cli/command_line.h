@@ -15,6 +15,7 @@ namespace ifdsweep {
 
 /// The words of the command line for them.
 [[nodiscard]] std::string_view wordOf(Format format);
+[[nodiscard]] std::string_view wordOf(TableRows rows);
 [[nodiscard]] std::string_view wordOf(WarningDetail detail);
 [[nodiscard]] std::string_view wordOf(ReadingMode reading);
 

@@ -26,17 +26,24 @@ constexpr OptionWord kFormatWords[]{{"text", "for reading (default)"},
                                     {"typed",
                                      "a line of JSON per file, with the class and size\n"
                                      "of every value"},
-                                    {"csv", "a row per directory (RFC 4180)"},
+                                    {"csv", "a table (RFC 4180), its rows as --rows says"},
                                     {"facts",
                                      "a line of JSON per entry: field type, position,\n"
                                      "exact value"}};
 constexpr OptionWord kReadingWords[]{{"full", "all that the file holds (default)"},
                                      {"contract", "what the module gives; see the table below"}};
+constexpr OptionWord kRowsWords[]{{"directory", "a directory of the primary chain (default)"},
+                                  {"file",
+                                   "a file, with the first value that it or a nested\n"
+                                   "directory has of each field (default with --tags of\n"
+                                   "Exif, GPS or Interoperability fields)"},
+                                  {"nested", "a directory, nested ones too"}};
 constexpr OptionWord kDetailWords[]{{"each"}, {"count"}, {"none"}};
 constexpr OptionWord kColourWords[]{{"auto"}, {"always"}, {"never"}};
 // Words stand in the order of the enumerations that they are the words of.
 static_assert(std::size(kFormatWords) == static_cast<std::size_t>(Format::facts) + 1);
 static_assert(std::size(kReadingWords) == static_cast<std::size_t>(ReadingMode::contract) + 1);
+static_assert(std::size(kRowsWords) == static_cast<std::size_t>(TableRows::nested) + 1);
 static_assert(std::size(kDetailWords) == static_cast<std::size_t>(WarningDetail::none) + 1);
 static_assert(std::size(kColourWords) == static_cast<std::size_t>(ColourChoice::never) + 1);
 constexpr OptionWord kUnlimitedWord[]{{"unlimited"}};
@@ -70,7 +77,8 @@ constexpr std::array kOptions{
     OptionRow{"--csv", "", "the same as --format csv", kOutput, ValueCompletion::none},
     OptionRow{"--output", "FILE", "write to FILE, which appears when it is whole", kOutput, ValueCompletion::file, kNoWords, !kRepeatable, "-o"},
     OptionRow{"--tags", "NAME,...", "only these fields, in this order: names in any case\n(see --list-tags), numbers (270, 0x10e) or\npatterns (gps*), in nested records too; others are\nneither read nor checked", kOutput, ValueCompletion::tag, kNoWords, kRepeatable, "-t"},
-    OptionRow{"--nested", "", "csv: a row for each nested directory too", kOutput, ValueCompletion::none},
+    OptionRow{"--rows", "ROWS", "csv: what a row is", kOutput, ValueCompletion::words, kRowsWords},
+    OptionRow{"--nested", "", "csv: another name of --rows nested", kOutput, ValueCompletion::none},
     OptionRow{"--raw-cells", "", "csv: text as it is in files and pipes, not made safe for\nspreadsheets and terminals", kOutput, ValueCompletion::none},
     OptionRow{"--shorten", "N", "text: show N values of an array, 16 N characters of a\ntext, or \"all\" (default: 16)", kOutput, ValueCompletion::words, kAllWord},
     OptionRow{"--digits", "N", "text: at most N significant digits of a number that is no\ninteger, 1 to 17, or \"all\" (default: 6)", kOutput, ValueCompletion::words, kAllWord},

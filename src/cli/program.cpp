@@ -85,7 +85,8 @@ LateEnding makeLateEnding(const RunOptions& options, const InputFile& file, Colo
         file, qxMessage(kTimeoutId, {qxMessageText(secondsText(nanosecondsOf(seconds)))}));
     Frame frame = frameOf(writeOptions(options.output));
     if (options.output.hasOpenColumns()) {
-        frame.head = csvHeader({});  // of the table that the rows would have become
+        frame.head =
+            csvHeader({}, options.output.rows);  // of the table that the rows would have become
     }
     Framer framer(output, std::move(frame));
     framer.begin();

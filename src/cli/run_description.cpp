@@ -130,7 +130,7 @@ std::vector<std::string> describeRun(const RunOptions& options) {
                                      "--format " + std::string(wordOf(output.format)),
                                      layoutPhrase(output.layout),
                                      valuePhrase("--tags", tagText(output)),
-                                     flagPhrase("--nested", output.nestedRows),
+                                     "--rows " + std::string(wordOf(output.rows)),
                                      flagPhrase("--raw-cells", output.rawCells),
                                      flagPhrase("--color always", hasColoursAlways(options)),
                                      flagPhrase("--all-directories", output.allDirectories),

@@ -38,9 +38,11 @@ public:
         if (isNumber(word)) {
             chooseNumber(word);
         } else if (word.find_first_of("*?[") != std::string::npos) {
+            byPattern = true;
             chooseMatching(word, [&word](std::string_view name) {
                 return ::fnmatch(word.c_str(), std::string(name).c_str(), FNM_CASEFOLD) == 0;
             });
+            byPattern = false;
         } else {
             // No two fields have names that differ in case alone.
             chooseMatching(word,
@@ -94,15 +96,12 @@ private:
     }
 
     void add(ChosenField field) {
-        const bool isThere = std::any_of(
-            choice.fields.begin(), choice.fields.end(),
-            [&field](const ChosenField& earlier) { return earlier.name == field.name; });
-        if (!isThere) {
-            choice.fields.push_back(std::move(field));
-        }
+        field.byPattern = byPattern;
+        addField(choice.fields, std::move(field));
     }
 
     std::vector<KnownName> known = listKnownNames();
+    bool byPattern = false;  ///< of the word at hand
 };
 
 }  // namespace
@@ -110,6 +109,17 @@ private:
 bool canOccurIn(DirectoryKind kind, const ChosenField& unknownTag) {
     return isNumber(unknownTag.name) ||
            publicTagName(kind, *unknownTag.unknownId) == unknownTag.name;
+}
+
+void addField(std::vector<ChosenField>& fields, ChosenField field) {
+    const auto known =
+        std::find_if(fields.begin(), fields.end(),
+                     [&field](const ChosenField& earlier) { return earlier.name == field.name; });
+    if (known == fields.end()) {
+        fields.push_back(std::move(field));
+    } else {
+        known->byPattern = known->byPattern && field.byPattern;
+    }
 }
 
 TagChoice chooseTags(std::string_view list) {

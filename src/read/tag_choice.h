@@ -18,6 +18,7 @@ namespace ifdsweep {
 struct ChosenField {
     std::string name;  ///< of the field; of an unknown tag the decimal number or the public name
     std::optional<std::uint16_t> unknownId;
+    bool byPattern = false;  ///< by nothing but patterns
 };
 
 /// Whether directories of a kind can have an unknown tag that was asked for: by its number in all
@@ -34,6 +35,9 @@ struct TagChoice {
 /// public tag that it is a name of (names/known_names.h), a pattern all of which it matches a name;
 /// a number chooses every field that a dictionary has for it, and the unknown tag when none has.
 [[nodiscard]] TagChoice chooseTags(std::string_view list);
+
+/// Adds a field behind the others unless it is one of them.
+void addField(std::vector<ChosenField>& fields, ChosenField field);
 
 /// Every field and public tag, a line each: number, name, dictionary, other names.
 [[nodiscard]] std::string tagListText();

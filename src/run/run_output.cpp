@@ -7,8 +7,9 @@ namespace {
 
 std::optional<WaitingRows> waitingRowsOf(const OutputChoice& choice,
                                          const std::function<bool()>& isStopped) {
-    return choice.hasOpenColumns() ? std::optional<WaitingRows>(std::in_place, isStopped)
-                                   : std::nullopt;
+    return choice.hasOpenColumns()
+               ? std::optional<WaitingRows>(std::in_place, choice.rows, isStopped)
+               : std::nullopt;
 }
 
 }  // namespace

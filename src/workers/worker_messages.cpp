@@ -71,7 +71,7 @@ void takeRead(Unpacker& bytes, ReadOptions& choice) {
 }
 
 void putField(std::string& bytes, const ChosenField& field) {
-    const auto& [name, unknownId] = field;
+    const auto& [name, unknownId, byPattern] = field;  // how it was asked for is settled by then
     packed::putText(bytes, name);
     putOptional(bytes, unknownId ? std::optional<std::uint64_t>(*unknownId) : std::nullopt);
 }
@@ -89,8 +89,8 @@ ChosenField takeField(Unpacker& bytes) {
 }
 
 void putOutput(std::string& bytes, const OutputChoice& choice) {
-    const auto& [format, layout, toTerminal, fields, shorten, digits, splitTexts, nestedRows,
-                 rawCells, allDirectories, warnings, ignored] = choice;
+    const auto& [format, layout, toTerminal, fields, shorten, digits, splitTexts, rows, rawCells,
+                 allDirectories, warnings, ignored] = choice;
     putChoice(bytes, format);
     putChoice(bytes, layout);
     putChoice(bytes, toTerminal);
@@ -101,7 +101,7 @@ void putOutput(std::string& bytes, const OutputChoice& choice) {
     putOptional(bytes, shorten);
     putOptional(bytes, digits);
     putChoice(bytes, splitTexts);
-    putChoice(bytes, nestedRows);
+    putChoice(bytes, rows);
     putChoice(bytes, rawCells);
     putChoice(bytes, allDirectories);
     putChoice(bytes, warnings);
@@ -121,7 +121,7 @@ void takeOutput(Unpacker& bytes, OutputChoice& choice) {
     choice.shorten = takeOptional(bytes);
     choice.digits = takeOptional(bytes);
     choice.splitTexts = bytes.flag();
-    choice.nestedRows = bytes.flag();
+    choice.rows = bytes.choice(TableRows::nested);
     choice.rawCells = bytes.flag();
     choice.allDirectories = bytes.flag();
     choice.warnings = bytes.choice(WarningDetail::none);

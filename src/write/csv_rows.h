@@ -1,7 +1,7 @@
 #pragma once
 
-// Rows of a table whose columns are not known yet: each is a packed list of texts (file, directory,
-// then names and cells in turn), kept in a file one after the other.
+// Rows of a table whose columns are not known yet: each is a packed list of texts (file, directory
+// or nothing, then names and cells in turn), kept in a file one after the other.
 //
 // Ownership: files are borrowed. Threads: one at a time.
 

@@ -1,25 +1,27 @@
 #include "write/csv_writer.h"
 
 #include <algorithm>
-#include <functional>
-#include <map>
 
 #include "read/directory_path.h"
+#include "write/column_names.h"
 #include "write/csv_rows.h"
+#include "write/file_row.h"
 
 namespace ifdsweep {
 namespace {
 
 constexpr std::string_view kLineEnd = "\r\n";
 
-bool hasCell(const Value& value) {
-    return !isNested(value);
+CellText cellTextOf(const WriteOptions& options) {
+    return !options.rawCells     ? CellText::safe
+           : options.forTerminal ? CellText::escaped
+                                 : CellText::asItIs;
 }
 
 }  // namespace
 
-std::string csvHeader(const std::vector<std::string>& columns) {
-    std::string line = "File,Directory";
+std::string csvHeader(const std::vector<std::string>& columns, TableRows rows) {
+    std::string line(rows == TableRows::file ? "File" : "File,Directory");
     for (const std::string& column : columns) {
         line.push_back(',');
         appendQuoted(line, column);
@@ -27,15 +29,41 @@ std::string csvHeader(const std::vector<std::string>& columns) {
     return line.append(kLineEnd);
 }
 
-CellText CsvWriter::cellTextOf(const WriteOptions& options) {
-    return !options.rawCells     ? CellText::safe
-           : options.forTerminal ? CellText::escaped
-                                 : CellText::asItIs;
-}
+CsvWriter::CsvWriter(Output& destination, const WriteOptions& options)
+    : ResultWriter(destination),
+      rows(options.rows),
+      columns(options.columns),
+      cell(cellTextOf(options)) {}
 
 void CsvWriter::writeFile(const Outcome& outcome) {
     fileCell = cell.ofText(outcome.file);
-    writeRecords(*outcome.result, "");
+    if (rows == TableRows::file) {
+        writeFileRow(*outcome.result);
+    } else {
+        writeRecords(*outcome.result, "");
+    }
+}
+
+void CsvWriter::writeFileRow(const Value& records) {
+    FileRow row(columns, cell);
+    row.fill(records);
+    if (!columns.empty()) {
+        output.append(fileCell);
+        for (const std::string& column : columns) {
+            output.append(',');
+            output.append(row.cellOf(column));
+        }
+        output.append(kLineEnd);
+        return;
+    }
+    std::string named;
+    packed::putText(named, fileCell);
+    packed::putText(named, "");
+    row.forEachColumn([&named](std::string_view name, std::string_view text) {
+        packed::putText(named, name);
+        packed::putText(named, text);
+    });
+    writeWaitingRow(named);
 }
 
 void CsvWriter::writeRecords(const Value& records, const std::string& path) {
@@ -54,7 +82,7 @@ void CsvWriter::writeRecords(const Value& records, const std::string& path) {
             writeColumns(records, element);
             output.append(kLineEnd);
         }
-        if (nestedRows) {
+        if (rows == TableRows::nested) {
             writeNested(records, element, directory);
         }
     }
@@ -72,7 +100,7 @@ void CsvWriter::writeColumns(const Value& records, std::size_t element) {
         output.append(',');
         const auto field = records.fieldIndex(column);
         const Value* value = field ? records.field(element, *field) : nullptr;
-        if (value != nullptr && hasCell(*value)) {
+        if (value != nullptr && !isNested(*value)) {
             output.append(cell.ofValue(column, *value));
         }
     }
@@ -83,43 +111,40 @@ void CsvWriter::writeNamedRow(const Value& records, std::size_t element) {
     packed::putText(row, fileCell);
     packed::putText(row, directoryCell);
     forEachField(records, element, [&](std::string_view name, const Value& value) {
-        if (hasCell(value)) {
+        if (!isNested(value)) {
             packed::putText(row, name);
             packed::putText(row, cell.ofValue(name, value));
         }
     });
+    writeWaitingRow(row);
+}
+
+void CsvWriter::writeWaitingRow(std::string_view row) {
     std::string length;
     packed::putNumber(length, row.size());
     output.append(length);
     output.append(row);
 }
 
-void assembleCsv(int rows, Output& output) {
-    std::vector<std::string> columns;
-    std::map<std::string, std::size_t, std::less<>> placeOf;
-    const auto place = [&](std::string_view name) {
-        auto known = placeOf.find(name);
-        if (known == placeOf.end()) {
-            known = placeOf.emplace(name, columns.size()).first;
-            columns.emplace_back(name);
-        }
-        return known->second;
-    };
-    forEachRow(rows, [&](const std::vector<std::string_view>& texts) {
+void assembleCsv(int waiting, TableRows rows, Output& output) {
+    ColumnNames columns;
+    forEachRow(waiting, [&](const std::vector<std::string_view>& texts) {
         for (std::size_t index = 2; index + 1 < texts.size(); index += 2) {
-            static_cast<void>(place(texts[index]));
+            columns.placeOf(texts[index]);
         }
     });
-    output.append(csvHeader(columns));
-    std::vector<std::string_view> cells(columns.size());
-    forEachRow(rows, [&](const std::vector<std::string_view>& texts) {
+    output.append(csvHeader(columns.all(), rows));
+    std::vector<std::string_view> cells(columns.all().size());
+    forEachRow(waiting, [&](const std::vector<std::string_view>& texts) {
         std::fill(cells.begin(), cells.end(), std::string_view());
         for (std::size_t index = 2; index + 1 < texts.size(); index += 2) {
-            cells[place(texts[index])] = texts[index + 1];
+            cells[columns.placeOf(texts[index])] = texts[index + 1];
         }
         output.append(texts[0]);
-        output.append(',');
-        output.append(texts[1]);
+        if (rows != TableRows::file) {
+            output.append(',');
+            output.append(texts[1]);
+        }
         for (const std::string_view text : cells) {
             output.append(',');
             output.append(text);

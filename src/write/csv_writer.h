@@ -1,8 +1,8 @@
 #pragma once
 
-// CSV writer (RFC 4180): one row per directory, and with nested rows one for each nested directory
-// after it. The first two columns are the file and the way to the directory, such as
-// `0/SubIFDs[0]/1`.
+// CSV writer (RFC 4180): a row per directory of the primary chain, per nested directory too, or per
+// file. The first columns are the file and, where a row is a directory, the way to it, such as
+// `0/SubIFDs[0]/1`. What a cell holds is told in csv_cell.h.
 //
 // With fixed columns, the rows are written as they come. Without, the columns are all fields that
 // occur, which nobody knows before the last file: the writer then writes each row with the names
@@ -20,16 +20,12 @@
 
 namespace ifdsweep {
 
-/// The first line of a table with these columns after "File" and "Directory".
-[[nodiscard]] std::string csvHeader(const std::vector<std::string>& columns);
+/// The first line of a table with these columns after those that say where.
+[[nodiscard]] std::string csvHeader(const std::vector<std::string>& columns, TableRows rows);
 
 class CsvWriter final : public ResultWriter {
 public:
-    CsvWriter(Output& destination, const WriteOptions& options)
-        : ResultWriter(destination),
-          nestedRows(options.nestedRows),
-          columns(options.columns),
-          cell(cellTextOf(options)) {}
+    CsvWriter(Output& destination, const WriteOptions& options);
 
     [[nodiscard]] bool shows(const Outcome& outcome) const override {
         return outcome.result != nullptr;
@@ -37,14 +33,14 @@ public:
     void writeFile(const Outcome& outcome) override;
 
 private:
+    void writeFileRow(const Value& records);
     void writeRecords(const Value& records, const std::string& path);
     void writeNested(const Value& records, std::size_t element, const std::string& path);
     void writeColumns(const Value& records, std::size_t element);
     void writeNamedRow(const Value& records, std::size_t element);
+    void writeWaitingRow(std::string_view row);
 
-    [[nodiscard]] static CellText cellTextOf(const WriteOptions& options);
-
-    bool nestedRows;
+    TableRows rows;
     std::vector<std::string> columns;
     std::string fileCell;
     std::string directoryCell;
@@ -52,7 +48,8 @@ private:
 };
 
 /// Makes the table of rows with names.
-/// @param rows what CsvWriter wrote without fixed columns, as a file that can be read anywhere
-void assembleCsv(int rows, Output& output);
+/// @param waiting what CsvWriter wrote without fixed columns, as a file that can be read anywhere
+/// @param rows    what it wrote them of
+void assembleCsv(int waiting, TableRows rows, Output& output);
 
 }  // namespace ifdsweep

@@ -12,7 +12,8 @@ Frame frameOf(const WriteOptions& options) {
         case Format::text:
             return {"", "", "\n", ""};
         case Format::csv:
-            return {options.columns.empty() ? "" : csvHeader(options.columns), "", "", ""};
+            return {options.columns.empty() ? "" : csvHeader(options.columns, options.rows), "", "",
+                    ""};
         case Format::ndjson:
         case Format::typed:
         case Format::facts:

@@ -23,7 +23,7 @@ struct OutputChoice {
     std::optional<std::uint64_t> shorten;  ///< elements of an array; 0: all
     std::optional<std::uint64_t> digits;   ///< significant, of a number in text; 0: all
     bool splitTexts = false;               ///< several texts of a tag are an array in JSON
-    bool nestedRows = false;
+    TableRows rows = TableRows::directory;
     bool rawCells = false;
     bool allDirectories = false;  ///< text shows equal directories each
     WarningDetail warnings = WarningDetail::each;

@@ -6,7 +6,7 @@ namespace ifdsweep {
 
 void WaitingRows::writeTable(ByteSink& destination) const {
     Output table(destination);
-    assembleCsv(file.get(), table);
+    assembleCsv(file.get(), rows, table);
     table.flush();
 }
 

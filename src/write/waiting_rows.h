@@ -9,6 +9,7 @@
 #include <string_view>
 #include <utility>
 
+#include "ifdsweep/write.h"
 #include "io/descriptor.h"
 #include "io/output.h"
 
@@ -16,10 +17,11 @@ namespace ifdsweep {
 
 class WaitingRows final : public ByteSink {
 public:
+    /// @param tableRows what they are
     /// @param isStopped as in FileDescriptorSink
     /// Throws RunFailure.
-    explicit WaitingRows(std::function<bool()> isStopped = {})
-        : file(makeTemporaryFile()), sink(file.get(), 0, std::move(isStopped)) {}
+    explicit WaitingRows(TableRows tableRows, std::function<bool()> isStopped = {})
+        : rows(tableRows), file(makeTemporaryFile()), sink(file.get(), 0, std::move(isStopped)) {}
 
     /// Takes rows. Throws OutputError and OutputStopped.
     void write(std::string_view bytes) override { sink.write(bytes); }
@@ -28,6 +30,7 @@ public:
     void writeTable(ByteSink& destination) const;
 
 private:
+    TableRows rows;
     Descriptor file;
     FileDescriptorSink sink;
 };

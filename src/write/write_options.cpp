@@ -14,7 +14,7 @@ WriteOptions writeOptions(const OutputChoice& choice, Colour colour) {
     options.format = choice.format;
     options.layout = choice.layout;
     options.colour = colour;
-    options.nestedRows = choice.nestedRows;
+    options.rows = choice.rows;
     options.rawCells = choice.rawCells;
     options.allDirectories = choice.allDirectories;
     options.forTerminal = choice.toTerminal;

@@ -204,8 +204,36 @@ TEST(CommandLines, WrongUsageIsToldWithTheOption) {
         {{"--resume", "j", "-"}, "--resume goes without the image -"},
         {{"--compact", "f"}, "--compact and --pretty go with --format json"},
         {{"--pretty", "--format", "ndjson", "f"}, "--compact and --pretty go with --format json"},
-        {{"--nested", "f"}, "--nested goes with --format csv"},
-        {{"--nested", "--format", "json", "f"}, "--nested goes with --format csv"},
+        {{"--nested", "f"}, "--rows and --nested go with --format csv"},
+        {{"--rows", "file", "--format", "json", "f"}, "--rows and --nested go with --format csv"},
+        {{"--rows", "page", "--format", "csv", "f"}, "directory, file or nested, got page"},
+        {{"--rows", "", "--format", "csv", "f"}, "directory, file or nested"},
+        {{"--rows", "file", "--nested", "--format", "csv", "f"},
+         "--rows file and nested exclude each other"},
+        {{"--nested", "--rows", "directory", "--format", "csv", "f"},
+         "--rows directory and nested exclude each other"},
+        // Columns that nothing could fill.
+        {{"--format", "csv", "--tags", "Make,SubIFDs", "f"},
+         "--tags: SubIFDs holds directories, which have no cell: name their fields, or use "
+         "--format json"},
+        {{"--tags", "DigitalCamera", "--format", "csv", "f"}, "DigitalCamera holds directories"},
+        {{"--tags", "34853", "--format", "csv", "f"}, "GPSInfo holds directories"},
+        {{"--tags", "Make", "--format", "csv", "--tags", "0xA005", "f"},
+         "InteroperabilityIFD holds directories"},
+        {{"--nested", "--format", "csv", "--tags", "UnknownTags", "f"},
+         "UnknownTags holds the tags that have no name, which have no cell: ask for their numbers, "
+         "or use --format json"},
+        {{"--format", "csv", "--tags", "GPS*", "--tags", "GPSInfo", "f"},
+         "GPSInfo holds directories"},
+        {{"--format", "csv", "--tags", "GPSInfo,GPS*", "--rows", "directory", "f"},
+         "GPSInfo holds directories"},
+        {{"--format", "csv", "--tags", "SubI*", "f"}, "SubIFDs holds directories"},
+        {{"--format", "csv", "--tags", "Make,GPSLatitude", "--rows", "directory", "f"},
+         "--tags: GPSLatitude stands in a nested directory: --rows file or nested"},
+        {{"--rows", "directory", "--tags", "4096", "--format", "csv", "f"},
+         "RelatedImageFileFormat stands in a nested directory"},
+        {{"--rows", "directory", "--tags", "GPSL*", "--format", "csv", "f"},
+         "stands in a nested directory: --rows file or nested"},
         {{"--raw-cells", "f"}, "--raw-cells goes with --format csv"},
         {{"--shorten", "3", "--format", "json", "f"}, "--shorten goes with --format text"},
         {{"--all-directories", "--format", "csv", "f"},
@@ -379,8 +407,9 @@ TEST(CommandLines, Output) {
     const ifdsweep::OutputChoice none = parse({"f"}).options.output;
     EXPECT_EQ(none.layout, ifdsweep::JsonLayout::filePerLine);
     EXPECT_EQ(none.warnings, ifdsweep::WarningDetail::each);
-    EXPECT_FALSE(none.shorten.has_value() || none.nestedRows || none.rawCells ||
-                 none.allDirectories);
+    EXPECT_FALSE(none.shorten.has_value() || none.rawCells);
+    EXPECT_EQ(none.rows, ifdsweep::TableRows::directory);
+    EXPECT_FALSE(none.allDirectories);
     EXPECT_TRUE(parse({"--raw-cells", "--format", "csv", "f"}).options.output.rawCells);
     EXPECT_FALSE(none.digits.has_value() || none.splitTexts);
     EXPECT_TRUE(none.fields.empty() && none.ignored.empty());
@@ -390,7 +419,7 @@ TEST(CommandLines, Output) {
     ASSERT_EQ(line.action, Action::read) << line.text;
     const ifdsweep::OutputChoice& output = line.options.output;
     EXPECT_EQ(output.format, ifdsweep::Format::csv);
-    EXPECT_TRUE(output.nestedRows);
+    EXPECT_EQ(output.rows, ifdsweep::TableRows::nested);
     EXPECT_EQ(line.options.run.outputFile, "o");
     ASSERT_EQ(output.fields.size(), 3U);
     EXPECT_EQ(output.fields[0].name, "Make");
@@ -413,6 +442,59 @@ TEST(CommandLines, Output) {
               ifdsweep::JsonLayout::compact);
     EXPECT_EQ(parse({"--format", "json", "f", "--pretty"}).options.output.layout,
               ifdsweep::JsonLayout::pretty);
+}
+
+TEST(CommandLines, RowsFollowFromTheColumns) {
+    using ifdsweep::TableRows;
+    const std::pair<std::vector<const char*>, TableRows> rows[] = {
+        {{}, TableRows::directory},
+        {{"--tags", "Make,Width,50000"}, TableRows::directory},
+        {{"--tags", "Make,DateTimeOriginal"}, TableRows::file},
+        {{"--tags", "Make", "--tags", "33434"}, TableRows::file},
+        {{"--tags", "42036"}, TableRows::file},
+        {{"--tags", "GPSLatitude"}, TableRows::file},
+        {{"--tags", "InteroperabilityIndex"}, TableRows::file},
+        {{"--tags", "GPS*"}, TableRows::file},
+        {{"--tags", "GPSLatitude", "--nested"}, TableRows::nested},
+        {{"--tags", "GPSLatitude", "--rows", "nested", "--nested"}, TableRows::nested},
+        {{"--tags", "FNumber", "--rows", "directory"}, TableRows::directory},
+        {{"--tags", "Make", "--rows", "file"}, TableRows::file},
+        {{"--rows", "file"}, TableRows::file},
+    };
+    for (const auto& [words, expected] : rows) {
+        for (const bool isFormatFirst : {false, true}) {
+            std::vector<const char*> all = words;
+            all.insert(isFormatFirst ? all.begin() : all.end(), {"--format", "csv"});
+            all.push_back("f");
+            const auto line = parse(all);
+            ASSERT_EQ(line.action, Action::read) << line.text;
+            EXPECT_EQ(line.options.output.rows, expected) << testing::PrintToString(all);
+        }
+    }
+    EXPECT_EQ(parse({"--tags", "FNumber", "--format", "json", "f"}).options.output.rows,
+              TableRows::directory);
+}
+
+TEST(CommandLines, APatternLeavesOutWhatHasNoCell) {
+    const auto fieldsOf = [](std::vector<const char*> words) {
+        words.push_back("f");
+        const auto line = parse(words);
+        EXPECT_EQ(line.action, Action::read) << line.text;
+        std::vector<std::string> names;
+        for (const ifdsweep::ChosenField& field : line.options.output.fields) {
+            names.push_back(field.name);
+        }
+        return names;
+    };
+    using Names = std::vector<std::string>;
+    EXPECT_EQ(fieldsOf({"--format", "csv", "--tags", "GPSI*"}),
+              (Names{"GPSImgDirectionRef", "GPSImgDirection"}));
+    EXPECT_EQ(fieldsOf({"--format", "csv", "--rows", "directory", "--tags", "Make,GPS*"}),
+              (Names{"Make"}));
+    EXPECT_EQ(fieldsOf({"--tags", "Unk*,Sub[IF]*", "--format", "csv", "--tags", "Make"}),
+              (Names{"SubFileType", "Make"}));
+    EXPECT_EQ(fieldsOf({"--format", "json", "--tags", "GPSI*"}),
+              (Names{"GPSInfo", "GPSImgDirectionRef", "GPSImgDirection"}));
 }
 
 TEST(CommandLines, Run) {

@@ -58,6 +58,8 @@ TEST_F(BatchRuns, TheNumberOfJobsChangesNoByte) {
         {"--format", "typed"},
         {"--format", "csv"},
         {"--format", "csv", "--nested", "--tags", "Width,ExposureTime,50000"},
+        {"--format", "csv", "--tags", "Width,ExposureTime,50000"},
+        {"--format", "csv", "--rows", "file"},
         {"--format", "text", "--warnings", "count"}};
     for (const auto& format : formats) {
         const Ending one = run(format + std::vector<std::string>{"--jobs", "1", "many", "none"});

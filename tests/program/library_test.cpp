@@ -24,6 +24,7 @@ namespace fs = std::filesystem;
 
 using ifdsweep::Format;
 using ifdsweep::JsonLayout;
+using ifdsweep::TableRows;
 using ifdsweep::WriteOptions;
 
 const fs::path kSamples = fs::current_path() / "samples";
@@ -42,7 +43,8 @@ const std::vector<Way> kWays{
     {{"--format", "typed"}, {.format = Format::typed}},
     {{"--format", "csv"}, {.format = Format::csv}},
     {{"--all-directories"}, {.format = Format::text, .allDirectories = true}},
-    {{"--format", "csv", "--nested"}, {.format = Format::csv, .nestedRows = true}},
+    {{"--format", "csv", "--nested"}, {.format = Format::csv, .rows = TableRows::nested}},
+    {{"--format", "csv", "--rows", "file"}, {.format = Format::csv, .rows = TableRows::file}},
     {{"--format", "csv", "--raw-cells"}, {.format = Format::csv, .rawCells = true}},
     {{"--format", "csv", "--tags", "Width,Height"},
      {.format = Format::csv, .columns = {"Width", "Height"}}},

@@ -33,6 +33,8 @@ const std::vector<std::vector<std::string>> kWays{
     {"--format", "typed"},
     {"--format", "csv"},
     {"--format", "csv", "--tags", "Width,Height"},
+    {"--format", "csv", "--rows", "file"},
+    {"--format", "csv", "--tags", "Width,FNumber"},
 };
 
 class OneFile : public ProgramRun {

@@ -1,13 +1,20 @@
 // What options make of the output and the exit status of the built program.
 
+#include <algorithm>
+#include <cstdint>
+#include <filesystem>
 #include <string>
+#include <string_view>
 #include <vector>
+
+#include <unistd.h>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
 #include "program/program_files.h"
 #include "program/program_run.h"
+#include "support/csv_reader.h"
 #include "support/tags.h"
 #include "support/tiff_builder.h"
 #include "support/whole_file.h"
@@ -90,6 +97,10 @@ damaged.tif
               json({"Width", "SubIFDs", "DigitalCamera"}));
     EXPECT_EQ(json::parse(typedLines[1])["result"]["fields"], json({"Width", "50000"}));
     EXPECT_EQ(runWith({"--format", "csv"}),
+              "File,ExposureTime,Width,50000\r\n"
+              "nested.tif,0.016666666666666666,4,\r\n"
+              "damaged.tif,,4,1 2 3\r\n");
+    EXPECT_EQ(runWith({"--format", "csv", "--rows", "directory"}),
               "File,Directory,ExposureTime,Width,50000\r\n"
               "nested.tif,0,,4,\r\n"
               "nested.tif,1,,4,\r\n"
@@ -163,6 +174,131 @@ TEST_F(Options, CsvWithoutTagsHasTheColumnsThatOccur) {
     EXPECT_NE(lines[0].find(",BitsPerSample"), std::string::npos);
     EXPECT_EQ(lines[0].find("UnknownTags"), std::string::npos);
     EXPECT_EQ(lines[1].find("damaged.tif,0,damaged.tif,"), 0U);
+}
+
+class Tables : public ProgramRun {
+protected:
+    /// A photo, a page of two directories, a file whose texts and name a spreadsheet would run, one
+    /// with a name that is no UTF-8, and one that cannot be read.
+    void SetUp() override {
+        ProgramRun::SetUp();
+        std::filesystem::create_directory(in("archive"));
+        const auto ascii = [](std::uint16_t tag, std::string_view text) {
+            return fixture::ascii(tag, std::string(text) + '\0');
+        };
+        const fixture::Directory exif{
+            fixture::numbers(33437, fixture::kRational, {28, 10}),
+            ascii(36867, "2024:05:06 07:08:09"),
+            fixture::pointer(40965, {{fixture::Directory{ascii(1, "R98")}}})};
+        const fixture::Directory position{
+            ascii(1, "N"), fixture::numbers(2, fixture::kRational, {51, 1, 28, 1, 4012, 100})};
+        fixture::TiffBuilder photo({fixture::Layout::classic, fixture::ByteOrder::little});
+        photo.add({ascii(271, "Maker, Ltd"), fixture::pointer(34665, {{exif}}),
+                   fixture::pointer(34853, {{position}})});
+        programfiles::write(in("archive/photo.jpg"), photo.buildInJpeg().bytes);
+        fixture::TiffBuilder scan({fixture::Layout::big, fixture::ByteOrder::big});
+        scan.add({fixture::shorts(256, {4}), ascii(271, "")});
+        scan.add({fixture::shorts(256, {5}), ascii(271, "Second")});
+        programfiles::write(in("archive/scan.tif"), scan.build().bytes);
+        fixture::TiffBuilder formulas({fixture::Layout::classic, fixture::ByteOrder::big});
+        formulas.add({ascii(271, "=cmd|' /C calc'!A0"), ascii(272, "-1"), ascii(305, "a\n;+b"),
+                      fixture::numbers(65000, fixture::kSLong, {-1, -2})});
+        programfiles::write(in("archive/=1.tif"), formulas.build().bytes);
+        programfiles::write(in("archive/caf\xE9.tif"), programfiles::image(7));
+        programfiles::write(in("archive/letter.tif"), {'d', 'e', 'a', 'r'});
+    }
+
+    /// What is printed of the archive, by one process and by several.
+    [[nodiscard]] std::string tableOf(std::vector<std::string> arguments) const {
+        arguments.insert(arguments.begin(), {"--all", "--format", "csv"});
+        arguments.emplace_back("archive");
+        const Ending one = run(arguments);
+        EXPECT_EQ(one.status, 1) << one.error;
+        arguments.insert(arguments.begin(), {"--jobs", "3"});
+        EXPECT_EQ(run(arguments).out, one.out);
+        return one.out;
+    }
+};
+
+TEST_F(Tables, AFileHasOneRowWithWhatItsDirectoriesHold) {
+    const std::string table =
+        "File,Make,DateTimeOriginal,FNumber,GPSLatitude,InteroperabilityIndex\r\n"
+        "archive/=1.tif,'=cmd|' /C calc'!A0,,,,\r\n"
+        "archive/caf\\xe9.tif,,,,,\r\n"
+        "archive/photo.jpg,\"Maker, Ltd\",2024:05:06 07:08:09,2.8,51 28 40.12,R98\r\n"
+        "archive/scan.tif,Second,,,,\r\n";
+    const std::string tags = "Make,DateTimeOriginal,FNumber,GPSLatitude,InteroperabilityIndex";
+    EXPECT_EQ(tableOf({"--tags", tags}), table);
+    EXPECT_EQ(tableOf({"--tags", tags, "--rows", "file"}), table);
+    EXPECT_EQ(tableOf({"--tags", "271,0x9003", "--tags", "33437,GPSLatitude", "--tags",
+                       "InteroperabilityInde?"}),
+              table);
+    EXPECT_EQ(tableOf({"--tags", "Make,FNumber", "--rows", "nested"}),
+              "File,Directory,Make,FNumber\r\n"
+              "archive/=1.tif,0,'=cmd|' /C calc'!A0,\r\n"
+              "archive/caf\\xe9.tif,0,,\r\n"
+              "archive/photo.jpg,0,\"Maker, Ltd\",\r\n"
+              "archive/photo.jpg,0/DigitalCamera/0,,2.8\r\n"
+              "archive/scan.tif,0,,\r\n"
+              "archive/scan.tif,1,Second,\r\n");
+}
+
+TEST_F(Tables, WithoutTagsTheRowOfAFileHasEveryFieldThatOccurs) {
+    const auto rows = fixture::rowsOf(tableOf({"--rows", "file"}));
+    ASSERT_EQ(rows.size(), 5U);
+    const auto cellOf = [&rows](std::size_t row, const char* column) {
+        const auto place = std::find(rows[0].begin(), rows[0].end(), column);
+        EXPECT_NE(place, rows[0].end()) << column;
+        return rows[row].at(static_cast<std::size_t>(place - rows[0].begin()));
+    };
+    EXPECT_EQ(rows[0][0], "File");
+    EXPECT_EQ(rows[0][1], "Filename");
+    EXPECT_EQ(cellOf(3, "FNumber"), "2.8");
+    EXPECT_EQ(cellOf(3, "GPSLatitude"), "51 28 40.12");
+    EXPECT_EQ(cellOf(4, "Width"), "4");
+    EXPECT_EQ(cellOf(4, "Make"), "Second");
+    EXPECT_EQ(cellOf(2, "Filename"), "archive/caf\\xe9.tif");
+    EXPECT_EQ(std::find(rows[0].begin(), rows[0].end(), "GPSInfo"), rows[0].end());
+}
+
+TEST_F(Tables, NoTextIsRunAndNumbersStay) {
+    EXPECT_EQ(run({"--format", "csv", "--tags", "Make,Model,Software,65000", "archive/=1.tif"}).out,
+              "File,Directory,Make,Model,Software,65000\r\n"
+              "archive/=1.tif,0,'=cmd|' /C calc'!A0,'-1,a\\n\\x3b+b,-1 -2\r\n");
+    EXPECT_EQ(run({"--format", "csv", "--tags", "Make,Model,Software,65000", "--raw-cells",
+                   "archive/=1.tif"})
+                  .out,
+              "File,Directory,Make,Model,Software,65000\r\n"
+              "archive/=1.tif,0,=cmd|' /C calc'!A0,-1,\"a\n;+b\",-1 -2\r\n");
+    Launch launch;
+    launch.arguments = {"--format", "csv", "--tags", "Width", "=1.tif", "./caf\xE9.tif"};
+    launch.prepare = [folder = in("archive")] { static_cast<void>(::chdir(folder.c_str())); };
+    EXPECT_EQ(run(launch).out, "File,Directory,Width\r\n'=1.tif,0,0\r\n./caf\\xe9.tif,0,7\r\n");
+}
+
+TEST_F(Tables, AColumnThatNothingCouldFillIsWrongUsage) {
+    const Ending given = run({"--format", "csv", "--tags", "Make,GPSInfo", "archive"});
+    EXPECT_EQ(given.status, 2);
+    EXPECT_EQ(given.out, "");
+    EXPECT_EQ(given.error,
+              "ifdsweep: --tags: GPSInfo holds directories, which have no cell: name their fields, "
+              "or use --format json; run ifdsweep --help for help\n");
+    EXPECT_EQ(run({"--format", "json", "--tags", "Make,GPSInfo", "archive/scan.tif"}).status, 0);
+}
+
+TEST_F(Tables, AnObjectHasTheBytesOfANameThatIsNoUtf8) {
+    for (const char* const jobs : {"1", "2"}) {
+        const auto files = json::parse(
+            run({"--jobs", jobs, "--all", "--format", "json", "--tags", "Make", "archive"}).out);
+        ASSERT_EQ(files.size(), 5U);
+        EXPECT_EQ(files[1]["file"], "archive/caf\uFFFD.tif");
+        EXPECT_EQ(files[1]["fileBytes"], "YXJjaGl2ZS9jYWbpLnRpZg==");
+        EXPECT_FALSE(files[0].contains("fileBytes"));
+        EXPECT_EQ(files[0]["initialOffset"], 0);
+        EXPECT_FALSE(files[2]["error"].is_null());
+        EXPECT_EQ(files[2]["initialOffset"], 0);
+        EXPECT_EQ(files[3]["initialOffset"], 12);
+    }
 }
 
 TEST_F(Options, Warnings) {

@@ -38,7 +38,7 @@ ifdsweep::WorkerSetup usualSetup() {
     output.shorten = 0;
     output.digits = 9;
     output.splitTexts = true;
-    output.nestedRows = true;
+    output.rows = ifdsweep::TableRows::nested;
     output.rawCells = true;
     output.allDirectories = true;
     output.warnings = ifdsweep::WarningDetail::count;
@@ -84,7 +84,7 @@ TEST(WorkerMessages, ASetupComesBack) {
     EXPECT_EQ(output.shorten, 0U);
     EXPECT_EQ(output.digits, 9U);
     EXPECT_TRUE(output.splitTexts);
-    EXPECT_TRUE(output.nestedRows);
+    EXPECT_EQ(output.rows, ifdsweep::TableRows::nested);
     EXPECT_TRUE(output.rawCells);
     EXPECT_TRUE(output.allDirectories);
     EXPECT_EQ(output.warnings, ifdsweep::WarningDetail::count);

@@ -21,6 +21,7 @@ namespace {
 
 using fixture::Row;
 using fixture::rowsOf;
+using ifdsweep::TableRows;
 using rendering::number;
 using rendering::setField;
 
@@ -49,27 +50,27 @@ protected:
     }
 
     /// The table of outcomes; without columns, by way of a file.
-    static std::string table(const std::vector<ifdsweep::Outcome>& outcomes, bool nestedRows,
+    static std::string table(const std::vector<ifdsweep::Outcome>& outcomes, TableRows tableRows,
                              const std::vector<std::string>& columns) {
         ifdsweep::WriteOptions settings;
-        settings.nestedRows = nestedRows;
+        settings.rows = tableRows;
         settings.columns = columns;
         const std::string lines = rendering::written(ifdsweep::Format::csv, outcomes, settings);
         if (!columns.empty()) {
             return lines;
         }
-        ifdsweep::WaitingRows rows;
+        ifdsweep::WaitingRows rows(tableRows);
         rows.write(lines);
         ifdsweep::StringSink assembled;
         rows.writeTable(assembled);
         return std::move(assembled.text);
     }
 
-    static std::string table(ifdsweep::Outcome outcome, bool nestedRows,
+    static std::string table(ifdsweep::Outcome outcome, TableRows tableRows,
                              const std::vector<std::string>& columns) {
         std::vector<ifdsweep::Outcome> outcomes;
         outcomes.push_back(std::move(outcome));
-        return table(outcomes, nestedRows, columns);
+        return table(outcomes, tableRows, columns);
     }
 
     ifdsweep::Host host;
@@ -148,7 +149,7 @@ TEST_F(Csv, NumbersAreNoFormulas) {
     setField(outcome.result, 0, "Bytes", rendering::bytes({0xF8, 0, 0}));  // "+" in base64
     setField(outcome.result, 0, "Texts",
              rendering::cells(rendering::text(u"-"), rendering::text(u"-")));
-    EXPECT_EQ(rowsOf(table(std::move(outcome), false,
+    EXPECT_EQ(rowsOf(table(std::move(outcome), TableRows::directory,
                            {"One", "Row", "Matrix", "Infinite", "Bytes", "Texts"}))[1],
               (Row{"'-a.tif", "0", "-1", "-1.5 2e-30", "-1; -2", "-Infinity", "'+AAA", "'-, -"}));
 }
@@ -161,7 +162,8 @@ TEST_F(Csv, NamesOfFilesComeBack) {
             outcome.file = name;
             outcome.result = rendering::records(1, {"Width"});
             setField(outcome.result, 0, "Width", number(7));
-            const std::string cell = rowsOf(table(std::move(outcome), false, columns))[1][0];
+            const std::string cell =
+                rowsOf(table(std::move(outcome), TableRows::directory, columns))[1][0];
             EXPECT_EQ(fixture::textOfCell(cell), name);
             EXPECT_FALSE(!cell.starts_with('\'') && fixture::mayBeRun(cell)) << cell;
         }
@@ -169,7 +171,9 @@ TEST_F(Csv, NamesOfFilesComeBack) {
 }
 
 TEST_F(Csv, FileNamesAndColumnsAreQuotedToo) {
-    EXPECT_EQ(ifdsweep::csvHeader({"a", "b,c", "d\"e"}), "File,Directory,a,\"b,c\",\"d\"\"e\"\r\n");
+    EXPECT_EQ(ifdsweep::csvHeader({"a", "b,c", "d\"e"}, TableRows::directory),
+              "File,Directory,a,\"b,c\",\"d\"\"e\"\r\n");
+    EXPECT_EQ(ifdsweep::csvHeader({"a"}, TableRows::file), "File,a\r\n");
     ifdsweep::Outcome outcome;
     outcome.file = "a,\"b\".tif";
     outcome.result = rendering::records(1, {"Width"});
@@ -179,7 +183,7 @@ TEST_F(Csv, FileNamesAndColumnsAreQuotedToo) {
         same.file = outcome.file;
         same.result = rendering::records(1, {"Width"});
         setField(same.result, 0, "Width", number(7));
-        EXPECT_EQ(rowsOf(table(std::move(same), false, columns)),
+        EXPECT_EQ(rowsOf(table(std::move(same), TableRows::directory, columns)),
                   (std::vector<Row>{{"File", "Directory", "Width"}, {outcome.file, "0", "7"}}));
     }
 }
@@ -218,7 +222,7 @@ TEST_F(Csv, ValuesInCells) {
     setField(outcome.result, 0, "NotFinite", rendering::numbers(1, 2, {std::nan(""), -HUGE_VAL}));
     setField(outcome.result, 0, "Records", rendering::records(1, {"x"}));
     const auto rows = rowsOf(table(
-        std::move(outcome), false,
+        std::move(outcome), TableRows::directory,
         {"Row", "Matrix", "Bytes", "Cells", "Empty", "None", "NotFinite", "Records", "Missing"}));
     ASSERT_EQ(rows.size(), 2U);
     EXPECT_EQ(rows[1], (Row{"a", "0", "1 2.5 -3", "1 3; 2 4", "AAn/", "a, b", "", "",
@@ -226,22 +230,74 @@ TEST_F(Csv, ValuesInCells) {
 }
 
 TEST_F(Csv, NestedDirectoriesHaveRowsOnDemand) {
-    EXPECT_EQ(rowsOf(table(nestedOutcome(), false, {"Width", "Artist", "ExposureTime"})),
-              (std::vector<Row>{{"File", "Directory", "Width", "Artist", "ExposureTime"},
-                                {"n.tif", "0", "", "", ""},
-                                {"n.tif", "1", "", "you", ""}}));
-    EXPECT_EQ(rowsOf(table(nestedOutcome(), true, {"Width", "Artist", "ExposureTime"})),
-              (std::vector<Row>{{"File", "Directory", "Width", "Artist", "ExposureTime"},
-                                {"n.tif", "0", "", "", ""},
-                                {"n.tif", "0/SubIFDs[0]/0", "1", "", ""},
-                                {"n.tif", "0/SubIFDs[0]/1", "2", "", ""},
-                                {"n.tif", "0/SubIFDs[0]/1/DigitalCamera/0", "", "", "0.5"},
-                                {"n.tif", "0/SubIFDs[1]/0", "", "me", ""},
-                                {"n.tif", "1", "", "you", ""}}));
+    EXPECT_EQ(
+        rowsOf(table(nestedOutcome(), TableRows::directory, {"Width", "Artist", "ExposureTime"})),
+        (std::vector<Row>{{"File", "Directory", "Width", "Artist", "ExposureTime"},
+                          {"n.tif", "0", "", "", ""},
+                          {"n.tif", "1", "", "you", ""}}));
+    EXPECT_EQ(
+        rowsOf(table(nestedOutcome(), TableRows::nested, {"Width", "Artist", "ExposureTime"})),
+        (std::vector<Row>{{"File", "Directory", "Width", "Artist", "ExposureTime"},
+                          {"n.tif", "0", "", "", ""},
+                          {"n.tif", "0/SubIFDs[0]/0", "1", "", ""},
+                          {"n.tif", "0/SubIFDs[0]/1", "2", "", ""},
+                          {"n.tif", "0/SubIFDs[0]/1/DigitalCamera/0", "", "", "0.5"},
+                          {"n.tif", "0/SubIFDs[1]/0", "", "me", ""},
+                          {"n.tif", "1", "", "you", ""}}));
+}
+
+TEST_F(Csv, AFileIsARowOnDemand) {
+    EXPECT_EQ(table(nestedOutcome(), TableRows::file, {"ExposureTime", "Artist", "Width", "Make"}),
+              "File,ExposureTime,Artist,Width,Make\r\nn.tif,0.5,me,1,\r\n");
+    // Of a directory before what is nested in it, and of that before the next.
+    EXPECT_EQ(table(nestedOutcome(), TableRows::file, {}),
+              "File,Artist,Width,ExposureTime\r\nn.tif,me,1,0.5\r\n");
+}
+
+TEST_F(Csv, TheRowOfAFileHasTheFirstValueThatIsNotEmpty) {
+    auto leaf = rendering::records(2, {"Empty", "Late", "Own"});
+    setField(leaf, 0, "Empty", rendering::numbers(1, 0, {}));
+    setField(leaf, 1, "Late", number(2));
+    setField(leaf, 1, "Own", rendering::text(u"=x"));
+    ifdsweep::Outcome outcome;
+    outcome.file = "a,b";
+    outcome.result = rendering::records(2, {"Nothing", "Empty", "Late", "GPSInfo", "Odd"});
+    setField(outcome.result, 0, "Late", rendering::emptyText());
+    setField(outcome.result, 0, "GPSInfo", std::move(leaf));
+    setField(outcome.result, 0, "Odd", rendering::records(1, {"x"}));
+    setField(outcome.result, 1, "Late", number(3));
+    setField(outcome.result, 1, "Odd", number(4));
+    std::vector<ifdsweep::Outcome> outcomes;
+    outcomes.push_back(std::move(outcome));
+    EXPECT_EQ(table(outcomes, TableRows::file, {"Odd", "Late", "Own", "Empty", "Late"}),
+              "File,Odd,Late,Own,Empty,Late\r\n\"a,b\",4,2,'=x,,2\r\n");
+    EXPECT_EQ(table(outcomes, TableRows::file, {}),
+              "File,Empty,Late,Odd,Own\r\n\"a,b\",,2,4,'=x\r\n");
+}
+
+TEST_F(Csv, FilesOfOneTableHaveARowEach) {
+    const auto one = [](const char* file, const char* field, double value) {
+        ifdsweep::Outcome outcome;
+        outcome.file = file;
+        outcome.result = rendering::records(1, {field});
+        setField(outcome.result, 0, field, number(value));
+        return outcome;
+    };
+    std::vector<ifdsweep::Outcome> outcomes;
+    outcomes.push_back(one("a", "Width", 1));
+    outcomes.push_back(one("b", "Height", 2));
+    outcomes.emplace_back().file = "failed";
+    outcomes.emplace_back().file = "without directories";
+    outcomes.back().result = rendering::noRecords();
+    EXPECT_EQ(table(outcomes, TableRows::file, {"Height", "Width"}),
+              "File,Height,Width\r\na,,1\r\nb,2,\r\nwithout directories,,\r\n");
+    EXPECT_EQ(table(outcomes, TableRows::file, {}),
+              "File,Width,Height\r\na,1,\r\nb,,2\r\nwithout directories,,\r\n");
+    EXPECT_EQ(table(std::vector<ifdsweep::Outcome>{}, TableRows::file, {}), "File\r\n");
 }
 
 TEST_F(Csv, ColumnsThatOccurStandInTheirOrder) {
-    EXPECT_EQ(rowsOf(table(nestedOutcome(), true, {})),
+    EXPECT_EQ(rowsOf(table(nestedOutcome(), TableRows::nested, {})),
               (std::vector<Row>{{"File", "Directory", "Width", "ExposureTime", "Artist"},
                                 {"n.tif", "0", "", "", ""},
                                 {"n.tif", "0/SubIFDs[0]/0", "1", "", ""},
@@ -249,7 +305,8 @@ TEST_F(Csv, ColumnsThatOccurStandInTheirOrder) {
                                 {"n.tif", "0/SubIFDs[0]/1/DigitalCamera/0", "", "0.5", ""},
                                 {"n.tif", "0/SubIFDs[1]/0", "", "", "me"},
                                 {"n.tif", "1", "", "", "you"}}));
-    EXPECT_EQ(table(std::vector<ifdsweep::Outcome>{}, false, {}), "File,Directory\r\n");
+    EXPECT_EQ(table(std::vector<ifdsweep::Outcome>{}, TableRows::directory, {}),
+              "File,Directory\r\n");
 }
 
 TEST_F(Csv, TheSameCellsWithAndWithoutFixedColumns) {
@@ -265,11 +322,11 @@ TEST_F(Csv, TheSameCellsWithAndWithoutFixedColumns) {
                  rendering::text(std::u16string(file == 20 ? 3000000 : 90000, u'"')));
         outcomes.push_back(std::move(outcome));
     }
-    const auto occurring = rowsOf(table(outcomes, false, {}));
+    const auto occurring = rowsOf(table(outcomes, TableRows::directory, {}));
     ASSERT_EQ(occurring.size(), 51U);
     const Row columns(occurring[0].begin() + 2, occurring[0].end());
     EXPECT_EQ(columns, (Row{"Own0", "Artist", "Own1", "Own2", "Own3", "Own4", "Own5", "Own6"}));
-    EXPECT_TRUE(occurring == rowsOf(table(outcomes, false, columns)));
+    EXPECT_TRUE(occurring == rowsOf(table(outcomes, TableRows::directory, columns)));
     EXPECT_EQ(occurring[21][3].size(), 3000000U);
     EXPECT_EQ(occurring[21][9], "20");
 }
@@ -291,7 +348,7 @@ TEST_F(Csv, FilesWithoutARecordHaveNoRow) {
     std::vector<ifdsweep::Outcome> outcomes;
     outcomes.push_back(std::move(failed));
     outcomes.push_back(std::move(empty));
-    EXPECT_EQ(table(outcomes, true, {"Width"}), "File,Directory,Width\r\n");
+    EXPECT_EQ(table(outcomes, TableRows::nested, {"Width"}), "File,Directory,Width\r\n");
 }
 
 }  // namespace
