@@ -29,8 +29,9 @@ namespace ifdsweep {
 struct MessageDescription {
     std::string_view id;
     std::string_view text;         ///< "{1}" stands for the first argument, and so on
-    std::string_view explanation;  ///< what it means, its arguments, what to do
+    std::string_view explanation;  ///< what it means, and its arguments
     std::string complaint;         ///< empty when there is such a message
+    std::string_view advice{};     ///< what to do
 };
 
 /// Every message: the module's, the host's, the checks', then the library's and the program's own.
@@ -39,7 +40,7 @@ struct MessageDescription {
 /// Finds a message by its short or full id. A complaint names the nearest ids, or all of them.
 [[nodiscard]] MessageDescription describeMessage(std::string_view shortOrFullId);
 
-/// A description on three lines: id, text, explanation.
+/// A description on four lines: id, text, explanation, advice.
 [[nodiscard]] std::string explanationText(const MessageDescription& description);
 
 }  // namespace ifdsweep

@@ -85,6 +85,9 @@ struct Outcome {
     std::vector<WarningCount> warningCounts;  ///< written in place of the warnings if it has any
     std::optional<qxMessage> error;
     bool isImage = true;  ///< false: left alone, there is no result and no error
+    /// What a file that has no TIFF header is by its first bytes, such as "a text file"; empty for
+    /// every other.
+    std::string found{};
 };
 
 /// Reads a file in a scope of its own. Budgets of the options become the host's.

@@ -85,6 +85,11 @@ public:
     /// what `open` raises. It is the one looked at from now on.
     [[nodiscard]] std::shared_ptr<OpenedFile> opened(const std::u16string& name);
 
+    /// The file looked at; null for none.
+    [[nodiscard]] std::shared_ptr<const OpenedFile> lookedAt() const noexcept {
+        return currentFile;
+    }
+
     /// Whether a file has a refusal or a failure that was not told of.
     [[nodiscard]] bool hasSomethingToTell() const noexcept;
 

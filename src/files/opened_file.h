@@ -74,6 +74,12 @@ public:
         return read(position, target, access);
     }
 
+    /// Reads the file's first bytes for a word about a file that failed: no access, and nothing is
+    /// remembered of it. Returns the bytes delivered, or -1.
+    [[nodiscard]] std::ptrdiff_t glance(std::span<std::byte> target) const noexcept {
+        return source->read(0, target);
+    }
+
     /// The begin of an access after a seek that turned out to be none, with what it delivered.
     void takeBackAccess(std::uint64_t bytes) noexcept;
 

@@ -21,7 +21,8 @@ struct MessageTextRow {
     std::string_view id;           ///< full identifier
     std::string_view arguments;    ///< one letter each: 'i' signed 64-bit integer, 't' text
     std::string_view text;         ///< "{1}" stands for the first argument, and so on
-    std::string_view explanation;  ///< what it means, its arguments, what to do
+    std::string_view explanation;  ///< what it means, and its arguments
+    std::string_view advice;       ///< what to do
 };
 
 /// Every row: the module's messages in the contract's order, then the host's own.

@@ -41,6 +41,12 @@ std::optional<ImageFormat> imageFormatOf(std::string_view firstBytes) {
     return found == kSignatures.end() ? std::nullopt : std::optional(found->format);
 }
 
+bool mayBeImage(std::string_view firstBytes) {
+    return std::any_of(kSignatures.begin(), kSignatures.end(), [&](const Signature& signature) {
+        return firstBytes.starts_with(signature.bytes.substr(0, firstBytes.size()));
+    });
+}
+
 std::optional<ImageFormat> imageFormatOf(const ByteSource& file) {
     std::array<char, kLongestSignature> start{};
     const std::ptrdiff_t got = file.read(0, std::as_writable_bytes(std::span(start)));

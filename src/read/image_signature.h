@@ -25,6 +25,10 @@ inline constexpr std::size_t kLongestSignature = 4;
 /// The format of a file that begins with these bytes; none when it is no image.
 [[nodiscard]] std::optional<ImageFormat> imageFormatOf(std::string_view firstBytes);
 
+/// Whether a file that begins with these bytes is an image, or could be one if it were not cut
+/// short.
+[[nodiscard]] bool mayBeImage(std::string_view firstBytes);
+
 /// The format of a file; none when it is no image or cannot be read. It is one read.
 [[nodiscard]] std::optional<ImageFormat> imageFormatOf(const ByteSource& file);
 

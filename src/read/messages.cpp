@@ -19,31 +19,40 @@ namespace {
 constexpr std::array<MessageTextRow, 9> kOwnTexts{{
     {kNoExifSegmentId, "i",
      "no Exif segment in this JPEG file: its image data begins at position {1} and none stands before it",
-     "A JPEG file holds its directories in an Exif segment, and this one has none. Argument: where the search ended. Nothing is wrong with the file."},
+     "A JPEG file holds its directories in an Exif segment, and this one has none. Argument: where the search ended.",
+     "Nothing is wrong with the file, and there is nothing in it to show."},
     {kBadJpegSegmentId, "i",
      "no Exif segment in this JPEG file: its segments break off at position {1} and none stands before it",
-     "The segments of the JPEG file are damaged before an Exif segment was found. Argument: where they break off. If you know where the TIFF stream begins, give its --offset."},
+     "The segments of the JPEG file are damaged before an Exif segment was found. Argument: where they break off.",
+     "If you know where the TIFF stream begins, give its --offset. Otherwise compare the file with another copy of it."},
     {kOutOfMemoryId, "t",
      "out of memory: {1}",
-     "The file's records need more memory than there is, or than --memory allows. Argument: what there was. Read fewer directories with --max, or allow more."},
+     "The file's records need more memory than there is, or than --memory allows. Argument: what there was.",
+     "Read fewer directories with --max, or allow more with --memory."},
     {kUnexpectedFailureId, "t",
      "unexpected failure: {1}",
-     "A failure that no file should lead to. Argument: what happened. Please report the file."},
+     "A failure that no file should lead to. Argument: what happened.",
+     "Please report the file."},
     {kWorkerDiedId, "t",
      "the process that read the file ended: {1}",
-     "The worker process was ended from outside or by a fault while it read this file; the other files are not touched by it. Argument: how it ended. If it happens again, please report the file."},
+     "The worker process was ended from outside or by a fault while it read this file; the other files are not touched by it. Argument: how it ended.",
+     "Read the file again by itself. If it happens again, please report the file."},
     {kNoWorkerId, "t",
      "no process can be started to read the file: {1}",
-     "Files are read by processes of their own, and the system gives none: their number, the memory or the open files are at a limit. Argument: the system's reason. Read the file again when there is more, or with fewer --jobs."},
+     "Files are read by processes of their own, and the system gives none: their number, the memory or the open files are at a limit. Argument: the system's reason.",
+     "Read the file again when there is more, or with fewer --jobs."},
     {kStuckId, "t",
      "the process that reads the file cannot be ended: {1}",
-     "Reading the file took longer than --timeout allows, and the process does not end: most often the file system or the network has stopped answering. The process is left behind; it ends when the file system answers. Argument: the process and the time."},
+     "Reading the file took longer than --timeout allows, and the process does not end: most often the file system or the network has stopped answering. The process is left behind; it ends when the file system answers. Argument: the process and the time.",
+     "Check the storage, then read the file again."},
     {kTimeoutId, "t",
      "not finished within {1} s, the limit of --timeout",
-     "Reading the file took longer than --timeout allows. Argument: the seconds. Allow more, or set a smaller --read-budget."},
+     "Reading the file took longer than --timeout allows. Argument: the seconds.",
+     "Allow more with --timeout, or set a smaller --read-budget."},
     {kInputFailureId, "t",
      "{1}",
-     "A file or folder that was to be read cannot be opened or is no input. Argument: the reason."},
+     "A file or folder that was to be read cannot be opened or is no input. Argument: the reason.",
+     "Do as the reason says: check the path, its permissions, and that it is not what the run writes to."},
 }};
 // clang-format on
 
@@ -92,7 +101,7 @@ std::string_view shortMessageId(std::string_view id) {
 std::vector<MessageDescription> describeMessages() {
     std::vector<MessageDescription> descriptions;
     const auto add = [&descriptions](const MessageTextRow& row) {
-        descriptions.push_back({row.id, row.text, row.explanation, ""});
+        descriptions.push_back({row.id, row.text, row.explanation, "", row.advice});
     };
     std::for_each(messageTexts().begin(), messageTexts().end(), add);
     std::for_each(checkTexts().begin(), checkTexts().end(), add);
@@ -123,7 +132,8 @@ MessageDescription describeMessage(std::string_view shortOrFullId) {
 std::string explanationText(const MessageDescription& description) {
     std::string text(description.id);
     text.append("\n  ").append(description.text);
-    text.append("\n  ").append(description.explanation).append("\n");
+    text.append("\n  ").append(description.explanation);
+    text.append("\n  What to do: ").append(description.advice).append("\n");
     return text;
 }
 

@@ -13,7 +13,9 @@
 #include "files/file_names.h"
 #include "files/opened_file.h"
 #include "host/host_parts.h"
+#include "ifdsweep/message_catalogue.h"
 #include "ifdsweep/reading.h"
+#include "read/found_format.h"
 #include "read/image_checker.h"
 #include "read/image_signature.h"
 #include "read/jpeg_locator.h"
@@ -196,8 +198,50 @@ std::vector<Warning> placedWarnings(std::vector<qxMessage> messages,
     return warnings;
 }
 
+/// Whether an error says that there is no TIFF header where it was looked for.
+bool meansNoHeader(const qxMessage& error) {
+    using enum MessageId;
+    constexpr std::array kOfHeader{tiffHeaderReadFailure, badEndianness, badTiffIfdOffset};
+    return std::any_of(kOfHeader.begin(), kOfHeader.end(),
+                       [&](MessageId id) { return messageRow(id).id == error.id(); });
+}
+
+/// What a file is that was taken for a TIFF file and is none.
+std::string foundInstead(const FileService& files, const Outcome& outcome) {
+    const auto file = files.lookedAt();
+    if (file == nullptr || outcome.initialOffset != 0 || !meansNoHeader(*outcome.error)) {
+        return "";
+    }
+    std::array<char, kLongestGlance> bytes{};
+    const std::ptrdiff_t got = file->glance(std::as_writable_bytes(std::span(bytes)));
+    return got < 0 ? "" : foundFormat({bytes.data(), static_cast<std::size_t>(got)});
+}
+
 qxMessage unexpectedFailure(const std::exception& failure) {
     return {kUnexpectedFailureId, {qxMessageText(std::string(failure.what()))}};
+}
+
+/// Reads a file into its outcome, in a scope of the host's. Throws what is no message.
+/// @param checker made once the TIFF stream is found, if image data are to be checked
+void readInScope(Host& host, const std::u16string& name, const ReadOptions& options,
+                 PlaceRecorder& recorder, std::unique_ptr<ImageChecker>& checker,
+                 Outcome& outcome) {
+    try {
+        const auto offset = findInitialOffset(filesOf(host), name, options);
+        outcome.isImage = offset.has_value();
+        if (offset) {
+            outcome.initialOffset = *offset;
+            checker = makeChecker(host, name, *offset, options, recorder);
+            ValueHandle records = readRecords(name, outcome, options, recorder, checker.get());
+            if (checker != nullptr) {
+                checker->lookAtBytes(BytesOfFile(*filesOf(host).opened(name)));
+            }
+            outcome.result = std::move(records);
+        }
+    } catch (const qxMessage& message) {
+        outcome.error = message;
+        outcome.found = foundInstead(HostParts::of(host).filesAsTheyAre(), outcome);
+    }
 }
 
 }  // namespace
@@ -217,20 +261,7 @@ Outcome read(Host& host, std::string_view path, const ReadOptions& options) {
         outcome.file = path;
         outcome.firstIfdIndex = options.first;
         outcome.maxIfdCount = options.max;
-        const std::u16string name = fileNameFromSystem(path);
-        const auto offset = findInitialOffset(filesOf(host), name, options);
-        outcome.isImage = offset.has_value();
-        if (offset) {
-            outcome.initialOffset = *offset;
-            checker = makeChecker(host, name, *offset, options, recorder);
-            ValueHandle records = readRecords(name, outcome, options, recorder, checker.get());
-            if (checker != nullptr) {
-                checker->lookAtBytes(BytesOfFile(*filesOf(host).opened(name)));
-            }
-            outcome.result = std::move(records);
-        }
-    } catch (const qxMessage& message) {
-        outcome.error = message;
+        readInScope(host, fileNameFromSystem(path), options, recorder, checker, outcome);
     } catch (const std::bad_alloc&) {
         outcome.error.emplace(outOfMemory());
     } catch (const std::exception& failure) {

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <string>
 
+#include "read/messages.h"
 #include "text/count_text.h"
 #include "text/error_stream.h"
 
@@ -48,7 +49,7 @@ void printSummary(const RunOptions& options, const RunTally& tally, const RunOut
     }
     printError({signal != 0 ? "interrupted: " : "", text});
     for (const auto& [id, count] : tally.warnings()) {
-        printError({"  ", countText(count, "warning", "warnings"), " ", id});
+        printError({"  ", countText(count, "warning", "warnings"), " ", shortMessageId(id)});
     }
     if (signal != 0) {
         printWhatIsKept(options, output, journal);

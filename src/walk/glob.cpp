@@ -8,6 +8,8 @@
 #include <span>
 #include <utility>
 
+#include "text/text_decoding.h"
+
 namespace ifdsweep {
 namespace {
 
@@ -19,17 +21,11 @@ constexpr std::size_t kNone = std::string_view::npos;
 /// of Unicode, a byte that begins none.
 char32_t takeCharacter(std::string_view& text) {
     constexpr char32_t kOtherBytes = 0x110000;
-    const auto byteAt = [&text](std::size_t at) { return static_cast<unsigned char>(text[at]); };
-    const unsigned first = byteAt(0);
-    const std::size_t size = first < 0x80 ? 1 : first < 0xE0 ? 2 : first < 0xF0 ? 3 : 4;
-    char32_t character = first & (0x7FU >> (size == 1 ? 0 : size));
-    bool isWhole = size <= text.size() && (first < 0x80 || (first >= 0xC2 && first < 0xF5));
-    for (std::size_t at = 1; isWhole && at < size; ++at) {
-        isWhole = (byteAt(at) & 0xC0U) == 0x80;
-        character = character << 6 | (byteAt(at) & 0x3FU);
-    }
-    text.remove_prefix(isWhole ? size : 1);
-    return isWhole ? character : kOtherBytes + first;
+    const Utf8Step step = decodeUtf8(text);
+    const char32_t character =
+        step.length > 0 ? step.codePoint : kOtherBytes + static_cast<unsigned char>(text.front());
+    text.remove_prefix(std::max<std::size_t>(step.length, 1));
+    return character;
 }
 
 char32_t otherCase(char32_t letter) {

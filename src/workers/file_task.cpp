@@ -26,6 +26,13 @@ bool readsAll(const TaskOptions& options) {
     return options.output.fields.empty() || options.read.reading == ReadingMode::contract;
 }
 
+/// Why a file failed, for people: in the words of what was found, where it is no TIFF file.
+std::string failureText(const Outcome& outcome) {
+    std::string text =
+        outcome.found.empty() ? messageText(*outcome.error) : outcome.found + ", not a TIFF";
+    return text.append(" (").append(shortMessageId(outcome.error->id())).append(")");
+}
+
 }  // namespace
 
 FileTask::FileTask(const TaskOptions& taskOptions, Output& output, Colour colour,
@@ -108,8 +115,7 @@ FileReport FileTask::finish() {
     }
     if (outcome.error) {
         report.ending = FileReport::Ending::failed;
-        report.failure =
-            messageText(*outcome.error) + " (" + std::string(outcome.error->id()) + ')';
+        report.failure = failureText(outcome);
     }
     report.isShown = writer->shows(outcome);
     return report;

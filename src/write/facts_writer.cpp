@@ -272,7 +272,8 @@ void FactsWriter::writeFile(const Outcome& outcome) {
         appendLine("warning", [&] { appendWarningCount(output, warning); });
     }
     if (outcome.error) {
-        appendLine("error", [&] { appendNaturalMessage(output, *outcome.error, nullptr); });
+        appendLine("error",
+                   [&] { appendNaturalMessage(output, *outcome.error, nullptr, outcome.found); });
     }
     file.clear();
 }

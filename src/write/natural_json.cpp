@@ -132,7 +132,8 @@ void appendNaturalValue(Output& output, const Value* value, TextOrigin origin, S
     }
 }
 
-void appendNaturalMessage(Output& output, const qxMessage& message, const WarningPlace* place) {
+void appendNaturalMessage(Output& output, const qxMessage& message, const WarningPlace* place,
+                          std::string_view found) {
     output.append('{');
     appendMessageMembers(output, message,
                          [&](const qxMessageText& text) { appendNaturalText(output, text); });
@@ -140,6 +141,10 @@ void appendNaturalMessage(Output& output, const qxMessage& message, const Warnin
     appendJsonString(output, messageText(message));
     if (place != nullptr) {
         appendPlaceMembers(output, *place);
+    }
+    if (!found.empty()) {
+        output.append(R"(,"found":)");
+        appendJsonString(output, found);
     }
     output.append('}');
 }
@@ -156,10 +161,10 @@ void appendNaturalOutcome(Output& output, const Outcome& outcome, SeveralTexts t
         output.append("[]");
     }
     output.append(',');
-    appendOutcomeMessages(output, outcome,
-                          [&](const qxMessage& message, const WarningPlace* place) {
-                              appendNaturalMessage(output, message, place);
-                          });
+    appendOutcomeMessages(
+        output, outcome, [&](const qxMessage& message, const WarningPlace* place) {
+            appendNaturalMessage(output, message, place, place == nullptr ? outcome.found : "");
+        });
     output.append('}');
 }
 

@@ -4,6 +4,7 @@
 // functions over an Output of the caller, which throw its OutputError; any thread.
 
 #include <cstdint>
+#include <string_view>
 
 #include "ifdsweep/read.h"
 #include "io/output.h"
@@ -26,7 +27,9 @@ void appendNaturalValue(Output& output, const Value* value, TextOrigin origin = 
 
 /// Appends the object of a message, with the members that say where it arose.
 /// @param place null for an error
-void appendNaturalMessage(Output& output, const qxMessage& message, const WarningPlace* place);
+/// @param found of an error: what the file is in place of a TIFF file; empty where that is not told
+void appendNaturalMessage(Output& output, const qxMessage& message, const WarningPlace* place,
+                          std::string_view found = {});
 
 /// Appends the object of one file, without a line end.
 void appendNaturalOutcome(Output& output, const Outcome& outcome,

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <map>
 #include <set>
 #include <string>
 
@@ -60,7 +61,11 @@ TEST(MessageTexts, ModuleRowsStandInTheContractsOrder) {
     }
 }
 
-TEST(MessageTexts, EveryTextUsesEveryArgumentAndNoOther) {
+/// The arguments that are the file's name.
+const std::map<std::string_view, char> kFileNames{{"Velmora:pixlore:ifdsweep:badEndianness", '3'},
+                                                  {ifdsweep::kOpenFailureId, '1'}};
+
+TEST(MessageTexts, EveryTextUsesEveryArgumentButTheFilesNameAndNoOther) {
     for (const MessageTextRow& row : messageTexts()) {
         std::set<char> used;
         for (std::size_t brace = row.text.find('{'); brace != row.text.npos;
@@ -73,6 +78,9 @@ TEST(MessageTexts, EveryTextUsesEveryArgumentAndNoOther) {
         for (std::size_t number = 0; number < row.arguments.size(); ++number) {
             expected.insert(static_cast<char>('1' + static_cast<int>(number)));
         }
+        if (const auto fileName = kFileNames.find(row.id); fileName != kFileNames.end()) {
+            expected.erase(fileName->second);  // who shows the text has said which file it is
+        }
         EXPECT_EQ(used, expected) << row.id;
     }
 }
@@ -83,6 +91,8 @@ TEST(MessageTexts, TextsAreWorded) {
         EXPECT_TRUE(row.text.front() >= 'a' && row.text.front() <= 'z') << row.text;
         EXPECT_NE(row.text.back(), '.') << row.text;
         EXPECT_EQ(row.explanation.substr(row.explanation.size() - 1), ".") << row.id;
+        ASSERT_FALSE(row.advice.empty()) << row.id;
+        EXPECT_EQ(row.advice.back(), '.') << row.id;
     }
 }
 
@@ -108,12 +118,12 @@ const TextCase kTexts[] = {
     {"Integers", Message<MessageId::badTiffIfdOffset>(-1, 20),
      "the first directory is at position -1, past the end of the file at 20"},
     {"FileName", Message<MessageId::badEndianness>(77, 73, u"\u00E9.tif"),
-     "the TIFF header of \"\xC3\xA9.tif\" begins with the bytes 77 and 73, expected 73 73 (\"II\") "
+     "the TIFF header begins with the bytes 77 and 73, expected 73 73 (\"II\") "
      "or 77 77 (\"MM\")"},
     {"FileNameOfAnyBytes",
      qxMessage(ifdsweep::kOpenFailureId,
                {qxMessageText(std::u16string{0xDCE9}), qxMessageText(std::string("reason"))}),
-     "cannot open \"\xE9\": reason"},
+     "cannot be opened: reason"},
     {"ArgumentsAreNotSearchedForPlaces",
      Message<MessageId::expectedTagDataFormat>("{2}", "{3}", "{1}"),
      "tag \"{2}\" has field type {3}, expected {1}"},

@@ -152,8 +152,8 @@ TEST(ProgramOutOfMemory, SaysSo) {
     EXPECT_EQ(program.status, 1);
     const std::string reason =
         ifdsweep::kIsSanitized ? "the system gives no more" : "the limit is 1024 MiB (--memory)";
-    EXPECT_EQ(program.errors, "ifdsweep: " + file.path() + ": out of memory: " + reason +
-                                  " (ifdsweep:outOfMemory)\n");
+    EXPECT_EQ(program.errors,
+              "ifdsweep: " + file.path() + ": out of memory: " + reason + " (outOfMemory)\n");
     EXPECT_EQ(program.output, "");
 }
 

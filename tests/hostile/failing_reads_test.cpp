@@ -88,7 +88,7 @@ TEST_F(FailingReads, SoDidANamedFile) {
     write("lost.tif", smallFile().bytes, kLostSize);
     const CapturedProgram run = runOn(folder / "lost.tif");
     EXPECT_EQ(run.status, 1);
-    EXPECT_NE(run.errors.find(kFailed), std::string::npos) << run.errors;
+    EXPECT_NE(run.errors.find("(readFailed)"), std::string::npos) << run.errors;
 }
 
 TEST_F(FailingReads, SoDidAJpegFileWhoseSegmentsCannotBeRead) {
@@ -96,7 +96,7 @@ TEST_F(FailingReads, SoDidAJpegFileWhoseSegmentsCannotBeRead) {
     write("lost.jpg", start, kHalfLostSize);
     const CapturedProgram run = runOn(folder.path());
     EXPECT_EQ(run.status, 1);
-    EXPECT_NE(run.errors.find(kFailed), std::string::npos) << run.errors;
+    EXPECT_NE(run.errors.find("(readFailed)"), std::string::npos) << run.errors;
 }
 
 TEST_F(FailingReads, AValueThatCannotBeReadIsToldOfBesideTheRest) {

@@ -33,16 +33,16 @@ protected:
 
 TEST_F(BadInput, EachCostsOneLineAndNoOther) {
     fs::create_symlink("nowhere", in("link"));
-    ASSERT_EQ(::mkfifo(in("pipe").c_str(), 0600), 0);
+    ASSERT_EQ(::mkfifo(in("fifo").c_str(), 0600), 0);
     constexpr const char* kDevice =
         "this is a pipe or device and no file; pass it as standard input to - "
-        "(ifdsweep:inputFailure)";
+        "(inputFailure)";
     const std::pair<std::string, std::string> rows[] = {
         {"none.tif", "the file does not exist"},
         {"none/none.tif", "the file does not exist"},
         {"a.tif/none", "the file does not exist"},
         {"link", "the file does not exist"},
-        {"pipe", kDevice},
+        {"fifo", kDevice},
         {"/dev/null", kDevice},
         {"/dev/zero", kDevice},
         {std::string(300, 'n'), "File name too long"},
@@ -52,6 +52,7 @@ TEST_F(BadInput, EachCostsOneLineAndNoOther) {
         EXPECT_EQ(alone.status, 1) << path;
         EXPECT_EQ(linesOf(alone.error).size(), 1U) << alone.error;
         EXPECT_EQ(alone.error.find("ifdsweep: " + path + ": "), 0U) << alone.error;
+        EXPECT_EQ(alone.error.find(path, 10 + path.size()), std::string::npos) << alone.error;
         const Ending given = run({"--format", "ndjson", "a.tif", path, "b.tif"});
         EXPECT_EQ(given.status, 1);
         EXPECT_EQ(linesOf(given.out).size(), 3U);
@@ -61,6 +62,30 @@ TEST_F(BadInput, EachCostsOneLineAndNoOther) {
         EXPECT_NE(lines[0].find(reason), std::string::npos) << lines[0];
         EXPECT_EQ(lines[1], "ifdsweep: 2 files read, 1 failed, 3 directories");
     }
+}
+
+TEST_F(BadInput, WhatIsNoImageIsNamedByWhatItIs) {
+    fixture::writeFile(in("letter.txt"), "Dear sir");
+    fixture::writeFile(in("empty"), "");
+    fixture::writeFile(in("short.tif"), "II*");
+    const std::pair<std::string, std::string> rows[] = {
+        {"letter.txt", "a text file, not a TIFF (badEndianness)"},
+        {"empty", "an empty file, not a TIFF (tiffHeaderReadFailure)"},
+        {"short.tif", "the file ends inside the TIFF header (tiffHeaderReadFailure)"},
+    };
+    for (const auto& [name, reason] : rows) {
+        const std::string line = "ifdsweep: " + name + ": " + reason;
+        EXPECT_EQ(run({name}).error, line + '\n');
+        EXPECT_EQ(linesOf(run({"--failures", "failed", name, "a.tif"}).error)[0], line);
+        EXPECT_EQ(readFile(in("failed")), name + "\t# " + reason + '\n');
+    }
+    const Ending piped = shell("$PROGRAM --format ndjson - <letter.txt");
+    EXPECT_EQ(piped.error, "ifdsweep: -: a text file, not a TIFF (badEndianness)\n");
+    EXPECT_NE(piped.out.find(R"(,"found":"a text file"}})"), std::string::npos) << piped.out;
+    const Ending elsewhere = run({"--offset", "2", "letter.txt"});
+    EXPECT_EQ(
+        elsewhere.error.find("ifdsweep: letter.txt: the TIFF header begins with the bytes 97"), 0U)
+        << elsewhere.error;
 }
 
 TEST_F(BadInput, WhatMayNotBeReadIsToldOf) {
@@ -84,7 +109,7 @@ TEST_F(BadInput, WhatMayNotBeReadIsToldOf) {
     ASSERT_EQ(lines.size(), 3U) << given.error;
     EXPECT_EQ(lines[0],
               "ifdsweep: all/closed: cannot read the folder: Permission denied "
-              "(ifdsweep:inputFailure)");
+              "(inputFailure)");
     EXPECT_EQ(lines[1].find("ifdsweep: all/d.tif: "), 0U);
     EXPECT_NE(lines[1].find("Permission denied"), std::string::npos) << lines[1];
     EXPECT_EQ(lines[2], "ifdsweep: 1 file read, 2 failed, 1 directory");
@@ -112,9 +137,9 @@ TEST_F(BadInput, Lists) {
     EXPECT_EQ(linesOf(given.out).size(), 5U);
     const auto lines = linesOf(given.error);
     ASSERT_EQ(lines.size(), 4U) << given.error;
-    EXPECT_EQ(lines[0], "ifdsweep: list: line 2 of the list is empty (ifdsweep:inputFailure)");
+    EXPECT_EQ(lines[0], "ifdsweep: list: line 2 of the list is empty (inputFailure)");
     EXPECT_EQ(lines[1].find("ifdsweep: none.tif: "), 0U);
-    EXPECT_EQ(lines[2], "ifdsweep: list: line 4 of the list is empty (ifdsweep:inputFailure)");
+    EXPECT_EQ(lines[2], "ifdsweep: list: line 4 of the list is empty (inputFailure)");
 
     const Ending missing = run({"--files-from", "none"});
     EXPECT_EQ(missing.status, 1);
@@ -123,7 +148,7 @@ TEST_F(BadInput, Lists) {
     EXPECT_EQ(aFolder.status, 1);
     EXPECT_EQ(linesOf(aFolder.error)[0],
               "ifdsweep: /proc: the list cannot be read: Is a directory "
-              "(ifdsweep:inputFailure)");
+              "(inputFailure)");
     fixture::writeFile(in("empty"), "");
     const Ending none = run({"--files-from", "empty"});
     EXPECT_EQ(none.status, 0);
@@ -144,7 +169,7 @@ TEST_F(BadInput, ListsFromTheStandardInput) {
     EXPECT_EQ(closed.status, 1);
     EXPECT_EQ(linesOf(closed.error)[0],
               "ifdsweep: -: the list cannot be read: Bad file descriptor "
-              "(ifdsweep:inputFailure)");
+              "(inputFailure)");
 }
 
 TEST_F(BadInput, FailuresAreReadAgain) {

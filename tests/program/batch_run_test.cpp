@@ -186,7 +186,7 @@ TEST_F(BatchRuns, AWorkerThatDiesCostsItsFileAlone) {
         }
         EXPECT_EQ(linesOf(given.error)[0],
                   "ifdsweep: 00005a.tif: the process that read the file ended: signal 9 (Killed) "
-                  "(ifdsweep:workerDied)");
+                  "(workerDied)");
         EXPECT_EQ(std::count(given.error.begin(), given.error.end(), '\n'), 4) << given.error;
     }
 }
@@ -268,7 +268,7 @@ TEST_F(BatchRuns, TheTimeLimitCostsOneFile) {
     EXPECT_EQ(given.status, 1);
     EXPECT_EQ(given.error,
               "ifdsweep: slow.tif: not finished within 5 s, the limit of --timeout "
-              "(ifdsweep:timeout)\n"
+              "(timeout)\n"
               "ifdsweep: 2 files read, 1 failed, 2 directories\n");
     EXPECT_EQ(std::count(given.out.begin(), given.out.end(), '\n') % 2,
               1);  // two and a line between
@@ -276,7 +276,7 @@ TEST_F(BatchRuns, TheTimeLimitCostsOneFile) {
     EXPECT_EQ(alone.status, 1);
     EXPECT_EQ(alone.error,
               "ifdsweep: slow.tif: not finished within 0.125 s, the limit of --timeout "
-              "(ifdsweep:timeout)\n");
+              "(timeout)\n");
 }
 
 TEST_F(BatchRuns, TheMemoryLimitCostsOneFile) {
@@ -291,7 +291,7 @@ TEST_F(BatchRuns, TheMemoryLimitCostsOneFile) {
     EXPECT_EQ(given.status, 1);
     EXPECT_EQ(given.error,
               "ifdsweep: large.tif: out of memory: the limit is 150000000 bytes (--memory) "
-              "(ifdsweep:outOfMemory)\n"
+              "(outOfMemory)\n"
               "ifdsweep: 2 files read, 1 failed, 2 directories\n");
     // So little that no worker gets far: every file fails, and the run ends.
     const Ending none = run(std::vector<std::string>{"--memory", "1"} + files);

@@ -179,7 +179,7 @@ TEST_F(Exhaustion, OneProcessToSpareIsEnough) {
         }
         const Ending given = run(launch);
         expectAll(given, 20);
-        EXPECT_EQ(given.error.find("ifdsweep:noWorker") != std::string::npos, fails)
+        EXPECT_EQ(given.error.find("(noWorker)") != std::string::npos, fails)
             << most << given.error;
     }
 }
@@ -223,7 +223,7 @@ TEST_F(Exhaustion, AStoppedWorkerIsEnded) {
     const Ending given = endingOf(program.wait());
     EXPECT_EQ(given.error,
               "ifdsweep: slow.tif: not finished within 1 s, the limit of --timeout "
-              "(ifdsweep:timeout)\n"
+              "(timeout)\n"
               "ifdsweep: 1 file read, 1 failed, 1 directory\n");
 }
 
@@ -242,7 +242,7 @@ TEST_F(Exhaustion, WhatTheParentIgnoresIsItsOwn) {
     const Ending given = endingOf(program.wait());
     EXPECT_EQ(linesOf(given.error)[0],
               "ifdsweep: slow.tif: the process that read the file ended: signal 9 (Killed) "
-              "(ifdsweep:workerDied)");
+              "(workerDied)");
 }
 
 TEST_F(Exhaustion, AWorkerHasWhatItIsGivenAndNoMore) {

@@ -65,7 +65,7 @@ TEST_F(OneFile, TheTimeLimitHolds) {
     expectTheSame({"--timeout", "0.05", "--read-budget", "unlimited", "--value-budget", "unlimited",
                    "slow \x1b.tif"},
                   "ifdsweep: slow \\x1b.tif: not finished within 0.050 s, the limit of --timeout "
-                  "(ifdsweep:timeout)\n");
+                  "(timeout)\n");
 }
 
 TEST_F(OneFile, TheTimeLimitIsNotMetByAGoodFile) {
@@ -89,7 +89,7 @@ TEST_F(OneFile, TheMemoryLimitHolds) {
     programfiles::writeLarge(in("large.tif"));
     expectTheSame({"--memory", "150000000", "--max-value", "all", "--tags", "50000", "large.tif"},
                   "ifdsweep: large.tif: out of memory: the limit is 150000000 bytes (--memory) "
-                  "(ifdsweep:outOfMemory)\n");
+                  "(outOfMemory)\n");
 }
 
 TEST_F(OneFile, NoMemoryAtAllIsToldToo) {

@@ -177,7 +177,7 @@ TEST_F(OutputFiles, TheOutputOfTheShellIsNoInput) {
     const Ending redirected = shell("$PROGRAM a.tif b.tif >> a.tif");
     EXPECT_EQ(redirected.status, 1);
     EXPECT_EQ(linesOf(redirected.error)[0],
-              "ifdsweep: a.tif: this is also the output (ifdsweep:inputFailure)");
+              "ifdsweep: a.tif: this is also the output (inputFailure)");
 }
 
 TEST_F(OutputFiles, TheOutputInAFolderIsLeftOut) {

@@ -42,11 +42,14 @@ TEST(Explanations, EveryMessageByItsFullAndItsShortId) {
             EXPECT_EQ(description.complaint, "") << word;
             EXPECT_EQ(description.id, id);
             const auto lines = programrun::linesOf(ifdsweep::explanationText(description));
-            ASSERT_EQ(lines.size(), 3U) << word;
+            ASSERT_EQ(lines.size(), 4U) << word;
             EXPECT_EQ(lines[0], id);
             EXPECT_GT(lines[1].size(), 4U) << word;
             EXPECT_GT(lines[2].size(), 30U) << word;
             EXPECT_EQ(lines[2].back(), '.') << word;
+            EXPECT_EQ(lines[3], "  What to do: " + std::string(description.advice)) << word;
+            EXPECT_GT(description.advice.size(), 20U) << word;
+            EXPECT_EQ(description.advice.back(), '.') << word;
         }
         EXPECT_TRUE(
             explanations.insert(std::string(ifdsweep::describeMessage(id).explanation)).second)

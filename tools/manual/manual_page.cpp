@@ -91,7 +91,8 @@ void addMessages(Page& page) {
         "its file only. Both carry an id that never changes its meaning. --explain shows one of "
         "them, by its short or full id:");
     for (const MessageDescription& message : describeMessages()) {
-        page.term(bold(shortMessageId(message.id)), {std::string(message.explanation)});
+        page.term(bold(shortMessageId(message.id)),
+                  {std::string(message.explanation), std::string(message.advice)});
     }
 }
 
