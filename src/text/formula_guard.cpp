@@ -24,10 +24,13 @@ bool isOneOf(char32_t codePoint, std::u32string_view set) {
 bool beginsAsFormula(std::string_view text) {
     while (!text.empty()) {
         const Utf8Step step = decodeUtf8(text);
-        if (step.length == 0 || !isOneOf(step.codePoint, kSkipped)) {
-            return step.length > 0 && isOneOf(step.codePoint, kBeginnings);
+        if (step.length == 0) {
+            return false;
         }
         text.remove_prefix(step.length);
+        if (!isOneOf(step.codePoint, kSkipped)) {
+            return isOneOf(step.codePoint, kBeginnings) && !text.empty();
+        }
     }
     return false;
 }

@@ -9,7 +9,7 @@
 namespace ifdsweep {
 
 /// Whether a spreadsheet may take a cell for a formula: it begins with one of = + - @, narrow or in
-/// full width, be it behind white space and quotes.
+/// full width, be it behind white space and quotes. One of these with nothing behind it is none.
 [[nodiscard]] bool beginsAsFormula(std::string_view text);
 
 /// Puts an apostrophe before a text that begins as a formula. Where it goes on as one behind a

@@ -72,7 +72,8 @@ inline bool mayBeRun(std::string_view cell) {
     while (true) {
         const auto* const skipped = std::find_if(kSkipped.begin(), kSkipped.end(), begins);
         if (skipped == kSkipped.end()) {
-            return std::any_of(kOperators.begin(), kOperators.end(), begins);
+            const auto* const sign = std::find_if(kOperators.begin(), kOperators.end(), begins);
+            return sign != kOperators.end() && cell.size() > sign->size();
         }
         cell.remove_prefix(skipped->size());
     }

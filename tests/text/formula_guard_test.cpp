@@ -30,7 +30,10 @@ TEST(FormulaGuards, WhatBeginsAsAFormulaGetsAnApostrophe) {
         {"\xC2\xA0\xE3\x80\x80=1", "'\xC2\xA0\xE3\x80\x80=1"},
         {"\"=1\"", "'\"=1\""},
         {"' \" '+1", "'' \" '+1"},
-        {"=", "'="},
+        {"=", "="},
+        {"'-", "'-"},
+        {"--", "'--"},
+        {"- ", "'- "},
         {"a=1", "a=1"},
         {"1-2", "1-2"},
         {"2024:05:06", "2024:05:06"},
@@ -53,10 +56,10 @@ TEST(FormulaGuards, ASemicolonMayEndACell) {
     const Row rows[] = {
         {"a;b; c;", "a;b; c;"},
         {"a;=1", "a\\x3b=1"},
-        {"a; \"=1;b;;+2;-", "a\\x3b \"=1;b;\\x3b+2\\x3b-"},
+        {"a; \"=1;b;;+2;-", "a\\x3b \"=1;b;\\x3b+2;-"},
         {"=1;2", "'=1;2"},
         {"=1;＝2", "'=1\\x3b＝2"},
-        {";@", "\\x3b@"},
+        {";@;", "\\x3b@;"},
     };
     for (const Row& row : rows) {
         std::string text(row.text);
