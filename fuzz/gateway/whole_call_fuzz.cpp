@@ -4,8 +4,8 @@
 // read budget, then the TIFF stream. Its first bytes are put right for the layout, so that no
 // mutation is lost on them; one layout leaves them as they are.
 //
-// The full reading is held to the same, and where nothing that it reads in another way was met, to
-// the same bytes.
+// The full reading is held to the same, also with checks, and where nothing that it reads in
+// another way was met, to the same bytes.
 
 #include <algorithm>
 #include <array>
@@ -19,6 +19,7 @@
 #include "fuzz_target.h"
 #include "host/host_parts.h"
 #include "ifdsweep/host.h"
+#include "ifdsweep/message_catalogue.h"
 #include "ifdsweep/read.h"
 #include "ifdsweep/reading.h"
 #include "ifdsweep/write.h"
@@ -33,6 +34,16 @@ using Bytes = std::vector<std::uint8_t>;
 constexpr const char16_t* kFileName = u"fuzz.tif";
 
 enum class Layout : std::uint8_t { classic, big, jpeg, asIs };
+
+/// In what ways a file is read.
+struct Kind {
+    ifdsweep::ReadingMode reading;
+    bool check;
+};
+
+constexpr std::array kKinds{Kind{ifdsweep::ReadingMode::full, false},
+                            Kind{ifdsweep::ReadingMode::full, true},
+                            Kind{ifdsweep::ReadingMode::contract, false}};
 
 /// The file that an input stands for.
 Bytes fileOf(fuzz::FuzzInput& input, std::uint8_t code) {
@@ -134,6 +145,12 @@ std::string checked(const ifdsweep::Outcome& outcome) {
     return line;
 }
 
+bool isFinding(const ifdsweep::Warning& warning) {
+    return std::any_of(
+        ifdsweep::kCheckCatalogue.begin(), ifdsweep::kCheckCatalogue.end(),
+        [&](const ifdsweep::CheckMessageRow& row) { return warning.message.id() == row.id; });
+}
+
 /// Checks the facts that are written while a file is read.
 void requireFacts(ifdsweep::Host& host, ifdsweep::ReadOptions numbers) {
     std::string text;
@@ -143,6 +160,33 @@ void requireFacts(ifdsweep::Host& host, ifdsweep::ReadOptions numbers) {
     writer.write(readOnce(host, numbers));
     writer.end();
     fuzz::requireJsonLines(text);
+}
+
+/// Whether an outcome may lack something for want of budget.
+bool isShort(const ifdsweep::Outcome& outcome) {
+    return std::any_of(outcome.warnings.begin(), outcome.warnings.end(),
+                       [](const ifdsweep::Warning& warning) {
+                           return warning.message.id().starts_with("Velmora:filesystem:");
+                       });
+}
+
+/// Holds a reading with checks to one without: what is found comes behind all else, and changes
+/// nothing unless the bytes that are looked at spend the budget.
+void requireChecks(ifdsweep::Host& host, ifdsweep::ReadOptions numbers) {
+    numbers.reading = ifdsweep::ReadingMode::full;
+    const ifdsweep::Outcome without = readOnce(host, numbers);
+    numbers.check = true;
+    ifdsweep::Outcome with = readOnce(host, numbers);
+    const auto firstFound = std::find_if(with.warnings.begin(), with.warnings.end(), isFinding);
+    fuzz::require(std::all_of(firstFound, with.warnings.end(), isFinding),
+                  "what the checks find comes last");
+    if (isShort(with)) {
+        return;
+    }
+    with.warnings.erase(firstFound, with.warnings.end());
+    fuzz::require(fuzz::written(ifdsweep::Format::json, with) ==
+                      fuzz::written(ifdsweep::Format::json, without),
+                  "what the checks find is all that they change");
 }
 
 /// Holds the second way in to the entry point, and the full reading to both.
@@ -187,8 +231,9 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     host.clear();
     host.setReadBudget(budget);
     filesOf(host).serve(kFileName, file);
-    for (const auto reading : {ifdsweep::ReadingMode::full, ifdsweep::ReadingMode::contract}) {
-        numbers.reading = reading;
+    for (const Kind& kind : kKinds) {
+        numbers.reading = kind.reading;
+        numbers.check = kind.check;
         const std::string first = checked(readOnce(host, numbers));
         fuzz::require(fuzz::written(ifdsweep::Format::typed, readOnce(host, numbers)) == first,
                       "the same result twice");
@@ -197,6 +242,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
         // Overshoot: one read at most, which is at most the file.
         fuzz::require(host.countedBytes() <= budget + file.size() + 128, "the budget holds");
     }
+    requireChecks(host, numbers);
     requireReadings(host, readOnce(host, numbers), file);
     return 0;
 }
