@@ -25,6 +25,7 @@
 #include "io/interruption.h"
 #include "io/output.h"
 #include "io/run_failure.h"
+#include "io/terminal.h"
 #include "read/messages.h"
 #include "run/batch_run.h"
 #include "run/file_roles.h"
@@ -221,6 +222,9 @@ int runCommand(int argumentCount, const char* const* arguments) {
     }
     RunOptions& options = commandLine.options;
     options.output.toTerminal = options.run.outputFile.empty() && ::isatty(STDOUT_FILENO) == 1;
+    if (options.output.toTerminal) {
+        options.output.lineWidth = terminalColumns(STDOUT_FILENO).value_or(0);
+    }
     return runFiles(options);
 }
 

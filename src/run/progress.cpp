@@ -8,12 +8,12 @@
 #include <system_error>
 #include <utility>
 
-#include <sys/ioctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include "io/output.h"
+#include "io/terminal.h"
 #include "text/count_text.h"
 #include "text/error_stream.h"
 #include "text/terminal_text.h"
@@ -53,13 +53,7 @@ void countFiles(FileCount& count, const InputChoice& input) noexcept {
 }
 
 constexpr std::chrono::seconds kSlow{2};
-
-std::size_t terminalColumns() {
-    constexpr std::size_t kUsual = 80;
-    winsize size{};
-    const bool isKnown = ::ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
-    return isKnown ? size.ws_col : kUsual;
-}
+constexpr std::size_t kUsualColumns = 80;
 
 std::string safeText(std::string_view bytes) {
     StringSink sink;
@@ -143,7 +137,7 @@ void Progress::show(const RunState& state) {
     }
     const std::uint64_t total = count != nullptr ? count->total.load() : 0;
     showProgressLine(text(state, now - begin, total > 0 ? std::optional(total) : std::nullopt,
-                          terminalColumns()));
+                          terminalColumns(STDERR_FILENO).value_or(kUsualColumns)));
     lastShown = now;
     isVisible = true;
 }

@@ -89,11 +89,12 @@ ChosenField takeField(Unpacker& bytes) {
 }
 
 void putOutput(std::string& bytes, const OutputChoice& choice) {
-    const auto& [format, layout, toTerminal, fields, shorten, digits, splitTexts, rows, rawCells,
-                 allDirectories, warnings, ignored] = choice;
+    const auto& [format, layout, toTerminal, lineWidth, fields, shorten, digits, splitTexts, rows,
+                 rawCells, allDirectories, warnings, ignored] = choice;
     putChoice(bytes, format);
     putChoice(bytes, layout);
     putChoice(bytes, toTerminal);
+    packed::putNumber(bytes, lineWidth);
     packed::putNumber(bytes, fields.size());
     for (const ChosenField& field : fields) {
         putField(bytes, field);
@@ -115,6 +116,7 @@ void takeOutput(Unpacker& bytes, OutputChoice& choice) {
     choice.format = bytes.choice(Format::facts);
     choice.layout = bytes.choice(JsonLayout::pretty);
     choice.toTerminal = bytes.flag();
+    choice.lineWidth = bytes.number();
     for (std::uint64_t left = bytes.number(); left > 0 && !bytes.hasFailed(); --left) {
         choice.fields.push_back(takeField(bytes));
     }

@@ -19,6 +19,7 @@ struct OutputChoice {
     Format format = Format::text;
     JsonLayout layout = JsonLayout::filePerLine;
     bool toTerminal = false;               ///< a terminal shows the output
+    std::uint64_t lineWidth = 0;           ///< the terminal's columns; 0: unknown, or no terminal
     std::vector<ChosenField> fields;       ///< in the order asked for; empty: all
     std::optional<std::uint64_t> shorten;  ///< elements of an array; 0: all
     std::optional<std::uint64_t> digits;   ///< significant, of a number in text; 0: all

@@ -26,6 +26,9 @@ std::unique_ptr<ResultWriter> makeResultWriter(const WriteOptions& options, Outp
         case Format::text:
             break;
     }
+    if (options.lineWidth > 0) {
+        return std::make_unique<WrappedTextWriter>(output, options);
+    }
     return std::make_unique<TextWriter>(output, options);
 }
 

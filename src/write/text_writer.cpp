@@ -18,8 +18,9 @@
 
 namespace ifdsweep {
 
-TextWriter::TextWriter(Output& destination, const WriteOptions& options)
+TextWriter::TextWriter(Output& destination, const WriteOptions& options, LineWrapper* lineWrapper)
     : ResultWriter(destination),
+      wrapper(lineWrapper),
       colour(options.colour),
       limits{options.shownElements, options.shownCharacters, options.shownDigits},
       foldsNothing(options.allDirectories),
@@ -34,6 +35,9 @@ bool TextWriter::shows(const Outcome& outcome) const {
 void TextWriter::writeFile(const Outcome& outcome) {
     folding = DirectoryFolding(placement);
     hasFolded = false;
+    if (wrapper != nullptr) {
+        wrapper->keepWhole();
+    }
     appendStyled(Style::file, outcome.file);
     output.append('\n');
     if (outcome.result != nullptr) {
@@ -65,6 +69,18 @@ void TextWriter::appendStyled(Style style, std::string_view text) {
     output.append(kStart[static_cast<std::size_t>(style)]);
     appendTerminalText(output, text);
     output.append("\x1b[0m");
+}
+
+void TextWriter::beginValue() {
+    if (wrapper != nullptr) {
+        output.flush();
+        wrapper->hang();
+    }
+}
+
+void WrappedTextWriter::writeFile(const Outcome& outcome) {
+    writer.writeFile(outcome);
+    lines.flush();
 }
 
 void TextWriter::appendFileFields(const Value& records) {
@@ -166,6 +182,7 @@ void TextWriter::appendField(const Value& records, std::size_t element, std::str
     indent(depth);
     appendStyled(Style::name, name);
     output.append(nameWidth - name.size() + 2, ' ');
+    beginValue();
     if (!appendPresented(output, name, value, records, element, limits)) {
         appendTextValue(output, &value, fieldTextOrigin(name), limits);
     }
@@ -195,7 +212,9 @@ void TextWriter::appendUnknownTags(const Value& tags, DirectoryKind kind, std::s
         }
         output.append("  offset ");
         appendTextValue(output, member(element, "Offset"), TextOrigin::tag, limits);
-        output.append("  value ");
+        output.append("  ");
+        beginValue();
+        output.append("value ");
         appendTextValue(output, member(element, "Value"), TextOrigin::tag, limits);
         output.append('\n');
     }

@@ -17,6 +17,7 @@
 #include "ifdsweep/entry_sink.h"
 #include "values/value.h"
 #include "write/directory_folding.h"
+#include "write/line_wrapper.h"
 #include "write/result_writer.h"
 #include "write/text_value.h"
 
@@ -24,7 +25,9 @@ namespace ifdsweep {
 
 class TextWriter final : public ResultWriter {
 public:
-    TextWriter(Output& destination, const WriteOptions& options);
+    /// @param lineWrapper what the destination's bytes go to, when it breaks lines
+    TextWriter(Output& destination, const WriteOptions& options,
+               LineWrapper* lineWrapper = nullptr);
 
     /// A file without a result is shown only when there are warnings: its error is told elsewhere.
     [[nodiscard]] bool shows(const Outcome& outcome) const override;
@@ -52,14 +55,38 @@ private:
     /// Real files do not nest so deep; one that nests 64 directories is not all spaces.
     static constexpr std::size_t kDeepest = 16;
 
+    /// The value that follows has continuation lines below its beginning.
+    void beginValue();
+
     void indent(std::size_t depth) { output.append(2 * std::min(depth, kDeepest), ' '); }
 
+    LineWrapper* wrapper;  ///< null: lines are as long as they are
     Colour colour;
     TextLimits limits;
     bool foldsNothing;
     Placement placement;
     DirectoryFolding folding;  ///< of the file that is written
     bool hasFolded = false;    ///< something of that file
+};
+
+/// The same for a terminal of so many columns.
+class WrappedTextWriter final : public ResultWriter {
+public:
+    WrappedTextWriter(Output& destination, const WriteOptions& options)
+        : ResultWriter(destination),
+          wrapper(destination, options.lineWidth),
+          lines(wrapper),
+          writer(lines, options, &wrapper) {}
+
+    [[nodiscard]] bool shows(const Outcome& outcome) const override {
+        return writer.shows(outcome);
+    }
+    void writeFile(const Outcome& outcome) override;
+
+private:
+    LineWrapper wrapper;
+    Output lines;
+    TextWriter writer;
 };
 
 }  // namespace ifdsweep

@@ -18,6 +18,7 @@ WriteOptions writeOptions(const OutputChoice& choice, Colour colour) {
     options.rawCells = choice.rawCells;
     options.allDirectories = choice.allDirectories;
     options.forTerminal = choice.toTerminal;
+    options.lineWidth = choice.lineWidth;
     for (const ChosenField& field : choice.fields) {
         options.columns.push_back(field.name);
     }

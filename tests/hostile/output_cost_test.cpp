@@ -40,9 +40,13 @@ std::vector<Form> forms() {
     everything.format = ifdsweep::Format::text;
     everything.shownElements = kMostOutput;
     everything.shownCharacters = kMostOutput;
+    everything.allDirectories = true;
+    ifdsweep::WriteOptions onTerminal = everything;
+    onTerminal.lineWidth = 40;
     ifdsweep::WriteOptions pretty;
     pretty.layout = ifdsweep::JsonLayout::pretty;
     return {{everything, "text"},
+            {onTerminal, "text, for a terminal"},
             {pretty, "json, pretty"},
             {{.format = ifdsweep::Format::ndjson}, "ndjson"},
             {{.format = ifdsweep::Format::typed}, "typed"}};
@@ -157,6 +161,41 @@ TEST(SmallFile, WithEveryNameInOneDirectoryAndALoopBehindIt) {
     file.setOffset(file.places[1].next, file.places[1].position);
     file.bytes.resize(kSmall);
     expectModest(file.bytes);
+}
+
+/// The bytes of text that a file comes to, folded.
+std::size_t foldedText(const Bytes& bytes, const ifdsweep::ReadOptions& options) {
+    ifdsweep::Host host;
+    filesOf(host).serve(ifdsweep::fileNameFromSystem("a.tif"), bytes);
+    const ifdsweep::Outcome outcome = ifdsweep::read(host, "a.tif", options);
+    CountingSink sink;
+    ifdsweep::Output output(sink);
+    ifdsweep::makeResultWriter({.format = ifdsweep::Format::text}, output)->writeFile(outcome);
+    output.flush();
+    return sink.count;
+}
+
+TEST(SmallFile, ThatLoopsIsAScreenfulOfText) {
+    constexpr std::size_t kScreenful = 4000;
+    ifdsweep::ReadOptions patient;
+    patient.readBudget = 50'000'000;
+    patient.valueBudget = 500'000'000;
+    for (const std::size_t directories : {1U, 2U, 3U}) {
+        TiffBuilder builder(kClassic);
+        for (std::size_t page = 0; page < directories; ++page) {
+            builder.add({shorts(256, {64}), shorts(257, {48}), longs(273, {8}), longs(279, {3}),
+                         shorts(278, {static_cast<std::int64_t>(page)}), shorts(kUnknownTag, {7}),
+                         numbers(282, kRational, {72, 1}), numbers(33434, kRational, {1, 0})});
+        }
+        TiffFile file = builder.build();
+        file.setOffset(file.places.back().next, file.places[0].position);
+        ASSERT_LE(file.bytes.size(), 558U);
+        EXPECT_LE(foldedText(file.bytes, {}), directories * kScreenful) << directories;
+        EXPECT_LE(foldedText(file.bytes, patient), directories * kScreenful) << directories;
+    }
+    // In the innermost of nested directories too.
+    EXPECT_LE(foldedText(loopAtDepth(10, {shorts(kUnknownTag, {7})}).bytes, patient),
+              12 * kScreenful);
 }
 
 TEST(GoodFile, OfManyDirectoriesUnderALongName) {

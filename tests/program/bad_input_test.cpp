@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <csignal>
+#include <cstdint>
+#include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -9,6 +11,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <pty.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <nlohmann/json.hpp>
@@ -336,6 +339,36 @@ TEST_F(Terminals, AListFromAPipeIsReadOnceOnly) {
     ::close(list);
     EXPECT_EQ(program.wait(), 0);
     EXPECT_EQ(linesOf(endingOf(0).out).size(), 2000U);
+}
+
+TEST_F(Terminals, LinesEndWhereTheTerminalDoes) {
+    const auto longestLine = [&](std::uint16_t columns, std::vector<std::string> arguments) {
+        winsize size{};
+        size.ws_col = columns;
+        EXPECT_EQ(::ioctl(terminal, TIOCSWINSZ, &size), 0);
+        Launch launch;
+        launch.arguments = std::move(arguments);
+        launch.out = device;
+        launch.prepare = [] { ::setenv("NO_COLOR", "1", 1); };
+        Running program = start(launch);
+        EXPECT_EQ(program.wait(), 0);
+        std::size_t longest = 0;
+        for (std::string line : linesOf(shown())) {
+            std::erase(line, '\r');
+            longest = std::max(longest, line.size());
+        }
+        return longest;
+    };
+    for (const std::vector<std::string>& arguments :
+         {std::vector<std::string>{"a.tif"}, {"--jobs", "1", "a.tif"}}) {
+        const std::size_t whole = longestLine(0, arguments);  // a terminal that does not tell
+        EXPECT_GT(whole, 100U);
+        EXPECT_EQ(longestLine(200, arguments), whole);
+        for (const std::uint16_t columns : {std::uint16_t{80}, std::uint16_t{40}}) {
+            EXPECT_LE(longestLine(columns, arguments), columns);
+            EXPECT_GT(longestLine(columns, arguments), columns - 10U);
+        }
+    }
 }
 
 TEST_F(Terminals, ColoursAreForATerminalOnly) {

@@ -11,6 +11,7 @@
 #include <nlohmann/json.hpp>
 
 #include "support/hidden_characters.h"
+#include "text/display_width.h"
 #include "text/json_text.h"
 #include "text/natural_text.h"
 #include "text/terminal_text.h"
@@ -336,6 +337,19 @@ TEST(TerminalText, LongTextIsCutWithItsLength) {
     EXPECT_EQ(terminalNatural(u"abcdefg", 6), "abcdef ... (7 characters)");
     // The part that is shown alone would be no UTF-8.
     EXPECT_EQ(terminalNatural(signExtended("a\xC3\xBC"), 2), "a ... (3 characters)");
+}
+
+TEST(DisplayWidth, IsTwoForWideCharacters) {
+    // Unicode 15.0, EastAsianWidth.txt.
+    for (const char32_t narrow : {U' ', U'a', U'~', U'\u00E9', U'\u0416', U'\u05D0', U'\u2026',
+                                  U'\u2190', U'\u2500', U'\uFF61', U'\uFFFD', U'\U0001D400'}) {
+        EXPECT_EQ(ifdsweep::displayColumns(narrow), 1U) << static_cast<std::uint32_t>(narrow);
+    }
+    for (const char32_t wide : {U'\u1100', U'\u115F', U'\u2E80', U'\u3000', U'\u3042', U'\u4E00',
+                                U'\uA4CF', U'\uAC00', U'\uD7A3', U'\uF900', U'\uFF01', U'\uFF60',
+                                U'\uFFE6', U'\U0001F600', U'\U00020000', U'\U0003FFFD'}) {
+        EXPECT_EQ(ifdsweep::displayColumns(wide), 2U) << static_cast<std::uint32_t>(wide);
+    }
 }
 
 }  // namespace

@@ -34,6 +34,7 @@ ifdsweep::WorkerSetup usualSetup() {
     output.format = ifdsweep::Format::csv;
     output.layout = ifdsweep::JsonLayout::compact;
     output.toTerminal = true;
+    output.lineWidth = 80;
     output.fields = {{"Make", {}}, {"50000", 50000}};
     output.shorten = 0;
     output.digits = 9;
@@ -77,6 +78,7 @@ TEST(WorkerMessages, ASetupComesBack) {
     EXPECT_EQ(output.format, ifdsweep::Format::csv);
     EXPECT_EQ(output.layout, ifdsweep::JsonLayout::compact);
     EXPECT_TRUE(output.toTerminal);
+    EXPECT_EQ(output.lineWidth, 80U);
     ASSERT_EQ(output.fields.size(), 2U);
     EXPECT_EQ(output.fields[0].name, "Make");
     EXPECT_FALSE(output.fields[0].unknownId);

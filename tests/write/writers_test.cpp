@@ -551,4 +551,28 @@ TEST_F(Writers, TextIndentsNestedDirectories) {
 )");
 }
 
+TEST_F(Writers, TextIsBrokenForATerminal) {
+    ifdsweep::Outcome outcome = goodOutcome();
+    setField(outcome.result, 0, "Width", rendering::numbers(1, 12, std::vector<double>(12, 12345)));
+    outcome.warnings[0].place = {"0", 315, {}};
+    ifdsweep::WriteOptions options;
+    options.lineWidth = 40;
+    EXPECT_EQ(rendering::written(ifdsweep::Format::text, std::span(&outcome, 1), options),
+              R"(a\xff.tif
+  Format  tif
+
+  Directory 0
+    Width  12345 12345 12345 12345 12345
+           12345 12345 12345 12345 12345
+           12345 12345
+    UnknownTags
+      50000 (0xc350)  offset 99
+        value x\x1b
+  warning: Directory 0, tag 315: tag
+    "Artist" has field type \xe9,
+    expected 9223372036854775807
+    (expectedTagDataFormat)
+)");
+}
+
 }  // namespace
