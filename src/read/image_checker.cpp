@@ -25,7 +25,7 @@ TagFilter withCheckedTags(const TagFilter& filter) {
 }
 
 void ImageChecker::directoryBegins(const DirectoryFacts& directory) {
-    open.push_back({begun++, {}});
+    open.emplace_back().number = begun++;
     next.directoryBegins(directory);
 }
 

@@ -49,8 +49,8 @@ public:
 
 private:
     struct OpenDirectory {
-        std::size_t number;  ///< among those that have begun
-        ImageFields fields;
+        std::size_t number = 0;  ///< among those that have begun
+        ImageFields fields{};
     };
     struct CheckedDirectory {
         std::size_t number;

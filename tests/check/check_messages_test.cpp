@@ -10,6 +10,7 @@
 
 #include "check/findings.h"
 #include "ifdsweep/messages.h"
+#include "support/whole_file.h"
 
 namespace {
 
@@ -49,6 +50,18 @@ TEST(CheckMessages, TextsAreSentencesWithoutAFinalStop) {
         ASSERT_FALSE(row.text.empty()) << row.id;
         EXPECT_NE(row.text.back(), '.') << row.id;
         EXPECT_EQ(row.explanation.substr(row.explanation.size() - 1), ".") << row.id;
+    }
+}
+
+TEST(CheckMessages, EachIsARowOfTheTableOfFormats) {
+    const std::string page = fixture::readFile("docs/formats.md");
+    std::size_t last = 0;
+    for (const ifdsweep::MessageTextRow& row : checkTexts()) {
+        const std::string start = "\n| `" + std::string(ifdsweep::shortMessageId(row.id)) + "` | ";
+        const std::size_t place = page.find(start);
+        ASSERT_NE(place, std::string::npos) << row.id;
+        EXPECT_GT(place, last) << row.id << " is out of order";
+        last = place;
     }
 }
 
