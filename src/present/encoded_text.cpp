@@ -9,6 +9,7 @@
 #include "text/hidden_characters.h"
 #include "text/natural_text.h"
 #include "text/terminal_text.h"
+#include "text/text_list.h"
 
 namespace ifdsweep {
 namespace {
@@ -109,6 +110,12 @@ bool looksLikeText(std::u16string_view bytes) {
     });
 }
 
+/// Whether bytes are text and nothing else, from the first to the NULs at the end.
+bool isTextAlone(std::u16string_view bytes) {
+    bytes = withoutEndingNuls(bytes);
+    return !bytes.empty() && !holdsSeveralTexts(bytes) && looksLikeText(bytes) && isUtf8(bytes);
+}
+
 void appendBytes(Output& output, std::u16string_view bytes, const TextLimits& limits) {
     appendTerminalTexts(output, bytes, TextOrigin::tag, limits);
 }
@@ -123,22 +130,33 @@ bool presentCodedText(Output& output, const PresentedField& field, const Present
     constexpr std::size_t kCodeSize = 8;
     constexpr std::u16string_view kAscii{u"ASCII\0\0\0", kCodeSize};
     constexpr std::u16string_view kUnicode{u"UNICODE\0", kCodeSize};
+    constexpr std::u16string_view kJis{u"JIS\0\0\0\0\0", kCodeSize};
     constexpr std::u16string_view kUndefined{u"\0\0\0\0\0\0\0\0", kCodeSize};
     const auto bytes = bytesOf(field.value);
-    if (!bytes || bytes->size() < kCodeSize) {
+    if (!bytes) {
         return false;
     }
-    const auto code = std::u16string_view(*bytes).substr(0, kCodeSize);
-    const auto text = std::u16string_view(*bytes).substr(kCodeSize);
+    const std::u16string_view all(*bytes);
+    const std::u16string_view code = all.substr(0, kCodeSize);
+    const std::u16string_view text = all.substr(code.size());
+    if (code == kUnicode) {
+        const auto units = utf16Text(text);
+        if (units) {
+            appendUnits(output, *units, field.limits);
+        }
+        return units.has_value();
+    }
     if (code == kAscii || (code == kUndefined && looksLikeText(text))) {
         appendBytes(output, text, field.limits);
         return true;
     }
-    const auto units = code == kUnicode ? utf16Text(text) : std::nullopt;
-    if (units) {
-        appendUnits(output, *units, field.limits);
+    // Some writers leave the code out.
+    const bool isWithoutCode =
+        code != kJis && field.value.kind() == ValueKind::Double && isTextAlone(all);
+    if (isWithoutCode) {
+        appendBytes(output, all, field.limits);
     }
-    return units.has_value();
+    return isWithoutCode;
 }
 
 bool presentUtf16Text(Output& output, const PresentedField& field, const PresenterParameter&) {
