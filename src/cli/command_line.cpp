@@ -286,6 +286,7 @@ void addOutputOptions(OptionBinder& bind, OutputChoice& output, std::optional<Ta
     bind.flag("--compact", [lay] { lay(JsonLayout::compact); });
     bind.flag("--pretty", [lay] { lay(JsonLayout::pretty); });
     bind.word("--color", run.colour);
+    bind.flag("--no-pager", run.pager, false);
 }
 
 void addMessageOptions(OptionBinder& bind, RunOptions& options) {

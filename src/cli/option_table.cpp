@@ -87,6 +87,7 @@ constexpr std::array kOptions{
     OptionRow{"--compact", "", "json: without line ends", kOutput, ValueCompletion::none},
     OptionRow{"--pretty", "", "json: indented", kOutput, ValueCompletion::none},
     OptionRow{"--color", "WHEN", "text: auto: colours on a terminal (default; not if\nNO_COLOR is set or TERM is dumb), always: in pipes and\nfiles too, never", kOutput, ValueCompletion::words, kColourWords},
+    OptionRow{"--no-pager", "", "text: on a terminal, do not show it through a pager\n(IFDSWEEP_PAGER, else PAGER, else less)", kOutput, ValueCompletion::none},
 
     OptionRow{"--warnings", "DETAIL", "each: every warning (default), count: how many of each\nkind, none", kMessages, ValueCompletion::words, kDetailWords},
     OptionRow{"--ignore", "ID", "leave out warnings of this id, short or full;\nrepeatable", kMessages, ValueCompletion::message, kNoWords, kRepeatable},

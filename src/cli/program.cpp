@@ -18,6 +18,7 @@
 
 #include "cli/command_help.h"
 #include "cli/command_line.h"
+#include "cli/pager.h"
 #include "cli/read_limits.h"
 #include "cli/run_description.h"
 #include "io/descriptor.h"
@@ -209,6 +210,21 @@ int printText(const std::string& text) {
     return kAllRead;
 }
 
+/// Whether the standard input is typed on the terminal, whose keys a pager takes.
+bool readsKeys(const InputChoice& input) {
+    const bool readsInput =
+        input.listFile == kStandardInput ||
+        std::find(input.paths.begin(), input.paths.end(), kStandardInput) != input.paths.end();
+    return readsInput && ::isatty(STDIN_FILENO) == 1;
+}
+
+/// Whether a run's output is for reading in a pager. A journal is kept once, and so is the work.
+bool isForPager(const RunOptions& options) {
+    return options.run.pager && options.output.format == Format::text &&
+           options.run.outputFile.empty() && options.run.journal.empty() &&
+           !readsKeys(options.input) && hasTerminalForPager();
+}
+
 int runCommand(int argumentCount, const char* const* arguments) {
     CommandLine commandLine = parseCommandLine(argumentCount, arguments, helpColumns());
     switch (commandLine.action) {
@@ -216,6 +232,12 @@ int runCommand(int argumentCount, const char* const* arguments) {
             printError({commandLine.text, "; run ifdsweep --help for help"});
             return kWrongUsage;
         case CommandLine::Action::print:
+            if (commandLine.options.run.pager && hasTerminalForPager() &&
+                !fitsTerminal(commandLine.text)) {
+                if (const auto ended = splitForPager()) {
+                    return *ended;
+                }
+            }
             return printText(commandLine.text);
         case CommandLine::Action::read:
             break;
@@ -224,6 +246,12 @@ int runCommand(int argumentCount, const char* const* arguments) {
     options.output.toTerminal = options.run.outputFile.empty() && ::isatty(STDOUT_FILENO) == 1;
     if (options.output.toTerminal) {
         options.output.lineWidth = terminalColumns(STDOUT_FILENO).value_or(0);
+    }
+    // What is known of the terminal is known from here on: the standard output may be a pipe then.
+    if (isForPager(options)) {
+        if (const auto ended = splitForPager()) {
+            return *ended;
+        }
     }
     return runFiles(options);
 }

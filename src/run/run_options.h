@@ -22,6 +22,7 @@ struct RunChoice {
     bool strict = false;
     bool progress = true;
     bool summary = true;  ///< what became of the files is told at the end
+    bool pager = true;    ///< on a terminal, a long text goes through one
     ColourChoice colour = ColourChoice::automatic;
 };
 

@@ -11,6 +11,11 @@ namespace ifdsweep::manual {
 namespace {
 
 constexpr std::pair<std::string_view, std::string_view> kEnvironment[]{
+    {"IFDSWEEP_PAGER",
+     "The pager of the text format, of --help and of the lists, where the standard output is a "
+     "terminal: a command with its arguments. None when it is empty or cat."},
+    {"PAGER", "The same where IFDSWEEP_PAGER is not set; less when neither is."},
+    {"LESS", "Set to FRX for the pager when it is not set, and LV to -c."},
     {"NO_COLOR", "When set and not empty, the text format shows no colours."},
     {"TERM", "Colours appear on a terminal only, and not on a dumb one."},
     {"TMPDIR",
