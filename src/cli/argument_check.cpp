@@ -4,7 +4,6 @@
 #include <array>
 #include <cctype>
 #include <cstddef>
-#include <optional>
 #include <utility>
 
 #include "text/nearest_names.h"
@@ -40,6 +39,19 @@ const OptionRow* rowNamed(std::string_view name) {
     const std::span<const OptionRow> rows = optionTable();
     const auto row = std::find_if(rows.begin(), rows.end(), [name](const OptionRow& option) {
         return option.name == name || (!name.empty() && option.shortName == name);
+    });
+    return row == rows.end() ? nullptr : &*row;
+}
+
+std::string_view nameIn(std::string_view argument) {
+    return argument.substr(0, argument.find('='));
+}
+
+/// The option of this long name, whatever the case of its letters.
+const OptionRow* rowSpelt(std::string_view name) {
+    const std::span<const OptionRow> rows = optionTable();
+    const auto row = std::find_if(rows.begin(), rows.end(), [name](const OptionRow& option) {
+        return option.name.size() == name.size() && beginsWith(option.name, name);
     });
     return row == rows.end() ? nullptr : &*row;
 }
@@ -82,12 +94,19 @@ std::string nearestShort(char letter) {
     return nearest;
 }
 
-std::string missingValue(std::string_view option, const OptionRow& row) {
-    return std::string(option) + " needs a value: " + std::string(row.placeholder);
+/// @param place of the short option in its bundle, which may be a long one with a dash too few
+std::string unknownShort(std::string_view bundle, std::size_t place) {
+    const std::string option{'-', bundle[place]};
+    if (bundle.size() == 2) {
+        return unknownOption(option, nearestShort(bundle[place]));
+    }
+    const std::string nearest = place == 1 ? nearestOptions('-' + std::string(nameIn(bundle)))
+                                           : nearestShort(bundle[place]);
+    return unknownOption(option + " in " + std::string(bundle), nearest);
 }
 
-std::string_view nameIn(std::string_view argument) {
-    return argument.substr(0, argument.find('='));
+std::string missingValue(std::string_view option, const OptionRow& row) {
+    return std::string(option) + " needs a value: " + std::string(row.placeholder);
 }
 
 /// Goes through the arguments as the parser does: an option that takes a value takes the next
@@ -103,8 +122,7 @@ public:
             if (argument == "--") {
                 break;
             }
-            const std::string wrong = check(argument);
-            if (!wrong.empty()) {
+            if (std::string wrong = check(argument); !wrong.empty()) {
                 return wrong;
             }
         }
@@ -143,25 +161,24 @@ private:
         if (isNumber && rowNamed(argument.substr(0, 2)) == nullptr) {
             return "";  // a path
         }
+        const std::string longName = '-' + std::string(nameIn(argument));
         // -tags is no tag "ags", and -output is no file "utput".
-        const std::string withTwoDashes = '-' + std::string(nameIn(argument));
-        for (const OptionRow& row : optionTable()) {
-            if (row.name.size() == withTwoDashes.size() && beginsWith(row.name, withTwoDashes)) {
-                return unknownOption(nameIn(argument), row.name);
-            }
+        if (const OptionRow* const row = rowSpelt(longName); row != nullptr) {
+            return unknownOption(nameIn(argument), row->name);
         }
         for (std::size_t index = 1; index < argument.size(); ++index) {
             const std::string option{'-', argument[index]};
             const OptionRow* const row = rowNamed(option);
             if (row == nullptr) {
-                const std::string given =
-                    argument.size() == 2 ? option : option + " in " + std::string(argument);
-                return unknownOption(given, index == 1 && argument.size() > 2
-                                                ? nearestOptions(withTwoDashes)
-                                                : nearestShort(argument[index]));
+                return unknownShort(argument, index);
             }
             if (!row->placeholder.empty()) {
-                return index + 1 < argument.size() ? "" : takeValue(option, *row);
+                const std::string_view value = argument.substr(index + 1);
+                if (value.starts_with('=')) {
+                    return option + " takes its value without an equals sign, got " +
+                           std::string(argument);
+                }
+                return value.empty() ? takeValue(option, *row) : "";
             }
         }
         return "";

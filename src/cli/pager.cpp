@@ -158,6 +158,7 @@ std::optional<Child> startPager(const std::string& command, int input, const sig
                                 int& error) {
     std::vector<std::string> words = commandWords(command);
     std::vector<char*> arguments;
+    arguments.reserve(words.size() + 1);
     for (std::string& word : words) {
         arguments.push_back(word.data());
     }

@@ -278,6 +278,8 @@ TEST(CommandLines, WhatIsNoOptionIsToldWithTheNearestOne) {
         {{"-V"}, "no option -V; nearest: -v (--version)"},
         {{"-x", "f"}, "no option -x"},
         {{"-qx", "f"}, "no option -x in -qx"},
+        {{"-qo=x", "f"}, "-o takes its value without an equals sign, got -qo=x"},
+        {{"--no-color", "f"}, "no option --no-color; nearest: --color"},
         {{"-q=1", "f"}, "no option -= in -q=1"},
         {{"f", "--bogus", "--color"}, "no option --bogus"},
         {{"--strict=maybe", "f"}, "--strict takes no value, got maybe"},

@@ -112,7 +112,8 @@ TEST(ManualPage, NamesTheEnvironment) {
     const std::string_view text = renderedManual().text;
     const std::size_t begin = text.find("ENVIRONMENT");
     const std::string_view section = text.substr(begin, text.find("FILES", begin) - begin);
-    for (const std::string_view name : {" IFDSWEEP_PAGER ", " PAGER ", " LESS ", " NO_COLOR ", " TERM ", " TMPDIR ", " TZ "}) {
+    for (const std::string_view name :
+         {" IFDSWEEP_PAGER ", " PAGER ", " LESS ", " NO_COLOR ", " TERM ", " TMPDIR ", " TZ "}) {
         EXPECT_NE(section.find(name), std::string_view::npos) << name << section;
     }
 }

@@ -105,15 +105,21 @@ class Terminal:
         return self.status
 
     def processes(self):
-        """Those of the terminal's session that are there, the first one among them."""
+        """Those of the terminal's session that run, the first one among them."""
         found = []
         for name in os.listdir("/proc"):
             try:
-                if name.isdigit() and os.getsid(int(name)) == self.process:
+                if name.isdigit() and os.getsid(int(name)) == self.process and not self._has_ended(name):
                     found.append(int(name))
-            except ProcessLookupError:
+            except (ProcessLookupError, FileNotFoundError):
                 pass
         return found
+
+    @staticmethod
+    def _has_ended(name):
+        """Whether nobody has waited for it yet, as where the first of all processes does not."""
+        with open(f"/proc/{name}/stat") as file:
+            return file.read().rpartition(")")[2].split()[0] in "ZX"
 
 
 def without_colours(text):
