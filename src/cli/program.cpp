@@ -33,6 +33,7 @@
 #include "run/journal.h"
 #include "run/run_assembly.h"
 #include "run/run_output.h"
+#include "run/slow_file_line.h"
 #include "text/error_stream.h"
 #include "walk/input_files.h"
 #include "walk/standard_input.h"
@@ -110,6 +111,7 @@ FileReport readOneFile(const RunOptions& options, const InputFile& file, Colour 
     task.setMemory([&choice = options.workers] { return workerLimits(choice, 1).memory; });
     std::optional<qxMessage> failure;
     {
+        const SlowFileLine line(options, file.path);
         const TimeLimit time(seconds, ending);
         const MemoryLimit memory(options.workers);
         failure = outOfMemory();

@@ -14,6 +14,7 @@
 #include "io/output.h"
 #include "io/run_failure.h"
 #include "io/sanitized.h"
+#include "run/slow_file_line.h"
 #include "workers/seconds.h"
 
 namespace ifdsweep {
@@ -35,6 +36,7 @@ extern "C" void endLate(int) {
     const LateEnding* const ending = lateEnding;
     std::string_view output = ending->output;
     std::string_view error = ending->error;
+    SlowFileLine::takeAway();
     if (writeBytes(STDOUT_FILENO, output) == EPIPE) {
         ::_exit(kOutputClosed);
     }

@@ -4,7 +4,7 @@
 // time, as a file among many may. They hold for the reading, before anything is printed.
 //
 // Ownership: one of each at a time in a process; what was there before comes back with their end.
-// Threads: the only one of the process.
+// Threads: the one that reads; another takes no signals.
 
 #include <ctime>
 #include <string>

@@ -22,7 +22,14 @@ volatile pid_t notingProcess = -1;
 std::array<char, PATH_MAX> pathToRemove{};
 volatile std::sig_atomic_t removesPath = 0;
 
+std::atomic<void (*)() noexcept> lastAct{nullptr};
+
+static_assert(decltype(lastAct)::is_always_lock_free);
+
 [[noreturn]] void endNow(int number) {
+    if (const auto act = lastAct.load()) {
+        act();
+    }
     if (removesPath != 0) {
         static_cast<void>(::unlink(pathToRemove.data()));
     }
@@ -104,6 +111,10 @@ void Interruption::removeAtEnd(const std::string& path) noexcept {
         std::atomic_signal_fence(std::memory_order_seq_cst);
         removesPath = 1;
     }
+}
+
+void Interruption::callAtEnd(void (*act)() noexcept) noexcept {
+    lastAct = act;
 }
 
 void Interruption::keep() noexcept {

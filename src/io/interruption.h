@@ -39,6 +39,10 @@ public:
     static void removeAtEnd(const std::string& path) noexcept;
     static void keep() noexcept;
 
+    /// Has a function called by the signal that ends the process at once; null for none. It may do
+    /// what a signal handler may.
+    static void callAtEnd(void (*act)() noexcept) noexcept;
+
 private:
     std::array<struct sigaction, kSignals.size()> before{};
 };

@@ -21,9 +21,6 @@ namespace {
 constexpr std::uint64_t kMostEntryBytes = std::uint64_t{32} << 20;
 constexpr std::uint64_t kMostPartBytes = std::uint64_t{32} << 20;
 
-// A file that takes longer is named while it is read.
-constexpr std::chrono::seconds kLong{2};
-
 constexpr std::uint64_t kMostCores = 256;
 
 /// How many workers there can be: each takes a descriptor, and the parts that wait in files, the
@@ -272,7 +269,7 @@ RunState BatchRun::state() const {
     RunState state;
     state.passed = assembly.tally().passed();
     state.failed = assembly.tally().failed();
-    if (const auto slow = pool.longestRead(kLong)) {
+    if (const auto slow = pool.longestRead(kSlowFile)) {
         state.slowFile = window[static_cast<std::size_t>(slow->number - firstNumber)].input.path;
         state.slowSince = std::chrono::duration_cast<std::chrono::seconds>(
             std::chrono::nanoseconds(steadyNanoseconds() - slow->began));

@@ -52,9 +52,6 @@ void countFiles(FileCount& count, const InputChoice& input) noexcept {
     }
 }
 
-constexpr std::chrono::seconds kSlow{2};
-constexpr std::size_t kUsualColumns = 80;
-
 std::string safeText(std::string_view bytes) {
     StringSink sink;
     Output output(sink);
@@ -96,6 +93,15 @@ std::string ending(const std::string& text, std::size_t columns) {
 
 }  // namespace
 
+std::size_t errorColumns() {
+    constexpr std::size_t kUsual = 80;
+    return terminalColumns(STDERR_FILENO).value_or(kUsual);
+}
+
+std::string shownPath(std::string_view path, std::size_t columns) {
+    return ending(safeText(path), columns);
+}
+
 Progress::Progress(const RunOptions& options)
     : isShown(options.run.progress && ::isatty(STDERR_FILENO) == 1) {
     if (isShown && canBeReadTwice(options.input.listFile)) {
@@ -136,8 +142,8 @@ void Progress::show(const RunState& state) {
         return;
     }
     const std::uint64_t total = count != nullptr ? count->total.load() : 0;
-    showProgressLine(text(state, now - begin, total > 0 ? std::optional(total) : std::nullopt,
-                          terminalColumns(STDERR_FILENO).value_or(kUsualColumns)));
+    showProgressLine(
+        text(state, now - begin, total > 0 ? std::optional(total) : std::nullopt, errorColumns()));
     lastShown = now;
     isVisible = true;
 }
@@ -164,11 +170,10 @@ std::string Progress::text(const RunState& state, std::chrono::duration<double> 
         text += ", " + std::to_string(std::lround(left)) + " s left";
     }
     text.resize(std::min(text.size(), columns));
-    if (!state.slowFile.empty() && state.slowSince >= kSlow) {
+    if (!state.slowFile.empty() && state.slowSince >= kSlowFile) {
         const std::string time = " takes " + std::to_string(state.slowSince.count()) + " s";
         const std::size_t others = text.size() + 2 + time.size();
-        const std::string name =
-            ending(safeText(state.slowFile), columns > others ? columns - others : 0);
+        const std::string name = shownPath(state.slowFile, columns > others ? columns - others : 0);
         if (!name.empty()) {
             text += "; " + name + time;
         }

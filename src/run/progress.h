@@ -15,11 +15,22 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <thread>
 
 #include "run/run_options.h"
 
 namespace ifdsweep {
+
+/// A file that takes as long is named while it is read.
+inline constexpr std::chrono::seconds kSlowFile{2};
+
+/// The columns of the terminal that the error stream is.
+[[nodiscard]] std::size_t errorColumns();
+
+/// A path, safe to show, or its end where it takes more than so many columns; empty when there is
+/// no room for something that says anything.
+[[nodiscard]] std::string shownPath(std::string_view path, std::size_t columns);
 
 /// How far a run is.
 struct RunState {

@@ -21,7 +21,7 @@ struct FileReport {
 
     Ending ending = Ending::read;
     std::uint64_t directories = 0;  ///< of the primary chain
-    std::string failure;            ///< the text and the short id of the error; escaped by who shows it
+    std::string failure;  ///< the text and the short id of the error; escaped by who shows it
     /// How often each kind of warning was given that is not ignored, by full id.
     std::vector<std::pair<std::string, std::uint64_t>> warnings;
     /// Whether the format shows anything of the file; what that is comes beside the report.

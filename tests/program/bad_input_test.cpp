@@ -311,6 +311,51 @@ TEST_F(Terminals, ProgressIsShownThereAndNowhereElse) {
     EXPECT_EQ(out.find('\r'), std::string::npos);
 }
 
+TEST_F(Terminals, AFileThatTakesLongIsNamed) {
+    // Alone it is read in the program's own process, which the limit and the signal end.
+    const std::pair<std::vector<std::string>, bool> rows[] = {
+        {{"slow.tif"}, false},
+        {{"slow.tif"}, true},
+        {{"--jobs", "1", "slow.tif"}, false},
+        {{"--jobs", "3", "slow.tif", "a.tif", "a.tif"}, true}};
+    for (const auto& [way, isInterrupted] : rows) {
+        Launch launch;
+        launch.arguments = unlimited({"--timeout", isInterrupted ? "60" : "4", "--format", "json"});
+        launch.arguments.insert(launch.arguments.end(), way.begin(), way.end());
+        launch.error = device;
+        Running program = start(launch);
+        std::string text;
+        ASSERT_TRUE(comesTrue([&] {
+            text += shown();
+            return text.find("slow.tif takes ") != std::string::npos;
+        })) << text;
+        EXPECT_EQ(text.find("slow.tif takes 0 s"), std::string::npos) << text;
+        EXPECT_EQ(text.find("slow.tif takes 1 s"), std::string::npos) << text;
+        if (isInterrupted) {
+            program.send(SIGINT);
+        }
+        EXPECT_EQ(program.wait(), isInterrupted ? 130 : 1);
+        text += shown();
+        // Nothing of the line is left, and the error stands in its place.
+        const std::string clear = "\r\x1b[K";
+        EXPECT_EQ(text.find(" takes ", text.rfind(clear)), std::string::npos) << text;
+        const std::string error = clear + "ifdsweep: slow.tif: not finished within 4 s";
+        EXPECT_EQ(text.find(error) == std::string::npos, isInterrupted) << text;
+    }
+}
+
+TEST_F(Terminals, ALineOfASlowFileIsNotShownWhereItIsNotWanted) {
+    Launch launch;
+    launch.arguments = unlimited({"--no-progress", "--timeout", "3", "slow.tif"});
+    launch.error = device;
+    EXPECT_EQ(run(launch).status, 1);
+    EXPECT_EQ(shown().find('\r'), shown().npos);
+    launch.arguments = unlimited({"--timeout", "3", "slow.tif"});
+    launch.error = folder / "error";
+    EXPECT_EQ(run(launch).error,
+              "ifdsweep: slow.tif: not finished within 3 s, the limit of --timeout (timeout)\n");
+}
+
 TEST_F(Terminals, WithoutProgressNoneIsShown) {
     Launch launch;
     launch.arguments =
