@@ -45,14 +45,19 @@ std::optional<Extremes> extremesOf(std::span<const Element> elements) {
     }
     const auto start = static_cast<std::size_t>(first - elements.begin());
     Extremes extremes{start, start, start == 0};
+    Element smallest = *first;
+    Element largest = *first;
     for (std::size_t index = start + 1; index < elements.size(); ++index) {
         const Element element = elements[index];
-        if (element < elements[extremes.smallest]) {
+        if (element < smallest) {
+            smallest = element;
             extremes.smallest = index;
-        } else if (element > elements[extremes.largest]) {
+        }
+        if (element > largest) {
+            largest = element;
             extremes.largest = index;
         }
-        extremes.areAll = extremes.areAll && isNumber(element);
+        extremes.areAll &= isNumber(element);
     }
     return extremes;
 }

@@ -55,7 +55,7 @@ protected:
         ifdsweep::WriteOptions settings;
         settings.rows = tableRows;
         settings.columns = columns;
-        const std::string lines = rendering::written(ifdsweep::Format::csv, outcomes, settings);
+        std::string lines = rendering::written(ifdsweep::Format::csv, outcomes, settings);
         if (!columns.empty()) {
             return lines;
         }
