@@ -81,6 +81,11 @@ OFFERED = [
 ]
 
 
+def is_offered(text, words):
+    after_prompt = without_colours(text).split(PROMPT, 1)[-1]
+    return all(word in after_prompt for word in words)
+
+
 class Completion(unittest.TestCase):
     def setUp(self):
         self.folder = tempfile.mkdtemp()
@@ -127,9 +132,7 @@ class Completion(unittest.TestCase):
     def test_what_may_be_meant_is_offered(self):
         for typed, expected in OFFERED:
             with self.subTest(typed=typed), self.complete(typed) as terminal:
-                offered = without_colours(terminal.text).split(PROMPT, 1)[-1]
-                for word in expected:
-                    self.assertIn(word, offered)
+                terminal.wait_until(lambda: is_offered(terminal.text, expected), f"{expected} are not offered")
 
 
 if __name__ == "__main__":

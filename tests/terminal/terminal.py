@@ -75,14 +75,18 @@ class Terminal:
         self.text = self._bytes.decode(errors="replace").replace("\r\n", "\n")
         return bool(piece)
 
+    def wait_until(self, is_true, complaint):
+        """Reads until something holds."""
+        end = time.monotonic() + PATIENCE
+        while not is_true():
+            if time.monotonic() > end:
+                raise AssertionError(f"{complaint}: {self.text!r}")
+            self._read(0.05)
+
     def wait_for(self, pattern):
         """Reads until the text has a match; the match."""
-        end = time.monotonic() + PATIENCE
-        while not (match := re.search(pattern, self.text)):
-            if time.monotonic() > end:
-                raise AssertionError(f"{pattern!r} does not come: {self.text!r}")
-            self._read(0.05)
-        return match
+        self.wait_until(lambda: re.search(pattern, self.text), f"{pattern!r} does not come")
+        return re.search(pattern, self.text)
 
     def settle(self):
         """Reads until nothing comes for a while."""
