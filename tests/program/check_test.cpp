@@ -42,17 +42,6 @@ protected:
         programfiles::write(in("cut.tif"), bytes);
     }
 
-    /// What a run gives, alone and through a worker.
-    [[nodiscard]] Ending bothWays(std::vector<std::string> arguments) const {
-        const Ending alone = run(arguments);
-        arguments.insert(arguments.begin(), {"--jobs", "1"});
-        const Ending throughWorker = run(arguments);
-        EXPECT_EQ(alone.out, throughWorker.out) << testing::PrintToString(arguments);
-        EXPECT_EQ(alone.error, throughWorker.error) << testing::PrintToString(arguments);
-        EXPECT_EQ(alone.status, throughWorker.status) << testing::PrintToString(arguments);
-        return alone;
-    }
-
     [[nodiscard]] json object(std::vector<std::string> arguments) const {
         arguments.insert(arguments.begin(), {"--format", "ndjson"});
         return json::parse(bothWays(arguments).out);

@@ -239,6 +239,16 @@ Ending ProgramRun::run(const std::vector<std::string>& arguments) const {
     return run(launch);
 }
 
+Ending ProgramRun::bothWays(std::vector<std::string> arguments) const {
+    const Ending alone = run(arguments);
+    arguments.insert(arguments.begin(), {"--jobs", "1"});
+    const Ending throughWorker = run(arguments);
+    EXPECT_EQ(alone.out, throughWorker.out) << testing::PrintToString(arguments);
+    EXPECT_EQ(alone.error, throughWorker.error) << testing::PrintToString(arguments);
+    EXPECT_EQ(alone.status, throughWorker.status) << testing::PrintToString(arguments);
+    return alone;
+}
+
 Ending ProgramRun::run(const std::vector<std::string>& arguments,
                        const fs::path& standardOutput) const {
     Launch launch;

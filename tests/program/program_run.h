@@ -104,6 +104,9 @@ protected:
     [[nodiscard]] Ending run(const Launch& launch) const;
     [[nodiscard]] Ending run(const std::vector<std::string>& arguments) const;
 
+    /// What a run of one file gives, alone and through a worker, which must be the same.
+    [[nodiscard]] Ending bothWays(std::vector<std::string> arguments) const;
+
     /// Runs the program with its output to a file of another kind.
     [[nodiscard]] Ending run(const std::vector<std::string>& arguments,
                              const std::filesystem::path& standardOutput) const;

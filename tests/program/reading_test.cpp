@@ -29,17 +29,6 @@ protected:
         std::filesystem::create_directory(in("raw"));
     }
 
-    /// What a run gives, alone and through a worker.
-    [[nodiscard]] Ending bothWays(std::vector<std::string> arguments) const {
-        const Ending alone = run(arguments);
-        arguments.insert(arguments.begin(), {"--jobs", "1"});
-        const Ending throughWorker = run(arguments);
-        EXPECT_EQ(alone.out, throughWorker.out) << testing::PrintToString(arguments);
-        EXPECT_EQ(alone.error, throughWorker.error) << testing::PrintToString(arguments);
-        EXPECT_EQ(alone.status, throughWorker.status) << testing::PrintToString(arguments);
-        return alone;
-    }
-
     /// The object of the one file that is read.
     [[nodiscard]] json object(std::vector<std::string> arguments) const {
         arguments.insert(arguments.begin(), {"--format", "ndjson"});
