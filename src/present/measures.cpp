@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <string>
 
 #include "present/coded_words.h"
+#include "text/count_text.h"
 #include "text/number_output.h"
 
 namespace ifdsweep {
@@ -73,13 +73,7 @@ bool presentFileSize(Output& output, const PresentedField& field, const Presente
     if (!size || *size < 0 || *size >= kExactIntegers || std::trunc(*size) != *size) {
         return false;
     }
-    const std::string digits = std::to_string(static_cast<std::uint64_t>(*size));
-    for (std::size_t index = 0; index < digits.size(); ++index) {
-        if (index > 0 && (digits.size() - index) % 3 == 0) {
-            output.append(',');
-        }
-        output.append(digits[index]);
-    }
+    output.append(groupedCount(static_cast<std::uint64_t>(*size)));
     output.append(*size == 1 ? " byte" : " bytes");
     return true;
 }

@@ -196,6 +196,7 @@ void TextWriter::appendUnknownTags(const Value& tags, DirectoryKind kind, std::s
     };
     for (std::size_t element = 0; element < tags.elementCount(); ++element) {
         indent(depth);
+        std::string_view name;
         const Value* id = member(element, "ID");
         appendTextValue(output, id, TextOrigin::tag, limits);
         if (id != nullptr && !id->doubles().empty() && id->doubles()[0] >= 0 &&
@@ -205,7 +206,8 @@ void TextWriter::appendUnknownTags(const Value& tags, DirectoryKind kind, std::s
             char* text = output.reserve(kNumberRoom);
             output.commit(std::to_chars(text, text + kNumberRoom, number, 16).ptr);
             output.append(')');
-            if (const std::string_view name = publicTagName(kind, number); !name.empty()) {
+            name = publicTagName(kind, number);
+            if (!name.empty()) {
                 output.append("  ");
                 appendStyled(Style::name, name);
             }
@@ -215,7 +217,10 @@ void TextWriter::appendUnknownTags(const Value& tags, DirectoryKind kind, std::s
         output.append("  ");
         beginValue();
         output.append("value ");
-        appendTextValue(output, member(element, "Value"), TextOrigin::tag, limits);
+        const Value* value = member(element, "Value");
+        if (value == nullptr || !appendPresented(output, name, *value, tags, element, limits)) {
+            appendTextValue(output, value, TextOrigin::tag, limits);
+        }
         output.append('\n');
     }
 }

@@ -491,11 +491,33 @@ TEST_F(Writers, TextNamesPublicTagsInTheirKindOfDirectory) {
     EXPECT_EQ(
         linesOf(ifdsweep::Colour::off),
         (std::vector<std::string>{
-            "31 (0x1f)  offset 9  value 7", "31 (0x1f)  GPSHPositioningError  offset 9  value 7",
+            "31 (0x1f)  offset 9  value 7", "31 (0x1f)  GPSHPositioningError  offset 9  value 7 m",
             "42032 (0xa430)  offset 9  value 7", "42036 (0xa434)  LensModel  offset 9  value 7",
             "42034 (0xa432)  offset 9  value 7", "40093 (0x9c9d)  XPAuthor  offset 9  value 7"}));
     EXPECT_EQ(linesOf(ifdsweep::Colour::on)[1],
-              "31 (0x1f)  \x1b[36mGPSHPositioningError\x1b[0m  offset 9  value 7");
+              "31 (0x1f)  \x1b[36mGPSHPositioningError\x1b[0m  offset 9  value 7 m");
+}
+
+TEST_F(Writers, TextPresentsPublicTagsAsItDoesFields) {
+    auto tags = rendering::records(3, {"ID", "Offset", "Value"});
+    setField(tags, 0, "ID", number(42034));
+    setField(tags, 0, "Value", rendering::numbers(1, 4, {24, 70, 2.8, 2.8}));
+    setField(tags, 1, "ID", number(40091));
+    setField(tags, 1, "Value", rendering::numbers(1, 4, {'H', 0, 'i', 0}));
+    setField(tags, 2, "ID", number(40092));
+    setField(tags, 2, "Value", rendering::numbers(1, 3, {'H', 0, 'i'}));
+    ifdsweep::Outcome outcome;
+    outcome.file = "a.tif";
+    outcome.result = rendering::records(1, {"UnknownTags"});
+    setField(outcome.result, 0, "UnknownTags", std::move(tags));
+    EXPECT_EQ(written(ifdsweep::Format::text, outcome), R"(a.tif
+
+  Directory 0
+    UnknownTags
+      42034 (0xa432)  LensSpecification  offset (empty)  value 24-70 mm f/2.8
+      40091 (0x9c9b)  XPTitle  offset (empty)  value Hi
+      40092 (0x9c9c)  XPComment  offset (empty)  value 72 0 105
+)");
 }
 
 TEST_F(Writers, TextIsColouredOnlyOnDemand) {
