@@ -4,8 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "text/count_text.h"
 #include "text/hidden_characters.h"
-#include "text/number_text.h"
 #include "text/text_list.h"
 
 namespace ifdsweep {
@@ -97,9 +97,9 @@ bool isBlank(std::u16string_view units) {
 }
 
 void appendLength(Output& output, std::size_t units) {
-    output.append(" ... (");
-    output.commit(formatInteger(output.reserve(kNumberRoom), static_cast<std::int64_t>(units)));
-    output.append(" characters)");
+    output.append(" \u2026 ");
+    output.append(groupedCount(units));
+    output.append(" characters");
 }
 
 void appendShort(Output& output, std::u16string_view units, TextForm form, std::size_t limit) {

@@ -451,7 +451,7 @@ TEST_F(Presenters, ShowWhatElseAReceiverTells) {
 
 TEST_F(Presenters, ShowEncodedTexts) {
     const std::u16string coded{u"ASCII\0\0\0Hello", 13};
-    const std::string longComment = std::string(256, 'x').append(" ... (300 characters)");
+    const std::string longComment = std::string(256, 'x').append(" … 300 characters");
     check({
         {"UserComment", kAscii + bytesOf("Hello"), "Hello"},
         {"UserComment", kAscii + bytesOf({"Hello\0\0\0", 8}), "Hello"},

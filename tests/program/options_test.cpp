@@ -425,11 +425,11 @@ TEST_F(Options, Shorten) {
         return run(arguments).out;
     };
     EXPECT_NE(text({}).find(" … 20 values, all 0\n"), std::string::npos);
-    EXPECT_NE(text({}).find(" ... (300 characters)\n"), std::string::npos);
+    EXPECT_NE(text({}).find(" … 300 characters\n"), std::string::npos);
     EXPECT_NE(text({"--shorten", "3"}).find("StripOffsets  0 0 0 … 20 values, all 0\n"),
               std::string::npos);
     EXPECT_NE(text({"--shorten", "3"})
-                  .find("Artist        " + std::string(48, 'x') + " ... (300 characters)\n"),
+                  .find("Artist        " + std::string(48, 'x') + " … 300 characters\n"),
               std::string::npos);
     for (const char* const most : {"20", "all", "18446744073709551615"}) {
         EXPECT_EQ(text({"--shorten", most}).find("..."), std::string::npos) << most;

@@ -334,9 +334,9 @@ TEST(TerminalText, BytesOfAFileNameShowAsBytes) {
 
 TEST(TerminalText, LongTextIsCutWithItsLength) {
     EXPECT_EQ(terminalNatural(u"abcdef", 6), "abcdef");
-    EXPECT_EQ(terminalNatural(u"abcdefg", 6), "abcdef ... (7 characters)");
+    EXPECT_EQ(terminalNatural(u"abcdefg", 6), "abcdef … 7 characters");
     // The part that is shown alone would be no UTF-8.
-    EXPECT_EQ(terminalNatural(signExtended("a\xC3\xBC"), 2), "a ... (3 characters)");
+    EXPECT_EQ(terminalNatural(signExtended("a\xC3\xBC"), 2), "a … 3 characters");
 }
 
 TEST(DisplayWidth, IsTwoForWideCharacters) {

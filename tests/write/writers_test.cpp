@@ -123,7 +123,7 @@ TEST_F(Writers, TextOfBlanksIsSeen) {
     EXPECT_EQ(shown(rendering::text({u"  \0", 3})), R"("  ")");
     EXPECT_EQ(shown(rendering::text(std::u16string(16, u' '))), '"' + std::string(16, ' ') + '"');
     EXPECT_EQ(shown(rendering::text(std::u16string(17, u' '))),
-              '"' + std::string(16, ' ') + "\" ... (17 characters)");
+              '"' + std::string(16, ' ') + "\" … 17 characters");
     EXPECT_EQ(shown(rendering::text(u" x ")), " x ");
     EXPECT_EQ(shown(rendering::text(u"\t")), R"(\t)");
 }
@@ -160,12 +160,12 @@ TEST_F(Writers, SeveralTextsAreAList) {
 
 TEST_F(Writers, AListOfTextsIsCutShort) {
     const auto three = rendering::text({u"abc\0def\0ghi", 11});
-    EXPECT_EQ(shown(three, {2, 100}), R"("abc", "def" ... (11 characters))");
+    EXPECT_EQ(shown(three, {2, 100}), R"("abc", "def" … 11 characters)");
     EXPECT_EQ(shown(three, {3, 100}), R"("abc", "def", "ghi")");
     EXPECT_EQ(shown(three, {3, 9}), R"("abc", "def", "ghi")");
-    EXPECT_EQ(shown(three, {3, 5}), R"("abc", "de" ... (11 characters))");
+    EXPECT_EQ(shown(three, {3, 5}), R"("abc", "de" … 11 characters)");
     EXPECT_EQ(shown(rendering::text(std::u16string(40, u'\0') + u'x'), {2, 100}),
-              R"("", "" ... (41 characters))");
+              R"("", "" … 41 characters)");
 }
 
 TEST_F(Writers, ADocumentInBytesIsOneText) {
@@ -249,7 +249,7 @@ TEST_F(Writers, LongValuesAreCutWithTheirSize) {
     EXPECT_EQ(shown(rendering::numbers(1, 4, {1, 2, 3, 4}), limits), "1 2 3 … 4 values, 1 to 4");
     EXPECT_EQ(shown(rendering::numbers(2, 2, {1, 2, 3, 4}), limits), "1 3; 2 … 2x2 values, 1 to 4");
     EXPECT_EQ(shown(rendering::bytes({1, 2, 3, 4}), limits), "1 2 3 … 4 bytes, 1 to 4");
-    EXPECT_EQ(shown(rendering::text(u"abcde"), limits), "abcd ... (5 characters)");
+    EXPECT_EQ(shown(rendering::text(u"abcde"), limits), "abcd … 5 characters");
 }
 
 TEST_F(Writers, MoreThanOneBuffer) {
