@@ -85,12 +85,12 @@ ifdsweep::ValueHandle valueOf(ifdsweep::Host& host, FuzzInput& input) {
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static const std::vector<std::string_view> fields = ifdsweep::presentedFields();
+    static const std::vector<std::string_view> kFields = ifdsweep::presentedFields();
     ifdsweep::Host host;
     {
         const ifdsweep::Host::Scope scope(host);
         FuzzInput input(std::span(data, size));
-        const std::string_view field = fields[input.byte() % fields.size()];
+        const std::string_view field = kFields[input.byte() % kFields.size()];
         ifdsweep::TextLimits limits;
         limits.elements = input.below(20);
         limits.characters = input.byte();
