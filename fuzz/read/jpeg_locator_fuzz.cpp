@@ -4,10 +4,10 @@
 #include <algorithm>
 #include <array>
 
+#include "check/jpeg_segments.h"
 #include "files/file_bytes.h"
 #include "fuzz_input.h"
 #include "fuzz_target.h"
-#include "check/jpeg_segments.h"
 #include "read/jpeg_locator.h"
 
 namespace {

@@ -211,7 +211,7 @@ TEST(CommandLines, WrongUsageIsToldWithTheOption) {
         {{"--rows", "file", "--nested", "--format", "csv", "f"},
          "--rows file and nested exclude each other"},
         {{"--nested", "--rows", "directory", "--format", "csv", "f"},
-         "--rows directory and nested exclude each other"},
+         "--rows nested and directory exclude each other"},
         // Columns that nothing could fill.
         {{"--format", "csv", "--tags", "Make,SubIFDs", "f"},
          "--tags: SubIFDs holds directories, which have no cell: name their fields, or use "

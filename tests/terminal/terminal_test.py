@@ -19,6 +19,7 @@ WIDTHS = (40, 80, 200)
 # What lies within the columns of the terminal, with the most columns that it takes.
 WITHIN_THE_TERMINAL = [
     (["--help"], 100),
+    (["rgb_strips.tif", "exif.jpg", "big_pages.tif", "damaged.tif"], 200),
 ]
 
 
@@ -83,7 +84,7 @@ class Widths(OnATerminal):
             self.assertIn("\x1b[1mrgb_strips.tif\x1b[0m\n", text)
             plain = without_colours(text)
             for field in ("Width", "Make", "DateTime"):
-                self.assertRegex(plain, rf"(?m)^ +{field} ")
+                self.assertRegex(plain, rf"(?m)^ +{field}[ \r\n]")
 
     def test_an_error_is_one_line(self):
         rows = [(2, "--formt", "ifdsweep: no option --formt; nearest: --format"),

@@ -148,7 +148,7 @@ TEST_F(Folding, TellsInWhichOrderTheModelsReturn) {
 TEST_F(Folding, OfManyModelsNamesWhereTheyAre) {
     std::vector<double> widths;
     for (int round = 0; round < 2; ++round) {
-        for (double width = 0; width < 10; ++width) {
+        for (int width = 0; width < 10; ++width) {
             widths.push_back(width);
             widths.push_back(0);
         }
@@ -156,11 +156,11 @@ TEST_F(Folding, OfManyModelsNamesWhereTheyAre) {
     EXPECT_NE(headings(shown(chainOf(widths))).find("each as one of 0 to 18 but for Offset\n"),
               std::string::npos);
     widths.clear();
-    for (double width = 0; width < 10; ++width) {
+    for (int width = 0; width < 10; ++width) {
         widths.push_back(width);
         widths.push_back(width);
     }
-    for (double width = 0; width < 10; ++width) {
+    for (int width = 0; width < 10; ++width) {
         widths.push_back(width);
     }
     EXPECT_NE(headings(shown(chainOf(widths)))
