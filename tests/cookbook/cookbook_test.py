@@ -66,7 +66,7 @@ def run(command, folder, program):
 
 def check_sections(page, wanted):
     """Ends the test unless the page has that many sections, each with a command."""
-    sections = re.split(r"^## ", page, flags=re.MULTILINE)[1:]
+    sections = re.split(r"^### ", page, flags=re.MULTILINE)[1:]
     bare = [section.splitlines()[0] for section in sections if not BLOCK.search(section)]
     if len(sections) != wanted or bare:
         sys.exit(f"{len(sections)} sections, expected {wanted}; without a command: {bare}")
