@@ -55,7 +55,7 @@ struct WriteOptions {
     bool splitTexts = false;             ///< json, ndjson: several texts of a tag are an array
     bool allDirectories = false;         ///< text folds neither equal directories nor warnings
     std::size_t lineWidth = 0;           ///< of text, in columns; 0: lines are not broken
-    std::vector<std::string> columns{};  ///< of CSV; empty: all fields that occur
+    std::vector<std::string> columns{};  ///< of CSV; fields that text shows; empty: all
     TableRows rows = TableRows::directory;
     bool rawCells = false;     ///< CSV has text as it is, formulas and all
     bool forTerminal = false;  ///< JSON and raw CSV show hidden characters

@@ -21,7 +21,7 @@ bool hasTwice(const Value& records, std::string_view name) {
 /// Whether a directory of a JPEG file lacks a tag for certain. Of "Width", which is the name of the
 /// derived field too, it is certain only while no directory of the chain has the tag.
 bool lacksTag(const PresentedField& field, std::string_view tag) {
-    return isText(field.sibling("Format"), "jpg") &&
+    return isText(field.sibling(kFormatField), "jpg") &&
            (tag == kWidth ? !hasTwice(field.records, tag) : field.sibling(tag) == nullptr);
 }
 

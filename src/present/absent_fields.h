@@ -3,9 +3,14 @@
 // Absent fields: what the records of a JPEG file have in place of a size that only the JPEG stream
 // tells. Presenters (see presenter.h).
 
+#include <string_view>
+
 #include "present/presenter.h"
 
 namespace ifdsweep {
+
+/// The field that tells of which format the file is.
+inline constexpr std::string_view kFormatField = "Format";
 
 /// "not in this directory" for the zero of a JPEG's directory without the tag: that of the
 /// parameter's sibling, or of this field's own name where it names none.

@@ -141,7 +141,31 @@ static_assert(std::adjacent_find(kPresenters.begin(), kPresenters.end(),
                                      return a.field == b.field;
                                  }) == kPresenters.end());
 
+/// The row of a field; null where it has none.
+const PresenterRow* rowOf(std::string_view fieldName) {
+    const auto row = std::lower_bound(kPresenters.begin(), kPresenters.end(), fieldName,
+                                      [](const PresenterRow& presenter, std::string_view name) {
+                                          return presenter.field < name;
+                                      });
+    return row != kPresenters.end() && row->field == fieldName ? &*row : nullptr;
+}
+
 }  // namespace
+
+std::vector<std::string_view> companionFields(std::string_view fieldName) {
+    std::vector<std::string_view> companions;
+    const PresenterRow* const row = rowOf(fieldName);
+    if (row == nullptr || row->parameter.sibling.empty()) {
+        return companions;
+    }
+    if (row->parameter.sibling != fieldName) {
+        companions.push_back(row->parameter.sibling);
+    }
+    if (row->present == presentAbsentZero || row->present == presentAbsentColorType) {
+        companions.push_back(kFormatField);
+    }
+    return companions;
+}
 
 std::vector<std::string_view> presentedFields() {
     std::vector<std::string_view> names;
@@ -154,11 +178,8 @@ std::vector<std::string_view> presentedFields() {
 
 bool appendPresented(Output& output, std::string_view fieldName, const Value& value,
                      const Value& records, std::size_t element, const TextLimits& limits) {
-    const auto row = std::lower_bound(kPresenters.begin(), kPresenters.end(), fieldName,
-                                      [](const PresenterRow& presenter, std::string_view name) {
-                                          return presenter.field < name;
-                                      });
-    return row != kPresenters.end() && row->field == fieldName &&
+    const PresenterRow* const row = rowOf(fieldName);
+    return row != nullptr &&
            row->present(output, {value, records, element, limits}, row->parameter);
 }
 

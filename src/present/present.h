@@ -25,6 +25,10 @@ namespace ifdsweep {
                                    const Value& records, std::size_t element,
                                    const TextLimits& limits);
 
+/// The fields beside a field that its presenter asks: the unit of a number, the direction of an
+/// angle. Without them the value is shown as it is.
+[[nodiscard]] std::vector<std::string_view> companionFields(std::string_view fieldName);
+
 /// The fields that have a presenter, in the order of their names.
 [[nodiscard]] std::vector<std::string_view> presentedFields();
 

@@ -38,6 +38,7 @@ std::string failureText(const Outcome& outcome) {
 FileTask::FileTask(const TaskOptions& taskOptions, Output& output, Colour colour,
                    int standardInputFile)
     : options(taskOptions),
+      fields(neededFields(options.output)),
       standardInput(standardInputFile),
       writer(makeResultWriter(writeOptions(options.output, colour), output)) {}
 
@@ -73,7 +74,7 @@ FileReport FileTask::read(const InputFile& file) {
     ReadOptions asked = options.read;
     asked.imagesOnly = file.imagesOnly;
     if (!filter && !readsAll(options)) {
-        filter = tagFilter(options.output.fields);
+        filter = tagFilter(fields);
     }
     asked.filter = filter ? &*filter : nullptr;
     asked.sink = writer->listenerFor(file.path);
@@ -104,10 +105,10 @@ FileReport FileTask::finish() {
     if (outcome.result != nullptr && outcome.result->kind() == ValueKind::Struct) {
         report.directories = outcome.result->rows();
     }
-    if (outcome.result != nullptr && !options.output.fields.empty()) {
+    if (outcome.result != nullptr && !fields.empty()) {
         try {
             const Host::Scope scope(host);
-            outcome.result = selectFields(std::move(outcome.result), options.output.fields);
+            outcome.result = selectFields(std::move(outcome.result), fields);
         } catch (const std::bad_alloc&) {
             outcome.result.reset();
             outcome.error.emplace(outOfMemory());

@@ -54,6 +54,7 @@ private:
     [[nodiscard]] FileReport finish();
 
     const TaskOptions& options;
+    std::vector<ChosenField> fields;  ///< what is needed of each file; empty: all
     int standardInput;
     std::optional<TagFilter> filter;  ///< made for the first reading, lent to each
     Host host;

@@ -4,6 +4,7 @@
 #include <array>
 #include <charconv>
 #include <cstdint>
+#include <utility>
 
 #include "names/public_tags.h"
 #include "present/present.h"
@@ -23,10 +24,31 @@ TextWriter::TextWriter(Output& destination, const WriteOptions& options, LineWra
       wrapper(lineWrapper),
       colour(options.colour),
       limits{options.shownElements, options.shownCharacters, options.shownDigits},
+      asked(options.columns),
       foldsNothing(options.allDirectories),
       // Who names a field wants to see it.
       placement(options.columns.empty() ? Placement::ignored : Placement::counted),
       folding(placement) {}
+
+bool TextWriter::isAsked(std::string_view name) const {
+    return asked.empty() || isWhole || std::find(asked.begin(), asked.end(), name) != asked.end();
+}
+
+bool TextWriter::holdsAsked(const Value& nested) const {
+    bool found = asked.empty();
+    for (std::size_t element = 0; !found && element < nested.elementCount(); ++element) {
+        if (nested.kind() == ValueKind::Cell) {
+            const Value* const tree = nested.cell(element);
+            found = tree != nullptr && holdsAsked(*tree);
+        } else {
+            forEachField(nested, element, [&](std::string_view name, const Value& value) {
+                found =
+                    found || (isNested(value) ? isAsked(name) || holdsAsked(value) : isAsked(name));
+            });
+        }
+    }
+    return found;
+}
 
 bool TextWriter::shows(const Outcome& outcome) const {
     return outcome.result != nullptr || !outcome.warnings.empty() || !outcome.warningCounts.empty();
@@ -84,8 +106,9 @@ void WrappedTextWriter::writeFile(const Outcome& outcome) {
 }
 
 void TextWriter::appendFileFields(const Value& records) {
-    const auto isShown = [](std::string_view name) {
-        return isFileField(name) && name != kFileNameField;  // the heading is the name
+    const auto isShown = [this](std::string_view name) {
+        // The heading is the name.
+        return isFileField(name) && name != kFileNameField && isAsked(name);
     };
     std::size_t nameWidth = 0;
     forEachField(records, 0, [&](std::string_view name, const Value& value) {
@@ -141,8 +164,8 @@ void TextWriter::appendFolded(const ChainPart& part, const std::string& path) {
 
 void TextWriter::appendDirectory(const Value& records, std::size_t element, const std::string& path,
                                  std::size_t depth) {
-    const auto isPlain = [](std::string_view name, const Value& value) {
-        return !isFileField(name) && !isNested(value);
+    const auto isPlain = [this](std::string_view name, const Value& value) {
+        return !isFileField(name) && !isNested(value) && isAsked(name);
     };
     std::size_t nameWidth = 0;
     forEachField(records, element, [&](std::string_view name, const Value& value) {
@@ -157,7 +180,7 @@ void TextWriter::appendDirectory(const Value& records, std::size_t element, cons
     });
     // After the plain values, so that these stay one aligned block.
     forEachField(records, element, [&](std::string_view name, const Value& value) {
-        if (isNested(value)) {
+        if (isNested(value) && (isAsked(name) || holdsAsked(value))) {
             appendNested(name, value, path, depth);
         }
     });
@@ -171,9 +194,11 @@ void TextWriter::appendNested(std::string_view name, const Value& value, const s
     if (name == kUnknownTags) {
         appendUnknownTags(value, kindAtPath(path), depth + 1);
     } else {
+        const bool wasWhole = std::exchange(isWhole, isWhole || isAsked(name));
         forEachTree(name, value, path, [&](const Value& tree, const std::string& treePath) {
             appendRecords(tree, treePath, depth + 1);
         });
+        isWhole = wasWhole;
     }
 }
 

@@ -36,6 +36,11 @@ public:
 private:
     enum class Style : std::uint8_t { file, directory, name, warning };
 
+    /// Whether a field is among those that are asked for.
+    [[nodiscard]] bool isAsked(std::string_view name) const;
+    /// Whether nested directories have anything that is.
+    [[nodiscard]] bool holdsAsked(const Value& nested) const;
+
     void appendStyled(Style style, std::string_view text);
     void appendFileFields(const Value& records);
     void appendRecords(const Value& records, const std::string& path, std::size_t depth);
@@ -63,6 +68,8 @@ private:
     LineWrapper* wrapper;  ///< null: lines are as long as they are
     Colour colour;
     TextLimits limits;
+    std::vector<std::string> asked;  ///< fields; empty: all
+    bool isWhole = false;            ///< the directories at hand are asked for as a field
     bool foldsNothing;
     Placement placement;
     DirectoryFolding folding;  ///< of the file that is written

@@ -4,7 +4,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <optional>
+#include <string>
+#include <string_view>
 
+#include "present/present.h"
+#include "read/tag_choice.h"
 #include "text/number_text.h"
 
 namespace ifdsweep {
@@ -36,6 +41,18 @@ WriteOptions writeOptions(const OutputChoice& choice, Colour colour) {
             std::min(elements, kAll / kCharactersPerElement) * kCharactersPerElement;
     }
     return options;
+}
+
+std::vector<ChosenField> neededFields(const OutputChoice& choice) {
+    std::vector<ChosenField> fields = choice.fields;
+    if (choice.format == Format::text) {
+        for (const ChosenField& asked : choice.fields) {
+            for (const std::string_view companion : companionFields(asked.name)) {
+                addField(fields, {std::string(companion), std::nullopt});
+            }
+        }
+    }
+    return fields;
 }
 
 }  // namespace ifdsweep

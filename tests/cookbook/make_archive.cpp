@@ -50,7 +50,7 @@ Directory with(Directory directory, std::initializer_list<Entry> more) {
     return directory;
 }
 
-/// The image data of a file: behind its directories, which take less than a page.
+/// The image data of a file: behind its directories.
 class Pixels {
 public:
     /// Where the next image data of so many bytes begin.
@@ -60,7 +60,7 @@ public:
     }
     [[nodiscard]] std::uint64_t fileSize() const { return static_cast<std::uint64_t>(end); }
 
-    static constexpr std::int64_t kBegin = 4096;
+    static constexpr std::int64_t kBegin = 65536;
 
 private:
     std::int64_t end = kBegin + 4;  // behind the smallest JPEG stream, which all tiles share
@@ -194,6 +194,9 @@ File tiff(const char* path, const Pixels& pixels, ByteOrder byteOrder,
         builder.add(directory);
     }
     Bytes bytes = builder.build().bytes;
+    if (bytes.size() > Pixels::kBegin) {
+        throw std::logic_error(std::string(path) + " has no room for its directories");
+    }
     bytes.resize(Pixels::kBegin);
     bytes.insert(bytes.end(), {0xFF, 0xD8, 0xFF, 0xD9});
     return {path, std::move(bytes), pixels.fileSize()};
@@ -273,6 +276,20 @@ File series(const char* path) {
     return tiff(path, pixels, ByteOrder::little, directories, Layout::big);
 }
 
+/// A stack of many planes that differ in nothing but their place.
+File stack(const char* path) {
+    Pixels pixels;
+    std::vector<Directory> planes;
+    constexpr std::size_t kPlanes = 120;
+    while (planes.size() < kPlanes) {
+        const auto number = static_cast<std::int64_t>(planes.size());
+        planes.push_back(
+            with(image(pixels, {512, 512, 1, 8, kLzw}),
+                 {fixture::shorts(297, {number, kPlanes}), text(305, "SlideMaker 4.1")}));
+    }
+    return tiff(path, pixels, ByteOrder::little, planes);
+}
+
 File scene(const char* path, std::string_view name, double pixelSize, double east, double north) {
     Pixels pixels;
     return tiff(path, pixels, ByteOrder::big,
@@ -322,6 +339,7 @@ std::vector<File> files() {
     all.push_back(negative());
     all.push_back(slide());
     all.push_back(series("science/series.tif"));
+    all.push_back(stack("science/stack.tif"));
     all.push_back(scene("science/scene_b4.tif", "Band 4, red", 30, 399960, 5700000));
     all.push_back(scene("science/scene_b8.tif", "Band 8, panchromatic", 15, 399960, 5700000));
     for (File& file : incoming()) {

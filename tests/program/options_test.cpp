@@ -22,6 +22,10 @@
 namespace {
 
 using namespace programrun;
+using fixture::ByteOrder;
+using fixture::Directory;
+using fixture::Layout;
+using fixture::TiffBuilder;
 using nlohmann::json;
 
 class Options : public ProgramRun {
@@ -45,6 +49,45 @@ TEST_F(Options, DigitsOfText) {
     EXPECT_EQ(shown("2"), "1/60 s (0.017)\n\n  Directory 1\n");
     EXPECT_EQ(shown("17"), "1/60 s (0.016666666666666666)\n\n  Directory 1\n");
     EXPECT_EQ(shown("all"), shown("17"));
+}
+
+TEST_F(Options, TextShowsUnitsAndDirectionsOfFieldsThatNobodyAskedFor) {
+    const Directory gps{fixture::ascii(1, std::string_view("S\0", 2)),
+                        fixture::numbers(2, fixture::kRational, {51, 1, 30, 1, 36, 1})};
+    const Directory whole{fixture::numbers(282, fixture::kRational, {300, 1}),
+                          fixture::shorts(296, {3}),
+                          fixture::pointer(330, {{Directory{fixture::shorts(296, {2})}}}),
+                          fixture::pointer(34853, {{gps}})};
+    fixture::writeFile(in("units.tif"),
+                       TiffBuilder({Layout::classic, ByteOrder::little}).add(whole).build().bytes);
+    const auto shown = [&](std::vector<std::string> arguments) {
+        arguments.emplace_back("units.tif");
+        return run(arguments).out;
+    };
+    EXPECT_EQ(shown({"--tags", "GPSLatitude,XResolution"}), R"(units.tif
+
+  Directory 0
+    XResolution  300 per cm
+    GPSInfo
+      Directory 0/GPSInfo/0
+        GPSLatitude  51° 30' 36" S (-51.51)
+)");
+    EXPECT_EQ(shown({"--tags", "GPSLatitude", "--format", "ndjson"}),
+              R"({"file":"units.tif","initialOffset":0,"records":[{"GPSInfo":)"
+              R"([{"GPSLatitude":[51,30,36]}]}],"warnings":[],"error":null})"
+              "\n");
+    // What is asked for as a whole is shown whole.
+    EXPECT_NE(shown({"--tags", "GPSInfo"}).find("GPSLatitudeRef  S\n"), std::string::npos);
+    fixture::writeFile(in("units.jpg"), TiffBuilder({Layout::classic, ByteOrder::big})
+                                            .add(Directory{fixture::shorts(274, {1})})
+                                            .buildInJpeg()
+                                            .bytes);
+    EXPECT_EQ(run({"--tags", "Height,ColorType", "units.jpg"}).out, R"(units.jpg
+
+  Directory 0
+    Height     not in this directory
+    ColorType  not in this directory
+)");
 }
 
 TEST_F(Options, TagsInEveryFormat) {

@@ -160,7 +160,7 @@ std::string manualPage() {
     page.paragraph("There are no configuration files, and no file that is read is ever changed.");
     page.section("EXAMPLES");
     page.asItStands(kExamples);
-    page.paragraph("docs/cookbook.md in the documentation folder answers twenty questions.");
+    page.paragraph("docs/cookbook.md in the documentation folder answers thirty questions.");
     page.section("SEE ALSO");
     page.line(".BR jq (1),\n.BR tiffinfo (1)");
     return page.text;
