@@ -227,28 +227,36 @@ void awaitEnd(const AwaitedSignals& signals, Child& pager) {
     }
 }
 
-/// Waits until both have ended; the exit status of the work.
+/// Waits until both have ended; the exit status of the work. Where the work was told to end because
+/// the pager had, it is that of an output without a reader; where somebody else told both, that of
+/// the signal, whichever of them ended first.
 int awaitBoth(const AwaitedSignals& signals, Child& work, Child& pager) {
     bool isStopped = false;
+    int passedOn = 0;
     while (true) {
         const bool hasWorkEnded = work.hasEnded();
         const bool hasPagerEnded = pager.hasEnded();
         if (hasWorkEnded && hasPagerEnded) {
             break;
         }
+        const bool isWatched = hasPagerEnded && !isStopped && passedOn == 0;
         // Nobody looks any more: it need not go on until it has something to print. Asked again and
         // again, since what the pager left in the background may read for longer.
-        if (hasPagerEnded && !isStopped && !hasReader(work.process())) {
+        if (isWatched && !hasReader(work.process())) {
             isStopped = true;
             work.send(SIGTERM);
         }
-        const int signal = hasPagerEnded && !isStopped ? signals.nextSoon() : signals.next();
+        const int signal = isWatched && !isStopped ? signals.nextSoon() : signals.next();
         if (signal != SIGCHLD) {
+            passedOn = signal;
             work.send(signal);
             pager.send(signal);
         }
     }
     const int status = work.exitStatus();
+    if (passedOn != 0 && status == kOutputClosed) {
+        return kSignalBase + passedOn;
+    }
     return isStopped && status == kSignalBase + SIGTERM ? kOutputClosed : status;
 }
 

@@ -19,7 +19,7 @@ WIDTHS = (40, 80, 200)
 # What lies within the columns of the terminal, with the most columns that it takes.
 WITHIN_THE_TERMINAL = [
     (["--help"], 100),
-    (["rgb_strips.tif", "exif.jpg", "big_pages.tif", "damaged.tif"], 200),
+    (["-q", "rgb_strips.tif", "exif.jpg", "big_pages.tif", "damaged.tif"], 200),
 ]
 
 
