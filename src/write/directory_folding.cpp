@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <iterator>
+#include <map>
 #include <span>
-#include <unordered_map>
 #include <utility>
 
 #include "read/directory_path.h"
@@ -104,7 +104,8 @@ std::vector<ChainPart> DirectoryFolding::partsOf(const Value& records) {
         return parts;
     }
     const std::vector<std::uint64_t>& hashes = equality.hashes(records);
-    std::unordered_map<std::uint64_t, std::size_t> shown;
+    // In order, since a file may choose its hashes: all of them could share a bucket of a table.
+    std::map<std::uint64_t, std::size_t> shown;
     std::vector<Folded> folded;  // those before the directory at hand
     for (std::size_t element = 0; element < records.elementCount(); ++element) {
         const auto [like, isNew] = shown.emplace(hashes[element], element);

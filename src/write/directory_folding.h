@@ -4,8 +4,8 @@
 // The first of each kind is shown whole; those after it that equal it are told of in a line for as
 // many as follow each other, such as "Directories 1 to 19,999: as 0 but for Offset, StripOffsets".
 //
-// The work is linear in the values of the chain: an earlier equal directory is found by its hash,
-// and compared with that one alone.
+// The work is linear in the values of the chain, but for a search of logarithmic time for each
+// directory: an earlier equal one is found by its hash, and compared with that one alone.
 //
 // Ownership: borrows the records of one file, as RecordEquality does. Threads: one at a time.
 
