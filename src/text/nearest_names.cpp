@@ -32,7 +32,9 @@ std::string nearestNames(std::string_view word, const std::vector<std::string_vi
     const std::size_t farthest = std::max<std::size_t>(2, word.size() / 3);
     std::vector<std::pair<std::size_t, std::string_view>> near;
     for (const std::string_view candidate : candidates) {
-        const std::size_t distance = editDistance(word, candidate);
+        const std::size_t least =
+            std::max(word.size(), candidate.size()) - std::min(word.size(), candidate.size());
+        const std::size_t distance = least > farthest ? least : editDistance(word, candidate);
         if (distance <= farthest) {
             near.emplace_back(distance, candidate);
         }
