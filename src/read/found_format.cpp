@@ -178,7 +178,9 @@ std::string foundFormat(std::string_view firstBytes) {
         return "";  // what is damaged is told better by the reading
     }
     if (firstBytes.find_first_not_of('\0') == firstBytes.npos) {
-        return "a file that begins with " + std::to_string(firstBytes.size()) + " zeros";
+        return firstBytes.size() == 1
+                   ? "a file of one zero byte"
+                   : "a file that begins with " + std::to_string(firstBytes.size()) + " zeros";
     }
     return "a file that begins with the bytes " + hexadecimal(firstBytes.substr(0, kShown));
 }

@@ -134,7 +134,7 @@ const Case kCases[]{
     {"<html>", "an HTML text"},
     {"<HTML>", "an HTML text"},
     {std::string(4096, '\0'), "a file that begins with 4096 zeros"},
-    {std::string(1, '\0'), "a file that begins with 1 zeros"},
+    {std::string(1, '\0'), "a file of one zero byte"},
     {"\x0C\x1F\x80zzzzzz", "a file that begins with the bytes 0c 1f 80 7a 7a 7a 7a 7a"},
     {"Dear\x1b[31m", "a file that begins with the bytes 44 65 61 72 1b 5b 33 31"},
     {"Gr\xFC\xDF"
