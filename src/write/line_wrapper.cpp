@@ -122,7 +122,9 @@ void LineWrapper::take(std::string_view unit, std::size_t columns) {
             goOnBelow();
         }
         for (std::string_view rest = begun; !rest.empty();) {
-            const auto [size, unitColumns] = unitAt(rest);
+            const Unit next = unitAt(rest);
+            // Nothing more of a unit comes behind what was taken whole.
+            const auto [size, unitColumns] = next.size > 0 ? next : Unit{1, 1};
             spill(rest.substr(0, size), unitColumns);
             rest.remove_prefix(size);
         }

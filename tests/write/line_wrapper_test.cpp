@@ -181,4 +181,14 @@ TEST(LineWrapping, LosesNothingAtAnyWidth) {
     }
 }
 
+TEST(LineWrapping, EndsWithWhatNoWriterMakes) {
+    // Bytes that begin no character and no control sequence, in a word that no line has room for.
+    for (const char* const start : {"\xff", "\x1b", "\xe6\xbc"}) {
+        const std::string word = start + std::string(40, 'w');
+        for (const std::size_t columns : {1U, 7U, 15U, 40U}) {
+            EXPECT_EQ(inkOf(wrapped(columns, {{"", word}})), word) << columns;
+        }
+    }
+}
+
 }  // namespace
