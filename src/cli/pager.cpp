@@ -287,7 +287,7 @@ bool fitsTerminal(std::string_view text) {
     return rows <= size.ws_row;
 }
 
-std::optional<int> splitForPager() {
+std::optional<int> splitForPager(WorkAgain workAgain) {
     const std::string command = pagerCommand();
     std::array<int, 2> ends{-1, -1};
     if (command.find_first_not_of(" \t") == std::string::npos ||
@@ -322,6 +322,9 @@ std::optional<int> splitForPager() {
     const int status = awaitBoth(signals, work, *pager);
     if (isNoCommand(pager->exitStatus())) {
         printError({"cannot run the pager ", command});
+        if (workAgain == WorkAgain::forbidden) {
+            return kOutputClosed;
+        }
         return std::nullopt;  // nothing was shown: once more, without it
     }
     return status;

@@ -8,6 +8,7 @@
 // Ownership: no process outlives the first one but by the user's wish (a pager in the background).
 // Threads: the only one of the process.
 
+#include <cstdint>
 #include <optional>
 #include <string_view>
 
@@ -20,10 +21,16 @@ namespace ifdsweep {
 /// Whether a text needs no pager, since the terminal shows all of it at once.
 [[nodiscard]] bool fitsTerminal(std::string_view text);
 
+/// Whether work whose output nobody was shown can be done again. What came through the standard
+/// input is gone then.
+enum class WorkAgain : std::uint8_t { forbidden, allowed };
+
 /// Starts the pager that IFDSWEEP_PAGER or PAGER names, else less; none where the name is empty or
 /// cat. Returns in the process that goes on: nothing, with or without a pager between it and the
 /// terminal. The first process waits for the pager and for the other one, whose exit status is
 /// then returned in it; it passes SIGTERM and SIGHUP on to both, and leaves an interrupt to them.
-[[nodiscard]] std::optional<int> splitForPager();
+/// Where a shell does not find the pager, the work is done again without it, or ends as one whose
+/// output is closed.
+[[nodiscard]] std::optional<int> splitForPager(WorkAgain workAgain);
 
 }  // namespace ifdsweep

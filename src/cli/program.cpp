@@ -212,12 +212,14 @@ int printText(const std::string& text) {
     return kAllRead;
 }
 
+bool readsStandardInput(const InputChoice& input) {
+    return input.listFile == kStandardInput ||
+           std::find(input.paths.begin(), input.paths.end(), kStandardInput) != input.paths.end();
+}
+
 /// Whether the standard input is typed on the terminal, whose keys a pager takes.
 bool readsKeys(const InputChoice& input) {
-    const bool readsInput =
-        input.listFile == kStandardInput ||
-        std::find(input.paths.begin(), input.paths.end(), kStandardInput) != input.paths.end();
-    return readsInput && ::isatty(STDIN_FILENO) == 1;
+    return readsStandardInput(input) && ::isatty(STDIN_FILENO) == 1;
 }
 
 /// Whether a run's output is for reading in a pager. A journal is kept once, and so is the work.
@@ -236,7 +238,7 @@ int runCommand(int argumentCount, const char* const* arguments) {
         case CommandLine::Action::print:
             if (commandLine.options.run.pager && hasTerminalForPager() &&
                 !fitsTerminal(commandLine.text)) {
-                if (const auto ended = splitForPager()) {
+                if (const auto ended = splitForPager(WorkAgain::allowed)) {
                     return *ended;
                 }
             }
@@ -251,7 +253,8 @@ int runCommand(int argumentCount, const char* const* arguments) {
     }
     // What is known of the terminal is known from here on: the standard output may be a pipe then.
     if (isForPager(options)) {
-        if (const auto ended = splitForPager()) {
+        const bool isOnce = readsStandardInput(options.input);
+        if (const auto ended = splitForPager(isOnce ? WorkAgain::forbidden : WorkAgain::allowed)) {
             return *ended;
         }
     }

@@ -227,6 +227,16 @@ class Pager(OnATerminal):
         text = self.run_program("rgb_strips.tif", PATH="/nonexistent")
         self.assertTrue(without_colours(text).startswith("rgb_strips.tif\n"), text)
 
+    def test_that_no_shell_finds_does_not_pass_off_spent_input_as_none(self):
+        for arguments in ("-", "--files-from -"):
+            command = f"echo rgb_strips.tif | '{PROGRAM}' {arguments}"
+            with Terminal(["/bin/sh", "-c", command], folder=self.folder,
+                          PAGER="/none/such | cat 'x'; exit 127") as terminal:
+                self.assertEqual(terminal.wait(), 141, terminal.text)
+                self.assertIn("ifdsweep: cannot run the pager /none/such | ", terminal.text)
+                self.assertNotIn("0 files read", terminal.text)
+                self.assertNotIn("an empty file", terminal.text)
+
     def test_that_quits_at_once_ends_the_work_quietly(self):
         self.assertEqual(self.run_program(self.many(200), PAGER="true", status=141), "")
 
