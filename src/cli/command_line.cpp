@@ -122,7 +122,7 @@ public:
             const std::string_view none = optionRow(name).words.front().word;
             value(name, std::string(kByteCountForm) + " or " + std::string(none),
                   [&target, none](const std::string& text) {
-                      target = text == none ? kUnlimited : parseCount(text);
+                      target = text == none ? kUnlimited : parseByteCount(text);
                       return target.has_value();
                   });
         }
@@ -315,7 +315,7 @@ void addRunOptions(OptionBinder& bind, WorkerChoice& workers, RunChoice& run) {
     });
     bind.value("--memory", std::string(kByteCountForm) + " above 0",
                [&workers](const std::string& text) {
-                   workers.memory = parseCount(text);
+                   workers.memory = parseByteCount(text);
                    return workers.memory && *workers.memory > 0;
                });
     bind.text("--resume", run.journal);

@@ -499,6 +499,15 @@ TEST(CommandLines, APatternLeavesOutWhatHasNoCell) {
               (Names{"GPSInfo", "GPSImgDirectionRef", "GPSImgDirection"}));
 }
 
+TEST(CommandLines, SizesHaveUnits) {
+    const auto line = parse({"--memory", "512M", "--max-value", "64K", "--read-budget", "1.5GiB",
+                             "--value-budget", "100MB", "f"});
+    EXPECT_EQ(line.options.workers.memory, std::uint64_t{512} << 20);
+    EXPECT_EQ(line.options.read.longestValue, std::uint64_t{64} << 10);
+    EXPECT_EQ(line.options.read.readBudget, std::uint64_t{3} << 29);
+    EXPECT_EQ(line.options.read.valueBudget, std::uint64_t{100'000'000});
+}
+
 TEST(CommandLines, Run) {
     const ifdsweep::RunChoice none = parse({"f"}).options.run;
     const ifdsweep::WorkerChoice workers = parse({"f"}).options.workers;
