@@ -1,6 +1,7 @@
 #include "names/known_names.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <span>
 
 #include "ifdsweep/entry_sink.h"
@@ -18,10 +19,27 @@ std::span<const PublicTag> publicTagsBeside(std::string_view dictionary) {
                                  : std::span<const PublicTag>();
 }
 
-/// Adds the names of one dictionary, with the public tags at their places among them.
+/// Adds the other names to the names of one dictionary.
+void addOtherNames(std::span<KnownName> ofDictionary) {
+    for (const OtherNames& source : otherNames()) {
+        for (const OtherName& row : source.rows) {
+            const auto named = std::lower_bound(
+                ofDictionary.begin(), ofDictionary.end(), row.number,
+                [](const KnownName& each, std::uint16_t wanted) { return each.number < wanted; });
+            if (named != ofDictionary.end() && named->number == row.number &&
+                named->name == row.field) {
+                named->others.push_back(row.name);
+            }
+        }
+    }
+}
+
+/// Adds the tags of one dictionary with all their names, the public tags at their places among
+/// them.
 void addDictionary(std::vector<KnownName>& known, std::span<const TagListing> listings) {
     const std::string_view dictionary = listings.front().dictionary;
     std::span<const PublicTag> tags = publicTagsBeside(dictionary);
+    const std::size_t first = known.size();
     const auto addTag = [&] {
         known.push_back(
             {tags.front().number, tags.front().name, dictionary, NamedPlace::unknownTag, {}});
@@ -39,20 +57,7 @@ void addDictionary(std::vector<KnownName>& known, std::span<const TagListing> li
     while (!tags.empty()) {
         addTag();
     }
-}
-
-void addOtherNames(std::vector<KnownName>& known) {
-    for (const OtherNames& source : otherNames()) {
-        for (const OtherName& row : source.rows) {
-            const auto named =
-                std::find_if(known.begin(), known.end(), [&row](const KnownName& each) {
-                    return each.number == row.number && each.name == row.field;
-                });
-            if (named != known.end()) {
-                named->others.push_back(row.name);
-            }
-        }
-    }
+    addOtherNames(std::span(known).subspan(first));
 }
 
 }  // namespace
@@ -69,7 +74,6 @@ std::vector<KnownName> listKnownNames() {
         addDictionary(known, {first, last});
         first = last;
     }
-    addOtherNames(known);
     return known;
 }
 
