@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <utility>
 
+#include "text/letter_case.h"
 #include "text/nearest_names.h"
 
 namespace ifdsweep {
@@ -25,14 +26,8 @@ constexpr std::array<std::pair<std::string_view, std::string_view>, 10> kOtherNa
     {"--workers", "--jobs"},
 }};
 
-bool isSameLetter(char one, char other) {
-    return std::tolower(static_cast<unsigned char>(one)) ==
-           std::tolower(static_cast<unsigned char>(other));
-}
-
 bool beginsWith(std::string_view text, std::string_view beginning) {
-    return text.size() >= beginning.size() &&
-           std::equal(beginning.begin(), beginning.end(), text.begin(), isSameLetter);
+    return equalInAnyCase(text.substr(0, beginning.size()), beginning);
 }
 
 const OptionRow* rowNamed(std::string_view name) {
@@ -51,7 +46,7 @@ std::string_view nameIn(std::string_view argument) {
 const OptionRow* rowSpelt(std::string_view name) {
     const std::span<const OptionRow> rows = optionTable();
     const auto row = std::find_if(rows.begin(), rows.end(), [name](const OptionRow& option) {
-        return option.name.size() == name.size() && beginsWith(option.name, name);
+        return equalInAnyCase(option.name, name);
     });
     return row == rows.end() ? nullptr : &*row;
 }
@@ -87,7 +82,7 @@ std::string unknownOption(std::string_view given, std::string_view nearest) {
 std::string nearestShort(char letter) {
     std::string nearest;
     for (const OptionRow& row : optionTable()) {
-        if (!row.shortName.empty() && isSameLetter(row.shortName[1], letter)) {
+        if (!row.shortName.empty() && equalInAnyCase(row.shortName.substr(1), {&letter, 1})) {
             nearest.append(row.shortName).append(" (").append(row.name).append(")");
         }
     }

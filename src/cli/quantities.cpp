@@ -2,11 +2,12 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <cstddef>
 #include <cstdlib>
 #include <limits>
 #include <utility>
+
+#include "text/letter_case.h"
 
 namespace ifdsweep {
 namespace {
@@ -45,16 +46,15 @@ std::optional<Parts> partsOf(std::string_view text) {
     return isNumber ? std::optional(parts) : std::nullopt;
 }
 
-std::string lowerCase(std::string_view text) {
+std::string inLowerCase(std::string_view text) {
     std::string lower(text);
-    std::transform(lower.begin(), lower.end(), lower.begin(),
-                   [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
+    std::transform(lower.begin(), lower.end(), lower.begin(), lowerCase);
     return lower;
 }
 
 /// Bytes in a unit.
 std::optional<std::uint64_t> bytesIn(std::string_view unit) {
-    const std::string lower = lowerCase(unit);
+    const std::string lower = inLowerCase(unit);
     if (lower.empty() || lower == "b") {
         return 1;
     }
