@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <iterator>
-#include <span>
 #include <string_view>
 #include <utility>
 
@@ -12,6 +11,7 @@
 
 #include "cli/argument_check.h"
 #include "cli/command_help.h"
+#include "cli/option_binder.h"
 #include "cli/option_table.h"
 #include "cli/quantities.h"
 #include "cli/table_choice.h"
@@ -23,174 +23,6 @@
 
 namespace ifdsweep {
 namespace {
-
-constexpr std::string_view kHelpOption = "--help";
-
-/// The names of an option as the parser takes them.
-std::string namesOf(const OptionRow& row) {
-    std::string names(row.shortName);
-    return names.append(names.empty() ? "" : ",").append(row.name);
-}
-
-/// "each, count or none" of the words of an option.
-std::string listOf(std::span<const OptionWord> words) {
-    std::string list;
-    for (std::size_t index = 0; index < words.size(); ++index) {
-        const bool isLast = index + 1 == words.size();
-        list.append(index == 0 ? "" : isLast ? " or " : ", ").append(words[index].word);
-    }
-    return list;
-}
-
-/// Stores the value whose word is given; the words stand in the order of the enumeration.
-template <class Value>
-auto storeWord(Value& target, std::span<const OptionWord> words) {
-    return [&target, words](const std::string& text) {
-        const auto found = std::find_if(words.begin(), words.end(), [&text](const OptionWord& row) {
-            return row.word == text;
-        });
-        if (found != words.end()) {
-            target = static_cast<Value>(found - words.begin());
-        }
-        return found != words.end();
-    };
-}
-
-/// Whether the parser would take an argument such as "[a,b]" for a list of names. Leading line
-/// feeds are those of `shield`, so that a name which has some of its own is told apart.
-bool looksLikeList(std::string_view argument) {
-    const std::size_t start = argument.find_first_not_of('\n');
-    return start != std::string_view::npos && argument[start] == '[' && argument.ends_with(']');
-}
-
-std::string unshielded(const std::string& argument) {
-    return argument.starts_with('\n') && looksLikeList(argument) ? argument.substr(1) : argument;
-}
-
-/// What a pattern is to choose.
-enum class GlobUse : std::uint8_t { files, filesAndFolders };
-
-/// Adds options to the parser with the help of their rows. Most runs name one or two of them: an
-/// option that the arguments do not begin to name is left out, unless the help shows them all.
-class OptionBinder {
-public:
-    OptionBinder(CLI::App& parsedCommand, std::span<const std::string> arguments)
-        : command(parsedCommand) {
-        std::copy_if(arguments.begin(), arguments.end(), std::back_inserter(dashed),
-                     [](std::string_view argument) { return argument.starts_with('-'); });
-        const OptionRow& help = optionRow(kHelpOption);
-        showsAll = mentions(help.shortName) || mentions(help.name);
-    }
-
-    /// Whether the help may be asked for.
-    [[nodiscard]] bool mayShowHelp() const { return showsAll; }
-
-    /// An option whose value is stored by `store`, which says whether it took the text.
-    template <class Store>
-    void value(const std::string& name, const std::string& expected, Store store) {
-        if (!isNeeded(name)) {
-            return;
-        }
-        const OptionRow& row = optionRow(name);
-        CLI::Option* option = command.add_option_function<std::string>(
-            namesOf(row),
-            [&row, expected, store](const std::string& given) {
-                const std::string text = unshielded(given);
-                if (!store(text)) {
-                    throw CLI::ValidationError(
-                        std::string(row.name),
-                        "expected " + expected + ", got " + text + nearestWords(text, row.words));
-                }
-            },
-            helpText(row));
-        option->type_name(std::string(row.placeholder))->trigger_on_parse();
-        option->group(std::string(row.group));
-    }
-
-    /// An option whose values are the words of its row, in the order of the enumeration.
-    template <class Value>
-    void word(const std::string& name, Value& target) {
-        if (isNeeded(name)) {
-            const std::span<const OptionWord> words = optionRow(name).words;
-            value(name, listOf(words), storeWord(target, words));
-        }
-    }
-
-    /// An option whose value is a number of bytes, or the word of its row for no limit.
-    void limit(const std::string& name, std::optional<std::uint64_t>& target) {
-        if (isNeeded(name)) {
-            const std::string_view none = optionRow(name).words.front().word;
-            value(name, std::string(kByteCountForm) + " or " + std::string(none),
-                  [&target, none](const std::string& text) {
-                      target = text == none ? kUnlimited : parseByteCount(text);
-                      return target.has_value();
-                  });
-        }
-    }
-
-    /// An option with a text that is stored as it is.
-    void text(const std::string& name, std::string& target) {
-        value(name, "a text", [&target](const std::string& given) {
-            target = given;
-            return !given.empty();
-        });
-    }
-
-    void glob(const std::string& name, std::vector<Glob>& targets, LetterCase letters,
-              GlobUse use) {
-        value(name, "a pattern", [name, &targets, letters, use](const std::string& text) {
-            try {
-                targets.emplace_back(text, letters);
-            } catch (const BadGlob& wrong) {
-                throw CLI::ValidationError(name + ' ' + text + ": " + wrong.what());
-            }
-            if (targets.back().isForFolders() && use == GlobUse::files) {
-                throw CLI::ValidationError(name + ' ' + text +
-                                           ": a slash at the end is for folders, and files are "
-                                           "included; what lies in folders NAME is **/NAME/**");
-            }
-            return true;
-        });
-    }
-
-    /// An option without a value.
-    template <class Act>
-    void flag(const std::string& name, Act act) {
-        if (!isNeeded(name)) {
-            return;
-        }
-        const OptionRow& row = optionRow(name);
-        CLI::Option* option = command.add_flag_callback(namesOf(row), act, helpText(row));
-        option->trigger_on_parse()->group(std::string(row.group));
-    }
-
-    template <class Target>
-    void flag(const std::string& name, Target& target, Target set) {
-        flag(name, [&target, set] { target = set; });
-    }
-
-private:
-    [[nodiscard]] bool mentions(std::string_view name) const {
-        return std::any_of(dashed.begin(), dashed.end(), [name](std::string_view argument) {
-            return argument.starts_with(name);
-        });
-    }
-    /// Short options may stand together behind one dash.
-    [[nodiscard]] bool mentionsShort(std::string_view shortName) const {
-        return !shortName.empty() &&
-               std::any_of(dashed.begin(), dashed.end(), [shortName](std::string_view argument) {
-                   return !argument.starts_with("--") &&
-                          argument.find(shortName[1]) != std::string_view::npos;
-               });
-    }
-    [[nodiscard]] bool isNeeded(std::string_view name) const {
-        return showsAll || mentions(name) || mentionsShort(optionRow(name).shortName);
-    }
-
-    CLI::App& command;
-    std::vector<std::string_view> dashed;  ///< the arguments that may be options
-    bool showsAll = false;
-};
 
 template <class Target>
 auto storeNumber(Target& target) {
@@ -255,15 +87,7 @@ void addOutputOptions(OptionBinder& bind, OutputChoice& output, std::optional<Ta
         }
         rows = asked;
     };
-    const std::span<const OptionWord> rowWords = optionRow("--rows").words;
-    bind.value("--rows", listOf(rowWords), [askForRows, rowWords](const std::string& text) {
-        TableRows asked{};
-        const bool isKnown = storeWord(asked, rowWords)(text);
-        if (isKnown) {
-            askForRows(asked);
-        }
-        return isKnown;
-    });
+    bind.wordFor<TableRows>("--rows", askForRows);
     bind.flag("--nested", [askForRows] { askForRows(TableRows::nested); });
     bind.flag("--raw-cells", output.rawCells, true);
     bind.value("--shorten", "a number from 1 on or all", [&output](const std::string& text) {
@@ -309,7 +133,7 @@ void addRunOptions(OptionBinder& bind, WorkerChoice& workers, RunChoice& run) {
         workers.jobs = parseCount(text);
         return workers.jobs && *workers.jobs >= 1 && *workers.jobs <= 1024;
     });
-    bind.value("--timeout", std::string(kSecondsForm), [&workers](const std::string& text) {
+    bind.value("--timeout", kSecondsForm, [&workers](const std::string& text) {
         workers.timeout = parseSeconds(text);
         return workers.timeout && *workers.timeout > 0;
     });
@@ -337,49 +161,39 @@ void addHelpOptions(OptionBinder& bind, std::optional<std::string>& text) {
 }
 
 /// What is wrong with options that are each right; empty when nothing is.
-std::string combinationComplaint(const RunOptions& options) {
+std::string_view combinationComplaint(const RunOptions& options) {
     const OutputChoice& output = options.output;
-    const InputChoice& input = options.input;
-    const bool readsStandardInput =
-        std::find(input.paths.begin(), input.paths.end(), "-") != input.paths.end();
-    if (input.paths.empty() && input.listFile.empty()) {
-        return "PATH or --files-from is required";
-    }
-    if (readsStandardInput && input.listFile == "-") {
-        return "the standard input is either the image - or the list of --files-from, not both";
-    }
-    if (readsStandardInput && !options.run.journal.empty()) {
-        return "--resume goes without the image -: whether it has changed cannot be told";
-    }
-    if (output.layout != JsonLayout::filePerLine && output.format != Format::json) {
-        return "--compact and --pretty go with --format json";
-    }
-    if (output.rawCells && output.format != Format::csv) {
-        return "--raw-cells goes with --format csv";
-    }
-    if (output.shorten && output.format != Format::text) {
-        return "--shorten goes with --format text";
-    }
-    if (output.allDirectories && output.format != Format::text) {
-        return "--all-directories goes with --format text";
-    }
-    if (output.digits && output.format != Format::text) {
-        return "--digits goes with --format text";
-    }
-    if (output.splitTexts && output.format != Format::json && output.format != Format::ndjson) {
-        return "--split-text goes with --format json and ndjson";
-    }
-    if (options.read.longestValue && options.read.reading == ReadingMode::contract) {
-        return "--max-value goes with --reading full: the contract's reading loads every value";
-    }
-    if (options.read.check && options.read.reading == ReadingMode::contract) {
-        return "--check goes with --reading full: the contract's reading checks no image data";
-    }
-    if (!options.run.journal.empty() && output.hasOpenColumns()) {
-        return "--resume with --format csv needs --tags: the columns must be known from the "
-               "start";
-    }
-    return "";
+    const std::vector<std::string>& paths = options.input.paths;
+    const bool hasImage = std::find(paths.begin(), paths.end(), "-") != paths.end();
+    const bool isText = output.format == Format::text;
+    const bool isJson = output.format == Format::json;
+    const bool isCsv = output.format == Format::csv;
+    const bool isFull = options.read.reading == ReadingMode::full;
+    const bool hasJournal = !options.run.journal.empty();
+    const std::pair<bool, std::string_view> rows[] = {
+        {paths.empty() && options.input.listFile.empty(), "PATH or --files-from is required"},
+        {hasImage && options.input.listFile == "-",
+         "the standard input is either the image - or the list of --files-from, not both"},
+        {hasImage && hasJournal,
+         "--resume goes without the image -: whether it has changed cannot be told"},
+        {output.layout != JsonLayout::filePerLine && !isJson,
+         "--compact and --pretty go with --format json"},
+        {output.rawCells && !isCsv, "--raw-cells goes with --format csv"},
+        {output.shorten && !isText, "--shorten goes with --format text"},
+        {output.allDirectories && !isText, "--all-directories goes with --format text"},
+        {output.digits && !isText, "--digits goes with --format text"},
+        {output.splitTexts && !isJson && output.format != Format::ndjson,
+         "--split-text goes with --format json and ndjson"},
+        {options.read.longestValue && !isFull,
+         "--max-value goes with --reading full: the contract's reading loads every value"},
+        {options.read.check && !isFull,
+         "--check goes with --reading full: the contract's reading checks no image data"},
+        {hasJournal && output.hasOpenColumns(),
+         "--resume with --format csv needs --tags: the columns must be known from the start"},
+    };
+    const auto* const wrong =
+        std::find_if(std::begin(rows), std::end(rows), [](const auto& row) { return row.first; });
+    return wrong == std::end(rows) ? std::string_view() : wrong->second;
 }
 
 /// The longest value that is loaded where none is given: the text format shows the beginning of
@@ -407,18 +221,6 @@ std::vector<std::string> argumentsOf(int argumentCount, const char* const* argum
         }
     }
     return words;
-}
-
-/// Arguments in the reversed order that the parser takes, each list-like one shielded by a line
-/// feed.
-std::vector<std::string> shield(std::vector<std::string> arguments) {
-    std::reverse(arguments.begin(), arguments.end());
-    for (std::string& argument : arguments) {
-        if (looksLikeList(argument)) {
-            argument.insert(0, 1, '\n');
-        }
-    }
-    return arguments;
 }
 
 }  // namespace
@@ -470,12 +272,12 @@ CommandLine parseCommandLine(int argumentCount, const char* const* arguments,
     addRunOptions(bind, result.options.workers, result.options.run);
     addHelpOptions(bind, information);
     const OptionRow& help = optionRow(kHelpOption);
-    command.set_help_flag(namesOf(help), helpText(help))->group(std::string(help.group));
+    command.set_help_flag(parserNames(help), helpText(help))->group(std::string(help.group));
     command.add_option("PATH", result.options.input.paths, "files and folders to read")
         ->type_name("")
         ->option_text("...");
     try {
-        command.parse(shield(words));
+        command.parse(shielded(words));
         auto& paths = result.options.input.paths;
         std::transform(paths.begin(), paths.end(), paths.begin(), unshielded);
         if (complaint.empty()) {
