@@ -27,7 +27,7 @@ public:
     }
 
     std::string make_option_name(const CLI::Option* option, bool isPositional) const override {
-        const std::string names = Formatter::make_option_name(option, isPositional);
+        std::string names = Formatter::make_option_name(option, isPositional);
         if (isPositional) {
             return names;
         }
