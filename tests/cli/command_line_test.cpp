@@ -538,7 +538,7 @@ TEST(CommandLines, InformationNeedsNoPath) {
 }
 
 TEST(CommandLines, HelpNamesEveryOption) {
-    for (const char* const option : {"-h", "--help"}) {
+    for (const char* const option : {"-h", "--help", "-rh"}) {
         const auto line = parse({option});
         ASSERT_EQ(line.action, Action::print);
         for (const ifdsweep::OptionRow& row : ifdsweep::optionTable()) {
