@@ -41,6 +41,13 @@ std::uint64_t descriptorLimit() {
 Descriptor makeTemporaryFile() {
     const char* folder = std::getenv("TMPDIR");
     const std::string place = folder != nullptr && *folder != '\0' ? folder : "/tmp";
+    // Without a name there is none to be left behind when the process is ended right here.
+    constexpr mode_t kOwnerAlone = 0600;
+    Descriptor nameless(::open(place.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, kOwnerAlone));
+    if (nameless.isOpen()) {
+        return nameless;
+    }
+    // Some file systems have no files without a name.
     std::string name = place + "/ifdsweep_XXXXXX";
     Descriptor file(::mkostemp(name.data(), O_CLOEXEC));
     if (!file.isOpen()) {
