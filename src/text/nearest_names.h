@@ -8,7 +8,8 @@
 
 namespace ifdsweep {
 
-/// The candidates most like a word, at most three, between commas; empty when none is near.
+/// The candidates most like a word, at most three, between commas: those that begin with it, and
+/// those that few edits make of it. Empty when none is near.
 [[nodiscard]] std::string nearestNames(std::string_view word,
                                        const std::vector<std::string_view>& candidates);
 

@@ -212,6 +212,7 @@ File document(const char* path, ByteOrder byteOrder,
               const std::vector<std::int64_t>& compressions) {
     Pixels pixels;
     std::vector<Directory> pages;
+    pages.reserve(compressions.size());
     for (const std::int64_t compression : compressions) {
         pages.push_back(page(pixels, static_cast<std::int64_t>(pages.size()),
                              static_cast<std::int64_t>(compressions.size()), compression));
@@ -330,6 +331,7 @@ std::vector<File> incoming() {
 
 std::vector<File> files() {
     std::vector<File> all;
+    all.reserve(kPhotos.size());
     for (const Photo& each : kPhotos) {
         all.push_back({each.file, photo(each)});
     }
