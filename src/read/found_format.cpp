@@ -26,7 +26,7 @@ struct FormatRow {
 
 constexpr Piece kNoOther{0, ""};
 
-// The more special a row, the earlier it stands. Sources: the specifications of the formats, and
+// The more special a row, the earlier it stands. Sources: what is published of the formats, and
 // the file types that IANA has registered (media types).
 // clang-format off
 constexpr std::array kFormats{

@@ -43,6 +43,10 @@ void printSummary(const RunOptions& options, const RunTally& tally, const RunOut
         return;
     }
     std::string text = tally.text();
+    if (tally.passed() == 0 && signal == 0) {
+        text += options.input.included.empty() ? "; there is no file in what was named"
+                                               : "; no file matches --include or --iglob";
+    }
     if (const auto changed = changedFiles(options.output.format, journal); changed > 0) {
         text +=
             "; changed: " + countText(changed, "file has rows", "files have rows") + " from before";

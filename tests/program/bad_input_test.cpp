@@ -155,7 +155,14 @@ TEST_F(BadInput, Lists) {
     fixture::writeFile(in("empty"), "");
     const Ending none = run({"--files-from", "empty"});
     EXPECT_EQ(none.status, 0);
-    EXPECT_EQ(none.error, "ifdsweep: 0 files read, 0 failed, 0 directories\n");
+    EXPECT_EQ(
+        none.error,
+        "ifdsweep: 0 files read, 0 failed, 0 directories; there is no file in what was named\n");
+    std::filesystem::create_directory(in("folder"));
+    fixture::writeFile(in("folder/a.tif"), "");
+    EXPECT_EQ(run({"--include", "*.tff", "folder"}).error,
+              "ifdsweep: 0 files read, 0 failed, 0 directories; no file matches --include or "
+              "--iglob\n");
 }
 
 TEST_F(BadInput, ListsFromTheStandardInput) {
