@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <ctime>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <fcntl.h>
@@ -139,7 +140,6 @@ public:
             ::kill(id, signal);
         }
     }
-    [[nodiscard]] pid_t process() const { return id; }
 
     /// Of one that has ended, as a shell tells it.
     [[nodiscard]] int exitStatus() const {
@@ -211,12 +211,10 @@ void joinPager(const Descriptor& output, pid_t first) {
     }
 }
 
-/// Whether anyone may still read what a process prints into a pipe.
-bool hasReader(pid_t process) {
-    const std::string path = "/proc/" + std::to_string(process) + "/fd/1";
-    const Descriptor pipe(::open(path.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC));
+/// Whether anyone may still read what is written to a pipe.
+bool hasReader(const Descriptor& pipe) {
     pollfd state{pipe.get(), 0, 0};
-    return !pipe.isOpen() || ::poll(&state, 1, 0) != 1 || (state.revents & POLLERR) == 0;
+    return ::poll(&state, 1, 0) != 1 || (state.revents & POLLERR) == 0;
 }
 
 void awaitEnd(const AwaitedSignals& signals, Child& pager) {
@@ -230,19 +228,23 @@ void awaitEnd(const AwaitedSignals& signals, Child& pager) {
 /// Waits until both have ended; the exit status of the work. Where the work was told to end because
 /// the pager had, it is that of an output without a reader; where somebody else told both, that of
 /// the signal, whichever of them ended first.
-int awaitBoth(const AwaitedSignals& signals, Child& work, Child& pager) {
+/// @param output what the work writes to, which is closed behind it: the pager then has it all
+int awaitBoth(const AwaitedSignals& signals, Child& work, Child& pager, Descriptor output) {
     bool isStopped = false;
     int passedOn = 0;
     while (true) {
         const bool hasWorkEnded = work.hasEnded();
         const bool hasPagerEnded = pager.hasEnded();
+        if (hasWorkEnded) {
+            output.reset();
+        }
         if (hasWorkEnded && hasPagerEnded) {
             break;
         }
-        const bool isWatched = hasPagerEnded && !isStopped && passedOn == 0;
+        const bool isWatched = hasPagerEnded && !hasWorkEnded && !isStopped && passedOn == 0;
         // Nobody looks any more: it need not go on until it has something to print. Asked again and
         // again, since what the pager left in the background may read for longer.
-        if (isWatched && !hasReader(work.process())) {
+        if (isWatched && !hasReader(output)) {
             isStopped = true;
             work.send(SIGTERM);
         }
@@ -313,13 +315,13 @@ std::optional<int> splitForPager(WorkAgain workAgain) {
     }
     const IgnoredKeys keys;
     input.reset();
-    output.reset();
     if (process < 0) {
+        output.reset();
         awaitEnd(signals, *pager);
         return std::nullopt;
     }
     Child work(process);
-    const int status = awaitBoth(signals, work, *pager);
+    const int status = awaitBoth(signals, work, *pager, std::move(output));
     if (isNoCommand(pager->exitStatus())) {
         printError({"cannot run the pager ", command});
         if (workAgain == WorkAgain::forbidden) {
