@@ -117,15 +117,8 @@ bool presentTimeOfDay(Output& output, const PresentedField& field, const Present
 
 bool presentReferredMeasure(Output& output, const PresentedField& field,
                             const PresenterParameter& reference) {
-    const auto number = finiteNumber(field.value);
-    const std::string_view unit = wordsOf(field.sibling(reference.sibling), reference.texts);
-    if (!number || unit.empty()) {
-        return false;
-    }
-    appendWhole(output, *number, field.limits);
-    output.append(' ');
-    output.append(unit);
-    return true;
+    return appendWithUnit(output, field, " ",
+                          wordsOf(field.sibling(reference.sibling), reference.texts));
 }
 
 bool presentDirection(Output& output, const PresentedField& field,

@@ -57,15 +57,7 @@ bool presentPositiveMeasure(Output& output, const PresentedField& field,
 
 bool presentResolution(Output& output, const PresentedField& field,
                        const PresenterParameter& units) {
-    const auto number = finiteNumber(field.value);
-    const std::string_view unit = unitOf(field.sibling(units.sibling), units);
-    if (!number || unit.empty()) {
-        return false;
-    }
-    appendWhole(output, *number, field.limits);
-    output.append(" per ");
-    output.append(unit);
-    return true;
+    return appendWithUnit(output, field, " per ", unitOf(field.sibling(units.sibling), units));
 }
 
 bool presentFileSize(Output& output, const PresentedField& field, const PresenterParameter&) {

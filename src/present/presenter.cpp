@@ -83,4 +83,16 @@ void appendPlaces(Output& output, double number, int places) {
     output.commit(end[-1] == '.' ? end - 1 : end);
 }
 
+bool appendWithUnit(Output& output, const PresentedField& field, std::string_view between,
+                    std::string_view unit) {
+    const auto number = finiteNumber(field.value);
+    if (!number || unit.empty()) {
+        return false;
+    }
+    appendWhole(output, *number, field.limits);
+    output.append(between);
+    output.append(unit);
+    return true;
+}
+
 }  // namespace ifdsweep

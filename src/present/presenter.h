@@ -83,4 +83,9 @@ void appendWordsBeside(Output& output, std::string_view words);
 /// the end.
 void appendPlaces(Output& output, double number, int places);
 
+/// Appends a number and a unit that another field tells, such as "300 per inch".
+/// @return false, with nothing appended, where there is no number or the unit is not known
+bool appendWithUnit(Output& output, const PresentedField& field, std::string_view between,
+                    std::string_view unit);
+
 }  // namespace ifdsweep

@@ -34,16 +34,18 @@ bool TextWriter::isAsked(std::string_view name) const {
     return asked.empty() || isWhole || std::find(asked.begin(), asked.end(), name) != asked.end();
 }
 
-bool TextWriter::holdsAsked(const Value& nested) const {
-    bool found = asked.empty();
-    for (std::size_t element = 0; !found && element < nested.elementCount(); ++element) {
-        if (nested.kind() == ValueKind::Cell) {
-            const Value* const tree = nested.cell(element);
-            found = tree != nullptr && holdsAsked(*tree);
+bool TextWriter::holdsAsked(std::string_view name, const Value& value) const {
+    bool found = isAsked(name);
+    if (found || !isNested(value)) {
+        return found;
+    }
+    for (std::size_t element = 0; !found && element < value.elementCount(); ++element) {
+        if (value.kind() == ValueKind::Cell) {
+            const Value* const tree = value.cell(element);
+            found = tree != nullptr && holdsAsked(name, *tree);
         } else {
-            forEachField(nested, element, [&](std::string_view name, const Value& value) {
-                found =
-                    found || (isNested(value) ? isAsked(name) || holdsAsked(value) : isAsked(name));
+            forEachField(value, element, [&](std::string_view inner, const Value& innerValue) {
+                found = found || holdsAsked(inner, innerValue);
             });
         }
     }
@@ -180,7 +182,7 @@ void TextWriter::appendDirectory(const Value& records, std::size_t element, cons
     });
     // After the plain values, so that these stay one aligned block.
     forEachField(records, element, [&](std::string_view name, const Value& value) {
-        if (isNested(value) && (isAsked(name) || holdsAsked(value))) {
+        if (isNested(value) && holdsAsked(name, value)) {
             appendNested(name, value, path, depth);
         }
     });

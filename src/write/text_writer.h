@@ -38,8 +38,8 @@ private:
 
     /// Whether a field is among those that are asked for.
     [[nodiscard]] bool isAsked(std::string_view name) const;
-    /// Whether nested directories have anything that is.
-    [[nodiscard]] bool holdsAsked(const Value& nested) const;
+    /// Whether a field is, or anything in the directories that it holds.
+    [[nodiscard]] bool holdsAsked(std::string_view name, const Value& value) const;
 
     void appendStyled(Style style, std::string_view text);
     void appendFileFields(const Value& records);

@@ -3,13 +3,13 @@
 #include "check/check_messages.h"
 
 #include <cstddef>
-#include <set>
 #include <string>
 
 #include <gtest/gtest.h>
 
 #include "check/findings.h"
 #include "ifdsweep/messages.h"
+#include "support/placeholders.h"
 #include "support/whole_file.h"
 
 namespace {
@@ -30,18 +30,8 @@ TEST(CheckMessages, EachHasATextInTheCataloguesOrder) {
 
 TEST(CheckMessages, EveryTextUsesEveryArgumentAndNoOther) {
     for (const ifdsweep::MessageTextRow& row : checkTexts()) {
-        std::set<char> used;
-        for (std::size_t brace = row.text.find('{'); brace != row.text.npos;
-             brace = row.text.find('{', brace + 1)) {
-            ASSERT_LT(brace + 2, row.text.size()) << row.id;
-            EXPECT_EQ(row.text[brace + 2], '}') << row.id;
-            used.insert(row.text[brace + 1]);
-        }
-        std::set<char> expected;
-        for (std::size_t number = 0; number < row.arguments.size(); ++number) {
-            expected.insert(static_cast<char>('1' + static_cast<int>(number)));
-        }
-        EXPECT_EQ(used, expected) << row.id;
+        EXPECT_EQ(fixture::placeholdersIn(row.text), fixture::placeholdersFor(row.arguments.size()))
+            << row.id;
     }
 }
 

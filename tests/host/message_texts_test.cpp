@@ -8,6 +8,7 @@
 #include <string>
 
 #include "adapter/messages.h"
+#include "support/placeholders.h"
 
 namespace {
 
@@ -67,21 +68,11 @@ const std::map<std::string_view, char> kFileNames{{"Velmora:pixlore:ifdsweep:bad
 
 TEST(MessageTexts, EveryTextUsesEveryArgumentButTheFilesNameAndNoOther) {
     for (const MessageTextRow& row : messageTexts()) {
-        std::set<char> used;
-        for (std::size_t brace = row.text.find('{'); brace != row.text.npos;
-             brace = row.text.find('{', brace + 1)) {
-            ASSERT_LT(brace + 2, row.text.size()) << row.id;
-            EXPECT_EQ(row.text[brace + 2], '}') << row.id;
-            used.insert(row.text[brace + 1]);
-        }
-        std::set<char> expected;
-        for (std::size_t number = 0; number < row.arguments.size(); ++number) {
-            expected.insert(static_cast<char>('1' + static_cast<int>(number)));
-        }
+        std::set<char> expected = fixture::placeholdersFor(row.arguments.size());
         if (const auto fileName = kFileNames.find(row.id); fileName != kFileNames.end()) {
             expected.erase(fileName->second);  // who shows the text has said which file it is
         }
-        EXPECT_EQ(used, expected) << row.id;
+        EXPECT_EQ(fixture::placeholdersIn(row.text), expected) << row.id;
     }
 }
 
