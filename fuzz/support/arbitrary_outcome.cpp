@@ -10,6 +10,7 @@
 
 #include "host/host_parts.h"
 #include "host/message_texts.h"
+#include "locate/locate_messages.h"
 #include "read/messages.h"
 
 namespace fuzz {

@@ -66,6 +66,13 @@ struct EntryFacts {
     std::string_view droppedBy;
 };
 
+/// A TIFF stream in a file of another format, whose walk begins.
+struct StreamFacts {
+    std::string_view container;  ///< such as "png"
+    std::string_view name;       ///< unique in its file, such as "Exif item 3"
+    bool isEmbedded;             ///< all positions are from the start of the stream, not of the file
+};
+
 /// Where in the file a warning arose.
 struct WarningFacts {
     const DirectoryFacts* directory;   ///< null before the first directory and after the last
@@ -83,6 +90,9 @@ public:
     /// Whether `entry` is to be called: a sink that only hears of directories and warnings costs
     /// next to nothing. Asked once, before the walk.
     [[nodiscard]] virtual bool hearsEntries() const noexcept { return true; }
+
+    /// Told once for each stream that was found in a container (read.h), before its directories.
+    virtual void streamBegins(const StreamFacts& /*stream*/) {}
 
     virtual void directoryBegins(const DirectoryFacts& directory) = 0;
 

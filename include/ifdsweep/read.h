@@ -16,13 +16,13 @@
 #include <string_view>
 #include <vector>
 
+#include "ifdsweep/entry_sink.h"
 #include "ifdsweep/host.h"
 #include "ifdsweep/qx.h"
 #include "ifdsweep/value.h"
 
 namespace ifdsweep {
 
-class EntrySink;
 class TagFilter;
 
 /// By which rules a file is read.
@@ -31,10 +31,18 @@ enum class ReadingMode : std::uint8_t {
     contract,  ///< what the entry point of the module gives, no more and no less
 };
 
+/// Which TIFF streams of a file are read that carries several.
+enum class StreamChoice : std::uint8_t {
+    first,  ///< the main one; a warning tells of others
+    all,
+};
+
 /// What is read of a file, and what reading it may take.
 struct ReadOptions {
-    /// Byte position of the TIFF stream. Absent: found, 0 or that of the Exif data of a JPEG.
+    /// Byte position of the TIFF stream. Absent: found, 0 or where the file's format has it.
     std::optional<double> offset{};
+    /// Of a full reading; that of the contract reads one.
+    StreamChoice streams = StreamChoice::first;
     double first = 0;  ///< directories of the primary chain to skip
     double max = 0;    ///< most directories of the primary chain to read; 0: all
     /// Budgets for the host (host.h); absent: those that it has.
@@ -74,6 +82,17 @@ struct WarningCount {
     std::uint64_t count = 0;
 };
 
+/// Where the TIFF stream of an outcome comes from.
+struct StreamOrigin {
+    /// What carries it, such as "png" or "jpeg" (docs/formats.md); empty where the file itself is
+    /// the stream, where its position was given, and in a reading by the contract.
+    std::string container;
+    std::string name;         ///< of the stream, unique in its file, such as "Exif item 3"
+    bool isEmbedded = false;  ///< it lies in several pieces or compressed: positions are its own
+    /// What the directories of its chain describe.
+    DirectoryKind kind = DirectoryKind::primary;
+};
+
 /// What came of one file: a result or an error, and in either case the warnings before it.
 struct Outcome {
     std::string file;          ///< as named by the caller, in system bytes
@@ -88,6 +107,10 @@ struct Outcome {
     /// What a file that has no TIFF header is by its first bytes, such as "a text file"; empty for
     /// every other.
     std::string found{};
+    StreamOrigin stream{};
+    /// What came of the further streams, in their order, if all are asked for: each as if it were
+    /// the file, without others of its own.
+    std::vector<Outcome> others{};
 };
 
 /// Reads a file in a scope of its own. Budgets of the options become the host's.

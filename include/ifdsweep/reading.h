@@ -94,6 +94,9 @@ struct Reading {
     /// `valuesNotLoaded` names it. What "Width", "Height", "BitDepth" and "ColorType" are made of,
     /// and pointers, are loaded in any case.
     std::uint64_t longestValue = kUnlimited;
+    /// What the directories of the primary chain describe, which decides by which dictionary their
+    /// tags are named. A chain that describes no images ends with its first directory.
+    DirectoryKind kind = DirectoryKind::primary;
 };
 
 /// Reads the directories of a TIFF stream as the entry point does.

@@ -164,7 +164,7 @@ DirectoryFindings checkDirectory(const ImageFields& fields, const StreamExtent& 
                                  DirectoryRole role, std::uint64_t position,
                                  std::size_t& probesLeft) {
     DirectoryCheck check(fields, extent, position);
-    if (role == DirectoryRole::jpegFile) {
+    if (role == DirectoryRole::wholeFile) {
         check.checkPointer(probesLeft);
     } else if (extent.kind == StreamKind::relative) {
         check.checkPlacesAlone(probesLeft);

@@ -23,8 +23,8 @@ struct DirectoryFindings {
 
 /// What a directory is about.
 enum class DirectoryRole : std::uint8_t {
-    image,     ///< an image that it leads to
-    jpegFile,  ///< the JPEG file around it, whose strips it has none of (Exif 2.32, 4.6.8)
+    image,      ///< an image that it leads to
+    wholeFile,  ///< the file around the stream, such as a JPEG file (Exif 2.32, 4.6.8)
 };
 
 /// Checks a directory by what was read of it.

@@ -18,9 +18,10 @@ namespace ifdsweep {
 
 /// What a file with directories is.
 enum class StreamKind : std::uint8_t {
-    tiff,      ///< TIFF 6.0 or BigTIFF
-    relative,  ///< keeps its image by rules of its own: RW2, ORF, JPEG XR, DCP
-    jpeg,      ///< JPEG, of which the stream is the Exif data
+    tiff,       ///< TIFF 6.0 or BigTIFF
+    relative,   ///< keeps its image by rules of its own: RW2, ORF, JPEG XR, DCP
+    jpeg,       ///< JPEG, of which the stream is the Exif data
+    container,  ///< another format around the stream
 };
 
 /// The file around a directory.

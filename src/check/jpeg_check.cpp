@@ -6,7 +6,8 @@
 #include <span>
 
 #include "check/exact.h"
-#include "check/jpeg_segments.h"
+#include "locate/byte_reader.h"
+#include "locate/jpeg_segments.h"
 
 namespace ifdsweep {
 namespace {
@@ -81,23 +82,23 @@ void lookAtImage(const JpegProbes& probes, const ByteSource& file, std::vector<F
 /// Whether an end of image stands behind the image data, among which segments may stand; nothing
 /// where they cannot be read.
 std::optional<bool> hasEnd(const ByteSource& file, std::uint64_t position) {
-    JpegWindow window(file);
-    while (const auto byte = window.byteAt(position)) {
+    ByteReader reader(file);
+    while (const auto byte = reader.byteAt(position)) {
         ++position;
         if (*byte != kJpegPrefix) {
             continue;
         }
-        const auto marker = window.byteAt(position);
+        const auto marker = reader.byteAt(position);
         if (marker == kJpegEndOfImage) {
             return true;
         }
         const bool isSegment =
             marker && *marker != kJpegStuffing && *marker != kJpegPrefix && !standsAlone(*marker);
         if (isSegment) {
-            position += 1 + window.lengthAt(position + 1).value_or(0);
+            position += 1 + jpegLengthAt(reader, position + 1).value_or(0);
         }
     }
-    return window.hasFailed() ? std::nullopt : std::optional(false);
+    return reader.hasFailed() ? std::nullopt : std::optional(false);
 }
 
 }  // namespace
@@ -169,12 +170,13 @@ void lookAt(const JpegProbes& probes, const ByteSource& file, std::vector<Findin
 }
 
 void checkJpegFile(const ByteSource& file, std::vector<Finding>& findings) {
-    JpegSegments segments(file);
+    ByteReader reader(file);
+    JpegSegments segments(reader);
     auto segment = segments.next();
     while (segment && !segment->isLast()) {
         segment = segments.next();
     }
-    if (segments.hasFailed()) {
+    if (reader.hasFailed()) {
         return;
     }
     if (!segment || segment->marker == kJpegEndOfImage) {

@@ -56,6 +56,7 @@ void addReadOptions(OptionBinder& bind, ReadOptions& read) {
     bind.value("--offset", "a number", storeNumber(read.offset));
     bind.value("--first", "a number", storeNumber(read.first));
     bind.value("--max", "a number", storeNumber(read.max));
+    bind.word("--streams", read.streams);
     bind.word("--reading", read.reading);
     bind.limit("--max-value", read.longestValue);
     bind.limit("--read-budget", read.readBudget);
@@ -186,6 +187,10 @@ std::string_view combinationComplaint(const RunOptions& options) {
          "--split-text goes with --format json and ndjson"},
         {options.read.longestValue && !isFull,
          "--max-value goes with --reading full: the contract's reading loads every value"},
+        {options.read.streams == StreamChoice::all && !isFull,
+         "--streams all goes with --reading full: the contract's reading reads one stream"},
+        {options.read.streams == StreamChoice::all && options.read.offset,
+         "--streams all and --offset exclude each other: there is one stream at a position"},
         {options.read.check && !isFull,
          "--check goes with --reading full: the contract's reading checks no image data"},
         {hasJournal && output.hasOpenColumns(),
@@ -235,6 +240,10 @@ std::string_view wordOf(TableRows rows) {
 
 std::string_view wordOf(WarningDetail detail) {
     return wordAt("--warnings", detail);
+}
+
+std::string_view wordOf(StreamChoice streams) {
+    return wordAt("--streams", streams);
 }
 
 std::string_view wordOf(ReadingMode reading) {

@@ -17,6 +17,7 @@ namespace ifdsweep {
 [[nodiscard]] std::string_view wordOf(Format format);
 [[nodiscard]] std::string_view wordOf(TableRows rows);
 [[nodiscard]] std::string_view wordOf(WarningDetail detail);
+[[nodiscard]] std::string_view wordOf(StreamChoice streams);
 [[nodiscard]] std::string_view wordOf(ReadingMode reading);
 
 /// What is to be done with a command line.

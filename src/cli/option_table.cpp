@@ -32,6 +32,8 @@ constexpr OptionWord kFormatWords[]{{"text", "for reading (default)"},
                                      "exact value"}};
 constexpr OptionWord kReadingWords[]{{"full", "all that the file holds (default)"},
                                      {"contract", "what the module gives; see the table below"}};
+constexpr OptionWord kStreamWords[]{{"first", "the main one; a warning tells of others (default)"},
+                                    {"all", "each, one after the other"}};
 constexpr OptionWord kRowsWords[]{{"directory", "a directory of the primary chain (default)"},
                                   {"file",
                                    "a file, with the first value that it or a nested\n"
@@ -43,6 +45,7 @@ constexpr OptionWord kColourWords[]{{"auto"}, {"always"}, {"never"}};
 // Words stand in the order of the enumerations that they are the words of.
 static_assert(std::size(kFormatWords) == static_cast<std::size_t>(Format::facts) + 1);
 static_assert(std::size(kReadingWords) == static_cast<std::size_t>(ReadingMode::contract) + 1);
+static_assert(std::size(kStreamWords) == static_cast<std::size_t>(StreamChoice::all) + 1);
 static_assert(std::size(kRowsWords) == static_cast<std::size_t>(TableRows::nested) + 1);
 static_assert(std::size(kDetailWords) == static_cast<std::size_t>(WarningDetail::none) + 1);
 static_assert(std::size(kColourWords) == static_cast<std::size_t>(ColourChoice::never) + 1);
@@ -59,12 +62,13 @@ constexpr std::array kOptions{
     OptionRow{"--include", "GLOB", "of the files found in folders, only those that match\n(see Patterns); repeatable", kInput, ValueCompletion::other, kNoWords, kRepeatable},
     OptionRow{"--iglob", "GLOB", "as --include, in upper or lower case; repeatable", kInput, ValueCompletion::other, kNoWords, kRepeatable},
     OptionRow{"--exclude", "GLOB", "leave out files and folders of folders that match;\nrepeatable", kInput, ValueCompletion::other, kNoWords, kRepeatable},
-    OptionRow{"--all", "", "try every file of a folder, not only those that begin\nas TIFF, BigTIFF, RW2, ORF, JPEG XR, DCP or JPEG", kInput, ValueCompletion::none},
+    OptionRow{"--all", "", "try every file of a folder, not only those that begin\nas TIFF, BigTIFF, RW2, ORF, JPEG XR, DCP, JPEG, PNG,\nWebP, HEIF, AVIF, JPEG XL, JPEG 2000, PSD, RAF or CR3", kInput, ValueCompletion::none},
     OptionRow{"--follow", "", "follow symbolic links to folders; no folder is walked\ntwice", kInput, ValueCompletion::none},
     OptionRow{"--files-from", "FILE", "read more paths from FILE, one per line; - is the\nstandard input", kInput, ValueCompletion::file},
     OptionRow{"--null", "", "the paths of --files-from and --failures end with NUL", kInput, ValueCompletion::none, kNoWords, !kRepeatable, "-0"},
 
-    OptionRow{"--offset", "N", "byte position of the TIFF stream in the file\n(default: 0; in a JPEG file, that of its Exif data)", kRead, ValueCompletion::other},
+    OptionRow{"--offset", "N", "byte position of the TIFF stream in the file\n(default: 0, or where the file's format has it)", kRead, ValueCompletion::other},
+    OptionRow{"--streams", "WHICH", "of the TIFF streams that a PNG, HEIF, JPEG or other such\nfile carries", kRead, ValueCompletion::words, kStreamWords},
     OptionRow{"--first", "N", "directories of the primary chain to skip (default: 0)", kRead, ValueCompletion::other},
     OptionRow{"--max", "N", "most directories of the primary chain to read\n(default: 0, no limit)", kRead, ValueCompletion::other},
     OptionRow{"--reading", "RULES", "", kRead, ValueCompletion::words, kReadingWords},

@@ -142,6 +142,7 @@ std::vector<std::string> describeRun(const RunOptions& options) {
                                      flagPhrase("--check", read.check),
                                      flagPhrase("--all", options.input.everyFile),
                                      valuePhrase("--offset", offsetText(read)),
+                                     "--streams " + std::string(wordOf(read.streams)),
                                      "--first " + numberText(read.first),
                                      "--max " + numberText(read.max),
                                      "--reading " + std::string(wordOf(read.reading)),

@@ -12,7 +12,8 @@ TagFile::TagFile(std::u16string name, std::uint64_t streamOffset, std::uint64_t 
                  std::uint64_t maximumCount, const Reading& reading)
     : TiffStream(std::move(name), maximumCount, reading),
       initialOffset(streamOffset),
-      firstIfdIndex(firstIndex) {
+      firstIfdIndex(firstIndex),
+      primaryKind(static_cast<IFDtype_t_>(reading.kind)) {
     fileFormat = isJpeg(filename)          ? FileFormat::jpeg
                  : isClassicTiff(filename) ? FileFormat::classicTiff
                                            : FileFormat::bigTiff;
@@ -50,7 +51,7 @@ void TagFile::readThroughTagFile() {
     }
     try {
         readThroughTiffHeader();
-        ifdTree = IFDTree(this, primaryIFD);
+        ifdTree = IFDTree(this, primaryKind);
         warnOfLongValues();
     } catch (const TiffTagsRecoverableError&) {
         if (ifdTree.size() == 0) {

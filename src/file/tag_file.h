@@ -59,6 +59,7 @@ public:
 
     std::uint64_t initialOffset;
     std::uint64_t firstIfdIndex;
+    IFDtype_t_ primaryKind;  ///< of the directories of the primary chain
     IFDTree ifdTree;
     std::uint32_t byteOrderMark = 0;
     bool hostIsBigEndian = false;

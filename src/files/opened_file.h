@@ -16,6 +16,7 @@
 #include <memory>
 #include <optional>
 #include <span>
+#include <utility>
 
 #include "files/read_budget.h"
 #include "files/read_cache.h"
@@ -78,6 +79,19 @@ public:
     /// remembered of it. Returns the bytes delivered, or -1.
     [[nodiscard]] std::ptrdiff_t glance(std::span<std::byte> target) const noexcept {
         return source->read(0, target);
+    }
+
+    /// What a file shows: its bytes, and the size that its status reports.
+    struct Content {
+        std::shared_ptr<const ByteSource> bytes;
+        std::uint64_t reportedSize;
+    };
+
+    /// Shows other content from now on, by the same budget. Returns what it showed.
+    [[nodiscard]] Content exchangeContent(Content other) noexcept {
+        cache->clear();
+        return {std::exchange(source, std::move(other.bytes)),
+                std::exchange(reportedStatus.fileSize, other.reportedSize)};
     }
 
     /// The begin of an access after a seek that turned out to be none, with what it delivered.

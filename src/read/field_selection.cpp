@@ -198,10 +198,10 @@ ValueHandle selectFields(ValueHandle records, DirectoryKind kind,
 
 }  // namespace
 
-ValueHandle selectFields(ValueHandle records, const std::vector<ChosenField>& fields) {
-    return records->kind() == ValueKind::Struct
-               ? selectFields(std::move(records), DirectoryKind::primary, fields)
-               : std::move(records);
+ValueHandle selectFields(ValueHandle records, const std::vector<ChosenField>& fields,
+                         DirectoryKind kind) {
+    return records->kind() == ValueKind::Struct ? selectFields(std::move(records), kind, fields)
+                                                : std::move(records);
 }
 
 }  // namespace ifdsweep

@@ -5,6 +5,7 @@
 
 #include <vector>
 
+#include "ifdsweep/entry_sink.h"
 #include "read/tag_choice.h"
 #include "values/value.h"
 
@@ -14,6 +15,8 @@ namespace ifdsweep {
 /// nested records that hold chosen fields, with these alone. An unknown tag becomes a field that is
 /// named as it was asked for, by its number or its public name, and holds its value. A field that
 /// the records lack is left out; values that are no records come back as they are.
-[[nodiscard]] ValueHandle selectFields(ValueHandle records, const std::vector<ChosenField>& fields);
+/// @param kind what the records themselves describe
+[[nodiscard]] ValueHandle selectFields(ValueHandle records, const std::vector<ChosenField>& fields,
+                                       DirectoryKind kind = DirectoryKind::primary);
 
 }  // namespace ifdsweep

@@ -25,7 +25,7 @@ namespace ifdsweep {
 
 class ImageChecker final : public EntrySink {
 public:
-    /// @param nextSink told everything too, but for entries that the filter does not ask for
+    /// @param nextSink told all of the walk too, but for entries that the filter does not ask for
     /// @param tagsOfNext what the next sink is to hear of; null: everything
     /// @param roleOfFirst of the first directory of the walk
     ImageChecker(HostParts& hostParts, EntrySink& nextSink, const TagFilter* tagsOfNext,

@@ -4,6 +4,8 @@
 #include <array>
 #include <span>
 
+#include "locate/containers.h"
+
 namespace ifdsweep {
 namespace {
 
@@ -31,6 +33,7 @@ constexpr std::array kSignatures{
 static_assert(std::all_of(kSignatures.begin(), kSignatures.end(), [](const Signature& signature) {
     return signature.bytes.size() <= kLongestSignature;
 }));
+static_assert(kLongestContainerSignature <= kLongestSignature);
 
 }  // namespace
 
@@ -38,13 +41,19 @@ std::optional<ImageFormat> imageFormatOf(std::string_view firstBytes) {
     const auto found = std::find_if(
         kSignatures.begin(), kSignatures.end(),
         [&](const Signature& signature) { return firstBytes.starts_with(signature.bytes); });
-    return found == kSignatures.end() ? std::nullopt : std::optional(found->format);
+    if (found != kSignatures.end()) {
+        return found->format;
+    }
+    return containerOf(firstBytes) != nullptr ? std::optional(ImageFormat::container)
+                                              : std::nullopt;
 }
 
 bool mayBeImage(std::string_view firstBytes) {
-    return std::any_of(kSignatures.begin(), kSignatures.end(), [&](const Signature& signature) {
+    const auto begins = [&](const Signature& signature) {
         return firstBytes.starts_with(signature.bytes.substr(0, firstBytes.size()));
-    });
+    };
+    return std::any_of(kSignatures.begin(), kSignatures.end(), begins) ||
+           mayBeContainer(firstBytes);
 }
 
 std::optional<ImageFormat> imageFormatOf(const ByteSource& file) {

@@ -17,10 +17,11 @@ enum class ImageFormat : std::uint8_t {
     tiff,
     relative,  ///< classic TIFF with another word in its header: for a full reading alone
     jpeg,
+    container,  ///< another format that carries a TIFF stream: for a full reading alone
 };
 
 /// The most first bytes that tell a format.
-inline constexpr std::size_t kLongestSignature = 4;
+inline constexpr std::size_t kLongestSignature = 32;
 
 /// The format of a file that begins with these bytes; none when it is no image.
 [[nodiscard]] std::optional<ImageFormat> imageFormatOf(std::string_view firstBytes);

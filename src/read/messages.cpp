@@ -10,21 +10,15 @@
 
 #include "check/check_messages.h"
 #include "host/message_texts.h"
+#include "ifdsweep/message_catalogue.h"
+#include "locate/locate_messages.h"
 #include "text/nearest_names.h"
 
 namespace ifdsweep {
 namespace {
 
 // clang-format off
-constexpr std::array<MessageTextRow, 9> kOwnTexts{{
-    {kNoExifSegmentId, "i",
-     "no Exif segment in this JPEG file: its image data begins at position {1} and none stands before it",
-     "A JPEG file holds its directories in an Exif segment, and this one has none. Argument: where the search ended.",
-     "Nothing is wrong with the file, and there is nothing in it to show."},
-    {kBadJpegSegmentId, "i",
-     "no Exif segment in this JPEG file: its segments break off at position {1} and none stands before it",
-     "The segments of the JPEG file are damaged before an Exif segment was found. Argument: where they break off.",
-     "If you know where the TIFF stream begins, give its --offset. Otherwise compare the file with another copy of it."},
+constexpr std::array<MessageTextRow, 7> kOwnTexts{{
     {kOutOfMemoryId, "t",
      "out of memory: {1}",
      "The file's records need more memory than there is, or than --memory allows. Argument: what there was.",
@@ -58,7 +52,7 @@ constexpr std::array<MessageTextRow, 9> kOwnTexts{{
 
 const MessageTextRow* findOwn(std::string_view id) {
     for (const std::span<const MessageTextRow> rows :
-         {checkTexts(), std::span<const MessageTextRow>(kOwnTexts)}) {
+         {checkTexts(), locateTexts(), std::span<const MessageTextRow>(kOwnTexts)}) {
         for (const MessageTextRow& row : rows) {
             if (row.id == id) {
                 return &row;
@@ -89,6 +83,10 @@ qxMessage outOfMemory() {
                                      : std::string("the system gives no more"))}};
 }
 
+bool tellsOfWhatIsLeftOut(std::string_view id) {
+    return id == messageRow(ReadingMessageId::valuesNotLoaded).id || id == kOtherStreamsId;
+}
+
 std::string messageText(const qxMessage& message) {
     const MessageTextRow* own = findOwn(message.id());
     return own == nullptr ? hostMessageText(message) : filledText(own->text, message);
@@ -105,6 +103,7 @@ std::vector<MessageDescription> describeMessages() {
     };
     std::for_each(messageTexts().begin(), messageTexts().end(), add);
     std::for_each(checkTexts().begin(), checkTexts().end(), add);
+    std::for_each(locateTexts().begin(), locateTexts().end(), add);
     std::for_each(kOwnTexts.begin(), kOwnTexts.end(), add);
     return descriptions;
 }

@@ -4,6 +4,7 @@
 // Their texts are given by ifdsweep/messages.h. Constant data and pure functions; any thread.
 
 #include <string>
+#include <string_view>
 
 #include "ifdsweep/messages.h"
 #include "ifdsweep/qx.h"
@@ -11,8 +12,6 @@
 namespace ifdsweep {
 
 /// The program's own failures of one file.
-inline constexpr const char* kNoExifSegmentId = "ifdsweep:noExifSegment";
-inline constexpr const char* kBadJpegSegmentId = "ifdsweep:badJpegSegment";
 inline constexpr const char* kOutOfMemoryId = "ifdsweep:outOfMemory";
 inline constexpr const char* kUnexpectedFailureId = "ifdsweep:unexpectedFailure";
 inline constexpr const char* kWorkerDiedId = "ifdsweep:workerDied";
@@ -26,5 +25,8 @@ inline constexpr const char* kInputFailureId = "ifdsweep:inputFailure";
 
 /// The failure of a file for which memory ran out; names the process's limit.
 [[nodiscard]] qxMessage outOfMemory();
+
+/// Whether a warning, by its full id, tells of nothing wrong: only of what nobody asked for.
+[[nodiscard]] bool tellsOfWhatIsLeftOut(std::string_view id);
 
 }  // namespace ifdsweep

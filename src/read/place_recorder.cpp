@@ -34,6 +34,12 @@ void countShown(HostParts& host, std::uint64_t length) {
                            (length - std::min(length, kUncountedLength)));
 }
 
+void PlaceRecorder::streamBegins(const StreamFacts& stream) {
+    if (next != nullptr) {
+        next->streamBegins(stream);
+    }
+}
+
 void PlaceRecorder::directoryBegins(const DirectoryFacts& directory) {
     pathOwner.reset();
     if (next != nullptr) {

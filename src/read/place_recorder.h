@@ -33,6 +33,7 @@ public:
     [[nodiscard]] bool hearsEntries() const noexcept override {
         return next != nullptr && next->hearsEntries();
     }
+    void streamBegins(const StreamFacts& stream) override;
     void directoryBegins(const DirectoryFacts& directory) override;
     void directoryEnds(const DirectoryFacts& directory, bool isKept) override;
     void entry(const DirectoryFacts& directory, const EntryFacts& entry) override;

@@ -1,16 +1,14 @@
 #include "workers/file_report.h"
 
 #include <algorithm>
-#include <string_view>
 
-#include "ifdsweep/message_catalogue.h"
+#include "read/messages.h"
 
 namespace ifdsweep {
 
 bool FileReport::isWarned() const {
-    const std::string_view notAskedFor = messageRow(ReadingMessageId::valuesNotLoaded).id;
     return std::any_of(warnings.begin(), warnings.end(),
-                       [&](const auto& counted) { return counted.first != notAskedFor; });
+                       [](const auto& counted) { return !tellsOfWhatIsLeftOut(counted.first); });
 }
 
 FileReport failureReport(std::string failure) {

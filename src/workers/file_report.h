@@ -27,7 +27,8 @@ struct FileReport {
     /// Whether the format shows anything of the file; what that is comes beside the report.
     bool isShown = false;
 
-    /// Whether a warning tells of something wrong: one about values that nobody asked for does not.
+    /// Whether a warning tells of something wrong: one about values or streams that nobody asked
+    /// for does not.
     [[nodiscard]] bool isWarned() const;
 };
 

@@ -26,11 +26,32 @@ bool readsAll(const TaskOptions& options) {
     return options.output.fields.empty() || options.read.reading == ReadingMode::contract;
 }
 
-/// Why a file failed, for people: in the words of what was found, where it is no TIFF file.
-std::string failureText(const Outcome& outcome) {
+/// Calls a function with the outcome of each stream of a file.
+template <class Outcomes, class Call>
+void forEachStream(Outcomes& outcome, Call&& call) {
+    call(outcome);
+    std::for_each(outcome.others.begin(), outcome.others.end(), call);
+}
+
+/// Why a stream failed, for people: in the words of what was found, where it is no TIFF file.
+/// @param isOneOfMany whether its file has others, so that it has to be named
+std::string failureText(const Outcome& outcome, bool isOneOfMany) {
     std::string text =
         outcome.found.empty() ? messageText(*outcome.error) : outcome.found + ", not a TIFF";
+    if (isOneOfMany) {
+        text.append(" (").append(outcome.stream.name).append(")");
+    }
     return text.append(" (").append(shortMessageId(outcome.error->id())).append(")");
+}
+
+void count(std::vector<std::pair<std::string, std::uint64_t>>& tally, std::string_view id) {
+    const auto known = std::find_if(tally.begin(), tally.end(),
+                                    [&](const auto& counted) { return counted.first == id; });
+    if (known == tally.end()) {
+        tally.emplace_back(id, 1);
+    } else {
+        ++known->second;
+    }
 }
 
 }  // namespace
@@ -97,48 +118,47 @@ FileReport FileTask::finish() {
         report.ending = FileReport::Ending::skipped;
         return report;
     }
-    const auto& ignored = options.output.ignored;
-    std::erase_if(outcome.warnings, [&](const Warning& warning) {
-        return std::find(ignored.begin(), ignored.end(), warning.message.id()) != ignored.end();
-    });
-    countWarnings(report);
-    if (outcome.result != nullptr && outcome.result->kind() == ValueKind::Struct) {
-        report.directories = outcome.result->rows();
-    }
-    if (outcome.result != nullptr && !fields.empty()) {
-        try {
-            const Host::Scope scope(host);
-            outcome.result = selectFields(std::move(outcome.result), fields);
-        } catch (const std::bad_alloc&) {
-            outcome.result.reset();
-            outcome.error.emplace(outOfMemory());
-        }
-    }
-    if (outcome.error) {
-        report.ending = FileReport::Ending::failed;
-        report.failure = failureText(outcome);
-    }
+    forEachStream(outcome, [&](Outcome& stream) { finishStream(stream, report); });
     report.isShown = writer->shows(outcome);
     return report;
 }
 
-void FileTask::countWarnings(FileReport& report) {
-    for (const Warning& warning : outcome.warnings) {
-        const std::string_view id = warning.message.id();
-        const auto known = std::find_if(report.warnings.begin(), report.warnings.end(),
-                                        [&](const auto& counted) { return counted.first == id; });
-        if (known == report.warnings.end()) {
-            report.warnings.emplace_back(id, 1);
-        } else {
-            ++known->second;
+void FileTask::finishStream(Outcome& stream, FileReport& report) {
+    countWarnings(stream, report);
+    if (stream.result != nullptr && stream.result->kind() == ValueKind::Struct) {
+        report.directories += stream.result->rows();
+    }
+    if (stream.result != nullptr && !fields.empty()) {
+        try {
+            const Host::Scope scope(host);
+            stream.result = selectFields(std::move(stream.result), fields, stream.stream.kind);
+        } catch (const std::bad_alloc&) {
+            stream.result.reset();
+            stream.error.emplace(outOfMemory());
         }
     }
+    if (stream.error && report.ending != FileReport::Ending::failed) {
+        report.ending = FileReport::Ending::failed;
+        report.failure = failureText(stream, !outcome.others.empty());
+    }
+}
+
+void FileTask::countWarnings(Outcome& stream, FileReport& report) {
+    const auto& ignored = options.output.ignored;
+    std::erase_if(stream.warnings, [&](const Warning& warning) {
+        return std::find(ignored.begin(), ignored.end(), warning.message.id()) != ignored.end();
+    });
+    std::vector<std::pair<std::string, std::uint64_t>> counts;
+    for (const Warning& warning : stream.warnings) {
+        count(counts, warning.message.id());
+        count(report.warnings, warning.message.id());
+    }
     if (options.output.warnings != WarningDetail::each) {
-        outcome.warnings.clear();
+        stream.warnings.clear();
     }
     if (options.output.warnings == WarningDetail::count) {
-        for (const auto& [id, count] : report.warnings) {
-            outcome.warningCounts.push_back({id, count});
+        for (const auto& [id, times] : counts) {
+            stream.warningCounts.push_back({id, times});
         }
     }
 }

@@ -50,8 +50,9 @@ public:
 
 private:
     void serveStandardInput();
-    void countWarnings(FileReport& report);
     [[nodiscard]] FileReport finish();
+    void finishStream(Outcome& stream, FileReport& report);
+    void countWarnings(Outcome& stream, FileReport& report);
 
     const TaskOptions& options;
     std::vector<ChosenField> fields;  ///< what is needed of each file; empty: all

@@ -43,9 +43,10 @@ std::optional<std::uint64_t> takeOptional(Unpacker& bytes) {
 
 void putRead(std::string& bytes, const ReadOptions& choice) {
     // The filter is made by the worker itself, and nobody but the writer is told.
-    const auto& [offset, first, max, readBudget, valueBudget, imagesOnly, reading, filter,
+    const auto& [offset, streams, first, max, readBudget, valueBudget, imagesOnly, reading, filter,
                  longestValue, sink, check] = choice;
     putOptional(bytes, offset ? std::optional(bitsOf(*offset)) : std::nullopt);
+    putChoice(bytes, streams);
     packed::putNumber(bytes, bitsOf(first));
     packed::putNumber(bytes, bitsOf(max));
     putOptional(bytes, readBudget);
@@ -60,6 +61,7 @@ void takeRead(Unpacker& bytes, ReadOptions& choice) {
     if (const auto offset = takeOptional(bytes)) {
         choice.offset = std::bit_cast<double>(*offset);
     }
+    choice.streams = bytes.choice(StreamChoice::all);
     choice.first = std::bit_cast<double>(bytes.number());
     choice.max = std::bit_cast<double>(bytes.number());
     choice.readBudget = takeOptional(bytes);

@@ -251,6 +251,11 @@ TEST(CommandLines, WrongUsageIsToldWithTheOption) {
         {{"--reading", "contract", "--max-value", "all", "f"}, "--max-value goes with"},
         {{"--check", "--reading", "contract", "f"},
          "--check goes with --reading full: the contract's reading checks no image data"},
+        {{"--streams", "every", "f"}, "--streams: expected first or all, got every"},
+        {{"--streams", "all", "--reading", "contract", "f"},
+         "--streams all goes with --reading full: the contract's reading reads one stream"},
+        {{"--offset", "12", "--streams", "all", "f"},
+         "--streams all and --offset exclude each other: there is one stream at a position"},
         {{"--bogus", "f"}, "--bogus"},
         {{"-x", "f"}, "-x"},
     };
@@ -355,6 +360,21 @@ TEST(RunDescriptions, TellOfColoursThatAreInTheOutput) {
         {{"--color", "never", "f"}, "no --color always"},
         {{"--color", "always", "f"}, "--color always"},
         {{"--color", "always", "--json", "f"}, "no --color always"},
+    };
+    for (const auto& [words, phrase] : rows) {
+        const std::vector<std::string> phrases = ifdsweep::describeRun(parse(words).options);
+        EXPECT_EQ(std::count(phrases.begin(), phrases.end(), phrase), 1)
+            << testing::PrintToString(words);
+    }
+}
+
+TEST(RunDescriptions, TellWhichStreamsAreRead) {
+    const std::pair<std::vector<const char*>, const char*> rows[] = {
+        {{"f"}, "--streams first"},
+        {{"--streams", "first", "f"}, "--streams first"},
+        {{"--streams", "first", "--offset", "12", "f"}, "--streams first"},
+        {{"--streams", "first", "--reading", "contract", "f"}, "--streams first"},
+        {{"--streams", "all", "f"}, "--streams all"},
     };
     for (const auto& [words, phrase] : rows) {
         const std::vector<std::string> phrases = ifdsweep::describeRun(parse(words).options);

@@ -28,7 +28,7 @@ check() {
 files=" (-o default)"
 tags=" (-o nospace)"
 check "--follow --format" ifdsweep --fo
-check "--strict" ifdsweep --format json --str
+check "--strict" ifdsweep --format json --stri
 check "text json ndjson typed csv facts" ifdsweep --format ""
 check "ndjson" ifdsweep --format nd
 check "text json ndjson typed csv facts" ifdsweep --format =

@@ -256,6 +256,8 @@ TEST_F(ResumedRuns, AnotherRunIsRefused) {
          "no --raw-cells, now --raw-cells"},
         {{"--format", "csv", "--tags", "Width", "--max", "1", "--offset", "8"},
          "no --offset, now --offset 8"},
+        {{"--format", "csv", "--tags", "Width", "--max", "1", "--streams", "all"},
+         "--streams first, now --streams all"},
         {{"--format", "csv", "--tags", "Width", "--max", "1", "--read-budget", "unlimited"},
          "no --read-budget, now --read-budget unlimited"},
         {{"--format", "csv", "--tags", "Width", "--max", "1", "--value-budget", "unlimited"},

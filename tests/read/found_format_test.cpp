@@ -155,6 +155,13 @@ const Case kCases[]{
     {"\xFF", ""},
     {"I", ""},
     {"II*", ""},
+    {"\x89PNG", ""},
+    {std::string("\0\0\0\x0CJXL "sv), ""},
+    {std::string("RIFF\x10\0\0\0WE"sv), ""},
+    {std::string("\0\0\0\x18"
+                 "ftyphe"sv),
+     "a HEIF image"},
+    {"FUJIFILM", ""},
     {std::string("MM\0"sv), ""},
     {std::string("II\0\0\x08\0\0\0"sv), ""},
 };
@@ -195,7 +202,7 @@ TEST(FoundFormats, AreLookedForWhereThereIsNoHeader) {
 
 /// What is looked at for words counts against no budget, so that no warning comes of it.
 TEST(FoundFormats, AreNoPartOfTheReading) {
-    const std::pair<std::uint64_t, std::size_t> rows[]{{0, 1}, {1, 0}, {64, 0}, {66, 0}, {200, 0}};
+    const std::pair<std::uint64_t, std::size_t> rows[]{{0, 1}, {68, 1}, {69, 0}, {200, 0}};
     for (const auto& [budget, warnings] : rows) {
         ifdsweep::Host host;
         const fixture::Bytes bytes(5000, 'a');

@@ -1,5 +1,6 @@
 // The messages as they are asked for: every id explains itself.
 
+#include "locate/locate_messages.h"
 #include "read/messages.h"
 
 #include <set>

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "host/host_parts.h"
+#include "locate/locate_messages.h"
 #include "read/messages.h"
 #include "support/planned_faults.h"
 #include "support/tiff_builder.h"

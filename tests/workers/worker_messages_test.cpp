@@ -27,7 +27,8 @@ ifdsweep::WorkerSetup usualSetup() {
     setup.memory = std::uint64_t{1} << 40;
     setup.hasStandardInput = true;
     setup.colour = ifdsweep::Colour::on;
-    setup.task.read = {12.5, 1, 2, 300, 400, true, ifdsweep::ReadingMode::contract};
+    setup.task.read = {12.5, ifdsweep::StreamChoice::all,    1, 2, 300, 400,
+                       true, ifdsweep::ReadingMode::contract};
     setup.task.read.longestValue = 500;
     setup.task.read.check = true;
     ifdsweep::OutputChoice& output = setup.task.output;

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "locate/locate_messages.h"
 #include "read/messages.h"
 #include "write/natural_json.h"
 #include "write/rendering.h"

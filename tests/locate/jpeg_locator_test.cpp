@@ -1,4 +1,4 @@
-#include "read/jpeg_locator.h"
+#include "locate/locators.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -8,32 +8,31 @@
 
 #include <gtest/gtest.h>
 
-#include "check/jpeg_segments.h"
-#include "files/file_bytes.h"
+#include "support/counted_bytes.h"
 
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
-using Outcome = ifdsweep::JpegSearch::Outcome;
 
-/// Serves bytes in memory and counts the reads.
-class CountedBytes final : public ifdsweep::ByteSource {
-public:
-    explicit CountedBytes(Bytes fileBytes) : bytes(std::move(fileBytes)) {}
+using fixture::CountedBytes;
 
-    [[nodiscard]] std::uint64_t size() const noexcept override { return bytes.size(); }
-    [[nodiscard]] std::ptrdiff_t read(std::uint64_t position,
-                                      std::span<std::byte> target) const noexcept override {
-        ++reads;
-        const std::ptrdiff_t got = ifdsweep::MemoryBytes(bytes).read(position, target);
-        delivered += static_cast<std::size_t>(got);
-        return got;
-    }
+/// What a search found, and where.
+enum class Outcome : std::uint8_t { found, noExif, damaged };
 
-    Bytes bytes;
-    mutable std::size_t reads = 0;
-    mutable std::size_t delivered = 0;
+struct Search {
+    Outcome outcome;
+    std::uint64_t position;
 };
+
+Search search(const CountedBytes& file) {
+    ifdsweep::ByteReader reader(file);
+    const ifdsweep::Located located =
+        ifdsweep::locateFirstExif(reader, ifdsweep::SearchDepth::first);
+    return {!located.streams.empty() ? Outcome::found
+            : located.damagedAt      ? Outcome::damaged
+                                     : Outcome::noExif,
+            located.endedAt};
+}
 
 Bytes operator+(Bytes left, const Bytes& right) {
     left.insert(left.end(), right.begin(), right.end());
@@ -104,9 +103,9 @@ class JpegLocators : public testing::TestWithParam<Case> {};
 
 TEST_P(JpegLocators, FindsTheHeaderOrSaysWhy) {
     CountedBytes reader(GetParam().file);
-    const ifdsweep::JpegSearch search = ifdsweep::findExifHeader(reader);
-    EXPECT_EQ(search.outcome, GetParam().outcome);
-    EXPECT_EQ(search.position, GetParam().position);
+    const Search found = search(reader);
+    EXPECT_EQ(found.outcome, GetParam().outcome);
+    EXPECT_EQ(found.position, GetParam().position);
 }
 
 INSTANTIATE_TEST_SUITE_P(All, JpegLocators, testing::ValuesIn(kCases),
@@ -117,15 +116,15 @@ TEST(JpegLocators, EndsForEveryLengthOfAFile) {
     for (std::size_t size = 2; size < whole.size(); ++size) {
         CountedBytes reader(
             Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size)));
-        const ifdsweep::JpegSearch search = ifdsweep::findExifHeader(reader);
+        const Search found = search(reader);
         const bool complete = size >= whole.size() - 4;  // the TIFF header itself is not looked at
-        EXPECT_EQ(search.outcome, complete ? Outcome::found : Outcome::damaged) << size;
+        EXPECT_EQ(found.outcome, complete ? Outcome::found : Outcome::damaged) << size;
     }
 }
 
 TEST(JpegLocators, NeighbouringSegmentsCostOneRead) {
     CountedBytes reader(kStart + kJfif + kXmp + kExif + kScan);
-    EXPECT_EQ(ifdsweep::findExifHeader(reader).outcome, Outcome::found);
+    EXPECT_EQ(search(reader).outcome, Outcome::found);
     EXPECT_EQ(reader.reads, 1U);
 }
 
@@ -140,8 +139,8 @@ Bytes repeated(const Bytes& piece, std::size_t size) {
 /// Searches a file and tells whether its reads are in proportion to its size.
 void expectFewReads(Bytes file, const std::string& name) {
     CountedBytes reader(std::move(file));
-    static_cast<void>(ifdsweep::findExifHeader(reader));
-    EXPECT_LE(reader.reads, reader.bytes.size() / ifdsweep::kJpegWindow + 3) << name;
+    static_cast<void>(search(reader));
+    EXPECT_LE(reader.reads, reader.bytes.size() / ifdsweep::ByteReader::kWindow + 3) << name;
     EXPECT_LE(reader.delivered, reader.bytes.size()) << name;
 }
 
@@ -159,14 +158,15 @@ TEST(JpegLocators, NoByteIsReadTwice) {
         expectFewReads(kStart + repeated(piece, kLarge), name);
     }
     // Segments that are as long as a window or nearly so, hence cut by its end at every place.
-    for (std::size_t length = 0; length <= 2 * ifdsweep::kJpegWindow + 16; ++length) {
+    for (std::size_t length = 0; length <= 2 * ifdsweep::ByteReader::kWindow + 16; ++length) {
         expectFewReads(kStart + repeated(segment(0xE1, Bytes(length, 'E')) + nearlyExif, 100000),
                        "a segment with " + std::to_string(length) + " bytes");
     }
 }
 
 TEST(JpegLocators, EveryEndOfAFileCostsTwoReadsAtMost) {
-    for (std::size_t size = ifdsweep::kJpegWindow - 8; size < ifdsweep::kJpegWindow + 8; ++size) {
+    for (std::size_t size = ifdsweep::ByteReader::kWindow - 8;
+         size < ifdsweep::ByteReader::kWindow + 8; ++size) {
         for (const Bytes& piece : {Bytes{0}, Bytes{0xFF}, Bytes{0xFF, 0xD0}, segment(0xE1, {})}) {
             for (const Bytes& end :
                  {Bytes{}, Bytes{0xFF}, Bytes{0xFF, 0xE1}, Bytes{0xFF, 0xE1, 0}}) {
@@ -175,16 +175,6 @@ TEST(JpegLocators, EveryEndOfAFileCostsTwoReadsAtMost) {
                 expectFewReads(file + end, std::to_string(size));
             }
         }
-    }
-}
-
-TEST(JpegLocators, KnowsTheStartOfAJpegFile) {
-    const std::pair<Bytes, bool> starts[] = {{{0xFF, 0xD8}, true},  {{0xFF, 0xD8, 0xFF}, true},
-                                             {{0xFF}, false},       {{}, false},
-                                             {{0xFF, 0xD9}, false}, {{'I', 'I', 42, 0}, false}};
-    for (const auto& [bytes, expected] : starts) {
-        CountedBytes reader(bytes);
-        EXPECT_EQ(ifdsweep::beginsAsJpeg(reader), expected) << testing::PrintToString(bytes);
     }
 }
 

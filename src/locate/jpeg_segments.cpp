@@ -1,7 +1,4 @@
-#include "check/jpeg_segments.h"
-
-#include <algorithm>
-#include <span>
+#include "locate/jpeg_segments.h"
 
 namespace ifdsweep {
 namespace {
@@ -10,30 +7,11 @@ namespace {
 // their segments; a length that is wrong is off by less than a segment, 64 KiB.
 constexpr std::uint64_t kMaxPadding = 65536;
 
-/// Reads what there is at a position, nothing where it cannot be read.
-std::size_t bytesAt(const ByteSource& file, std::uint64_t position,
-                    std::span<std::uint8_t> target) {
-    const std::ptrdiff_t got = file.read(position, std::as_writable_bytes(target));
-    return static_cast<std::size_t>(std::max<std::ptrdiff_t>(got, 0));
-}
-
 }  // namespace
 
-std::optional<std::uint8_t> JpegWindow::byteAt(std::uint64_t position) {
-    if (position < start || position - start >= size) {
-        start = position;
-        size = bytesAt(file, position, bytes);
-        if (size == 0) {
-            failed = failed || position < file.size();
-            return std::nullopt;
-        }
-    }
-    return bytes[static_cast<std::size_t>(position - start)];
-}
-
-std::optional<std::uint32_t> JpegWindow::lengthAt(std::uint64_t position) {
-    const auto high = byteAt(position);
-    const auto low = byteAt(position + 1);
+std::optional<std::uint32_t> jpegLengthAt(ByteReader& reader, std::uint64_t position) {
+    const auto high = reader.byteAt(position);
+    const auto low = reader.byteAt(position + 1);
     const auto length = static_cast<std::uint32_t>(high.value_or(0) << 8 | low.value_or(0));
     return high && low && length >= 2 ? std::optional(length) : std::nullopt;
 }
@@ -41,11 +19,11 @@ std::optional<std::uint32_t> JpegWindow::lengthAt(std::uint64_t position) {
 std::optional<JpegSegment> JpegSegments::next() {
     std::uint64_t padding = 0;  // bytes passed since the last segment ended
     while (true) {
-        const auto prefix = window.byteAt(place);
+        const auto prefix = reader.byteAt(place);
         if (!prefix || padding > kMaxPadding) {
             return std::nullopt;
         }
-        const auto marker = window.byteAt(place + 1);
+        const auto marker = reader.byteAt(place + 1);
         // Fill bytes FF may stand before a marker; FF 00 is data, never a marker.
         if (*prefix != kJpegPrefix || marker == kJpegPrefix || marker == kJpegStuffing) {
             ++place;
@@ -64,7 +42,7 @@ std::optional<JpegSegment> JpegSegments::next() {
         if (standsAlone(*marker)) {
             continue;
         }
-        const auto length = window.lengthAt(place);
+        const auto length = jpegLengthAt(reader, place);
         if (!length) {
             return std::nullopt;
         }

@@ -1,0 +1,1 @@
+#include "locate/byte_reader.h"

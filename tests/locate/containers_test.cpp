@@ -1,0 +1,1 @@
+#include "locate/containers.h"

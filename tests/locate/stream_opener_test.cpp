@@ -1,0 +1,1 @@
+#include "locate/stream_opener.h"

@@ -1,0 +1,1 @@
+#include "locate/locators.h"
