@@ -16,6 +16,10 @@ std::optional<Box> Boxes::next() {
     }
     const std::uint64_t position = place;
     const std::uint64_t room = limit - position;
+    if (room < kShortHeader) {
+        damaged = position;
+        return std::nullopt;
+    }
     const auto shortSize = reader.bigEndianAt(position, 4);
     const auto type = reader.bigEndianAt(position + 4, 4);
     const bool isLong = shortSize == kLongSize;

@@ -25,6 +25,9 @@ std::optional<std::uint8_t> ByteReader::byteAt(std::uint64_t position) {
 
 std::string_view ByteReader::textAt(std::uint64_t position, std::size_t count) {
     assert(count <= kLongestText);
+    if (count == 0) {
+        return {};
+    }
     const bool isHeld = position >= start && position - start <= length &&
                         length - static_cast<std::size_t>(position - start) >= count;
     if (!isHeld) {
