@@ -43,8 +43,26 @@ constexpr std::array kSignatures{
     Signature{{0, "RIFF"}, {8, "WEBP"}, kWebp},
     Signature{{4, "ftypavif"}, kNoOther, kAvif},
     Signature{{4, "ftypavis"}, kNoOther, kAvif},
-    Signature{{4, "ftyphe"}, kNoOther, kHeif},
-    Signature{{4, "ftypmif"}, kNoOther, kHeif},
+    Signature{{4, "ftypheic"}, kNoOther, kHeif},
+    Signature{{4, "ftypheix"}, kNoOther, kHeif},
+    Signature{{4, "ftypheim"}, kNoOther, kHeif},
+    Signature{{4, "ftypheis"}, kNoOther, kHeif},
+    Signature{{4, "ftyphevc"}, kNoOther, kHeif},
+    Signature{{4, "ftyphevx"}, kNoOther, kHeif},
+    Signature{{4, "ftyphevm"}, kNoOther, kHeif},
+    Signature{{4, "ftyphevs"}, kNoOther, kHeif},
+    Signature{{4, "ftypavci"}, kNoOther, kHeif},
+    Signature{{4, "ftypavcs"}, kNoOther, kHeif},
+    Signature{{4, "ftypvvic"}, kNoOther, kHeif},
+    Signature{{4, "ftypvvis"}, kNoOther, kHeif},
+    Signature{{4, "ftypj2ki"}, kNoOther, kHeif},
+    Signature{{4, "ftypj2is"}, kNoOther, kHeif},
+    Signature{{4, "ftypjpeg"}, kNoOther, kHeif},
+    Signature{{4, "ftypjpgs"}, kNoOther, kHeif},
+    Signature{{4, "ftypmiaf"}, kNoOther, kHeif},
+    Signature{{4, "ftypmif1"}, kNoOther, kHeif},
+    Signature{{4, "ftypmif2"}, kNoOther, kHeif},
+    Signature{{4, "ftypmif3"}, kNoOther, kHeif},
     Signature{{4, "ftypmsf1"}, kNoOther, kHeif},
     Signature{{4, "ftypcrx "}, kNoOther, kCr3},
     Signature{{4, "ftypjp"}, kNoOther, kJpeg2000},
@@ -53,6 +71,23 @@ constexpr std::array kSignatures{
     Signature{{0, "8BPS"}, kNoOther, kPsd},
     Signature{{0, "FUJIFILMCCD-RAW "}, kNoOther, kRaf},
 };
+
+/// A brand of ISO/IEC 14496-12, 4.3, by which a file says what it can be read as.
+struct Brand {
+    std::string_view name;
+    const Container& container;
+};
+
+constexpr std::array kCompatibleBrands{
+    Brand{"avif", kAvif},
+    Brand{"avis", kAvif},
+    Brand{"heic", kHeif},
+    Brand{"heix", kHeif},
+    Brand{"mif1", kHeif},
+};
+
+// How the major brands of videos begin.
+constexpr std::array kVideoBrands{"3g"sv, "M4"sv, "XAVC"sv, "avc1"sv, "dash"sv, "iso"sv, "mp4"sv, "qt"sv};
 // clang-format on
 
 constexpr bool isShortEnough(const Piece& piece) {
@@ -76,6 +111,30 @@ bool maybeThere(const Piece& piece, std::string_view bytes) {
     return piece.bytes.starts_with(there);
 }
 
+/// The image that a file can be read as whose major brand says nothing of it; null for none.
+const Container* byCompatibleBrand(std::string_view firstBytes) {
+    constexpr Piece kFileType{4, "ftyp"};
+    constexpr std::size_t kMajorBrand = 8;
+    constexpr std::size_t kCompatible = 16;
+    constexpr std::size_t kBrandSize = 4;
+    if (!isThere(kFileType, firstBytes) ||
+        std::any_of(kVideoBrands.begin(), kVideoBrands.end(), [&](std::string_view brand) {
+            return isThere({kMajorBrand, brand}, firstBytes);
+        })) {
+        return nullptr;
+    }
+    for (std::size_t place = kCompatible; place < kLongestContainerSignature; place += kBrandSize) {
+        const auto found = std::find_if(kCompatibleBrands.begin(), kCompatibleBrands.end(),
+                                        [&](const Brand& brand) {
+                                            return isThere({place, brand.name}, firstBytes);
+                                        });
+        if (found != kCompatibleBrands.end()) {
+            return &found->container;
+        }
+    }
+    return nullptr;
+}
+
 }  // namespace
 
 const Container* containerOf(std::string_view firstBytes) {
@@ -83,14 +142,17 @@ const Container* containerOf(std::string_view firstBytes) {
         std::find_if(kSignatures.begin(), kSignatures.end(), [&](const Signature& signature) {
             return isThere(signature.first, firstBytes) && isThere(signature.second, firstBytes);
         });
-    return found == kSignatures.end() ? nullptr : &found->container;
+    return found == kSignatures.end() ? byCompatibleBrand(firstBytes) : &found->container;
 }
 
 bool mayBeContainer(std::string_view firstBytes) {
-    return std::any_of(kSignatures.begin(), kSignatures.end(), [&](const Signature& signature) {
-        return signature.first.position < firstBytes.size() &&
-               maybeThere(signature.first, firstBytes) && maybeThere(signature.second, firstBytes);
-    });
+    return std::any_of(kSignatures.begin(), kSignatures.end(),
+                       [&](const Signature& signature) {
+                           return signature.first.position < firstBytes.size() &&
+                                  maybeThere(signature.first, firstBytes) &&
+                                  maybeThere(signature.second, firstBytes);
+                       }) ||
+           byCompatibleBrand(firstBytes) != nullptr;
 }
 
 }  // namespace ifdsweep

@@ -21,12 +21,12 @@ Bytes locationOf(const LocationForm& form, const ItemLocation& item) {
         appendWord(bytes, 2, item.constructionMethod, ByteOrder::big);
     }
     appendWord(bytes, 2, item.dataReference, ByteOrder::big);
-    bytes = joined({bytes, bigEndian(form.baseOffsetSize, item.baseOffset)});
+    appendWord(bytes, form.baseOffsetSize, item.baseOffset, ByteOrder::big);
     appendWord(bytes, 2, item.extentCount.value_or(item.extents.size()), ByteOrder::big);
     for (const ItemExtent& extent : item.extents) {
-        bytes = joined({bytes, bigEndian(form.version >= 1 ? form.indexSize : 0, extent.index),
-                        bigEndian(form.offsetSize, extent.offset),
-                        bigEndian(form.lengthSize, extent.length)});
+        appendWord(bytes, form.version >= 1 ? form.indexSize : 0, extent.index, ByteOrder::big);
+        appendWord(bytes, form.offsetSize, extent.offset, ByteOrder::big);
+        appendWord(bytes, form.lengthSize, extent.length, ByteOrder::big);
     }
     return bytes;
 }
