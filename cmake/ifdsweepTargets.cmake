@@ -26,7 +26,8 @@ set_target_properties(ifdsweep::module_static PROPERTIES
 add_library(ifdsweep::ifdsweep STATIC IMPORTED)
 set_target_properties(ifdsweep::ifdsweep PROPERTIES
   IMPORTED_LOCATION "${ifdsweep_LIBRARY_DIR}/libifdsweep.a"
-  INTERFACE_LINK_LIBRARIES ifdsweep::contract)
+  INTERFACE_LINK_LIBRARIES
+    "ifdsweep::contract;\$<LINK_ONLY:ZLIB::ZLIB>;\$<LINK_ONLY:BrotliDecoder::BrotliDecoder>")
 
 add_executable(ifdsweep::program IMPORTED)
 set_target_properties(ifdsweep::program PROPERTIES

@@ -77,5 +77,6 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/ifdsweepConfigVersion.cma
 install(FILES
   ${PROJECT_BINARY_DIR}/ifdsweepConfig.cmake
   ${CMAKE_CURRENT_LIST_DIR}/ifdsweepTargets.cmake
+  ${CMAKE_CURRENT_LIST_DIR}/FindBrotliDecoder.cmake
   ${PROJECT_BINARY_DIR}/ifdsweepConfigVersion.cmake
   DESTINATION ${IFDSWEEP_PACKAGE_DIR} COMPONENT development)

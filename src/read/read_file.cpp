@@ -200,7 +200,7 @@ void FileReading::readLocated(std::size_t number, Outcome& outcome, PlaceRecorde
         outcome.result = reading.read(inHand);
         return;
     }
-    assembled += ready.bytes->size();
+    assembled += ready.cost;
     const EmbeddedBytes shown(opened, ready.bytes);
     outcome.result = reading.read(inHand);
     setFileSizes(*outcome.result, shown.reportedSizeOfFile());

@@ -18,6 +18,7 @@ prefix="$work/prefix"
 cmake --install "$BUILD_DIR" --prefix "$prefix" >"$work/install.log"
 for file in bin/ifdsweep lib/ifdsweep/ifdsweep.so lib/libifdsweep.a lib/libifdsweep_module.a \
     lib/cmake/ifdsweep/ifdsweepConfig.cmake lib/cmake/ifdsweep/ifdsweepConfigVersion.cmake \
+    lib/cmake/ifdsweep/FindBrotliDecoder.cmake \
     lib/pkgconfig/ifdsweep.pc lib/pkgconfig/ifdsweep-module.pc \
     share/man/man1/ifdsweep.1 share/bash-completion/completions/ifdsweep \
     share/zsh/site-functions/_ifdsweep share/fish/vendor_completions.d/ifdsweep.fish \
