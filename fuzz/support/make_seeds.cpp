@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "io/packed.h"
+#include "support/box_builder.h"
 #include "support/tiff_builder.h"
 #include "support/whole_file.h"
 #include "workers/worker_messages.h"
@@ -152,6 +153,69 @@ void addJpegs(SeedFolder& folder) {
     }
 }
 
+/// The TIFF streams of small files in both byte orders.
+std::vector<Bytes> smallStreams() {
+    return {
+        builderOf({fixture::Layout::classic, fixture::ByteOrder::little}, chains().front())
+            .build()
+            .bytes,
+        builderOf({fixture::Layout::classic, fixture::ByteOrder::big}, chains().front())
+            .build()
+            .bytes,
+    };
+}
+
+/// Brotli (RFC 7932) of 1 to 65,536 bytes: a window of 64 KiB, one piece that is stored, the end.
+Bytes storedBrotli(const Bytes& content) {
+    constexpr std::uint64_t kIsStored = 1U << 20U;
+    Bytes bytes;
+    fixture::appendWord(bytes, 3, kIsStored | (content.size() - 1) << 4U,
+                        fixture::ByteOrder::little);
+    return fixture::joined({bytes, content, {0x03}});
+}
+
+/// JPEG XL files: the streams as they are and in brotli, which stores them, before the codestream
+/// and behind it, in boxes of all forms.
+void addJpegXl(SeedFolder& folder) {
+    using namespace fixture;
+    const Bytes start = joined({box("JXL ", bytesOf("\r\n\x87\n")), fileTypeBox("jxl ", {"jxl "})});
+    const Bytes codestream = box("jxlc", {0xFF, 0x0A, 0, 0x10});
+    for (const Bytes& stream : smallStreams()) {
+        const Bytes content = joined({bigEndian(4, 0), stream});
+        const Bytes compressed = joined({bytesOf("Exif"), storedBrotli(content)});
+        const Bytes behindSignature = joined({bigEndian(4, 6), bytesOf("Exif"), {0, 0}, stream});
+        folder.add(joined({start, box("Exif", content), codestream}));
+        folder.add(joined({start, codestream, largeBox("Exif", behindSignature)}));
+        folder.add(joined({start, box("jxlp", {0, 0, 0, 0}), box("brob", compressed),
+                           box("jxlp", {0x80, 0, 0, 1}), openBox("Exif", content)}));
+    }
+    const Bytes empty = joined({bytesOf("Exif"), storedBrotli(bigEndian(4, 0))});
+    folder.add(joined({start, box("brob", joined({bytesOf("brob"), empty})), codestream}));
+    folder.add(joined({start, lyingBox("brob", 0xFFFF, empty)}));
+    folder.add(joined({start, openBox("jxlc", {0xFF, 0x0A})}));
+}
+
+/// JPEG 2000 files: each UUID, in boxes of all forms and in other boxes.
+void addJpeg2000(SeedFolder& folder) {
+    using namespace fixture;
+    const Bytes start = joined({box("jP  ", bytesOf("\r\n\x87\n")), fileTypeBox("jp2 ", {"jp2 "})});
+    const Bytes codestream = box("jp2c", {0xFF, 0x4F, 0xFF, 0x51});
+    const Bytes exif = bytesOf("JpgTiffExif->JP2");
+    const Bytes plugIn =
+        bytesOf("\x05\x37\xCD\xAB\x9D\x0C\x44\x31\xA7\x2A\xFA\x56\x1F\x2A\x11\x3E");
+    const Bytes geo = bytesOf("\xB1\x4B\xF8\xBD\x08\x3D\x4B\x43\xA5\xAE\x8C\xD7\xD5\xA6\xCE\x03");
+    for (const Bytes& stream : smallStreams()) {
+        folder.add(joined({start, uuidBox(exif, stream), codestream}));
+        folder.add(joined({start, uuidBox(geo, stream), codestream, uuidBox(plugIn, stream)}));
+        folder.add(joined({start, codestream, largeBox("uuid", joined({exif, stream}))}));
+        folder.add(joined({start, box("asoc", joined({box("lbl ", {'a'}), uuidBox(geo, stream)})),
+                           openBox("uuid", joined({exif, stream}))}));
+        folder.add(joined({start, openBox("asoc", box("uinf", uuidBox(exif, stream)))}));
+    }
+    folder.add(joined({start, lyingBox("asoc", 0xFFFF, uuidBox(exif, {'I', 'I', 42, 0}))}));
+    folder.add(joined({start, openBox("jp2c", {0xFF, 0x4F})}));
+}
+
 void addNames(SeedFolder& folder) {
     for (const std::string_view name :
          {"plain.tif", "\xC3\xA9.tif", "\xF0\x9F\x98\x80", "\xFF\xFE", "\xED\xA0\x80\xED\xB2\x80",
@@ -272,6 +336,10 @@ void makeSeeds(const fs::path& folder, std::span<char*> samples) {
         wholeCalls.add(wholeCall(kAsIs, 0, 0, bytes));
         jpegs.add(bytes);
     }
+    SeedFolder jpegXl(folder / "jpeg_xl_locator");
+    addJpegXl(jpegXl);
+    SeedFolder jpeg2000(folder / "jpeg_2000_locator");
+    addJpeg2000(jpeg2000);
     SeedFolder names(folder / "file_names");
     addNames(names);
     SeedFolder messages(folder / "worker_answer");

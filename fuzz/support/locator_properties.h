@@ -1,0 +1,64 @@
+#pragma once
+
+// What must hold of every locator and every input: the same result twice, streams that lie in the
+// file, reads in proportion to its size, and streams that open within their limit of memory.
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+#include "fuzz_target.h"
+#include "locate/containers.h"
+#include "locate/stream_opener.h"
+#include "support/counted_bytes.h"
+#include "support/located_text.h"
+
+namespace fuzz {
+
+inline void requireInFile(const ifdsweep::Located& located, std::uint64_t size) {
+    using ifdsweep::Located;
+    require(located.streams.size() <= Located::kMostStreams, "streams have a limit");
+    require(located.streams.size() <= located.streamCount, "what is told of is counted");
+    require(!located.damagedAt || *located.damagedAt <= size, "damage lies in the file");
+    for (const ifdsweep::LocatedStream& stream : located.streams) {
+        require(!stream.extents.empty(), "a stream has an extent");
+        for (const ifdsweep::Extent& extent : stream.extents) {
+            require(extent.position <= size && extent.size <= size - extent.position,
+                    "an extent lies in the file");
+        }
+    }
+}
+
+/// @param mostReads that a search may make
+inline ifdsweep::Located searched(ifdsweep::Locator locate, std::span<const std::uint8_t> file,
+                                  ifdsweep::SearchDepth depth, std::size_t mostReads) {
+    const fixture::CountedBytes bytes({file.begin(), file.end()});
+    ifdsweep::ByteReader reader(bytes);
+    ifdsweep::Located located = locate(reader, depth);
+    require(bytes.reads <= mostReads, "reads are in proportion to the file");
+    requireInFile(located, file.size());
+    return located;
+}
+
+/// Holds a locator to them.
+/// @param mostReads that a search may make
+/// @return what a search of all finds
+inline ifdsweep::Located checkLocator(ifdsweep::Locator locate, std::span<const std::uint8_t> file,
+                                      std::size_t mostReads) {
+    using ifdsweep::SearchDepth;
+    searched(locate, file, SearchDepth::first, mostReads);
+    ifdsweep::Located located = searched(locate, file, SearchDepth::all, mostReads);
+    const ifdsweep::Located again = searched(locate, file, SearchDepth::all, mostReads);
+    require(fixture::locatedText(located) == fixture::locatedText(again), "the same result twice");
+    const fixture::CountedBytes bytes({file.begin(), file.end()});
+    std::uint64_t mostBytes = ifdsweep::kMostAssembledBytes;
+    for (const ifdsweep::LocatedStream& stream : located.streams) {
+        const auto opened = ifdsweep::openStream(bytes, stream, mostBytes);
+        const std::uint64_t assembled = opened.bytes ? opened.bytes->size() : 0;
+        require(assembled <= mostBytes, "what is put together has a limit");
+        mostBytes -= assembled;
+    }
+    return located;
+}
+
+}  // namespace fuzz
