@@ -21,11 +21,13 @@ namespace ifdsweep {
 using Locator = Located (*)(ByteReader& reader, SearchDepth depth);
 
 struct Container {
-    std::string_view name;    ///< in output: "heif"
-    std::string_view words;   ///< for people: "a HEIF image"
-    std::string_view noun;    ///< "HEIF file"
-    std::string_view sought;  ///< what a stream lies in: "Exif item"
-    std::string_view piece;   ///< what the search goes through: "item"
+    std::string_view name;     ///< in output: "heif"
+    std::string_view words;    ///< for people: "a HEIF image"
+    std::string_view noun;     ///< "HEIF file"
+    std::string_view sought;   ///< what a stream lies in: "Exif item"
+    std::string_view piece;    ///< what the file is made of, and what may be damaged: "box"
+    std::string_view passed;   ///< what is counted on the way (`Located::pieceCount`): "item"
+    std::string_view several;  ///< of these: "items"
     Locator locate;
     /// The same for a reading by the contract, which finds one stream alone; null: it takes the
     /// file for no container.

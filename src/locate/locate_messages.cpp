@@ -61,8 +61,8 @@ qxMessage noTiffStream(const Container& container, const Located& located) {
                 {asText(container.sought), asText(container.noun), asText(container.piece),
                  asInteger(*located.damagedAt)}};
     }
-    const std::string piece(container.piece);
-    const std::string passed = countText(located.pieceCount, piece, piece + "s");
+    const std::string passed = countText(located.pieceCount, std::string(container.passed),
+                                         std::string(container.several));
     return {kNoTiffStreamId, {asText(container.sought), asText(container.noun), asText(passed)}};
 }
 
