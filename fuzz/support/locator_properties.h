@@ -54,9 +54,9 @@ inline ifdsweep::Located checkLocator(ifdsweep::Locator locate, std::span<const 
     std::uint64_t mostBytes = ifdsweep::kMostAssembledBytes;
     for (const ifdsweep::LocatedStream& stream : located.streams) {
         const auto opened = ifdsweep::openStream(bytes, stream, mostBytes);
-        const std::uint64_t assembled = opened.bytes ? opened.bytes->size() : 0;
-        require(assembled <= mostBytes, "what is put together has a limit");
-        mostBytes -= assembled;
+        require(opened.cost <= mostBytes, "what is put together has a limit");
+        require(!opened.bytes || opened.bytes->size() <= opened.cost, "all of it is counted");
+        mostBytes -= opened.cost;
     }
     return located;
 }
