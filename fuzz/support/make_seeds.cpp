@@ -308,6 +308,55 @@ void addTagLists(SeedFolder& folder) {
     }
 }
 
+/// HEIF files with a stream in both byte orders: the lists in all versions, before the data and
+/// behind, in the file and in the box of the list's own, in one piece and several.
+void addHeif(SeedFolder& folder) {
+    using namespace fixture;
+    const Bytes start = fileTypeBox("heic", {"mif1", "heic"});
+    for (const ByteOrder order : {ByteOrder::little, ByteOrder::big}) {
+        const Bytes stream = builderOf({Layout::classic, order}, chains().front()).build().bytes;
+        const Bytes item = joined({bigEndian(4, 6), bytesOf("Exif"), {0, 0}, stream});
+        const Bytes data = joined({start, box("mdat", item)});
+        const std::uint64_t position = data.size() - item.size();
+        const std::vector<ItemInfo> items{{.id = 1, .type = "hvc1"}, {.id = 2}, {.id = 3}};
+        const std::vector<ItemLocation> whole{{.id = 1, .extents = {{0, 8}}},
+                                              {.id = 2, .extents = {{position, item.size()}}}};
+        const std::vector<ItemLocation> pieces{
+            {.id = 2, .extents = {{0, 20}, {20, 0}}, .baseOffset = position}};
+        const std::vector<ItemLocation> inList{
+            {.id = 3, .extents = {{0, item.size()}}, .constructionMethod = 1}};
+        const Bytes references = itemReferencesBox(0, {{"cdsc", 3, {1}}});
+        const Bytes primary = primaryItemBox(1);
+        folder.add(joined({data, metaBox(joined({primary, itemInfosBox(0, items), references,
+                                                 itemLocationsBox({.version = 0}, whole)}))}));
+        folder.add(joined({data, metaBox(joined({itemLocationsBox({1, 8, 8, 8, 8}, pieces),
+                                                 itemInfosBox(1, items)}))}));
+        folder.add(
+            joined({start,
+                    metaBox(joined({primary, itemInfosBox(0, items), references,
+                                    itemLocationsBox({.version = 2}, inList), box("idat", item)})),
+                    box("mdat", {0})}));
+        const Bytes inTrack = metaBox(
+            joined({itemInfosBox(2, {{.id = 2, .version = 3}}), itemLocationsBox({}, whole)}));
+        folder.add(joined({data, box("moov", joined({inTrack, box("trak", inTrack)}))}));
+    }
+}
+
+/// CR3 files with the four streams, in boxes of all forms.
+void addCr3(SeedFolder& folder) {
+    using namespace fixture;
+    const Bytes start = fileTypeBox("crx ", {"crx ", "isom"});
+    const Bytes uuid{0x85, 0xC0, 0xB6, 0x87, 0x82, 0x0F, 0x11, 0xE0,
+                     0x81, 0x11, 0xF4, 0xCE, 0x46, 0x2B, 0x6A, 0x48};
+    const Bytes stream = builderOf(Format{}, chains().front()).build().bytes;
+    const Bytes streams = joined({box("CNCV", {'C'}), box("CMT1", stream), box("CMT2", stream),
+                                  box("CMT3", stream), box("CMT4", stream)});
+    folder.add(joined({start, box("moov", uuidBox(uuid, streams)), box("mdat", {0})}));
+    folder.add(joined({start, openBox("moov", largeBox("uuid", joined({uuid, streams})))}));
+    folder.add(joined({start, box("moov", uuidBox(Bytes(16, 1), streams)), openBox("mdat", {0})}));
+    folder.add(joined({start, box("moov", uuidBox(uuid, lyingBox("CMT1", 99, {'I', 'I'})))}));
+}
+
 void addNoise(SeedFolder& folder) {
     std::mt19937 generator(1);  // the same noise every time
     for (std::size_t length = 8; length <= 2048; length *= 2) {
@@ -350,6 +399,10 @@ void makeSeeds(const fs::path& folder, std::span<char*> samples) {
     addLists(lists);
     SeedFolder globs(folder / "glob");
     addGlobs(globs);
+    SeedFolder heifs(folder / "heif_locator");
+    addHeif(heifs);
+    SeedFolder cr3s(folder / "cr3_locator");
+    addCr3(cr3s);
     SeedFolder tagLists(folder / "tag_choice");
     addTagLists(tagLists);
     for (const char* target : {"typed_writer", "json_writer", "text_writer", "csv_writer",
