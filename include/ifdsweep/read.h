@@ -89,7 +89,7 @@ struct StreamOrigin {
     std::string container;
     std::string name;         ///< of the stream, unique in its file, such as "Exif item 3"
     bool isEmbedded = false;  ///< it lies in several pieces or compressed: positions are its own
-    /// What the directories of its chain describe.
+    /// What the directories of its primary chain describe.
     DirectoryKind kind = DirectoryKind::primary;
 };
 

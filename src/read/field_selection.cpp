@@ -82,14 +82,14 @@ bool isShownAfter(const std::vector<ChosenField>& fields, std::size_t number) {
            std::any_of(after, fields.end(), showsIt);
 }
 
-ValueHandle selectFields(ValueHandle records, DirectoryKind kind,
-                         const std::vector<ChosenField>& fields);
+ValueHandle selectFromRecords(ValueHandle records, DirectoryKind kind,
+                              const std::vector<ChosenField>& fields);
 
 /// What a value that holds records has of the chosen fields; null when that is nothing.
 ValueHandle nestedSelection(ValueHandle value, DirectoryKind kind,
                             const std::vector<ChosenField>& fields) {
     if (value->kind() == ValueKind::Struct) {
-        ValueHandle records = selectFields(std::move(value), kind, fields);
+        ValueHandle records = selectFromRecords(std::move(value), kind, fields);
         return records->fieldCount() > 0 ? std::move(records) : ValueHandle();
     }
     bool any = false;
@@ -135,8 +135,8 @@ bool holdsAnything(const SelectedField& field) {
                        [](const ValueHandle& value) { return value != nullptr; });
 }
 
-ValueHandle selectFields(ValueHandle records, DirectoryKind kind,
-                         const std::vector<ChosenField>& fields) {
+ValueHandle selectFromRecords(ValueHandle records, DirectoryKind kind,
+                              const std::vector<ChosenField>& fields) {
     std::vector<SelectedField> selected(fields.size());
     // Unknown tags first: they stand in a field that may be chosen, and is moved then.
     for (std::size_t number = 0; number < fields.size(); ++number) {
@@ -200,8 +200,9 @@ ValueHandle selectFields(ValueHandle records, DirectoryKind kind,
 
 ValueHandle selectFields(ValueHandle records, const std::vector<ChosenField>& fields,
                          DirectoryKind kind) {
-    return records->kind() == ValueKind::Struct ? selectFields(std::move(records), kind, fields)
-                                                : std::move(records);
+    return records->kind() == ValueKind::Struct
+               ? selectFromRecords(std::move(records), kind, fields)
+               : std::move(records);
 }
 
 }  // namespace ifdsweep

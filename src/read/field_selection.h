@@ -15,7 +15,7 @@ namespace ifdsweep {
 /// nested records that hold chosen fields, with these alone. An unknown tag becomes a field that is
 /// named as it was asked for, by its number or its public name, and holds its value. A field that
 /// the records lack is left out; values that are no records come back as they are.
-/// @param kind what the records themselves describe
+/// @param kind what the records describe, which decides what the tags in them are called
 [[nodiscard]] ValueHandle selectFields(ValueHandle records, const std::vector<ChosenField>& fields,
                                        DirectoryKind kind = DirectoryKind::primary);
 

@@ -185,6 +185,7 @@ StreamKind FileReading::surroundingsOf(std::size_t number, bool isEmbedded) cons
 void FileReading::readLocated(std::size_t number, Outcome& outcome, PlaceRecorder& recorder,
                               StreamReading& reading) {
     const LocatedStream& stream = found.located.streams[number];
+    outcome.stream = {std::string(found.container->name), stream.name, false, stream.kind};
     const std::shared_ptr<OpenedFile> opened = filesOf(host).opened(name);
     OpenedStream ready = openStream(BytesOfFile(*opened), stream, kMostAssembledBytes - std::min(assembled, kMostAssembledBytes));
     if (ready.warning) {
@@ -192,7 +193,7 @@ void FileReading::readLocated(std::size_t number, Outcome& outcome, PlaceRecorde
     }
     const bool isEmbedded = ready.bytes != nullptr;
     outcome.initialOffset = static_cast<double>(ready.position);
-    outcome.stream = {std::string(found.container->name), stream.name, isEmbedded, stream.kind};
+    outcome.stream.isEmbedded = isEmbedded;
     recorder.streamBegins({found.container->name, stream.name, isEmbedded});
     const StreamInHand inHand{outcome.initialOffset, stream.kind,
                               surroundingsOf(number, isEmbedded)};

@@ -246,6 +246,24 @@ TEST_F(FieldSelections, APublicTagStandsWhereItsNumberHasTheName) {
               R"("SubIFDs":[[{"31":50}]]}])");
 }
 
+TEST_F(FieldSelections, ThePrimaryChainHasTheNamesOfItsKind) {
+    struct Row {
+        ifdsweep::DirectoryKind kind;
+        bool isFound;
+    };
+    using enum ifdsweep::DirectoryKind;
+    for (const Row& row : {Row{gps, true}, Row{primary, false}, Row{exif, false}}) {
+        auto unknown = rendering::records(1, {"ID", "Value"});
+        rendering::setField(unknown, 0, "ID", rendering::number(31));
+        rendering::setField(unknown, 0, "Value", rendering::number(5));
+        auto records = rendering::records(1, {"UnknownTags"});
+        rendering::setField(records, 0, "UnknownTags", std::move(unknown));
+        const auto choice = ifdsweep::chooseTags("GPSHPositioningError");
+        const auto chosen = ifdsweep::selectFields(std::move(records), choice.fields, row.kind);
+        EXPECT_EQ(chosen->fieldIndex("GPSHPositioningError").has_value(), row.isFound);
+    }
+}
+
 TEST_F(FieldSelections, TheValueOfAnUnknownTagIsMoved) {
     const std::vector<double> many(1000, 7);
     auto tags = rendering::records(1, {"ID", "Offset", "Value"});
