@@ -150,6 +150,32 @@ ifdsweep::WarningPlace arbitraryPlace(FuzzInput& input) {
     return place;
 }
 
+/// What came of one stream.
+ifdsweep::Outcome arbitraryStream(ifdsweep::Host& host, FuzzInput& input) {
+    constexpr unsigned kDepth = 5;
+    ifdsweep::Outcome outcome;
+    outcome.initialOffset = arbitraryNumber(input);
+    outcome.firstIfdIndex = arbitraryNumber(input);
+    outcome.maxIfdCount = arbitraryNumber(input);
+    for (std::size_t count = input.below(4); count > 0; --count) {
+        outcome.warnings.push_back({arbitraryMessage(input), arbitraryPlace(input)});
+    }
+    if (input.below(8) == 0) {
+        outcome.error = arbitraryMessage(input);
+    } else if (input.below(2) == 0) {
+        outcome.result = arbitraryValue(host, input, kDepth);
+    } else {
+        outcome.result = arbitraryRecords(host, input, kDepth);
+    }
+    return outcome;
+}
+
+ifdsweep::StreamOrigin arbitraryOrigin(FuzzInput& input) {
+    constexpr std::array kContainers{"png", "jpeg", "heif"};
+    return {kContainers[input.below(kContainers.size())], arbitraryBytes(input, 40),
+            input.below(2) == 0, static_cast<ifdsweep::DirectoryKind>(input.below(4))};
+}
+
 }  // namespace
 
 ifdsweep::ValueHandle arbitraryValue(ifdsweep::Host& host, FuzzInput& input, unsigned depth) {
@@ -172,21 +198,18 @@ ifdsweep::ValueHandle arbitraryValue(ifdsweep::Host& host, FuzzInput& input, uns
 }
 
 ifdsweep::Outcome arbitraryOutcome(ifdsweep::Host& host, FuzzInput& input) {
-    constexpr unsigned kDepth = 5;
-    ifdsweep::Outcome outcome;
-    outcome.file = arbitraryBytes(input, 60);
-    outcome.initialOffset = arbitraryNumber(input);
-    outcome.firstIfdIndex = arbitraryNumber(input);
-    outcome.maxIfdCount = arbitraryNumber(input);
-    for (std::size_t count = input.below(4); count > 0; --count) {
-        outcome.warnings.push_back({arbitraryMessage(input), arbitraryPlace(input)});
+    const std::string file = arbitraryBytes(input, 60);
+    ifdsweep::Outcome outcome = arbitraryStream(host, input);
+    outcome.file = file;
+    // Of each four, two have no container, one has one stream, and one has others.
+    const std::size_t form = input.below(4);
+    if (form >= 2) {
+        outcome.stream = arbitraryOrigin(input);
     }
-    if (input.below(8) == 0) {
-        outcome.error = arbitraryMessage(input);
-    } else if (input.below(2) == 0) {
-        outcome.result = arbitraryValue(host, input, kDepth);
-    } else {
-        outcome.result = arbitraryRecords(host, input, kDepth);
+    for (std::size_t count = form == 3 ? input.below(4) : 0; count > 0; --count) {
+        ifdsweep::Outcome& other = outcome.others.emplace_back(arbitraryStream(host, input));
+        other.file = file;
+        other.stream = arbitraryOrigin(input);
     }
     return outcome;
 }

@@ -16,7 +16,7 @@ namespace fuzz {
 [[nodiscard]] ifdsweep::ValueHandle arbitraryValue(ifdsweep::Host& host, FuzzInput& input,
                                                    unsigned depth);
 
-/// A whole outcome: file name, numbers, result or error, warnings.
+/// A whole outcome: file name, streams; of each its origin, numbers, result or error, warnings.
 [[nodiscard]] ifdsweep::Outcome arbitraryOutcome(ifdsweep::Host& host, FuzzInput& input);
 
 }  // namespace fuzz

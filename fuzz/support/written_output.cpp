@@ -15,6 +15,7 @@
 #include "text/text_decoding.h"
 #include "values/value.h"
 #include "write/framer.h"
+#include "write/outcome_streams.h"
 
 namespace fuzz {
 namespace {
@@ -212,6 +213,59 @@ void requireTypedMessage(const json& parsed, const qxMessage& message) {
                  });
 }
 
+/// Takes the members away that tell where a stream comes from.
+void takeOrigin(json& object, const ifdsweep::StreamOrigin& stream) {
+    require(object.contains("container") != stream.container.empty() &&
+                object.contains("stream") != stream.container.empty() &&
+                object.contains("embedded") == (stream.isEmbedded && !stream.container.empty()),
+            "a stream in a container tells its origin");
+    if (stream.container.empty()) {
+        return;
+    }
+    require(object.at("container") == stream.container, "a container has its name");
+    // A mark is not undone here.
+    const bool isComparable = ifdsweep::isUtf8(std::string_view(stream.name)) &&
+                              stream.name.find(static_cast<char>(kMark)) == std::string::npos;
+    require(!isComparable || object.at("stream").get<std::string>() == stream.name,
+            "a stream has its name");
+    for (const char* const name : {"container", "stream", "embedded"}) {
+        object.erase(name);
+    }
+}
+
+void requireTypedLine(std::string_view line, const ifdsweep::Outcome& outcome) {
+    json parsed = json::parse(withMarkedSurrogates(line), nullptr, false);
+    require(!parsed.is_discarded(), "the typed line is JSON");
+    takeOrigin(parsed, outcome.stream);
+    requireFileMembers(parsed, outcome.file, {"file", "arguments", "result", "warnings", "error"});
+    require(ifdsweep::fileNameToSystem(unitsOf(parsed.at("file"))) == outcome.file,
+            "the file name reads back the same");
+    const json& arguments = parsed.at("arguments");
+    requireMembers(arguments, {"initialOffset", "firstIfdIndex", "maxIfdCount"});
+    requireNumber(arguments.at("initialOffset"), outcome.initialOffset);
+    requireNumber(arguments.at("firstIfdIndex"), outcome.firstIfdIndex);
+    requireNumber(arguments.at("maxIfdCount"), outcome.maxIfdCount);
+    requireValue(parsed.at("result"), outcome.result.get());
+    requireArray(parsed.at("warnings"), outcome.warnings.size(),
+                 [&](const json& warning, std::size_t index) {
+                     requireTypedMessage(warning, outcome.warnings[index].message);
+                 });
+    if (outcome.error) {
+        requireTypedMessage(parsed.at("error"), *outcome.error);
+    } else {
+        require(parsed.at("error").is_null(), "no error is null");
+    }
+}
+
+void requireNaturalStream(const json& object, const ifdsweep::Outcome& outcome) {
+    require(object.at("warnings").size() == outcome.warnings.size(), "every warning is there");
+    require(object.at("error").is_null() != outcome.error.has_value(), "an error is there");
+    if (outcome.result != nullptr && outcome.result->kind() == ifdsweep::ValueKind::Struct) {
+        require(object.at("records").size() == outcome.result->elementCount(),
+                "every record is there");
+    }
+}
+
 }  // namespace
 
 std::string written(ifdsweep::Format format, const ifdsweep::Outcome& outcome,
@@ -236,44 +290,39 @@ std::string written(ifdsweep::Format format, const ifdsweep::Outcome& outcome,
     return written(format, outcome, settings, colour);
 }
 
-void requireTypedReadsBack(std::string_view line, const ifdsweep::Outcome& outcome) {
-    require(line.ends_with('\n') && line.find('\n') == line.size() - 1, "a file is one line");
-    const json parsed = json::parse(withMarkedSurrogates(line), nullptr, false);
-    require(!parsed.is_discarded(), "the typed line is JSON");
-    requireFileMembers(parsed, outcome.file, {"file", "arguments", "result", "warnings", "error"});
-    require(ifdsweep::fileNameToSystem(unitsOf(parsed.at("file"))) == outcome.file,
-            "the file name reads back the same");
-    const json& arguments = parsed.at("arguments");
-    requireMembers(arguments, {"initialOffset", "firstIfdIndex", "maxIfdCount"});
-    requireNumber(arguments.at("initialOffset"), outcome.initialOffset);
-    requireNumber(arguments.at("firstIfdIndex"), outcome.firstIfdIndex);
-    requireNumber(arguments.at("maxIfdCount"), outcome.maxIfdCount);
-    requireValue(parsed.at("result"), outcome.result.get());
-    requireArray(parsed.at("warnings"), outcome.warnings.size(),
-                 [&](const json& warning, std::size_t index) {
-                     requireTypedMessage(warning, outcome.warnings[index].message);
-                 });
-    if (outcome.error) {
-        requireTypedMessage(parsed.at("error"), *outcome.error);
-    } else {
-        require(parsed.at("error").is_null(), "no error is null");
-    }
+void requireTypedReadsBack(std::string_view lines, const ifdsweep::Outcome& outcome) {
+    ifdsweep::forEachStream(outcome, [&lines](const ifdsweep::Outcome& stream) {
+        const std::size_t end = lines.find('\n');
+        require(end != std::string_view::npos, "a stream is one line");
+        requireTypedLine(lines.substr(0, end), stream);
+        lines.remove_prefix(end + 1);
+    });
+    require(lines.empty(), "there are no other lines");
 }
 
 void requireNaturalJson(std::string_view text, const ifdsweep::Outcome& outcome) {
-    const json parsed = json::parse(text, nullptr, false);
+    json parsed = json::parse(text, nullptr, false);
     require(parsed.is_array() && parsed.size() == 1, "the output is a JSON array of one file");
-    requireFileMembers(parsed[0], outcome.file,
-                       {"file", "initialOffset", "records", "warnings", "error"});
+    json& file = parsed[0];
     require(!ifdsweep::isUtf8(std::string_view(outcome.file)) ||
-                parsed[0].at("file").get<std::string>() == outcome.file,
+                file.at("file").get<std::string>() == outcome.file,
             "a file name that is UTF-8 reads back the same");
-    require(parsed[0].at("warnings").size() == outcome.warnings.size(), "every warning is there");
-    require(parsed[0].at("error").is_null() != outcome.error.has_value(), "an error is there");
-    if (outcome.result != nullptr && outcome.result->kind() == ifdsweep::ValueKind::Struct) {
-        require(parsed[0].at("records").size() == outcome.result->elementCount(),
-                "every record is there");
+    if (outcome.others.empty()) {
+        takeOrigin(file, outcome.stream);
+        requireFileMembers(file, outcome.file,
+                           {"file", "initialOffset", "records", "warnings", "error"});
+        requireNaturalStream(file, outcome);
+        return;
     }
+    requireFileMembers(file, outcome.file, {"file", "streams"});
+    require(file.at("streams").size() == 1 + outcome.others.size(), "every stream is there");
+    std::size_t number = 0;
+    ifdsweep::forEachStream(outcome, [&](const ifdsweep::Outcome& stream) {
+        json& object = file.at("streams")[number++];
+        takeOrigin(object, stream.stream);
+        requireMembers(object, {"offset", "records", "warnings", "error"});
+        requireNaturalStream(object, stream);
+    });
 }
 
 void requireJsonLines(std::string_view text) {

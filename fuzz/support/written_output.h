@@ -21,8 +21,9 @@ namespace fuzz {
 [[nodiscard]] std::string written(ifdsweep::Format format, const ifdsweep::Outcome& outcome,
                                   ifdsweep::Colour colour = ifdsweep::Colour::off);
 
-/// One line of JSON that reads back as the same outcome, value by value and unit by unit.
-void requireTypedReadsBack(std::string_view line, const ifdsweep::Outcome& outcome);
+/// A line of JSON for each stream that reads back as the same outcome, value by value and unit by
+/// unit.
+void requireTypedReadsBack(std::string_view lines, const ifdsweep::Outcome& outcome);
 
 /// A JSON array of one object with the members that the format promises.
 void requireNaturalJson(std::string_view text, const ifdsweep::Outcome& outcome);

@@ -17,11 +17,13 @@
 #include "memory_file.h"
 #include "support/csv_reader.h"
 #include "write/csv_writer.h"
+#include "write/outcome_streams.h"
 #include "written_output.h"
 
 namespace {
 
 struct Directory {
+    std::string stream;
     const ifdsweep::Value* records;
     std::size_t element;
     std::string path;
@@ -34,24 +36,24 @@ bool isNested(const ifdsweep::Value& value) {
 }
 
 /// The directories that are rows, in the order of the rows.
-void listDirectories(const ifdsweep::Value* records, const std::string& path, bool nestedToo,
-                     std::vector<Directory>& list) {
+void listDirectories(const ifdsweep::Value* records, const std::string& stream,
+                     const std::string& path, bool nestedToo, std::vector<Directory>& list) {
     if (records == nullptr || records->kind() != ifdsweep::ValueKind::Struct) {
         return;
     }
     for (std::size_t element = 0; element < records->elementCount(); ++element) {
         const std::string own = (path.empty() ? "" : path + '/') + std::to_string(element);
-        list.push_back({records, element, own});
+        list.push_back({stream, records, element, own});
         for (std::size_t field = 0; nestedToo && field < records->fieldCount(); ++field) {
             const ifdsweep::Value* value = records->field(element, field);
             const std::string name(records->fieldName(field));
             if (value == nullptr || !isNested(*value) || name == "UnknownTags") {
                 continue;
             }
-            listDirectories(value, own + '/' + name, nestedToo, list);
+            listDirectories(value, stream, own + '/' + name, nestedToo, list);
             for (std::size_t index = 0;
                  value->cell(index) != nullptr || index < value->elementCount(); ++index) {
-                listDirectories(value->cell(index),
+                listDirectories(value->cell(index), stream,
                                 own + '/' + name + '[' + std::to_string(index) + ']', nestedToo,
                                 list);
             }
@@ -81,13 +83,20 @@ void requireNoFormula(const std::string& cell, const ifdsweep::WriteOptions& set
                   "no text is run");
 }
 
+/// How many columns say where.
+std::size_t placesOf(const ifdsweep::WriteOptions& settings) {
+    return settings.tellStreams ? 3 : 2;
+}
+
 void requireRow(const fixture::Row& row, const fixture::Row& head, const Directory& directory,
                 const ifdsweep::WriteOptions& settings) {
     const bool allColumns = settings.columns.empty();
     fuzz::require(row.size() == head.size(), "every row is as long as the first");
-    requireNoFormula(row[0], settings);
-    requireNoFormula(row[1], settings);
-    for (std::size_t column = 2; column < head.size(); ++column) {
+    const std::size_t places = placesOf(settings);
+    for (std::size_t column = 0; column < places; ++column) {
+        requireNoFormula(row[column], settings);
+    }
+    for (std::size_t column = places; column < head.size(); ++column) {
         const auto field = directory.records->fieldIndex(head[column]);
         const ifdsweep::Value* value =
             field ? directory.records->field(directory.element, *field) : nullptr;
@@ -99,8 +108,9 @@ void requireRow(const fixture::Row& row, const fixture::Row& head, const Directo
             requireNoFormula(row[column], settings);
         }
     }
-    const std::set<std::string, std::less<>> columns(head.begin() + 2, head.end());
-    fuzz::require(columns.size() + 2 == head.size(), "no column stands twice");
+    const std::set<std::string, std::less<>> columns(
+        head.begin() + static_cast<std::ptrdiff_t>(places), head.end());
+    fuzz::require(columns.size() + places == head.size(), "no column stands twice");
     for (std::size_t field = 0; allColumns && field < directory.records->fieldCount(); ++field) {
         const ifdsweep::Value* value = directory.records->field(directory.element, field);
         fuzz::require(value == nullptr || isNested(*value) ||
@@ -109,18 +119,18 @@ void requireRow(const fixture::Row& row, const fixture::Row& head, const Directo
     }
 }
 
-std::string tableOf(std::string_view waiting, ifdsweep::TableRows rows) {
+std::string tableOf(std::string_view waiting, const ifdsweep::WriteOptions& settings) {
     const fuzz::MemoryFile file(waiting);
     ifdsweep::StringSink sink;
     ifdsweep::Output output(sink);
-    ifdsweep::assembleCsv(file.descriptor(), rows, output);
+    ifdsweep::assembleCsv(file.descriptor(), settings, output);
     output.flush();
     return std::move(sink.text);
 }
 
 std::string written(const ifdsweep::Outcome& outcome, const ifdsweep::WriteOptions& settings) {
     const std::string text = fuzz::written(ifdsweep::Format::csv, outcome, settings);
-    return settings.columns.empty() ? tableOf(text, settings.rows) : text;
+    return settings.columns.empty() ? tableOf(text, settings) : text;
 }
 
 void checkOutcome(const ifdsweep::Outcome& outcome, const ifdsweep::WriteOptions& settings) {
@@ -129,8 +139,10 @@ void checkOutcome(const ifdsweep::Outcome& outcome, const ifdsweep::WriteOptions
     const std::vector<fixture::Row> rows = fixture::rowsOf(table);
     fuzz::require(!rows.empty() && rows[0].size() >= 2, "a table has a first row");
     std::vector<Directory> directories;
-    listDirectories(outcome.result.get(), "", settings.rows == ifdsweep::TableRows::nested,
-                    directories);
+    ifdsweep::forEachStream(outcome, [&](const ifdsweep::Outcome& stream) {
+        listDirectories(stream.result.get(), stream.stream.name, "",
+                        settings.rows == ifdsweep::TableRows::nested, directories);
+    });
     fuzz::require(rows.size() == 1 + directories.size(), "a directory is a row");
     for (std::size_t index = 0; index < directories.size(); ++index) {
         const fixture::Row& row = rows[index + 1];
@@ -141,8 +153,11 @@ void checkOutcome(const ifdsweep::Outcome& outcome, const ifdsweep::WriteOptions
                    : settings.rawCells ? fixture::withoutEscapes(cell)
                                        : fixture::textOfCell(cell);
         };
-        fuzz::require(textOf(row[0]) == outcome.file && textOf(row[1]) == directories[index].path,
+        fuzz::require(textOf(row[0]) == outcome.file &&
+                          textOf(row[placesOf(settings) - 1]) == directories[index].path,
                       "a row tells its file and the way to its directory");
+        fuzz::require(!settings.tellStreams || textOf(row[1]) == directories[index].stream,
+                      "a row tells its stream");
         for (const std::string& cell : row) {
             if (!isPlain) {
                 fuzz::requireTerminalSafe(cell);
@@ -159,10 +174,14 @@ void checkFileRow(const ifdsweep::Outcome& outcome, ifdsweep::WriteOptions setti
     const std::vector<fixture::Row> given = fixture::rowsOf(written(outcome, settings));
     settings.rows = ifdsweep::TableRows::nested;
     const std::vector<fixture::Row> all = fixture::rowsOf(written(outcome, settings));
-    fuzz::require(given.size() == (outcome.result == nullptr ? 1 : 2), "a file is a row");
-    fuzz::require(given[0].size() + 1 == all[0].size() && given.back().size() == given[0].size(),
-                  "a file has every column but the directory");
-    for (std::size_t column = 2; given.size() == 2 && column < all[0].size(); ++column) {
+    const std::size_t places = placesOf(settings);
+    const bool isRow = ifdsweep::anyStream(
+        outcome, [](const ifdsweep::Outcome& stream) { return stream.result != nullptr; });
+    fuzz::require(given.size() == (isRow ? 2 : 1), "a file is a row");
+    fuzz::require(
+        given[0].size() + places - 1 == all[0].size() && given.back().size() == given[0].size(),
+        "a file has every column but the directory and the stream");
+    for (std::size_t column = places; given.size() == 2 && column < all[0].size(); ++column) {
         std::string expected;
         for (std::size_t row = 1; expected.empty() && row < all.size(); ++row) {
             expected = all[row][column];
@@ -177,7 +196,9 @@ void checkFileRow(const ifdsweep::Outcome& outcome, ifdsweep::WriteOptions setti
 void checkRows(std::string_view bytes) {
     try {
         for (const auto rows : {ifdsweep::TableRows::directory, ifdsweep::TableRows::file}) {
-            static_cast<void>(tableOf(bytes, rows));
+            ifdsweep::WriteOptions settings;
+            settings.rows = rows;
+            static_cast<void>(tableOf(bytes, settings));
         }
     } catch (const ifdsweep::RunFailure&) {
         // Refused.
@@ -198,7 +219,9 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     settings.forTerminal = (choice & 1U) != 0;
     settings.rows =
         (choice & 2U) != 0 ? ifdsweep::TableRows::nested : ifdsweep::TableRows::directory;
-    settings.rawCells = input.below(2) != 0;
+    const std::size_t cells = input.below(4);
+    settings.rawCells = cells % 2 != 0;
+    settings.tellStreams = cells >= 2;
     if ((choice & 4U) != 0) {
         settings.columns = {"Width", "Make", "SubIFDs", "Odd \"\xC3\xA9\n", "none"};
     }

@@ -10,11 +10,11 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     {
         fuzz::FuzzInput input(std::span(data, size));
         const ifdsweep::Outcome outcome = fuzz::arbitraryOutcome(host, input);
-        const std::string line = fuzz::written(ifdsweep::Format::typed, outcome);
-        fuzz::requireTypedReadsBack(line, outcome);
-        fuzz::requireTerminalSafe(line);
-        fuzz::require(line == fuzz::written(ifdsweep::Format::typed, outcome),
-                      "the same line twice");
+        const std::string lines = fuzz::written(ifdsweep::Format::typed, outcome);
+        fuzz::requireTypedReadsBack(lines, outcome);
+        fuzz::requireTerminalSafe(lines);
+        fuzz::require(lines == fuzz::written(ifdsweep::Format::typed, outcome),
+                      "the same lines twice");
     }
     fuzz::require(host.liveValues() == 0, "every value is freed");
     return 0;

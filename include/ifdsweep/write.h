@@ -57,6 +57,9 @@ struct WriteOptions {
     std::size_t lineWidth = 0;           ///< of text, in columns; 0: lines are not broken
     std::vector<std::string> columns{};  ///< of CSV; fields that text shows; empty: all
     TableRows rows = TableRows::directory;
+    /// Rows of CSV, but for rows of files, tell of which stream they are; a line of ndjson is a
+    /// stream and not a file. To be set where all streams are read (`ReadOptions::streams`).
+    bool tellStreams = false;
     bool rawCells = false;     ///< CSV has text as it is, formulas and all
     bool forTerminal = false;  ///< JSON and raw CSV show hidden characters
 };

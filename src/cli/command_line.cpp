@@ -295,6 +295,7 @@ CommandLine parseCommandLine(int argumentCount, const char* const* arguments,
         if (complaint.empty()) {
             complaint = settleTable(result.options.output, askedRows);
         }
+        result.options.output.tellStreams = result.options.read.streams == StreamChoice::all;
         if (!result.options.read.longestValue && result.options.read.reading == ReadingMode::full) {
             result.options.read.longestValue = longestValueFor(result.options);
         }

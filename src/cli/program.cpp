@@ -88,8 +88,8 @@ LateEnding makeLateEnding(const RunOptions& options, const InputFile& file, Colo
         file, qxMessage(kTimeoutId, {qxMessageText(secondsText(nanosecondsOf(seconds)))}));
     Frame frame = frameOf(writeOptions(options.output));
     if (options.output.hasOpenColumns()) {
-        frame.head =
-            csvHeader({}, options.output.rows);  // of the table that the rows would have become
+        // Of the table that the rows would have become.
+        frame.head = csvHeader({}, writeOptions(options.output));
     }
     Framer framer(output, std::move(frame));
     framer.begin();

@@ -18,10 +18,16 @@ bool hasTwice(const Value& records, std::string_view name) {
     return count > 1;
 }
 
-/// Whether a directory of a JPEG file lacks a tag for certain. Of "Width", which is the name of the
+/// Whether the image is that of a container. A JPEG whose stream was named by its position is told
+/// by the record.
+bool isOfContainer(const PresentedField& field) {
+    return field.described == Described::container || isText(field.sibling(kFormatField), "jpg");
+}
+
+/// Whether a directory in a container lacks a tag for certain. Of "Width", which is the name of the
 /// derived field too, it is certain only while no directory of the chain has the tag.
 bool lacksTag(const PresentedField& field, std::string_view tag) {
-    return isText(field.sibling(kFormatField), "jpg") &&
+    return isOfContainer(field) &&
            (tag == kWidth ? !hasTwice(field.records, tag) : field.sibling(tag) == nullptr);
 }
 

@@ -177,10 +177,11 @@ std::vector<std::string_view> presentedFields() {
 }
 
 bool appendPresented(Output& output, std::string_view fieldName, const Value& value,
-                     const Value& records, std::size_t element, const TextLimits& limits) {
+                     const Value& records, std::size_t element, const TextLimits& limits,
+                     Described described) {
     const PresenterRow* const row = rowOf(fieldName);
     return row != nullptr &&
-           row->present(output, {value, records, element, limits}, row->parameter);
+           row->present(output, {value, records, element, limits, described}, row->parameter);
 }
 
 }  // namespace ifdsweep

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "io/output.h"
+#include "present/presenter.h"
 #include "text/text_limits.h"
 #include "values/value.h"
 
@@ -19,11 +20,13 @@ namespace ifdsweep {
 /// @param value   the value of the field
 /// @param records the directories that the field is from, for the fields beside it
 /// @param element which of the directories
+/// @param described what the directories' stream is about
 /// @return false, with nothing appended, where the field has no presenter or its value is not what
 ///         the presenter is made for: the value is to be shown as it is
 [[nodiscard]] bool appendPresented(Output& output, std::string_view fieldName, const Value& value,
                                    const Value& records, std::size_t element,
-                                   const TextLimits& limits);
+                                   const TextLimits& limits,
+                                   Described described = Described::itself);
 
 /// The fields beside a field that its presenter asks: the unit of a number, the direction of an
 /// angle. Without them the value is shown as it is.

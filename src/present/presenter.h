@@ -18,12 +18,19 @@
 
 namespace ifdsweep {
 
+/// What a TIFF stream describes.
+enum class Described : std::uint8_t {
+    itself,     ///< the images that it holds
+    container,  ///< the image of the file that carries it
+};
+
 /// A field as a presenter sees it.
 struct PresentedField {
     const Value& value;
     const Value& records;  ///< the directory, for the fields beside this one
     std::size_t element;
     const TextLimits& limits;
+    Described described = Described::itself;
 
     /// The value of another field of the directory; null where it has none.
     [[nodiscard]] const Value* sibling(std::string_view name) const;

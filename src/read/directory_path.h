@@ -32,7 +32,11 @@ inline constexpr std::string_view kUnknownTags = "UnknownTags";
 }
 
 /// The kind of the directory at the end of a path.
-[[nodiscard]] inline DirectoryKind kindAtPath(std::string_view path) {
+/// @param primaryKind that of the directories in the primary chain
+[[nodiscard]] inline DirectoryKind kindAtPath(std::string_view path, DirectoryKind primaryKind) {
+    if (path.find('/') == std::string_view::npos) {
+        return primaryKind;
+    }
     path = path.substr(0, std::min(path.rfind('/'), path.size()));
     const std::string_view field = path.substr(path.rfind('/') + 1);
     return kindInField(field.substr(0, field.find('[')));

@@ -2,13 +2,15 @@
 
 #include <utility>
 
+#include "write/write_options.h"
+
 namespace ifdsweep {
 namespace {
 
 std::optional<WaitingRows> waitingRowsOf(const OutputChoice& choice,
                                          const std::function<bool()>& isStopped) {
     return choice.hasOpenColumns()
-               ? std::optional<WaitingRows>(std::in_place, choice.rows, isStopped)
+               ? std::optional<WaitingRows>(std::in_place, writeOptions(choice), isStopped)
                : std::nullopt;
 }
 

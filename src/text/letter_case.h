@@ -12,6 +12,10 @@ namespace ifdsweep {
     return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
 }
 
+[[nodiscard]] constexpr char upperCase(char letter) noexcept {
+    return letter >= 'a' && letter <= 'z' ? static_cast<char>(letter - 'a' + 'A') : letter;
+}
+
 [[nodiscard]] constexpr bool equalInAnyCase(std::string_view left,
                                             std::string_view right) noexcept {
     return std::equal(left.begin(), left.end(), right.begin(), right.end(),

@@ -92,7 +92,7 @@ ChosenField takeField(Unpacker& bytes) {
 
 void putOutput(std::string& bytes, const OutputChoice& choice) {
     const auto& [format, layout, toTerminal, lineWidth, fields, shorten, digits, splitTexts, rows,
-                 rawCells, allDirectories, warnings, ignored] = choice;
+                 tellStreams, rawCells, allDirectories, warnings, ignored] = choice;
     putChoice(bytes, format);
     putChoice(bytes, layout);
     putChoice(bytes, toTerminal);
@@ -105,6 +105,7 @@ void putOutput(std::string& bytes, const OutputChoice& choice) {
     putOptional(bytes, digits);
     putChoice(bytes, splitTexts);
     putChoice(bytes, rows);
+    putChoice(bytes, tellStreams);
     putChoice(bytes, rawCells);
     putChoice(bytes, allDirectories);
     putChoice(bytes, warnings);
@@ -126,6 +127,7 @@ void takeOutput(Unpacker& bytes, OutputChoice& choice) {
     choice.digits = takeOptional(bytes);
     choice.splitTexts = bytes.flag();
     choice.rows = bytes.choice(TableRows::nested);
+    choice.tellStreams = bytes.flag();
     choice.rawCells = bytes.flag();
     choice.allDirectories = bytes.flag();
     choice.warnings = bytes.choice(WarningDetail::none);

@@ -1,7 +1,8 @@
 #pragma once
 
-// Rows of a table whose columns are not known yet: each is a packed list of texts (file, directory
-// or nothing, then names and cells in turn), kept in a file one after the other.
+// Rows of a table whose columns are not known yet: each is a packed list of texts (the cells that
+// say where, with the commas between them, then names and cells in turn), kept in a file one after
+// the other.
 //
 // Ownership: files are borrowed. Threads: one at a time.
 
@@ -22,7 +23,7 @@
 namespace ifdsweep {
 
 /// Reads a file of rows from its beginning; rows are read in large pieces, one row at least.
-/// @param visit called with the texts of each row, at least two, valid until it returns
+/// @param visit called with the texts of each row, an odd number, valid until it returns
 /// Throws RunFailure when the file holds anything else.
 template <class Visit>
 void forEachRow(int file, Visit&& visit) {
@@ -46,7 +47,7 @@ void forEachRow(int file, Visit&& visit) {
             while (!cells.isAtEnd()) {
                 texts.push_back(cells.text());
             }
-            if (cells.hasFailed() || texts.size() < 2) {
+            if (cells.hasFailed() || texts.size() % 2 == 0) {
                 throw RunFailure(kDamagedRows);
             }
             visit(texts);

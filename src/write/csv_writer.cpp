@@ -20,8 +20,11 @@ CellText cellTextOf(const WriteOptions& options) {
 
 }  // namespace
 
-std::string csvHeader(const std::vector<std::string>& columns, TableRows rows) {
-    std::string line(rows == TableRows::file ? "File" : "File,Directory");
+std::string csvHeader(const std::vector<std::string>& columns, const WriteOptions& options) {
+    std::string line("File");
+    if (options.rows != TableRows::file) {
+        line.append(options.tellStreams ? ",Stream,Directory" : ",Directory");
+    }
     for (const std::string& column : columns) {
         line.push_back(',');
         appendQuoted(line, column);
@@ -32,23 +35,37 @@ std::string csvHeader(const std::vector<std::string>& columns, TableRows rows) {
 CsvWriter::CsvWriter(Output& destination, const WriteOptions& options)
     : ResultWriter(destination),
       rows(options.rows),
+      tellsStreams(options.tellStreams),
       columns(options.columns),
       cell(cellTextOf(options)) {}
 
 void CsvWriter::writeFile(const Outcome& outcome) {
-    fileCell = cell.ofText(outcome.file);
     if (rows == TableRows::file) {
-        writeFileRow(*outcome.result);
-    } else {
-        writeRecords(*outcome.result, "");
+        writeFileRow(outcome);
+        return;
     }
+    forEachStream(outcome, [this](const Outcome& stream) {
+        if (stream.result == nullptr) {
+            return;
+        }
+        streamCells = cell.ofText(stream.file);
+        if (tellsStreams) {
+            streamCells.append(",").append(cell.ofText(stream.stream.name));
+        }
+        writeRecords(*stream.result, "");
+    });
 }
 
-void CsvWriter::writeFileRow(const Value& records) {
+void CsvWriter::writeFileRow(const Outcome& outcome) {
     FileRow row(columns, cell);
-    row.fill(records);
+    forEachStream(outcome, [&row](const Outcome& stream) {
+        if (stream.result != nullptr) {
+            row.fill(*stream.result);
+        }
+    });
+    whereCells = cell.ofText(outcome.file);
     if (!columns.empty()) {
-        output.append(fileCell);
+        output.append(whereCells);
         for (const std::string& column : columns) {
             output.append(',');
             output.append(row.cellOf(column));
@@ -57,8 +74,7 @@ void CsvWriter::writeFileRow(const Value& records) {
         return;
     }
     std::string named;
-    packed::putText(named, fileCell);
-    packed::putText(named, "");
+    packed::putText(named, whereCells);
     row.forEachColumn([&named](std::string_view name, std::string_view text) {
         packed::putText(named, name);
         packed::putText(named, text);
@@ -72,13 +88,12 @@ void CsvWriter::writeRecords(const Value& records, const std::string& path) {
     }
     for (std::size_t element = 0; element < records.elementCount(); ++element) {
         const std::string directory = childPath(path, std::to_string(element));
-        directoryCell = cell.ofText(directory);
+        whereCells = streamCells;
+        whereCells.append(",").append(cell.ofText(directory));
         if (columns.empty()) {
             writeNamedRow(records, element);
         } else {
-            output.append(fileCell);
-            output.append(',');
-            output.append(directoryCell);
+            output.append(whereCells);
             writeColumns(records, element);
             output.append(kLineEnd);
         }
@@ -108,8 +123,7 @@ void CsvWriter::writeColumns(const Value& records, std::size_t element) {
 
 void CsvWriter::writeNamedRow(const Value& records, std::size_t element) {
     std::string row;
-    packed::putText(row, fileCell);
-    packed::putText(row, directoryCell);
+    packed::putText(row, whereCells);
     forEachField(records, element, [&](std::string_view name, const Value& value) {
         if (!isNested(value)) {
             packed::putText(row, name);
@@ -126,25 +140,21 @@ void CsvWriter::writeWaitingRow(std::string_view row) {
     output.append(row);
 }
 
-void assembleCsv(int waiting, TableRows rows, Output& output) {
+void assembleCsv(int waiting, const WriteOptions& options, Output& output) {
     ColumnNames columns;
     forEachRow(waiting, [&](const std::vector<std::string_view>& texts) {
-        for (std::size_t index = 2; index + 1 < texts.size(); index += 2) {
+        for (std::size_t index = 1; index < texts.size(); index += 2) {
             columns.placeOf(texts[index]);
         }
     });
-    output.append(csvHeader(columns.all(), rows));
+    output.append(csvHeader(columns.all(), options));
     std::vector<std::string_view> cells(columns.all().size());
     forEachRow(waiting, [&](const std::vector<std::string_view>& texts) {
         std::fill(cells.begin(), cells.end(), std::string_view());
-        for (std::size_t index = 2; index + 1 < texts.size(); index += 2) {
+        for (std::size_t index = 1; index < texts.size(); index += 2) {
             cells[columns.placeOf(texts[index])] = texts[index + 1];
         }
         output.append(texts[0]);
-        if (rows != TableRows::file) {
-            output.append(',');
-            output.append(texts[1]);
-        }
         for (const std::string_view text : cells) {
             output.append(',');
             output.append(text);

@@ -14,6 +14,7 @@
 #include "text/text_decoding.h"
 #include "write/json_members.h"
 #include "write/natural_json.h"
+#include "write/outcome_streams.h"
 
 namespace ifdsweep {
 namespace {
@@ -123,21 +124,9 @@ const TypeRow* typeRow(std::uint16_t code) {
     return code < kTypes.size() && !kTypes[code].name.empty() ? &kTypes[code] : nullptr;
 }
 
-/// Appends a member with the comma before it.
-void appendName(Output& output, std::string_view name) {
-    output.append(R"(,")");
-    output.append(name);
-    output.append(R"(":)");
-}
-
 void appendNumberMember(Output& output, std::string_view name, std::uint64_t number) {
     appendName(output, name);
     appendWhole(output, number);
-}
-
-void appendTextMember(Output& output, std::string_view name, std::string_view text) {
-    appendName(output, name);
-    appendJsonString(output, text);
 }
 
 void appendDefault(Output& output, const EntryFacts& entry) {
@@ -181,6 +170,10 @@ std::string written(Write&& write) {
     return std::move(sink.text);
 }
 
+bool hasMessages(const Outcome& stream) {
+    return stream.error || !stream.warnings.empty() || !stream.warningCounts.empty();
+}
+
 }  // namespace
 
 template <class Write>
@@ -199,11 +192,25 @@ EntrySink* FactsWriter::listenerFor(std::string_view fileName) {
     paths.clear();
     hasLines = false;
     failure = nullptr;
-    file = written([&](Output& text) {
-        text.append('{');
-        appendFileMembers(text, fileName);
-    });
+    file = fileName;
+    lineStart = startOfLine({});
     return this;
+}
+
+std::string FactsWriter::startOfLine(const StreamOrigin& stream) const {
+    return written([&](Output& text) {
+        text.append('{');
+        appendFileMembers(text, file);
+        appendOriginMembers(text, stream);
+    });
+}
+
+void FactsWriter::streamBegins(const StreamFacts& stream) {
+    attempt([&] {
+        paths.clear();
+        lineStart = startOfLine(
+            {std::string(stream.container), std::string(stream.name), stream.isEmbedded});
+    });
 }
 
 void FactsWriter::directoryBegins(const DirectoryFacts& directory) {
@@ -222,7 +229,7 @@ void FactsWriter::directoryEnds(const DirectoryFacts& /*directory*/, bool /*isKe
 void FactsWriter::entry(const DirectoryFacts& /*directory*/, const EntryFacts& entry) {
     attempt([&] {
         hasLines = true;
-        output.append(file);
+        output.append(lineStart);
         output.append(paths.back());
         appendNumberMember(output, "tag", entry.tag);
         if (!entry.name.empty()) {
@@ -247,35 +254,39 @@ void FactsWriter::entry(const DirectoryFacts& /*directory*/, const EntryFacts& e
 void FactsWriter::warning(const qxMessage& /*message*/, const WarningFacts& /*place*/) {}
 
 bool FactsWriter::shows(const Outcome& outcome) const {
-    return hasLines || failure || outcome.error || !outcome.warnings.empty() ||
-           !outcome.warningCounts.empty();
+    return hasLines || failure || anyStream(outcome, hasMessages);
 }
 
 void FactsWriter::writeFile(const Outcome& outcome) {
     if (failure) {
         std::rethrow_exception(std::exchange(failure, nullptr));
     }
-    if (file.empty()) {
-        static_cast<void>(listenerFor(outcome.file));
+    file = outcome.file;
+    forEachStream(outcome, [this](const Outcome& stream) { writeMessages(stream); });
+}
+
+void FactsWriter::writeMessages(const Outcome& stream) {
+    if (!hasMessages(stream)) {
+        return;
     }
+    lineStart = startOfLine(stream.stream);
     const auto appendLine = [&](std::string_view name, auto&& appendValue) {
-        output.append(file);
+        output.append(lineStart);
         appendName(output, name);
         appendValue();
         output.append("}\n");
     };
-    for (const Warning& warning : outcome.warnings) {
+    for (const Warning& warning : stream.warnings) {
         appendLine("warning",
                    [&] { appendNaturalMessage(output, warning.message, &warning.place); });
     }
-    for (const WarningCount& warning : outcome.warningCounts) {
+    for (const WarningCount& warning : stream.warningCounts) {
         appendLine("warning", [&] { appendWarningCount(output, warning); });
     }
-    if (outcome.error) {
+    if (stream.error) {
         appendLine("error",
-                   [&] { appendNaturalMessage(output, *outcome.error, nullptr, outcome.found); });
+                   [&] { appendNaturalMessage(output, *stream.error, nullptr, stream.found); });
     }
-    file.clear();
 }
 
 }  // namespace ifdsweep

@@ -1,13 +1,17 @@
 #pragma once
 
 // Facts writer: one line of JSON per entry, exact: integers as integers, rationals as two integers,
-// text as text or base64, positions from the start of the file.
+// text as text or base64, positions from the start of the file, or of a stream that does not lie in
+// it in one piece.
 //
-//   {"file", "path", "kind", "tag", "name", "type", "count", "entryOffset", "valueOffset",
+//   {"file", "container", "stream", "path", "kind", "tag", "name", "type", "count", "entryOffset",
+//   "valueOffset",
 //    "inline", "value"}
 //
+// of which a file that is itself the stream lacks "container" and "stream".
+//
 // It hears of the entries while the file is read, so that no file is too large for it; warnings and
-// the error follow as lines of their own.
+// errors follow as lines of their own, stream by stream.
 //
 // Ownership: borrows its output. Threads: one at a time.
 
@@ -32,6 +36,7 @@ public:
     void writeFile(const Outcome& outcome) override;
 
 private:
+    void streamBegins(const StreamFacts& stream) override;
     void directoryBegins(const DirectoryFacts& directory) override;
     void directoryEnds(const DirectoryFacts& directory, bool isKept) override;
     void entry(const DirectoryFacts& directory, const EntryFacts& entry) override;
@@ -42,7 +47,12 @@ private:
     template <class Write>
     void attempt(Write&& write);
 
-    std::string file;  ///< the beginning of a line with its name, as JSON
+    /// The beginning of a line of a stream.
+    [[nodiscard]] std::string startOfLine(const StreamOrigin& stream) const;
+    void writeMessages(const Outcome& stream);
+
+    std::string file;       ///< in system bytes
+    std::string lineStart;  ///< of the stream at hand
     /// The members of an entry that tell of its directory, for each directory on the way.
     std::vector<std::string> paths;
     bool hasLines = false;

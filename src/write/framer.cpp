@@ -12,8 +12,7 @@ Frame frameOf(const WriteOptions& options) {
         case Format::text:
             return {"", "", "\n", ""};
         case Format::csv:
-            return {options.columns.empty() ? "" : csvHeader(options.columns, options.rows), "", "",
-                    ""};
+            return {options.columns.empty() ? "" : csvHeader(options.columns, options), "", "", ""};
         case Format::ndjson:
         case Format::typed:
         case Format::facts:

@@ -56,6 +56,39 @@ inline void appendFileMembers(Output& output, std::string_view file) {
     appendFileBytes(output, file);
 }
 
+/// Appends the name of a member, with the comma before it.
+/// @param name needs no escapes
+inline void appendName(Output& output, std::string_view name) {
+    output.append(R"(,")");
+    output.append(name);
+    output.append(R"(":)");
+}
+
+/// Appends a member that is a text, with the comma before it, as the others.
+inline void appendTextMember(Output& output, std::string_view name, std::string_view text) {
+    appendName(output, name);
+    appendJsonString(output, text);
+}
+
+/// Appends the member that says that positions are those of a stream; none where they are the
+/// file's.
+inline void appendEmbeddedMember(Output& output, const StreamOrigin& stream) {
+    if (stream.isEmbedded) {
+        appendName(output, "embedded");
+        output.append("true");
+    }
+}
+
+/// Appends the members that say where a stream comes from; none for a file that is itself the
+/// stream.
+inline void appendOriginMembers(Output& output, const StreamOrigin& stream) {
+    if (!stream.container.empty()) {
+        appendTextMember(output, "container", stream.container);
+        appendTextMember(output, "stream", stream.name);
+        appendEmbeddedMember(output, stream);
+    }
+}
+
 /// Appends the members "id" and "arguments" of a message, without braces. An integer is written
 /// whole.
 /// @param appendText called with each text argument

@@ -4,6 +4,8 @@
 //
 //   {"file": name, "records": [...], "warnings": [{"id", "arguments", "text"}...], "error": null}
 //
+// or, for a file of which several streams were read, with such members in each of its "streams".
+//
 // Ownership: borrows its output. Threads: one at a time.
 
 #include "write/natural_json.h"

@@ -96,6 +96,32 @@ void appendPlaceMembers(Output& output, const WarningPlace& place) {
     }
 }
 
+/// Appends what came of a stream.
+void appendReadMembers(Output& output, const Outcome& stream, SeveralTexts texts) {
+    appendName(output, "records");
+    if (stream.result != nullptr) {
+        appendNaturalValue(output, stream.result.get(), TextOrigin::tag, texts);
+    } else {
+        output.append("[]");
+    }
+    output.append(',');
+    appendOutcomeMessages(output, stream, [&](const qxMessage& message, const WarningPlace* place) {
+        appendNaturalMessage(output, message, place, place == nullptr ? stream.found : "");
+    });
+}
+
+/// Appends the object of one of several streams.
+void appendStream(Output& output, const Outcome& stream, SeveralTexts texts) {
+    output.append(R"({"container":)");
+    appendJsonString(output, stream.stream.container);
+    appendTextMember(output, "stream", stream.stream.name);
+    appendName(output, "offset");
+    appendNaturalNumber(output, stream.initialOffset);
+    appendEmbeddedMember(output, stream.stream);
+    appendReadMembers(output, stream, texts);
+    output.append('}');
+}
+
 }  // namespace
 
 void appendNaturalValue(Output& output, const Value* value, TextOrigin origin, SeveralTexts texts) {
@@ -152,19 +178,35 @@ void appendNaturalMessage(Output& output, const qxMessage& message, const Warnin
 void appendNaturalOutcome(Output& output, const Outcome& outcome, SeveralTexts texts) {
     output.append('{');
     appendFileMembers(output, outcome.file);
-    output.append(R"(,"initialOffset":)");
-    appendNaturalNumber(output, outcome.initialOffset);
-    output.append(R"(,"records":)");
-    if (outcome.result != nullptr) {
-        appendNaturalValue(output, outcome.result.get(), TextOrigin::tag, texts);
+    if (outcome.others.empty()) {
+        appendName(output, "initialOffset");
+        appendNaturalNumber(output, outcome.initialOffset);
+        appendOriginMembers(output, outcome.stream);
+        appendReadMembers(output, outcome, texts);
     } else {
-        output.append("[]");
-    }
-    output.append(',');
-    appendOutcomeMessages(
-        output, outcome, [&](const qxMessage& message, const WarningPlace* place) {
-            appendNaturalMessage(output, message, place, place == nullptr ? outcome.found : "");
+        appendName(output, "streams");
+        appendJsonArray(output, 1 + outcome.others.size(), [&](std::size_t number) {
+            appendStream(output, number == 0 ? outcome : outcome.others[number - 1], texts);
         });
+    }
+    output.append('}');
+}
+
+void appendNaturalStreamRow(Output& output, const Outcome& stream, SeveralTexts texts) {
+    output.append('{');
+    appendFileMembers(output, stream.file);
+    const StreamOrigin& origin = stream.stream;
+    appendName(output, "Stream");
+    if (origin.container.empty()) {
+        output.append("null");
+    } else {
+        appendJsonString(output, origin.name);
+        appendTextMember(output, "container", origin.container);
+        appendEmbeddedMember(output, origin);
+    }
+    appendName(output, "initialOffset");
+    appendNaturalNumber(output, stream.initialOffset);
+    appendReadMembers(output, stream, texts);
     output.append('}');
 }
 

@@ -31,8 +31,13 @@ void appendNaturalValue(Output& output, const Value* value, TextOrigin origin = 
 void appendNaturalMessage(Output& output, const qxMessage& message, const WarningPlace* place,
                           std::string_view found = {});
 
-/// Appends the object of one file, without a line end.
+/// Appends the object of one file, without a line end. Where several of its streams were read, they
+/// are its member "streams"; otherwise it has the members of its stream.
 void appendNaturalOutcome(Output& output, const Outcome& outcome,
                           SeveralTexts texts = SeveralTexts::string);
+
+/// Appends the object of one stream of a file, as a row of a table has it: with the member "Stream"
+/// whether or not there are others, null for a file that is itself the stream.
+void appendNaturalStreamRow(Output& output, const Outcome& stream, SeveralTexts texts);
 
 }  // namespace ifdsweep

@@ -25,6 +25,7 @@ struct OutputChoice {
     std::optional<std::uint64_t> digits;   ///< significant, of a number in text; 0: all
     bool splitTexts = false;               ///< several texts of a tag are an array in JSON
     TableRows rows = TableRows::directory;
+    bool tellStreams = false;  ///< all streams are read: rows say of which they are
     bool rawCells = false;
     bool allDirectories = false;  ///< text shows equal directories each
     WarningDetail warnings = WarningDetail::each;

@@ -16,7 +16,8 @@ std::unique_ptr<ResultWriter> makeResultWriter(const WriteOptions& options, Outp
         case Format::json:
             return std::make_unique<JsonWriter>(output, options.layout, texts);
         case Format::ndjson:
-            return std::make_unique<NdjsonWriter>(output, texts);
+            return std::make_unique<NdjsonWriter>(
+                output, texts, options.tellStreams ? NdjsonLines::streams : NdjsonLines::files);
         case Format::typed:
             return std::make_unique<TypedWriter>(output);
         case Format::csv:

@@ -4,6 +4,7 @@
 #include <array>
 #include <charconv>
 #include <cstdint>
+#include <iterator>
 #include <utility>
 
 #include "names/public_tags.h"
@@ -11,13 +12,22 @@
 #include "read/directory_path.h"
 #include "read/messages.h"
 #include "text/count_text.h"
+#include "text/letter_case.h"
 #include "text/number_output.h"
 #include "text/terminal_text.h"
 #include "write/field_roles.h"
+#include "write/outcome_streams.h"
 #include "write/text_value.h"
 #include "write/warning_folding.h"
 
 namespace ifdsweep {
+namespace {
+
+Described describedBy(const StreamOrigin& stream) {
+    return stream.container.empty() ? Described::itself : Described::container;
+}
+
+}  // namespace
 
 TextWriter::TextWriter(Output& destination, const WriteOptions& options, LineWrapper* lineWrapper)
     : ResultWriter(destination),
@@ -53,33 +63,75 @@ bool TextWriter::holdsAsked(std::string_view name, const Value& value) const {
 }
 
 bool TextWriter::shows(const Outcome& outcome) const {
-    return outcome.result != nullptr || !outcome.warnings.empty() || !outcome.warningCounts.empty();
+    return !outcome.others.empty() || outcome.result != nullptr || !outcome.warnings.empty() ||
+           !outcome.warningCounts.empty();
 }
 
 void TextWriter::writeFile(const Outcome& outcome) {
-    folding = DirectoryFolding(placement);
     hasFolded = false;
     if (wrapper != nullptr) {
         wrapper->keepWhole();
     }
     appendStyled(Style::file, outcome.file);
     output.append('\n');
-    if (outcome.result != nullptr) {
-        if (outcome.result->kind() == ValueKind::Struct) {
-            appendFileFields(*outcome.result);
-            appendRecords(*outcome.result, "", 1);
+    if (outcome.others.empty()) {
+        appendStream(outcome, true);
+    } else {
+        std::size_t number = 0;
+        forEachStream(outcome, [&](const Outcome& stream) {
+            appendStreamHeading(outcome, stream.stream, ++number);
+            appendStream(stream, false);
+        });
+    }
+    if (hasFolded) {
+        appendHint();
+    }
+}
+
+void TextWriter::appendStreamHeading(const Outcome& file, const StreamOrigin& stream,
+                                     std::size_t number) {
+    beginHeading(1);
+    appendStyled(Style::directory, "Stream " + std::to_string(number) + " of " +
+                                       std::to_string(1 + file.others.size()) + ": " + stream.name);
+    output.append('\n');
+}
+
+void TextWriter::appendStream(const Outcome& stream, bool isOnly) {
+    origin = stream.stream;
+    folding = DirectoryFolding(placement);
+    if (stream.result != nullptr) {
+        const bool hasRecords = stream.result->kind() == ValueKind::Struct;
+        appendFileFields(hasRecords ? stream.result.get() : nullptr, containerText(isOnly));
+        if (hasRecords) {
+            appendRecords(*stream.result, "", 1);
         } else {
             indent(1);
             output.append("no directories\n");
         }
     }
-    appendWarnings(outcome.warnings);
-    for (const WarningCount& warning : outcome.warningCounts) {
+    appendWarnings(stream.warnings);
+    for (const WarningCount& warning : stream.warningCounts) {
         appendWarningCount(warning);
     }
-    if (hasFolded) {
-        appendHint();
+    if (stream.error && !isOnly) {
+        appendMessage("error:", *stream.error, {});
     }
+}
+
+std::string TextWriter::containerText(bool isOnly) const {
+    std::string text;
+    if (origin.container.empty() || !(asked.empty() || origin.isEmbedded)) {
+        return text;
+    }
+    std::transform(origin.container.begin(), origin.container.end(), std::back_inserter(text),
+                   upperCase);
+    if (isOnly) {
+        text.append(", ").append(origin.name);
+    }
+    if (origin.isEmbedded) {
+        text.append(" (embedded: positions are of the stream)");
+    }
+    return text;
 }
 
 void TextWriter::appendStyled(Style style, std::string_view text) {
@@ -107,21 +159,31 @@ void WrappedTextWriter::writeFile(const Outcome& outcome) {
     lines.flush();
 }
 
-void TextWriter::appendFileFields(const Value& records) {
-    const auto isShown = [this](std::string_view name) {
-        // The heading is the name.
-        return isFileField(name) && name != kFileNameField && isAsked(name);
+void TextWriter::appendFileFields(const Value* records, const std::string& container) {
+    constexpr std::string_view kContainer = "Container";
+    const auto forEachShown = [&](auto&& visit) {
+        if (records == nullptr) {
+            return;
+        }
+        forEachField(*records, 0, [&](std::string_view name, const Value& value) {
+            // The heading is the name.
+            if (isFileField(name) && name != kFileNameField && isAsked(name) &&
+                value.elementCount() > 0) {
+                visit(name, value);
+            }
+        });
     };
-    std::size_t nameWidth = 0;
-    forEachField(records, 0, [&](std::string_view name, const Value& value) {
-        if (isShown(name) && value.elementCount() > 0) {
-            nameWidth = std::max(nameWidth, name.size());
-        }
+    std::size_t nameWidth = container.empty() ? 0 : kContainer.size();
+    forEachShown([&](std::string_view name, const Value& /*value*/) {
+        nameWidth = std::max(nameWidth, name.size());
     });
-    forEachField(records, 0, [&](std::string_view name, const Value& value) {
-        if (isShown(name) && value.elementCount() > 0) {
-            appendField(records, 0, name, value, nameWidth, 1);
-        }
+    if (!container.empty()) {
+        appendName(kContainer, nameWidth, 1);
+        appendTerminalText(output, container);
+        output.append('\n');
+    }
+    forEachShown([&](std::string_view name, const Value& value) {
+        appendField(*records, 0, name, value, nameWidth, 1);
     });
 }
 
@@ -194,7 +256,7 @@ void TextWriter::appendNested(std::string_view name, const Value& value, const s
     appendStyled(Style::name, name);
     output.append('\n');
     if (name == kUnknownTags) {
-        appendUnknownTags(value, kindAtPath(path), depth + 1);
+        appendUnknownTags(value, kindAtPath(path, origin.kind), depth + 1);
     } else {
         const bool wasWhole = std::exchange(isWhole, isWhole || isAsked(name));
         forEachTree(name, value, path, [&](const Value& tree, const std::string& treePath) {
@@ -204,13 +266,17 @@ void TextWriter::appendNested(std::string_view name, const Value& value, const s
     }
 }
 
-void TextWriter::appendField(const Value& records, std::size_t element, std::string_view name,
-                             const Value& value, std::size_t nameWidth, std::size_t depth) {
+void TextWriter::appendName(std::string_view name, std::size_t nameWidth, std::size_t depth) {
     indent(depth);
     appendStyled(Style::name, name);
     output.append(nameWidth - name.size() + 2, ' ');
     beginValue();
-    if (!appendPresented(output, name, value, records, element, limits)) {
+}
+
+void TextWriter::appendField(const Value& records, std::size_t element, std::string_view name,
+                             const Value& value, std::size_t nameWidth, std::size_t depth) {
+    appendName(name, nameWidth, depth);
+    if (!appendPresented(output, name, value, records, element, limits, describedBy(origin))) {
         appendTextValue(output, &value, fieldTextOrigin(name), limits);
     }
     output.append('\n');
@@ -256,7 +322,7 @@ void TextWriter::appendWarnings(const std::vector<Warning>& warnings) {
     WarningFolding kinds;
     for (const Warning& warning : warnings) {
         if (foldsNothing || kinds.shows(warning.message.id())) {
-            appendWarning(warning);
+            appendMessage("warning:", warning.message, warning.place);
         }
     }
     for (const auto& [id, count] : kinds.kinds()) {
@@ -272,11 +338,11 @@ void TextWriter::appendWarnings(const std::vector<Warning>& warnings) {
     }
 }
 
-void TextWriter::appendWarning(const Warning& warning) {
+void TextWriter::appendMessage(std::string_view kind, const qxMessage& message,
+                               const WarningPlace& place) {
     indent(1);
-    appendStyled(Style::warning, "warning:");
+    appendStyled(Style::warning, kind);
     output.append(' ');
-    const WarningPlace& place = warning.place;
     if (!place.path.empty()) {
         output.append("Directory ");
         appendTerminalText(output, place.path);
@@ -286,9 +352,9 @@ void TextWriter::appendWarning(const Warning& warning) {
         }
         output.append(": ");
     }
-    appendTerminalText(output, messageText(warning.message));
+    appendTerminalText(output, messageText(message));
     output.append(" (");
-    appendTerminalText(output, shortMessageId(warning.message.id()));
+    appendTerminalText(output, shortMessageId(message.id()));
     output.append(")\n");
 }
 

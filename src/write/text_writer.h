@@ -1,10 +1,11 @@
 #pragma once
 
-// Text writer: records for people. A heading per file, the fields of the file once, a heading per
-// directory, names and values aligned, nested directories indented below their name, long values
-// cut short with their size, and the warnings after the file that they belong to. Fields without a
-// value are left out, equal directories and warnings of one kind folded (directory_folding.h,
-// warning_folding.h). Everything that comes from a file is escaped (see terminal_text.h).
+// Text writer: records for people. A heading per file, one per TIFF stream where there are several,
+// what carries it, the fields of the file once, a heading per directory, names and values aligned,
+// nested directories indented below their name, long values cut short with their size, and the
+// warnings after the file that they belong to. Fields without a value are left out, equal
+// directories and warnings of one kind folded (directory_folding.h, warning_folding.h). Everything
+// that comes from a file is escaped (see terminal_text.h).
 //
 // Ownership: borrows its output. Threads: one at a time.
 
@@ -29,7 +30,8 @@ public:
     TextWriter(Output& destination, const WriteOptions& options,
                LineWrapper* lineWrapper = nullptr);
 
-    /// A file without a result is shown only when there are warnings: its error is told elsewhere.
+    /// A file without a result is shown only when there are warnings, or other streams: its error
+    /// is told elsewhere.
     [[nodiscard]] bool shows(const Outcome& outcome) const override;
     void writeFile(const Outcome& outcome) override;
 
@@ -42,7 +44,12 @@ private:
     [[nodiscard]] bool holdsAsked(std::string_view name, const Value& value) const;
 
     void appendStyled(Style style, std::string_view text);
-    void appendFileFields(const Value& records);
+    void appendStreamHeading(const Outcome& file, const StreamOrigin& stream, std::size_t number);
+    void appendStream(const Outcome& stream, bool isOnly);
+    /// What carries the stream at hand, for people; empty for nothing that is to be shown.
+    [[nodiscard]] std::string containerText(bool isOnly) const;
+    void appendName(std::string_view name, std::size_t nameWidth, std::size_t depth);
+    void appendFileFields(const Value* records, const std::string& container);
     void appendRecords(const Value& records, const std::string& path, std::size_t depth);
     void beginHeading(std::size_t depth);
     void appendFolded(const ChainPart& part, const std::string& path);
@@ -54,8 +61,8 @@ private:
                      const Value& value, std::size_t nameWidth, std::size_t depth);
     void appendUnknownTags(const Value& tags, DirectoryKind kind, std::size_t depth);
     void appendWarnings(const std::vector<Warning>& warnings);
-    void appendWarning(const Warning& warning);
     void appendWarningCount(const WarningCount& warning);
+    void appendMessage(std::string_view kind, const qxMessage& message, const WarningPlace& place);
     void appendHint();
     /// Real files do not nest so deep; one that nests 64 directories is not all spaces.
     static constexpr std::size_t kDeepest = 16;
@@ -72,8 +79,9 @@ private:
     bool isWhole = false;            ///< the directories at hand are asked for as a field
     bool foldsNothing;
     Placement placement;
-    DirectoryFolding folding;  ///< of the file that is written
-    bool hasFolded = false;    ///< something of that file
+    StreamOrigin origin;       ///< of the stream that is written
+    DirectoryFolding folding;  ///< of that stream
+    bool hasFolded = false;    ///< something of the file that is written
 };
 
 /// The same for a terminal of so many columns.

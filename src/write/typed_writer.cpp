@@ -5,6 +5,7 @@
 #include "files/file_names.h"
 #include "text/json_text.h"
 #include "write/json_members.h"
+#include "write/outcome_streams.h"
 
 namespace ifdsweep {
 namespace {
@@ -64,6 +65,27 @@ void appendTypedMessage(Output& output, const qxMessage& message) {
     output.append('}');
 }
 
+void appendTypedStream(Output& output, const Outcome& stream) {
+    output.append(R"({"file":)");
+    appendJsonUnits(output, fileNameFromSystem(stream.file));
+    appendFileBytes(output, stream.file);
+    appendOriginMembers(output, stream.stream);
+    output.append(R"(,"arguments":{"initialOffset":)");
+    appendTypedNumber(output, stream.initialOffset);
+    output.append(R"(,"firstIfdIndex":)");
+    appendTypedNumber(output, stream.firstIfdIndex);
+    output.append(R"(,"maxIfdCount":)");
+    appendTypedNumber(output, stream.maxIfdCount);
+    output.append(R"(},"result":)");
+    appendTypedValue(output, stream.result.get());
+    output.append(',');
+    appendOutcomeMessages(output, stream,
+                          [&](const qxMessage& message, const WarningPlace* /*place*/) {
+                              appendTypedMessage(output, message);
+                          });
+    output.append("}\n");
+}
+
 }  // namespace
 
 void appendTypedValue(Output& output, const Value* value) {
@@ -103,23 +125,7 @@ void appendTypedValue(Output& output, const Value* value) {
 }
 
 void TypedWriter::writeFile(const Outcome& outcome) {
-    output.append(R"({"file":)");
-    appendJsonUnits(output, fileNameFromSystem(outcome.file));
-    appendFileBytes(output, outcome.file);
-    output.append(R"(,"arguments":{"initialOffset":)");
-    appendTypedNumber(output, outcome.initialOffset);
-    output.append(R"(,"firstIfdIndex":)");
-    appendTypedNumber(output, outcome.firstIfdIndex);
-    output.append(R"(,"maxIfdCount":)");
-    appendTypedNumber(output, outcome.maxIfdCount);
-    output.append(R"(},"result":)");
-    appendTypedValue(output, outcome.result.get());
-    output.append(',');
-    appendOutcomeMessages(output, outcome,
-                          [&](const qxMessage& message, const WarningPlace* /*place*/) {
-                              appendTypedMessage(output, message);
-                          });
-    output.append("}\n");
+    forEachStream(outcome, [this](const Outcome& stream) { appendTypedStream(output, stream); });
 }
 
 }  // namespace ifdsweep

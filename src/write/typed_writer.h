@@ -1,8 +1,8 @@
 #pragma once
 
-// Typed writer: one line of JSON per file that tells every value with its class and size, for
-// programs and tests. Nothing is lost: numbers have the shortest digits that read back the same,
-// text is given unit by unit, and integers among the message arguments are whole.
+// Typed writer: one line of JSON per TIFF stream of a file that tells every value with its class
+// and size, for programs and tests. Nothing is lost: numbers have the shortest digits that read
+// back the same, text is given unit by unit, and integers among the message arguments are whole.
 //
 // Ownership: borrows its output. Threads: one at a time.
 

@@ -6,7 +6,7 @@ namespace ifdsweep {
 
 void WaitingRows::writeTable(ByteSink& destination) const {
     Output table(destination);
-    assembleCsv(file.get(), rows, table);
+    assembleCsv(file.get(), options, table);
     table.flush();
 }
 

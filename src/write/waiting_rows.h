@@ -17,11 +17,13 @@ namespace ifdsweep {
 
 class WaitingRows final : public ByteSink {
 public:
-    /// @param tableRows what they are
+    /// @param tableOptions by which they are written
     /// @param isStopped as in FileDescriptorSink
     /// Throws RunFailure.
-    explicit WaitingRows(TableRows tableRows, std::function<bool()> isStopped = {})
-        : rows(tableRows), file(makeTemporaryFile()), sink(file.get(), 0, std::move(isStopped)) {}
+    explicit WaitingRows(WriteOptions tableOptions, std::function<bool()> isStopped = {})
+        : options(std::move(tableOptions)),
+          file(makeTemporaryFile()),
+          sink(file.get(), 0, std::move(isStopped)) {}
 
     /// Takes rows. Throws OutputError and OutputStopped.
     void write(std::string_view bytes) override { sink.write(bytes); }
@@ -30,7 +32,7 @@ public:
     void writeTable(ByteSink& destination) const;
 
 private:
-    TableRows rows;
+    WriteOptions options;
     Descriptor file;
     FileDescriptorSink sink;
 };

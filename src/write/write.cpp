@@ -26,7 +26,7 @@ private:
 
 std::optional<WaitingRows> waitingRowsOf(const WriteOptions& options) {
     const bool areColumnsOpen = options.format == Format::csv && options.columns.empty();
-    return areColumnsOpen ? std::optional<WaitingRows>(std::in_place, options.rows) : std::nullopt;
+    return areColumnsOpen ? std::optional<WaitingRows>(std::in_place, options) : std::nullopt;
 }
 
 }  // namespace

@@ -20,6 +20,7 @@ WriteOptions writeOptions(const OutputChoice& choice, Colour colour) {
     options.layout = choice.layout;
     options.colour = colour;
     options.rows = choice.rows;
+    options.tellStreams = choice.tellStreams;
     options.rawCells = choice.rawCells;
     options.allDirectories = choice.allDirectories;
     options.forTerminal = choice.toTerminal;

@@ -431,7 +431,9 @@ TEST(CommandLines, Output) {
     EXPECT_EQ(none.warnings, ifdsweep::WarningDetail::each);
     EXPECT_FALSE(none.shorten.has_value() || none.rawCells);
     EXPECT_EQ(none.rows, ifdsweep::TableRows::directory);
-    EXPECT_FALSE(none.allDirectories);
+    EXPECT_FALSE(none.allDirectories || none.tellStreams);
+    EXPECT_FALSE(parse({"--streams", "first", "f"}).options.output.tellStreams);
+    EXPECT_TRUE(parse({"--streams", "all", "f"}).options.output.tellStreams);
     EXPECT_TRUE(parse({"--raw-cells", "--format", "csv", "f"}).options.output.rawCells);
     EXPECT_FALSE(none.digits.has_value() || none.splitTexts);
     EXPECT_TRUE(none.fields.empty() && none.ignored.empty());

@@ -74,6 +74,7 @@ struct Case {
     std::string expected;
     Fields siblings{};
     ifdsweep::TextLimits limits{};
+    ifdsweep::Described described = ifdsweep::Described::itself;
 };
 
 class Presenters : public testing::Test {
@@ -82,10 +83,12 @@ protected:
 
     static std::string shown(std::string_view field, const ifdsweep::ValueHandle& value,
                              const ifdsweep::ValueHandle& records,
-                             const ifdsweep::TextLimits& limits = {}) {
+                             const ifdsweep::TextLimits& limits = {},
+                             ifdsweep::Described described = ifdsweep::Described::itself) {
         bool isPresented = false;
         const std::string text = rendering::rendered([&](ifdsweep::Output& output) {
-            isPresented = ifdsweep::appendPresented(output, field, *value, *records, 0, limits);
+            isPresented =
+                ifdsweep::appendPresented(output, field, *value, *records, 0, limits, described);
         });
         EXPECT_EQ(isPresented, !text.empty()) << field << ": " << text;
         return isPresented ? text : kPlain;
@@ -102,7 +105,8 @@ protected:
                 rendering::setField(records, 0, name, valueOf(content));
             }
             const auto value = valueOf(row.value);
-            EXPECT_EQ(shown(row.field, value, records, row.limits), row.expected) << row.field;
+            EXPECT_EQ(shown(row.field, value, records, row.limits, row.described), row.expected)
+                << row.field;
         }
     }
 
@@ -524,6 +528,21 @@ TEST_F(Presenters, SayWhatADirectoryOfAJpegLacks) {
         {"Height", Numbers{0}, kPlain, {jpg, {"Length", Numbers{0}}}},
         {"BitDepth", Numbers{0}, kPlain, {jpg, {"BitsPerSample", Numbers{0}}}},
         {"ColorType", Numbers{-1}, kPlain, {jpg, {"PhotometricInterpretation", u"unknown"}}},
+    });
+}
+
+TEST_F(Presenters, SayWhatADirectoryInAContainerLacks) {
+    constexpr ifdsweep::Described kContainer = ifdsweep::Described::container;
+    const std::pair<const char*, Content> tif{"Format", u"tif"};
+    const std::string lacks = "not in this directory";
+    check({
+        {"Width", Numbers{0}, lacks, {tif}, {}, kContainer},
+        {"Height", Numbers{0}, lacks, {}, {}, kContainer},
+        {"BitDepth", Numbers{0}, lacks, {tif}, {}, kContainer},
+        {"ColorType", Numbers{-1}, lacks, {tif}, {}, kContainer},
+        {"Width", Numbers{160}, kPlain, {tif}, {}, kContainer},
+        {"Width", Numbers{0}, kPlain, {tif, {"Width", Numbers{0}}}, {}, kContainer},
+        {"Height", Numbers{0}, kPlain, {tif, {"Length", Numbers{0}}}, {}, kContainer},
     });
 }
 

@@ -46,6 +46,8 @@ const std::vector<Way> kWays{
     {{"--format", "csv", "--nested"}, {.format = Format::csv, .rows = TableRows::nested}},
     {{"--format", "csv", "--rows", "file"}, {.format = Format::csv, .rows = TableRows::file}},
     {{"--format", "csv", "--raw-cells"}, {.format = Format::csv, .rawCells = true}},
+    {{"--format", "csv", "--streams", "all"}, {.format = Format::csv, .tellStreams = true}},
+    {{"--format", "ndjson", "--streams", "all"}, {.format = Format::ndjson, .tellStreams = true}},
     {{"--format", "csv", "--tags", "Width,Height"},
      {.format = Format::csv, .columns = {"Width", "Height"}}},
 };
@@ -57,7 +59,10 @@ std::string written(const WriteOptions& options, const std::vector<std::string>&
     ifdsweep::Writer writer(options, text);
     writer.begin();
     for (const std::string& file : files) {
-        writer.write(ifdsweep::read(host, file));
+        ifdsweep::ReadOptions asked;
+        asked.streams =
+            options.tellStreams ? ifdsweep::StreamChoice::all : ifdsweep::StreamChoice::first;
+        writer.write(ifdsweep::read(host, file, asked));
     }
     writer.end();
     EXPECT_EQ(host.liveValues(), 0U);

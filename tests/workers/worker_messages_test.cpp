@@ -41,6 +41,7 @@ ifdsweep::WorkerSetup usualSetup() {
     output.digits = 9;
     output.splitTexts = true;
     output.rows = ifdsweep::TableRows::nested;
+    output.tellStreams = true;
     output.rawCells = true;
     output.allDirectories = true;
     output.warnings = ifdsweep::WarningDetail::count;
@@ -88,6 +89,7 @@ TEST(WorkerMessages, ASetupComesBack) {
     EXPECT_EQ(output.digits, 9U);
     EXPECT_TRUE(output.splitTexts);
     EXPECT_EQ(output.rows, ifdsweep::TableRows::nested);
+    EXPECT_TRUE(output.tellStreams);
     EXPECT_TRUE(output.rawCells);
     EXPECT_TRUE(output.allDirectories);
     EXPECT_EQ(output.warnings, ifdsweep::WarningDetail::count);

@@ -55,11 +55,16 @@ protected:
         ifdsweep::WriteOptions settings;
         settings.rows = tableRows;
         settings.columns = columns;
+        return table(outcomes, settings);
+    }
+
+    static std::string table(const std::vector<ifdsweep::Outcome>& outcomes,
+                             const ifdsweep::WriteOptions& settings) {
         std::string lines = rendering::written(ifdsweep::Format::csv, outcomes, settings);
-        if (!columns.empty()) {
+        if (!settings.columns.empty()) {
             return lines;
         }
-        ifdsweep::WaitingRows rows(tableRows);
+        ifdsweep::WaitingRows rows(settings);
         rows.write(lines);
         ifdsweep::StringSink assembled;
         rows.writeTable(assembled);
@@ -171,9 +176,9 @@ TEST_F(Csv, NamesOfFilesComeBack) {
 }
 
 TEST_F(Csv, FileNamesAndColumnsAreQuotedToo) {
-    EXPECT_EQ(ifdsweep::csvHeader({"a", "b,c", "d\"e"}, TableRows::directory),
+    EXPECT_EQ(ifdsweep::csvHeader({"a", "b,c", "d\"e"}, {}),
               "File,Directory,a,\"b,c\",\"d\"\"e\"\r\n");
-    EXPECT_EQ(ifdsweep::csvHeader({"a"}, TableRows::file), "File,a\r\n");
+    EXPECT_EQ(ifdsweep::csvHeader({"a"}, {.rows = TableRows::file}), "File,a\r\n");
     ifdsweep::Outcome outcome;
     outcome.file = "a,\"b\".tif";
     outcome.result = rendering::records(1, {"Width"});
@@ -349,6 +354,32 @@ TEST_F(Csv, FilesWithoutARecordHaveNoRow) {
     outcomes.push_back(std::move(failed));
     outcomes.push_back(std::move(empty));
     EXPECT_EQ(table(outcomes, TableRows::nested, {"Width"}), "File,Directory,Width\r\n");
+}
+
+TEST_F(Csv, WaitingRowsThatAreNoRowsAreRefused) {
+    const auto rowOf = [](const std::vector<std::string>& texts) {
+        std::string row;
+        for (const std::string& text : texts) {
+            ifdsweep::packed::putText(row, text);
+        }
+        std::string lengthAndRow;
+        ifdsweep::packed::putText(lengthAndRow, row);
+        return lengthAndRow;
+    };
+    const auto tableOf = [](const std::string& lines) {
+        ifdsweep::WaitingRows rows(ifdsweep::WriteOptions{});
+        rows.write(lines);
+        ifdsweep::StringSink assembled;
+        rows.writeTable(assembled);
+        return std::move(assembled.text);
+    };
+    EXPECT_EQ(tableOf(rowOf({"a,0", "Width", "7"})), "File,Directory,Width\r\na,0,7\r\n");
+    EXPECT_EQ(tableOf(rowOf({"a,0"})), "File,Directory\r\na,0\r\n");
+    const std::string whole = rowOf({"a,0", "Width", "7"});
+    for (const std::string& lines :
+         {rowOf({}), rowOf({"a,0", "Width"}), whole + "x", whole.substr(0, whole.size() - 1)}) {
+        EXPECT_THROW(static_cast<void>(tableOf(lines)), ifdsweep::RunFailure);
+    }
 }
 
 }  // namespace
