@@ -4,6 +4,7 @@
 //
 //   ifdsweep_make_seeds FOLDER [SAMPLE FILE...]
 
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <filesystem>
@@ -17,6 +18,7 @@
 
 #include "io/packed.h"
 #include "support/box_builder.h"
+#include "support/compressed_bytes.h"
 #include "support/tiff_builder.h"
 #include "support/whole_file.h"
 #include "workers/worker_messages.h"
@@ -357,6 +359,35 @@ void addCr3(SeedFolder& folder) {
     folder.add(joined({start, box("moov", uuidBox(uuid, lyingBox("CMT1", 99, {'I', 'I'})))}));
 }
 
+/// Streams packed in every way: the bytes that choose how, one extent or two, then the file.
+void addPackedStreams(SeedFolder& folder) {
+    const Bytes stream = builderOf(Format{}, chains().front()).build().bytes;
+    const std::vector<std::string_view> fronts{"", std::string_view("Exif\0\0", 6),
+                                               std::string_view("\0\0\0\6Exif\0\0", 10)};
+    for (std::uint8_t choice = 0; choice < 12; ++choice) {
+        for (const std::string_view front : fronts) {
+            Bytes content = prefixed({}, front);
+            content.insert(content.end(), stream.begin(), stream.end());
+            if (choice / 3 % 2 != 0) {
+                content = prefixed({}, fixture::rawProfile(content));
+            }
+            if (choice % 3 != 0) {
+                content = choice % 3 == 1 ? fixture::zlibCompressed(content)
+                                          : fixture::brotliCompressed(content);
+            }
+            const std::size_t half = std::min<std::size_t>(content.size() / 2, 255);
+            const std::size_t rest = content.size() - half;
+            const auto low = [](std::size_t number) { return static_cast<std::uint8_t>(number); };
+            for (Bytes file :
+                 {Bytes{choice, 0, 0, 0, low(content.size()), low(content.size() >> 8)},
+                  Bytes{choice, 1, 0, 0, low(half), 0, 0, low(half), low(rest), low(rest >> 8)}}) {
+                file.insert(file.end(), content.begin(), content.end());
+                folder.add(file);
+            }
+        }
+    }
+}
+
 void addNoise(SeedFolder& folder) {
     std::mt19937 generator(1);  // the same noise every time
     for (std::size_t length = 8; length <= 2048; length *= 2) {
@@ -403,6 +434,8 @@ void makeSeeds(const fs::path& folder, std::span<char*> samples) {
     addHeif(heifs);
     SeedFolder cr3s(folder / "cr3_locator");
     addCr3(cr3s);
+    SeedFolder packedStreams(folder / "stream_opener");
+    addPackedStreams(packedStreams);
     SeedFolder tagLists(folder / "tag_choice");
     addTagLists(tagLists);
     for (const char* target : {"typed_writer", "json_writer", "text_writer", "csv_writer",

@@ -32,8 +32,8 @@ struct Decompressed {
 /// @param mostBytes that may come out
 [[nodiscard]] Decompressed decompressZlib(const NextPiece& next, std::uint64_t mostBytes);
 
-/// Decompresses Brotli (RFC 7932), without the large windows that are no part of it: beside what
-/// comes out it takes 16 MiB at most.
+/// Decompresses Brotli (RFC 7932), without the large windows that are no part of it. The format's
+/// own window takes 16 MiB at most, beside what comes out.
 /// @param mostBytes that may come out
 [[nodiscard]] Decompressed decompressBrotli(const NextPiece& next, std::uint64_t mostBytes);
 

@@ -310,6 +310,18 @@ TEST(StreamOpener, CountsPackedBytesThatGiveNothing) {
     EXPECT_EQ(warningOf(opened), kTooLong);
 }
 
+TEST(StreamOpener, CountsWhatIsReadWhereLessComesOut) {
+    const Bytes whole = packed(kStream.substr(kStream.size() - 50), Compression::zlib, false);
+    ASSERT_GT(whole.size(), 50U);  // noise only becomes longer
+    const CountedBytes bytes(whole);
+    const LocatedStream stream = streamAt({{0, whole.size()}}, Compression::zlib);
+    const OpenedStream exact = openStream(bytes, stream, whole.size());
+    EXPECT_EQ(exact.cost, whole.size());
+    EXPECT_EQ(exact.bytes->size(), 50U);
+    EXPECT_EQ(warningOf(exact), "");
+    EXPECT_EQ(warningOf(openStream(bytes, stream, whole.size() - 1)), kTooLong);
+}
+
 TEST(StreamOpener, EndsBombsAtTheLimit) {
     const Bytes zeros(static_cast<std::size_t>(kMostAssembledBytes) + 1);
     for (const Compression compression : {Compression::zlib, Compression::brotli}) {
