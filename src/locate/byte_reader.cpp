@@ -6,8 +6,21 @@
 
 namespace ifdsweep {
 
+static_assert(ByteReader::kLongestText <= ByteReader::kWindowAfterJump);
+
+std::size_t ByteReader::windowAt(std::uint64_t position) const noexcept {
+    const std::uint64_t distance =
+        position < start ? start - position : position - start - std::min(position - start, length);
+    if (distance > kWindow) {
+        return kWindowAfterJump;
+    }
+    // What is behind a signature is looked at first: no byte more than the file's first block.
+    return position < kWindowAfterJump ? kWindow - static_cast<std::size_t>(position) : kWindow;
+}
+
 void ByteReader::fetch(std::uint64_t position) {
-    const std::ptrdiff_t got = file.read(position, std::as_writable_bytes(std::span(bytes)));
+    const std::span window = std::span(bytes).first(windowAt(position));
+    const std::ptrdiff_t got = file.read(position, std::as_writable_bytes(window));
     start = position;
     length = static_cast<std::size_t>(std::max<std::ptrdiff_t>(got, 0));
     failed = failed || (length == 0 && position < file.size());

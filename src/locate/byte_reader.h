@@ -1,7 +1,8 @@
 #pragma once
 
 // Byte reader: single bytes, numbers and short texts of a file at any position, through one window,
-// so that what stands close together costs one read. All locators read through it: nothing that a
+// so that what stands close together costs one read. The window is small after a jump: who hops
+// from piece to piece looks at a few bytes of each. All locators read through it: nothing that a
 // file says makes it read, or take, more.
 //
 // Ownership: borrows the file. Threads: one at a time.
@@ -18,8 +19,11 @@ namespace ifdsweep {
 
 class ByteReader {
 public:
-    /// Bytes that are asked for at a time.
+    /// The most bytes that are asked for at a time. What goes forward costs a read for each of
+    /// these in a file at most.
     static constexpr std::size_t kWindow = 4096;
+    /// Those that are asked for at first where more than a window is left out, or gone back.
+    static constexpr std::size_t kWindowAfterJump = 512;
     /// The longest text.
     static constexpr std::size_t kLongestText = 256;
 
@@ -49,6 +53,7 @@ public:
     [[nodiscard]] bool hasFailed() const noexcept { return failed; }
 
 private:
+    [[nodiscard]] std::size_t windowAt(std::uint64_t position) const noexcept;
     void fetch(std::uint64_t position);
 
     const ByteSource& file;

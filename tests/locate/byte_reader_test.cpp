@@ -97,16 +97,77 @@ TEST(ByteReaders, AreTheSameAtEveryPlaceOfAWindow) {
 }
 
 TEST(ByteReaders, ReadOnceWhatStandsInAWindow) {
+    constexpr std::size_t kStart = 1000;
     const CountedBytes file(counting(2 * ByteReader::kWindow));
     ByteReader reader(file);
-    for (std::size_t position = 100; position < 100 + ByteReader::kWindow; ++position) {
+    for (std::size_t position = kStart; position < kStart + ByteReader::kWindow; ++position) {
         static_cast<void>(reader.byteAt(position));
         static_cast<void>(reader.textAt(position, 1));
     }
-    EXPECT_EQ(reader.bigEndianAt(100 + ByteReader::kWindow - 8, 8).has_value(), true);
+    EXPECT_EQ(reader.bigEndianAt(kStart + ByteReader::kWindow - 8, 8).has_value(), true);
     EXPECT_EQ(file.reads, 1U);
-    static_cast<void>(reader.bigEndianAt(100 + ByteReader::kWindow - 7, 8));
+    static_cast<void>(reader.bigEndianAt(kStart + ByteReader::kWindow - 7, 8));
     EXPECT_EQ(file.reads, 2U);
+}
+
+constexpr std::uint64_t kLarge = 100000;
+
+TEST(ByteReaders, ReadNoMoreAtFirstThanTheFirstBlockOfAFile) {
+    for (const std::uint64_t position : {0U, 2U, 8U, 511U}) {
+        const CountedBytes file(std::vector<std::uint8_t>(kLarge, 1));
+        ByteReader reader(file);
+        EXPECT_EQ(reader.byteAt(position), 1);
+        EXPECT_EQ(file.delivered, ByteReader::kWindow - position);
+        EXPECT_EQ(reader.byteAt(ByteReader::kWindow - 1), 1);
+        EXPECT_EQ(file.reads, 1U);
+    }
+}
+
+TEST(ByteReaders, ReadLittleAfterAJumpAndAWindowBehindThat) {
+    struct Case {
+        const char* name;
+        std::uint64_t from;
+        std::uint64_t to;
+        std::size_t delivered;
+    };
+    constexpr std::size_t kWindow = ByteReader::kWindow;
+    const Case cases[] = {
+        {"theNextByte", 8192, 8192 + kWindow, kWindow},
+        {"aWindowLeftOut", 8192, 8192 + 2 * kWindow, kWindow},
+        {"moreThanAWindowLeftOut", 8192, 8192 + 2 * kWindow + 1, ByteReader::kWindowAfterJump},
+        {"backByOne", 8192, 8191, kWindow},
+        {"backByAWindow", 8192, 8192 - kWindow, kWindow},
+        {"backByMoreThanAWindow", 8192, 8192 - kWindow - 1, ByteReader::kWindowAfterJump},
+        {"backToTheBeginning", 8192, 0, ByteReader::kWindowAfterJump},
+    };
+    for (const Case& row : cases) {
+        const CountedBytes file(std::vector<std::uint8_t>(kLarge, 1));
+        ByteReader reader(file);
+        static_cast<void>(reader.byteAt(row.from - kWindow));
+        static_cast<void>(reader.byteAt(row.from));
+        file.delivered = 0;
+        EXPECT_EQ(reader.byteAt(row.to), 1) << row.name;
+        EXPECT_EQ(file.delivered, row.delivered) << row.name;
+        file.delivered = 0;
+        EXPECT_EQ(reader.byteAt(row.to + row.delivered), 1) << row.name;
+        EXPECT_EQ(file.delivered, kWindow) << row.name;
+    }
+}
+
+TEST(ByteReaders, ReadOnceForEachWindowOfAFileAtMostForHopsOfAnyLength) {
+    constexpr std::uint64_t kSize = std::uint64_t{1} << 20;
+    for (std::uint64_t first = 1; first < 10000; first += 97) {
+        for (const std::uint64_t second : {1U, 511U, 512U, 513U, 4096U, 4097U, 4608U, 4609U}) {
+            const CountedBytes file(std::vector<std::uint8_t>(kSize, 1));
+            ByteReader reader(file);
+            bool isFirst = true;
+            for (std::uint64_t place = 0; place < kSize; place += isFirst ? first : second) {
+                static_cast<void>(reader.byteAt(place));
+                isFirst = !isFirst;
+            }
+            EXPECT_LE(file.reads, kSize / ByteReader::kWindow + 3) << first << " and " << second;
+        }
+    }
 }
 
 TEST(ByteReaders, ReadNothingForANumberOfNoBytes) {
