@@ -72,6 +72,15 @@ struct Located {
         }
     }
 
+    /// Adds what another one tells of streams, in its order.
+    void addAll(Located&& others) {
+        const std::uint64_t untold = others.streamCount - others.streams.size();
+        for (LocatedStream& stream : others.streams) {
+            add(std::move(stream));
+        }
+        streamCount += untold;
+    }
+
     /// Takes note of damage; what was met first stays.
     void damage(std::uint64_t position) {
         if (!damagedAt) {
