@@ -18,6 +18,7 @@
 
 #include "io/packed.h"
 #include "support/box_builder.h"
+#include "support/chunk_builder.h"
 #include "support/compressed_bytes.h"
 #include "support/tiff_builder.h"
 #include "support/whole_file.h"
@@ -216,6 +217,49 @@ void addJpeg2000(SeedFolder& folder) {
     }
     folder.add(joined({start, lyingBox("asoc", 0xFFFF, uuidBox(exif, {'I', 'I', 42, 0}))}));
     folder.add(joined({start, openBox("jp2c", {0xFF, 0x4F})}));
+}
+
+/// PNG files: the streams in chunks of each type, before the image data and behind them.
+void addPng(SeedFolder& folder) {
+    using namespace fixture;
+    const Bytes data = pngChunk("IDAT", {0x78, 0x01});
+    const Bytes end = pngChunk("IEND", {});
+    constexpr std::string_view kExif = "Raw profile type exif";
+    constexpr std::string_view kApp1 = "Raw profile type APP1";
+    for (const Bytes& stream : smallStreams()) {
+        const Bytes profile = bytesOf(rawProfile(stream));
+        const Bytes zlib = zlibCompressed(profile);
+        folder.add(pngFile({pngChunk("eXIf", stream), data, end}));
+        folder.add(
+            pngFile({data, data, pngChunk("eXIf", joined({bytesOf("Exif"), {0, 0}, stream}))}));
+        folder.add(pngFile(
+            {pngChunk("zxIf", joined({{0}, bigEndian(4, stream.size()), zlibCompressed(stream)})),
+             data, end}));
+        folder.add(pngFile({textChunk(kExif, profile), textChunk(kApp1, profile), data, end}));
+        folder.add(pngFile({compressedTextChunk(kExif, zlib), data, end}));
+        folder.add(pngFile({internationalTextChunk(kApp1, {.language = "de"}, profile),
+                            internationalTextChunk(kExif, {.flag = 1, .translated = "x"}, zlib),
+                            data, pngChunk("eXIf", stream, 0xFFFF)}));
+    }
+    folder.add(pngFile({textChunk(kApp1, bytesOf(rawProfile(bytesOf("http://ns"), "APP1"))), end}));
+}
+
+/// WebP files: the streams behind the image and before it, with all that may be odd.
+void addWebp(SeedFolder& folder) {
+    using namespace fixture;
+    const Bytes extended = riffChunk("VP8X", Bytes(10, 0));
+    const Bytes image = riffChunk("VP8 ", {0, 0, 0, 0x9D, 1});
+    const Bytes unpadded = riffChunk("VP8L", {0x2F}, {}, Padding::none);
+    const Bytes frame = riffChunk("ANMF", {0, 0});
+    for (const Bytes& stream : smallStreams()) {
+        const Bytes exif = riffChunk("EXIF", stream);
+        folder.add(webpFile({extended, image, exif}));
+        folder.add(webpFile(
+            {extended, unpadded, riffChunk("EXIF", joined({bytesOf("Exif"), {0, 0}, stream}))}));
+        folder.add(webpFile({extended, exif, frame, frame, exif}));
+        folder.add(webpFile({unpadded, exif}, 0));
+        folder.add(webpFile({riffChunk("EXIF", stream, 0xFFFF)}, 0xFFFF));
+    }
 }
 
 void addNames(SeedFolder& folder) {
@@ -420,6 +464,10 @@ void makeSeeds(const fs::path& folder, std::span<char*> samples) {
     addJpegXl(jpegXl);
     SeedFolder jpeg2000(folder / "jpeg_2000_locator");
     addJpeg2000(jpeg2000);
+    SeedFolder png(folder / "png_locator");
+    addPng(png);
+    SeedFolder webp(folder / "webp_locator");
+    addWebp(webp);
     SeedFolder names(folder / "file_names");
     addNames(names);
     SeedFolder messages(folder / "worker_answer");
