@@ -2,13 +2,14 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace ifdsweep {
 
 namespace {
 
-// What a window keeps of the block before when it goes on: values often lie just before the
-// directory that names them.
+// What a window that is full keeps of the block before when it goes on: values often lie just
+// before the directory that names them. Until then it keeps everything.
 constexpr std::size_t kKeptBytes = std::size_t{4} * 1024;
 
 // A read that leaves out no more than this still goes on in sequence.
@@ -33,9 +34,12 @@ std::size_t clampToSize(const ByteSource& source, std::uint64_t begin, std::size
 
 }  // namespace
 
-ReadCache::ReadCache() : memory(std::make_unique_for_overwrite<std::byte[]>(2 * kWindowMemory)) {
-    windows[0].memory = {memory.get(), kWindowMemory};
-    windows[1].memory = {memory.get() + kWindowMemory, kWindowMemory};
+ReadCache::ReadCache()
+    : memory(std::make_unique_for_overwrite<std::byte[]>(kWindows * kWindowMemory)) {
+    std::byte* place = memory.get();
+    for (Window& window : windows) {
+        window.memory = {std::exchange(place, place + kWindowMemory), kWindowMemory};
+    }
 }
 
 void ReadCache::clear() noexcept {
@@ -86,15 +90,21 @@ std::size_t ReadCache::copyHeld(std::uint64_t position, std::span<std::byte> tar
     return 0;
 }
 
+ReadCache::Window& ReadCache::windowForJump() noexcept {
+    return *std::min_element(windows.begin(), windows.end(),
+                             [](const Window& left, const Window& right) {
+                                 return std::pair(left.holdsStart(), left.lastUse) <
+                                        std::pair(right.holdsStart(), right.lastUse);
+                             });
+}
+
 std::ptrdiff_t ReadCache::fetch(const ByteSource& source, std::uint64_t position,
                                 std::span<std::byte> target) noexcept {
     const auto continued =
         std::find_if(windows.begin(), windows.end(),
                      [position](const Window& window) { return window.isContinuedBy(position); });
     const bool jump = continued == windows.end();
-    Window& window = !jump                                      ? *continued
-                     : windows[0].lastUse <= windows[1].lastUse ? windows[0]
-                                                                : windows[1];
+    Window& window = jump ? windowForJump() : *continued;
     window.blockSize = jump ? kSmallestBlock : std::min(2 * window.blockSize, kLargestBlock);
     window.lastUse = ++useCounter;
 
@@ -106,8 +116,9 @@ std::ptrdiff_t ReadCache::fetch(const ByteSource& source, std::uint64_t position
         return got;
     }
 
-    const std::size_t kept = jump ? 0 : std::min(kKeptBytes, window.length);
-    if (kept > 0) {
+    const bool fits = window.length + window.blockSize <= window.memory.size();
+    const std::size_t kept = jump ? 0 : fits ? window.length : std::min(kKeptBytes, window.length);
+    if (kept < window.length) {
         std::memmove(window.memory.data(), window.memory.data() + window.length - kept, kept);
     }
     const bool wholeFile = source.size() <= kSmallFile && position < source.size();

@@ -1,8 +1,9 @@
 #pragma once
 
-// Two windows on a file, so that directory tables and the values away from them do not throw each
-// other out. A window is small after a jump and doubles while reads go on in sequence: directories
-// that lie far apart cost little each, dense ones few system calls.
+// Three windows on a file, so that directory tables and the values away from them do not throw each
+// other out, nor the start of the file, to which who looked farther on comes back. A window is
+// small after a jump and doubles while reads go on in sequence: directories that lie far apart cost
+// little each, dense ones few system calls.
 //
 // Ownership: owns its memory, to be used for one file after another. Threads: one at a time.
 
@@ -43,8 +44,13 @@ private:
         [[nodiscard]] bool holds(std::uint64_t position) const noexcept {
             return position >= begin && position - begin < length;
         }
+        [[nodiscard]] bool holdsStart() const noexcept { return begin == 0 && length > 0; }
         [[nodiscard]] bool isContinuedBy(std::uint64_t position) const noexcept;
     };
+
+    /// The window that a jump takes: of those that do not hold the file's start the one that was
+    /// not used for the longest time.
+    [[nodiscard]] Window& windowForJump() noexcept;
 
     /// Gets bytes from `position`, which no window holds: into a window, or, if it is much, into
     /// `target`. Returns as `ByteSource::read` what went into `target`.
@@ -53,8 +59,10 @@ private:
     [[nodiscard]] std::size_t copyHeld(std::uint64_t position,
                                        std::span<std::byte> target) noexcept;
 
+    static constexpr std::size_t kWindows = 3;
+
     std::unique_ptr<std::byte[]> memory;
-    std::array<Window, 2> windows;
+    std::array<Window, kWindows> windows;
     std::uint64_t useCounter = 0;
 };
 

@@ -113,6 +113,30 @@ TEST(ReadCache, TablesAndValuesKeepTheirWindows) {
     EXPECT_LE(source.reads, 40U);
 }
 
+TEST(ReadCache, TheStartOfAFileIsHeldWhoeverLooksFartherOn) {
+    const CountedBytes source(64 * 1024 * 1024);
+    ReadCache cache;
+    for (std::uint64_t jump = 0; jump < 20; ++jump) {
+        readAndCompare(cache, source, jump * 1'000'000, 300);
+        readAndCompare(cache, source, jump * 1'000'000 + 500'000, 4096);
+    }
+    const std::uint64_t before = source.reads;
+    readAndCompare(cache, source, 12, 4000);
+    EXPECT_EQ(source.reads, before);
+}
+
+TEST(ReadCache, AWindowHoldsWhatItReadUntilItIsFull) {
+    const CountedBytes source(64 * 1024 * 1024);
+    ReadCache cache;
+    for (std::uint64_t position = 0; position < 120'000; position += 500) {
+        readAndCompare(cache, source, position, 500);
+    }
+    const std::uint64_t before = source.reads;
+    readAndCompare(cache, source, 0, 3000);
+    readAndCompare(cache, source, 30'000, 3000);
+    EXPECT_EQ(source.reads, before);
+}
+
 TEST(ReadCache, ValuesJustBeforeTheirTableAreHeldOverBlocks) {
     const CountedBytes source(8 * 1024 * 1024);
     ReadCache cache;
