@@ -1,24 +1,9 @@
 #include "locate/locators.h"
 
-#include <algorithm>
-#include <array>
-
+#include "locate/jpeg_pictures.h"
 #include "locate/jpeg_segments.h"
 
 namespace ifdsweep {
-namespace {
-
-constexpr std::array<std::uint8_t, 6> kExifSignature{'E', 'x', 'i', 'f', 0, 0};
-
-bool holdsExif(ByteReader& reader, const JpegSegment& segment) {
-    std::uint64_t position = segment.content;
-    return segment.marker == kJpegApp1 && segment.size >= kExifSignature.size() &&
-           std::all_of(kExifSignature.begin(), kExifSignature.end(), [&](std::uint8_t expected) {
-               return reader.byteAt(position++) == expected;
-           });
-}
-
-}  // namespace
 
 Located locateFirstExif(ByteReader& reader, SearchDepth /*depth*/) {
     Located located;
@@ -30,9 +15,9 @@ Located locateFirstExif(ByteReader& reader, SearchDepth /*depth*/) {
             return located;
         }
         if (holdsExif(reader, *segment)) {
-            located.endedAt = segment->content + kExifSignature.size();
+            located.endedAt = segment->content + kExifSignatureSize;
             located.add({.name = "Exif",
-                         .extents = {{located.endedAt, segment->size - kExifSignature.size()}}});
+                         .extents = {{located.endedAt, segment->size - kExifSignatureSize}}});
             return located;
         }
     }
@@ -41,8 +26,10 @@ Located locateFirstExif(ByteReader& reader, SearchDepth /*depth*/) {
     return located;
 }
 
-Located locateInJpeg(ByteReader& reader, SearchDepth depth) {
-    return locateFirstExif(reader, depth);
+Located locateInJpeg(ByteReader& reader, SearchDepth /*depth*/) {
+    Located located;
+    locateInPictures(reader, 0, reader.size(), located);
+    return located;
 }
 
 }  // namespace ifdsweep

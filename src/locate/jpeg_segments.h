@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string_view>
 
 #include "locate/byte_reader.h"
 
@@ -21,8 +22,12 @@ enum JpegMarker : std::uint8_t {
     kJpegEndOfImage = 0xD9,
     kJpegStartOfScan = 0xDA,
     kJpegApp1 = 0xE1,
+    kJpegApp2 = 0xE2,
     kJpegPrefix = 0xFF,
 };
+
+/// How a JPEG image begins.
+inline constexpr std::string_view kJpegStart = "\xFF\xD8";
 
 /// Whether a marker has no segment behind it.
 [[nodiscard]] constexpr bool standsAlone(std::uint8_t marker) noexcept {
