@@ -1,5 +1,5 @@
-// The JPEG locator on any bytes: what it finds stands behind the Exif signature of an APP1 segment,
-// and what it reads is in proportion to the file.
+// The JPEG locators on any bytes: what they find stands behind the Exif signature of an APP1
+// segment, and what they read is in proportion to the file.
 
 #include <algorithm>
 #include <array>
@@ -7,6 +7,7 @@
 #include "fuzz_input.h"
 #include "fuzz_target.h"
 #include "locate/locators.h"
+#include "located_checks.h"
 #include "support/counted_bytes.h"
 
 namespace {
@@ -21,6 +22,49 @@ ifdsweep::Located search(std::span<const std::uint8_t> file) {
     return located;
 }
 
+constexpr std::array<std::uint8_t, 6> kSignature{'E', 'x', 'i', 'f', 0, 0};
+
+/// A position behind the Exif signature of an APP1 segment.
+void requireExifAt(std::span<const std::uint8_t> file, std::uint64_t position) {
+    fuzz::require(position >= 12 && position <= file.size(), "Exif data is in the file");
+    const auto start = file.subspan(static_cast<std::size_t>(position) - 10);
+    fuzz::require(start[0] == 0xFF && start[1] == 0xE1, "it is in an APP1 segment");
+    fuzz::require(std::equal(kSignature.begin(), kSignature.end(), start.data() + 4),
+                  "it follows the signature");
+}
+
+/// Image data or the end of the image.
+void requireEndOfSegments(std::span<const std::uint8_t> file, std::uint64_t position) {
+    fuzz::require(position + 1 < file.size() && file[position] == 0xFF &&
+                      (file[position + 1] == 0xDA || file[position + 1] == 0xD9),
+                  "image data or the end of the image comes first");
+}
+
+void requireAllExif(std::span<const std::uint8_t> file, const ifdsweep::Located& first) {
+    // The index of pictures is read again, and a picture's first bytes.
+    const std::size_t most = 2 * (file.size() / (ifdsweep::ByteReader::kWindow / 16)) + 600;
+    const ifdsweep::Located all = fuzz::requireLocated(ifdsweep::locateInJpeg, file, most);
+    std::uint64_t last = 0;
+    for (const ifdsweep::LocatedStream& stream : all.streams) {
+        for (const ifdsweep::Extent& extent : stream.extents) {
+            requireExifAt(file, extent.position);
+            fuzz::require(extent.position > last, "nothing is found twice");
+            last = extent.position;
+        }
+    }
+    if (!first.streams.empty()) {
+        fuzz::require(all.streams.front().name == "Exif" &&
+                          all.streams.front().extents.front().position == first.endedAt,
+                      "the first is the one that the other locator finds");
+        return;
+    }
+    // A file whose own image has none may have some in other pictures.
+    fuzz::require(all.endedAt == first.endedAt, "both end at the same place");
+    if (!all.damagedAt) {
+        requireEndOfSegments(file, all.endedAt);
+    }
+}
+
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -30,18 +74,10 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     fuzz::require(found.endedAt == again.endedAt && found.damagedAt == again.damagedAt,
                   "the same result twice");
     if (!found.streams.empty()) {
-        constexpr std::array<std::uint8_t, 6> kSignature{'E', 'x', 'i', 'f', 0, 0};
-        const std::uint64_t position = found.streams.front().extents.front().position;
-        fuzz::require(position >= 12 && position <= size, "the header is in the file");
-        const auto start = static_cast<std::size_t>(position) - 10;
-        fuzz::require(data[start] == 0xFF && data[start + 1] == 0xE1, "it is in an APP1 segment");
-        fuzz::require(std::equal(kSignature.begin(), kSignature.end(), data + start + 4),
-                      "it follows the signature");
+        requireExifAt(file, found.streams.front().extents.front().position);
     } else if (!found.damagedAt) {
-        const std::uint64_t position = found.endedAt;
-        fuzz::require(position + 1 < size && data[position] == 0xFF &&
-                          (data[position + 1] == 0xDA || data[position + 1] == 0xD9),
-                      "image data or the end of the image comes first");
+        requireEndOfSegments(file, found.endedAt);
     }
+    requireAllExif(file, found);
     return 0;
 }

@@ -20,6 +20,8 @@
 #include "support/box_builder.h"
 #include "support/chunk_builder.h"
 #include "support/compressed_bytes.h"
+#include "support/jpeg_builder.h"
+#include "support/psd_builder.h"
 #include "support/tiff_builder.h"
 #include "support/whole_file.h"
 #include "workers/worker_messages.h"
@@ -262,6 +264,50 @@ void addWebp(SeedFolder& folder) {
     }
 }
 
+/// A TIFF stream of a small directory.
+Bytes smallStream(fixture::ByteOrder order) {
+    return builderOf(Format{fixture::Layout::classic, order}, chains().front()).build().bytes;
+}
+
+/// JPEG files with split Exif data, several streams, and other pictures.
+std::vector<Bytes> jpegsOfManyStreams() {
+    using namespace fixture;
+    std::vector<Bytes> files;
+    for (const auto order : {ByteOrder::little, ByteOrder::big}) {
+        const Bytes stream = smallStream(order);
+        const Bytes exif = exifSegment(stream);
+        const Bytes comment = jpegSegment(0xFE, {'a'});
+        files.push_back(jpegOf({splitExif(stream, 60), comment}));
+        files.push_back(jpegOf({comment, exif, comment, exifSegment({1, 2, 3}), exif}));
+        files.push_back(jpegWithPictures({exif}, {jpegOf({exif}), jpegOf({comment})}, order));
+        files.push_back(joined({jpegOf({exif, pictureIndex({0, 8, 100}, order)}), jpegOf({exif})}));
+    }
+    return files;
+}
+
+void addRafs(SeedFolder& folder) {
+    for (const Bytes& jpeg : jpegsOfManyStreams()) {
+        folder.add(fixture::rafOf(jpeg, smallStream(fixture::ByteOrder::little)));
+        folder.add(fixture::rafOf(jpeg, {1, 2, 3, 4}));
+    }
+}
+
+void addPsds(SeedFolder& folder) {
+    using namespace fixture;
+    for (const auto order : {ByteOrder::little, ByteOrder::big}) {
+        const Bytes stream = smallStream(order);
+        const PsdResource exif{.id = 1058, .data = stream};
+        const PsdResource other{.id = 1005, .data = {1, 2, 3}, .name = "name"};
+        const PsdResource third{.id = 1059, .data = stream, .signature = "MeSa"};
+        folder.add(psdOf({.resources = {exif}}));
+        folder.add(psdOf(
+            {.version = 2, .colours = {1, 2, 3, 4}, .resources = {other, exif, third, exif}}));
+        folder.add(
+            psdOf({.resources = {other, {.id = 1058, .data = stream, .size = 0xFFFFFFF0U}}}));
+        folder.add(psdOf({.resources = {other}, .coloursSize = 0xFFFFFFFFU}));
+    }
+}
+
 void addNames(SeedFolder& folder) {
     for (const std::string_view name :
          {"plain.tif", "\xC3\xA9.tif", "\xF0\x9F\x98\x80", "\xFF\xFE", "\xED\xA0\x80\xED\xB2\x80",
@@ -451,6 +497,13 @@ void makeSeeds(const fs::path& folder, std::span<char*> samples) {
     SeedFolder jpegs(folder / "jpeg_locator");
     addStreams(wholeCalls, jpegs);
     addJpegs(jpegs);
+    for (const Bytes& jpeg : jpegsOfManyStreams()) {
+        jpegs.add(jpeg);
+    }
+    SeedFolder rafs(folder / "raf_locator");
+    addRafs(rafs);
+    SeedFolder psds(folder / "psd_locator");
+    addPsds(psds);
     for (const fs::path sample : samples) {
         const std::string content = fixture::readFile(sample);
         const Bytes bytes(content.begin(), content.end());

@@ -1,13 +1,17 @@
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <ostream>
+#include <span>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "locate/locators.h"
+#include "locate/stream_opener.h"
 #include "support/box_builder.h"
+#include "support/compressed_bytes.h"
 #include "support/counted_bytes.h"
 #include "support/located_text.h"
 #include "support/repeated_bytes.h"
@@ -137,20 +141,34 @@ TEST_P(JpegXlLocator, TellsWhereStreamsLieAndWhatIsDamaged) {
 INSTANTIATE_TEST_SUITE_P(All, JpegXlLocator, testing::ValuesIn(kCases),
                          [](const auto& instance) { return std::string(instance.param.name); });
 
-TEST(JpegXlLocatorFiles, HoldTheStreamAsItIsInEitherByteOrder) {
+/// The bytes of a stream from its header on.
+Bytes opened(const ifdsweep::ByteSource& file, const ifdsweep::LocatedStream& stream,
+             std::size_t size) {
+    const ifdsweep::OpenedStream open = ifdsweep::openStream(file, stream);
+    Bytes bytes(size);
+    const ifdsweep::ByteSource& source = open.bytes ? *open.bytes : file;
+    const std::ptrdiff_t got = source.read(open.position, std::as_writable_bytes(std::span(bytes)));
+    EXPECT_FALSE(open.warning);
+    EXPECT_EQ(got, static_cast<std::ptrdiff_t>(size));
+    return bytes;
+}
+
+TEST(JpegXlLocatorFiles, GiveTheSameStreamPlainAndCompressedInEitherByteOrder) {
     for (const auto order : {fixture::ByteOrder::little, fixture::ByteOrder::big}) {
         const Bytes stream = fixture::TiffBuilder({fixture::Layout::classic, order})
                                  .add({fixture::shorts(256, {40})})
                                  .build()
                                  .bytes;
-        const Bytes file =
-            joined({kStart, box("Exif", joined({bigEndian(4, 0), stream})), kCodestream});
-        const ifdsweep::Located located = search(fixture::CountedBytes(file));
-        ASSERT_EQ(located.streams.size(), 1U);
-        const ifdsweep::Extent extent = located.streams[0].extents.at(0);
-        ASSERT_EQ(extent.size, 4 + stream.size());
-        const auto header = file.begin() + static_cast<std::ptrdiff_t>(extent.position) + 4;
-        EXPECT_TRUE(std::equal(stream.begin(), stream.end(), header));
+        for (const std::uint32_t offset : {0U, 6U, 7U}) {
+            const Bytes content = joined({bigEndian(4, offset), Bytes(offset, 0xEE), stream});
+            const fixture::CountedBytes file(
+                joined({kStart, box("Exif", content),
+                        compressed("Exif", fixture::brotliCompressed(content))}));
+            const ifdsweep::Located located = search(file);
+            ASSERT_EQ(located.streams.size(), 2U);
+            EXPECT_EQ(opened(file, located.streams[0], stream.size()), stream) << offset;
+            EXPECT_EQ(opened(file, located.streams[1], stream.size()), stream) << offset;
+        }
     }
 }
 
