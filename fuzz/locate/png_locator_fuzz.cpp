@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <string>
 #include <string_view>
 
 #include "fuzz_target.h"
@@ -32,7 +33,7 @@ bool holdsOneOf(std::string_view file, std::uint64_t position, std::size_t dista
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::string_view file(reinterpret_cast<const char*>(data), size);
+    const std::string file(data, data + size);
     // A search only goes forward; what the end of a window cuts is read anew.
     using ifdsweep::ByteReader;
     const std::size_t mostReads = size / (ByteReader::kWindow - ByteReader::kLongestText) + 4;

@@ -1,14 +1,14 @@
 // The WebP locator on any bytes: what it finds lies behind the head of an EXIF chunk, and what it
 // reads is in proportion to the file.
 
-#include <string_view>
+#include <string>
 
 #include "fuzz_target.h"
 #include "locate/locators.h"
 #include "locator_properties.h"
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::string_view file(reinterpret_cast<const char*>(data), size);
+    const std::string file(data, data + size);
     // A search goes forward but for the byte that may be missing behind a chunk, and the head of a
     // chunk may reach beyond the window's end.
     const std::size_t mostReads = size / (ifdsweep::ByteReader::kWindow - 16) + 4;

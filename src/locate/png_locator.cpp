@@ -101,7 +101,9 @@ bool maybeExif(std::string_view profile) {
 class PngSearch {
 public:
     PngSearch(ByteReader& byteReader, SearchDepth searchDepth)
-        : reader(byteReader), depth(searchDepth) {}
+        : reader(byteReader),
+          depth(searchDepth),
+          place(std::min(kSignatureSize, byteReader.size())) {}
 
     [[nodiscard]] Located search();
 
@@ -128,7 +130,7 @@ private:
 
     ByteReader& reader;
     SearchDepth depth;
-    std::uint64_t place = kSignatureSize;
+    std::uint64_t place;  ///< never behind the end of the file
     Located located;
     std::array<Located, kNames.size()> found;  ///< streams alone, by their kind
     bool hasExif = false;                      ///< whether one of them is known to hold Exif data

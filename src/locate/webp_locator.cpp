@@ -110,7 +110,7 @@ Located WebpSearch::search() {
     while (place < riffEnd) {
         const auto chunk = chunkAt(place);
         if (!chunk) {
-            located.damage(place);
+            located.damage(std::min(place, reader.size()));
             break;
         }
         ++located.pieceCount;

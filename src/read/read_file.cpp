@@ -187,7 +187,8 @@ void FileReading::readLocated(std::size_t number, Outcome& outcome, PlaceRecorde
     const LocatedStream& stream = found.located.streams[number];
     outcome.stream = {std::string(found.container->name), stream.name, false, stream.kind};
     const std::shared_ptr<OpenedFile> opened = filesOf(host).opened(name);
-    OpenedStream ready = openStream(BytesOfFile(*opened), stream, kMostAssembledBytes - std::min(assembled, kMostAssembledBytes));
+    OpenedStream ready = openStream(BytesOfFile(*opened), stream,
+                                    kMostAssembledBytes - std::min(assembled, kMostAssembledBytes));
     if (ready.warning) {
         ownWarnings.push_back(std::move(*ready.warning));
     }

@@ -113,6 +113,8 @@ const Case kCases[] = {
     {"riffOfItsFormAlone", webpFile({kImage, kExif}, 4), "pieces 0, ended at 12"},
     {"riffPastTheEnd", webpFile({kImage, kExif}, 49),
      "EXIF: 48+8\npieces 2, ended at 56, damaged at 56"},
+    {"riffPastTheEndAndAByteBefore", webpFile({kExif, kUnpadded}, 99),
+     "EXIF: 20+8\npieces 2, ended at 41, damaged at 41"},
     {"longestRiff", webpFile({kImage, kExif}, 0xFFFFFFFF),
      "EXIF: 48+8\npieces 2, ended at 56, damaged at 56"},
 };
@@ -159,6 +161,16 @@ TEST(WebpLocators, EveryLengthOfAFileGivesWhatIsThere) {
             EXPECT_EQ(stream.extents.front().position, kContent);
             EXPECT_EQ(stream.extents.front().size, length - kContent) << length;
         }
+    }
+}
+
+TEST(WebpLocators, DamageOfAFileCutInItsHeadIsAtItsEnd) {
+    for (std::size_t length = 0; length < 12; ++length) {
+        const auto located = search(
+            fixture::CountedBytes(fixture::truncated(webpFile({kExif}), length)), SearchDepth::all);
+        EXPECT_TRUE(located.streams.empty()) << length;
+        EXPECT_LE(located.damagedAt.value_or(0), length) << length;
+        EXPECT_LE(located.endedAt, length) << length;
     }
 }
 

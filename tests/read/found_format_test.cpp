@@ -160,7 +160,7 @@ const Case kCases[]{
     {std::string("RIFF\x10\0\0\0WE"sv), ""},
     {std::string("\0\0\0\x18"
                  "ftyphe"sv),
-     "a HEIF image"},
+     ""},
     {"FUJIFILM", ""},
     {std::string("MM\0"sv), ""},
     {std::string("II\0\0\x08\0\0\0"sv), ""},

@@ -44,8 +44,8 @@ const Signature kSignatures[]{{{"II*\0", 4}, ImageFormat::tiff},
                                 12},
                                ImageFormat::container},
                               {{"\0\0\0\x20"
-                                "ftyphe",
-                                10},
+                                "ftypheic",
+                                12},
                                ImageFormat::container},
                               {{"\0\0\0\x20"
                                 "ftypcrx ",

@@ -1,7 +1,7 @@
 // The messages as they are asked for: every id explains itself.
 
-#include "locate/locate_messages.h"
 #include "read/messages.h"
+#include "locate/locate_messages.h"
 
 #include <set>
 #include <string>
