@@ -1,5 +1,6 @@
-// Writes the archive that docs/cookbook.md asks its questions about: photographs, scans, microscope
-// and satellite images, and a folder of damaged files. Every byte and time of it is fixed.
+// Writes the archive that docs/cookbook.md asks its questions about: photographs of cameras and of
+// a phone, scans, microscope and satellite images, and a folder of damaged files. Every byte and
+// time of it is fixed.
 //
 // Usage: ifdsweep_make_archive FOLDER    (an existing, empty one)
 
@@ -20,6 +21,8 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include "support/box_builder.h"
+#include "support/chunk_builder.h"
 #include "support/tiff_builder.h"
 #include "support/whole_file.h"
 
@@ -137,6 +140,15 @@ constexpr std::array kPhotos{
     Photo{"photos/2024/quarry_air.jpg", "Example Optics", "Kite",      "",               "A. Tarn", "2024:03:02 11:36:05", 1000, 28, 100,  24,  32, 1, {50, 45, 2480}, {3, 1, 1120},  318},
     Photo{"photos/2024/workshop.jpg",   "Norden",         "Field One", "Standard 50",    "",        "2024:06:21 17:05:59", 60,   40, 1600, 50,  25, 8, {0, 0, 0},      {0, 0, 0},     0},
 };
+
+/// The last two are in one file.
+constexpr std::array kPhonePhotos{
+    Photo{"phone/2024/harbour.heic", "Ravensby", "Seven", "", "",        "2024:07:14 20:41:07", 120,  18, 64,  6, 16, 1, {50, 21, 540}, {4, 8, 3000}, 3},
+    Photo{"phone/2024/ferry.png",    "Ravensby", "Seven", "", "",        "2024:07:15 09:02:51", 1250, 18, 50,  6, 16, 1, {0, 0, 0},     {0, 0, 0},    0},
+    Photo{"phone/2024/pier.webp",    "Norden",   "Field One", "Standard 50", "", "2024:07:15 10:30:00", 640, 80, 200, 50, 16, 1, {0, 0, 0}, {0, 0, 0}, 0},
+    Photo{"phone/2024/gulls.heic",   "Ravensby", "Seven", "", "",        "2024:07:15 11:17:20", 2000, 18, 50,  6, 16, 1, {0, 0, 0},     {0, 0, 0},    0},
+    Photo{"phone/2024/gulls.heic",   "Ravensby", "Seven", "", "",        "2024:07:15 11:17:21", 1600, 18, 50,  6, 16, 1, {0, 0, 0},     {0, 0, 0},    0},
+};
 // clang-format on
 
 /// The Exif directory of a photograph.
@@ -155,8 +167,8 @@ Directory exposureOf(const Photo& what) {
     return *what.lens == 0 ? directory : with(directory, {text(42036, what.lens)});
 }
 
-/// A photograph: its Exif segment, and the shortest image data that a JPEG file can have.
-Bytes photo(const Photo& what) {
+/// What a photograph tells, as a TIFF stream to be built.
+TiffBuilder exifOf(const Photo& what) {
     Directory directory{text(271, what.make), text(272, what.model),
                         fixture::shorts(274, {what.orientation}), text(306, what.taken),
                         fixture::pointer(34665, {{exposureOf(what)}})};
@@ -171,14 +183,60 @@ Bytes photo(const Photo& what) {
             34853, {{Directory{text(1, "N"), angle(2, what.latitude), text(3, "W"),
                                angle(4, what.longitude), rational(6, {what.altitude, 1})}}}));
     }
-    Bytes bytes =
-        TiffBuilder({Layout::classic, ByteOrder::little}).add(directory).buildInJpeg().bytes;
+    TiffBuilder builder({Layout::classic, ByteOrder::little});
+    builder.add(directory);
+    return builder;
+}
+
+/// A photograph: its Exif segment, and the shortest image data that a JPEG file can have.
+Bytes photo(const Photo& what) {
+    Bytes bytes = exifOf(what).buildInJpeg().bytes;
     constexpr std::array<std::uint8_t, 25> kImage{
         0xFF, 0xC0, 0, 11, 8, 0x0F, 0xA0, 0x17, 0x70, 1, 1,    0x11,
         0,  // 6000 x 4000, one component
         0xFF, 0xDA, 0, 8,  1, 1,    0,    0,    63,   0, 0x55, 0x55};
     bytes.insert(bytes.end() - 2, kImage.begin(), kImage.end());
     return bytes;
+}
+
+/// The Exif items of a HEIF file, one for each of its pictures, whose pixels it lacks.
+Bytes heic(const std::vector<Photo>& pictures) {
+    std::vector<fixture::ItemInfo> items;
+    std::vector<fixture::ItemReference> references;
+    std::vector<fixture::ItemLocation> locations;
+    Bytes data;
+    for (const Photo& each : pictures) {
+        const auto picture = static_cast<std::uint32_t>(items.size() + 1);
+        const std::uint32_t exif = picture + 1;
+        items.push_back({.id = picture, .type = "hvc1"});
+        items.push_back({.id = exif});
+        references.push_back({.from = exif, .to = {picture}});
+        const Bytes block = fixture::joined({fixture::bigEndian(4, 6), fixture::bytesOf("Exif"),
+                                             fixture::bigEndian(2, 0), exifOf(each).build().bytes});
+        locations.push_back({.id = exif, .extents = {{data.size(), block.size()}}});
+        data.insert(data.end(), block.begin(), block.end());
+    }
+    const Bytes type = fixture::fileTypeBox("heic", {"mif1"});
+    const auto described = [&] {
+        return fixture::metaBox(fixture::joined(
+            {fixture::primaryItemBox(1), fixture::itemInfosBox(0, items),
+             fixture::itemReferencesBox(0, references), fixture::itemLocationsBox({}, locations)}));
+    };
+    const std::size_t begin = type.size() + described().size() + fixture::box("mdat", {}).size();
+    for (fixture::ItemLocation& each : locations) {
+        each.baseOffset = begin;
+    }
+    return fixture::joined({type, described(), fixture::box("mdat", data)});
+}
+
+Bytes png(const Photo& what) {
+    return fixture::pngFile({fixture::pngChunk("eXIf", exifOf(what).build().bytes),
+                             fixture::pngChunk("IDAT", {}), fixture::pngChunk("IEND", {})});
+}
+
+Bytes webp(const Photo& what) {
+    return fixture::webpFile({fixture::riffChunk("VP8X", Bytes(10)), fixture::riffChunk("VP8 ", {}),
+                              fixture::riffChunk("EXIF", exifOf(what).build().bytes)});
 }
 
 struct File {
@@ -329,6 +387,15 @@ std::vector<File> incoming() {
     return all;
 }
 
+/// What came from a phone, in the formats of today.
+std::vector<File> phone() {
+    const auto& [harbour, ferry, pier, gulls, gullsLater] = kPhonePhotos;
+    return {{harbour.file, heic({harbour})},
+            {ferry.file, png(ferry)},
+            {pier.file, webp(pier)},
+            {gulls.file, heic({gulls, gullsLater})}};
+}
+
 std::vector<File> files() {
     std::vector<File> all;
     all.reserve(kPhotos.size());
@@ -345,6 +412,9 @@ std::vector<File> files() {
     all.push_back(scene("science/scene_b4.tif", "Band 4, red", 30, 399960, 5700000));
     all.push_back(scene("science/scene_b8.tif", "Band 8, panchromatic", 15, 399960, 5700000));
     for (File& file : incoming()) {
+        all.push_back(std::move(file));
+    }
+    for (File& file : phone()) {
         all.push_back(std::move(file));
     }
     return all;

@@ -75,7 +75,7 @@ def main():
     if rows.get("exiftool", 0) < LEAST_ROWS:
         complaints.append(f"{rows} rows, expected {LEAST_ROWS} for exiftool")
     named = packages(text_of("README.md"), r"apt-get install --no-install-recommends (.+)$")
-    installed = packages(text_of("script/setup"), r"^build_packages=\((.+)\)$")
+    installed = packages(text_of("script/setup"), r"^build_packages=\(([^)]+)\)$")
     if not installed or named != installed:
         complaints.append(f"README.md names the packages {named}, script/setup installs {installed}")
 
