@@ -27,6 +27,8 @@ Located locateFirstExif(ByteReader& reader, SearchDepth /*depth*/) {
 }
 
 Located locateInJpeg(ByteReader& reader, SearchDepth /*depth*/) {
+    // The window begins where the file does, of which the first bytes are held already.
+    static_cast<void>(reader.byteAt(0));
     Located located;
     locateInPictures(reader, 0, reader.size(), located);
     return located;

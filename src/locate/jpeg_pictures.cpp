@@ -123,7 +123,7 @@ class PictureWalk {
 public:
     PictureWalk(ByteReader& byteReader, Located& result) : reader(byteReader), located(result) {}
 
-    /// Walks one picture to its image data; none where no image begins.
+    /// Walks one picture to its image data.
     /// @param end    of what it lies in
     /// @param suffix of the names of its streams
     void walk(std::uint64_t start, std::uint64_t end, const std::string& suffix);
@@ -196,9 +196,6 @@ void PictureWalk::takeIndex(const JpegSegment& segment, std::uint64_t end) {
 void PictureWalk::walk(std::uint64_t start, std::uint64_t end, const std::string& suffix) {
     streamNumber = 0;
     hold = Hold::nothing;
-    if (!reader.standsAt(start, kJpegStart)) {
-        return;
-    }
     JpegSegments segments(reader, start);
     while (const auto segment = segments.next()) {
         if (segment->position >= end) {
@@ -241,7 +238,8 @@ void locateInPictures(ByteReader& reader, std::uint64_t start, std::uint64_t end
         return;
     }
     for (const Picture& picture : picturesOf(IndexBytes(reader, *pictures.index()))) {
-        if (picture.position >= pictures.position() && picture.position < reader.size()) {
+        if (picture.position >= pictures.position() && picture.position < reader.size() &&
+            reader.standsAt(picture.position, kJpegStart)) {
             pictures.walk(picture.position, reader.size(),
                           " of picture " + std::to_string(picture.number));
         }

@@ -341,6 +341,12 @@ TEST(JpegWalks, NoMoreStreamsAreToldOfThanAFileMayHave) {
     EXPECT_NE(text(257).find("Exif 256: 5112+10\nstreams 257\npieces 259"), std::string::npos);
 }
 
+TEST(JpegWalks, AFileThatIsTooShortIsDamaged) {
+    for (const Bytes& file : {Bytes{}, Bytes{0xFF}, kStart}) {
+        EXPECT_EQ(located(file), "pieces 0, ended at 2, damaged at 2") << file.size();
+    }
+}
+
 // Other pictures.
 
 constexpr std::array kOrders{ByteOrder::little, ByteOrder::big};
