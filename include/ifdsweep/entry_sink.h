@@ -70,7 +70,7 @@ struct EntryFacts {
 struct StreamFacts {
     std::string_view container;  ///< such as "png"
     std::string_view name;       ///< unique in its file, such as "Exif item 3"
-    bool isEmbedded;             ///< all positions are from the start of the stream, not of the file
+    bool isEmbedded;  ///< all positions are from the start of the stream, not of the file
 };
 
 /// Where in the file a warning arose.

@@ -97,6 +97,10 @@ struct Reading {
     /// What the directories of the primary chain describe, which decides by which dictionary their
     /// tags are named. A chain that describes no images ends with its first directory.
     DirectoryKind kind = DirectoryKind::primary;
+    /// The "Format" of a file that carries the stream in another format than TIFF; null: told by
+    /// the file's first bytes. Its directories describe the image around them, and like those of a
+    /// JPEG file their records have no fields that tell of a TIFF file and no defaults.
+    const char* carrier = nullptr;
 };
 
 /// Reads the directories of a TIFF stream as the entry point does.

@@ -14,9 +14,9 @@ TagFile::TagFile(std::u16string name, std::uint64_t streamOffset, std::uint64_t 
       initialOffset(streamOffset),
       firstIfdIndex(firstIndex),
       primaryKind(static_cast<IFDtype_t_>(reading.kind)) {
-    fileFormat = isJpeg(filename)          ? FileFormat::jpeg
-                 : isClassicTiff(filename) ? FileFormat::classicTiff
-                                           : FileFormat::bigTiff;
+    fileFormat = carrier != nullptr || isJpeg(filename) ? FileFormat::jpeg
+                 : isClassicTiff(filename)              ? FileFormat::classicTiff
+                                                        : FileFormat::bigTiff;
     setLayout(fileFormat);
     fileStatus = qxGetFileStatus(filename);
     if (!qxFileExists(filename)) {

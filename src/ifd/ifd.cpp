@@ -37,7 +37,8 @@ IFD::Ending IFD::process() {
     }
     const Wide size = Wide{numEntries} * tagFile->entrySize;
     entryBytes = lowBits(size);
-    if (size > kMaximumApp1Bytes && tagFile->fileFormat == FileFormat::jpeg) {
+    const bool isInSegment = tagFile->fileFormat == FileFormat::jpeg && tagFile->carrier == nullptr;
+    if (size > kMaximumApp1Bytes && isInSegment) {
         tagFile->warn<MessageId::jpegApp1MaximumLengthExceeded>(numEntries);
         return Ending::tooLarge;
     }
@@ -128,7 +129,7 @@ bool IFD::wouldBeKept(const std::uint8_t* entry) const {
     const std::uint16_t tag = nativeItem<std::uint16_t>(entry, tagFile->needsByteSwap);
     const std::uint16_t type = nativeItem<std::uint16_t>(entry + 2, tagFile->needsByteSwap);
     const std::uint32_t componentWidth = dataTypeWidth(type);
-    const bool isShown = tag != kImageWidth && tag != kImageLength;
+    const bool isShown = (tag != kImageWidth && tag != kImageLength) || tagFile->carrier != nullptr;
     const bool isNumberOrText = type != TIFF_IFD && type != TIFF_IFD8;
     if (componentWidth == 0 || !isShown || !(isNumberOrText || tag == kImageSourceData)) {
         return false;
@@ -138,11 +139,13 @@ bool IFD::wouldBeKept(const std::uint8_t* entry) const {
     return size <= tagFile->offsetSize || position + size <= tagFile->fileStatus.fileSize;
 }
 
+// In a JPEG file a size alone keeps no directory; in other carriers nothing is left out.
 void IFD::keep(TiffTag& tag) {
     const std::uint16_t id = tag.getId();
     if (id == kImageWidth || id == kImageLength) {
         if (!tag.numericValues.empty()) {
             (id == kImageWidth ? width : height) = tag.getNumericValue(0);
+            hasMore = hasMore || tagFile->carrier != nullptr;
         }
         return;
     }

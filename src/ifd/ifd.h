@@ -76,7 +76,7 @@ public:
     std::vector<double> bitsPerSample;  ///< empty again once the directory is read
     double bitDepth = 0;                ///< their sum
     std::uint64_t samplesPerPixel = 1;  ///< the number of values of tag 277
-    bool hasMore = false;               ///< has something to show that was not asked for
+    bool hasMore = false;               ///< has something to show beside its tags, asked for or not
 
 private:
     void processIfdTags(std::span<const std::uint8_t> entries);

@@ -13,7 +13,8 @@ namespace ifdsweep::module {
 
 namespace {
 
-/// A JPEG's records begin with the first fields of the default list and lack the others.
+/// The records of a JPEG, or of another carrier, begin with the first fields of the default list
+/// and lack the others.
 constexpr std::size_t kJpegDefaultFields = 10;
 
 const char* formatName(FileFormat format) {
@@ -96,7 +97,8 @@ void IFDTree::setDefaultQxFields(qxArray* records) {
         tagFile->warn<MessageId::strftimeFailure>();
     }
     const bool isJpeg = tagFile->fileFormat == FileFormat::jpeg;
-    const char* format = formatName(tagFile->fileFormat);
+    const char* format =
+        tagFile->carrier != nullptr ? tagFile->carrier : formatName(tagFile->fileFormat);
     const bool isBigEndian = tagFile->headerByteOrder == std::array<std::uint8_t, 2>{'M', 'M'};
     const std::u16string& filename = tagFile->filename;
     for (std::size_t i = 0; i < ifds.size(); ++i) {

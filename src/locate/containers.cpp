@@ -12,16 +12,16 @@ namespace {
 using namespace std::string_view_literals;
 
 // clang-format off
-constexpr Container kPng{"png", "a PNG image", "PNG file", "eXIf chunk", "chunk", "chunk", "chunks", locateInPng, nullptr, noTiffStream};
-constexpr Container kWebp{"webp", "a WebP image", "WebP file", "EXIF chunk", "chunk", "chunk", "chunks", locateInWebp, nullptr, noTiffStream};
-constexpr Container kHeif{"heif", "a HEIF image", "HEIF file", "Exif item", "box", "item", "items", locateInHeif, nullptr, noTiffStream};
-constexpr Container kAvif{"avif", "an AVIF image", "AVIF file", "Exif item", "box", "item", "items", locateInHeif, nullptr, noTiffStream};
-constexpr Container kCr3{"cr3", "a CR3 raw image", "CR3 file", "CMT box", "box", "box", "boxes", locateInCr3, nullptr, noTiffStream};
-constexpr Container kJpegXl{"jxl", "a JPEG XL image", "JPEG XL file", "Exif box", "box", "box", "boxes", locateInJpegXl, nullptr, noTiffStream};
-constexpr Container kJpeg2000{"jp2", "a JPEG 2000 image", "JPEG 2000 file", "Exif or GeoTIFF box", "box", "box", "boxes", locateInJpeg2000, nullptr, noTiffStream};
-constexpr Container kPsd{"psd", "a PSD image", "PSD file", "Exif resource", "image resource", "image resource", "image resources", locateInPsd, nullptr, noTiffStream};
-constexpr Container kRaf{"raf", "a RAF raw image", "RAF file", "Exif segment", "segment", "segment", "segments", locateInRaf, nullptr, noTiffStream};
-constexpr Container kJpeg{"jpeg", "a JPEG image", "JPEG file", "Exif segment", "segment", "segment", "segments", locateInJpeg, locateFirstExif, noExifSegment};
+constexpr Container kPng{"png", "png", "a PNG image", "PNG file", "eXIf chunk", "chunk", "chunk", "chunks", locateInPng, nullptr, noTiffStream};
+constexpr Container kWebp{"webp", "webp", "a WebP image", "WebP file", "EXIF chunk", "chunk", "chunk", "chunks", locateInWebp, nullptr, noTiffStream};
+constexpr Container kHeif{"heif", "heif", "a HEIF image", "HEIF file", "Exif item", "box", "item", "items", locateInHeif, nullptr, noTiffStream};
+constexpr Container kAvif{"avif", "avif", "an AVIF image", "AVIF file", "Exif item", "box", "item", "items", locateInHeif, nullptr, noTiffStream};
+constexpr Container kCr3{"cr3", "cr3", "a CR3 raw image", "CR3 file", "CMT box", "box", "box", "boxes", locateInCr3, nullptr, noTiffStream};
+constexpr Container kJpegXl{"jxl", "jxl", "a JPEG XL image", "JPEG XL file", "Exif box", "box", "box", "boxes", locateInJpegXl, nullptr, noTiffStream};
+constexpr Container kJpeg2000{"jp2", "jp2", "a JPEG 2000 image", "JPEG 2000 file", "Exif or GeoTIFF box", "box", "box", "boxes", locateInJpeg2000, nullptr, noTiffStream};
+constexpr Container kPsd{"psd", "psd", "a PSD image", "PSD file", "Exif resource", "image resource", "image resource", "image resources", locateInPsd, nullptr, noTiffStream};
+constexpr Container kRaf{"raf", "raf", "a RAF raw image", "RAF file", "Exif segment", "segment", "segment", "segments", locateInRaf, nullptr, noTiffStream};
+constexpr Container kJpeg{"jpeg", "jpg", "a JPEG image", "JPEG file", "Exif segment", "segment", "segment", "segments", locateInJpeg, locateFirstExif, noExifSegment};
 
 struct Piece {
     std::size_t position;

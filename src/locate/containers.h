@@ -22,6 +22,7 @@ using Locator = Located (*)(ByteReader& reader, SearchDepth depth);
 
 struct Container {
     std::string_view name;     ///< in output: "heif"
+    const char* format;        ///< "Format" of its records: "heif"
     std::string_view words;    ///< for people: "a HEIF image"
     std::string_view noun;     ///< "HEIF file"
     std::string_view sought;   ///< what a stream lies in: "Exif item"

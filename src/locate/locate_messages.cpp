@@ -27,7 +27,7 @@ constexpr std::array<MessageTextRow, 7> kTexts{{
      "The file is damaged before a TIFF stream was found in it. Arguments: what was looked for, in what, the damaged piece and its position.",
      "If you know where the TIFF stream begins, give its --offset. Otherwise compare the file with another copy of it."},
     {kContainerDamagedId, "tti",
-     "the {1} at position {3} of this {2} is damaged: TIFF streams behind it are not found",
+     "the {1} at position {3} of this {2} is damaged: TIFF streams behind it may not be found",
      "The file is damaged behind the stream that was read. There may be more streams in it. Arguments: the damaged piece, of what, and its position.",
      "Compare the file with another copy of it."},
     {kOtherStreamsId, "ti",

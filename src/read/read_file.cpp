@@ -196,8 +196,11 @@ void FileReading::readLocated(std::size_t number, Outcome& outcome, PlaceRecorde
     outcome.initialOffset = static_cast<double>(ready.position);
     outcome.stream.isEmbedded = isEmbedded;
     recorder.streamBegins({found.container->name, stream.name, isEmbedded});
+    // What the contract knows to be a container is told by the first bytes that the host shows.
+    const bool isKnown = found.container->locateByContract != nullptr && !isEmbedded;
     const StreamInHand inHand{outcome.initialOffset, stream.kind,
-                              surroundingsOf(number, isEmbedded)};
+                              surroundingsOf(number, isEmbedded),
+                              isKnown ? nullptr : found.container->format};
     if (!isEmbedded) {
         outcome.result = reading.read(inHand);
         return;

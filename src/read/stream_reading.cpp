@@ -73,7 +73,8 @@ ValueHandle StreamReading::readInFull(const StreamInHand& stream) const {
                     .sink = &recorder,
                     .filter = options.filter,
                     .longestValue = options.longestValue.value_or(kUnlimited),
-                    .kind = stream.kind};
+                    .kind = stream.kind,
+                    .carrier = stream.carrier};
     if (checker == nullptr) {
         return readByRules(stream, reading);
     }

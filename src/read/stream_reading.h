@@ -26,6 +26,7 @@ struct StreamInHand {
     double position = 0;  ///< of the TIFF header, in what the host shows of the file
     DirectoryKind kind = DirectoryKind::primary;  ///< what the directories of its chain describe
     StreamKind surroundings = StreamKind::tiff;   ///< what it lies in
+    const char* carrier = nullptr;                ///< see `Reading::carrier`
 };
 
 class StreamReading {

@@ -31,7 +31,7 @@ namespace ifdsweep::module {
 
 /// Layout of a file, decided by its first bytes.
 enum class FileFormat : std::uint32_t {
-    jpeg = 0,         ///< a JPEG whose Exif block holds a classic TIFF stream
+    jpeg = 0,         ///< a JPEG whose Exif block holds a classic TIFF stream, or another carrier
     classicTiff = 1,  ///< TIFF 6.0
     bigTiff = 2,      ///< BigTIFF, and everything that is neither of the others
 };
@@ -116,6 +116,7 @@ public:
     const bool watched;  ///< entries are told of or passed over
 
     FileFormat fileFormat = FileFormat::bigTiff;
+    const char* carrier;  ///< see `Reading::carrier`
     qxFileStatus fileStatus;
     Stream file;
     std::u16string filename;
@@ -145,6 +146,7 @@ protected:
           longestValue(reading.longestValue),
           report(reading.sink),
           watched(report.tellsEntries() || filter != nullptr),
+          carrier(reading.carrier),
           filename(std::move(name)),
           maxIfdCount(maximumCount) {}
 

@@ -13,6 +13,8 @@ namespace {
 
 using ifdsweep::DirectoryKind;
 
+constexpr std::uint16_t kOrientation = 274;
+
 ifdsweep::Reading readingOf(DirectoryKind kind) {
     ifdsweep::Reading reading = fullReading();
     reading.kind = kind;
@@ -49,6 +51,44 @@ TEST_P(ChainKinds, OfImagesAloneHaveTheDefaultsOfImages) {
          {DirectoryKind::gps, DirectoryKind::exif, DirectoryKind::interoperability}) {
         EXPECT_EQ(defaults(kind), 0U);
     }
+}
+
+ifdsweep::Reading carried() {
+    ifdsweep::Reading reading = fullReading();
+    reading.carrier = "png";
+    return reading;
+}
+
+TEST_P(ChainKinds, OfImagesThatAreCarriedHaveNoDefaultsEither) {
+    const TiffFile file = fileOf({{shorts(kOrientation, {6})}});
+    const Call given = callReading(file.bytes, carried());
+    EXPECT_EQ(given.value("Format"), "'png'");
+    EXPECT_EQ(given.value("Orientation"), "6");
+    for (const char* name : {"ByteOrder", "Offset", "NewSubFileType", "BitsPerSample"}) {
+        EXPECT_EQ(given.value(name), "no field") << name;
+    }
+    EXPECT_EQ(recordedWalk(file.bytes, carried())->linesOf("default").size(), 0U);
+}
+
+TEST_P(ChainKinds, AreKeptForASizeAloneWhereTheyAreCarried) {
+    const TiffFile file = fileOf({{shorts(256, {4})}});
+    EXPECT_EQ(callReading(file.bytes, carried()).value("Width"), "4");
+    ifdsweep::TagFilter filter;
+    filter.ask(DirectoryKind::primary, kOrientation);
+    ifdsweep::Reading reading = carried();
+    reading.filter = &filter;
+    EXPECT_EQ(callReading(file.bytes, reading).value("Format"), "'png'");
+}
+
+TEST_P(ChainKinds, MayBeLargerThanASegmentWhereTheyAreCarried) {
+    constexpr std::size_t kMany = 6000;  // times 12 is more than 65,535
+    Directory directory;
+    for (std::size_t tag = 0; tag < kMany; ++tag) {
+        directory.entries.push_back(shorts(static_cast<std::uint16_t>(50000 + tag), {1}));
+    }
+    const Call given = callReading(fileOf({directory}).bytes, carried());
+    EXPECT_EQ(given.error, "");
+    EXPECT_EQ(given.warnings, Lines{});
 }
 
 TEST_P(ChainKinds, AreNotThoseOfNestedDirectoriesAndEndWithTheFirst) {
