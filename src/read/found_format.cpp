@@ -170,8 +170,8 @@ std::string foundFormat(std::string_view firstBytes) {
     if (const std::string_view start = firstBytes.substr(0, kOfText); isText(start)) {
         return textWords(start);
     }
-    if (mayBeImage(firstBytes.substr(0, 2))) {
-        return "";  // what is damaged is told better by the reading
+    if (firstBytes.starts_with("II") || firstBytes.starts_with("MM")) {
+        return "";  // what is damaged behind a byte order is told better by the reading
     }
     return "a file that begins with the bytes " + hexadecimal(firstBytes.substr(0, kShown));
 }

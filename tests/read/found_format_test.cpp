@@ -140,6 +140,9 @@ const Case kCases[]{
     {"Gr\xFC\xDF"
      "e",
      "a file that begins with the bytes 47 72 fc df 65"},
+    {std::string("\0\0*\0\x08\0\0\0"sv),
+     "a file that begins with the bytes 00 00 2a 00 08 00 00 00"},
+    {"\x89P\x01", "a file that begins with the bytes 89 50 01"},
     {"a\xC3", "a text file"},
     {"a\xE2", "a text file"},
     {"a\xE2"
