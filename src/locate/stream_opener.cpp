@@ -27,10 +27,20 @@ struct Assembled {
     std::uint64_t cost = 0;  ///< as `OpenedStream::cost`
 };
 
+/// Step by step: what cannot be read, as beyond a budget, is not given memory either.
 Assembled joinExtents(ExtentReader& reader) {
+    constexpr std::size_t kStep = std::size_t{1} << 20U;
     Assembled joined;
-    joined.bytes.resize(static_cast<std::size_t>(reader.bytesToCome()));
-    joined.bytes.resize(reader.read(joined.bytes));
+    auto toCome = static_cast<std::size_t>(reader.bytesToCome());
+    joined.bytes.reserve(toCome);
+    while (toCome > 0) {
+        const std::size_t before = joined.bytes.size();
+        const std::size_t asked = std::min(toCome, kStep);
+        joined.bytes.resize(before + asked);
+        const std::size_t got = reader.read(std::span(joined.bytes).subspan(before));
+        joined.bytes.resize(before + got);
+        toCome = got < asked ? 0 : toCome - asked;
+    }
     // Whether there would be more.
     std::array<std::uint8_t, 1> more;
     static_cast<void>(reader.read(more));

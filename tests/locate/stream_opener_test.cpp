@@ -497,4 +497,25 @@ TEST(StreamOpener, TellsOfAFileThatCannotBeRead) {
     EXPECT_EQ(openStream(FailingBytes(0), streamAt({{5, 200}})).position, 5U);
 }
 
+/// A large file of which nothing can be read, as when a budget is spent; knows the longest read.
+class WithheldBytes final : public ifdsweep::ByteSource {
+public:
+    [[nodiscard]] std::uint64_t size() const noexcept override { return kMostAssembledBytes; }
+    [[nodiscard]] std::ptrdiff_t read(std::uint64_t /*position*/,
+                                      std::span<std::byte> target) const noexcept override {
+        longest = std::max(longest, target.size());
+        return 0;
+    }
+
+    mutable std::size_t longest = 0;
+};
+
+TEST(StreamOpener, HasNoMemoryReadyForBytesThatDoNotCome) {
+    const WithheldBytes bytes;
+    const OpenedStream opened =
+        openStream(bytes, streamAt({{0, kMostAssembledBytes / 2}, {0, kMostAssembledBytes / 2}}));
+    EXPECT_EQ(contentOf(opened), "");
+    EXPECT_LE(bytes.longest, std::size_t{1} << 20U);
+}
+
 }  // namespace
