@@ -12,12 +12,15 @@
 #include <gtest/gtest.h>
 
 #include "ifdsweep/messages.h"
+#include "support/byte_verbs.h"
 #include "support/compressed_bytes.h"
 #include "support/counted_bytes.h"
 
 namespace {
 
 using namespace std::string_literals;
+using fixture::Bytes;
+using fixture::bytesOf;
 using fixture::CountedBytes;
 using ifdsweep::Compression;
 using ifdsweep::Extent;
@@ -25,13 +28,8 @@ using ifdsweep::HeaderPlace;
 using ifdsweep::kMostAssembledBytes;
 using ifdsweep::LocatedStream;
 using ifdsweep::OpenedStream;
-using Bytes = std::vector<std::uint8_t>;
 
 constexpr std::uint64_t kLargest = std::numeric_limits<std::uint64_t>::max();
-
-Bytes bytesOf(std::string_view text) {
-    return {text.begin(), text.end()};
-}
 
 /// A stream that begins with its header: text that is easy to compress, then text that is not.
 std::string streamOf(const std::string& header) {

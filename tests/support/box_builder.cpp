@@ -33,24 +33,6 @@ Bytes locationOf(const LocationForm& form, const ItemLocation& item) {
 
 }  // namespace
 
-Bytes bytesOf(std::string_view text) {
-    return {text.begin(), text.end()};
-}
-
-Bytes joined(std::initializer_list<Bytes> pieces) {
-    Bytes whole;
-    for (const Bytes& piece : pieces) {
-        whole.insert(whole.end(), piece.begin(), piece.end());
-    }
-    return whole;
-}
-
-Bytes bigEndian(std::size_t width, std::uint64_t value) {
-    Bytes bytes;
-    appendWord(bytes, width, value, ByteOrder::big);
-    return bytes;
-}
-
 Bytes box(std::string_view type, const Bytes& content) {
     return joined({header(8 + content.size(), type), content});
 }

@@ -16,11 +16,6 @@
 
 namespace fixture {
 
-[[nodiscard]] Bytes bytesOf(std::string_view text);
-[[nodiscard]] Bytes joined(std::initializer_list<Bytes> pieces);
-/// A big-endian number of 0 to 8 bytes; what does not fit is cut off.
-[[nodiscard]] Bytes bigEndian(std::size_t width, std::uint64_t value);
-
 /// A box: size, type, content.
 [[nodiscard]] Bytes box(std::string_view type, const Bytes& content);
 /// One with its size in 64 bits behind the type.

@@ -1,10 +1,11 @@
 #pragma once
 
-// Verbs that damage or change bytes on purpose. Each returns a new sequence or changes the given
-// one in place; nothing is shared. Any thread.
+// Verbs that make bytes, and that damage or change them on purpose. Each returns a new sequence or
+// changes the given one in place; nothing is shared. Any thread.
 
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 #include <vector>
 
 namespace fixture {
@@ -26,6 +27,26 @@ inline void setWord(Bytes& bytes, std::size_t position, std::size_t width, std::
 inline void appendWord(Bytes& bytes, std::size_t width, std::uint64_t value, ByteOrder byteOrder) {
     bytes.resize(bytes.size() + width);
     setWord(bytes, bytes.size() - width, width, value, byteOrder);
+}
+
+/// A big-endian number of 0 to 8 bytes; what does not fit is cut off.
+[[nodiscard]] inline Bytes bigEndian(std::size_t width, std::uint64_t value) {
+    Bytes bytes;
+    appendWord(bytes, width, value, ByteOrder::big);
+    return bytes;
+}
+
+[[nodiscard]] inline Bytes bytesOf(std::string_view text) {
+    return {text.begin(), text.end()};
+}
+
+/// The pieces one after another.
+[[nodiscard]] inline Bytes joined(const std::vector<Bytes>& pieces) {
+    Bytes whole;
+    for (const Bytes& piece : pieces) {
+        whole.insert(whole.end(), piece.begin(), piece.end());
+    }
+    return whole;
 }
 
 /// The first `length` bytes.

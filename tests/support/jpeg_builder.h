@@ -15,19 +15,6 @@ namespace fixture {
 
 inline constexpr std::string_view kExifSignature{"Exif\0\0", 6};
 
-[[nodiscard]] inline Bytes bytesOf(std::string_view text) {
-    return {text.begin(), text.end()};
-}
-
-/// The pieces one after another.
-[[nodiscard]] inline Bytes joined(const std::vector<Bytes>& pieces) {
-    Bytes whole;
-    for (const Bytes& piece : pieces) {
-        whole.insert(whole.end(), piece.begin(), piece.end());
-    }
-    return whole;
-}
-
 /// A marker segment; its length is that of the content, which has 65533 bytes at most.
 [[nodiscard]] inline Bytes jpegSegment(std::uint8_t marker, const Bytes& content) {
     Bytes bytes{0xFF, marker};
