@@ -1,22 +1,9 @@
 // The CR3 locator on any bytes: what it finds are the contents of boxes of its names, and what it
 // reads is in proportion to the file.
 
-#include <algorithm>
-
 #include "fuzz_target.h"
 #include "locate/locators.h"
 #include "locator_properties.h"
-
-namespace {
-
-/// Whether these characters stand at so many bytes before a position.
-bool standBefore(std::span<const std::uint8_t> file, std::uint64_t position, std::size_t distance,
-                 std::string_view characters) {
-    return position >= distance &&
-           std::equal(characters.begin(), characters.end(), &file[position - distance]);
-}
-
-}  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::span file(data, size);
@@ -28,8 +15,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
         const ifdsweep::Extent& extent = stream.extents.at(0);
         fuzz::require(extent.size > 0 && stream.extents.size() == 1, "a stream is in one piece");
         fuzz::require(stream.name > last, "streams stand in the order of their names");
-        fuzz::require(standBefore(file, extent.position, 4, stream.name) ||
-                          standBefore(file, extent.position, 12, stream.name),
+        fuzz::require(fuzz::standBefore(file, extent.position, 4, stream.name) ||
+                          fuzz::standBefore(file, extent.position, 12, stream.name),
                       "a stream lies in a box of its name");
         last = stream.name;
     }

@@ -2,7 +2,6 @@
 // it reads is in proportion to the file.
 
 #include <algorithm>
-#include <string_view>
 
 #include "fuzz_target.h"
 #include "locate/locators.h"
@@ -20,14 +19,11 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     };
     fuzz::require(std::is_partitioned(located.streams.begin(), located.streams.end(), isExif),
                   "Exif data come first");
-    constexpr std::string_view kType = "uuid";
     for (const auto& stream : located.streams) {
         const std::uint64_t position = stream.extents.at(0).position;
-        const auto typeIsBefore = [&](std::size_t distance) {
-            return position >= distance &&
-                   std::equal(kType.begin(), kType.end(), &file[position - distance]);
-        };
-        fuzz::require(typeIsBefore(20) || typeIsBefore(28), "a stream lies in a UUID box");
+        fuzz::require(fuzz::standBefore(file, position, 20, "uuid") ||
+                          fuzz::standBefore(file, position, 28, "uuid"),
+                      "a stream lies in a UUID box");
     }
     return 0;
 }

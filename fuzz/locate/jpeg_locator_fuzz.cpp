@@ -7,7 +7,7 @@
 #include "fuzz_input.h"
 #include "fuzz_target.h"
 #include "locate/locators.h"
-#include "located_checks.h"
+#include "locator_properties.h"
 #include "support/counted_bytes.h"
 
 namespace {
@@ -43,7 +43,7 @@ void requireEndOfSegments(std::span<const std::uint8_t> file, std::uint64_t posi
 void requireAllExif(std::span<const std::uint8_t> file, const ifdsweep::Located& first) {
     // The index of pictures is read again, and a picture's first bytes.
     const std::size_t most = 2 * (file.size() / (ifdsweep::ByteReader::kWindow / 16)) + 600;
-    const ifdsweep::Located all = fuzz::requireLocated(ifdsweep::locateInJpeg, file, most);
+    const ifdsweep::Located all = fuzz::checkLocator(ifdsweep::locateInJpeg, file, most);
     std::uint64_t last = 0;
     for (const ifdsweep::LocatedStream& stream : all.streams) {
         for (const ifdsweep::Extent& extent : stream.extents) {

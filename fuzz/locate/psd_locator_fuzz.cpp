@@ -3,11 +3,11 @@
 
 #include "fuzz_target.h"
 #include "locate/locators.h"
-#include "located_checks.h"
+#include "locator_properties.h"
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::size_t most = 2 * (size / (ifdsweep::ByteReader::kWindow / 16)) + 6;
-    const ifdsweep::Located found = fuzz::requireLocated(ifdsweep::locateInPsd, {data, size}, most);
+    const ifdsweep::Located found = fuzz::checkLocator(ifdsweep::locateInPsd, {data, size}, most);
     constexpr std::uint64_t kFirstData = 34 + 12;
     std::uint64_t end = kFirstData;
     for (const ifdsweep::LocatedStream& stream : found.streams) {

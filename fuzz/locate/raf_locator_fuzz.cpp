@@ -3,12 +3,12 @@
 
 #include "fuzz_target.h"
 #include "locate/locators.h"
-#include "located_checks.h"
+#include "locator_properties.h"
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::span file(data, size);
     const std::size_t most = 2 * (size / (ifdsweep::ByteReader::kWindow / 16)) + 600;
-    const ifdsweep::Located found = fuzz::requireLocated(ifdsweep::locateInRaf, file, most);
+    const ifdsweep::Located found = fuzz::checkLocator(ifdsweep::locateInRaf, file, most);
     for (const ifdsweep::LocatedStream& stream : found.streams) {
         if (stream.name == "raw") {
             const auto start = file.subspan(stream.extents.front().position);

@@ -2,10 +2,13 @@
 
 // What must hold of every locator and every input: the same result twice, streams that lie in the
 // file, reads in proportion to its size, and streams that open within their limit of memory.
+// Functions end the process where a property does not hold. Any thread.
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <string_view>
 
 #include "fuzz_target.h"
 #include "locate/containers.h"
@@ -21,7 +24,7 @@ inline void requireInFile(const ifdsweep::Located& located, std::uint64_t size) 
     require(located.streams.size() <= located.streamCount, "what is told of is counted");
     require(!located.damagedAt || *located.damagedAt <= size, "damage lies in the file");
     for (const ifdsweep::LocatedStream& stream : located.streams) {
-        require(!stream.extents.empty(), "a stream has an extent");
+        require(!stream.name.empty() && !stream.extents.empty(), "a stream has a name and a place");
         for (const ifdsweep::Extent& extent : stream.extents) {
             require(extent.position <= size && extent.size <= size - extent.position,
                     "an extent lies in the file");
@@ -46,10 +49,11 @@ inline ifdsweep::Located searched(ifdsweep::Locator locate, std::span<const std:
 inline ifdsweep::Located checkLocator(ifdsweep::Locator locate, std::span<const std::uint8_t> file,
                                       std::size_t mostReads) {
     using ifdsweep::SearchDepth;
-    searched(locate, file, SearchDepth::first, mostReads);
+    const ifdsweep::Located first = searched(locate, file, SearchDepth::first, mostReads);
     ifdsweep::Located located = searched(locate, file, SearchDepth::all, mostReads);
     const ifdsweep::Located again = searched(locate, file, SearchDepth::all, mostReads);
     require(fixture::locatedText(located) == fixture::locatedText(again), "the same result twice");
+    require(first.streams.empty() == located.streams.empty(), "a stream is found in both depths");
     const fixture::CountedBytes bytes({file.begin(), file.end()});
     std::uint64_t mostBytes = ifdsweep::kMostAssembledBytes;
     for (const ifdsweep::LocatedStream& stream : located.streams) {
@@ -59,6 +63,13 @@ inline ifdsweep::Located checkLocator(ifdsweep::Locator locate, std::span<const 
         mostBytes -= opened.cost;
     }
     return located;
+}
+
+/// Whether these characters stand at so many bytes before a position.
+[[nodiscard]] inline bool standBefore(std::span<const std::uint8_t> file, std::uint64_t position,
+                                      std::size_t distance, std::string_view characters) {
+    return position >= distance && std::equal(characters.begin(), characters.end(),
+                                              &file[static_cast<std::size_t>(position) - distance]);
 }
 
 }  // namespace fuzz

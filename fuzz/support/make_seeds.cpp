@@ -4,7 +4,6 @@
 //
 //   ifdsweep_make_seeds FOLDER [SAMPLE FILE...]
 
-#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <filesystem>
@@ -16,12 +15,8 @@
 #include <utility>
 #include <vector>
 
+#include "container_seeds.h"
 #include "io/packed.h"
-#include "support/box_builder.h"
-#include "support/chunk_builder.h"
-#include "support/compressed_bytes.h"
-#include "support/jpeg_builder.h"
-#include "support/psd_builder.h"
 #include "support/tiff_builder.h"
 #include "support/whole_file.h"
 #include "workers/worker_messages.h"
@@ -158,154 +153,14 @@ void addJpegs(SeedFolder& folder) {
     }
 }
 
-/// The TIFF streams of small files in both byte orders.
-std::vector<Bytes> smallStreams() {
-    return {
-        builderOf({fixture::Layout::classic, fixture::ByteOrder::little}, chains().front())
-            .build()
-            .bytes,
-        builderOf({fixture::Layout::classic, fixture::ByteOrder::big}, chains().front())
-            .build()
-            .bytes,
-    };
-}
-
-/// Brotli (RFC 7932) of 1 to 65,536 bytes: a window of 64 KiB, one piece that is stored, the end.
-Bytes storedBrotli(const Bytes& content) {
-    constexpr std::uint64_t kIsStored = 1U << 20U;
-    Bytes bytes;
-    fixture::appendWord(bytes, 3, kIsStored | (content.size() - 1) << 4U,
-                        fixture::ByteOrder::little);
-    return fixture::joined({bytes, content, {0x03}});
-}
-
-/// JPEG XL files: the streams as they are and in brotli, which stores them, before the codestream
-/// and behind it, in boxes of all forms.
-void addJpegXl(SeedFolder& folder) {
-    using namespace fixture;
-    const Bytes start = joined({box("JXL ", bytesOf("\r\n\x87\n")), fileTypeBox("jxl ", {"jxl "})});
-    const Bytes codestream = box("jxlc", {0xFF, 0x0A, 0, 0x10});
-    for (const Bytes& stream : smallStreams()) {
-        const Bytes content = joined({bigEndian(4, 0), stream});
-        const Bytes compressed = joined({bytesOf("Exif"), storedBrotli(content)});
-        const Bytes behindSignature = joined({bigEndian(4, 6), bytesOf("Exif"), {0, 0}, stream});
-        folder.add(joined({start, box("Exif", content), codestream}));
-        folder.add(joined({start, codestream, largeBox("Exif", behindSignature)}));
-        folder.add(joined({start, box("jxlp", {0, 0, 0, 0}), box("brob", compressed),
-                           box("jxlp", {0x80, 0, 0, 1}), openBox("Exif", content)}));
+/// Streams of one directory in both byte orders.
+fuzz::SmallStreams smallStreams() {
+    fuzz::SmallStreams streams;
+    for (const auto order : {fixture::ByteOrder::little, fixture::ByteOrder::big}) {
+        const Format format{fixture::Layout::classic, order};
+        streams.push_back({order, builderOf(format, chains().front()).build().bytes});
     }
-    const Bytes empty = joined({bytesOf("Exif"), storedBrotli(bigEndian(4, 0))});
-    folder.add(joined({start, box("brob", joined({bytesOf("brob"), empty})), codestream}));
-    folder.add(joined({start, lyingBox("brob", 0xFFFF, empty)}));
-    folder.add(joined({start, openBox("jxlc", {0xFF, 0x0A})}));
-}
-
-/// JPEG 2000 files: each UUID, in boxes of all forms and in other boxes.
-void addJpeg2000(SeedFolder& folder) {
-    using namespace fixture;
-    const Bytes start = joined({box("jP  ", bytesOf("\r\n\x87\n")), fileTypeBox("jp2 ", {"jp2 "})});
-    const Bytes codestream = box("jp2c", {0xFF, 0x4F, 0xFF, 0x51});
-    const Bytes exif = bytesOf("JpgTiffExif->JP2");
-    const Bytes plugIn =
-        bytesOf("\x05\x37\xCD\xAB\x9D\x0C\x44\x31\xA7\x2A\xFA\x56\x1F\x2A\x11\x3E");
-    const Bytes geo = bytesOf("\xB1\x4B\xF8\xBD\x08\x3D\x4B\x43\xA5\xAE\x8C\xD7\xD5\xA6\xCE\x03");
-    for (const Bytes& stream : smallStreams()) {
-        folder.add(joined({start, uuidBox(exif, stream), codestream}));
-        folder.add(joined({start, uuidBox(geo, stream), codestream, uuidBox(plugIn, stream)}));
-        folder.add(joined({start, codestream, largeBox("uuid", joined({exif, stream}))}));
-        folder.add(joined({start, box("asoc", joined({box("lbl ", {'a'}), uuidBox(geo, stream)})),
-                           openBox("uuid", joined({exif, stream}))}));
-        folder.add(joined({start, openBox("asoc", box("uinf", uuidBox(exif, stream)))}));
-    }
-    folder.add(joined({start, lyingBox("asoc", 0xFFFF, uuidBox(exif, {'I', 'I', 42, 0}))}));
-    folder.add(joined({start, openBox("jp2c", {0xFF, 0x4F})}));
-}
-
-/// PNG files: the streams in chunks of each type, before the image data and behind them.
-void addPng(SeedFolder& folder) {
-    using namespace fixture;
-    const Bytes data = pngChunk("IDAT", {0x78, 0x01});
-    const Bytes end = pngChunk("IEND", {});
-    constexpr std::string_view kExif = "Raw profile type exif";
-    constexpr std::string_view kApp1 = "Raw profile type APP1";
-    for (const Bytes& stream : smallStreams()) {
-        const Bytes profile = bytesOf(rawProfile(stream));
-        const Bytes zlib = zlibCompressed(profile);
-        folder.add(pngFile({pngChunk("eXIf", stream), data, end}));
-        folder.add(
-            pngFile({data, data, pngChunk("eXIf", joined({bytesOf("Exif"), {0, 0}, stream}))}));
-        folder.add(pngFile(
-            {pngChunk("zxIf", joined({{0}, bigEndian(4, stream.size()), zlibCompressed(stream)})),
-             data, end}));
-        folder.add(pngFile({textChunk(kExif, profile), textChunk(kApp1, profile), data, end}));
-        folder.add(pngFile({compressedTextChunk(kExif, zlib), data, end}));
-        folder.add(pngFile({internationalTextChunk(kApp1, {.language = "de"}, profile),
-                            internationalTextChunk(kExif, {.flag = 1, .translated = "x"}, zlib),
-                            data, pngChunk("eXIf", stream, 0xFFFF)}));
-    }
-    folder.add(pngFile({textChunk(kApp1, bytesOf(rawProfile(bytesOf("http://ns"), "APP1"))), end}));
-}
-
-/// WebP files: the streams behind the image and before it, with all that may be odd.
-void addWebp(SeedFolder& folder) {
-    using namespace fixture;
-    const Bytes extended = riffChunk("VP8X", Bytes(10, 0));
-    const Bytes image = riffChunk("VP8 ", {0, 0, 0, 0x9D, 1});
-    const Bytes unpadded = riffChunk("VP8L", {0x2F}, {}, Padding::none);
-    const Bytes frame = riffChunk("ANMF", {0, 0});
-    for (const Bytes& stream : smallStreams()) {
-        const Bytes exif = riffChunk("EXIF", stream);
-        folder.add(webpFile({extended, image, exif}));
-        folder.add(webpFile(
-            {extended, unpadded, riffChunk("EXIF", joined({bytesOf("Exif"), {0, 0}, stream}))}));
-        folder.add(webpFile({extended, exif, frame, frame, exif}));
-        folder.add(webpFile({unpadded, exif}, 0));
-        folder.add(webpFile({riffChunk("EXIF", stream, 0xFFFF)}, 0xFFFF));
-    }
-}
-
-/// A TIFF stream of a small directory.
-Bytes smallStream(fixture::ByteOrder order) {
-    return builderOf(Format{fixture::Layout::classic, order}, chains().front()).build().bytes;
-}
-
-/// JPEG files with split Exif data, several streams, and other pictures.
-std::vector<Bytes> jpegsOfManyStreams() {
-    using namespace fixture;
-    std::vector<Bytes> files;
-    for (const auto order : {ByteOrder::little, ByteOrder::big}) {
-        const Bytes stream = smallStream(order);
-        const Bytes exif = exifSegment(stream);
-        const Bytes comment = jpegSegment(0xFE, {'a'});
-        files.push_back(jpegOf({splitExif(stream, 60), comment}));
-        files.push_back(jpegOf({comment, exif, comment, exifSegment({1, 2, 3}), exif}));
-        files.push_back(jpegWithPictures({exif}, {jpegOf({exif}), jpegOf({comment})}, order));
-        files.push_back(joined({jpegOf({exif, pictureIndex({0, 8, 100}, order)}), jpegOf({exif})}));
-    }
-    return files;
-}
-
-void addRafs(SeedFolder& folder) {
-    for (const Bytes& jpeg : jpegsOfManyStreams()) {
-        folder.add(fixture::rafOf(jpeg, smallStream(fixture::ByteOrder::little)));
-        folder.add(fixture::rafOf(jpeg, {1, 2, 3, 4}));
-    }
-}
-
-void addPsds(SeedFolder& folder) {
-    using namespace fixture;
-    for (const auto order : {ByteOrder::little, ByteOrder::big}) {
-        const Bytes stream = smallStream(order);
-        const PsdResource exif{.id = 1058, .data = stream};
-        const PsdResource other{.id = 1005, .data = {1, 2, 3}, .name = "name"};
-        const PsdResource third{.id = 1059, .data = stream, .signature = "MeSa"};
-        folder.add(psdOf({.resources = {exif}}));
-        folder.add(psdOf(
-            {.version = 2, .colours = {1, 2, 3, 4}, .resources = {other, exif, third, exif}}));
-        folder.add(
-            psdOf({.resources = {other, {.id = 1058, .data = stream, .size = 0xFFFFFFF0U}}}));
-        folder.add(psdOf({.resources = {other}, .coloursSize = 0xFFFFFFFFU}));
-    }
+    return streams;
 }
 
 void addNames(SeedFolder& folder) {
@@ -400,84 +255,6 @@ void addTagLists(SeedFolder& folder) {
     }
 }
 
-/// HEIF files with a stream in both byte orders: the lists in all versions, before the data and
-/// behind, in the file and in the box of the list's own, in one piece and several.
-void addHeif(SeedFolder& folder) {
-    using namespace fixture;
-    const Bytes start = fileTypeBox("heic", {"mif1", "heic"});
-    for (const ByteOrder order : {ByteOrder::little, ByteOrder::big}) {
-        const Bytes stream = builderOf({Layout::classic, order}, chains().front()).build().bytes;
-        const Bytes item = joined({bigEndian(4, 6), bytesOf("Exif"), {0, 0}, stream});
-        const Bytes data = joined({start, box("mdat", item)});
-        const std::uint64_t position = data.size() - item.size();
-        const std::vector<ItemInfo> items{{.id = 1, .type = "hvc1"}, {.id = 2}, {.id = 3}};
-        const std::vector<ItemLocation> whole{{.id = 1, .extents = {{0, 8}}},
-                                              {.id = 2, .extents = {{position, item.size()}}}};
-        const std::vector<ItemLocation> pieces{
-            {.id = 2, .extents = {{0, 20}, {20, 0}}, .baseOffset = position}};
-        const std::vector<ItemLocation> inList{
-            {.id = 3, .extents = {{0, item.size()}}, .constructionMethod = 1}};
-        const Bytes references = itemReferencesBox(0, {{"cdsc", 3, {1}}});
-        const Bytes primary = primaryItemBox(1);
-        folder.add(joined({data, metaBox(joined({primary, itemInfosBox(0, items), references,
-                                                 itemLocationsBox({.version = 0}, whole)}))}));
-        folder.add(joined({data, metaBox(joined({itemLocationsBox({1, 8, 8, 8, 8}, pieces),
-                                                 itemInfosBox(1, items)}))}));
-        folder.add(
-            joined({start,
-                    metaBox(joined({primary, itemInfosBox(0, items), references,
-                                    itemLocationsBox({.version = 2}, inList), box("idat", item)})),
-                    box("mdat", {0})}));
-        const Bytes inTrack = metaBox(
-            joined({itemInfosBox(2, {{.id = 2, .version = 3}}), itemLocationsBox({}, whole)}));
-        folder.add(joined({data, box("moov", joined({inTrack, box("trak", inTrack)}))}));
-    }
-}
-
-/// CR3 files with the four streams, in boxes of all forms.
-void addCr3(SeedFolder& folder) {
-    using namespace fixture;
-    const Bytes start = fileTypeBox("crx ", {"crx ", "isom"});
-    const Bytes uuid{0x85, 0xC0, 0xB6, 0x87, 0x82, 0x0F, 0x11, 0xE0,
-                     0x81, 0x11, 0xF4, 0xCE, 0x46, 0x2B, 0x6A, 0x48};
-    const Bytes stream = builderOf(Format{}, chains().front()).build().bytes;
-    const Bytes streams = joined({box("CNCV", {'C'}), box("CMT1", stream), box("CMT2", stream),
-                                  box("CMT3", stream), box("CMT4", stream)});
-    folder.add(joined({start, box("moov", uuidBox(uuid, streams)), box("mdat", {0})}));
-    folder.add(joined({start, openBox("moov", largeBox("uuid", joined({uuid, streams})))}));
-    folder.add(joined({start, box("moov", uuidBox(Bytes(16, 1), streams)), openBox("mdat", {0})}));
-    folder.add(joined({start, box("moov", uuidBox(uuid, lyingBox("CMT1", 99, {'I', 'I'})))}));
-}
-
-/// Streams packed in every way: the bytes that choose how, one extent or two, then the file.
-void addPackedStreams(SeedFolder& folder) {
-    const Bytes stream = builderOf(Format{}, chains().front()).build().bytes;
-    const std::vector<std::string_view> fronts{"", std::string_view("Exif\0\0", 6),
-                                               std::string_view("\0\0\0\6Exif\0\0", 10)};
-    for (std::uint8_t choice = 0; choice < 12; ++choice) {
-        for (const std::string_view front : fronts) {
-            Bytes content = prefixed({}, front);
-            content.insert(content.end(), stream.begin(), stream.end());
-            if (choice / 3 % 2 != 0) {
-                content = prefixed({}, fixture::rawProfile(content));
-            }
-            if (choice % 3 != 0) {
-                content = choice % 3 == 1 ? fixture::zlibCompressed(content)
-                                          : fixture::brotliCompressed(content);
-            }
-            const std::size_t half = std::min<std::size_t>(content.size() / 2, 255);
-            const std::size_t rest = content.size() - half;
-            const auto low = [](std::size_t number) { return static_cast<std::uint8_t>(number); };
-            for (Bytes file :
-                 {Bytes{choice, 0, 0, 0, low(content.size()), low(content.size() >> 8)},
-                  Bytes{choice, 1, 0, 0, low(half), 0, 0, low(half), low(rest), low(rest >> 8)}}) {
-                file.insert(file.end(), content.begin(), content.end());
-                folder.add(file);
-            }
-        }
-    }
-}
-
 void addNoise(SeedFolder& folder) {
     std::mt19937 generator(1);  // the same noise every time
     for (std::size_t length = 8; length <= 2048; length *= 2) {
@@ -497,13 +274,16 @@ void makeSeeds(const fs::path& folder, std::span<char*> samples) {
     SeedFolder jpegs(folder / "jpeg_locator");
     addStreams(wholeCalls, jpegs);
     addJpegs(jpegs);
-    for (const Bytes& jpeg : jpegsOfManyStreams()) {
+    const fuzz::SmallStreams streams = smallStreams();
+    for (const Bytes& jpeg : fuzz::jpegSeeds(streams)) {
         jpegs.add(jpeg);
     }
-    SeedFolder rafs(folder / "raf_locator");
-    addRafs(rafs);
-    SeedFolder psds(folder / "psd_locator");
-    addPsds(psds);
+    for (const auto& [target, files] : fuzz::containerSeeds(streams)) {
+        SeedFolder seeds(folder / target);
+        for (const Bytes& file : files) {
+            seeds.add(file);
+        }
+    }
     for (const fs::path sample : samples) {
         const std::string content = fixture::readFile(sample);
         const Bytes bytes(content.begin(), content.end());
@@ -513,14 +293,6 @@ void makeSeeds(const fs::path& folder, std::span<char*> samples) {
         wholeCalls.add(wholeCall(kAsIs, 0, 0, bytes));
         jpegs.add(bytes);
     }
-    SeedFolder jpegXl(folder / "jpeg_xl_locator");
-    addJpegXl(jpegXl);
-    SeedFolder jpeg2000(folder / "jpeg_2000_locator");
-    addJpeg2000(jpeg2000);
-    SeedFolder png(folder / "png_locator");
-    addPng(png);
-    SeedFolder webp(folder / "webp_locator");
-    addWebp(webp);
     SeedFolder names(folder / "file_names");
     addNames(names);
     SeedFolder messages(folder / "worker_answer");
@@ -531,12 +303,6 @@ void makeSeeds(const fs::path& folder, std::span<char*> samples) {
     addLists(lists);
     SeedFolder globs(folder / "glob");
     addGlobs(globs);
-    SeedFolder heifs(folder / "heif_locator");
-    addHeif(heifs);
-    SeedFolder cr3s(folder / "cr3_locator");
-    addCr3(cr3s);
-    SeedFolder packedStreams(folder / "stream_opener");
-    addPackedStreams(packedStreams);
     SeedFolder tagLists(folder / "tag_choice");
     addTagLists(tagLists);
     for (const char* target : {"typed_writer", "json_writer", "text_writer", "csv_writer",
