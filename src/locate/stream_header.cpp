@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "locate/extent_reader.h"
+#include "locate/tiff_header.h"
 
 namespace ifdsweep {
 namespace {
@@ -65,14 +66,12 @@ struct HeaderGuess {
 /// Looks for a header at an offset, once "Exif" is passed over.
 HeaderGuess headerAt(StreamHead& head, std::uint64_t offset) {
     constexpr std::string_view kSignature = "Exif\0\0"sv;
-    constexpr std::array kHeaders{"II*\0"sv, "MM\0*"sv, "II+\0"sv, "MM\0+"sv};
     std::string_view text = head.at(offset);
     if (text.starts_with(kSignature)) {
         text.remove_prefix(kSignature.size());
         offset += kSignature.size();
     }
-    return {offset, std::any_of(kHeaders.begin(), kHeaders.end(),
-                                [&](std::string_view header) { return text.starts_with(header); })};
+    return {offset, beginsAsTiff(text)};
 }
 
 /// The size of the number before a header.
