@@ -45,6 +45,7 @@ StreamSearch search(FileService& files, const std::u16string& name, const ReadOp
         static_cast<void>(file->takeReadFailure());
         throw readFailedMessage(*failure);
     }
+    found.isImage = found.isImage || file->budget().hasRefusalToTell();
     return found;
 }
 

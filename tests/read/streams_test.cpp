@@ -274,6 +274,14 @@ TEST_P(Streams, DamageBehindOneIsAWarning) {
                   " of this JPEG XL file is damaged: TIFF streams behind it may not be found");
 }
 
+TEST_P(Streams, InFoldersAreNotLeftAloneForABudgetThatIsSpent) {
+    const Outcome outcome =
+        read(jxlFile({exifBox(image(4).bytes)}), {.readBudget = 1, .imagesOnly = true});
+    EXPECT_TRUE(outcome.isImage);
+    EXPECT_EQ(shown(outcome), (Lines{"readBudgetSpent - - -"}));
+    EXPECT_EQ(errorId(outcome), "badEndianness");
+}
+
 TEST_P(Streams, InFoldersAreWhatMakesAnImageOfAFile) {
     Bytes cut = jxlFile({});
     cut.resize(cut.size() + 5);
