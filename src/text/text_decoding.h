@@ -78,19 +78,6 @@ inline char* encodeUtf8(char* text, char32_t codePoint) {
     return text;
 }
 
-/// Whether the low bytes of all units form valid UTF-8.
-template <class Unit>
-bool isUtf8(std::basic_string_view<Unit> text) {
-    while (!text.empty()) {
-        const Utf8Step step = decodeUtf8(text);
-        if (step.length == 0) {
-            return false;
-        }
-        text.remove_prefix(step.length);
-    }
-    return true;
-}
-
 /// Whether every unit lies below 0x80.
 template <class Unit>
 bool isAscii(std::basic_string_view<Unit> text) {
@@ -100,6 +87,22 @@ bool isAscii(std::basic_string_view<Unit> text) {
         bits |= static_cast<std::uint32_t>(unit);
     }
     return (bits & ~0x7Fu) == 0;
+}
+
+/// Whether the low bytes of all units form valid UTF-8.
+template <class Unit>
+bool isUtf8(std::basic_string_view<Unit> text) {
+    if (isAscii(text)) {
+        return true;  // as nearly always
+    }
+    while (!text.empty()) {
+        const Utf8Step step = decodeUtf8(text);
+        if (step.length == 0) {
+            return false;
+        }
+        text.remove_prefix(step.length);
+    }
+    return true;
 }
 
 /// Gives the sink a text in UTF-8, held in bytes or in the low bytes of units.
