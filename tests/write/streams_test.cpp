@@ -62,9 +62,9 @@ protected:
         return outcome;
     }
 
-    static std::string written(Format format, const Outcome& outcome, WriteOptions options = {}) {
-        return rendering::written(format, std::span(&outcome, 1), std::move(options),
-                                  options.colour);
+    static std::string written(Format format, const Outcome& outcome,
+                               const WriteOptions& options = {}) {
+        return rendering::written(format, std::span(&outcome, 1), options, options.colour);
     }
 
     static std::string table(const Outcome& outcome, const WriteOptions& options) {
