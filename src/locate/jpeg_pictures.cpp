@@ -216,7 +216,7 @@ void PictureWalk::walk(std::uint64_t start, std::uint64_t end, const std::string
         }
     }
     place = segments.position();
-    located.damage(place);
+    located.damage(std::min(place, reader.size()));
 }
 
 }  // namespace

@@ -97,7 +97,7 @@ std::optional<Extent> sectionAt(ByteReader& reader, std::uint64_t position, Loca
 std::optional<Extent> resourceSection(ByteReader& reader, Located& located) {
     const std::uint64_t version = reader.bigEndianAt(kVersionPosition, 2).value_or(0);
     if (version != 1 && version != 2) {  // PSD and PSB
-        located.damage(kVersionPosition);
+        located.damage(std::min(kVersionPosition, reader.size()));
         return std::nullopt;
     }
     const auto colours = sectionAt(reader, kHeaderSize, located);

@@ -67,7 +67,7 @@ std::optional<std::string> decodeRawProfile(std::vector<std::uint8_t>& bytes) {
     }
     // Two digits make a byte, which is written where both were read or before.
     std::size_t size = 0;
-    std::optional<std::uint8_t> high;
+    std::uint8_t high = kNoDigit;
     bool isBroken = false;
     for (std::size_t place = head->size; place < bytes.size() && !isBroken; ++place) {
         const std::uint8_t meaning = kMeanings[bytes[place]];
@@ -76,9 +76,9 @@ std::optional<std::string> decodeRawProfile(std::vector<std::uint8_t>& bytes) {
         }
         if (meaning == kNoDigit) {
             isBroken = true;
-        } else if (high) {
-            bytes[size++] = static_cast<std::uint8_t>(*high << 4U | meaning);
-            high.reset();
+        } else if (high != kNoDigit) {
+            bytes[size++] = static_cast<std::uint8_t>(high << 4U | meaning);
+            high = kNoDigit;
         } else {
             high = meaning;
         }
@@ -87,7 +87,7 @@ std::optional<std::string> decodeRawProfile(std::vector<std::uint8_t>& bytes) {
     if (isBroken) {
         return "its profile has a character that is no hexadecimal digit";
     }
-    if (high) {
+    if (high != kNoDigit) {
         return "its profile has an odd number of digits";
     }
     if (head->length != size) {

@@ -343,7 +343,7 @@ TEST(JpegWalks, NoMoreStreamsAreToldOfThanAFileMayHave) {
 
 TEST(JpegWalks, AFileThatIsTooShortIsDamaged) {
     for (const Bytes& file : {Bytes{}, Bytes{0xFF}, kStart}) {
-        EXPECT_EQ(located(file), "pieces 0, ended at 2, damaged at 2") << file.size();
+        EXPECT_EQ(located(file), "pieces 0, ended at 2, damaged at " + std::to_string(file.size()));
     }
 }
 

@@ -112,6 +112,7 @@ const Case kCases[] = {
     {"noResources", psdOf({}), "pieces 0, ended at 34"},
     {"behindTheSection", psdOf({.resources = {kOther, kExif}, .resourcesSize = 28}),
      "pieces 1, ended at 62"},
+    {"noBytes", {}, "pieces 0, ended at 4, damaged at 0"},
     {"version0", psdOf({.version = 0, .resources = {kExif}}), "pieces 0, ended at 4, damaged at 4"},
     {"version3", psdOf({.version = 3, .resources = {kExif}}), "pieces 0, ended at 4, damaged at 4"},
     {"coloursBehindTheEnd", psdOf({.resources = {kExif}, .coloursSize = 0xFFFFFFFFU}),
