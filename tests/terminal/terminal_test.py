@@ -243,9 +243,12 @@ class Pager(OnATerminal):
     def test_that_quits_ends_work_that_prints_nothing(self):
         os.mkfifo(self.path("list"))
         pager = self.script("brief", "exit 0\n")
+        # Open for both, so that it never ends, and opening it waits for no reader: the pager may
+        # end before the list is opened.
+        names = os.open(self.path("list"), os.O_RDWR)
+        self.addCleanup(os.close, names)
         with self.start("--files-from", "list", PAGER=pager) as terminal:
-            with open(self.path("list"), "w"):
-                self.assertEqual(terminal.wait(), 141)
+            self.assertEqual(terminal.wait(), 141)
             self.assertEqual(terminal.processes(), [])
             self.assertEqual(terminal.text, "")
 
