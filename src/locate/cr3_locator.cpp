@@ -65,9 +65,7 @@ void Cr3Search::forEachBox(std::uint64_t begin, std::uint64_t end, Visit&& visit
         goesOn = visit(*box);
         located.endedAt = box->end;
     }
-    if (const auto position = boxes.damagedAt()) {
-        located.damage(*position);
-    }
+    located.damage(boxes.damagedAt());
 }
 
 Located Cr3Search::search(SearchDepth depth) {

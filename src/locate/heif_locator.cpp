@@ -167,9 +167,7 @@ void MetaSearch::search(const Box& meta, const std::string& nameEnd) {
     while (const auto box = boxes.next()) {
         noteBox(*box);
     }
-    if (const auto position = boxes.damagedAt()) {
-        located.damage(*position);
-    }
+    located.damage(boxes.damagedAt());
     if (items.empty()) {
         return;
     }
@@ -211,9 +209,7 @@ void MetaSearch::readItems(const Box& box) {
             readItem(*item);
         }
     }
-    if (const auto position = boxes.damagedAt()) {
-        located.damage(*position);
-    }
+    located.damage(boxes.damagedAt());
 }
 
 void MetaSearch::readItem(const Box& box) {
@@ -400,9 +396,7 @@ void HeifSearch::searchBoxes(std::uint64_t begin, std::uint64_t end, std::size_t
         }
         located.endedAt = box->end;
     }
-    if (const auto position = boxes.damagedAt()) {
-        located.damage(*position);
-    }
+    located.damage(boxes.damagedAt());
 }
 
 /// Items are numbered anew in each box.

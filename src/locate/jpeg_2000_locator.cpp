@@ -70,9 +70,7 @@ void UuidSearch::searchBetween(std::uint64_t begin, std::uint64_t end, int depth
     while (const auto box = boxes.next()) {
         searchBox(*box, depth);
     }
-    if (boxes.damagedAt()) {
-        located.damage(*boxes.damagedAt());
-    }
+    located.damage(boxes.damagedAt());
 }
 
 void UuidSearch::searchBox(const Box& box, int depth) {
@@ -111,11 +109,7 @@ void UuidSearch::searchUuid(const Box& box) {
 
 Located UuidSearch::takeResult() {
     for (Located& kin : found) {
-        const std::uint64_t untold = kin.streamCount - kin.streams.size();
-        for (LocatedStream& stream : kin.streams) {
-            located.add(std::move(stream));
-        }
-        located.streamCount += untold;
+        located.addAll(std::move(kin));
     }
     return std::move(located);
 }

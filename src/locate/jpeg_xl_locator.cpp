@@ -46,9 +46,7 @@ Located locateInJpegXl(ByteReader& reader, SearchDepth /*depth*/) {
             searchCompressed(reader, located, *box);
         }
     }
-    if (boxes.damagedAt()) {
-        located.damage(*boxes.damagedAt());
-    }
+    located.damage(boxes.damagedAt());
     return located;
 }
 

@@ -81,8 +81,8 @@ struct Located {
         streamCount += untold;
     }
 
-    /// Takes note of damage; what was met first stays.
-    void damage(std::uint64_t position) {
+    /// Takes note of damage, if there is some; what was met first stays.
+    void damage(std::optional<std::uint64_t> position) {
         if (!damagedAt) {
             damagedAt = position;
         }

@@ -28,11 +28,25 @@ std::string_view firstBytesOf(const ByteSource& file, std::span<char> target) {
     return {target.data(), static_cast<std::size_t>(std::max<std::ptrdiff_t>(got, 0))};
 }
 
-/// The first bytes of a file, as many as it takes to tell its format. Four tell TIFF and JPEG: what
-/// they cost is part of what a file's budget is spent on.
-std::string_view signatureOf(const ByteSource& file, std::span<char, kLongestSignature> target) {
+/// What the first bytes of a file say.
+struct Signature {
+    std::string_view bytes;
+    std::optional<ImageFormat> format;
+};
+
+/// Reads as many bytes as it takes to tell the format. Four tell TIFF and JPEG: what they cost is
+/// part of what a file's budget is spent on.
+Signature signatureOf(const ByteSource& file, std::span<char, kLongestSignature> target) {
     const std::string_view start = firstBytesOf(file, target.first(kShortSignature));
-    return imageFormatOf(start) ? start : firstBytesOf(file, target);
+    if (const auto format = imageFormatOf(start)) {
+        return {start, format};
+    }
+    const std::string_view bytes = firstBytesOf(file, target);
+    return {bytes, imageFormatOf(bytes)};
+}
+
+bool mayCarryStreams(std::optional<ImageFormat> format) {
+    return format == ImageFormat::jpeg || format == ImageFormat::container;
 }
 
 /// Whether a file of a format is one for a reading.
@@ -45,12 +59,12 @@ bool isRead(std::optional<ImageFormat> format, ReadingMode reading) {
 
 StreamSearch searchStreams(const ByteSource& file, const ReadOptions& options) {
     std::array<char, kLongestSignature> start{};
-    const std::string_view firstBytes = signatureOf(file, start);
-    const Container* container = options.offset ? nullptr : containerOf(firstBytes);
+    const auto [firstBytes, format] = signatureOf(file, start);
+    const bool isSearched = mayCarryStreams(format) && !options.offset;
+    const Container* container = isSearched ? containerOf(firstBytes) : nullptr;
     const Locator locate = container == nullptr ? nullptr : locatorOf(*container, options);
     if (locate == nullptr) {
-        const bool isImage = isRead(imageFormatOf(firstBytes), options.reading);
-        return {.isImage = !options.imagesOnly || isImage};
+        return {.isImage = !options.imagesOnly || isRead(format, options.reading)};
     }
     ByteReader reader(file);
     StreamSearch search{.container = container, .located = locate(reader, depthOf(options))};
