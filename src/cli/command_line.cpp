@@ -74,7 +74,7 @@ void addOutputOptions(OptionBinder& bind, OutputChoice& output, std::optional<Ta
     bind.value("--tags", "names", [&output](const std::string& text) {
         TagChoice choice = chooseTags(text);
         if (!choice.complaint.empty()) {
-            throw CLI::ValidationError(choice.complaint);
+            throw CLI::ValidationError("--tags: " + choice.complaint);
         }
         for (ChosenField& field : choice.fields) {
             addField(output.fields, std::move(field));

@@ -56,7 +56,7 @@ private:
     void chooseNumber(const std::string& word) {
         const auto number = parseTagNumber(word);
         if (!number) {
-            choice.complaint = "--tags: " + word + " is no tag number (0 to 65535)";
+            choice.complaint = word + " is no tag number (0 to 65535)";
             return;
         }
         const bool isNamed = addMatching([&](const KnownName& name) {
@@ -75,7 +75,7 @@ private:
             })) {
             return;
         }
-        choice.complaint = "--tags: no tag is named " + (word.empty() ? "\"\"" : word);
+        choice.complaint = "no tag is named " + (word.empty() ? "\"\"" : word);
         const std::string nearest = nearestNames(word, allNames(known));
         if (!nearest.empty()) {
             choice.complaint += ", nearest: " + nearest;

@@ -110,22 +110,22 @@ INSTANTIATE_TEST_SUITE_P(All, TagChoice, testing::ValuesIn(kCases));
 
 TEST(TagChoiceComplaint, Names) {
     const std::pair<const char*, const char*> rows[] = {
-        {"Mkae", "--tags: no tag is named Mkae, nearest: Make"},
-        {"mkae", "--tags: no tag is named mkae, nearest: Make"},
-        {"LensMoel", "--tags: no tag is named LensMoel, nearest: LensModel"},
-        {"ImageWidht", "--tags: no tag is named ImageWidht, nearest: ImageWidth"},
-        {"Make,", "--tags: no tag is named \"\""},
-        {"", "--tags: no tag is named \"\""},
-        {"Make,,Model", "--tags: no tag is named \"\""},
-        {" Make", "--tags: no tag is named  Make, nearest: Make"},
-        {"Zzzzzzzzzzzzzzzzzzzz", "--tags: no tag is named Zzzzzzzzzzzzzzzzzzzz"},
-        {"Zz*", "--tags: no tag is named Zz*"},
-        {"65536", "--tags: 65536 is no tag number (0 to 65535)"},
-        {"0x10000", "--tags: 0x10000 is no tag number (0 to 65535)"},
-        {"0x", "--tags: 0x is no tag number (0 to 65535)"},
-        {"0xg", "--tags: 0xg is no tag number (0 to 65535)"},
-        {"27O", "--tags: 27O is no tag number (0 to 65535)"},
-        {"99999999999999999999", "--tags: 99999999999999999999 is no tag number (0 to 65535)"},
+        {"Mkae", "no tag is named Mkae, nearest: Make"},
+        {"mkae", "no tag is named mkae, nearest: Make"},
+        {"LensMoel", "no tag is named LensMoel, nearest: LensModel"},
+        {"ImageWidht", "no tag is named ImageWidht, nearest: ImageWidth"},
+        {"Make,", "no tag is named \"\""},
+        {"", "no tag is named \"\""},
+        {"Make,,Model", "no tag is named \"\""},
+        {" Make", "no tag is named  Make, nearest: Make"},
+        {"Zzzzzzzzzzzzzzzzzzzz", "no tag is named Zzzzzzzzzzzzzzzzzzzz"},
+        {"Zz*", "no tag is named Zz*"},
+        {"65536", "65536 is no tag number (0 to 65535)"},
+        {"0x10000", "0x10000 is no tag number (0 to 65535)"},
+        {"0x", "0x is no tag number (0 to 65535)"},
+        {"0xg", "0xg is no tag number (0 to 65535)"},
+        {"27O", "27O is no tag number (0 to 65535)"},
+        {"99999999999999999999", "99999999999999999999 is no tag number (0 to 65535)"},
     };
     for (const auto& [list, complaint] : rows) {
         EXPECT_EQ(ifdsweep::chooseTags(list).complaint.find(complaint), 0U)
