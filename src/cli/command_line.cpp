@@ -46,6 +46,7 @@ void addInputOptions(OptionBinder& bind, InputChoice& input) {
     bind.glob("--include", input.included, LetterCase::distinct, GlobUse::files);
     bind.glob("--iglob", input.included, LetterCase::any, GlobUse::files);
     bind.glob("--exclude", input.excluded, LetterCase::distinct, GlobUse::filesAndFolders);
+    bind.glob("--iexclude", input.excluded, LetterCase::any, GlobUse::filesAndFolders);
     bind.flag("--all", input.everyFile, true);
     bind.flag("--follow", input.followLinks, true);
     bind.text("--files-from", input.listFile);

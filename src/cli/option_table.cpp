@@ -62,6 +62,7 @@ constexpr std::array kOptions{
     OptionRow{"--include", "GLOB", "of the files found in folders, only those that match\n(see Patterns); repeatable", kInput, ValueCompletion::other, kNoWords, kRepeatable},
     OptionRow{"--iglob", "GLOB", "as --include, in upper or lower case; repeatable", kInput, ValueCompletion::other, kNoWords, kRepeatable},
     OptionRow{"--exclude", "GLOB", "leave out files and folders of folders that match;\nrepeatable", kInput, ValueCompletion::other, kNoWords, kRepeatable},
+    OptionRow{"--iexclude", "GLOB", "as --exclude, in upper or lower case; repeatable", kInput, ValueCompletion::other, kNoWords, kRepeatable},
     OptionRow{"--all", "", "try every file of a folder, not only those that begin\nas TIFF, BigTIFF, RW2, ORF, JPEG XR, DCP, JPEG, PNG,\nWebP, HEIF, AVIF, JPEG XL, JPEG 2000, PSD, RAF or CR3", kInput, ValueCompletion::none},
     OptionRow{"--follow", "", "follow symbolic links to folders; no folder is walked\ntwice", kInput, ValueCompletion::none},
     OptionRow{"--files-from", "FILE", "read more paths from FILE, one per line; - is the\nstandard input", kInput, ValueCompletion::file},

@@ -416,13 +416,16 @@ TEST(CommandLines, Input) {
 }
 
 TEST(CommandLines, PatternsMayBeginWithABracketOrBeInAnyCase) {
-    const auto line = parse({"--include", "[ab]", "--include=[a,b]", "--iglob", "*.JPG", "f"});
+    const auto line =
+        parse({"--include", "[ab]", "--include=[a,b]", "--iglob", "*.JPG", "--iexclude=OLD", "f"});
     ASSERT_EQ(line.action, Action::read) << line.text;
     const ifdsweep::InputChoice& input = line.options.input;
     ASSERT_EQ(input.included.size(), 3U);
     EXPECT_TRUE(input.included[0].matches("b", false));
     EXPECT_TRUE(input.included[1].matches(",", false));
     EXPECT_TRUE(input.included[2].matches("a.jpg", false));
+    ASSERT_EQ(input.excluded.size(), 1U);
+    EXPECT_TRUE(input.excluded[0].matches("old", true));
 }
 
 TEST(CommandLines, Output) {

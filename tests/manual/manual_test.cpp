@@ -156,8 +156,8 @@ TEST(OptionTexts, KnowWhichOptionsRepeat) {
         }
         EXPECT_TRUE(row.isRepeatable || row.help.find("repeatable") == std::string_view::npos);
     }
-    EXPECT_EQ(names, (std::vector<std::string_view>{"--include", "--iglob", "--exclude", "--tags",
-                                                    "--ignore"}));
+    EXPECT_EQ(names, (std::vector<std::string_view>{"--include", "--iglob", "--exclude",
+                                                    "--iexclude", "--tags", "--ignore"}));
 }
 
 /// An id that is like no other makes the program name all there are.
