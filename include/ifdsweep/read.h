@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "ifdsweep/entry_sink.h"
+#include "ifdsweep/file_stamp.h"
 #include "ifdsweep/host.h"
 #include "ifdsweep/qx.h"
 #include "ifdsweep/value.h"
@@ -108,6 +109,8 @@ struct Outcome {
     /// every other.
     std::string found{};
     StreamOrigin stream{};
+    /// Of a file of the system's that was opened; none of one that the caller serves.
+    std::optional<FileStamp> stamp{};
     /// What came of the further streams, in their order, if all are asked for: each as if it were
     /// the file, without others of its own.
     std::vector<Outcome> others{};

@@ -72,6 +72,22 @@ std::int64_t localMicroseconds(const timespec& time) noexcept {
     return microseconds;
 }
 
+/// A point of time as nanoseconds since 1970-01-01 00:00:00 UTC, or the nearest that there is.
+std::int64_t nanoseconds(const timespec& time) noexcept {
+    using Limits = std::numeric_limits<std::int64_t>;
+    std::int64_t result = 0;
+    if (__builtin_mul_overflow(time.tv_sec, std::int64_t{1'000'000'000}, &result) ||
+        __builtin_add_overflow(result, time.tv_nsec, &result)) {
+        return time.tv_sec < 0 ? Limits::min() : Limits::max();
+    }
+    return result;
+}
+
+FileStamp stampOf(const struct stat& status) noexcept {
+    return {static_cast<std::uint64_t>(status.st_size), nanoseconds(status.st_mtim),
+            nanoseconds(status.st_ctim), status.st_ino};
+}
+
 qxFileStatus statusOf(const struct stat& status) noexcept {
     qxFileStatus result;
     result.type = S_ISREG(status.st_mode)   ? qxFileType::regular
@@ -104,7 +120,7 @@ bool meansNotFound(int error) noexcept {
 
 ServedFile served(Descriptor file, const struct stat& status) {
     const qxFileStatus result = statusOf(status);
-    return {std::make_shared<const FileBytes>(std::move(file), result.fileSize), result};
+    return {std::make_shared<const FileBytes>(std::move(file), result.fileSize), result, {}};
 }
 
 /// Opens a file of the system; without a source when the path does not exist.
@@ -131,7 +147,9 @@ ServedFile openSystemFile(const std::u16string& name) {
     if (!S_ISREG(status.st_mode) && ::lseek(file.get(), 0, SEEK_CUR) < 0) {
         raiseOpenFailure(name, errno);  // a pipe, a terminal: nothing in it has a position
     }
-    return served(std::move(file), status);
+    ServedFile opened = served(std::move(file), status);
+    opened.stamp = stampOf(status);
+    return opened;
 }
 
 }  // namespace
@@ -241,6 +259,7 @@ void FileService::forgetFile() noexcept {
     }
     values.end();
     currentFile.reset();
+    currentStamp.reset();
     currentName.clear();
 }
 
@@ -259,6 +278,7 @@ std::shared_ptr<OpenedFile> FileService::opened(const std::u16string& name) {
     }
     const std::uint64_t size = file.bytes->size();
     currentName = name;
+    currentStamp = file.stamp;
     currentFile = std::make_shared<OpenedFile>(
         file.bytes, file.status, spareCache,
         ReadBudget(readBudget.value_or(kReads.of(size)), values), hook);

@@ -20,6 +20,7 @@
 #include "files/read_budget.h"
 #include "files/read_hook.h"
 #include "ifdsweep/byte_source.h"
+#include "ifdsweep/file_stamp.h"
 #include "ifdsweep/qx.h"
 #include "values/value_budget.h"
 
@@ -32,7 +33,8 @@ struct ReadFailure;
 /// A file that the service serves instead of asking the system.
 struct ServedFile {
     std::shared_ptr<const ByteSource> bytes;
-    qxFileStatus status;  ///< as reported, whatever the bytes are
+    qxFileStatus status;               ///< as reported, whatever the bytes are
+    std::optional<FileStamp> stamp{};  ///< of a file of the system's
 };
 
 /// A file that is open already, to be served. Takes over the descriptor; throws std::system_error
@@ -90,6 +92,9 @@ public:
         return currentFile;
     }
 
+    /// The stamp of the file looked at; none of a served one.
+    [[nodiscard]] const std::optional<FileStamp>& stamp() const noexcept { return currentStamp; }
+
     /// Whether a file has a refusal or a failure that was not told of.
     [[nodiscard]] bool hasSomethingToTell() const noexcept;
 
@@ -121,6 +126,7 @@ private:
     std::shared_ptr<ReadHook> hook;
     std::u16string currentName;
     std::shared_ptr<OpenedFile> currentFile;
+    std::optional<FileStamp> currentStamp;
     std::shared_ptr<ReadCache> spareCache;
     std::shared_ptr<OpenedFile> formerFile;  ///< kept for what it still has to tell
 };

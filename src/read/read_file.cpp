@@ -160,9 +160,13 @@ void FileReading::fill(Outcome& outcome, Read&& read) {
         failForMemory(outcome);
         static_cast<void>(host.takeWarnings());  // no other stream's
     }
+    outcome.stamp = HostParts::of(host).filesAsTheyAre().stamp();
 }
 
 void FileReading::takeWarnings(Outcome& outcome, PlaceRecorder& recorder, StreamReading& reading) {
+    if (options.reading == ReadingMode::contract) {
+        recorder.places().clear();  // its warnings have none, whether or not a sink was told
+    }
     outcome.warnings = placedWarnings(host.takeWarnings(), recorder.places());
     for (qxMessage& message : ownWarnings) {
         outcome.warnings.push_back({std::move(message), {}});
