@@ -63,9 +63,7 @@ ValueHandle StreamReading::readRecords(const StreamInHand& stream) const {
     if (options.sink == nullptr) {
         return callEntryPoint(stream);
     }
-    ValueHandle records = readByRules(stream, {.sink = &recorder});
-    recorder.places().clear();
-    return records;
+    return readByRules(stream, {.sink = &recorder});
 }
 
 ValueHandle StreamReading::readInFull(const StreamInHand& stream) const {

@@ -126,6 +126,19 @@ TEST_P(WarningPlaces, AreNoneOfTheContractsReading) {
     }
 }
 
+TEST_P(WarningPlaces, AreNoneOfTheContractsReadingOfAFileThatFails) {
+    const fixture::TiffFile file = fileOf({{empty(259)}, {shorts(256, {4}), shorts(257, {2})}});
+    const fixture::Bytes cut(file.bytes.begin(), file.bytes.end() - 12);
+    for (const bool isTold : {false, true}) {
+        CountingSink sink;
+        const ifdsweep::Outcome outcome = read(
+            cut, {.reading = ifdsweep::ReadingMode::contract, .sink = isTold ? &sink : nullptr});
+        ASSERT_TRUE(outcome.error);
+        EXPECT_EQ(ifdsweep::shortMessageId(outcome.error->id()), "badIFDread");
+        EXPECT_EQ(shown(outcome), (Lines{"zeroComponentCount - - -"}));
+    }
+}
+
 TEST_P(WarningPlaces, OfADirectoryThatNeverBeganNameIt) {
     // Both pointers lead to the same place; the directories begin at the same address in memory.
     const std::uint16_t type = format().isBig() ? fixture::kLong8 : fixture::kLong;
