@@ -16,7 +16,11 @@
 #include <vector>
 
 #include "container_seeds.h"
+#include "ifdsweep/host.h"
+#include "ifdsweep/read.h"
 #include "io/packed.h"
+#include "pack/file_packer.h"
+#include "support/chunk_builder.h"
 #include "support/tiff_builder.h"
 #include "support/whole_file.h"
 #include "workers/worker_messages.h"
@@ -255,6 +259,46 @@ void addTagLists(SeedFolder& folder) {
     }
 }
 
+/// Files to be packed in each way, and what they are packed to.
+void addPacked(SeedFolder& folder, const std::vector<Bytes>& files) {
+    ifdsweep::Host host;
+    ifdsweep::FilePacker packer;
+    for (const Bytes& file : files) {
+        for (const std::uint8_t way : {std::uint8_t{1}, std::uint8_t{2}, std::uint8_t{3}}) {
+            Bytes input{way};
+            input.insert(input.end(), file.begin(), file.end());
+            folder.add(input);
+        }
+        host.serveNothing();
+        host.serve("seed", file);
+        packer.begin();
+        const ifdsweep::Outcome outcome =
+            ifdsweep::read(host, "seed", {.streams = ifdsweep::StreamChoice::all, .sink = &packer});
+        const ifdsweep::PackedFile packed = packer.pack(outcome);
+        const auto* bytes =
+            static_cast<const std::uint8_t*>(static_cast<const void*>(packed.bytes().data()));
+        Bytes input{0};
+        input.insert(input.end(), bytes, bytes + packed.bytes().size());
+        folder.add(input);
+    }
+}
+
+/// Every stream in a layout and byte order of its own, and two of them in a PNG file.
+std::vector<Bytes> filesToPack() {
+    std::vector<Bytes> files;
+    for (const Chain& chain : chains()) {
+        const auto layout = files.size() % 2 == 0 ? fixture::Layout::classic : fixture::Layout::big;
+        const auto order =
+            files.size() / 2 % 2 == 0 ? fixture::ByteOrder::little : fixture::ByteOrder::big;
+        files.push_back(builderOf({layout, order}, chain).build().bytes);
+    }
+    files.push_back(fixture::pngFile({fixture::pngChunk("eXIf", files[0]),
+                                      fixture::pngChunk("eXIf", Bytes{'n', 'o'}),
+                                      fixture::pngChunk("eXIf", files[2])}));
+    files.push_back(fixture::bytesOf("a text\n"));
+    return files;
+}
+
 void addNoise(SeedFolder& folder) {
     std::mt19937 generator(1);  // the same noise every time
     for (std::size_t length = 8; length <= 2048; length *= 2) {
@@ -293,6 +337,8 @@ void makeSeeds(const fs::path& folder, std::span<char*> samples) {
         wholeCalls.add(wholeCall(kAsIs, 0, 0, bytes));
         jpegs.add(bytes);
     }
+    SeedFolder packed(folder / "packed_file");
+    addPacked(packed, filesToPack());
     SeedFolder names(folder / "file_names");
     addNames(names);
     SeedFolder messages(folder / "worker_answer");

@@ -50,7 +50,7 @@ constexpr std::array<MessageTextRow, 7> kOwnTexts{{
 }};
 // clang-format on
 
-const MessageTextRow* findOwn(std::string_view id) {
+const MessageTextRow* findOwn(std::string_view id) noexcept {
     for (const std::span<const MessageTextRow> rows :
          {checkTexts(), locateTexts(), std::span<const MessageTextRow>(kOwnTexts)}) {
         for (const MessageTextRow& row : rows) {
@@ -70,6 +70,13 @@ std::string memoryText(std::uint64_t bytes) {
 }
 
 }  // namespace
+
+// The rows have their ids from literals, which end with a NUL.
+const char* constantMessageId(std::string_view id) noexcept {
+    const MessageTextRow* own = findOwn(id);
+    const MessageTextRow* row = own == nullptr ? findMessageText(id) : own;
+    return row == nullptr ? nullptr : row->id.data();
+}
 
 qxMessage inputFailure(const std::string& reason) {
     return {kInputFailureId, {qxMessageText(reason)}};

@@ -20,6 +20,9 @@ inline constexpr const char* kStuckId = "ifdsweep:stuck";
 inline constexpr const char* kTimeoutId = "ifdsweep:timeout";
 inline constexpr const char* kInputFailureId = "ifdsweep:inputFailure";
 
+/// The same id as a constant text, which messages refer to; null for one that no message has.
+[[nodiscard]] const char* constantMessageId(std::string_view id) noexcept;
+
 /// The failure of a path that cannot be read at all.
 [[nodiscard]] qxMessage inputFailure(const std::string& reason);
 

@@ -77,6 +77,18 @@ public:
     /// The number of the first field of that name.
     [[nodiscard]] std::optional<std::size_t> fieldIndex(std::string_view name) const noexcept;
 
+    /// The values in a cell or record array, those of records element by element, null where there
+    /// is none; empty for every other kind.
+    [[nodiscard]] std::span<const qxArray* const> parts() const noexcept {
+        return hasSlots() ? std::span<const qxArray* const>(slots())
+                          : std::span<const qxArray* const>();
+    }
+
+    /// The field list of a record array, which other record arrays may share.
+    [[nodiscard]] const std::shared_ptr<const ifdsweep::FieldList>& fieldList() const noexcept {
+        return slotBlock().fields;
+    }
+
 private:
     friend class ifdsweep::ValueStore;
 
