@@ -58,21 +58,22 @@ InputFiles::InputFiles(const InputChoice& inputChoice, std::vector<FileIdentity>
 }
 
 std::optional<InputFile> InputFiles::next() {
-    while (true) {
-        std::optional<InputFile> file;
-        if (!folders.empty()) {
-            file = takeFound();
-        } else if (nextPath < choice.paths.size()) {
-            file = takeNamed();
-        } else if (list) {
-            file = takeListed();
-        } else {
-            return std::nullopt;
-        }
-        if (file) {
+    while (!isAtEnd()) {
+        if (std::optional<InputFile> file = step()) {
             return file;
         }
     }
+    return std::nullopt;
+}
+
+std::optional<InputFile> InputFiles::step() {
+    if (!folders.empty()) {
+        return takeFound();
+    }
+    if (nextPath < choice.paths.size()) {
+        return takeNamed();
+    }
+    return list ? takeListed() : std::nullopt;
 }
 
 std::optional<InputFile> InputFiles::takeNamed() {

@@ -32,6 +32,15 @@ public:
     /// The next path; none after the last. Throws Refusal for a listed file that is replaced.
     [[nodiscard]] std::optional<InputFile> next();
 
+    /// As `next`, but none also for a folder or a file in one that is not to be read, so that the
+    /// caller can look about on a long way.
+    [[nodiscard]] std::optional<InputFile> step();
+
+    /// Whether no path is left, as far as can be told without looking.
+    [[nodiscard]] bool isAtEnd() const noexcept {
+        return folders.empty() && nextPath == choice.paths.size() && !list;
+    }
+
     /// A descriptor to wait for before `next`, which would wait otherwise; -1 for none.
     [[nodiscard]] int awaited();
 

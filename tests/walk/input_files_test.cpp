@@ -83,6 +83,21 @@ TEST_F(InputFileWalk, FoldersAreWalkedDepthFirstInTheOrderOfBytes) {
               (Names{"z/5.TIF", "a.tif", "b/c/3.jpg", "b/c/d/4.tif"}));
 }
 
+TEST_F(InputFileWalk, AStepIsToldOfWhatIsNotRead) {
+    ifdsweep::InputChoice choice = choose({(folder / "z").string()});
+    choice.excluded = globs({"*.TIF"});
+    ifdsweep::InputFiles files(choice, {});
+    EXPECT_FALSE(files.isAtEnd());
+    EXPECT_FALSE(files.step());  // the folder
+    EXPECT_FALSE(files.isAtEnd());
+    EXPECT_FALSE(files.step());  // what is left out of it
+    EXPECT_FALSE(files.isAtEnd());
+    EXPECT_FALSE(files.step());  // its end
+    EXPECT_TRUE(files.isAtEnd());
+    EXPECT_FALSE(files.step());
+    EXPECT_FALSE(files.next());
+}
+
 TEST_F(InputFileWalk, SlashesBehindAFolderStayAsTheyAre) {
     EXPECT_EQ(found(choose({"z/"})), (Names{"z/5.TIF"}));
     EXPECT_EQ(found(choose({"z//"})), (Names{"z//5.TIF"}));
@@ -157,7 +172,7 @@ TEST_F(InputFileWalk, LinksToFoldersAreFollowedOnDemand) {
     fs::create_symlink("../b/c", folder / "z/link");
     fs::create_symlink("../a.tif", folder / "z/file");
     EXPECT_EQ(found(choose({"z"})), (Names{"z/5.TIF", "z/file"}));
-    ifdsweep::InputChoice choice = choose({"z"});
+    ifdsweep::InputChoice choice = choose({(folder / "z").string()});
     choice.followLinks = true;
     EXPECT_EQ(found(choice), (Names{"z/5.TIF", "z/file", "z/link/3.jpg", "z/link/d/4.tif"}));
     // A link that was named is followed anyway.
