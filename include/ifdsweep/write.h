@@ -23,7 +23,7 @@
 
 namespace ifdsweep {
 
-enum class Format : std::uint8_t { text, json, ndjson, typed, csv, facts };
+enum class Format : std::uint8_t { text, json, ndjson, typed, csv, facts, packed };
 
 /// How JSON is laid out.
 enum class JsonLayout : std::uint8_t {
@@ -68,7 +68,7 @@ struct WriteOptions {
 using WriteSink = std::function<void(std::string_view bytes)>;
 
 /// Writes outcomes in the order in which they come: `begin`, `write` for each, `end`; and for
-/// facts, `listenerFor` before each is read.
+/// facts and packed files, `listenerFor` before each is read.
 class Writer {
 public:
     /// Hands the bytes to a sink, in pieces of its own choice. At `end` all of them are there.
@@ -84,7 +84,8 @@ public:
     void begin();
 
     /// Whom to tell of the walk of a file (`ReadOptions::sink`) before it is written: the facts are
-    /// written while it is read. Null for the other formats, which need the outcome alone.
+    /// written while it is read, and a packed file gathers them. Null for the other formats, which
+    /// need the outcome alone.
     /// @param file its name, in system bytes
     [[nodiscard]] EntrySink* listenerFor(std::string_view file);
 

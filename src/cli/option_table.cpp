@@ -29,7 +29,10 @@ constexpr OptionWord kFormatWords[]{{"text", "for reading (default)"},
                                     {"csv", "a table (RFC 4180), its rows as --rows says"},
                                     {"facts",
                                      "a line of JSON per entry: field type, position,\n"
-                                     "exact value"}};
+                                     "exact value"},
+                                    {"packed",
+                                     "a block per file, for the Python package of the\n"
+                                     "same version"}};
 constexpr OptionWord kReadingWords[]{{"full", "all that the file holds (default)"},
                                      {"contract", "what the module gives; see the table below"}};
 constexpr OptionWord kStreamWords[]{{"first", "the main one; a warning tells of others (default)"},
@@ -43,7 +46,7 @@ constexpr OptionWord kRowsWords[]{{"directory", "a directory of the primary chai
 constexpr OptionWord kDetailWords[]{{"each"}, {"count"}, {"none"}};
 constexpr OptionWord kColourWords[]{{"auto"}, {"always"}, {"never"}};
 // Words stand in the order of the enumerations that they are the words of.
-static_assert(std::size(kFormatWords) == static_cast<std::size_t>(Format::facts) + 1);
+static_assert(std::size(kFormatWords) == static_cast<std::size_t>(Format::packed) + 1);
 static_assert(std::size(kReadingWords) == static_cast<std::size_t>(ReadingMode::contract) + 1);
 static_assert(std::size(kStreamWords) == static_cast<std::size_t>(StreamChoice::all) + 1);
 static_assert(std::size(kRowsWords) == static_cast<std::size_t>(TableRows::nested) + 1);

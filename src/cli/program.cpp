@@ -251,6 +251,11 @@ int runCommand(int argumentCount, const char* const* arguments) {
     if (options.output.toTerminal) {
         options.output.lineWidth = terminalColumns(STDOUT_FILENO).value_or(0);
     }
+    if (options.output.toTerminal && options.output.format == Format::packed) {
+        throw Refusal(
+            "--format packed writes no text, and a terminal shows nothing else: write to a "
+            "pipe, or to a file with --output");
+    }
     // What is known of the terminal is known from here on: the standard output may be a pipe then.
     if (isForPager(options)) {
         const bool isOnce = readsStandardInput(options.input);

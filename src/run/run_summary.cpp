@@ -28,6 +28,8 @@ void printWhatIsKept(const RunOptions& options, const RunOutput& output, const J
                     " is as it was; with --resume a run can be gone on with"});
     } else if (options.output.hasOpenColumns()) {
         printError({"a table whose columns are not chosen with --tags is printed at the end"});
+    } else if (options.output.format == Format::packed) {
+        printError({"what was printed may end inside a file"});
     } else if (options.output.layout == JsonLayout::compact) {
         printError({"what was printed ends with a whole file"});
     } else {

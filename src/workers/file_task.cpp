@@ -105,6 +105,7 @@ FileReport FileTask::read(const InputFile& file) {
 
 FileReport FileTask::fail(const InputFile& file, const qxMessage& error) {
     outcome = Outcome();
+    static_cast<void>(writer->listenerFor(file.path));  // what was heard so far is of no use
     outcome.file = file.path;
     outcome.firstIfdIndex = options.read.first;
     outcome.maxIfdCount = options.read.max;

@@ -116,7 +116,7 @@ void putOutput(std::string& bytes, const OutputChoice& choice) {
 }
 
 void takeOutput(Unpacker& bytes, OutputChoice& choice) {
-    choice.format = bytes.choice(Format::facts);
+    choice.format = bytes.choice(Format::packed);
     choice.layout = bytes.choice(JsonLayout::pretty);
     choice.toTerminal = bytes.flag();
     choice.lineWidth = bytes.number();

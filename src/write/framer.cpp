@@ -1,5 +1,6 @@
 #include "write/framer.h"
 
+#include "pack/packed_stream.h"
 #include "write/csv_writer.h"
 
 namespace ifdsweep {
@@ -13,6 +14,8 @@ Frame frameOf(const WriteOptions& options) {
             return {"", "", "\n", ""};
         case Format::csv:
             return {options.columns.empty() ? "" : csvHeader(options.columns, options), "", "", ""};
+        case Format::packed:
+            return {std::string(kPackedStreamHead), "", "", ""};
         case Format::ndjson:
         case Format::typed:
         case Format::facts:

@@ -4,6 +4,7 @@
 #include "write/facts_writer.h"
 #include "write/json_writer.h"
 #include "write/ndjson_writer.h"
+#include "write/packed_writer.h"
 #include "write/text_writer.h"
 #include "write/typed_writer.h"
 
@@ -24,6 +25,8 @@ std::unique_ptr<ResultWriter> makeResultWriter(const WriteOptions& options, Outp
             return std::make_unique<CsvWriter>(output, options);
         case Format::facts:
             return std::make_unique<FactsWriter>(output);
+        case Format::packed:
+            return std::make_unique<PackedWriter>(output);
         case Format::text:
             break;
     }

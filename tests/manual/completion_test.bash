@@ -29,9 +29,9 @@ files=" (-o default)"
 tags=" (-o nospace)"
 check "--follow --format" ifdsweep --fo
 check "--strict" ifdsweep --format json --stri
-check "text json ndjson typed csv facts" ifdsweep --format ""
+check "text json ndjson typed csv facts packed" ifdsweep --format ""
 check "ndjson" ifdsweep --format nd
-check "text json ndjson typed csv facts" ifdsweep --format =
+check "text json ndjson typed csv facts packed" ifdsweep --format =
 check "text typed" ifdsweep --format = t
 check "count" ifdsweep --warnings c
 check "ndjson" ifdsweep -f nd

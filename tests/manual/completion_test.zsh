@@ -25,7 +25,7 @@ entry_of() { print -rl -- "${(@M)entries:#(\*|\(*\)|)$1(=|+|)\[*}" }
 
 _ifdsweep
 expect compdef "_ifdsweep ifdsweep" "$defined"
-expect --format '(-f --format)--format=[text: for reading (default); json: an array with an object per file, natural values; ndjson: the same objects, one per line; typed: a line of JSON per file, with the class and size of every value; csv: a table (RFC 4180), its rows as --rows says; facts: a line of JSON per entry: field type, position, exact value]:FORMAT:(text json ndjson typed csv facts)' "$(entry_of --format)"
+expect --format '(-f --format)--format=[text: for reading (default); json: an array with an object per file, natural values; ndjson: the same objects, one per line; typed: a line of JSON per file, with the class and size of every value; csv: a table (RFC 4180), its rows as --rows says; facts: a line of JSON per entry: field type, position, exact value; packed: a block per file, for the Python package of the same version]:FORMAT:(text json ndjson typed csv facts packed)' "$(entry_of --format)"
 expect -q '(-q --quiet)-q[no progress and no summary; files that fail are still told]' "$(entry_of -q)"
 expect -j '(-j --jobs)-j+[worker processes (default: as many as there are cores)]:N: ' "$(entry_of -j)"
 expect -t "${$(entry_of --tags)/--tags=/-t+}" "$(entry_of -t)"

@@ -31,6 +31,7 @@ const std::vector<std::vector<std::string>> kWays{
     {"--format", "json", "--pretty"},
     {"--format", "ndjson", "--tags", "Width"},
     {"--format", "typed"},
+    {"--format", "packed"},
     {"--format", "csv"},
     {"--format", "csv", "--tags", "Width,Height"},
     {"--format", "csv", "--rows", "file"},

@@ -73,7 +73,7 @@ COMPLETED_BY_ZSH = {
 # What is typed before a tab, and what is then offered.
 OFFERED = [
     ("--fo\t", ["--follow", "--format"]),
-    ("-f \t", ["text", "json", "ndjson", "typed", "csv", "facts"]),
+    ("-f \t", ["text", "json", "ndjson", "typed", "csv", "facts", "packed"]),
     ("--color \t", ["auto", "always", "never"]),
     ("-t MakerN\t\t", ["MakerNote", "MakerNoteSafety"]),
     ("--ignore readB\t\t", ["readBudgetSpent"]),
