@@ -1,5 +1,6 @@
-// call_timer [-n COUNT] FILE...: the call itself on each file, the module and the host's values
-// without any text, and what it took: milliseconds (median of COUNT), peak memory, reads.
+// call_timer [-n COUNT] [--full] FILE...: the call itself on each file, the module and the host's
+// values without any text, and what it took: milliseconds (median of COUNT), peak memory, reads.
+// It reads as the contract has it, or in full.
 
 #include <cstdio>
 #include <cstdlib>
@@ -16,8 +17,13 @@ int main(int argumentCount, char** arguments) {
         repetitions = std::atoi(arguments[2]);
         firstFile = 3;
     }
+    auto reading = ifdsweep::ReadingMode::contract;
+    if (firstFile < argumentCount && std::string_view(arguments[firstFile]) == "--full") {
+        reading = ifdsweep::ReadingMode::full;
+        ++firstFile;
+    }
     if (firstFile >= argumentCount || repetitions < 1) {
-        std::fputs("usage: call_timer [-n COUNT] FILE...\n", stderr);
+        std::fputs("usage: call_timer [-n COUNT] [--full] FILE...\n", stderr);
         return 2;
     }
     int failures = 0;
@@ -25,7 +31,7 @@ int main(int argumentCount, char** arguments) {
         ifdsweep::Host host;
         for (int i = firstFile; i < argumentCount; ++i) {
             const ifdsweep::Outcome outcome =
-                ifdsweep::read(host, arguments[i], {.reading = ifdsweep::ReadingMode::contract});
+                ifdsweep::read(host, arguments[i], {.reading = reading});
             if (outcome.error) {
                 std::fprintf(stderr, "call_timer: %s: %s\n", arguments[i], outcome.error->what());
                 ++failures;
