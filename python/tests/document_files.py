@@ -1,0 +1,174 @@
+"""The files that documents show: a small archive of photographs, scans and images of science."""
+
+import struct
+from collections.abc import Mapping, Sequence
+from pathlib import Path
+
+# What is written for a tag: a text, bytes, integers, fractions, or directories that it leads to.
+Stored = str | bytes | Sequence["int | tuple[int, int] | Fields"]
+Fields = Mapping[int, Stored]
+
+_ASCII, _SHORT, _LONG, _RATIONAL, _UNDEFINED = 2, 3, 4, 5, 7
+
+WIDTH, LENGTH, BITS, COMPRESSION, PHOTOMETRIC = 256, 257, 258, 259, 262
+NEW_SUBFILE_TYPE, DESCRIPTION, MAKE, MODEL, STRIP_OFFSETS = 254, 270, 271, 272, 273
+SAMPLES, ROWS_PER_STRIP, STRIP_BYTE_COUNTS = 277, 278, 279
+X_RESOLUTION, Y_RESOLUTION, RESOLUTION_UNIT, SOFTWARE, DATE_TIME = 282, 283, 296, 305, 306
+TILE_WIDTH, TILE_LENGTH, TILE_OFFSETS, TILE_BYTE_COUNTS, SUB_IFDS = 322, 323, 324, 325, 330
+EXIF, GPS = 34665, 34853
+EXPOSURE_TIME, F_NUMBER, TAKEN, FOCAL_LENGTH = 33434, 33437, 36867, 37386
+LATITUDE_REF, LATITUDE, LONGITUDE_REF, LONGITUDE = 1, 2, 3, 4
+
+# Start of scan with one component, and the end of the image.
+_EMPTY_SCAN = b"\xff\xda\0\x08\x01\x01\0\0\x3f\0" + b"\xff\xd9"
+
+_SHORTS = {BITS, COMPRESSION, PHOTOMETRIC, SAMPLES, RESOLUTION_UNIT}
+
+
+def _append(data: bytearray, fields: Fields) -> int:
+    """Appends a directory and all that it leads to; returns its position."""
+    table = b""
+    for tag, value in sorted(fields.items()):
+        if isinstance(value, str):
+            kind, stored = _ASCII, value.encode() + b"\0"
+            count = len(stored)
+        elif isinstance(value, bytes):
+            kind, count, stored = _UNDEFINED, len(value), value
+        else:
+            numbers = [_append(data, item) if isinstance(item, Mapping) else item for item in value]
+            parts = [item if isinstance(item, tuple) else (item,) for item in numbers]
+            kind = _RATIONAL if len(parts[0]) == 2 else _SHORT if tag in _SHORTS else _LONG
+            letter = "H" if kind == _SHORT else "I"
+            stored = b"".join(struct.pack(f"<{len(part)}{letter}", *part) for part in parts)
+            count = len(parts)
+        if len(stored) > 4:
+            place = struct.pack("<I", len(data))
+            data += stored + b"\0" * (len(stored) % 2)
+        else:
+            place = stored.ljust(4, b"\0")
+        table += struct.pack("<HHI", tag, kind, count) + place
+    position = len(data)
+    data += struct.pack("<H", len(fields)) + table + bytes(4)
+    return position
+
+
+def tiff(*directories: Fields) -> bytes:
+    """A little-endian TIFF file with a chain of directories."""
+    data = bytearray(b"II*\0" + bytes(4))
+    link = 4
+    for fields in directories:
+        struct.pack_into("<I", data, link, _append(data, fields))
+        link = len(data) - 4
+    return bytes(data)
+
+
+def jpeg(fields: Fields) -> bytes:
+    """A JPEG file with Exif data and a scan of nothing."""
+    exif = b"Exif\0\0" + tiff(fields)
+    return b"\xff\xd8\xff\xe1" + struct.pack(">H", len(exif) + 2) + exif + _EMPTY_SCAN
+
+
+def _photograph(
+    model: str, taken: str, focal_length: int, position: tuple[str, str] | None = None
+) -> bytes:
+    fields: dict[int, Stored] = {
+        MAKE: "Example Optics",
+        MODEL: model,
+        EXIF: [
+            {
+                EXPOSURE_TIME: [(1, 125)],
+                F_NUMBER: [(56, 10)],
+                TAKEN: taken,
+                FOCAL_LENGTH: [(focal_length * 10, 10)],
+            }
+        ],
+    }
+    if position is not None:
+        fields[GPS] = [
+            {
+                LATITUDE_REF: "N",
+                LATITUDE: _angle(position[0]),
+                LONGITUDE_REF: "W",
+                LONGITUDE: _angle(position[1]),
+            }
+        ]
+    return jpeg(fields)
+
+
+def _angle(text: str) -> list[tuple[int, int]]:
+    """Degrees, minutes and hundredths of seconds of a text such as "51 30 12.13"."""
+    degrees, minutes, seconds = text.split()
+    return [(int(degrees), 1), (int(minutes), 1), (round(float(seconds) * 100), 100)]
+
+
+def _scan(software: str, date: str, resolution: int) -> Fields:
+    return {
+        WIDTH: [2480],
+        LENGTH: [3508],
+        BITS: [8],
+        COMPRESSION: [8],
+        PHOTOMETRIC: [1],
+        STRIP_OFFSETS: [8],
+        SAMPLES: [1],
+        ROWS_PER_STRIP: [3508],
+        STRIP_BYTE_COUNTS: [64],
+        X_RESOLUTION: [(resolution, 1)],
+        Y_RESOLUTION: [(resolution, 1)],
+        RESOLUTION_UNIT: [2],
+        SOFTWARE: software,
+        DATE_TIME: date,
+    }
+
+
+def _level(width: int, length: int, tile: int) -> dict[int, Stored]:
+    tiles = -(-width // tile) * -(-length // tile)
+    return {
+        NEW_SUBFILE_TYPE: [1],
+        WIDTH: [width],
+        LENGTH: [length],
+        BITS: [8],
+        COMPRESSION: [8],
+        PHOTOMETRIC: [1],
+        SAMPLES: [1],
+        TILE_WIDTH: [tile],
+        TILE_LENGTH: [tile],
+        TILE_OFFSETS: [8] * tiles,
+        TILE_BYTE_COUNTS: [4] * tiles,
+    }
+
+
+def _pyramid() -> bytes:
+    levels = [_level(4096 >> level, 3072 >> level, 256) for level in range(5)]
+    whole: Fields = {
+        NEW_SUBFILE_TYPE: [0],
+        DESCRIPTION: "A section of a root",
+        SUB_IFDS: levels[1:],
+    }
+    return tiff({**levels[0], **whole})
+
+
+def write_archive(folder: Path) -> None:
+    """Writes the archive below a folder."""
+    scan = tiff(_scan("scanner 1.2", "2019:11:05 14:03:22", 300))
+    files = {
+        "photos/2023/heron.jpg": _photograph(
+            "Trail 2", "2023:05:02 06:12:40", 300, ("51 30 12.13", "2 14 42")
+        ),
+        "photos/2023/marsh.jpg": _photograph(
+            "Trail 2", "2023:05:02 07:01:09", 35, ("51 30 30", "2 14 15")
+        ),
+        "photos/2024/quarry.jpg": _photograph(
+            "Field One", "2024:03:02 11:20:31", 50, ("50 45 21", "3 1 9")
+        ),
+        "photos/2024/tower.jpg": _photograph("Field One", "2024:06:21 21:48:00", 24),
+        "photos/2024/workshop.jpg": _photograph("Field One", "2024:09:12 15:30:11", 50),
+        "scans/cut_short.tif": scan[:-70],
+        "scans/page_1.tif": scan,
+        "scans/page_1_again.tif": tiff(_scan("scanner 2.0", "2024:02:28 10:11:12", 400)),
+        "scans/cut_start.tif": scan[:6],
+        "science/root.tif": _pyramid(),
+    }
+    for name, data in files.items():
+        path = folder / name
+        path.parent.mkdir(parents=True, exist_ok=True)
+        path.write_bytes(data)
