@@ -15,6 +15,7 @@
 #include "read_options.h"
 #include "scan/packing_reader.h"
 #include "sources.h"
+#include "texts.h"
 
 namespace ifdsweep::python {
 namespace {
@@ -25,13 +26,16 @@ constexpr const char* kSourceTypes =
     "a path, bytes, another object with a buffer or a binary file object";
 
 /// A str in system bytes.
+std::string stringOf(const nb::bytes& bytes) {
+    return {bytes.c_str(), bytes.size()};
+}
+
 std::string systemBytes(nb::handle text) {
-    const nb::object bytes = nb::steal(PyUnicode_EncodeFSDefault(text.ptr()));
+    const auto bytes = nb::steal<nb::bytes>(PyUnicode_EncodeFSDefault(text.ptr()));
     if (!bytes.is_valid()) {
         throw nb::python_error();
     }
-    const nb::bytes encoded = nb::borrow<nb::bytes>(bytes);
-    return {encoded.c_str(), encoded.size()};
+    return stringOf(bytes);
 }
 
 bool isPath(nb::handle source) {
@@ -57,11 +61,10 @@ std::string nameOf(nb::handle given, nb::handle own, const char* other) {
         return name;
     }
     if (own.is_valid() && nb::isinstance<nb::str>(own)) {
-        const nb::object bytes = nb::steal(PyUnicode_EncodeFSDefault(own.ptr()));
+        const auto bytes = nb::steal<nb::bytes>(PyUnicode_EncodeFSDefault(own.ptr()));
         PyErr_Clear();
         if (bytes.is_valid()) {
-            std::string name(PyBytes_AS_STRING(bytes.ptr()),
-                             static_cast<std::size_t>(PyBytes_GET_SIZE(bytes.ptr())));
+            std::string name = stringOf(bytes);
             if (isUsableName(name)) {
                 return name;
             }
@@ -100,10 +103,7 @@ FilePointer readPath(nb::handle source, ReadSettings settings) {
         throw nb::python_error();
     }
     const std::string name =
-        nb::isinstance<nb::str>(path)
-            ? systemBytes(path)
-            : std::string(PyBytes_AS_STRING(path.ptr()),
-                          static_cast<std::size_t>(PyBytes_GET_SIZE(path.ptr())));
+        nb::isinstance<nb::str>(path) ? systemBytes(path) : stringOf(nb::borrow<nb::bytes>(path));
     if (name.find('\0') != std::string::npos) {
         throw nb::value_error("source: embedded null byte");
     }
@@ -129,8 +129,7 @@ FilePointer readFileObject(nb::handle source, ReadSettings settings, const std::
     if (!isSeekable(source)) {
         const nb::object content = source.attr("read")();
         if (PyObject_CheckBuffer(content.ptr()) == 0) {
-            throw nb::type_error((std::string("source: read() returned ") +
-                                  Py_TYPE(content.ptr())->tp_name +
+            throw nb::type_error((std::string("source: read() returned ") + typeNameOf(content) +
                                   ", expected bytes: is the file open in binary mode?")
                                      .c_str());
         }

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "ifdsweep/unlimited.h"
+#include "texts.h"
 
 namespace ifdsweep::python {
 namespace {
@@ -186,9 +187,8 @@ void checkTogether(const ReadOptions& read) {
 }  // namespace
 
 void refuseType(const char* argument, const char* expected, nb::handle given) {
-    throw nb::type_error((std::string(argument) + ": expected " + expected + ", got " +
-                          Py_TYPE(given.ptr())->tp_name)
-                             .c_str());
+    throw nb::type_error(
+        (std::string(argument) + ": expected " + expected + ", got " + typeNameOf(given)).c_str());
 }
 
 void refuseValue(const char* argument, const std::string& complaint) {

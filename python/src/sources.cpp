@@ -7,6 +7,8 @@
 #include <string>
 #include <utility>
 
+#include "texts.h"
+
 namespace ifdsweep::python {
 namespace {
 
@@ -15,8 +17,8 @@ namespace {
 constexpr std::size_t kPiece = std::size_t{1} << 20;
 
 [[noreturn]] void refuseResult(const char* method, nb::handle returned, const char* expected) {
-    throw nb::type_error((std::string("source: ") + method + "() returned " +
-                          Py_TYPE(returned.ptr())->tp_name + ", expected " + expected)
+    throw nb::type_error((std::string("source: ") + method + "() returned " + typeNameOf(returned) +
+                          ", expected " + expected)
                              .c_str());
 }
 
@@ -120,7 +122,7 @@ std::size_t FileObjectSource::readPiece(std::span<std::byte> target) const {
         if (!piece.is_valid()) {
             throw nb::python_error();
         }
-        std::memset(PyByteArray_AS_STRING(piece.ptr()), 0, target.size());
+        std::memset(PyByteArray_AsString(piece.ptr()), 0, target.size());
         const std::uint64_t count = resultNumber("readinto", readInto(piece), target.size());
         const HeldBuffer filled(piece);
         if (filled.bytes().size() < count) {

@@ -46,6 +46,14 @@ nb::str naturalStr(std::u16string_view units, TextForm form) {
     return strOf(collector.text);
 }
 
+std::string typeNameOf(nb::handle object) {
+    const auto name = nb::steal<nb::str>(PyType_GetName(Py_TYPE(object.ptr())));
+    if (!name.is_valid()) {
+        throw nb::python_error();
+    }
+    return name.c_str();
+}
+
 std::string decodedBytes(std::string_view bytes) {
     if (isUtf8(bytes)) {
         return std::string(bytes);

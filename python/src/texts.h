@@ -26,6 +26,9 @@ namespace nb = nanobind;
 /// A text in its natural reading, as the JSON has it: a lone surrogate becomes U+FFFD.
 [[nodiscard]] nb::str naturalStr(std::u16string_view units, TextForm form);
 
+/// The name of an object's type, for messages.
+[[nodiscard]] std::string typeNameOf(nb::handle object);
+
 /// Text of a tag as it is stored: in UTF-8 or Windows-1252.
 [[nodiscard]] std::string decodedBytes(std::string_view bytes);
 
