@@ -145,8 +145,10 @@ def _assert_equal(program: Program, reading: Reading, files: Sequence[Path]) -> 
     They have short names: the budget of values counts long ones once more for each entry, when
     entries are told, which the program's JSON has no need of.
     """
-    with contextlib.chdir(files[0].parent):
-        _assert_equal_here(program, reading, [path.relative_to(Path.cwd()) for path in files])
+    folder = files[0].parent
+    names = [path.relative_to(folder) for path in files]
+    with contextlib.chdir(folder):
+        _assert_equal_here(program, reading, names)
 
 
 def _assert_equal_here(program: Program, reading: Reading, paths: Sequence[Path]) -> None:
