@@ -10,11 +10,13 @@
 #include <nanobind/stl/tuple.h>
 
 #include "exact_values.h"
+#include "field_names.h"
 #include "ifdsweep/tag_list.h"
 #include "objects.h"
 #include "pack/packed_layout.h"
 #include "places.h"
 #include "read/place_recorder.h"
+#include "read_options.h"
 #include "texts.h"
 #include "values.h"
 
@@ -98,13 +100,26 @@ std::uint32_t entryOfTag(const Directory& directory, long tag) {
     return found;
 }
 
+/// The last entry that was not dropped and whose tag has this name, be it a standard's or another
+/// program's.
+std::uint32_t entryOfName(const Directory& directory, std::string_view text) {
+    const PackedFile& file = *directory.file;
+    const std::uint32_t name = file.findName(text);
+    const std::uint32_t found = name == kNoRow ? kNoRow : entryByName(file, directory.row(), name);
+    if (found != kNoRow) {
+        return found;
+    }
+    const auto tag = tagNamed(static_cast<DirectoryKind>(directory.row().kind), text);
+    const std::uint32_t ofTag = tag ? entryOfTag(directory, *tag) : kNoRow;
+    return ofTag == kNoRow || file.entries()[ofTag].droppedBy != kNoRow ? kNoRow : ofTag;
+}
+
 std::uint32_t findEntry(const Directory& directory, nb::handle nameOrTag) {
     if (PyUnicode_Check(nameOrTag.ptr())) {
-        const std::uint32_t name = directory.file->findName(utf8Of(nameOrTag));
-        return name == kNoRow ? kNoRow : entryByName(*directory.file, directory.row(), name);
+        return entryOfName(directory, utf8Of(nameOrTag));
     }
     if (!PyLong_Check(nameOrTag.ptr()) || PyBool_Check(nameOrTag.ptr())) {
-        throw nb::type_error("expected the name or the number of a tag");
+        refuseType("name_or_tag", "a str or an int", nameOrTag);
     }
     int overflow = 0;
     return entryOfTag(directory, PyLong_AsLongAndOverflow(nameOrTag.ptr(), &overflow));
@@ -381,21 +396,23 @@ void addDirectoryType(nb::module_& module) {
         .def("values", viewOf<kValuesView>,
              nb::sig("def values(self) -> collections.abc.ValuesView[ifdsweep._types.Value]"),
              "The values of the fields.")
-        .def("entry", entryObject, "name_or_tag"_a,
+        .def("entry", entryObject, "name_or_tag"_a.none(),
              nb::sig("def entry(self, name_or_tag: str | int, /) -> Entry | None"),
              "The stored entry, or the default, of a field or tag; the last one of several. None "
-             "where there is none.")
+             "where there is none.\n\n"
+             "A name may be the field's, or what standards and other programs call the tag, such "
+             "as\n``\"ISO\"`` or ``\"LensModel\"``, which no field has.")
         .def(
-            "code", codeOf, "name_or_tag"_a,
+            "code", codeOf, "name_or_tag"_a.none(),
             nb::sig("def code(self, name_or_tag: str | int, /) -> typing.Any"),
             "The number of an enumerated value, as stored or as the default has it: an ``int``, or "
             "a tuple of several. None where there is no integer.")
-        .def("array", arrayObject, "name_or_tag"_a,
+        .def("array", arrayObject, "name_or_tag"_a.none(),
              nb::sig("def array(self, name_or_tag: str | int, /) -> "
                      "numpy.typing.NDArray[typing.Any]"),
              "The value of an entry as a read-only NumPy array, not copied (``Entry.array``).\n\n"
              "Raises:\n    KeyError: there is no such entry.")
-        .def("is_default", isDefault, "name_or_tag"_a,
+        .def("is_default", isDefault, "name_or_tag"_a.none(),
              nb::sig("def is_default(self, name_or_tag: str | int, /) -> bool"),
              "Whether the value of a field is a default and not in the file.")
         .def_prop_ro(

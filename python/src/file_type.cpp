@@ -12,11 +12,13 @@
 #include <nanobind/stl/tuple.h>
 
 #include "columns.h"
+#include "field_names.h"
 #include "formats.h"
 #include "ifdsweep/messages.h"
 #include "objects.h"
 #include "pack/file_status.h"
 #include "places.h"
+#include "read_options.h"
 #include "texts.h"
 #include "values.h"
 
@@ -332,12 +334,16 @@ Args:
 Raises:
     ReadError: it has an error; its ``message`` is the first one.)";
 
-constexpr const char* kColumnDoc = R"(A field of each directory as a NumPy array.
+constexpr const char* kColumnDoc = R"(A field of each directory as a NumPy array of shape (n,).
 
 ``int64`` where every directory has one integer; else ``float64`` where the field is numeric, with
-NaN where a directory has none or several; else an array of objects.
+NaN where a directory has none or several; else an array of objects. It is made anew each time.
+
+Args:
+    name: of a field, as a directory has it as a key.
 
 Raises:
+    ValueError: no field has this name.
     ModuleNotFoundError: NumPy is not installed.)";
 
 constexpr const char* kStatusDoc = R"(How the reading ended, in one word.
@@ -429,7 +435,11 @@ void addFileType(nb::module_& module) {
         .def(
             "column",
             [](const File& file, const nb::str& name) {
-                return columnOf(file.file, directoriesOf(file), name.c_str());
+                const std::string_view text = name.c_str();
+                if (const std::string complaint = complaintAboutField(text); !complaint.empty()) {
+                    refuseValue("name", complaint);
+                }
+                return columnOf(file.file, directoriesOf(file), text);
             },
             "name"_a, nb::sig("def column(self, name: str) -> numpy.typing.NDArray[typing.Any]"),
             kColumnDoc)

@@ -177,8 +177,41 @@ class TestEntries:
         for absent in ("Artist", "", "\ud800", 315, -1, 2**70):
             assert PHOTO.entry(absent) is None
         for wrong in (None, 259.0, True, b"Compression"):
-            with pytest.raises(TypeError):
+            with pytest.raises(TypeError, match=r"^name_or_tag: expected a str or an int, got "):
                 PHOTO.entry(wrong)  # type: ignore[arg-type]
+
+    def test_are_found_by_every_name_of_their_tag(self) -> None:
+        for name in ("Height", "Length", "ImageLength"):
+            assert PHOTO.entry(name) == PHOTO.entry(257)
+            assert PHOTO.code(name) == 30
+            assert PHOTO.array(name).tolist() == [30]
+            assert not PHOTO.is_default(name)
+        assert PHOTO.entry("imagelength") is None
+
+    def test_are_found_by_names_that_no_field_has(self) -> None:
+        directory = _directory(Field(256, SHORT, [1]), Field(42036, ASCII, b"50mm\0"))
+        entry = directory.entry("LensModel")
+        assert entry is not None
+        assert (entry.tag, entry.name, entry.value) == (42036, None, "50mm")
+
+    def test_have_the_names_of_their_kind_of_directory(self) -> None:
+        # 31 is a public tag of GPS directories and none of others.
+        directory = _directory(
+            Field(31, SHORT, [7]),
+            Field(34853, LONG, [[[Field(31, SHORT, [8])]]]),
+        )
+        assert directory.gps is not None
+        assert directory.entry("GPSHPositioningError") is None
+        entry = directory.gps.entry("GPSHPositioningError")
+        assert entry is not None
+        assert entry.value == 8
+        assert directory.gps.entry("LensModel") is None
+
+    def test_that_were_left_out_have_no_name(self) -> None:
+        directory = _directory(Field(256, SHORT, [1]), Field(257, 99, b"abc"))
+        assert [entry.dropped_by is None for entry in directory.entries] == [True, False]
+        assert directory.entry("Height") is None
+        assert directory.entry(257) == directory.entries[1]
 
     def test_of_a_tag_that_occurs_twice_are_told_apart_by_what_the_record_shows(self) -> None:
         directory = _directory(Field(259, SHORT, [5]), Field(259, SHORT, [77]))

@@ -4,6 +4,7 @@ import copy
 import datetime
 import os
 import pickle
+import re
 from collections.abc import Sequence
 from pathlib import Path
 from typing import Any
@@ -230,9 +231,24 @@ class TestAColumn:
         assert np.array_equal(column, [7.0, np.nan, np.nan], equal_nan=True)
 
     def test_of_a_field_that_no_directory_has_is_nan(self) -> None:
-        column = ifdsweep.read(PAGES).column("no such field")
+        column = ifdsweep.read(PAGES).column("FNumber")
         assert column.dtype == np.float64
         assert np.isnan(column).tolist() == [True] * 3
+
+    @pytest.mark.parametrize(
+        ("name", "complaint"),
+        [
+            ("Widht", "no field is named Widht, nearest: Width"),
+            ("width", "no field is named width, nearest: Width"),
+            ("ImageLength", "no field is named ImageLength, the field is Height"),
+            ("LensModel", "no field is named LensModel, the tag is one of the unknown ones"),
+            ("", 'no field is named ""'),
+            ("Zyxwvutsrq", "no field is named Zyxwvutsrq"),
+        ],
+    )
+    def test_of_a_name_that_no_field_can_have_raises(self, name: str, complaint: str) -> None:
+        with pytest.raises(ValueError, match=f"^name: {re.escape(complaint)}$"):
+            ifdsweep.read(PAGES).column(name)
 
     def test_of_texts_is_of_objects(self) -> None:
         column = self._column([[Field(271, ASCII, b"one\0")], [Field(256, SHORT, [1])]], "Make")
