@@ -456,6 +456,10 @@ void addDirectoryType(nb::module_& module) {
         .def("__repr__",
              [](const Directory& directory) { return strOf(representation(directory)); })
         .def(
+            "_ipython_key_completions_",
+            [](const Directory& directory) { return nb::list(namesOf(directory)); },
+            nb::sig("def _ipython_key_completions_(self) -> list[str]"))
+        .def(
             "_repr_html_",
             [](nb::handle self) {
                 return nb::module_::import_("ifdsweep._html").attr("directory_html")(self);

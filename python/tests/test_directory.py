@@ -260,6 +260,11 @@ class TestEntries:
         assert raised.value.args == ("Artist",)
 
 
+def test_an_editor_of_notebooks_is_told_the_keys() -> None:
+    keys = PHOTO._ipython_key_completions_()
+    assert keys == list(PHOTO)
+
+
 class TestPlaces:
     def test_of_those_below(self) -> None:
         assert PHOTO.exif is not None
