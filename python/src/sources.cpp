@@ -7,6 +7,8 @@
 #include <string>
 #include <utility>
 
+#include <nanobind/stl/string.h>
+
 #include "texts.h"
 
 namespace ifdsweep::python {
@@ -62,11 +64,16 @@ HeldBuffer::HeldBuffer(nb::handle object) {
     if (PyObject_GetBuffer(object.ptr(), &view, PyBUF_SIMPLE) == 0) {
         return;
     }
-    if (PyErr_ExceptionMatches(PyExc_BufferError) == 0) {
-        throw nb::python_error();
+    if (PyErr_ExceptionMatches(PyExc_BufferError) != 0) {
+        PyErr_Clear();
+        throw nb::value_error("source: its bytes do not lie one after the other");
     }
-    PyErr_Clear();
-    throw nb::value_error("source: its bytes do not lie one after the other");
+    const nb::python_error error;
+    // As NumPy has it, and views that were let go.
+    if (error.matches(PyExc_ValueError)) {
+        throw nb::value_error(("source: " + nb::cast<std::string>(nb::str(error.value()))).c_str());
+    }
+    throw error;
 }
 
 FileObjectSource::FileObjectSource(nb::object fileObject)

@@ -10,6 +10,7 @@ from collections.abc import Callable, Iterator
 from pathlib import Path
 from typing import Any
 
+import numpy as np
 import pytest
 from conftest import sample_files
 from designed_files import EXIF, IMAGE, PHOTOGRAPH, UNDEFINED, Field, jpeg, png, tiff
@@ -441,10 +442,14 @@ class TestFileObjectsThatFail:
         with pytest.raises(ValueError, match=r"^source: .*one after the other"):
             ifdsweep.read(memoryview(PAGES)[::2])
 
+    def test_an_array_with_gaps_is_refused(self) -> None:
+        with pytest.raises(ValueError, match=r"^source: .*contiguous"):
+            ifdsweep.read(np.frombuffer(PAGES, np.uint8)[::2])
+
     def test_a_view_that_was_let_go_is_refused(self) -> None:
         view = memoryview(PAGES)
         view.release()
-        with pytest.raises(ValueError, match="released"):
+        with pytest.raises(ValueError, match="^source: .*released"):
             ifdsweep.read(view)
 
 
