@@ -31,6 +31,8 @@ std::string explain(std::string_view id) {
 
 NB_MODULE(_core, module) {
     module.doc() = "What the package is made of in C++.";
+    // What threads have that outlive the interpreter is never freed, and no concern of users.
+    nb::set_leak_warnings(false);
     module.attr("VERSION") = IFDSWEEP_VERSION;
     addMessageType(module);
     addEntryType(module);

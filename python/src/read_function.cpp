@@ -9,6 +9,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "interpreter_lock.h"
 #include "io/descriptor.h"
 #include "objects.h"
 #include "pack/file_status.h"
@@ -77,7 +78,7 @@ std::string nameOf(nb::handle given, nb::handle own, const char* other) {
 /// @param serve called with the host before
 template <class Serve>
 FilePointer readServed(ReadSettings settings, const std::string& name, Serve&& serve) {
-    const nb::gil_scoped_release unlocked;
+    const LockReleased unlocked;
     PackingReader reader(settings.read, std::move(settings.fields));
     serve(reader.host());
     return std::make_shared<const PackedFile>(reader.read(name));

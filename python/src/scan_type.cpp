@@ -16,6 +16,7 @@
 #include <sys/types.h>
 #include <unistd.h>
 
+#include "interpreter_lock.h"
 #include "objects.h"
 #include "pack/packed_stream.h"
 #include "read_options.h"
@@ -107,7 +108,7 @@ public:
                   static_cast<void>(owned.release());
                   return;
               }
-              const nb::gil_scoped_release released;
+              const LockReleased released;
               owned.reset();
           }) {}
     ThreadScan(const ThreadScan&) = delete;
@@ -156,7 +157,7 @@ private:
     static FileScan::Wait waitFor(FileScan& scan, std::optional<PackedFile>& file) {
         FileScan::Wait wait = FileScan::Wait::timeout;
         {
-            const nb::gil_scoped_release released;
+            const LockReleased released;
             wait = scan.next(file, kSlice);
         }
         if (wait == FileScan::Wait::timeout && PyErr_CheckSignals() != 0) {

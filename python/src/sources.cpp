@@ -9,6 +9,7 @@
 
 #include <nanobind/stl/string.h>
 
+#include "interpreter_lock.h"
 #include "texts.h"
 
 namespace ifdsweep::python {
@@ -22,6 +23,12 @@ constexpr std::size_t kPiece = std::size_t{1} << 20;
     throw nb::type_error((std::string("source: ") + method + "() returned " + typeNameOf(returned) +
                           ", expected " + expected)
                              .c_str());
+}
+
+/// What a method returns, whose code may let go of the interpreter's lock.
+template <class Method, class... Arguments>
+nb::object called(const Method& method, const Arguments&... arguments) {
+    return staying([&] { return nb::object(method(arguments...)); });
 }
 
 /// A number that a method returned, from 0 to a greatest.
@@ -108,9 +115,9 @@ void FileObjectSource::finish() {
 }
 
 std::uint64_t FileObjectSource::seek(std::int64_t offset, int whence) const {
-    const nb::object position = file.attr("seek")(offset, whence);
+    const nb::object position = called(file.attr("seek"), offset, whence);
     // Some objects of old do not say where they are.
-    return position.is_none() ? resultNumber("tell", file.attr("tell")(), kMostPosition)
+    return position.is_none() ? resultNumber("tell", called(file.attr("tell")), kMostPosition)
                               : resultNumber("seek", position, kMostPosition);
 }
 
@@ -130,14 +137,15 @@ std::size_t FileObjectSource::readPiece(std::span<std::byte> target) const {
             throw nb::python_error();
         }
         std::memset(PyByteArray_AsString(piece.ptr()), 0, target.size());
-        const std::uint64_t count = resultNumber("readinto", readInto(piece), target.size());
+        const std::uint64_t count =
+            resultNumber("readinto", called(readInto, piece), target.size());
         const HeldBuffer filled(piece);
         if (filled.bytes().size() < count) {
             throw nb::value_error("source: readinto() took bytes away");
         }
         return copy(filled, static_cast<std::size_t>(count));
     }
-    const nb::object bytes = file.attr("read")(target.size());
+    const nb::object bytes = called(file.attr("read"), target.size());
     if (PyObject_CheckBuffer(bytes.ptr()) == 0) {
         refuseResult("read", bytes, "bytes: is the file open in binary mode?");
     }
@@ -159,7 +167,7 @@ std::ptrdiff_t FileObjectSource::read(std::uint64_t position,
     if (target.empty()) {
         return 0;
     }
-    const nb::gil_scoped_acquire lock;
+    const LockTaken lock;
     try {
         static_cast<void>(seek(static_cast<std::int64_t>(position), SEEK_SET));
         std::size_t got = 0;

@@ -196,6 +196,53 @@ class TestTheEndOfThePython:
         assert process.wait(_LONG) == 0
         assert _session(process.pid) == []
 
+    @pytest.mark.parametrize(
+        "action",
+        [
+            "read(path)",
+            "read(content)",
+            "read(io.BytesIO(content))",
+            "read(Slow(content))",
+            "list(scan([path] * 50))",
+            "list(scan([path] * 50, isolate=True))",
+        ],
+    )
+    def test_is_not_disturbed_by_daemon_threads(self, action: str) -> None:
+        path = sample_files()[0]
+        process = subprocess.run(
+            [sys.executable, "-P", "-c", _DAEMONS.format(action=action), path],
+            stderr=subprocess.PIPE,
+            timeout=_LONG,
+            check=False,
+        )
+        assert (process.returncode, process.stderr) == (0, b"")
+
+
+_DAEMONS = """
+import io, sys, threading, time
+from pathlib import Path
+from ifdsweep import read, scan
+
+class Slow(io.BytesIO):
+    def read(self, size):
+        for _ in range(1000):
+            pass
+        return super().read(size)
+
+    readinto = property()
+
+path = sys.argv[1]
+content = Path(path).read_bytes()
+
+def read_on():
+    while True:
+        {action}
+
+for _ in range(4):
+    threading.Thread(target=read_on, daemon=True).start()
+time.sleep(0.3)
+"""
+
 
 def _session(leader: int) -> list[int]:
     """The processes of a session that have not ended."""

@@ -1,0 +1,59 @@
+#pragma once
+
+// Interpreter lock: letting go of it and taking it, in threads that the interpreter may end.
+//
+// A daemon thread that wants the lock after the interpreter has begun to end never gets it. Up to
+// Python 3.13 the thread is ended instead, by an unwinding of its stack that no frame of C++ may
+// stop and none that throws nothing lets pass: the whole process would be aborted. So the thread
+// waits here for the end of the process, as it does in Python 3.14.
+//
+// Ownership: each holds a state of the thread that makes it. Threads: any.
+
+#include <cxxabi.h>
+#include <unistd.h>
+
+#include <nanobind/nanobind.h>
+
+namespace ifdsweep::python {
+
+namespace nb = nanobind;
+
+/// Calls what takes the interpreter's lock, or may let go of it for a while.
+template <class Call>
+auto staying(Call&& call) {
+    try {
+        return call();
+    } catch (const abi::__forced_unwind&) {
+        while (true) {
+            ::pause();
+        }
+    }
+}
+
+/// Has let go of the lock while it lives.
+class LockReleased {
+public:
+    LockReleased() noexcept : state(PyEval_SaveThread()) {}
+    ~LockReleased() {
+        staying([this] { PyEval_RestoreThread(state); });
+    }
+    LockReleased(const LockReleased&) = delete;
+    LockReleased& operator=(const LockReleased&) = delete;
+
+private:
+    PyThreadState* state;
+};
+
+/// Has the lock while it lives.
+class LockTaken {
+public:
+    LockTaken() : state(staying([] { return PyGILState_Ensure(); })) {}
+    ~LockTaken() { PyGILState_Release(state); }
+    LockTaken(const LockTaken&) = delete;
+    LockTaken& operator=(const LockTaken&) = delete;
+
+private:
+    PyGILState_STATE state;
+};
+
+}  // namespace ifdsweep::python
