@@ -45,16 +45,20 @@ class _Runner(doctest.DocTestRunner):
         super().__init__(verbose=False)
         self.given: dict[int, str] = {}
 
+    def _note(self, example: doctest.Example, got: str) -> None:
+        if got.startswith(_TRACEBACK):
+            got = f"{_TRACEBACK}    ...\n{got.splitlines(keepends=True)[-1]}"
+        self.given[example.lineno] = got
+
     def report_success(
         self, out: Any, test: doctest.DocTest, example: doctest.Example, got: str
     ) -> None:
-        self.given[example.lineno] = got
+        self._note(example, got)
 
     def report_failure(
         self, out: Any, test: doctest.DocTest, example: doctest.Example, got: str
     ) -> None:
-        head, *_, last = got.splitlines(keepends=True) or [""]
-        self.given[example.lineno] = f"{head}    ...\n{last}" if head == _TRACEBACK else got
+        self._note(example, got)
         super().report_failure(out, test, example, got)
 
     def report_unexpected_exception(
@@ -102,6 +106,12 @@ def test_every_line_of_python_gives_what_the_document_shows(document: str, least
         pytest.skip("written anew")
     assert not result.failed, "".join(report)
     assert result.attempted >= least
+
+
+def test_a_document_shows_no_place_of_the_machine_that_it_was_written_on() -> None:
+    for document, _ in DOCUMENTS:
+        page = (PROJECT / document).read_text(encoding="utf-8")
+        assert not re.findall(r'^ *File ".*', page, re.MULTILINE)
 
 
 @pytest.mark.usefixtures("archive")
