@@ -16,8 +16,8 @@ SAMPLES, ROWS_PER_STRIP, STRIP_BYTE_COUNTS = 277, 278, 279
 X_RESOLUTION, Y_RESOLUTION, RESOLUTION_UNIT, SOFTWARE, DATE_TIME = 282, 283, 296, 305, 306
 TILE_WIDTH, TILE_LENGTH, TILE_OFFSETS, TILE_BYTE_COUNTS, SUB_IFDS = 322, 323, 324, 325, 330
 EXIF, GPS = 34665, 34853
-EXPOSURE_TIME, F_NUMBER, TAKEN, FOCAL_LENGTH = 33434, 33437, 36867, 37386
-LATITUDE_REF, LATITUDE, LONGITUDE_REF, LONGITUDE = 1, 2, 3, 4
+EXPOSURE_TIME, F_NUMBER, TAKEN, FOCAL_LENGTH, LENS_MODEL = 33434, 33437, 36867, 37386, 42036
+GPS_VERSION, LATITUDE_REF, LATITUDE, LONGITUDE_REF, LONGITUDE = 0, 1, 2, 3, 4
 
 # Start of scan with one component, and the end of the image.
 _EMPTY_SCAN = b"\xff\xda\0\x08\x01\x01\0\0\x3f\0" + b"\xff\xd9"
@@ -80,19 +80,20 @@ def _photograph(
                 F_NUMBER: [(56, 10)],
                 TAKEN: taken,
                 FOCAL_LENGTH: [(focal_length * 10, 10)],
+                LENS_MODEL: "Prime 50" if focal_length == 50 else "Kit",
             }
         ],
     }
+    # A camera that did not find where it was writes no more than the version.
+    place: dict[int, Stored] = {GPS_VERSION: b"\2\3\0\0"}
     if position is not None:
-        fields[GPS] = [
-            {
-                LATITUDE_REF: "N",
-                LATITUDE: _angle(position[0]),
-                LONGITUDE_REF: "W",
-                LONGITUDE: _angle(position[1]),
-            }
-        ]
-    return jpeg(fields)
+        place |= {
+            LATITUDE_REF: "N",
+            LATITUDE: _angle(position[0]),
+            LONGITUDE_REF: "W",
+            LONGITUDE: _angle(position[1]),
+        }
+    return jpeg({**fields, GPS: [place]})
 
 
 def _angle(text: str) -> list[tuple[int, int]]:
@@ -101,7 +102,7 @@ def _angle(text: str) -> list[tuple[int, int]]:
     return [(int(degrees), 1), (int(minutes), 1), (round(float(seconds) * 100), 100)]
 
 
-def _scan(software: str, date: str, resolution: int) -> Fields:
+def _scan(software: str, date: str, resolution: int) -> dict[int, Stored]:
     return {
         WIDTH: [2480],
         LENGTH: [3508],
@@ -164,6 +165,10 @@ def write_archive(folder: Path) -> None:
         "photos/2024/workshop.jpg": _photograph("Field One", "2024:09:12 15:30:11", 50),
         "scans/cut_short.tif": scan[:-70],
         "scans/page_1.tif": scan,
+        # Its resolution is a text.
+        "scans/odd.tif": tiff(
+            {**_scan("scanner 0.9", "1998:01:30 16:20:00", 300), X_RESOLUTION: "?"}
+        ),
         "scans/page_1_again.tif": tiff(_scan("scanner 2.0", "2024:02:28 10:11:12", 400)),
         "scans/cut_start.tif": scan[:6],
         "science/root.tif": _pyramid(),

@@ -7,6 +7,8 @@ import doctest
 import json
 import os
 import re
+import subprocess
+import sys
 import traceback
 from pathlib import Path
 from types import TracebackType
@@ -93,11 +95,15 @@ def _written_anew(page: str, test: doctest.DocTest, given: dict[int, str]) -> st
     return "".join(lines)
 
 
+def _test_of(document: str, page: str) -> doctest.DocTest:
+    return doctest.DocTestParser().get_doctest(_examples(page), {}, document, document, 0)
+
+
 @pytest.mark.usefixtures("archive")
 @pytest.mark.parametrize(("document", "least"), DOCUMENTS)
 def test_every_line_of_python_gives_what_the_document_shows(document: str, least: int) -> None:
     page = (PROJECT / document).read_text(encoding="utf-8")
-    test = doctest.DocTestParser().get_doctest(_examples(page), {}, document, document, 0)
+    test = _test_of(document, page)
     runner = _Runner()
     report: list[str] = []
     result = runner.run(test, out=report.append)
@@ -106,6 +112,17 @@ def test_every_line_of_python_gives_what_the_document_shows(document: str, least
         pytest.skip("written anew")
     assert not result.failed, "".join(report)
     assert result.attempted >= least
+
+
+@pytest.mark.types
+@pytest.mark.parametrize("document", [document for document, _ in DOCUMENTS])
+def test_the_lines_of_python_use_the_types_as_they_are(document: str, tmp_path: Path) -> None:
+    page = (PROJECT / document).read_text(encoding="utf-8")
+    lines = tmp_path / "lines.py"
+    lines.write_text("".join(example.source for example in _test_of(document, page).examples))
+    command = ["mypy", "--config-file", str(PROJECT / "python/pyproject.toml"), str(lines)]
+    run = subprocess.run([sys.executable, "-m", *command], capture_output=True, text=True)
+    assert run.returncode == 0, run.stdout + run.stderr
 
 
 def test_a_document_shows_no_place_of_the_machine_that_it_was_written_on() -> None:
