@@ -8,7 +8,7 @@ import html
 import re
 from collections.abc import Iterable, Iterator, Mapping
 
-from ifdsweep._core import Directory, File, Message
+from ifdsweep._core import Directory, Entry, File, Message
 
 # The most that a page shows: of directories, messages, items of a value, characters of a text.
 _DIRECTORIES = 20
@@ -104,7 +104,7 @@ class _Page:
         self._parts.append("</thead><tbody>")
         for name in directory:
             entry = directory.entry(name)
-            stored = "" if entry is None else f"{entry.type}, {entry.count:,}"
+            stored = "" if entry is None else _stored(entry)
             if entry is not None and entry.count > _LARGEST_VALUE:
                 self.row("td", name, "…", stored)
                 continue
@@ -116,12 +116,17 @@ class _Page:
                 continue
             code = directory.code(name) if isinstance(value, str) else None
             if isinstance(code, int):
-                stored = f"{stored}, {code}" if stored else str(code)
+                stored = f"{stored} {code}".lstrip()
             if directory.is_default(name):
                 stored = "default"
             self.row("td", name, _shown(value), stored)
         self._parts.append("</tbody></table>")
         return nested
+
+
+def _stored(entry: Entry) -> str:
+    """The type of an entry, and how many items it has unless that is one."""
+    return str(entry.type) if entry.count == 1 else f"{entry.type}[{entry.count:,}]"
 
 
 def _directories_in(value: object) -> Iterator[Directory]:

@@ -160,11 +160,15 @@ def test_warnings_and_errors_stand_first() -> None:
     assert page.of("li") == ["error: the file ends inside the TIFF header (tiffHeaderReadFailure)"]
 
 
-def test_a_name_has_its_number_beside_it() -> None:
+def test_a_value_has_beside_it_how_it_is_stored() -> None:
     page = Page(_html.file_html(ifdsweep.read(PROJECT / "samples/rgb_strips.tif")))
     cells = page.of("td")
     place = cells.index("Compression")
-    assert cells[place : place + 3] == ["Compression", "PackBits", "SHORT, 1, 32773"]
+    assert cells[place : place + 3] == ["Compression", "PackBits", "SHORT 32773"]
+    place = cells.index("Height")
+    assert cells[place : place + 3] == ["Height", "48", "SHORT"]
+    place = cells.index("StripOffsets")
+    assert cells[place : place + 3] == ["StripOffsets", "8, 72, 136", "LONG[3]"]
     place = cells.index("FillOrder")
     assert cells[place : place + 3] == ["FillOrder", "1", "default"]
 
