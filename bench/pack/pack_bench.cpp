@@ -7,6 +7,7 @@
 #include "ifdsweep/host.h"
 #include "ifdsweep/read.h"
 #include "pack/file_packer.h"
+#include "support/deaf_sink.h"
 #include "support/memory_file.h"
 #include "workloads/photographs.h"
 
@@ -17,15 +18,6 @@ enum class Kept : std::uint8_t {
     outcome,
     nothing,  ///< of what a sink is told, so that what telling costs can be seen
     packedFile,
-};
-
-class DeafSink final : public ifdsweep::EntrySink {
-public:
-    void directoryBegins(const ifdsweep::DirectoryFacts& /*directory*/) override {}
-    void directoryEnds(const ifdsweep::DirectoryFacts& /*directory*/, bool /*isKept*/) override {}
-    void entry(const ifdsweep::DirectoryFacts& /*directory*/,
-               const ifdsweep::EntryFacts& /*entry*/) override {}
-    void warning(const qxMessage& /*message*/, const ifdsweep::WarningFacts& /*place*/) override {}
 };
 
 fixture::Chain chainOf(std::int64_t directories, fixture::Directory (*make)(std::size_t)) {
@@ -44,7 +36,7 @@ void read(benchmark::State& state, fixture::Directory (*make)(std::size_t), Kept
     host.setReadBudget(ifdsweep::kUnlimited);
     host.serve("bench.tif", file.bytes);
     ifdsweep::FilePacker packer;
-    DeafSink deaf;
+    fixture::DeafSink deaf;
     const bool packs = kept == Kept::packedFile;
     ifdsweep::ReadOptions options;
     options.sink = packs ? &packer : kept == Kept::nothing ? &deaf : options.sink;

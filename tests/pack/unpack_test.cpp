@@ -28,6 +28,7 @@
 #include "read/tag_choice.h"
 #include "read/tag_filter.h"
 #include "support/chunk_builder.h"
+#include "support/deaf_sink.h"
 #include "support/jxl_file.h"
 #include "support/recorded_walk.h"
 #include "support/temporary_file.h"
@@ -83,16 +84,6 @@ const std::vector<Way> kWays{
     {"images alone", {.imagesOnly = true}},
 };
 
-/// Hears of entries, which count against a budget, and keeps nothing of them.
-class Listener final : public ifdsweep::EntrySink {
-public:
-    void directoryBegins(const ifdsweep::DirectoryFacts& /*directory*/) override {}
-    void directoryEnds(const ifdsweep::DirectoryFacts& /*directory*/, bool /*isKept*/) override {}
-    void entry(const ifdsweep::DirectoryFacts& /*directory*/,
-               const ifdsweep::EntryFacts& /*entry*/) override {}
-    void warning(const qxMessage& /*message*/, const ifdsweep::WarningFacts& /*place*/) override {}
-};
-
 /// One file read in one way, as often as it is asked for, each time by a host of its own: what a
 /// budget leaves depends on what the host did before.
 class Reading {
@@ -125,7 +116,8 @@ public:
     std::string written(const WriteOptions& format) {
         std::string text;
         ifdsweep::Writer writer(format, text);
-        Listener nobody;
+        // Entries that are heard of count against a budget.
+        fixture::DeafSink nobody;
         ifdsweep::EntrySink* const listener = writer.listenerFor(path);
         writer.begin();
         read(listener != nullptr ? *listener : nobody,
@@ -223,7 +215,7 @@ void expectSameInEveryWay(
         Reading reading(way, path, serve);
         const std::optional<PackedFile> file = reading.packed();
         ASSERT_TRUE(file) << "not taken for a packed file";
-        Listener nobody;
+        fixture::DeafSink nobody;
         reading.read(nobody, [&](const Outcome& outcome) {
             expectSameRest(ifdsweep::unpackMessages(*file), outcome);
         });
