@@ -5,6 +5,7 @@ IFDSWEEP_PROGRAM another program than that of the wheel. With IFDSWEEP_HEAVY=1 t
 themselves do so a hundred times as often.
 """
 
+import mmap
 import os
 import shutil
 import signal
@@ -13,8 +14,12 @@ import subprocess
 import sysconfig
 from collections.abc import Iterator, Sequence
 from pathlib import Path
+from typing import Any
 
 import pytest
+from designed_files import LAYOUTS, Field, Layout, tiff
+
+import ifdsweep
 
 _PROJECT = Path(__file__).resolve().parents[2]
 _HEAVY = os.environ.get("IFDSWEEP_HEAVY", "0") != "0"
@@ -43,6 +48,23 @@ def seed_files() -> list[Path]:
     """The seeds of the fuzz targets; none where they are not named."""
     folder = os.environ.get("IFDSWEEP_SEEDS")
     return sorted(path for path in Path(folder).rglob("seed_*")) if folder else []
+
+
+ENTRY_TAG = 65000
+
+
+def entry_of(
+    kind: int, value: Any, layout: Layout = LAYOUTS[2], count: int | None = None
+) -> ifdsweep.Entry:
+    """The only entry of a file."""
+    content = tiff([[Field(ENTRY_TAG, kind, value, count)]], layout)
+    (entry,) = ifdsweep.read(content)[0].entries
+    return entry
+
+
+def resident_bytes() -> int:
+    """Bytes of this process in memory."""
+    return int(Path("/proc/self/statm").read_text().split()[1]) * mmap.PAGESIZE
 
 
 class Program:

@@ -1,14 +1,14 @@
 """The files that documents show: a small archive of photographs, scans and images of science."""
 
-import struct
 from collections.abc import Mapping, Sequence
 from pathlib import Path
+
+import designed_files
+from designed_files import ASCII, LONG, RATIONAL, SHORT, UNDEFINED, Field
 
 # What is written for a tag: a text, bytes, integers, fractions, or directories that it leads to.
 Stored = str | bytes | Sequence["int | tuple[int, int] | Fields"]
 Fields = Mapping[int, Stored]
-
-_ASCII, _SHORT, _LONG, _RATIONAL, _UNDEFINED = 2, 3, 4, 5, 7
 
 WIDTH, LENGTH, BITS, COMPRESSION, PHOTOMETRIC = 256, 257, 258, 259, 262
 NEW_SUBFILE_TYPE, DESCRIPTION, MAKE, MODEL, STRIP_OFFSETS = 254, 270, 271, 272, 273
@@ -19,53 +19,31 @@ EXIF, GPS = 34665, 34853
 EXPOSURE_TIME, F_NUMBER, TAKEN, FOCAL_LENGTH, LENS_MODEL = 33434, 33437, 36867, 37386, 42036
 GPS_VERSION, LATITUDE_REF, LATITUDE, LONGITUDE_REF, LONGITUDE = 0, 1, 2, 3, 4
 
-# Start of scan with one component, and the end of the image.
-_EMPTY_SCAN = b"\xff\xda\0\x08\x01\x01\0\0\x3f\0" + b"\xff\xd9"
-
 _SHORTS = {BITS, COMPRESSION, PHOTOMETRIC, SAMPLES, RESOLUTION_UNIT}
 
 
-def _append(data: bytearray, fields: Fields) -> int:
-    """Appends a directory and all that it leads to; returns its position."""
-    table = b""
-    for tag, value in sorted(fields.items()):
-        if isinstance(value, str):
-            kind, stored = _ASCII, value.encode() + b"\0"
-            count = len(stored)
-        elif isinstance(value, bytes):
-            kind, count, stored = _UNDEFINED, len(value), value
-        else:
-            numbers = [_append(data, item) if isinstance(item, Mapping) else item for item in value]
-            parts = [item if isinstance(item, tuple) else (item,) for item in numbers]
-            kind = _RATIONAL if len(parts[0]) == 2 else _SHORT if tag in _SHORTS else _LONG
-            letter = "H" if kind == _SHORT else "I"
-            stored = b"".join(struct.pack(f"<{len(part)}{letter}", *part) for part in parts)
-            count = len(parts)
-        if len(stored) > 4:
-            place = struct.pack("<I", len(data))
-            data += stored + b"\0" * (len(stored) % 2)
-        else:
-            place = stored.ljust(4, b"\0")
-        table += struct.pack("<HHI", tag, kind, count) + place
-    position = len(data)
-    data += struct.pack("<H", len(fields)) + table + bytes(4)
-    return position
+def _field(tag: int, value: Stored) -> Field:
+    """The entry of a value; numbers are LONG, where the tag does not take SHORT alone."""
+    if isinstance(value, str):
+        return Field(tag, ASCII, value.encode() + b"\0")
+    if isinstance(value, bytes):
+        return Field(tag, UNDEFINED, value)
+    if isinstance(value[0], Mapping):
+        return Field(tag, LONG, [[_directory(item)] for item in value if isinstance(item, Mapping)])
+    if isinstance(value[0], tuple):
+        parts = [part for item in value if isinstance(item, tuple) for part in item]
+        return Field(tag, RATIONAL, parts)
+    numbers = [item for item in value if isinstance(item, int)]
+    return Field(tag, SHORT if tag in _SHORTS else LONG, numbers)
+
+
+def _directory(fields: Fields) -> list[Field]:
+    return [_field(tag, value) for tag, value in sorted(fields.items())]
 
 
 def tiff(*directories: Fields) -> bytes:
     """A little-endian TIFF file with a chain of directories."""
-    data = bytearray(b"II*\0" + bytes(4))
-    link = 4
-    for fields in directories:
-        struct.pack_into("<I", data, link, _append(data, fields))
-        link = len(data) - 4
-    return bytes(data)
-
-
-def jpeg(fields: Fields) -> bytes:
-    """A JPEG file with Exif data and a scan of nothing."""
-    exif = b"Exif\0\0" + tiff(fields)
-    return b"\xff\xd8\xff\xe1" + struct.pack(">H", len(exif) + 2) + exif + _EMPTY_SCAN
+    return designed_files.tiff([_directory(fields) for fields in directories])
 
 
 def _photograph(
@@ -93,7 +71,7 @@ def _photograph(
             LONGITUDE_REF: "W",
             LONGITUDE: _angle(position[1]),
         }
-    return jpeg({**fields, GPS: [place]})
+    return designed_files.jpeg(tiff({**fields, GPS: [place]}))
 
 
 def _angle(text: str) -> list[tuple[int, int]]:

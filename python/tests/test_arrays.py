@@ -11,6 +11,7 @@ from typing import Any
 
 import numpy as np
 import pytest
+from conftest import entry_of
 from designed_files import (
     ASCII,
     BYTE,
@@ -57,11 +58,6 @@ ARRAYS: list[tuple[int, Any, str, Any]] = [
     (IFD8, [2**63], "uint64", [2**63]),
 ]
 MANY = 4_000_000
-
-
-def entry_of(kind: int, value: Any, layout: Layout = LAYOUTS[2]) -> ifdsweep.Entry:
-    """The only entry of a file."""
-    return ifdsweep.read(tiff([[Field(65000, kind, value)]], layout))[0].entries[0]
 
 
 @pytest.fixture(scope="module")

@@ -12,7 +12,7 @@ from pathlib import Path
 from typing import Any
 
 import pytest
-from conftest import Program, sample_files
+from conftest import ENTRY_TAG, Program, entry_of, sample_files
 from designed_files import (
     ASCII,
     BYTE,
@@ -39,15 +39,6 @@ from designed_files import (
 )
 
 import ifdsweep
-
-TAG = 65000
-
-
-def entry_of(kind: int, value: Any, layout: Layout = LAYOUTS[2], count: int | None = None) -> Any:
-    """The only entry of a file."""
-    content = tiff([[Field(TAG, kind, value, count)]], layout)
-    (entry,) = ifdsweep.read(content)[0].entries
-    return entry
 
 
 def one_float(number: float) -> float:
@@ -107,7 +98,9 @@ class TestValues:
         assert entry.text == text
 
     def test_what_is_no_number_is_a_float(self) -> None:
-        assert math.isnan(entry_of(DOUBLE, [math.nan]).value)
+        value = entry_of(DOUBLE, [math.nan]).value
+        assert isinstance(value, float)
+        assert math.isnan(value)
 
     @pytest.mark.parametrize("kind", [FLOAT, DOUBLE])
     def test_whole_floats_stay_floats(self, kind: int) -> None:
@@ -157,9 +150,8 @@ class TestWhatIsTold:
         assert repr(entry) == "<Entry 65000: ASCII[16], Maker of things>"
 
     def test_an_unknown_type(self) -> None:
-        entry = ifdsweep.read(tiff([[Field(259, SHORT, [1]), Field(TAG, 99, b"abc")]]))[0].entries[
-            1
-        ]
+        fields = [Field(259, SHORT, [1]), Field(ENTRY_TAG, 99, b"abc")]
+        entry = ifdsweep.read(tiff([fields]))[0].entries[1]
         assert (entry.name, entry.type, entry.count) == (None, 99, 3)
         assert (entry.value, entry.bytes, entry.text) == (None, None, "")
         assert (entry.is_loaded, entry.value_position) == (False, None)
@@ -198,7 +190,7 @@ class TestWhatIsTold:
         with pytest.raises(TypeError):
             ifdsweep.Entry()
         with pytest.raises(AttributeError):
-            entry_of(SHORT, [1]).tag = 7
+            entry_of(SHORT, [1]).tag = 7  # type: ignore[misc]
 
     def test_the_dict_is_the_line_of_the_facts(self) -> None:
         file = ifdsweep.read(tiff([[Field(282, RATIONAL, [72009, 1994])]]), name="a.tif")
@@ -237,7 +229,7 @@ class TestWhatIsTold:
 
 
 class TestContent:
-    ONE = tiff([[Field(271, ASCII, b"Maker\0"), Field(TAG, SHORT, [7])]])
+    ONE = tiff([[Field(271, ASCII, b"Maker\0"), Field(ENTRY_TAG, SHORT, [7])]])
 
     def entries(self, content: bytes = ONE) -> Sequence[ifdsweep.Entry]:
         return ifdsweep.read(content)[0].entries
@@ -257,7 +249,7 @@ class TestContent:
         ],
     )
     def test_other_content_is_not(self, other: Field) -> None:
-        changed = tiff([[other, Field(TAG, SHORT, [7])]])
+        changed = tiff([[other, Field(ENTRY_TAG, SHORT, [7])]])
         assert self.entries()[0] != self.entries(changed)[0]
         assert self.entries()[1] == self.entries(changed)[1]
 
@@ -267,7 +259,7 @@ class TestContent:
         assert entry != self.entries()[0].to_dict()
 
     def test_the_directory_does_not_count(self) -> None:
-        second = [Field(271, ASCII, b"Maker\0"), Field(TAG, SHORT, [7])]
+        second = [Field(271, ASCII, b"Maker\0"), Field(ENTRY_TAG, SHORT, [7])]
         chained = tiff([[Field(330, LONG, [0])], second])
         # The same bytes, but the second directory hangs below the first.
         link = chained.index(struct.pack("<HHII", 330, LONG, 1, 0)) + 8

@@ -13,7 +13,7 @@ from pathlib import Path
 
 import numpy as np
 import pytest
-from conftest import repetitions, sample_files
+from conftest import repetitions, resident_bytes, sample_files
 from designed_files import IMAGE, LAYOUTS, LONG8, PHOTOGRAPH, Field, jpeg, png, tiff
 
 import ifdsweep
@@ -23,22 +23,16 @@ OFFSETS = np.arange(8, 8 + 3 * 50_000, 3, dtype=np.uint64)
 SLIDE = tiff([[Field(324, LONG8, OFFSETS.tolist())]], LAYOUTS[2])
 
 
-def _resident() -> int:
-    """Bytes of this process in memory."""
-    pages = int(Path("/proc/self/statm").read_text().split()[1])
-    return pages * mmap.PAGESIZE
-
-
 def _grown(action: Callable[[], object], times: int) -> int:
     """How many bytes of memory a number of calls leave behind, once the allocators are warm."""
     for _ in range(times // 10):
         action()
     gc.collect()
-    before = _resident()
+    before = resident_bytes()
     for _ in range(times):
         action()
     gc.collect()
-    return _resident() - before
+    return resident_bytes() - before
 
 
 class TestWhatIsHeldStays:

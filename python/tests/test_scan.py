@@ -12,7 +12,7 @@ from pathlib import Path
 from typing import Any
 
 import pytest
-from conftest import corpus_files, sample_files
+from conftest import corpus_files, resident_bytes, sample_files
 from designed_files import ASCII, SHORT, Field, designed_files, tiff
 
 import ifdsweep
@@ -302,11 +302,11 @@ class TestAScan:
     def test_reads_no_more_ahead_than_its_window(self, tmp_path: Path) -> None:
         path = tmp_path / "large.tif"
         path.write_bytes(tiff([[Field(271, ASCII, b"x" * (4 << 20))]]))
-        before = _resident()
+        before = resident_bytes()
         with scan([path] * 500, threads=2) as files:
             next(files)
             time.sleep(1)
-            assert _resident() - before < 800 << 20  # what is all together 2 GiB
+            assert resident_bytes() - before < 800 << 20  # what is all together 2 GiB
 
 
 class TestTheProgram:
@@ -469,8 +469,3 @@ class TestArgumentsAreChecked:
             with pytest.raises((TypeError, ValueError)) as other:
                 read("a", **arguments)
             assert (mine.type, str(mine.value)) == (other.type, str(other.value))
-
-
-def _resident() -> int:
-    pages = int(Path("/proc/self/statm").read_text().split()[1])
-    return pages * os.sysconf("SC_PAGE_SIZE")
