@@ -241,7 +241,7 @@ def _ask_everything(file: ifdsweep.File) -> None:
     for directory in file.walk():
         _ask_object(directory, skip=_OF_DIRECTORY)
         _ask_directory(directory)
-    for name in ("Width", "Make", "XResolution", "TileOffsets", "no such field"):
+    for name in ("Width", "Make", "XResolution", "TileOffsets", "GPSLatitude"):
         assert len(file.column(name)) == len(file)
 
 
