@@ -11,6 +11,7 @@
 #include "pack/field_types.h"
 #include "pack/packed_layout.h"
 #include "pack/packed_rows.h"
+#include "read/messages.h"
 
 namespace ifdsweep {
 namespace {
@@ -20,8 +21,20 @@ constexpr std::size_t kMostLevels = 256;
 
 constexpr std::uint32_t kKinds = 4;  ///< of directories
 
+// Texts that are shown with each of many rows, in bytes: longer than any that is packed.
+constexpr std::uint64_t kLongestName = 255;
+constexpr std::uint64_t kLongestPath = 1U << 14U;        ///< of directories
+constexpr std::uint64_t kLongestStreamName = 1U << 12U;  ///< and container
+
+// More than any file has.
+constexpr std::size_t kMostStreams = 1U << 10U;
+constexpr std::uint32_t kMostFields = 1U << 13U;  ///< of a record
+
 /// Tables, each looked at from its first row to its last: what of a table belongs to the rows of
 /// another stands in their order, so that the next row of it is known.
+///
+/// Whoever unpacks or shows a packed file needs memory in proportion to it. So bytes of the heap
+/// belong to one row, and what rows share is either short, or shown by one of them again.
 class Check {
 public:
     explicit Check(std::span<const std::byte> checkedBytes) noexcept : bytes(checkedBytes) {}
@@ -46,6 +59,18 @@ private:
         return run.begin <= heap.size() && run.size <= heap.size() - run.begin &&
                run.begin % alignment == 0;
     }
+    /// Takes bytes of the heap for one row: those of all rows have room in it.
+    [[nodiscard]] bool takeRun(const PackedRun& run, std::uint64_t alignment = 1) noexcept {
+        const bool fits = isRun(run, alignment) && run.size <= heap.size() - takenBytes;
+        takenBytes += fits ? run.size : 0;
+        return fits;
+    }
+    /// Takes the bytes of an entry for a value that shows them again.
+    [[nodiscard]] bool takeShown(const PackedEntryRow& entry) noexcept {
+        const bool fits = entry.bytes.size <= heap.size() - shownBytes;
+        shownBytes += fits ? entry.bytes.size : 0;
+        return fits;
+    }
     [[nodiscard]] bool isName(std::uint32_t row) const noexcept {
         return row == kNoRow || row < names.size();
     }
@@ -55,12 +80,13 @@ private:
     }
 
     // Table by table.
-    [[nodiscard]] bool namesAreSound() const noexcept;
+    [[nodiscard]] bool namesAreSound() noexcept;
     [[nodiscard]] bool indexIsSound() const noexcept;
-    [[nodiscard]] bool fileIsSound() const noexcept;
+    [[nodiscard]] bool fileIsSound() noexcept;
     [[nodiscard]] bool fieldListsAreSound() const noexcept;
     [[nodiscard]] bool messagesAreSound() noexcept;
-    [[nodiscard]] bool argumentsAreSound() const noexcept;
+    [[nodiscard]] bool messageIsSound(std::size_t row) noexcept;
+    [[nodiscard]] bool argumentsAreSound() noexcept;
 
     // The streams, with the rows that belong to each.
     [[nodiscard]] bool streamsAreSound() noexcept;
@@ -71,8 +97,7 @@ private:
                                         const PackedDirectoryRow& directory) const noexcept;
     [[nodiscard]] bool comesAfter(std::uint32_t row, std::size_t& level) const noexcept;
     [[nodiscard]] bool takeEntries(const PackedStreamRow& stream) noexcept;
-    [[nodiscard]] bool entryIsSound(const PackedStreamRow& stream,
-                                    std::uint32_t row) const noexcept;
+    [[nodiscard]] bool entryIsSound(const PackedStreamRow& stream, std::uint32_t row) noexcept;
     [[nodiscard]] bool ownEntriesAreSound(const PackedStreamRow& stream,
                                           std::uint32_t row) noexcept;
 
@@ -80,13 +105,14 @@ private:
     [[nodiscard]] bool takeRecords(std::uint32_t root) noexcept;
     [[nodiscard]] bool takeValue(std::uint32_t row) noexcept;
     [[nodiscard]] bool takeArray(std::uint32_t row) noexcept;
+    [[nodiscard]] bool takeElements(const PackedValueRow& value, const PackedArrayRow& array,
+                                    std::uint64_t count) noexcept;
     [[nodiscard]] bool takeParts(std::uint64_t begin, std::uint64_t count) noexcept;
     [[nodiscard]] bool takeRecordParts(const PackedArrayRow& array, std::uint64_t count,
                                        std::uint64_t fieldCount) noexcept;
-    [[nodiscard]] bool takeElements(const PackedArrayRow& array, std::uint64_t count,
-                                    std::uint32_t value) noexcept;
-    [[nodiscard]] bool isOfItsEntry(const PackedValueRow& value,
-                                    std::uint64_t count) const noexcept;
+    [[nodiscard]] bool takeDirectoriesOf(const PackedArrayRow& array, std::uint64_t count,
+                                         std::uint32_t value) noexcept;
+    [[nodiscard]] bool takeOfEntry(const PackedValueRow& value, std::uint64_t count) noexcept;
     [[nodiscard]] bool isAllTaken() const noexcept;
 
     template <class Row>
@@ -120,6 +146,9 @@ private:
     std::uint64_t nextArray = 0;
     std::uint64_t nextElement = 0;
     std::uint64_t nextArgument = 0;
+    std::uint64_t takenBytes = 0;  ///< of the heap
+    std::uint64_t shownBytes = 0;  ///< of entries, by values
+    std::uint64_t emptyRecords = 0;
     // What the rows of directories say altogether.
     std::uint64_t ownedEntries = 0;
     std::uint64_t shownDirectories = 0;
@@ -182,11 +211,11 @@ void Check::takeTables() noexcept {
 }
 
 /// One after the other in the heap: so their length is in proportion to it.
-bool Check::namesAreSound() const noexcept {
+bool Check::namesAreSound() noexcept {
     for (std::size_t row = 0; row < names.size(); ++row) {
         const bool follows =
             row == 0 || names[row].begin == names[row - 1].begin + names[row - 1].size;
-        if (!follows || !isRun(names[row])) {
+        if (!follows || names[row].size > kLongestName || !takeRun(names[row])) {
             return false;
         }
     }
@@ -221,16 +250,17 @@ bool Check::indexIsSound() const noexcept {
     return true;
 }
 
-bool Check::fileIsSound() const noexcept {
+bool Check::fileIsSound() noexcept {
     const PackedFileRow& file = head.file;
-    return isRun(file.path) && file.hasStamp <= 1 && file.isImage <= 1 &&
-           streams.empty() == (file.isImage == 0);
+    return takeRun(file.path) && file.hasStamp <= 1 && file.isImage <= 1 &&
+           streams.empty() == (file.isImage == 0) && streams.size() <= kMostStreams;
 }
 
 bool Check::fieldListsAreSound() const noexcept {
     std::uint64_t next = 0;
     for (const PackedFieldsRow& fields : fieldLists) {
-        if (fields.first != next || fields.count > fieldNames.size() - next) {
+        if (fields.first != next || fields.count > fieldNames.size() - next ||
+            fields.count > kMostFields) {
             return false;
         }
         next += fields.count;
@@ -243,11 +273,12 @@ bool Check::fieldListsAreSound() const noexcept {
 bool Check::streamsAreSound() noexcept {
     for (std::uint32_t number = 0; number < streams.size(); ++number) {
         const PackedStreamRow& stream = streams[number];
-        const bool isSound = isRun(stream.container) && isRun(stream.name) && isRun(stream.found) &&
-                             stream.kind < kKinds && stream.isEmbedded <= 1 &&
-                             takeMessages(stream) && takeDirectories(stream, number) &&
-                             takeEntries(stream) &&
-                             (stream.records == kNoRow || takeRecords(stream.records));
+        const bool isSound =
+            std::max(stream.container.size, stream.name.size) <= kLongestStreamName &&
+            takeRun(stream.container) && takeRun(stream.name) && takeRun(stream.found) &&
+            stream.kind < kKinds && stream.isEmbedded <= 1 && takeMessages(stream) &&
+            takeDirectories(stream, number) && takeEntries(stream) &&
+            (stream.records == kNoRow || takeRecords(stream.records));
         if (!isSound) {
             return false;
         }
@@ -269,27 +300,44 @@ bool Check::takeMessages(const PackedStreamRow& stream) noexcept {
 }
 
 bool Check::messagesAreSound() noexcept {
-    for (const PackedMessageRow& message : messages) {
-        if (message.id >= names.size() || !isRun(message.path) || message.hasTag > 1 ||
-            message.hasOffset > 1 || message.firstArgument != nextArgument ||
-            message.argumentCount > arguments.size() - nextArgument) {
+    for (std::size_t row = 0; row < messages.size(); ++row) {
+        if (!messageIsSound(row)) {
             return false;
         }
-        nextArgument += message.argumentCount;
     }
     return true;
 }
 
-bool Check::argumentsAreSound() const noexcept {
+/// Messages that follow each other may have one text of the path.
+bool Check::messageIsSound(std::size_t row) noexcept {
+    const PackedMessageRow& message = messages[row];
+    const auto isShared = [&] {
+        const PackedRun& before = messages[row - 1].path;
+        return message.path.begin == before.begin && message.path.size == before.size;
+    };
+    const bool isKnown =
+        message.id < names.size() && ((row > 0 && messages[row - 1].id == message.id) ||
+                                      constantMessageId(nameText(message.id)) != nullptr);
+    if (!isKnown || message.hasTag > 1 || message.hasOffset > 1 ||
+        message.path.size > kLongestPath || !((row > 0 && isShared()) || takeRun(message.path)) ||
+        message.firstArgument != nextArgument ||
+        message.argumentCount > arguments.size() - nextArgument) {
+        return false;
+    }
+    nextArgument += message.argumentCount;
+    return true;
+}
+
+bool Check::argumentsAreSound() noexcept {
     return std::all_of(arguments.begin(), arguments.end(), [&](const PackedArgumentRow& argument) {
         switch (argument.kind) {
             case PackedArgumentKind::integer:
                 return argument.unused == 0 && argument.text.begin == 0 && argument.text.size == 0;
             case PackedArgumentKind::bytes:
-                return argument.unused == 0 && isRun(argument.text);
+                return argument.unused == 0 && takeRun(argument.text);
             case PackedArgumentKind::units:
                 return argument.unused == 0 && argument.text.size % 2 == 0 &&
-                       isRun(argument.text, 2);
+                       takeRun(argument.text, 2);
         }
         return false;
     });
@@ -360,7 +408,7 @@ bool Check::takeEntries(const PackedStreamRow& stream) noexcept {
     return true;
 }
 
-bool Check::entryIsSound(const PackedStreamRow& stream, std::uint32_t row) const noexcept {
+bool Check::entryIsSound(const PackedStreamRow& stream, std::uint32_t row) noexcept {
     const PackedEntryRow& entry = entries[row];
     const bool hasFlags = entry.isInline <= 1 && entry.isDefault <= 1 && entry.isLoaded <= 1 &&
                           std::all_of(std::begin(entry.unused), std::end(entry.unused),
@@ -370,7 +418,7 @@ bool Check::entryIsSound(const PackedStreamRow& stream, std::uint32_t row) const
         isName(entry.name) && isName(entry.valueName) && isName(entry.droppedBy) &&
         (entry.next == kNoRow || (entry.next > row && entry.next < nextEntry &&
                                   entries[entry.next].directory == entry.directory));
-    if (!hasFlags || !refers || !isRun(entry.bytes, sizeof(double))) {
+    if (!hasFlags || !refers || !takeRun(entry.bytes, sizeof(double))) {
         return false;
     }
     const std::size_t width =
@@ -434,18 +482,16 @@ bool Check::takeValue(std::uint32_t row) noexcept {
         case PackedKind::none:
             return value.content == 0;
         case PackedKind::number:
-            return value.isOfEntry == 0 || isOfItsEntry(value, 1);
+            return value.isOfEntry == 0 || takeOfEntry(value, 1);
         default:
             return value.kind <= PackedKind::records && takeArray(row);
     }
 }
 
-/// Only texts may share an array row: parts would else lie in two arrays.
+/// Only short texts may share an array row: parts would else lie in two arrays.
 bool Check::takeArray(std::uint32_t row) noexcept {
     const PackedValueRow& value = values[row];
-    if (value.content == nextArray && nextArray < arrays.size()) {
-        ++nextArray;
-    } else if (value.kind != PackedKind::text || value.content >= nextArray) {
+    if (value.content > nextArray || value.content >= arrays.size()) {
         return false;
     }
     const PackedArrayRow& array = arrays[static_cast<std::size_t>(value.content)];
@@ -456,28 +502,42 @@ bool Check::takeArray(std::uint32_t row) noexcept {
         (!isPlain && value.kind != PackedKind::records)) {
         return false;
     }
-    const auto holds = [&](std::size_t elementSize) {
-        return isRun({array.begin, count * elementSize}, sizeof(double));
-    };
+    if (value.content < nextArray) {
+        return value.kind == PackedKind::text && count <= kLongestSharedText &&
+               isRun({array.begin, count * sizeof(char16_t)}, sizeof(double));
+    }
+    ++nextArray;
     switch (value.kind) {
-        case PackedKind::none:
-        case PackedKind::number:
-            break;
-        case PackedKind::numbers:
-            return value.isOfEntry != 0 ? array.begin == 0 && isOfItsEntry(value, count)
-                                        : holds(sizeof(double));
-        case PackedKind::bytes:
-            return holds(1);
-        case PackedKind::text:
-            return holds(sizeof(char16_t));
         case PackedKind::cells:
             return takeParts(array.begin, count);
         case PackedKind::records:
             return array.fields < fieldLists.size() &&
                    takeRecordParts(array, count, fieldLists[array.fields].count) &&
-                   takeElements(array, count, row);
+                   takeDirectoriesOf(array, count, row);
+        default:
+            return takeElements(value, array, count);
     }
-    return false;
+}
+
+/// Takes what lies in the heap: elements of its own, or those of an entry.
+bool Check::takeElements(const PackedValueRow& value, const PackedArrayRow& array,
+                         std::uint64_t count) noexcept {
+    const auto takeOwn = [&](std::size_t elementSize) {
+        return takeRun({array.begin, count * elementSize}, sizeof(double));
+    };
+    switch (value.kind) {
+        case PackedKind::numbers:
+            return value.isOfEntry != 0 ? array.begin == 0 && takeOfEntry(value, count)
+                                        : takeOwn(sizeof(double));
+        case PackedKind::bytes: {
+            const PackedEntryRow* entry = value.entry == kNoRow ? nullptr : &entries[value.entry];
+            const bool isOfEntry =
+                entry != nullptr && array.begin == entry->bytes.begin && count <= entry->bytes.size;
+            return isOfEntry ? takeShown(*entry) : takeOwn(1);
+        }
+        default:
+            return value.kind == PackedKind::text && takeOwn(sizeof(char16_t));
+    }
 }
 
 bool Check::takeParts(std::uint64_t begin, std::uint64_t count) noexcept {
@@ -490,12 +550,14 @@ bool Check::takeParts(std::uint64_t begin, std::uint64_t count) noexcept {
 
 bool Check::takeRecordParts(const PackedArrayRow& array, std::uint64_t count,
                             std::uint64_t fieldCount) noexcept {
-    return (fieldCount == 0 || count <= values.size() / fieldCount) &&
+    emptyRecords += fieldCount == 0 ? count : 0;
+    return emptyRecords <= bytes.size() &&
+           (fieldCount == 0 || count <= values.size() / fieldCount) &&
            takeParts(array.begin, count * fieldCount);
 }
 
-bool Check::takeElements(const PackedArrayRow& array, std::uint64_t count,
-                         std::uint32_t value) noexcept {
+bool Check::takeDirectoriesOf(const PackedArrayRow& array, std::uint64_t count,
+                              std::uint32_t value) noexcept {
     if (array.elements == kNoRow) {
         return true;
     }
@@ -512,13 +574,13 @@ bool Check::takeElements(const PackedArrayRow& array, std::uint64_t count,
     return true;
 }
 
-bool Check::isOfItsEntry(const PackedValueRow& value, std::uint64_t count) const noexcept {
+bool Check::takeOfEntry(const PackedValueRow& value, std::uint64_t count) noexcept {
     if (value.entry == kNoRow) {
         return false;
     }
     const PackedEntryRow& entry = entries[value.entry];
     return entry.isLoaded != 0 && entry.isDefault == 0 && isIntegerType(entry.fieldType) &&
-           entry.count == count;
+           entry.count == count && takeShown(entry);
 }
 
 bool Check::isAllTaken() const noexcept {

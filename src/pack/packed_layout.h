@@ -88,6 +88,9 @@ constexpr void layOut(PackedHead& head) noexcept {
     }
 }
 
+/// Texts that values may share are as long as the name of a file can be, which all records have.
+inline constexpr std::uint64_t kLongestSharedText = 4096;  ///< in code units
+
 /// How many cells the index of so many names has: at most half of them are taken.
 [[nodiscard]] constexpr std::uint64_t nameCells(std::uint64_t names) noexcept {
     constexpr std::uint64_t kFewest = 256;

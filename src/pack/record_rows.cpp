@@ -152,6 +152,9 @@ std::uint64_t RecordRows::bytesBegin(const Value& value, std::uint32_t entry) {
 
 std::uint32_t RecordRows::textArray(const Value& value) {
     const std::u16string_view units = value.text();
+    if (units.size() > kLongestSharedText) {
+        return addArray(value, heap.addElements(std::span<const char16_t>(units)).begin);
+    }
     std::uint32_t& recent = recentTexts[shortHashOf(units)];
     if (recent != kNoRow) {
         const PackedArrayRow& array = arrays[recent];

@@ -339,6 +339,19 @@ TEST(FilePacker, StoresEqualTextsAndFieldListsOnce) {
     EXPECT_EQ(file.fieldLists().size(), 2U);
 }
 
+TEST(FilePacker, StoresTextsThatAreLongerThanNamesForEachThatHasThem) {
+    const auto rowsOf = [](std::size_t length) {
+        const Directory page{ascii(305, std::string(length, 's') + '\0')};
+        const PackedFile file = packed(tiff({page, page}));
+        return std::pair{fieldOf(file, 0, "Software").content,
+                         fieldOf(file, 1, "Software").content};
+    };
+    const auto [first, second] = rowsOf(4096);
+    EXPECT_EQ(first, second);
+    const auto [longer, another] = rowsOf(4097);
+    EXPECT_NE(longer, another);
+}
+
 TEST(FilePacker, PacksTheSameFileToTheSameBytes) {
     const Bytes page = tiff(
         {{ascii(271, std::string_view("maker\0", 6)), pointer(330, {{kSmall, kNamed}, {kNamed}}),

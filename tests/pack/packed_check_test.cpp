@@ -8,11 +8,15 @@
 #include <cstdint>
 #include <cstring>
 #include <functional>
+#include <iterator>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "ifdsweep/message_catalogue.h"
 #include "pack/packed_files.h"
 #include "pack/packed_layout.h"
 #include "support/chunk_builder.h"
@@ -260,6 +264,11 @@ const std::vector<Damage> kDamages{
      [](Block& block) { rowOf<std::uint32_t>(block, PackedTable::fieldNames, 5) = kNoRow; }},
     {"AMessageWithoutAnId",
      set<PackedMessageRow, &PackedMessageRow::id>(PackedTable::messages, 0, kNoRow)},
+    {"AMessageThatThereIsNot",
+     [](Block& block) {
+         rowOf<PackedMessageRow>(block, PackedTable::messages, 0).id =
+             rowOf<std::uint32_t>(block, PackedTable::fieldNames, 5);
+     }},
     {"AMessageWithArgumentsOfAnother",
      set<PackedMessageRow, &PackedMessageRow::firstArgument>(PackedTable::messages, 1, 0)},
     {"AnArgumentOfNoKind",
@@ -282,6 +291,162 @@ const std::vector<Damage> kDamages{
 
 INSTANTIATE_TEST_SUITE_P(PackedCheck, DamagedFile, testing::ValuesIn(kDamages),
                          [](const auto& tested) { return tested.param.name; });
+
+// What is shown of a packed file is in proportion to it: nothing long lies there once and is shown
+// for many.
+class LongParts : public testing::Test {
+protected:
+    void expectNone(const std::function<void()>& change) {
+        ASSERT_TRUE(PackedFile::parse(block));
+        change();
+        EXPECT_FALSE(PackedFile::parse(block));
+    }
+
+    [[nodiscard]] PackedEntryRow& entry(std::uint16_t tag) {
+        const auto& table = headOf(block)[PackedTable::entries];
+        auto* const first = &rowOf<PackedEntryRow>(block, PackedTable::entries);
+        return *std::find_if(first, first + table.count,
+                             [tag](const auto& row) { return row.tag == tag; });
+    }
+
+    /// The first text of a length.
+    [[nodiscard]] PackedValueRow& text(std::uint32_t length) {
+        return valueOf(block, PackedKind::text,
+                       [&](const auto& value) { return arrayOf(block, value).columns == length; });
+    }
+
+    Block block = [] {
+        const auto letters = [](char letter, std::size_t count) {
+            return ascii(270, std::string(count - 1, letter) + '\0');
+        };
+        const std::vector<std::int64_t> many(10'000, 77);
+        const std::vector<std::int64_t> some(1000, 77);
+        const std::vector<std::int64_t> few(9, 77);
+        return blockOf(fixture::packed(
+            fixture::TiffBuilder({})
+                .add({letters('a', 5000), numbers(273, fixture::kLong, many),
+                      numbers(279, fixture::kLong, few), shorts(60000, some), shorts(60001, few)})
+                .add({letters('b', 300)})
+                .add({letters('b', 300)})
+                .build()
+                .bytes));
+    }();
+};
+
+TEST_F(LongParts, AreNotThoseOfTwoEntries) {
+    expectNone([&] {
+        entry(60001).count = entry(60000).count;
+        entry(60001).bytes = entry(60000).bytes;
+    });
+}
+
+TEST_F(LongParts, AreNotThoseOfTwoArrays) {
+    expectNone([&] { arrayOf(block, text(299)) = arrayOf(block, text(4999)); });
+}
+
+TEST_F(LongParts, AreNotThoseOfAnEntryThatTwoValuesShow) {
+    const auto& numbers = [&](std::uint32_t count) -> PackedValueRow& {
+        return valueOf(block, PackedKind::numbers, [&](const PackedValueRow& value) {
+            return kOfEntry(value) && arrayOf(block, value).columns == count;
+        });
+    };
+    expectNone([&] {
+        auto& few = numbers(9);
+        auto& many = numbers(10'000);
+        few.entry = many.entry;
+        arrayOf(block, few).columns = 10'000;
+    });
+}
+
+TEST_F(LongParts, AreNotTheTextOfTwoValues) {
+    expectNone([&] { std::swap(arrayOf(block, text(4999)), arrayOf(block, text(299))); });
+}
+
+/// Whether an outcome is packed to a packed file.
+bool isTaken(const ifdsweep::Outcome& outcome) {
+    ifdsweep::FilePacker packer;
+    return PackedFile::parse(blockOf(packer.pack(outcome))).has_value();
+}
+
+/// Records with all fields empty.
+ifdsweep::ValueHandle records(std::size_t count, const std::vector<std::string>& fields) {
+    std::vector<const char*> names;
+    std::transform(fields.begin(), fields.end(), std::back_inserter(names),
+                   [](const std::string& name) { return name.c_str(); });
+    const std::size_t dimensions[] = {1, count};
+    return ifdsweep::ValueHandle(qxCreateStructArray(2, dimensions, names.size(), names.data()));
+}
+
+/// Whether records of such fields are taken.
+bool areFieldsTaken(const std::vector<std::string>& fields) {
+    ifdsweep::Host host;
+    const ifdsweep::Host::Scope scope(host);
+    ifdsweep::Outcome outcome;
+    outcome.result = records(1, fields);
+    return isTaken(outcome);
+}
+
+TEST(PackedCheck, TakesNoNamesThatAreLongerThanAnyThereIs) {
+    EXPECT_TRUE(areFieldsTaken({"short", std::string(255, 'x')}));
+    EXPECT_FALSE(areFieldsTaken({"short", std::string(256, 'x')}));
+}
+
+TEST(PackedCheck, TakesNoRecordsOfMoreFieldsThanThereAre) {
+    std::vector<std::string> fields;
+    for (int field = 0; field < 1 << 13; ++field) {
+        fields.push_back("field" + std::to_string(field));
+    }
+    EXPECT_TRUE(areFieldsTaken(fields));
+    fields.emplace_back("another");
+    EXPECT_FALSE(areFieldsTaken(fields));
+}
+
+TEST(PackedCheck, TakesNoRecordsWithoutFieldsOutOfProportion) {
+    const auto areTaken = [](std::size_t count) {
+        constexpr std::size_t kCells = 100;
+        ifdsweep::Host host;
+        const ifdsweep::Host::Scope scope(host);
+        const std::size_t dimensions[] = {1, kCells};
+        ifdsweep::Outcome outcome;
+        outcome.result = ifdsweep::ValueHandle(qxCreateCellArray(2, dimensions));
+        for (std::size_t cell = 0; cell < kCells; ++cell) {
+            qxSetCell(outcome.result.get(), cell, records(count, {}).release());
+        }
+        return isTaken(outcome);
+    };
+    EXPECT_TRUE(areTaken(10));
+    EXPECT_FALSE(areTaken(1000));
+}
+
+TEST(PackedCheck, TakesNoTextsBesideRowsThatAreLongerThanAnyThereIs) {
+    const auto withPath = [](std::size_t size) {
+        ifdsweep::Outcome outcome;
+        ifdsweep::Warning warning{{ifdsweep::messageRow(ifdsweep::MessageId::statFailure).id, {}},
+                                  {}};
+        warning.place.path.assign(size, '0');
+        outcome.warnings.push_back(std::move(warning));
+        return outcome;
+    };
+    const auto withStream = [](std::size_t container, std::size_t name) {
+        ifdsweep::Outcome outcome;
+        outcome.stream.container.assign(container, 'c');
+        outcome.stream.name.assign(name, 'n');
+        return outcome;
+    };
+    EXPECT_TRUE(isTaken(withPath(1 << 14)));
+    EXPECT_FALSE(isTaken(withPath((1 << 14) + 1)));
+    EXPECT_TRUE(isTaken(withStream(4096, 4096)));
+    EXPECT_FALSE(isTaken(withStream(4097, 1)));
+    EXPECT_FALSE(isTaken(withStream(1, 4097)));
+}
+
+TEST(PackedCheck, TakesNoMoreStreamsThanFilesHave) {
+    ifdsweep::Outcome outcome;
+    outcome.others.resize(1023);
+    EXPECT_TRUE(isTaken(outcome));
+    outcome.others.resize(1024);
+    EXPECT_FALSE(isTaken(outcome));
+}
 
 TEST(PackedCheck, TakesTheDeepestFiles) {
     fixture::Chain chain{{shorts(256, {1})}};
