@@ -30,6 +30,12 @@ constexpr std::uint64_t kLongestStreamName = 1U << 12U;  ///< and container
 constexpr std::size_t kMostStreams = 1U << 10U;
 constexpr std::uint32_t kMostFields = 1U << 13U;  ///< of a record
 
+/// Whether a text has nothing but characters of ASCII that can be seen, as all names have.
+bool isPrintable(std::string_view text) noexcept {
+    return std::all_of(text.begin(), text.end(),
+                       [](char letter) { return letter >= ' ' && letter <= '~'; });
+}
+
 /// Tables, each looked at from its first row to its last: what of a table belongs to the rows of
 /// another stands in their order, so that the next row of it is known.
 ///
@@ -215,7 +221,8 @@ bool Check::namesAreSound() noexcept {
     for (std::size_t row = 0; row < names.size(); ++row) {
         const bool follows =
             row == 0 || names[row].begin == names[row - 1].begin + names[row - 1].size;
-        if (!follows || names[row].size > kLongestName || !takeRun(names[row])) {
+        if (!follows || names[row].size > kLongestName || !takeRun(names[row]) ||
+            !isPrintable(nameText(static_cast<std::uint32_t>(row)))) {
             return false;
         }
     }

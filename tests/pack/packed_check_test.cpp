@@ -391,6 +391,13 @@ TEST(PackedCheck, TakesNoNamesThatAreLongerThanAnyThereIs) {
     EXPECT_FALSE(areFieldsTaken({"short", std::string(256, 'x')}));
 }
 
+TEST(PackedCheck, TakesNoNamesThatAreNoPlainText) {
+    EXPECT_TRUE(areFieldsTaken({"a~"}));
+    EXPECT_FALSE(areFieldsTaken({"a\x7F"}));
+    EXPECT_FALSE(areFieldsTaken({"a\n"}));
+    EXPECT_FALSE(areFieldsTaken({"a\xC3\xA9"}));
+}
+
 TEST(PackedCheck, TakesNoRecordsOfMoreFieldsThanThereAre) {
     std::vector<std::string> fields;
     for (int field = 0; field < 1 << 13; ++field) {
