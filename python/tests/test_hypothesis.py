@@ -248,6 +248,10 @@ def _ask_everything(file: ifdsweep.File) -> None:
 _OF_DIRECTORY = {"code", "entry", "array", "is_default", "get"}
 
 
+# Names of entries that are not those of their fields.
+_FIELDS = {tag.alias: tag.name for tag in ifdsweep.tags() if tag.alias}
+
+
 def _ask_directory(directory: ifdsweep.Directory) -> None:
     for name, value in directory.items():
         _assert_value(value)
@@ -256,7 +260,7 @@ def _ask_directory(directory: ifdsweep.Directory) -> None:
         assert isinstance(directory.is_default(name), bool)
         entry = directory.entry(name)
         if entry is not None:
-            assert entry.name == name
+            assert _FIELDS.get(entry.name or "", entry.name) == name
             assert directory.entry(entry.tag) is not None
     for entry in (*directory.entries, *directory.unknown, *directory.defaults):
         _ask_object(entry, skip={"array", "fractions"})
