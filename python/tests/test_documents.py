@@ -4,12 +4,14 @@ With IFDSWEEP_WRITE_PYTHON=1 what the documents show is written anew, and nothin
 """
 
 import doctest
+import inspect
 import json
 import os
 import re
 import subprocess
 import sys
 import traceback
+from collections.abc import Callable
 from pathlib import Path
 from types import TracebackType
 from typing import Any
@@ -165,6 +167,24 @@ def test_the_document_tells_of_every_member_and_of_no_other(name: str) -> None:
     fields = {tag.name for tag in ifdsweep.tags()} if name == "Directory" else set()
     members = _public(getattr(ifdsweep, name))
     assert _documented()[name] == members - (fields - _documented()[name])
+
+
+@pytest.mark.parametrize("function", [ifdsweep.read, ifdsweep.scan], ids=["read", "scan"])
+def test_the_document_shows_the_arguments_of_a_function_as_they_are(
+    function: Callable[..., object],
+) -> None:
+    page = (PROJECT / "docs/python.md").read_text(encoding="utf-8")
+    shown = re.search(rf"^`{function.__name__}\((.*?)\) -> \w+`$", page, re.MULTILINE | re.DOTALL)
+    assert shown is not None
+    arguments = [
+        name if given.default is given.empty else f"{name}={given.default!r}".replace("'", '"')
+        for name, given in inspect.signature(function).parameters.items()
+    ]
+    arguments.insert(1, "*")
+    told = re.split(r",\s+", shown[1])
+    if told[-1] == "…":  # the rest is that of read
+        arguments[len(told) - 1 :] = ["…"]
+    assert told == arguments
 
 
 def test_the_notebook_is_kept_without_output() -> None:

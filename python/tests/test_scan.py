@@ -1,6 +1,7 @@
 """Scans: which files come, in which order, from threads and from processes, and how they end."""
 
 import importlib.metadata
+import inspect
 import os
 import pickle
 import re
@@ -16,7 +17,7 @@ from conftest import corpus_files, resident_bytes, sample_files
 from designed_files import ASCII, SHORT, Field, designed_files, tiff
 
 import ifdsweep
-from ifdsweep import File, Scan, _program, read, scan
+from ifdsweep import File, Scan, _program, _scan, read, scan
 
 IMAGE = tiff([[Field(256, SHORT, [7]), Field(271, ASCII, b"Maker\0")]])
 
@@ -469,3 +470,13 @@ class TestArgumentsAreChecked:
             with pytest.raises((TypeError, ValueError)) as other:
                 read("a", **arguments)
             assert (mine.type, str(mine.value)) == (other.type, str(other.value))
+
+
+def test_a_reading_has_the_same_arguments_in_read_and_in_scan() -> None:
+    one = inspect.signature(read).parameters
+    many = inspect.signature(scan).parameters
+    shared = [name for name in one if name not in {"source", "name"}]
+    assert list(many)[-len(shared) :] == shared
+    assert [many[name] for name in shared] == [one[name] for name in shared]
+    options = {name: one[name].default for name in shared if name not in {"tags", "check"}}
+    assert options == _scan._READ_OPTIONS
