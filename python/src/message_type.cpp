@@ -5,13 +5,13 @@
 #include <string>
 #include <string_view>
 #include <tuple>
-#include <vector>
 
 #include <nanobind/stl/optional.h>
 
 #include "ifdsweep/messages.h"
 #include "messages.h"
 #include "objects.h"
+#include "pack/unpack.h"
 #include "text/terminal_text.h"
 #include "texts.h"
 #include "values.h"
@@ -30,18 +30,6 @@ std::span<const PackedArgumentRow> argumentsOf(const Message& message) {
 
 std::string_view idOf(const Message& message) {
     return message.file->name(message.row().id);
-}
-
-qxMessageArgument argumentOf(const PackedFile& file, const PackedArgumentRow& argument) {
-    switch (argument.kind) {
-        case PackedArgumentKind::bytes:
-            return qxMessageText(std::string(file.textOf(argument.text)));
-        case PackedArgumentKind::units:
-            return qxMessageText(std::u16string(file.unitsOf(argument.text)));
-        case PackedArgumentKind::integer:
-            break;
-    }
-    return argument.integer;
 }
 
 nb::object argumentObject(const PackedFile& file, const PackedArgumentRow& argument) {
@@ -133,12 +121,7 @@ nb::tuple messageArguments(const PackedFile& file, const PackedMessageRow& messa
 }
 
 std::string messageTextOf(const PackedFile& file, const PackedMessageRow& message) {
-    const std::string id(file.name(message.id));
-    std::vector<qxMessageArgument> arguments;
-    for (const PackedArgumentRow& argument : argumentsOf(file, message)) {
-        arguments.push_back(argumentOf(file, argument));
-    }
-    return messageText({id.c_str(), std::move(arguments)});
+    return messageText(unpackMessage(file, message));
 }
 
 void addMessageType(nb::module_& module) {

@@ -378,6 +378,10 @@ Outcome unpackMessages(const PackedFile& file) {
     return fileOutcome(file, nullptr);
 }
 
+qxMessage unpackMessage(const PackedFile& file, const PackedMessageRow& message) {
+    return MessageMaker(file).make(message);
+}
+
 void replay(const PackedFile& file, EntrySink& sink) {
     Replay walk(file, sink);
     for (const PackedStreamRow& stream : file.streams()) {

@@ -18,6 +18,9 @@ namespace ifdsweep {
 /// The outcome without its records: messages, origins, stamp.
 [[nodiscard]] Outcome unpackMessages(const PackedFile& file);
 
+/// A warning or an error. Throws std::bad_alloc.
+[[nodiscard]] qxMessage unpackMessage(const PackedFile& file, const PackedMessageRow& message);
+
 /// An entry as a sink of the walk was told of it; its texts and bytes are those of the file.
 [[nodiscard]] EntryFacts entryFacts(const PackedFile& file, const PackedEntryRow& entry);
 

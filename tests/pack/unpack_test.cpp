@@ -415,7 +415,8 @@ TEST(Unpack, GivesBackEveryKindOfArgumentAndPlace) {
     outcome.warnings.push_back({qxMessage(ifdsweep::kStuckId, {}), {}});
     ifdsweep::FilePacker packer;
     packer.begin();
-    const Outcome again = ifdsweep::unpackMessages(packer.pack(outcome));
+    const PackedFile file = packer.pack(outcome);
+    const Outcome again = ifdsweep::unpackMessages(file);
     ASSERT_EQ(again.warnings.size(), outcome.warnings.size());
     for (std::size_t number = 0; number < outcome.warnings.size(); ++number) {
         const ifdsweep::Warning& got = again.warnings[number];
@@ -425,6 +426,9 @@ TEST(Unpack, GivesBackEveryKindOfArgumentAndPlace) {
         EXPECT_EQ(got.place.path, expected.place.path);
         EXPECT_EQ(got.place.tag, expected.place.tag);
         EXPECT_EQ(got.place.offset, expected.place.offset);
+        const qxMessage alone = ifdsweep::unpackMessage(file, file.messages()[number]);
+        EXPECT_EQ(alone.id(), expected.message.id());
+        EXPECT_TRUE(alone.arguments() == expected.message.arguments());
     }
 }
 
