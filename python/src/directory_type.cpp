@@ -105,7 +105,7 @@ std::uint32_t entryOfTag(const Directory& directory, long tag) {
 std::uint32_t entryOfName(const Directory& directory, std::string_view text) {
     const PackedFile& file = *directory.file;
     const std::uint32_t name = file.findName(text);
-    const std::uint32_t found = name == kNoRow ? kNoRow : entryByName(file, directory.row(), name);
+    const std::uint32_t found = entryByName(file, directory.row(), name);
     if (found != kNoRow) {
         return found;
     }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "ifdsweep/tag_list.h"
 #include "names/known_names.h"
 #include "text/nearest_names.h"
 
@@ -80,6 +81,19 @@ std::optional<std::uint16_t> tagNamed(DirectoryKind kind, std::string_view name)
     const KnownName* known = allKnown().find(
         name, [kind](const KnownName& each) { return each.dictionary == dictionaryOf(kind); });
     return known == nullptr ? std::nullopt : known->number;
+}
+
+std::string_view aliasOf(std::string_view field) {
+    static const std::vector<TagListing> kRenamed = [] {
+        std::vector<TagListing> listings = listTags();
+        const auto isSame = [](const TagListing& listing) { return listing.alias.empty(); };
+        listings.erase(std::remove_if(listings.begin(), listings.end(), isSame), listings.end());
+        return listings;
+    }();
+    const auto renamed =
+        std::find_if(kRenamed.begin(), kRenamed.end(),
+                     [field](const TagListing& listing) { return listing.name == field; });
+    return renamed == kRenamed.end() ? std::string_view() : renamed->alias;
 }
 
 std::string complaintAboutField(std::string_view name) {

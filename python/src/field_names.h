@@ -18,6 +18,9 @@ namespace ifdsweep::python {
 /// none where no tag has it there.
 [[nodiscard]] std::optional<std::uint16_t> tagNamed(DirectoryKind kind, std::string_view name);
 
+/// The name that entries of a field have if it is another, as Length of Height; else empty.
+[[nodiscard]] std::string_view aliasOf(std::string_view field);
+
 /// What is wrong with the name of a field, such as "no field is named ISO, the field is
 /// ISOSpeedRatings"; empty where a record can have a field of that name.
 [[nodiscard]] std::string complaintAboutField(std::string_view name);

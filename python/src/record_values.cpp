@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "exact_values.h"
+#include "field_names.h"
 #include "objects.h"
 #include "texts.h"
 
@@ -127,6 +128,19 @@ private:
     std::uint32_t name;
 };
 
+/// The last entry that was not dropped and has this name, or none.
+std::uint32_t lastEntryNamed(const PackedFile& file, const PackedDirectoryRow& directory,
+                             std::uint32_t name) {
+    std::uint32_t found = kNoRow;
+    for (std::uint32_t row = directory.firstEntry; row != kNoRow; row = file.entries()[row].next) {
+        const PackedEntryRow& entry = file.entries()[row];
+        if (entry.name == name && name != kNoRow && entry.droppedBy == kNoRow) {
+            found = row;
+        }
+    }
+    return found;
+}
+
 }  // namespace
 
 nb::object recordValue(const FilePointer& file, const PackedValueRow& value,
@@ -137,14 +151,12 @@ nb::object recordValue(const FilePointer& file, const PackedValueRow& value,
 
 std::uint32_t entryByName(const PackedFile& file, const PackedDirectoryRow& directory,
                           std::uint32_t name) {
-    std::uint32_t found = kNoRow;
-    for (std::uint32_t row = directory.firstEntry; row != kNoRow; row = file.entries()[row].next) {
-        const PackedEntryRow& entry = file.entries()[row];
-        if (entry.name == name && entry.droppedBy == kNoRow) {
-            found = row;
-        }
+    const std::uint32_t found = lastEntryNamed(file, directory, name);
+    if (found != kNoRow || name == kNoRow) {
+        return found;
     }
-    return found;
+    const std::string_view alias = aliasOf(file.name(name));
+    return alias.empty() ? kNoRow : lastEntryNamed(file, directory, file.findName(alias));
 }
 
 }  // namespace ifdsweep::python

@@ -101,7 +101,8 @@ template <class Make>
 /// Text of system bytes as Python has it: what is no UTF-8 is escaped by surrogates.
 [[nodiscard]] nb::object pathText(std::string_view systemBytes);
 
-/// The last entry of that name in a directory that was not dropped; `kNoRow` for none.
+/// The last entry of a field in a directory that was not dropped; `kNoRow` for none.
+/// @param name of the field, or of the entry
 [[nodiscard]] std::uint32_t entryByName(const PackedFile& file, const PackedDirectoryRow& directory,
                                         std::uint32_t name);
 

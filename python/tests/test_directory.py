@@ -11,6 +11,7 @@ from designed_files import (
     BYTE,
     DOUBLE,
     EXIF,
+    FLOAT,
     IMAGE,
     LAYOUTS,
     LONG,
@@ -118,6 +119,10 @@ class TestValues:
         assert math.isnan(directory["YResolution"])
         assert repr(directory["WhitePoint"]) == "(0.5, 3.0)"
         assert repr(directory["SMinSampleValue"]) == "-0.0"
+
+    def test_are_floats_whatever_the_name_of_the_entry(self) -> None:
+        directory = _directory(Field(256, FLOAT, [64.0]), Field(257, FLOAT, [48.0]))
+        assert [repr(directory[name]) for name in ("Width", "Height")] == ["64.0", "48.0"]
 
     def test_are_integers_where_they_are_derived_or_defaults(self) -> None:
         assert repr(PHOTO["BitDepth"]) == "24"

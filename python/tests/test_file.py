@@ -14,6 +14,7 @@ import pytest
 from designed_files import (
     ASCII,
     DOUBLE,
+    FLOAT,
     IMAGE,
     LAYOUTS,
     LONG,
@@ -216,6 +217,10 @@ class TestAColumn:
         column = self._column([[Field(282, RATIONAL, [300, 1])]] * 2, "XResolution")
         assert column.dtype == np.float64
         assert column.tolist() == [300.0, 300.0]
+
+    def test_of_floating_point_is_float64_whatever_the_name_of_the_entry(self) -> None:
+        column = self._column([[Field(257, FLOAT, [48.0])]], "Height")
+        assert column.dtype == np.float64
 
     def test_of_defaults_and_derived_fields_is_int64(self) -> None:
         file = ifdsweep.read(tiff([IMAGE, IMAGE]))
