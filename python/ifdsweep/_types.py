@@ -1,24 +1,28 @@
 """Types of values, for annotations."""
 
 import os
+import sys
 from collections.abc import Mapping
-from typing import TYPE_CHECKING, Literal, Protocol, TypeAlias, Union
+from typing import TYPE_CHECKING, Any, Literal, Protocol, TypeAlias
 
+from ifdsweep._core import Directory
+
+# Whoever asks for the types of a function while it runs needs them without names that only type
+# checkers look up: values in values are Any then.
 if TYPE_CHECKING:
-    from typing_extensions import Buffer  # in collections.abc from Python 3.12 on
+    from typing_extensions import Buffer
 
-    from ifdsweep._core import Directory
+    _Inner: TypeAlias = "Value"
+else:
+    _Inner = Any
+    if sys.version_info >= (3, 12):
+        from collections.abc import Buffer
+    else:
+        Buffer = bytes | bytearray | memoryview  # and all others with a buffer
 
-Value: TypeAlias = Union[
-    None,
-    int,
-    float,
-    str,
-    bytes,
-    "Directory",
-    Mapping[str, "Value"],
-    tuple["Value", ...],
-]
+Value: TypeAlias = (
+    None | int | float | str | bytes | Directory | Mapping[str, _Inner] | tuple[_Inner, ...]
+)
 """The value of a field: several are a tuple, rows of them a tuple of tuples."""
 
 EntryValue: TypeAlias = None | int | float | str | bytes | tuple[int | float | tuple[int, int], ...]
@@ -35,5 +39,5 @@ class BinaryFile(Protocol):
         """Bytes from its position."""
 
 
-Source: TypeAlias = Union[str, "os.PathLike[str]", "os.PathLike[bytes]", "Buffer", BinaryFile]
+Source: TypeAlias = str | os.PathLike[str] | os.PathLike[bytes] | Buffer | BinaryFile
 """What can be read: a path, the content itself, a binary file object."""

@@ -5,6 +5,7 @@ import datetime
 import os
 import pickle
 import re
+import typing
 from collections.abc import Sequence
 from pathlib import Path
 from typing import Any
@@ -334,3 +335,14 @@ def test_tags_are_all_names_that_fields_have() -> None:
     assert {tag.dictionary for tag in tags} == {"record", "TIFF", "GPS", "Interoperability"}
     assert [tag.name for tag in tags if tag.number == 259] == ["Compression"]
     assert all((tag.number is None) == (tag.dictionary == "record") for tag in tags)
+
+
+def test_types_can_be_asked_for_while_a_program_runs() -> None:
+    def show(value: ifdsweep.Value, source: ifdsweep.Source) -> ifdsweep.Status:
+        raise NotImplementedError
+
+    hints = typing.get_type_hints(show)
+    assert {int, str, ifdsweep.Directory} <= set(typing.get_args(hints["value"]))
+    assert {str, os.PathLike[str]} <= set(typing.get_args(hints["source"]))
+    for function in (ifdsweep.read, ifdsweep.scan):
+        assert typing.get_type_hints(function).keys() >= {"return", "tags", "read_budget"}
