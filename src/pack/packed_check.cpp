@@ -1,6 +1,7 @@
 #include "pack/packed_check.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -283,8 +284,8 @@ bool Check::streamsAreSound() noexcept {
         const bool isSound =
             std::max(stream.container.size, stream.name.size) <= kLongestStreamName &&
             takeRun(stream.container) && takeRun(stream.name) && takeRun(stream.found) &&
-            stream.kind < kKinds && stream.isEmbedded <= 1 && takeMessages(stream) &&
-            takeDirectories(stream, number) && takeEntries(stream) &&
+            std::isfinite(stream.initialOffset) && stream.kind < kKinds && stream.isEmbedded <= 1 &&
+            takeMessages(stream) && takeDirectories(stream, number) && takeEntries(stream) &&
             (stream.records == kNoRow || takeRecords(stream.records));
         if (!isSound) {
             return false;

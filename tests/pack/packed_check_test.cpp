@@ -9,6 +9,7 @@
 #include <cstring>
 #include <functional>
 #include <iterator>
+#include <limits>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -194,6 +195,10 @@ const std::vector<Damage> kDamages{
          failed.records = later.records;
          later.records = kNoRow;
      }},
+    {"AStreamAtNoNumber", set<PackedStreamRow, &PackedStreamRow::initialOffset>(
+                              PackedTable::streams, 0, std::numeric_limits<double>::quiet_NaN())},
+    {"AStreamAtInfinity", set<PackedStreamRow, &PackedStreamRow::initialOffset>(
+                              PackedTable::streams, 0, std::numeric_limits<double>::infinity())},
     {"ADirectoryAboveItself",
      set<PackedDirectoryRow, &PackedDirectoryRow::parent>(PackedTable::directories, 1, 1)},
     {"ADirectoryBelowOneThatEnded",
