@@ -5,6 +5,7 @@
 #include <bitset>
 #include <cmath>
 #include <string>
+#include <utility>
 
 #include "text/hidden_characters.h"
 #include "text/natural_text.h"
@@ -116,57 +117,58 @@ bool isTextAlone(std::u16string_view bytes) {
     return !bytes.empty() && !holdsSeveralTexts(bytes) && looksLikeText(bytes) && isUtf8(bytes);
 }
 
-void appendBytes(Output& output, std::u16string_view bytes, const TextLimits& limits) {
-    appendTerminalTexts(output, bytes, TextOrigin::tag, limits);
-}
-
-void appendUnits(Output& output, std::u16string_view units, const TextLimits& limits) {
-    appendTerminalTexts(output, units, TextForm::utf16, limits);
-}
-
 }  // namespace
 
-bool presentCodedText(Output& output, const PresentedField& field, const PresenterParameter&) {
+std::optional<DecodedText> decodeCodedText(std::u16string_view bytes, CodePresence presence) {
     constexpr std::size_t kCodeSize = 8;
     constexpr std::u16string_view kAscii{u"ASCII\0\0\0", kCodeSize};
     constexpr std::u16string_view kUnicode{u"UNICODE\0", kCodeSize};
     constexpr std::u16string_view kJis{u"JIS\0\0\0\0\0", kCodeSize};
     constexpr std::u16string_view kUndefined{u"\0\0\0\0\0\0\0\0", kCodeSize};
-    const auto bytes = bytesOf(field.value);
-    if (!bytes) {
-        return false;
-    }
-    const std::u16string_view all(*bytes);
-    const std::u16string_view code = all.substr(0, kCodeSize);
-    const std::u16string_view text = all.substr(code.size());
+    const auto textOf = [](std::u16string_view units) {
+        return DecodedText{std::u16string(units), textForm(units, TextOrigin::tag)};
+    };
+    const std::u16string_view code = bytes.substr(0, kCodeSize);
+    const std::u16string_view text = bytes.substr(code.size());
     if (code == kUnicode) {
-        const auto units = utf16Text(text);
-        if (units) {
-            appendUnits(output, *units, field.limits);
-        }
-        return units.has_value();
+        auto units = utf16Text(text);
+        return units ? std::optional(DecodedText{std::move(*units), TextForm::utf16})
+                     : std::nullopt;
     }
     if (code == kAscii || (code == kUndefined && looksLikeText(text))) {
-        appendBytes(output, text, field.limits);
-        return true;
+        return textOf(text);
     }
     // Some writers leave the code out.
-    const bool isWithoutCode =
-        code != kJis && field.value.kind() == ValueKind::Double && isTextAlone(all);
-    if (isWithoutCode) {
-        appendBytes(output, all, field.limits);
+    return presence == CodePresence::optional && code != kJis && isTextAlone(bytes)
+               ? std::optional(textOf(bytes))
+               : std::nullopt;
+}
+
+std::optional<DecodedText> decodeUtf16Bytes(std::u16string_view bytes) {
+    auto units = unitsOf(bytes, ByteOrder::lowFirst);
+    return units ? std::optional(DecodedText{std::move(*units), TextForm::utf16}) : std::nullopt;
+}
+
+bool presentCodedText(Output& output, const PresentedField& field, const PresenterParameter&) {
+    const auto bytes = bytesOf(field.value);
+    const auto text = bytes ? decodeCodedText(*bytes, field.value.kind() == ValueKind::Double
+                                                          ? CodePresence::optional
+                                                          : CodePresence::required)
+                            : std::nullopt;
+    if (text) {
+        appendTerminalTexts(output, text->units, text->form, field.limits);
     }
-    return isWithoutCode;
+    return text.has_value();
 }
 
 bool presentUtf16Text(Output& output, const PresentedField& field, const PresenterParameter&) {
     const bool areNumbers = field.value.kind() == ValueKind::Double;
     const auto bytes = areNumbers ? bytesOf(field.value) : std::nullopt;
-    const auto units = bytes ? unitsOf(*bytes, ByteOrder::lowFirst) : std::nullopt;
-    if (units) {
-        appendUnits(output, *units, field.limits);
+    const auto text = bytes ? decodeUtf16Bytes(*bytes) : std::nullopt;
+    if (text) {
+        appendTerminalTexts(output, text->units, text->form, field.limits);
     }
-    return units.has_value();
+    return text.has_value();
 }
 
 }  // namespace ifdsweep

@@ -1,6 +1,8 @@
 #include "present/gps.h"
 
+#include <array>
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
 
 #include "present/coded_words.h"
@@ -11,16 +13,15 @@ namespace {
 
 constexpr std::string_view kDegree = "\u00B0";
 
+/// How many of each part make one of the first.
+constexpr std::array<double, 3> kUnits{1, 60, 3600};
+
 /// Degrees, minutes and seconds, or hours: three numbers of which the last two are below 60.
 std::span<const double> sexagesimal(const Value& value, double most) {
     const std::span<const double> parts = finiteNumbers(value);
-    const bool isPlausible = parts.size() == 3 && parts[0] >= 0 && parts[0] <= most &&
-                             parts[1] >= 0 && parts[1] < 60 && parts[2] >= 0 && parts[2] < 60;
-    return isPlausible ? parts : std::span<const double>();
-}
-
-double degreesOf(std::span<const double> parts) {
-    return parts[0] + parts[1] / 60 + parts[2] / 3600;
+    return parts.size() == kUnits.size() && sexagesimalNumber(parts, most)
+               ? parts
+               : std::span<const double>();
 }
 
 /// Appends whole degrees and minutes, and the seconds to a hundredth: 30 centimetres.
@@ -54,16 +55,33 @@ void appendTwoDigits(Output& output, double number) {
 
 }  // namespace
 
+std::optional<double> sexagesimalNumber(std::span<const double> parts, double most) {
+    if (parts.empty() || parts.size() > kUnits.size()) {
+        return std::nullopt;
+    }
+    double number = 0;
+    for (std::size_t part = 0; part < parts.size(); ++part) {
+        const bool isInRange =
+            parts[part] >= 0 && (part == 0 ? parts[part] <= most : parts[part] < 60);
+        if (!isInRange) {
+            return std::nullopt;
+        }
+        number += parts[part] / kUnits[part];
+    }
+    return number;
+}
+
 bool presentPosition(Output& output, const PresentedField& field,
                      const PresenterParameter& reference) {
     constexpr int kPlaces = 6;  // of a degree: 11 centimetres
     const std::string_view direction = wordsOf(field.sibling(reference.sibling), reference.texts);
     const bool isLatitude = reference.texts.front().text == "N";
-    const std::span<const double> parts = sexagesimal(field.value, isLatitude ? 90 : 180);
+    const double most = isLatitude ? 90 : 180;
+    const std::span<const double> parts = sexagesimal(field.value, most);
     if (parts.empty()) {
         return false;
     }
-    const double degrees = degreesOf(parts);
+    const double degrees = sexagesimalNumber(parts, most).value_or(0);
     const double signedDegrees =
         direction == reference.texts.back().words && degrees != 0 ? -degrees : degrees;
     if (field.limits.digits) {

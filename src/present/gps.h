@@ -3,9 +3,17 @@
 // GPS: positions, heights, times, directions and speeds, with what the field beside them says of
 // them. Presenters (see presenter.h), by Exif 2.32 (CIPA DC-008-2019), 4.6.6.
 
+#include <optional>
+#include <span>
+
 #include "present/presenter.h"
 
 namespace ifdsweep {
+
+/// Degrees, minutes and seconds, or hours, minutes and seconds, as degrees or hours. The last parts
+/// may be absent. None unless the first is at most `most`, the others are below 60, and none is
+/// negative or NaN.
+[[nodiscard]] std::optional<double> sexagesimalNumber(std::span<const double> parts, double most);
 
 /// A latitude or longitude, by the field with its direction: `51° 30' 40.12" N (51.511144)`. The
 /// parameter's rows are the directions: north or east first, which is positive.

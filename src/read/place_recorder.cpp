@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "read/directory_path.h"
-
 namespace ifdsweep {
 namespace {
 
@@ -17,16 +15,21 @@ constexpr std::uint64_t kUncountedLength = 64;
 }  // namespace
 
 std::string pathOf(const DirectoryFacts& directory) {
-    std::string path;
-    if (directory.parent != nullptr) {
-        std::string name(directory.pointerName);
+    std::string path = directory.parent != nullptr ? pathOf(*directory.parent) : std::string();
+    appendStep(directory, path);
+    return path;
+}
+
+void appendStep(const DirectoryFacts& directory, std::string& path) {
+    if (!path.empty()) {
+        path.append("/").append(directory.pointerName);
         // Other pointers lead to one chain; what more of them hold is told and not shown.
         if (directory.pointerTag == kSubIfds || directory.chainIndex > 0) {
-            name += '[' + std::to_string(directory.chainIndex) + ']';
+            path.append("[").append(std::to_string(directory.chainIndex)).append("]");
         }
-        path = childPath(pathOf(*directory.parent), name);
+        path += '/';
     }
-    return childPath(path, std::to_string(directory.index));
+    path.append(std::to_string(directory.index));
 }
 
 void countShown(HostParts& host, std::uint64_t length) {

@@ -19,6 +19,11 @@ namespace ifdsweep {
 /// The way to a directory as the text format prints it, such as `0/SubIFDs[1]/0`.
 [[nodiscard]] std::string pathOf(const DirectoryFacts& directory);
 
+/// Appends to the way to a directory's parent how it goes on to the directory.
+/// @param directory its parent is not looked at
+/// @param path empty in the primary chain
+void appendStep(const DirectoryFacts& directory, std::string& path);
+
 /// Counts a text that is shown, such as a path, against the budget of values, as far as it is
 /// longer than what an entry or a warning counts of itself.
 void countShown(HostParts& host, std::uint64_t length);
