@@ -339,6 +339,8 @@ void makeSeeds(const fs::path& folder, std::span<char*> samples) {
     }
     SeedFolder packed(folder / "packed_file");
     addPacked(packed, filesToPack());
+    SeedFolder tables(folder / "table");
+    addPacked(tables, filesToPack());
     SeedFolder names(folder / "file_names");
     addNames(names);
     SeedFolder messages(folder / "worker_answer");

@@ -158,10 +158,6 @@ void appendStored(Output& output, const EntryFacts& entry) {
 
 }  // namespace
 
-std::string_view fieldTypeName(std::uint16_t code) noexcept {
-    return code < kTypes.size() ? kTypes[code].name : std::string_view();
-}
-
 std::string_view kindName(DirectoryKind kind) noexcept {
     return kKindNames[static_cast<std::size_t>(kind)];
 }

@@ -4,7 +4,6 @@
 // the names in it. Plain functions over an Output of the caller, which throw its OutputError; any
 // thread.
 
-#include <cstdint>
 #include <string_view>
 
 #include "ifdsweep/entry_sink.h"
@@ -12,9 +11,6 @@
 #include "io/output.h"
 
 namespace ifdsweep {
-
-/// The name of a field type of TIFF 6.0 or BigTIFF by its code, such as "SHORT"; empty for none.
-[[nodiscard]] std::string_view fieldTypeName(std::uint16_t code) noexcept;
 
 /// What a directory describes, in a word.
 [[nodiscard]] std::string_view kindName(DirectoryKind kind) noexcept;
