@@ -19,6 +19,7 @@
 #include <vector>
 
 #include "ifdsweep/read.h"
+#include "ifdsweep/table_layout.h"
 #include "ifdsweep/value.h"
 
 namespace ifdsweep {
@@ -57,6 +58,10 @@ struct WriteOptions {
     std::size_t lineWidth = 0;           ///< of text, in columns; 0: lines are not broken
     std::vector<std::string> columns{};  ///< of CSV; fields that text shows; empty: all
     TableRows rows = TableRows::directory;
+    /// CSV is a table of typed columns, the same ones for whatever files (docs/columns.md), in
+    /// place of one of fields; `columns`, `rows` and `tellStreams` do not count.
+    std::optional<Layout> table{};
+    std::optional<std::uint64_t> longestValue{};  ///< in bytes, of such a table; none: 64 KiB
     /// Rows of CSV, but for rows of files, tell of which stream they are; a line of ndjson is a
     /// stream and not a file. To be set where all streams are read (`ReadOptions::streams`).
     bool tellStreams = false;

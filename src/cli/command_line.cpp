@@ -91,6 +91,7 @@ void addOutputOptions(OptionBinder& bind, OutputChoice& output, std::optional<Ta
     };
     bind.wordFor<TableRows>("--rows", askForRows);
     bind.flag("--nested", [askForRows] { askForRows(TableRows::nested); });
+    bind.wordFor<Layout>("--layout", [&output](Layout layout) { output.table = layout; });
     bind.flag("--raw-cells", output.rawCells, true);
     bind.value("--shorten", "a number from 1 on or all", [&output](const std::string& text) {
         output.shorten = text == "all" ? 0 : parseCount(text);
@@ -180,6 +181,7 @@ std::string_view combinationComplaint(const RunOptions& options) {
          "--resume goes without the image -: whether it has changed cannot be told"},
         {output.layout != JsonLayout::filePerLine && !isJson,
          "--compact and --pretty go with --format json"},
+        {output.table && !isCsv, "--layout goes with --format csv"},
         {output.rawCells && !isCsv, "--raw-cells goes with --format csv"},
         {output.shorten && !isText, "--shorten goes with --format text"},
         {output.allDirectories && !isText, "--all-directories goes with --format text"},
@@ -239,6 +241,10 @@ std::string_view wordOf(TableRows rows) {
     return wordAt("--rows", rows);
 }
 
+std::string_view wordOf(Layout layout) {
+    return wordAt("--layout", layout);
+}
+
 std::string_view wordOf(WarningDetail detail) {
     return wordAt("--warnings", detail);
 }
@@ -295,6 +301,9 @@ CommandLine parseCommandLine(int argumentCount, const char* const* arguments,
         }
         if (complaint.empty()) {
             complaint = settleTable(result.options.output, askedRows);
+        }
+        if (result.options.output.table) {
+            result.options.output.longestValue = result.options.read.longestValue;
         }
         result.options.output.tellStreams = result.options.read.streams == StreamChoice::all;
         if (!result.options.read.longestValue && result.options.read.reading == ReadingMode::full) {

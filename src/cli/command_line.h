@@ -16,6 +16,7 @@ namespace ifdsweep {
 /// The words of the command line for them.
 [[nodiscard]] std::string_view wordOf(Format format);
 [[nodiscard]] std::string_view wordOf(TableRows rows);
+[[nodiscard]] std::string_view wordOf(Layout layout);
 [[nodiscard]] std::string_view wordOf(WarningDetail detail);
 [[nodiscard]] std::string_view wordOf(StreamChoice streams);
 [[nodiscard]] std::string_view wordOf(ReadingMode reading);

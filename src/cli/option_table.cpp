@@ -43,6 +43,10 @@ constexpr OptionWord kRowsWords[]{{"directory", "a directory of the primary chai
                                    "directory has of each field (default with --tags of\n"
                                    "Exif, GPS or Interoperability fields)"},
                                   {"nested", "a directory, nested ones too"}};
+constexpr OptionWord kLayoutWords[]{{"files", "a file"},
+                                    {"images", "a directory that describes an image"},
+                                    {"tags", "an entry of any directory"},
+                                    {"warnings", "a warning or error"}};
 constexpr OptionWord kDetailWords[]{{"each"}, {"count"}, {"none"}};
 constexpr OptionWord kColourWords[]{{"auto"}, {"always"}, {"never"}};
 // Words stand in the order of the enumerations that they are the words of.
@@ -50,6 +54,7 @@ static_assert(std::size(kFormatWords) == static_cast<std::size_t>(Format::packed
 static_assert(std::size(kReadingWords) == static_cast<std::size_t>(ReadingMode::contract) + 1);
 static_assert(std::size(kStreamWords) == static_cast<std::size_t>(StreamChoice::all) + 1);
 static_assert(std::size(kRowsWords) == static_cast<std::size_t>(TableRows::nested) + 1);
+static_assert(std::size(kLayoutWords) == static_cast<std::size_t>(Layout::warnings) + 1);
 static_assert(std::size(kDetailWords) == static_cast<std::size_t>(WarningDetail::none) + 1);
 static_assert(std::size(kColourWords) == static_cast<std::size_t>(ColourChoice::never) + 1);
 constexpr OptionWord kUnlimitedWord[]{{"unlimited"}};
@@ -87,6 +92,7 @@ constexpr std::array kOptions{
     OptionRow{"--tags", "NAME,...", "only these fields, in this order: names in any case\n(see --list-tags), numbers (270, 0x10e) or\npatterns (gps*), in nested records too; others are\nneither read nor checked", kOutput, ValueCompletion::tag, kNoWords, kRepeatable, "-t"},
     OptionRow{"--rows", "ROWS", "csv: what a row is", kOutput, ValueCompletion::words, kRowsWords},
     OptionRow{"--nested", "", "csv: another name of --rows nested", kOutput, ValueCompletion::none},
+    OptionRow{"--layout", "TABLE", "csv: a table of typed columns, the same for whatever\nfiles; what a row is", kOutput, ValueCompletion::words, kLayoutWords},
     OptionRow{"--raw-cells", "", "csv: text as it is in files and pipes, not made safe for\nspreadsheets and terminals", kOutput, ValueCompletion::none},
     OptionRow{"--shorten", "N", "text: show N values of an array, 16 N characters of a\ntext, or \"all\" (default: 16)", kOutput, ValueCompletion::words, kAllWord},
     OptionRow{"--digits", "N", "text: at most N significant digits of a number that is no\ninteger, 1 to 17, or \"all\" (default: 6)", kOutput, ValueCompletion::words, kAllWord},

@@ -37,6 +37,10 @@ std::optional<std::string> offsetText(const ReadOptions& read) {
     return read.offset ? std::optional(numberText(*read.offset)) : std::nullopt;
 }
 
+std::optional<std::string> tableText(const OutputChoice& output) {
+    return output.table ? std::optional(std::string(wordOf(*output.table))) : std::nullopt;
+}
+
 /// A limit in bytes; absent for the one that goes without saying.
 std::optional<std::string> limitText(const std::optional<std::uint64_t>& limit) {
     if (!limit) {
@@ -131,6 +135,7 @@ std::vector<std::string> describeRun(const RunOptions& options) {
                                      layoutPhrase(output.layout),
                                      valuePhrase("--tags", tagText(output)),
                                      "--rows " + std::string(wordOf(output.rows)),
+                                     valuePhrase("--layout", tableText(output)),
                                      flagPhrase("--raw-cells", output.rawCells),
                                      flagPhrase("--color always", hasColoursAlways(options)),
                                      flagPhrase("--all-directories", output.allDirectories),

@@ -37,6 +37,9 @@ std::string settleTable(OutputChoice& output, std::optional<TableRows> askedRows
     if (output.format != Format::csv) {
         return askedRows ? "--rows and --nested go with --format csv" : "";
     }
+    if (output.table) {
+        return askedRows ? "--layout and --rows exclude each other" : "";
+    }
     const FieldPlaces places;
     const bool hadFields = !output.fields.empty();
     std::string complaint;

@@ -72,6 +72,17 @@ void takeRead(Unpacker& bytes, ReadOptions& choice) {
     choice.check = bytes.flag();
 }
 
+void putLayout(std::string& bytes, const std::optional<Layout>& layout) {
+    putChoice(bytes, layout.has_value());
+    putChoice(bytes, layout.value_or(Layout::files));
+}
+
+std::optional<Layout> takeLayout(Unpacker& bytes) {
+    const bool isThere = bytes.flag();
+    const Layout layout = bytes.choice(isThere ? Layout::warnings : Layout::files);
+    return isThere ? std::optional(layout) : std::nullopt;
+}
+
 void putField(std::string& bytes, const ChosenField& field) {
     const auto& [name, unknownId, byPattern] = field;  // how it was asked for is settled by then
     packed::putText(bytes, name);
@@ -92,7 +103,8 @@ ChosenField takeField(Unpacker& bytes) {
 
 void putOutput(std::string& bytes, const OutputChoice& choice) {
     const auto& [format, layout, toTerminal, lineWidth, fields, shorten, digits, splitTexts, rows,
-                 tellStreams, rawCells, allDirectories, warnings, ignored] = choice;
+                 table, longestValue, tellStreams, rawCells, allDirectories, warnings, ignored] =
+        choice;
     putChoice(bytes, format);
     putChoice(bytes, layout);
     putChoice(bytes, toTerminal);
@@ -105,6 +117,8 @@ void putOutput(std::string& bytes, const OutputChoice& choice) {
     putOptional(bytes, digits);
     putChoice(bytes, splitTexts);
     putChoice(bytes, rows);
+    putLayout(bytes, table);
+    putOptional(bytes, longestValue);
     putChoice(bytes, tellStreams);
     putChoice(bytes, rawCells);
     putChoice(bytes, allDirectories);
@@ -127,6 +141,8 @@ void takeOutput(Unpacker& bytes, OutputChoice& choice) {
     choice.digits = takeOptional(bytes);
     choice.splitTexts = bytes.flag();
     choice.rows = bytes.choice(TableRows::nested);
+    choice.table = takeLayout(bytes);
+    choice.longestValue = takeOptional(bytes);
     choice.tellStreams = bytes.flag();
     choice.rawCells = bytes.flag();
     choice.allDirectories = bytes.flag();

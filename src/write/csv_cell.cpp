@@ -8,6 +8,12 @@
 
 namespace ifdsweep {
 
+CellText cellTextOf(const WriteOptions& options) {
+    return !options.rawCells     ? CellText::safe
+           : options.forTerminal ? CellText::escaped
+                                 : CellText::asItIs;
+}
+
 void appendQuoted(std::string& line, std::string_view cell) {
     const bool endsEarly = std::any_of(cell.begin(), cell.end(), [](char character) {
         return character == ',' || character == '"' || character == '\r' || character == '\n';

@@ -13,6 +13,7 @@
 #include <string>
 #include <string_view>
 
+#include "ifdsweep/write.h"
 #include "io/output.h"
 #include "values/value.h"
 #include "write/text_value.h"
@@ -26,6 +27,9 @@ enum class CellText : std::uint8_t {
     asItIs,
 };
 
+/// What becomes of text by the settings of a table.
+[[nodiscard]] CellText cellTextOf(const WriteOptions& options);
+
 /// Appends a cell as it is, between quotes when it holds what would end it.
 void appendQuoted(std::string& line, std::string_view cell);
 
@@ -34,10 +38,22 @@ public:
     explicit CsvCell(CellText cellText)
         : text(cellText),
           plainText(cellText == CellText::asItIs ? PlainText::asItIs : PlainText::escaped),
-          rendered(renderedText) {}
+          rendered(renderedText) {
+        rendered.setForTerminal(cellText != CellText::asItIs);
+    }
 
     /// The cell of a text in UTF-8, such as a file name; valid until the next call, as the other.
     [[nodiscard]] std::string_view ofText(std::string_view bytes);
+
+    /// The cell of what a function appends, which has no text of the file but in JSON.
+    /// @param append called with an Output
+    template <class Append>
+    [[nodiscard]] std::string_view ofRendered(Append&& append) {
+        renderedText.text.clear();
+        append(rendered);
+        rendered.flush();
+        return quoted();
+    }
 
     /// The cell of a value; empty where there is nothing to show.
     /// @param field its name

@@ -12,12 +12,6 @@ namespace {
 
 constexpr std::string_view kLineEnd = "\r\n";
 
-CellText cellTextOf(const WriteOptions& options) {
-    return !options.rawCells     ? CellText::safe
-           : options.forTerminal ? CellText::escaped
-                                 : CellText::asItIs;
-}
-
 }  // namespace
 
 std::string csvHeader(const std::vector<std::string>& columns, const WriteOptions& options) {

@@ -2,6 +2,7 @@
 
 #include "pack/packed_stream.h"
 #include "write/csv_writer.h"
+#include "write/table_writer.h"
 
 namespace ifdsweep {
 
@@ -13,6 +14,9 @@ Frame frameOf(const WriteOptions& options) {
         case Format::text:
             return {"", "", "\n", ""};
         case Format::csv:
+            if (options.table) {
+                return {tableHeader(*options.table), "", "", ""};
+            }
             return {options.columns.empty() ? "" : csvHeader(options.columns, options), "", "", ""};
         case Format::packed:
             return {std::string(kPackedStreamHead), "", "", ""};

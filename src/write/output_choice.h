@@ -25,6 +25,8 @@ struct OutputChoice {
     std::optional<std::uint64_t> digits;   ///< significant, of a number in text; 0: all
     bool splitTexts = false;               ///< several texts of a tag are an array in JSON
     TableRows rows = TableRows::directory;
+    std::optional<Layout> table;                ///< a table of typed columns
+    std::optional<std::uint64_t> longestValue;  ///< of such a table
     bool tellStreams = false;  ///< all streams are read: rows say of which they are
     bool rawCells = false;
     bool allDirectories = false;  ///< text shows equal directories each
@@ -32,7 +34,9 @@ struct OutputChoice {
     std::vector<std::string> ignored;  ///< full message ids
 
     /// Whether the columns of a table are known only after the last file.
-    [[nodiscard]] bool hasOpenColumns() const { return format == Format::csv && fields.empty(); }
+    [[nodiscard]] bool hasOpenColumns() const {
+        return format == Format::csv && !table && fields.empty();
+    }
 };
 
 }  // namespace ifdsweep

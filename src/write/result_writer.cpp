@@ -5,6 +5,7 @@
 #include "write/json_writer.h"
 #include "write/ndjson_writer.h"
 #include "write/packed_writer.h"
+#include "write/table_writer.h"
 #include "write/text_writer.h"
 #include "write/typed_writer.h"
 
@@ -22,6 +23,9 @@ std::unique_ptr<ResultWriter> makeResultWriter(const WriteOptions& options, Outp
         case Format::typed:
             return std::make_unique<TypedWriter>(output);
         case Format::csv:
+            if (options.table) {
+                return std::make_unique<TableWriter>(output, options);
+            }
             return std::make_unique<CsvWriter>(output, options);
         case Format::facts:
             return std::make_unique<FactsWriter>(output);

@@ -25,7 +25,8 @@ private:
 };
 
 std::optional<WaitingRows> waitingRowsOf(const WriteOptions& options) {
-    const bool areColumnsOpen = options.format == Format::csv && options.columns.empty();
+    const bool areColumnsOpen =
+        options.format == Format::csv && !options.table && options.columns.empty();
     return areColumnsOpen ? std::optional<WaitingRows>(std::in_place, options) : std::nullopt;
 }
 

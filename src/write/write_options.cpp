@@ -20,6 +20,8 @@ WriteOptions writeOptions(const OutputChoice& choice, Colour colour) {
     options.layout = choice.layout;
     options.colour = colour;
     options.rows = choice.rows;
+    options.table = choice.table;
+    options.longestValue = choice.longestValue;
     options.tellStreams = choice.tellStreams;
     options.rawCells = choice.rawCells;
     options.allDirectories = choice.allDirectories;

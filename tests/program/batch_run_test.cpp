@@ -60,6 +60,7 @@ TEST_F(BatchRuns, TheNumberOfJobsChangesNoByte) {
         {"--format", "csv", "--nested", "--tags", "Width,ExposureTime,50000"},
         {"--format", "csv", "--tags", "Width,ExposureTime,50000"},
         {"--format", "csv", "--rows", "file"},
+        {"--format", "csv", "--layout", "images"},
         {"--format", "text", "--warnings", "count"}};
     for (const auto& format : formats) {
         const Ending one = run(format + std::vector<std::string>{"--jobs", "1", "many", "none"});

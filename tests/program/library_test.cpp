@@ -24,6 +24,7 @@ namespace fs = std::filesystem;
 
 using ifdsweep::Format;
 using ifdsweep::JsonLayout;
+using ifdsweep::Layout;
 using ifdsweep::TableRows;
 using ifdsweep::WriteOptions;
 
@@ -46,6 +47,8 @@ const std::vector<Way> kWays{
     {{"--format", "csv", "--nested"}, {.format = Format::csv, .rows = TableRows::nested}},
     {{"--format", "csv", "--rows", "file"}, {.format = Format::csv, .rows = TableRows::file}},
     {{"--format", "csv", "--raw-cells"}, {.format = Format::csv, .rawCells = true}},
+    {{"--format", "csv", "--layout", "files"}, {.format = Format::csv, .table = Layout::files}},
+    {{"--format", "csv", "--layout", "tags"}, {.format = Format::csv, .table = Layout::tags}},
     {{"--format", "csv", "--streams", "all"}, {.format = Format::csv, .tellStreams = true}},
     {{"--format", "ndjson", "--streams", "all"}, {.format = Format::ndjson, .tellStreams = true}},
     {{"--format", "csv", "--tags", "Width,Height"},
@@ -62,6 +65,7 @@ std::string written(const WriteOptions& options, const std::vector<std::string>&
         ifdsweep::ReadOptions asked;
         asked.streams =
             options.tellStreams ? ifdsweep::StreamChoice::all : ifdsweep::StreamChoice::first;
+        asked.sink = writer.listenerFor(file);
         writer.write(ifdsweep::read(host, file, asked));
     }
     writer.end();

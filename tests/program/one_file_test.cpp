@@ -35,6 +35,7 @@ const std::vector<std::vector<std::string>> kWays{
     {"--format", "csv"},
     {"--format", "csv", "--tags", "Width,Height"},
     {"--format", "csv", "--rows", "file"},
+    {"--format", "csv", "--layout", "tags"},
     {"--format", "csv", "--tags", "Width,FNumber"},
 };
 

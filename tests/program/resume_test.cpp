@@ -254,6 +254,8 @@ TEST_F(ResumedRuns, AnotherRunIsRefused) {
          "--rows directory, now --rows file"},
         {{"--format", "csv", "--tags", "Width", "--max", "1", "--raw-cells"},
          "no --raw-cells, now --raw-cells"},
+        {{"--format", "csv", "--tags", "Width", "--max", "1", "--layout", "tags"},
+         "no --layout, now --layout tags"},
         {{"--format", "csv", "--tags", "Width", "--max", "1", "--offset", "8"},
          "no --offset, now --offset 8"},
         {{"--format", "csv", "--tags", "Width", "--max", "1", "--streams", "all"},

@@ -41,6 +41,8 @@ ifdsweep::WorkerSetup usualSetup() {
     output.digits = 9;
     output.splitTexts = true;
     output.rows = ifdsweep::TableRows::nested;
+    output.table = ifdsweep::Layout::tags;
+    output.longestValue = 600;
     output.tellStreams = true;
     output.rawCells = true;
     output.allDirectories = true;
@@ -89,6 +91,8 @@ TEST(WorkerMessages, ASetupComesBack) {
     EXPECT_EQ(output.digits, 9U);
     EXPECT_TRUE(output.splitTexts);
     EXPECT_EQ(output.rows, ifdsweep::TableRows::nested);
+    EXPECT_EQ(output.table, ifdsweep::Layout::tags);
+    EXPECT_EQ(output.longestValue, 600U);
     EXPECT_TRUE(output.tellStreams);
     EXPECT_TRUE(output.rawCells);
     EXPECT_TRUE(output.allDirectories);
@@ -108,6 +112,8 @@ TEST(WorkerMessages, ASetupOfDefaultsComesBack) {
     EXPECT_FALSE(back->task.output.shorten);
     EXPECT_FALSE(back->task.output.digits);
     EXPECT_FALSE(back->task.output.splitTexts);
+    EXPECT_FALSE(back->task.output.table);
+    EXPECT_FALSE(back->task.output.longestValue);
     EXPECT_EQ(ifdsweep::packSetup(*back), message);
 }
 
