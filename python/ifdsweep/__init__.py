@@ -9,6 +9,7 @@
 """
 
 from ifdsweep import _core
+from ifdsweep._columns import Batch, Batches, Column, Columns, Schema, schema, table
 from ifdsweep._core import (
     Directory,
     Entry,
@@ -26,6 +27,10 @@ from ifdsweep._types import EntryValue, Source, Status, Value
 __version__ = _core.VERSION
 
 __all__ = [
+    "Batch",
+    "Batches",
+    "Column",
+    "Columns",
     "Directory",
     "Entry",
     "EntryValue",
@@ -33,6 +38,7 @@ __all__ = [
     "Message",
     "ReadError",
     "Scan",
+    "Schema",
     "Source",
     "Status",
     "Stream",
@@ -42,5 +48,7 @@ __all__ = [
     "explain",
     "read",
     "scan",
+    "schema",
+    "table",
     "tags",
 ]

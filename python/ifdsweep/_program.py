@@ -76,6 +76,13 @@ class ProgramScan:
             with self._take(size) as block:
                 return _core.parse_packed(block)
 
+    def is_ready(self, seconds: float) -> bool:
+        """Waits so long at most; whether the next file, or the end, comes at once or nearly so."""
+        if os.getpid() != self._owner:
+            return True
+        with self._reading:
+            return self._is_closed or self._has_block() or self._program.has_output(seconds)
+
     def close(self) -> None:
         """Ends the program, and so the waiting of a thread for a file."""
         if os.getpid() != self._owner:
@@ -106,6 +113,11 @@ class ProgramScan:
                 raise RuntimeError("the program is of another version than the package")
         self._is_begun = True
         return True
+
+    def _has_block(self) -> bool:
+        head = self._buffer[self._begin : self._begin + _SIZE_BYTES]
+        size = _SIZE_BYTES + int.from_bytes(head, "little")
+        return self._is_begun and len(self._buffer) - self._begin >= size
 
     def _fill(self, size: int) -> bool:
         """Reads until so many bytes can be taken; False where the output ends before."""
@@ -157,13 +169,17 @@ class _Program:
         self._both.register(self._messages, select.POLLIN)
 
     def read(self) -> bytes:
-        """Waits for output; empty at its end. Takes note of messages meanwhile."""
-        while True:
-            ready = {descriptor for descriptor, _ in self._both.poll()}
-            if self._messages.fileno() in ready and not self._take_messages():
-                self._both.unregister(self._messages)
-            if self._output.fileno() in ready:
-                return self._output.read(_PIPE_SIZE) or b""
+        """Waits for output; empty at its end."""
+        while not self.has_output(None):
+            pass
+        return self._output.read(_PIPE_SIZE) or b""
+
+    def has_output(self, seconds: float | None) -> bool:
+        """Waits so long at most for output or its end, and takes note of messages meanwhile."""
+        ready = {fd for fd, _ in self._both.poll(None if seconds is None else seconds * 1000)}
+        if self._messages.fileno() in ready and not self._take_messages():
+            self._both.unregister(self._messages)
+        return self._output.fileno() in ready
 
     def ask_to_end(self) -> None:
         self._signal(signal.SIGTERM, os.kill)
@@ -257,5 +273,9 @@ def _spawn(program: Path, arguments: Sequence[bytes], streams: tuple[int, int, i
 
 def _ending(status: int | None) -> str:
     if status is None or status < 0:
-        return f"was ended by {signal.Signals(-(status or -signal.SIGKILL)).name}"
+        number = -status if status else signal.SIGKILL
+        try:
+            return f"was ended by {signal.Signals(number).name}"
+        except ValueError:  # most signals of real time have no name
+            return f"was ended by signal {number}"
     return f"ended with status {status}"

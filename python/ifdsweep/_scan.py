@@ -5,19 +5,76 @@ import operator
 import os
 from collections.abc import Iterable, Iterator, Mapping
 from types import TracebackType
-from typing import Literal, Protocol, Self, TypeAlias
+from typing import TYPE_CHECKING, Any, Literal, NamedTuple, Protocol, Self, TypeAlias, TypedDict
 
 from ifdsweep import _core
 from ifdsweep._core import File
+
+if TYPE_CHECKING:
+    from ifdsweep._program import ProgramScan
 
 AnyPath: TypeAlias = str | bytes | os.PathLike[str] | os.PathLike[bytes]
 
 _MOST_THREADS = 1024
 
 
-class _Files(Protocol):
+class FileArguments(TypedDict, total=False):
+    """The arguments of a scan behind its paths, but for the longest value."""
+
+    recursive: bool
+    include: str | Iterable[str]
+    exclude: str | Iterable[str]
+    ignore_case: bool
+    all_files: bool
+    follow: bool
+    threads: int | None
+    ordered: bool
+    isolate: bool
+    timeout: float | None
+    memory: int | None
+    offset: int | None
+    first: int
+    max: int
+    tags: str | Iterable[str | int] | None
+    reading: Literal["full", "contract"]
+    read_budget: int | Literal["unlimited"] | None
+    value_budget: int | Literal["unlimited"] | None
+    streams: Literal["first", "all"]
+    check: bool
+
+
+class ScanArguments(FileArguments, total=False):
+    """The arguments of a scan behind its paths."""
+
+    max_value: int | None
+
+
+class Files(Protocol):
+    """Files that come one after the other, until there are no more or they are closed."""
+
     def __next__(self) -> File: ...
     def close(self) -> None: ...
+
+
+class Plan(NamedTuple):
+    """What a scan does, checked: it can be begun more than once."""
+
+    options: _core.ScanOptions
+    """For threads of this process."""
+    program: list[bytes] | None
+    """The arguments of the program that reads in its own processes."""
+    names: list[bytes]
+    """The paths, for the program."""
+
+    def begin(self) -> Files:
+        """Begins to read."""
+        return _core.ThreadScan(self.options) if self.program is None else self.begin_program()
+
+    def begin_program(self) -> "ProgramScan":
+        """Has the program begin."""
+        from ifdsweep._program import ProgramScan  # needed by few, and imports much
+
+        return ProgramScan(self.program or [], self.names)
 
 
 class Scan(Iterator[File]):
@@ -34,7 +91,7 @@ class Scan(Iterator[File]):
 
     __slots__ = ("_files",)
 
-    def __init__(self, files: _Files) -> None:
+    def __init__(self, files: Files) -> None:
         self._files = files
 
     def __iter__(self) -> Self:
@@ -117,26 +174,22 @@ def scan(
         FileNotFoundError: With `isolate`, if the program is not there.
         RuntimeError: From the scan, if the program ends before its work is done.
     """
-    flags = {
+    arguments: ScanArguments = {
         "recursive": recursive,
+        "include": include,
+        "exclude": exclude,
         "ignore_case": ignore_case,
         "all_files": all_files,
         "follow": follow,
+        "threads": threads,
         "ordered": ordered,
         "isolate": isolate,
-    }
-    for name, flag in flags.items():
-        if not isinstance(flag, bool):
-            raise TypeError(f"{name}: expected a bool, got {type(flag).__name__}")
-    del flags["isolate"]
-    limits = _limits(isolate, timeout, memory)
-    count = _cores() if threads is None else _whole("threads", threads, _MOST_THREADS)
-    patterns = {"include": _patterns("include", include), "exclude": _patterns("exclude", exclude)}
-    read_options = {
+        "timeout": timeout,
+        "memory": memory,
         "offset": offset,
         "first": first,
         "max": max,
-        "tags": _tags(tags),
+        "tags": tags,
         "max_value": max_value,
         "reading": reading,
         "read_budget": read_budget,
@@ -144,22 +197,56 @@ def scan(
         "streams": streams,
         "check": check,
     }
-    names = [] if isolate else _names(paths)
-    options = _core.scan_options(paths=names, threads=count, **flags, **patterns, **read_options)
+    return Scan(planned(paths, arguments).begin())
+
+
+def planned(paths: AnyPath | Iterable[AnyPath], arguments: ScanArguments) -> Plan:
+    """Checks all arguments of a scan. See `scan` for what it raises."""
+    given: dict[str, Any] = {**arguments}
+    flags = {name: given[name] for name in _FLAGS}
+    for name, flag in flags.items():
+        if not isinstance(flag, bool):
+            raise TypeError(f"{name}: expected a bool, got {type(flag).__name__}")
+    isolate = flags.pop("isolate")
+    limits = _limits(isolate, given["timeout"], given["memory"])
+    threads = given["threads"]
+    count = _cores() if threads is None else whole("threads", threads, _MOST_THREADS)
+    patterns = {name: _patterns(name, given[name]) for name in ("include", "exclude")}
+    read_options = {name: given[name] for name in _READ_ARGUMENTS}
+    read_options["tags"] = _tags(given["tags"])
+    names = _names(paths)
+    options = _core.scan_options(
+        paths=[] if isolate else names, threads=count, **flags, **patterns, **read_options
+    )
     if not isolate:
-        return Scan(_core.ThreadScan(options))
-    arguments = [
+        return Plan(options, None, [])
+    texts = [
         *_PROGRAM_OPTIONS,
         f"--jobs={count}",
         *limits,
-        *_flag_options({**flags, "check": check}),
-        *_pattern_options(patterns, ignore_case),
+        *_flag_options({**flags, "check": read_options["check"]}),
+        *_pattern_options(patterns, flags["ignore_case"]),
         *_read_options(read_options),
     ]
-    from ifdsweep._program import ProgramScan  # needed by few, and imports much
+    return Plan(options, [os.fsencode(text) for text in texts], names)
 
-    return Scan(ProgramScan([os.fsencode(argument) for argument in arguments], _names(paths)))
 
+# Arguments that are true or false.
+_FLAGS = ("recursive", "ignore_case", "all_files", "follow", "ordered", "isolate")
+
+# Arguments of a reading.
+_READ_ARGUMENTS = (
+    "offset",
+    "first",
+    "max",
+    "tags",
+    "max_value",
+    "reading",
+    "read_budget",
+    "value_budget",
+    "streams",
+    "check",
+)
 
 # What the program is asked for whatever is scanned.
 _PROGRAM_OPTIONS = ("--format=packed", "--quiet", "--no-progress", "--files-from=-", "--null")
@@ -196,10 +283,10 @@ def _cores() -> int:
     return min(len(os.sched_getaffinity(0)), _MOST_THREADS)
 
 
-def _whole(name: str, number: int, most: int) -> int:
+def whole(name: str, number: int, most: int, expected: str = "an int or None") -> int:
     """A whole number from 1 on."""
     if isinstance(number, bool) or not hasattr(number, "__index__"):
-        raise TypeError(f"{name}: expected an int or None, got {type(number).__name__}")
+        raise TypeError(f"{name}: expected {expected}, got {type(number).__name__}")
     whole = operator.index(number)
     if not 1 <= whole <= most:
         raise ValueError(f"{name}: expected 1 to {most}, got {whole}")
@@ -220,7 +307,7 @@ def _limits(isolate: bool, timeout: float | None, memory: int | None) -> list[st
             raise ValueError(f"timeout: expected a finite number above 0, got {timeout}")
         options.append(f"--timeout={timeout!r}")
     if memory is not None:
-        options.append(f"--memory={_whole('memory', memory, (1 << 64) - 1)}")
+        options.append(f"--memory={whole('memory', memory, (1 << 64) - 1)}")
     return options
 
 

@@ -8,6 +8,7 @@
 
 #include <nanobind/ndarray.h>
 
+#include "columns/entry_items.h"
 #include "exact_values.h"
 #include "places.h"
 #include "values.h"
@@ -52,7 +53,7 @@ private:
     void addInteger(const PackedValueRow& value, double number,
                     const PackedDirectoryRow& directory) {
         if (value.isOfEntry != 0) {
-            const auto integer = itemInteger(file, file.entries()[value.entry], 0);
+            const auto integer = EntryItems(file, file.entries()[value.entry]).integer(0);
             areIntegers = integer.has_value();
             integers.push_back(integer.value_or(0));
             return;

@@ -9,13 +9,13 @@
 
 #include <nanobind/stl/tuple.h>
 
+#include "columns/directory_paths.h"
 #include "exact_values.h"
 #include "field_names.h"
 #include "ifdsweep/tag_list.h"
 #include "objects.h"
 #include "pack/packed_layout.h"
 #include "places.h"
-#include "read/place_recorder.h"
 #include "read_options.h"
 #include "texts.h"
 #include "values.h"
@@ -221,7 +221,7 @@ bool areEqual(const Directory& one, const Directory& other) {
     const PackedDirectoryRow& left = one.row();
     const PackedDirectoryRow& right = other.row();
     return left.position == right.position && left.kind == right.kind &&
-           pathOf(*one.file, left) == pathOf(*other.file, right) &&
+           directoryPath(*one.file, left) == directoryPath(*other.file, right) &&
            entriesOf(one).equal(entriesOf(other)) && defaultsOf(one).equal(defaultsOf(other)) &&
            dictOf(one).equal(dictOf(other));
 }
@@ -229,7 +229,7 @@ bool areEqual(const Directory& one, const Directory& other) {
 std::size_t hashOf(const Directory& directory) {
     const PackedDirectoryRow& row = directory.row();
     return std::hash<std::uint64_t>()(row.position) ^
-           std::hash<std::string>()(pathOf(*directory.file, row));
+           std::hash<std::string>()(directoryPath(*directory.file, row));
 }
 
 /// "64 x 48 truecolor" of an image, as far as that is known; else the kind.
@@ -259,7 +259,7 @@ std::string representation(const Directory& directory) {
     forEachEntry(*directory.file, directory.row(), [&](std::uint32_t, const PackedEntryRow& entry) {
         count += entry.isDefault == 0;
     });
-    return "<Directory " + shownText(pathOf(*directory.file, directory.row())) + ": " +
+    return "<Directory " + shownText(directoryPath(*directory.file, directory.row())) + ": " +
            summaryOf(directory) + ", " + std::to_string(count) +
            (count == 1 ? " entry>" : " entries>");
 }
@@ -342,26 +342,6 @@ Equal directories stand in the same place and show the same.)";
 
 }  // namespace
 
-std::string pathOf(const PackedFile& file, const PackedDirectoryRow& directory) {
-    std::vector<const PackedDirectoryRow*> way{&directory};
-    while (way.back()->parent != kNoRow) {
-        way.push_back(&file.directories()[way.back()->parent]);
-    }
-    std::vector<DirectoryFacts> facts(way.size());
-    for (std::size_t depth = 0; depth < way.size(); ++depth) {
-        const PackedDirectoryRow& row = *way[way.size() - 1 - depth];
-        facts[depth] = {.kind = static_cast<DirectoryKind>(row.kind),
-                        .parent = depth == 0 ? nullptr : &facts[depth - 1],
-                        .pointerTag = row.pointerTag,
-                        .pointerName = file.name(row.pointerName),
-                        .chainIndex = row.chainIndex,
-                        .index = row.index,
-                        .position = row.position,
-                        .entryCount = row.entryCount};
-    }
-    return ifdsweep::pathOf(facts.back());
-}
-
 nb::object keyOf(const PackedFile& file, std::uint32_t name) {
     const std::string_view text = file.name(name);
     static const KnownKeys kKnown;
@@ -423,7 +403,7 @@ void addDirectoryType(nb::module_& module) {
         .def_prop_ro(
             "path",
             [](const Directory& directory) {
-                return utf8Str(pathOf(*directory.file, directory.row()));
+                return utf8Str(directoryPath(*directory.file, directory.row()));
             },
             nb::sig("def path(self) -> str"),
             "Its place among the directories, such as ``\"0/SubIFDs[1]/0\"``.")

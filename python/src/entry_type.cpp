@@ -8,6 +8,8 @@
 #include <nanobind/stl/optional.h>
 #include <nanobind/stl/string.h>
 
+#include "columns/directory_paths.h"
+#include "columns/entry_items.h"
 #include "exact_values.h"
 #include "objects.h"
 #include "pack/unpack.h"
@@ -122,7 +124,7 @@ nb::object dictOf(const Entry& entry) {
                         {.container = std::string(file.textOf(stream.container)),
                          .name = std::string(file.textOf(stream.name)),
                          .isEmbedded = stream.isEmbedded != 0});
-        appendDirectoryMembers(output, pathOf(file, directory),
+        appendDirectoryMembers(output, directoryPath(file, directory),
                                static_cast<DirectoryKind>(directory.kind));
         appendEntryMembers(output, entryFacts(file, row));
         output.append('}');

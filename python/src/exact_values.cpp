@@ -5,12 +5,11 @@
 #include <charconv>
 #include <cmath>
 #include <cstring>
-#include <optional>
 #include <string_view>
-#include <utility>
 
 #include <nanobind/ndarray.h>
 
+#include "pack/field_types.h"
 #include "text/number_text.h"
 #include "text/text_decoding.h"
 #include "texts.h"
@@ -75,16 +74,9 @@ struct TypeRow {
     void (*append)(std::string& text, const std::uint8_t* item) = nullptr;
     nb::dlpack::dtype dtype = nb::dtype<std::uint8_t>();
     std::size_t parts = 1;  ///< numbers in an item
-    double (*number)(const std::uint8_t* item) = nullptr;
-    std::optional<std::int64_t> (*integer)(const std::uint8_t* item) = nullptr;
     /// Of integers of at most 32 bits.
     nb::object (*list)(const std::uint8_t* items, std::size_t count) = nullptr;
 };
-
-template <class Number>
-double numberOf(const std::uint8_t* item) {
-    return static_cast<double>(itemAt<Number>(item));
-}
 
 /// A list of integers that are the same as doubles.
 template <class Integer>
@@ -95,17 +87,8 @@ nb::object integerList(const std::uint8_t* bytes, std::size_t count) {
 }
 
 template <class Integer>
-std::optional<std::int64_t> integerOf(const std::uint8_t* item) {
-    const auto integer = itemAt<Integer>(item);
-    return std::in_range<std::int64_t>(integer) ? std::optional(static_cast<std::int64_t>(integer))
-                                                : std::nullopt;
-}
-
-template <class Integer>
 constexpr TypeRow integerRow() {
-    TypeRow row{
-        sizeof(Integer),   integerObject<Integer>, appendItem<Integer>, nb::dtype<Integer>(), 1,
-        numberOf<Integer>, integerOf<Integer>};
+    TypeRow row{sizeof(Integer), integerObject<Integer>, appendItem<Integer>, nb::dtype<Integer>()};
     if constexpr (sizeof(Integer) <= sizeof(std::int32_t)) {
         row.list = integerList<Integer>;
     }
@@ -240,12 +223,12 @@ nb::object exactValue(const FilePointer& file, const PackedEntryRow& entry) {
 }
 
 bool hasIntegers(const PackedEntryRow& entry) {
-    return isThere(entry) && (entry.isDefault != 0 || typeOf(entry).integer != nullptr);
+    return isThere(entry) && (entry.isDefault != 0 || isIntegerType(entry.fieldType));
 }
 
 bool hasReals(const PackedEntryRow& entry) {
-    const TypeRow& type = typeOf(entry);
-    return entry.isDefault == 0 && type.object != nullptr && type.integer == nullptr;
+    return entry.isDefault == 0 && typeOf(entry).object != nullptr &&
+           !isIntegerType(entry.fieldType);
 }
 
 nb::object itemObject(const PackedFile& file, const PackedEntryRow& entry, std::size_t index) {
@@ -253,22 +236,9 @@ nb::object itemObject(const PackedFile& file, const PackedEntryRow& entry, std::
     return items.type.object(items.at(index));
 }
 
-double itemNumber(const PackedFile& file, const PackedEntryRow& entry, std::size_t index) {
-    const Items items(file, entry);
-    const auto number = items.type.number;
-    return number == nullptr ? std::nan("") : number(items.at(index));
-}
-
 nb::object integerListOf(const PackedFile& file, const PackedEntryRow& entry) {
     const Items items(file, entry);
     return items.type.list == nullptr ? nb::object() : items.type.list(items.at(0), items.count);
-}
-
-std::optional<std::int64_t> itemInteger(const PackedFile& file, const PackedEntryRow& entry,
-                                        std::size_t index) {
-    const Items items(file, entry);
-    const auto integer = items.type.integer;
-    return integer == nullptr ? std::nullopt : integer(items.at(index));
 }
 
 nb::object arrayOf(const FilePointer& file, const PackedEntryRow& entry) {

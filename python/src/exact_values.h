@@ -4,7 +4,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <span>
 #include <string>
 
@@ -26,15 +25,9 @@ namespace ifdsweep::python {
 /// Whether they are rationals or floating point numbers.
 [[nodiscard]] bool hasReals(const PackedEntryRow& entry);
 
-/// One item of an entry that has it, as an object (values.h: `exactValue`), as a double, and of an
-/// integer type as a signed number, unless it is too large.
+/// One item of an entry that has it (values.h: `exactValue`).
 [[nodiscard]] nb::object itemObject(const PackedFile& file, const PackedEntryRow& entry,
                                     std::size_t index);
-[[nodiscard]] double itemNumber(const PackedFile& file, const PackedEntryRow& entry,
-                                std::size_t index);
-[[nodiscard]] std::optional<std::int64_t> itemInteger(const PackedFile& file,
-                                                      const PackedEntryRow& entry,
-                                                      std::size_t index);
 
 /// The items of an entry of integers of at most 32 bits as a list; no object for other types.
 [[nodiscard]] nb::object integerListOf(const PackedFile& file, const PackedEntryRow& entry);

@@ -9,6 +9,9 @@
 //
 // Ownership: each holds a state of the thread that makes it. Threads: any.
 
+#include <atomic>
+#include <optional>
+
 #include <cxxabi.h>
 #include <unistd.h>
 
@@ -54,6 +57,48 @@ public:
 
 private:
     PyGILState_STATE state;
+};
+
+/// Whether this thread runs code of Python's, somewhere below; it may have the lock or not. A
+/// thread of a library's own need never ask for the lock.
+[[nodiscard]] inline bool isPythonThread() noexcept {
+    return PyGILState_GetThisThreadState() != nullptr;
+}
+
+/// Has let go of the lock while it lives, if this thread had it.
+class LockLeft {
+public:
+    LockLeft() {
+        if (isPythonThread()) {
+            taken.emplace();
+            released.emplace();
+        }
+    }
+
+private:
+    std::optional<LockTaken> taken;
+    std::optional<LockReleased> released;  ///< goes first
+};
+
+/// Has Python do what signals ask for, such as Ctrl-C, where it may. Throws what that raises.
+inline void checkSignals() {
+    if (!isPythonThread()) {
+        return;
+    }
+    const LockTaken lock;
+    if (staying([] { return PyErr_CheckSignals(); }) != 0) {
+        throw nb::python_error();
+    }
+}
+
+/// Whether the interpreter goes on: until the end of the program has begun.
+class Interpreter {
+public:
+    void end() noexcept { isRunning = false; }
+    [[nodiscard]] bool runs() const noexcept { return isRunning; }
+
+private:
+    std::atomic<bool> isRunning{true};
 };
 
 }  // namespace ifdsweep::python

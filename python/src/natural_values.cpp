@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+#include "columns/entry_items.h"
 #include "exact_values.h"
 #include "messages.h"
 #include "text/json_text.h"
@@ -66,8 +67,9 @@ nb::object naturalNumbers(const PackedFile& file, const PackedValueRow& value,
             list.is_valid()) {
             return list;
         }
+        const EntryItems items(file, entry);
         return naturalArray(array, [&](std::size_t index) {
-            return naturalNumber(itemNumber(file, entry, index));
+            return naturalNumber(items.number(index).value_or(0));
         });
     }
     const auto doubles = file.doublesOf(array);

@@ -107,5 +107,6 @@ void addEntryType(nb::module_& module);      // entry_type.cpp
 void addMessageType(nb::module_& module);    // message_type.cpp
 void addReadFunction(nb::module_& module);   // read_function.cpp
 void addScanType(nb::module_& module);       // scan_type.cpp
+void addTableType(nb::module_& module);      // table_type.cpp
 
 }  // namespace ifdsweep::python

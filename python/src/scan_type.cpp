@@ -1,23 +1,19 @@
 #include <algorithm>
 #include <cstddef>
-#include <cstdint>
 #include <functional>
 #include <iterator>
 #include <memory>
-#include <mutex>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include <nanobind/stl/string.h>
 #include <nanobind/stl/vector.h>
-#include <sys/types.h>
-#include <unistd.h>
 
 #include "interpreter_lock.h"
 #include "objects.h"
+#include "own_scan.h"
 #include "pack/packed_stream.h"
 #include "read_options.h"
 #include "scan/file_scan.h"
@@ -27,9 +23,6 @@ namespace ifdsweep::python {
 namespace {
 
 using Texts = std::vector<nb::bytes>;
-
-// How long Ctrl-C may go without notice.
-constexpr std::uint32_t kSlice = 50;  // milliseconds
 
 std::string textOf(const nb::bytes& bytes) {
     return {bytes.c_str(), bytes.size()};
@@ -96,34 +89,19 @@ ScanOptions scanOptions(const Texts& paths, bool recursive, const Texts& include
     return options;
 }
 
-/// A scan with threads, which its process alone has: in one that was forked from it, the copy is
-/// left as it is.
+/// A scan with threads that is begun at once.
 class ThreadScan {
 public:
-    explicit ThreadScan(const ScanOptions& options)
-        : process(::getpid()),
-          scan(std::make_unique<FileScan>(options).release(), [owner = process](FileScan* ended) {
-              std::unique_ptr<FileScan> owned(ended);
-              if (::getpid() != owner) {
-                  static_cast<void>(owned.release());
-                  return;
-              }
-              const LockReleased released;
-              owned.reset();
-          }) {}
+    explicit ThreadScan(const ScanOptions& options) : scan(options) { scan.begin(); }
     ThreadScan(const ThreadScan&) = delete;
     ThreadScan& operator=(const ThreadScan&) = delete;
     ~ThreadScan() { close(); }
 
     File next() {
-        if (isForked()) {
-            throw std::runtime_error("a scan is for the process that began it");
-        }
-        const std::shared_ptr<FileScan> open = current();
         std::optional<PackedFile> file;
-        FileScan::Wait wait = open ? open->next(file, 0) : FileScan::Wait::end;
+        FileScan::Wait wait = scan.next(file, 0);
         while (wait == FileScan::Wait::timeout) {
-            wait = waitFor(*open, file);
+            wait = waitFor(file);
         }
         if (wait == FileScan::Wait::end) {
             throw nb::stop_iteration();
@@ -131,34 +109,17 @@ public:
         return {std::make_shared<const PackedFile>(std::move(*file))};
     }
 
-    /// Ends the scan, also for who waits for a file, and gives up the files that are being read.
     void close() {
-        if (isForked()) {
-            return;
-        }
-        std::shared_ptr<FileScan> ended;
-        {
-            const std::lock_guard guard(lock);
-            ended = std::move(scan);
-        }
-        if (ended) {
-            ended->stop();
-        }
+        const LockReleased released;
+        scan.close();
     }
 
 private:
-    [[nodiscard]] bool isForked() const noexcept { return ::getpid() != process; }
-
-    std::shared_ptr<FileScan> current() {
-        const std::lock_guard guard(lock);
-        return scan;
-    }
-
-    static FileScan::Wait waitFor(FileScan& scan, std::optional<PackedFile>& file) {
+    FileScan::Wait waitFor(std::optional<PackedFile>& file) {
         FileScan::Wait wait = FileScan::Wait::timeout;
         {
             const LockReleased released;
-            wait = scan.next(file, kSlice);
+            wait = scan.next(file, OwnScan::kSlice);
         }
         if (wait == FileScan::Wait::timeout && PyErr_CheckSignals() != 0) {
             throw nb::python_error();
@@ -166,9 +127,7 @@ private:
         return wait;
     }
 
-    const pid_t process;
-    std::mutex lock;  ///< of the pointer
-    std::shared_ptr<FileScan> scan;
+    OwnScan scan;
 };
 
 /// What a buffer holds, as the file that it is packed from.

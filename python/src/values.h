@@ -106,7 +106,4 @@ template <class Make>
 [[nodiscard]] std::uint32_t entryByName(const PackedFile& file, const PackedDirectoryRow& directory,
                                         std::uint32_t name);
 
-/// Path of a directory, such as "0/SubIFDs[1]/0" (directory_type.cpp).
-[[nodiscard]] std::string pathOf(const PackedFile& file, const PackedDirectoryRow& directory);
-
 }  // namespace ifdsweep::python

@@ -331,6 +331,7 @@ class TestTheProgram:
             ("echo one >&2; echo two >&2; exit 2", "the program ended with status 2: two"),
             ("exit 0", "the program ended with status 0"),
             ("kill -9 $$", "the program was ended by SIGKILL"),
+            ("kill -40 $$", "the program was ended by signal 40"),
             ("echo something else", "the program is of another version than the package"),
             ("printf 'HEAD'; printf abc", "the program ended with status 0"),
             (
