@@ -1,6 +1,6 @@
 """Measures the package beside the C++ call and beside other readers of tags, in one run.
 
-    pip install './python[numpy,peers]'
+    pip install './python[numpy,peers]' pandas pyarrow
     python python/benchmarks/peers.py [--runs N] [--programs FOLDER] [--workloads FOLDER] [--write]
 
 `script/bench` makes the programs and the workloads that are measured with (docs/PERFORMANCE.md says
@@ -20,6 +20,7 @@ import re
 import statistics
 import subprocess
 import sys
+import tempfile
 import time
 import timeit
 from collections.abc import Callable, Iterable, Iterator
@@ -29,7 +30,9 @@ from typing import Any
 
 import exifread
 import numpy as np
+import pandas as pd
 import PIL.Image
+import pyarrow.parquet as pq
 import pyexiv2
 import tifffile
 
@@ -345,6 +348,85 @@ def columns(work: Workloads, runs: int) -> Iterator[Row]:
     yield Row("the C++ call, all tags read", milliseconds(times["call"]))
 
 
+# The columns of a table of photographs that people make by hand: the tag of each.
+BY_HAND = {
+    "Width": 256, "Height": 257, "Compression_code": 259, "Make": 271, "Model": 272,
+    "Orientation": 274, "XResolution": 282, "Software": 305, "DateTime": 306,
+}  # fmt: skip
+BY_HAND_OF_EXIF = ("ExposureTime", "FNumber", "FocalLength")
+
+
+def with_tifffile_and_pandas(paths: Iterable[str]) -> pd.DataFrame:
+    """A row of a dozen columns for each page."""
+    rows = []
+    for path in paths:
+        with tifffile.TiffFile(path) as file:
+            for page in file.pages:
+                assert isinstance(page, tifffile.TiffPage)
+                row: dict[str, Any] = {
+                    name: tag.value if (tag := page.tags.get(number)) else None
+                    for name, number in BY_HAND.items()
+                }
+                tag = page.tags.get(EXIF)
+                exif = tag.value if tag and isinstance(tag.value, dict) else {}
+                row |= {f"Exif_{name}": exif.get(name) for name in BY_HAND_OF_EXIF}
+                rows.append(
+                    {
+                        name: value[0] / value[1]
+                        if isinstance(value, tuple) and value[1]
+                        else value
+                        for name, value in row.items()
+                    }
+                )
+    return pd.DataFrame(rows)
+
+
+def tables(work: Workloads, runs: int) -> Iterator[Row]:
+    """W2 as tables of typed columns, beside the C++ call and a table that is made by hand."""
+    dozen = [*BY_HAND, *(f"Exif_{name}" for name in BY_HAND_OF_EXIF)]
+
+    def made(layout: Any, **arguments: Any) -> Callable[[], float]:
+        return lambda: timed(
+            lambda: exhaust(ifdsweep.table(work.many, layout, **arguments).batches())
+        )
+
+    def frame() -> pd.DataFrame:
+        return ifdsweep.table(work.many, "images", columns=dozen).to_pandas()
+
+    with tempfile.TemporaryDirectory() as folder:
+        path = Path(folder) / "images.parquet"
+        images = ifdsweep.table(work.many, "images")
+        times = medians(
+            runs,
+            {
+                "call": lambda: work.call(work.many, "--full"),
+                "images": made("images"),
+                "images, 1": made("images", threads=1),
+                "tags": made("tags"),
+                "tags, 1": made("tags", threads=1),
+                "pandas": lambda: timed(frame),
+                "by hand": lambda: timed(lambda: with_tifffile_and_pandas(work.many)),
+                "parquet": lambda: timed(lambda: images.write_parquet(path)),
+            },
+        )
+        size = path.stat().st_size
+        photographs = pq.read_metadata(path).num_rows
+    call = times["call"]
+    yield _speed("W2, `table()`, `images`, as many threads as cores", times["images"], call, 0.8)
+    yield _speed("the same, `threads=1`", times["images, 1"], call)
+    yield _speed("`table()`, `tags`, as many threads as cores", times["tags"], call, 0.8)
+    yield _speed("the same, `threads=1`", times["tags, 1"], call)
+    ratio = times["by hand"] / times["pandas"]
+    yield Row("a dozen columns of `images`, `to_pandas()`",
+              f"{milliseconds(times['pandas'])}: {ratio:.1f} × tifffile")  # fmt: skip
+    yield Row("tifffile and pandas, the same columns by hand", milliseconds(times["by hand"]))
+    rate = f"{size / 1e6:.1f} MB, {size / times['parquet'] / 1e6:.1f} MB/s"
+    yield Row("`images`, `write_parquet()`", f"{milliseconds(times['parquet'])}: {rate}")
+    bytes_each = size / photographs
+    yield Row("bytes of Parquet for a row of `images`", f"{bytes_each:.0f} B", "≤ 250 B",
+              bytes_each <= 250)  # fmt: skip
+
+
 def imports(runs: int) -> Iterator[Row]:
     """The import, in processes of its own."""
     code = (
@@ -405,7 +487,7 @@ def main() -> None:
     ]
     print("\n".join(lines))
     parts = [imports(runs), scans(work, runs), dicts(work, runs), accesses(work, runs)]
-    for rows in [*parts, arrays(work, runs), columns(work, runs)]:
+    for rows in [*parts, arrays(work, runs), columns(work, runs), tables(work, runs)]:
         for row in rows:
             print(row, flush=True)
             lines.append(str(row))
