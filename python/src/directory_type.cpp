@@ -298,10 +298,15 @@ private:
     /// Where a name is, or would be.
     [[nodiscard]] std::size_t placeOf(std::string_view name) const {
         std::size_t place = static_cast<std::size_t>(hashOfName(name)) % kRows;
-        while (rows[place].key != nullptr && rows[place].name != name) {
+        while (rows[place].key != nullptr && !isNamed(rows[place], name)) {
             place = (place + 1) % kRows;
         }
         return place;
+    }
+
+    [[nodiscard]] static bool isNamed(const Row& row, std::string_view name) {
+        return row.name.size() == name.size() &&
+               areSameBytes(row.name.data(), name.data(), name.size());
     }
 
     static constexpr std::size_t kRows = 2048;  // several times as many as there are names

@@ -16,17 +16,8 @@
 namespace ifdsweep::python {
 namespace {
 
-/// A number as its digits in the JSON are read back: whole where they have no point and no power.
-nb::object naturalNumber(double number) {
-    if (number > -kExactIntegers && number < kExactIntegers) {
-        const auto whole = static_cast<std::int64_t>(number);
-        if (static_cast<double>(whole) == number && (whole != 0 || !std::signbit(number))) {
-            return made(PyLong_FromLongLong(whole));
-        }
-    }
-    if (!std::isfinite(number)) {
-        return nb::none();
-    }
+/// A whole number whose digits may be followed by a power.
+nb::object largeNumber(double number) {
     std::array<char, kNumberRoom + 1> text{};
     const std::string_view digits(
         text.data(), static_cast<std::size_t>(formatFinite(text.data(), number) - text.data()));
@@ -35,6 +26,17 @@ nb::object naturalNumber(double number) {
     }
     constexpr int kDecimal = 10;
     return made(PyLong_FromString(text.data(), nullptr, kDecimal));
+}
+
+/// A number as its digits in the JSON are read back: whole where they have no point and no power.
+nb::object naturalNumber(double number) {
+    if (number > -kExactIntegers && number < kExactIntegers) {
+        const auto whole = static_cast<std::int64_t>(number);
+        const bool isWhole =
+            static_cast<double>(whole) == number && (whole != 0 || !std::signbit(number));
+        return made(isWhole ? PyLong_FromLongLong(whole) : PyFloat_FromDouble(number));
+    }
+    return std::isfinite(number) ? largeNumber(number) : nb::none();
 }
 
 nb::object base64Object(std::span<const std::uint8_t> bytes) {

@@ -1,5 +1,6 @@
 #include "texts.h"
 
+#include <algorithm>
 #include <array>
 
 #include "text/terminal_text.h"
@@ -22,6 +23,17 @@ struct Utf8Collector {
     std::string text;
 };
 
+/// A text of ASCII; one that is short, as nearly all are, without a request for memory of its own.
+nb::str asciiStr(std::u16string_view units) {
+    std::array<char, 128> few;
+    if (units.size() > few.size()) {
+        return strOf(std::string(units.begin(), units.end()));
+    }
+    const auto end = std::transform(units.begin(), units.end(), few.begin(),
+                                    [](char16_t unit) { return static_cast<char>(unit); });
+    return strOf({few.data(), static_cast<std::size_t>(end - few.begin())});
+}
+
 }  // namespace
 
 nb::str strOf(std::string_view utf8) {
@@ -39,7 +51,7 @@ nb::str utf8Str(std::string_view bytes) {
 
 nb::str naturalStr(std::u16string_view units, TextForm form) {
     if (form == TextForm::ascii) {  // as nearly always
-        return strOf(std::string(units.begin(), units.end()));
+        return asciiStr(units);
     }
     Utf8Collector collector;
     decodeNaturalText(units, form, collector);
