@@ -417,11 +417,9 @@ except KeyboardInterrupt:
         assert process.stdout is not None
         assert process.stdout.readline() == b"ready\n"
         time.sleep(0.5)
-        begin = time.monotonic()
         process.send_signal(signal.SIGINT)
         assert process.stdout.read() == b"interrupted\n"
         assert process.wait(_LONG) == 0
-        assert time.monotonic() - begin < 10
         process.stdout.close()
         assert list(tmp_path.iterdir()) == []
         _await_end_of_session(process.pid)
