@@ -21,7 +21,8 @@ namespace ifdsweep::python {
 
 namespace nb = nanobind;
 
-/// Calls what takes the interpreter's lock, or may let go of it for a while.
+/// Calls what takes the interpreter's lock, or may let go of it for a while. The call itself owns
+/// no object of Python's: it would let go of it without the lock when the thread is ended.
 template <class Call>
 auto staying(Call&& call) {
     try {

@@ -10,18 +10,18 @@ namespace {
 /// What a method returns, or nothing when it raised.
 template <class... Arguments>
 nb::object called(nb::handle object, const char* method, const Arguments&... arguments) {
-    return staying([&] {
-        const nb::str name(method);
-        return nb::steal(PyObject_CallMethodObjArgs(object.ptr(), name.ptr(), arguments.ptr()...,
-                                                    static_cast<PyObject*>(nullptr)));
-    });
+    const nb::str name(method);
+    return nb::steal(staying([&] {
+        return PyObject_CallMethodObjArgs(object.ptr(), name.ptr(), arguments.ptr()...,
+                                          static_cast<PyObject*>(nullptr));
+    }));
 }
 
 /// Closes an iterator; what it raises cannot be told to anyone, and what was raised before stays.
 void closeQuietly(nb::handle iterator) noexcept {
     const nb::error_scope before;
     if (!called(iterator, "close").is_valid()) {
-        PyErr_WriteUnraisable(iterator.ptr());
+        staying([&] { PyErr_WriteUnraisable(iterator.ptr()); });
     }
 }
 
@@ -60,7 +60,8 @@ IteratorFiles::~IteratorFiles() {
     const LockTaken lock;
     const nb::error_scope before;
     closeQuietly(iterator);
-    iterator.reset();
+    PyObject* const last = iterator.release().ptr();
+    staying([last] { Py_DECREF(last); });
 }
 
 FilePointer IteratorFiles::next(Clock::time_point deadline) {
