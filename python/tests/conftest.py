@@ -5,6 +5,7 @@ IFDSWEEP_PROGRAM another program than that of the wheel. With IFDSWEEP_HEAVY=1 t
 themselves do so a hundred times as often.
 """
 
+import gc
 import mmap
 import os
 import shutil
@@ -12,7 +13,7 @@ import signal
 import struct
 import subprocess
 import sysconfig
-from collections.abc import Iterator, Sequence
+from collections.abc import Callable, Iterator, Sequence
 from pathlib import Path
 from typing import Any
 
@@ -65,6 +66,24 @@ def entry_of(
 def resident_bytes() -> int:
     """Bytes of this process in memory."""
     return int(Path("/proc/self/statm").read_text().split()[1]) * mmap.PAGESIZE
+
+
+def grown_bytes(action: Callable[[], object], times: int) -> int:
+    """How many bytes of memory a number of calls leave behind, once the allocators are warm.
+
+    What is lost at each call is lost in both halves; what an allocator takes now and then is not.
+    """
+
+    def grown_by(calls: int) -> int:
+        before = resident_bytes()
+        for _ in range(calls):
+            action()
+        gc.collect()
+        return resident_bytes() - before
+
+    grown_by(max(times // 5, 1))
+    half = max(times // 2, 1)
+    return 2 * min(grown_by(half), grown_by(half))
 
 
 class Program:

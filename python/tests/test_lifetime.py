@@ -7,13 +7,12 @@ import mmap
 import pickle
 import sys
 import threading
-from collections.abc import Callable
 from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
 import numpy as np
 import pytest
-from conftest import repetitions, resident_bytes, sample_files
+from conftest import grown_bytes, repetitions, sample_files
 from designed_files import IMAGE, LAYOUTS, LONG8, PHOTOGRAPH, Field, jpeg, png, tiff
 
 import ifdsweep
@@ -21,18 +20,6 @@ import ifdsweep
 PHOTO = tiff([PHOTOGRAPH, IMAGE])
 OFFSETS = np.arange(8, 8 + 3 * 50_000, 3, dtype=np.uint64)
 SLIDE = tiff([[Field(324, LONG8, OFFSETS.tolist())]], LAYOUTS[2])
-
-
-def _grown(action: Callable[[], object], times: int) -> int:
-    """How many bytes of memory a number of calls leave behind, once the allocators are warm."""
-    for _ in range(times // 10):
-        action()
-    gc.collect()
-    before = resident_bytes()
-    for _ in range(times):
-        action()
-    gc.collect()
-    return resident_bytes() - before
 
 
 class TestWhatIsHeldStays:
@@ -151,7 +138,7 @@ class TestWhatIsReadIsLetGo:
             for _ in range(100):
                 directory.array("TileOffsets")
 
-        assert _grown(hold_and_drop, 100) < 1 << 20
+        assert grown_bytes(hold_and_drop, 100) < 1 << 20
 
 
 @pytest.mark.memory
@@ -161,20 +148,20 @@ class TestMemoryDoesNotGrow:
     times = repetitions(100_000, 1_000_000)
 
     def test_of_reading_bytes(self) -> None:
-        assert _grown(lambda: ifdsweep.read(PHOTO), self.times) < 1 << 20
+        assert grown_bytes(lambda: ifdsweep.read(PHOTO), self.times) < 1 << 20
 
     def test_of_reading_what_cannot_be_read(self) -> None:
-        assert _grown(lambda: ifdsweep.read(b"no image"), self.times) < 1 << 20
+        assert grown_bytes(lambda: ifdsweep.read(b"no image"), self.times) < 1 << 20
 
     def test_of_reading_with_warnings(self) -> None:
         damaged = PHOTO[:-60]
         assert ifdsweep.read(damaged).warnings
-        assert _grown(lambda: ifdsweep.read(damaged).warnings[-1].text, self.times) < 1 << 20
+        assert grown_bytes(lambda: ifdsweep.read(damaged).warnings[-1].text, self.times) < 1 << 20
 
     def test_of_reading_containers(self) -> None:
         for content in (jpeg(PHOTO), png(PHOTO, PHOTO)):
             action = lambda content=content: ifdsweep.read(content, streams="all")  # noqa: E731
-            assert _grown(action, self.times // 10) < 1 << 20
+            assert grown_bytes(action, self.times // 10) < 1 << 20
 
     def test_of_asking_for_directories_and_fields(self) -> None:
         file = ifdsweep.read(PHOTO)
@@ -183,7 +170,7 @@ class TestMemoryDoesNotGrow:
             directory = file[0]
             return directory["Compression"], directory.Make, directory.exif, directory.code("XMP")
 
-        assert _grown(ask, self.times) < 1 << 20
+        assert grown_bytes(ask, self.times) < 1 << 20
 
     def test_of_asking_for_entries_and_values(self) -> None:
         directory = ifdsweep.read(PHOTO)[0]
@@ -192,7 +179,7 @@ class TestMemoryDoesNotGrow:
             entries = directory.entries
             return [entry.value for entry in entries], entries[1].array()
 
-        assert _grown(ask, self.times // 10) < 1 << 20
+        assert grown_bytes(ask, self.times // 10) < 1 << 20
 
     def test_of_dicts_texts_and_pickles(self) -> None:
         file = ifdsweep.read(PHOTO)
@@ -200,7 +187,7 @@ class TestMemoryDoesNotGrow:
         def ask() -> object:
             return file.to_dict(), file.to_json(), file.to_facts(), pickle.loads(pickle.dumps(file))
 
-        assert _grown(ask, self.times // 10) < 1 << 20
+        assert grown_bytes(ask, self.times // 10) < 1 << 20
 
     def test_of_objects_and_references(self) -> None:
         file = ifdsweep.read(PHOTO)

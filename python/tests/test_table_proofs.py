@@ -1,10 +1,9 @@
 """What tables promise as a whole: that they hold what records hold, that columns do not depend on
 files, and that memory does not grow."""
 
-import gc
 import itertools
 from collections import defaultdict
-from collections.abc import Callable, Iterator, Sequence
+from collections.abc import Iterator, Sequence
 from pathlib import Path
 from typing import Any, NamedTuple
 
@@ -14,7 +13,7 @@ import polars as pl
 import pyarrow as pa
 import pyarrow.dataset as ds
 import pytest
-from conftest import corpus_files, repetitions, resident_bytes, sample_files
+from conftest import corpus_files, grown_bytes, repetitions, sample_files
 from designed_files import designed_files, mutate
 from rebuilt_records import SIZES, Directory, Row, directories, rebuilt_records
 
@@ -270,7 +269,7 @@ class TestMemoryDoesNotGrow:
             assert taken.num_rows == len(batch)
             assert pa.schema(batch) == taken.schema
 
-        assert _grown(export, self.times // 4) < 1 << 20
+        assert grown_bytes(export, self.times // 4) < 1 << 20
 
     def test_of_streams(self, tmp_path: Path) -> None:
         """Read to the end, left after a batch, and never asked for anything."""
@@ -288,16 +287,4 @@ class TestMemoryDoesNotGrow:
             else:
                 assert reader.read_all().num_rows > 4
 
-        assert _grown(export, self.times // 4) < 1 << 20
-
-
-def _grown(action: Callable[[], object], times: int) -> int:
-    """How many bytes of memory a number of calls leave behind, once the allocators are warm."""
-    for _ in range(times // 10):
-        action()
-    gc.collect()
-    before = resident_bytes()
-    for _ in range(times):
-        action()
-    gc.collect()
-    return resident_bytes() - before
+        assert grown_bytes(export, self.times // 4) < 1 << 20

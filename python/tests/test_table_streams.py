@@ -20,7 +20,7 @@ import nanoarrow as na
 import polars as pl
 import pyarrow as pa
 import pytest
-from conftest import corpus_files, repetitions, resident_bytes, sample_files
+from conftest import corpus_files, grown_bytes, repetitions, resident_bytes, sample_files
 from designed_files import ASCII, SHORT, Field, tiff
 
 from ifdsweep import Batch, _program, schema, table
@@ -483,14 +483,17 @@ class TestMemoryDoesNotGrow:
                 batch.__arrow_c_array__()
                 batch.to_numpy()
 
-        assert _grown(take, repetitions(500, 50_000)) < 4 << 20
+        assert grown_bytes(take, repetitions(500, 50_000)) < 4 << 20
 
     def test_of_arrays_given_away(self) -> None:
         (batch,) = table(sample_files(), columns="all").batches()
-        assert _grown(lambda: batch.__arrow_c_array__()[0], repetitions(2_000, 1_000_000)) < 1 << 20
+        assert (
+            grown_bytes(lambda: batch.__arrow_c_array__()[0], repetitions(2_000, 1_000_000))
+            < 1 << 20
+        )
 
     def test_of_schemas(self) -> None:
-        assert _grown(lambda: schema("images", "all"), repetitions(500, 50_000)) < 2 << 20
+        assert grown_bytes(lambda: schema("images", "all"), repetitions(500, 50_000)) < 2 << 20
 
     def test_is_bounded_by_the_batches_whatever_the_files(self, tmp_path: Path) -> None:
         for number in range(20):
@@ -504,15 +507,3 @@ class TestMemoryDoesNotGrow:
             before = before or resident_bytes()
         assert rows == 120_000
         assert resident_bytes() - before < 64 << 20
-
-
-def _grown(action: Callable[[], object], times: int) -> int:
-    """How many bytes of memory a number of calls leave behind, once the allocators are warm."""
-    for _ in range(max(times // 5, 1)):
-        action()
-    gc.collect()
-    before = resident_bytes()
-    for _ in range(times):
-        action()
-    gc.collect()
-    return resident_bytes() - before
