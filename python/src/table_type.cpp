@@ -1,9 +1,12 @@
 #include <algorithm>
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -16,9 +19,12 @@
 #include <nanobind/stl/vector.h>
 
 #include "column_values.h"
+#include "columns/tables_reader.h"
+#include "interpreter_lock.h"
 #include "objects.h"
 #include "read/image_signature.h"
 #include "read_options.h"
+#include "table_files.h"
 #include "table_scan.h"
 #include "texts.h"
 #include "values.h"
@@ -152,6 +158,117 @@ void addBatch(nb::module_& module) {
             "The values of a column.");
 }
 
+/// The batches of several tables while their files are read, once, for threads of Python's.
+class TablesScan {
+public:
+    TablesScan(std::vector<SchemaPointer> tableSchemas, std::vector<std::string> filePaths,
+               std::unique_ptr<TableFiles> tableFiles, const BatchLimits& batchLimits,
+               const FillLimits& fillLimits)
+        : schemas(std::move(tableSchemas)),
+          paths(std::move(filePaths)),
+          files(std::move(tableFiles)),
+          reader(
+              schemasOf(schemas), [this] { return nextFile(); }, batchLimits, fillLimits) {}
+
+    nb::object next() {
+        std::optional<ifdsweep::TableBatch> batch = read();
+        if (!batch) {
+            return nb::none();
+        }
+        return nb::make_tuple(batch->table,
+                              Batch{schemas[batch->table],
+                                    std::make_shared<const ColumnBatch>(std::move(batch->rows))});
+    }
+
+    void close() noexcept {
+        wasClosed = true;
+        files->stop();
+    }
+
+private:
+    static std::vector<TableSchema> schemasOf(const std::vector<SchemaPointer>& pointers) {
+        std::vector<TableSchema> copies;
+        copies.reserve(pointers.size());
+        for (const SchemaPointer& schema : pointers) {
+            copies.push_back(*schema);
+        }
+        return copies;
+    }
+
+    std::optional<ifdsweep::TableBatch> read() {
+        const LockReleased released;
+        const std::lock_guard guard(lock);
+        return wasClosed ? std::nullopt : reader.next();
+    }
+
+    /// The next file, numbered by the place of its path.
+    std::optional<NumberedFile> nextFile() {
+        FilePointer file = files->next(TableFiles::Clock::time_point::max());
+        if (!file) {
+            return std::nullopt;
+        }
+        const std::string_view path = file->textOf(file->file().path);
+        while (place < paths.size() && paths[place] != path) {
+            ++place;
+        }
+        return NumberedFile{std::move(file), static_cast<std::int64_t>(place++)};
+    }
+
+    const std::vector<SchemaPointer> schemas;
+    const std::vector<std::string> paths;
+    const std::unique_ptr<TableFiles> files;
+    std::mutex lock;  ///< of the members below
+    TablesReader reader;
+    std::size_t place = 0;  ///< of the path that is looked for
+    std::atomic<bool> wasClosed{false};
+};
+
+/// @param iterator gives the files; None: threads read them
+std::shared_ptr<TablesScan> tablesScan(std::vector<SchemaPointer> schemas,
+                                       const std::vector<nb::bytes>& paths, ScanOptions options,
+                                       const nb::object& iterator,
+                                       const std::shared_ptr<const Interpreter>& interpreter,
+                                       std::size_t batchRows, std::size_t batchBytes,
+                                       std::optional<std::uint64_t> maxValue, bool rest) {
+    std::vector<std::string> names;
+    names.reserve(paths.size());
+    for (const nb::bytes& path : paths) {
+        names.emplace_back(path.c_str(), path.size());
+    }
+    std::unique_ptr<TableFiles> files;
+    if (iterator.is_none()) {
+        options.input.paths = names;
+        options.input.foundBefore = true;
+        files = std::make_unique<ThreadFiles>(std::move(options));
+    } else {
+        files = std::make_unique<IteratorFiles>(iterator, interpreter);
+    }
+    FillLimits limits = fillLimits(maxValue);
+    if (rest) {
+        limits.held = std::make_shared<std::vector<bool>>();
+    }
+    return std::make_shared<TablesScan>(std::move(schemas), std::move(names), std::move(files),
+                                        BatchLimits{batchRows, batchBytes}, limits);
+}
+
+void addSeveral(nb::module_& module) {
+    nb::class_<TablesScan>(module, "TablesScan",
+                           "The batches of several tables while their files are read.")
+        .def("next", &TablesScan::next, nb::sig("def next(self) -> tuple[int, TableBatch] | None"),
+             "The next rows, and the place of their table among the schemas; None at the end.")
+        .def("close", &TablesScan::close, "Ends the scan, also for who waits.");
+    module.def(
+        "several_tables", tablesScan, nb::arg("schemas"), nb::arg("paths"), nb::arg("options"),
+        nb::arg("iterator").none(), nb::arg("interpreter"), nb::kw_only(), nb::arg("batch_rows"),
+        nb::arg("batch_bytes"), nb::arg("max_value").none(), nb::arg("rest"),
+        nb::sig("def several_tables(schemas: list[TableSchema], paths: list[bytes], options: "
+                "ScanOptions, iterator: object | None, interpreter: Interpreter, *, batch_rows: "
+                "int, batch_bytes: int, max_value: int | None, rest: bool) -> TablesScan"),
+        "Several tables of files that were found in folders before, read once, by threads or an "
+        "iterator. A `file_id` is the place of the path. With `rest`, `tags` has what `images`, "
+        "which stands before, does not hold.");
+}
+
 void addScan(nb::module_& module) {
     nb::class_<Interpreter>(module, "Interpreter", "Whether the interpreter goes on.")
         .def(nb::init<>())
@@ -204,6 +321,7 @@ void addTableType(nb::module_& module) {
     addSchema(module);
     addBatch(module);
     addScan(module);
+    addSeveral(module);
     module.attr("LONGEST_SIGNATURE") = kLongestSignature;
     module.def(
         "is_image",

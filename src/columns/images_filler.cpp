@@ -112,6 +112,7 @@ private:
     void appendUnknown(const PackedEntryRow& entry, FillLimits& room);
     void chooseEntries(const PackedDirectoryRow& directory, const Family& family);
     void setTags(std::size_t row);
+    void hold(const PackedEntryRow& entry);
     [[nodiscard]] Taken setTag(std::size_t row, const PackedEntryRow& entry, std::size_t column);
     [[nodiscard]] std::optional<std::int64_t> sumOf(std::uint16_t tag) const;
 
@@ -189,6 +190,9 @@ void ImagesFiller::begin(std::shared_ptr<const PackedFile> nextFile, std::int64_
     file = std::move(nextFile);
     keys.begin(*file, id);
     nextDirectory = 0;
+    if (limits.held) {
+        limits.held->assign(file->entries().size(), false);
+    }
     bitDepthName = file->findName("BitDepth");
     colorTypeName = file->findName("ColorType");
     const std::span<const PackedDirectoryRow> directories = file->directories();
@@ -323,8 +327,13 @@ void ImagesFiller::setTags(std::size_t row) {
         if (entry.isDefault != 0 && !numbers.empty()) {
             defaults.add(entry.tag);
         }
+        bool isWhole = false;
+        bool isLess = false;
         for (const std::size_t column : numbers) {
-            switch (setTag(row, entry, column)) {
+            const Taken taken = setTag(row, entry, column);
+            isWhole = isWhole || taken == Taken::whole;
+            isLess = isLess || (taken != Taken::whole && taken != Taken::nothing);
+            switch (taken) {
                 case Taken::misfit:
                     misfits.add(entry.tag);
                     break;
@@ -339,7 +348,17 @@ void ImagesFiller::setTags(std::size_t row) {
                     break;
             }
         }
+        if (isWhole && !isLess) {
+            hold(entry);
+        }
     });
+}
+
+/// Tells that columns hold the value of an entry.
+void ImagesFiller::hold(const PackedEntryRow& entry) {
+    if (limits.held) {
+        (*limits.held)[static_cast<std::size_t>(&entry - file->entries().data())] = true;
+    }
 }
 
 Taken ImagesFiller::setTag(std::size_t row, const PackedEntryRow& entry, std::size_t column) {

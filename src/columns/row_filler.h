@@ -23,6 +23,9 @@ struct FillLimits {
     std::uint64_t valueBytes = std::uint64_t{64} << 10;
     /// Warnings of one id of a file that have rows of their own; one more row counts the others.
     std::uint64_t warningsOfId = 100;
+    /// By the numbers of a file's entries, which of them columns of `images` hold whole: told by
+    /// its filler. That of `tags` makes no rows of these. Null: nothing is told, all have rows.
+    std::shared_ptr<std::vector<bool>> held{};
 };
 
 class RowFiller {

@@ -41,6 +41,7 @@ public:
     [[nodiscard]] bool fillRow(std::size_t row) override;
 
 private:
+    [[nodiscard]] bool findEntry();
     void setEntry(std::size_t row, const PackedEntryRow& entry, DirectoryKind kind) const;
     void setStored(std::size_t row, const PackedEntryRow& entry) const;
     void setItems(std::size_t row, const EntryItems& items) const;
@@ -114,6 +115,26 @@ void TagsFiller::begin(std::shared_ptr<const PackedFile> nextFile, std::int64_t 
 
 /// The entries of a directory, then those of the one that began after it.
 bool TagsFiller::fillRow(std::size_t row) {
+    while (findEntry()) {
+        const std::uint32_t number = nextEntry;
+        const PackedEntryRow& entry = file->entries()[number];
+        nextEntry = entry.next;
+        const std::int64_t place = nextOrdinal++;
+        if (limits.held && (*limits.held)[number]) {
+            continue;
+        }
+        const PackedDirectoryRow& owner = file->directories()[directory];
+        keys.setDirectory(row, *file, owner);
+        directoryKind.setText(row, kKindWords[owner.kind]);
+        ordinal.setInteger(row, place);
+        setEntry(row, entry, static_cast<DirectoryKind>(owner.kind));
+        return true;
+    }
+    return false;
+}
+
+/// Goes to the next directory that has entries where this one has no more; false at the end.
+bool TagsFiller::findEntry() {
     const std::span<const PackedDirectoryRow> directories = file->directories();
     while (nextEntry == kNoRow) {
         if (directory + 1 >= directories.size()) {
@@ -122,13 +143,6 @@ bool TagsFiller::fillRow(std::size_t row) {
         nextEntry = directories[++directory].firstEntry;
         nextOrdinal = 0;
     }
-    const PackedEntryRow& entry = file->entries()[nextEntry];
-    nextEntry = entry.next;
-    const PackedDirectoryRow& owner = directories[directory];
-    keys.setDirectory(row, *file, owner);
-    directoryKind.setText(row, kKindWords[owner.kind]);
-    ordinal.setInteger(row, nextOrdinal++);
-    setEntry(row, entry, static_cast<DirectoryKind>(owner.kind));
     return true;
 }
 

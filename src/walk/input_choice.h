@@ -15,7 +15,10 @@ struct InputChoice {
     bool nulSeparated = false;
     bool recursive = true;
     bool followLinks = false;
-    bool everyFile = false;      ///< not only those whose first bytes are those of an image
+    bool everyFile = false;  ///< not only those whose first bytes are those of an image
+    /// The paths are files that were found in folders before, and are treated like these: what is
+    /// no image is passed over. One that is a folder now is none that can be read.
+    bool foundBefore = false;
     std::vector<Glob> included;  ///< of the files found in folders, one has to match; empty: all do
     std::vector<Glob> excluded;  ///< of files and folders found in folders
 };

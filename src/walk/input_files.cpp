@@ -120,7 +120,8 @@ std::optional<InputFile> InputFiles::name(std::string path) {
     struct stat status {};
     if (::stat(path.c_str(), &status) == 0) {
         if (S_ISDIR(status.st_mode)) {
-            return enter(std::move(path));
+            return choice.foundBefore ? InputFile{std::move(path), false, "this is a folder"}
+                                      : enter(std::move(path));
         }
         const FileIdentity identity{status.st_dev, status.st_ino};
         if (S_ISREG(status.st_mode) && contains(replaced, identity)) {
@@ -135,7 +136,7 @@ std::optional<InputFile> InputFiles::name(std::string path) {
                 "this is a pipe or device and no file; pass it as standard input to -"};
         }
     }
-    return InputFile{std::move(path), false, ""};
+    return InputFile{std::move(path), choice.foundBefore && !choice.everyFile, ""};
 }
 
 std::optional<InputFile> InputFiles::enter(std::string path) {

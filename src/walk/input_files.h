@@ -29,6 +29,9 @@ public:
     InputFiles(const InputChoice& inputChoice, std::vector<FileIdentity> filesWritten,
                std::vector<FileIdentity> filesReplaced = {});
 
+    /// Walks past a folder, whatever path leads to it.
+    void leaveOut(FileIdentity folder) { walked.insert(folder); }
+
     /// The next path; none after the last. Throws Refusal for a listed file that is replaced.
     [[nodiscard]] std::optional<InputFile> next();
 

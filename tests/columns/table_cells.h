@@ -65,6 +65,19 @@ using Cells = std::map<std::string, std::string>;
     }
 }
 
+/// Appends the rows of a batch.
+inline void appendCells(std::vector<Cells>& rows, const ifdsweep::TableSchema& schema,
+                        const ifdsweep::ColumnBatch& batch) {
+    for (std::size_t row = 0; row < batch.rows; ++row) {
+        Cells& cells = rows.emplace_back();
+        for (std::size_t number = 0; number < schema.columns.size(); ++number) {
+            if (!batch.columns[number].isNull(row)) {
+                cells[schema.columns[number].name] = cellText(batch.columns[number], row);
+            }
+        }
+    }
+}
+
 /// The rows of packed files, in batches of so many rows.
 [[nodiscard]] inline std::vector<Cells> cellsOf(
     std::vector<std::shared_ptr<const ifdsweep::PackedFile>> files,
@@ -79,14 +92,7 @@ using Cells = std::map<std::string, std::string>;
         {.rows = batchRows}, limits);
     std::vector<Cells> rows;
     while (const std::optional<ifdsweep::ColumnBatch> batch = table.next()) {
-        for (std::size_t row = 0; row < batch->rows; ++row) {
-            Cells& cells = rows.emplace_back();
-            for (std::size_t number = 0; number < schema.columns.size(); ++number) {
-                if (!batch->columns[number].isNull(row)) {
-                    cells[schema.columns[number].name] = cellText(batch->columns[number], row);
-                }
-            }
-        }
+        appendCells(rows, schema, *batch);
     }
     return rows;
 }

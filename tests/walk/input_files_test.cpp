@@ -76,11 +76,38 @@ protected:
     fixture::TemporaryFolder folder;
 };
 
+TEST_F(InputFileWalk, FilesThatWereFoundBeforeAreChosenLikeThoseInFolders) {
+    ifdsweep::InputChoice choice = choose({"a.tif", "b", "nothing.tif"});
+    choice.foundBefore = true;
+    EXPECT_EQ(found(choice), (Names{"a.tif", "! b: this is a folder", "nothing.tif"}));
+    for (const bool everyFile : {false, true}) {
+        choice.paths = {(folder / "a.tif").string()};
+        choice.everyFile = everyFile;
+        ifdsweep::InputFiles files(choice, {});
+        EXPECT_EQ(files.next()->imagesOnly, !everyFile);
+    }
+}
+
 TEST_F(InputFileWalk, FoldersAreWalkedDepthFirstInTheOrderOfBytes) {
     EXPECT_EQ(found(choose({""})), (Names{"a.tif", "b/1.tif", "b/2.tif", "b/c/3.jpg", "b/c/d/4.tif",
                                           "z/5.TIF", "ä.tif"}));
     EXPECT_EQ(found(choose({"z", "a.tif", "b/c"})),
               (Names{"z/5.TIF", "a.tif", "b/c/3.jpg", "b/c/d/4.tif"}));
+}
+
+TEST_F(InputFileWalk, AFolderIsLeftOutWhateverPathLeadsToIt) {
+    fs::create_directory_symlink("b/c", folder / "link");
+    ifdsweep::InputChoice choice = choose({folder.path().string()});
+    choice.followLinks = true;
+    struct stat status {};
+    ASSERT_EQ(::stat((folder / "b/c").c_str(), &status), 0);
+    ifdsweep::InputFiles files(choice, {});
+    files.leaveOut({status.st_dev, status.st_ino});
+    Names names;
+    while (const auto file = files.next()) {
+        names.push_back(file->path.substr(folder.path().string().size() + 1));
+    }
+    EXPECT_EQ(names, (Names{"a.tif", "b/1.tif", "b/2.tif", "z/5.TIF", "ä.tif"}));
 }
 
 TEST_F(InputFileWalk, AStepIsToldOfWhatIsNotRead) {
