@@ -40,6 +40,7 @@ NB_MODULE(_core, module) {
     addFileTypes(module);
     addReadFunction(module);
     addScanType(module);
+    addListingType(module);
     addTableType(module);
     module.def(
         "explain", [](std::string_view id) { return strOf(explain(id)); }, "id"_a,

@@ -104,6 +104,7 @@ void addRowPickling(nb::class_<Type>& type) {
 void addFileTypes(nb::module_& module);      // file_type.cpp: File, Stream
 void addDirectoryType(nb::module_& module);  // directory_type.cpp
 void addEntryType(nb::module_& module);      // entry_type.cpp
+void addListingType(nb::module_& module);    // listing_type.cpp
 void addMessageType(nb::module_& module);    // message_type.cpp
 void addReadFunction(nb::module_& module);   // read_function.cpp
 void addScanType(nb::module_& module);       // scan_type.cpp

@@ -83,11 +83,6 @@ std::int64_t nanoseconds(const timespec& time) noexcept {
     return result;
 }
 
-FileStamp stampOf(const struct stat& status) noexcept {
-    return {static_cast<std::uint64_t>(status.st_size), nanoseconds(status.st_mtim),
-            nanoseconds(status.st_ctim), status.st_ino};
-}
-
 qxFileStatus statusOf(const struct stat& status) noexcept {
     qxFileStatus result;
     result.type = S_ISREG(status.st_mode)   ? qxFileType::regular
@@ -153,6 +148,11 @@ ServedFile openSystemFile(const std::u16string& name) {
 }
 
 }  // namespace
+
+FileStamp stampOf(const struct stat& status) noexcept {
+    return {static_cast<std::uint64_t>(status.st_size), nanoseconds(status.st_mtim),
+            nanoseconds(status.st_ctim), status.st_ino};
+}
 
 ServedFile servedFile(int descriptor) {
     Descriptor file(descriptor);

@@ -17,6 +17,8 @@
 #include <string>
 #include <utility>
 
+#include <sys/stat.h>
+
 #include "files/read_budget.h"
 #include "files/read_hook.h"
 #include "ifdsweep/byte_source.h"
@@ -40,6 +42,9 @@ struct ServedFile {
 /// A file that is open already, to be served. Takes over the descriptor; throws std::system_error
 /// when the system cannot tell what it is.
 [[nodiscard]] ServedFile servedFile(int descriptor);
+
+/// What tells a file from what it was before.
+[[nodiscard]] FileStamp stampOf(const struct stat& status) noexcept;
 
 /// The status of a regular file that has no other: dated 1970-01-01 00:00:00.
 [[nodiscard]] qxFileStatus plainStatus(std::uint64_t fileSize) noexcept;
