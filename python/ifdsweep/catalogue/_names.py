@@ -1,0 +1,52 @@
+"""Names of the files of a catalogue, as `_model` tells them."""
+
+import re
+
+
+def snapshot_name(number: int) -> str:
+    """Of a snapshot."""
+    return f"snapshots/{number:06}.json"
+
+
+def snapshot_of(name: str) -> int | None:
+    """The number of the snapshot with a name; None where it is none's."""
+    match = re.fullmatch(r"snapshots/([0-9]{6,18})\.json", name)
+    return int(match[1]) if match and snapshot_name(int(match[1])) == name else None
+
+
+def work_folder(snapshot: int) -> str:
+    """Of what a snapshot is made with."""
+    return f"work/{snapshot:06}"
+
+
+def work_number(name: str) -> int | None:
+    """The number of the snapshot that a file in a work folder is for; None for others."""
+    match = re.match(r"work/([0-9]{6,18})/", name)
+    return (
+        int(match[1]) if match and work_folder(int(match[1])) == name[: match.end() - 1] else None
+    )
+
+
+def plan_name(snapshot: int) -> str:
+    """Of the plan for a snapshot."""
+    return f"{work_folder(snapshot)}/plan.json"
+
+
+def items_name(snapshot: int, digest: str) -> str:
+    """Of what a plan does with single files."""
+    return f"{work_folder(snapshot)}/items-{digest}.parquet"
+
+
+def receipt_name(snapshot: int, partition: int) -> str:
+    """Of the receipt of a partition."""
+    return f"{work_folder(snapshot)}/done/{partition:05}.json"
+
+
+def attempt_file_name(snapshot: int, partition: int, attempt: str, table: str) -> str:
+    """Of a table that a try of a partition makes."""
+    return f"{work_folder(snapshot)}/attempts/{partition:05}.{attempt}/{table}.parquet"
+
+
+def part_file_name(snapshot: int, partition: int, attempt: str, table: str) -> str:
+    """Of the same when it is a part of the catalogue."""
+    return f"{table}/s{snapshot:06}-p{partition:05}-{attempt}.parquet"
