@@ -8,8 +8,9 @@
 ['tagDataPastEOF', 'nextIfdPointerOutOfRange']
 """
 
+import typing as _typing
+
 from ifdsweep import _core
-from ifdsweep._columns import Batch, Batches, Column, Columns, Schema, schema, table
 from ifdsweep._core import (
     Directory,
     Entry,
@@ -24,11 +25,16 @@ from ifdsweep._scan import Scan, scan
 from ifdsweep._tags import TagName, tags
 from ifdsweep._types import EntryValue, Source, Status, Value
 
+if _typing.TYPE_CHECKING:
+    from ifdsweep._columns import Batch, Batches, Column, Columns, Schema, schema, table
+    from ifdsweep.catalogue import Catalogue
+
 __version__ = _core.VERSION
 
 __all__ = [
     "Batch",
     "Batches",
+    "Catalogue",
     "Column",
     "Columns",
     "Directory",
@@ -52,3 +58,28 @@ __all__ = [
     "table",
     "tags",
 ]
+
+# What few need, and where it is: imported when it is asked for.
+_LATE = {
+    **dict.fromkeys(
+        ("Batch", "Batches", "Column", "Columns", "Schema", "schema", "table"),
+        "ifdsweep._columns",
+    ),
+    "Catalogue": "ifdsweep.catalogue",
+}
+
+
+def __getattr__(name: str) -> _typing.Any:
+    """A name that is imported when it is asked for."""
+    try:
+        module = _LATE[name]
+    except KeyError:
+        raise AttributeError(f"module {__name__!r} has no attribute {name!r}") from None
+    from importlib import import_module
+
+    found = globals()[name] = getattr(import_module(module), name)
+    return found
+
+
+def __dir__() -> list[str]:
+    return sorted({*globals(), *__all__})
