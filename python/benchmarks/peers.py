@@ -1,6 +1,6 @@
 """Measures the package beside the C++ call and beside other readers of tags, in one run.
 
-    pip install './python[numpy,peers]' pandas pyarrow
+    pip install './python[catalogue,numpy,peers]' pandas
     python python/benchmarks/peers.py [--runs N] [--programs FOLDER] [--workloads FOLDER] [--write]
 
 `script/bench` makes the programs and the workloads that are measured with (docs/PERFORMANCE.md says
@@ -427,6 +427,65 @@ def tables(work: Workloads, runs: int) -> Iterator[Row]:
               bytes_each <= 250)  # fmt: skip
 
 
+_UPDATE = """
+import resource, sys, time
+from ifdsweep import Catalogue
+from ifdsweep.catalogue.engines.local import Local
+catalogue = Catalogue.open(sys.argv[1])
+start = time.perf_counter()
+summary = catalogue.update(Local(threads=int(sys.argv[2])))
+print(time.perf_counter() - start, resource.getrusage(resource.RUSAGE_SELF).ru_maxrss >> 10)
+"""
+
+
+def catalogues(work: Workloads, runs: int) -> Iterator[Row]:
+    """Catalogues of W2: made from nothing, and brought up to date when nothing changed."""
+    cores = len(os.sched_getaffinity(0))
+    memory = []
+
+    def updated(folder: str, threads: int) -> float:
+        command = [sys.executable, "-c", _UPDATE, folder, str(threads)]
+        line = subprocess.run(command, capture_output=True, text=True, check=True).stdout.split()
+        memory.append(int(line[1]))
+        return float(line[0])
+
+    def from_nothing(threads: int) -> Callable[[], float]:
+        def run() -> float:
+            with tempfile.TemporaryDirectory() as folder:
+                ifdsweep.Catalogue.create(f"{folder}/catalogue", work.folder)
+                return updated(f"{folder}/catalogue", threads)
+
+        return run
+
+    with tempfile.TemporaryDirectory() as folder:
+        made = ifdsweep.Catalogue.create(f"{folder}/catalogue", work.folder)
+        made.update()
+        times = medians(
+            runs,
+            {
+                "call": lambda: work.call(work.many, "--full"),
+                "all": from_nothing(cores),
+                "2": from_nothing(2),
+                "1": from_nothing(1),
+                "again": lambda: updated(f"{folder}/catalogue", cores),
+            },
+        )
+        parts = [part for snapshot in made.snapshots for part in snapshot.parts]
+        size = sum(file.bytes for part in parts for file in part.tables.values())
+    files = made.snapshot.summary.files
+    yield _speed("W2, `Catalogue.update()` from nothing", times["all"], times["call"], 0.6)
+    yield _speed("the same, one thread", times["1"], times["call"])
+    yield Row("two threads beside one", f"{times['1'] / times['2']:.2f} ×")
+    yield Row("of it, files and Parquet", f"{files / times['all']:,.0f} files/s, "
+              f"{size / times['all'] / 1e6:.1f} MB/s, {size / files:.0f} B a file")  # fmt: skip
+    rate = files / times["again"]
+    yield Row("`update()` when nothing changed",
+              f"{milliseconds(times['again'])}: {rate:,.0f} files/s",
+              "≥ 100,000 files/s", rate >= 100_000)  # fmt: skip
+    most = max(memory)
+    yield Row("memory of these processes, at most", f"{most} MiB", "≤ 256 MiB", most <= 256)
+
+
 def imports(runs: int) -> Iterator[Row]:
     """The import, in processes of its own."""
     code = (
@@ -487,7 +546,8 @@ def main() -> None:
     ]
     print("\n".join(lines))
     parts = [imports(runs), scans(work, runs), dicts(work, runs), accesses(work, runs)]
-    for rows in [*parts, arrays(work, runs), columns(work, runs), tables(work, runs)]:
+    parts += [arrays(work, runs), columns(work, runs), tables(work, runs), catalogues(work, runs)]
+    for rows in parts:
         for row in rows:
             print(row, flush=True)
             lines.append(str(row))
