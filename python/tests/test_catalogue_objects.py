@@ -31,6 +31,9 @@ def server() -> Iterator[str]:
 @pytest.fixture
 def location(server: str, monkeypatch: pytest.MonkeyPatch, request: pytest.FixtureRequest) -> str:
     """A place in a bucket that nobody else has."""
+    for name in ("http_proxy", "https_proxy", "all_proxy"):
+        monkeypatch.delenv(name, raising=False)
+        monkeypatch.delenv(name.upper(), raising=False)
     for name, value in {
         "AWS_ACCESS_KEY_ID": "key",
         "AWS_SECRET_ACCESS_KEY": "secret",
