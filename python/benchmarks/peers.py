@@ -428,13 +428,15 @@ def tables(work: Workloads, runs: int) -> Iterator[Row]:
 
 
 _UPDATE = """
-import resource, sys, time
+import re, sys, time
+from pathlib import Path
 from ifdsweep import Catalogue
 from ifdsweep.catalogue.engines.local import Local
 catalogue = Catalogue.open(sys.argv[1])
 start = time.perf_counter()
 summary = catalogue.update(Local(threads=int(sys.argv[2])))
-print(time.perf_counter() - start, resource.getrusage(resource.RUSAGE_SELF).ru_maxrss >> 10)
+seconds = time.perf_counter() - start
+print(seconds, int(re.search(r"VmHWM:\\s+(\\d+)", Path("/proc/self/status").read_text())[1]) >> 10)
 """
 
 
