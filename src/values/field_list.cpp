@@ -35,17 +35,12 @@ FieldList::FieldList(std::span<const char* const> fieldNames)
     }
     table.resize(std::bit_ceil(2 * names.size() + 1));  // at most half full: probing ends
     successor.resize(names.size() + 1);
-    const std::size_t mask = table.size() - 1;
     for (std::size_t number = 0; number < names.size(); ++number) {
         successor[number] = static_cast<std::uint32_t>(number + 1);
-        if (find(names[number]) != names.size()) {
-            continue;
+        std::uint32_t& cell = table[cellOf(names[number])];
+        if (cell == 0) {
+            cell = static_cast<std::uint32_t>(number + 1);
         }
-        std::size_t place = hashOf(names[number]) & mask;
-        while (table[place] != 0) {
-            place = (place + 1) & mask;
-        }
-        table[place] = static_cast<std::uint32_t>(number + 1);
     }
 }
 
@@ -61,15 +56,18 @@ bool FieldList::matches(std::span<const char* const> fieldNames) const noexcept 
     return true;
 }
 
-std::size_t FieldList::find(std::string_view name) const noexcept {
+std::size_t FieldList::cellOf(std::string_view name) const noexcept {
     const std::size_t mask = table.size() - 1;
-    for (std::size_t place = hashOf(name) & mask; table[place] != 0; place = (place + 1) & mask) {
-        const std::size_t number = table[place] - 1;
-        if (names[number] == name) {
-            return number;
-        }
+    std::size_t cell = hashOf(name) & mask;
+    while (table[cell] != 0 && names[table[cell] - 1] != name) {
+        cell = (cell + 1) & mask;
     }
-    return names.size();
+    return cell;
+}
+
+std::size_t FieldList::find(std::string_view name) const noexcept {
+    const std::uint32_t number = table[cellOf(name)];
+    return number == 0 ? names.size() : number - 1;
 }
 
 std::size_t FieldList::findAfter(std::size_t lastField, const char* name) const noexcept {

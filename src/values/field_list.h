@@ -44,6 +44,9 @@ public:
     [[nodiscard]] std::size_t findAfter(std::size_t lastField, const char* name) const noexcept;
 
 private:
+    /// The cell of a name, or the free one where it would be.
+    [[nodiscard]] std::size_t cellOf(std::string_view name) const noexcept;
+
     std::vector<std::string> names;
     bool identifiersOnly;
     std::vector<std::uint32_t> table;              ///< open addressing: field number + 1, 0 free
