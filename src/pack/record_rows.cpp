@@ -271,12 +271,16 @@ const RecordRows::KnownList& RecordRows::listOf(const std::shared_ptr<const Fiel
     if (list.file == files) {
         return list;
     }
-    if (list.namesForgotten != names.forgotten() || !names.addAgain(list.names)) {
-        list.names.clear();
+    if (list.namesForgotten != names.forgotten()) {
+        list.numbers.clear();
         for (std::size_t field = 0; field < fields->size(); ++field) {
-            list.names.push_back(names.rowOf(fields->name(field)));
+            list.numbers.push_back(names.numberOf(fields->name(field)));
         }
         list.namesForgotten = names.forgotten();
+    }
+    list.names.clear();
+    for (const std::uint32_t number : list.numbers) {
+        list.names.push_back(names.rowOfNumber(number));
     }
     list.row =
         fieldLists.rowOf({static_cast<const char*>(static_cast<const void*>(list.names.data())),

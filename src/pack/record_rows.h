@@ -76,10 +76,11 @@ private:
     /// A list of fields that was packed, of this file or of one before.
     struct KnownList {
         std::shared_ptr<const FieldList> fields{};  ///< kept, so that no other has its address
-        std::vector<std::uint32_t> names{};         ///< name rows
-        std::uint64_t namesForgotten = 0;           ///< when they were (`UniqueTexts`)
+        std::vector<std::uint32_t> numbers{};       ///< of the names (`UniqueTexts`)
+        std::uint64_t namesForgotten = 0;           ///< when they were
         std::uint64_t file = 0;                     ///< the last one that has it
-        std::uint32_t row = kNoRow;                 ///< in that file
+        std::vector<std::uint32_t> names{};         ///< name rows in that file
+        std::uint32_t row = kNoRow;                 ///< its own there
     };
 
     static constexpr std::size_t kRecent = 256;

@@ -3,8 +3,9 @@
 // Unique texts: names or other runs of bytes of a packed file while they are gathered, each once,
 // in the order in which they came, and the index by which they are found.
 //
-// One file has the texts of the one before, as a rule, and in the same order. So what was gathered
-// stays, and is taken again text by text; the first text that is not the one expected ends that.
+// Files have the texts of those before them, as a rule, and in much the same order. So what was
+// gathered stays known by a number, and each text is first compared with the one that followed the
+// same text the last time.
 //
 // Ownership: copies the texts. Threads: one at a time. Errors: std::bad_alloc.
 
@@ -27,21 +28,30 @@ public:
     void begin();
 
     /// The row of a text, which is added if it is new.
-    [[nodiscard]] std::uint32_t rowOf(std::string_view text);
+    [[nodiscard]] std::uint32_t rowOf(std::string_view text) { return rowOfNumber(numberOf(text)); }
 
     /// The same; `kNoRow` for an empty text.
     [[nodiscard]] std::uint32_t rowUnlessEmpty(std::string_view text) {
         return text.empty() ? kNoRow : rowOf(text);
     }
 
-    /// Adds texts by the rows that they had before; false where they would have other rows now.
-    /// @param rowsBefore as `rowOf` gave them since `forgotten` was what it is
-    [[nodiscard]] bool addAgain(std::span<const std::uint32_t> rowsBefore);
+    /// The number of a text, be it one of the file or not.
+    [[nodiscard]] std::uint32_t numberOf(std::string_view text);
 
-    /// How often texts of an earlier file were forgotten: their rows mean nothing after that.
+    /// The row of a text by its number, as `numberOf` gave it since `forgotten` was what it is.
+    [[nodiscard]] std::uint32_t rowOfNumber(std::uint32_t number) {
+        Known& text = known[number];
+        if (text.file != file) {
+            text.row = addRow(number);
+            text.file = file;
+        }
+        return text.row;
+    }
+
+    /// How often texts of earlier files were forgotten: their numbers mean nothing after that.
     [[nodiscard]] std::uint64_t forgotten() const { return timesForgotten; }
 
-    /// Ends the file: from now on the functions below give its texts and no others.
+    /// Ends the file, for the three functions that follow.
     void end();
 
     /// Runs of `texts`, one after the other.
@@ -51,30 +61,44 @@ public:
     [[nodiscard]] std::span<const char> texts() const { return letters; }
 
     /// How many texts the file has so far.
-    [[nodiscard]] std::uint32_t size() const { return used; }
+    [[nodiscard]] std::size_t size() const { return numbers.size(); }
 
 private:
+    /// A text of this file or of one before.
+    struct Known {
+        PackedRun run;  ///< of the letters of all that are known
+        std::uint64_t hash;
+        std::uint64_t file;      ///< the last one that has it
+        std::uint32_t row;       ///< in that file
+        std::uint32_t follower;  ///< the number of the text that was asked for after it; `kNoRow`
+    };
+
     void clear();
-    void forgetUnused();
-    void rebuildIndex(std::size_t cellCount);
-    [[nodiscard]] std::size_t cellOf(std::string_view text, std::uint64_t hash) const;
+    [[nodiscard]] std::uint32_t find(std::string_view text);
     [[nodiscard]] std::uint32_t add(std::string_view text, std::uint64_t hash);
-    [[nodiscard]] std::string_view textOf(std::uint32_t row) const {
-        return {letters.data() + runs[row].begin, static_cast<std::size_t>(runs[row].size)};
+    [[nodiscard]] std::uint32_t addRow(std::uint32_t number);
+    void rebuildIndex(std::size_t cellCount);
+    [[nodiscard]] std::string_view textOf(std::uint32_t number) const {
+        const PackedRun& run = known[number].run;
+        return {knownLetters.data() + run.begin, static_cast<std::size_t>(run.size)};
     }
-    [[nodiscard]] std::size_t textsEnd() const {
-        return runs.empty() ? 0 : static_cast<std::size_t>(runs.back().begin + runs.back().size);
+    [[nodiscard]] bool isText(std::uint32_t number, std::string_view text) const {
+        const PackedRun& run = known[number].run;
+        return run.size == text.size() &&
+               areSameBytes(knownLetters.data() + run.begin, text.data(), text.size());
     }
-    [[nodiscard]] bool isText(std::uint32_t row, std::string_view text) const {
-        return runs[row].size == text.size() &&
-               areSameBytes(letters.data() + runs[row].begin, text.data(), text.size());
-    }
+
+    std::vector<Known> known;
+    std::vector<char> knownLetters;
+    std::vector<std::uint32_t> knownCells;  ///< numbers by their hashes
+    std::uint32_t last = kNoRow;            ///< number of the text that was asked for last
+    std::uint64_t file = 1;                 ///< one more than were begun
+    std::uint64_t timesForgotten = 0;
+    std::vector<std::uint32_t> numbers;  ///< of the texts of this file, in its order
 
     std::vector<PackedNameRow> runs;
     std::vector<char> letters;
     std::vector<std::uint32_t> cells;
-    std::uint32_t used = 0;  ///< rows of this file; the others are those of one before
-    std::uint64_t timesForgotten = 0;
 };
 
 }  // namespace ifdsweep
