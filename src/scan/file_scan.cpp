@@ -13,7 +13,6 @@
 #include <thread>
 #include <utility>
 
-#include "read/messages.h"
 #include "scan/packing_reader.h"
 #include "walk/input_files.h"
 
@@ -38,14 +37,6 @@ InputChoice withoutStandardInput(InputChoice choice) {
         }
     }
     return choice;
-}
-
-FileReader packingReader(const ScanOptions& options, const std::atomic<bool>& isStopped) {
-    const auto reader = std::make_shared<PackingReader>(options.read, options.fields, &isStopped);
-    return [reader](const InputFile& input) {
-        return input.failure.empty() ? reader->read(input.path, input.imagesOnly)
-                                     : reader->fail(input.path, inputFailure(input.failure));
-    };
 }
 
 ScanOptions checked(ScanOptions options) {
@@ -164,8 +155,9 @@ private:
         std::size_t most = 1;
         while (Chunk* chunk = takeNames(inputs, most)) {
             if (!read) {
-                read =
-                    options.makeReader ? options.makeReader() : packingReader(options, isStopped);
+                read = options.makeReader ? options.makeReader()
+                                          : inputReader(std::make_shared<PackingReader>(
+                                                options.read, options.fields, &isStopped));
             }
             const Clock::time_point began = Clock::now();
             for (const InputFile& input : inputs) {

@@ -22,13 +22,10 @@
 #include "ifdsweep/read.h"
 #include "pack/packed_file.h"
 #include "read/tag_choice.h"
+#include "scan/packing_reader.h"
 #include "walk/input_choice.h"
-#include "walk/input_file.h"
 
 namespace ifdsweep {
-
-/// Reads one file of a scan; used by one thread.
-using FileReader = std::function<PackedFile(const InputFile&)>;
 
 struct ScanOptions {
     InputChoice input;                  ///< "-" is the name of a file here

@@ -136,4 +136,11 @@ PackedFile PackingReader::fail(std::string_view path, const qxMessage& error) {
     return parts->fail(path, error);
 }
 
+FileReader inputReader(std::shared_ptr<PackingReader> reader) {
+    return [reader = std::move(reader)](const InputFile& input) {
+        return input.failure.empty() ? reader->read(input.path, input.imagesOnly)
+                                     : reader->fail(input.path, inputFailure(input.failure));
+    };
+}
+
 }  // namespace ifdsweep

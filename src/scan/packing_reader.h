@@ -7,6 +7,7 @@
 // own on different threads are independent. Errors: std::bad_alloc.
 
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -16,6 +17,7 @@
 #include "ifdsweep/read.h"
 #include "pack/packed_file.h"
 #include "read/tag_choice.h"
+#include "walk/input_file.h"
 
 namespace ifdsweep {
 
@@ -50,5 +52,11 @@ private:
     class Parts;
     const std::unique_ptr<Parts> parts;
 };
+
+/// Reads one file of many; used by one thread.
+using FileReader = std::function<PackedFile(const InputFile&)>;
+
+/// Reads what was found, or packs why it cannot be.
+[[nodiscard]] FileReader inputReader(std::shared_ptr<PackingReader> reader);
 
 }  // namespace ifdsweep

@@ -17,7 +17,7 @@ struct InputChoice {
     bool followLinks = false;
     bool everyFile = false;  ///< not only those whose first bytes are those of an image
     /// The paths are files that were found in folders before, and are treated like these: what is
-    /// no image is passed over. One that is a folder now is none that can be read.
+    /// no image is passed over, and none is looked at before it is read.
     bool foundBefore = false;
     std::vector<Glob> included;  ///< of the files found in folders, one has to match; empty: all do
     std::vector<Glob> excluded;  ///< of files and folders found in folders

@@ -117,11 +117,13 @@ std::optional<InputFile> InputFiles::name(std::string path) {
     if (path == kStandardInput) {
         return InputFile{std::move(path), false, ""};
     }
+    if (choice.foundBefore) {
+        return InputFile{std::move(path), !choice.everyFile, ""};
+    }
     struct stat status {};
     if (::stat(path.c_str(), &status) == 0) {
         if (S_ISDIR(status.st_mode)) {
-            return choice.foundBefore ? InputFile{std::move(path), false, "this is a folder"}
-                                      : enter(std::move(path));
+            return enter(std::move(path));
         }
         const FileIdentity identity{status.st_dev, status.st_ino};
         if (S_ISREG(status.st_mode) && contains(replaced, identity)) {
@@ -136,7 +138,7 @@ std::optional<InputFile> InputFiles::name(std::string path) {
                 "this is a pipe or device and no file; pass it as standard input to -"};
         }
     }
-    return InputFile{std::move(path), choice.foundBefore && !choice.everyFile, ""};
+    return InputFile{std::move(path), false, ""};
 }
 
 std::optional<InputFile> InputFiles::enter(std::string path) {
