@@ -91,7 +91,8 @@ private:
 
 class FilesFiller final : public RowFiller {
 public:
-    FilesFiller(const TableSchema& schema, std::vector<ColumnBuilder>& columns);
+    FilesFiller(const TableSchema& schema, std::vector<ColumnBuilder>& columns,
+                const FillLimits& limits);
 
     void begin(std::shared_ptr<const PackedFile> nextFile, std::int64_t id) override;
     [[nodiscard]] bool fillRow(std::size_t row) override;
@@ -130,8 +131,9 @@ private:
     bool isTold = false;
 };
 
-FilesFiller::FilesFiller(const TableSchema& schema, std::vector<ColumnBuilder>& columns)
-    : keys(schema, columns),
+FilesFiller::FilesFiller(const TableSchema& schema, std::vector<ColumnBuilder>& columns,
+                         const FillLimits& limits)
+    : keys(schema, columns, limits.pathBegin),
       pathBytes(columnNamed(schema, columns, "path_bytes")),
       size(columnNamed(schema, columns, "size")),
       modified(columnNamed(schema, columns, "mtime")),
@@ -163,8 +165,8 @@ bool FilesFiller::fillRow(std::size_t row) {
         return false;
     }
     keys.setStream(row, *file, file->streams().front());
-    if (const std::string_view path = file->textOf(file->file().path); !isUtf8(path)) {
-        pathBytes.setText(row, path);
+    if (!isUtf8(keys.path())) {
+        pathBytes.setText(row, keys.path());
     }
     setStamp(row);
     setFormat(row);
@@ -269,8 +271,8 @@ void FilesFiller::setWarnings(std::size_t row) {
 
 std::unique_ptr<RowFiller> makeFilesFiller(const TableSchema& schema,
                                            std::vector<ColumnBuilder>& columns,
-                                           const FillLimits& /*limits*/) {
-    return std::make_unique<FilesFiller>(schema, columns);
+                                           const FillLimits& limits) {
+    return std::make_unique<FilesFiller>(schema, columns, limits);
 }
 
 }  // namespace ifdsweep

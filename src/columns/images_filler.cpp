@@ -153,7 +153,7 @@ ImagesFiller::ImagesFiller(const TableSchema& schema, std::vector<ColumnBuilder>
     : limits(fillLimits),
       columns(tableColumns),
       targets(schema),
-      keys(schema, tableColumns),
+      keys(schema, tableColumns, fillLimits.pathBegin),
       parentPath(columnNamed(schema, tableColumns, "parent_path")),
       page(columnNamed(schema, tableColumns, "page")),
       depth(columnNamed(schema, tableColumns, "depth")),

@@ -26,6 +26,8 @@ struct FillLimits {
     /// By the numbers of a file's entries, which of them columns of `images` hold whole: told by
     /// its filler. That of `tags` makes no rows of these. Null: nothing is told, all have rows.
     std::shared_ptr<std::vector<bool>> held{};
+    /// Bytes at the front of all paths, such as those of a folder, that rows leave out.
+    std::size_t pathBegin = 0;
 };
 
 class RowFiller {

@@ -16,23 +16,27 @@ ColumnBuilder* columnNamed(const TableSchema& schema, std::vector<ColumnBuilder>
                : &columns[static_cast<std::size_t>(column - schema.columns.begin())];
 }
 
-RowKeys::RowKeys(const TableSchema& schema, std::vector<ColumnBuilder>& columns)
+RowKeys::RowKeys(const TableSchema& schema, std::vector<ColumnBuilder>& columns,
+                 std::size_t leftOut)
     : id(columnNamed(schema, columns, "file_id")),
-      path(columnNamed(schema, columns, "file_path")),
+      shownPath(columnNamed(schema, columns, "file_path")),
       container(columnNamed(schema, columns, "container")),
       stream(columnNamed(schema, columns, "stream")),
       streamOffset(columnNamed(schema, columns, "stream_offset")),
-      directoryPath(columnNamed(schema, columns, "dir_path")) {}
+      directoryPath(columnNamed(schema, columns, "dir_path")),
+      pathBegin(leftOut) {}
 
 void RowKeys::begin(const PackedFile& file, std::int64_t number) {
     fileId = number;
-    filePath = utf8OfBytes(file.textOf(file.file().path));
+    systemPath = file.textOf(file.file().path);
+    systemPath.remove_prefix(std::min(pathBegin, systemPath.size()));
+    filePath = utf8OfBytes(systemPath);
     shown = nullptr;
 }
 
 void RowKeys::setFile(std::size_t row) {
     id.setInteger(row, fileId);
-    path.setText(row, filePath);
+    shownPath.setText(row, filePath);
 }
 
 void RowKeys::setStream(std::size_t row, const PackedFile& file, const PackedStreamRow& of) {

@@ -25,10 +25,14 @@ namespace ifdsweep {
 
 class RowKeys {
 public:
-    RowKeys(const TableSchema& schema, std::vector<ColumnBuilder>& columns);
+    /// @param leftOut bytes at the front of all paths
+    RowKeys(const TableSchema& schema, std::vector<ColumnBuilder>& columns, std::size_t leftOut);
 
     /// The file of the rows that follow.
     void begin(const PackedFile& file, std::int64_t id);
+
+    /// The path of the file as rows have it, in system bytes.
+    [[nodiscard]] std::string_view path() const noexcept { return systemPath; }
 
     /// Sets what says the file.
     void setFile(std::size_t row);
@@ -41,12 +45,14 @@ public:
 
 private:
     OptionalColumn id;
-    OptionalColumn path;
+    OptionalColumn shownPath;
     OptionalColumn container;
     OptionalColumn stream;
     OptionalColumn streamOffset;
     OptionalColumn directoryPath;
+    std::size_t pathBegin;
     std::int64_t fileId = 0;
+    std::string_view systemPath;  ///< in the file
     std::string filePath;
     const PackedDirectoryRow* shown = nullptr;  ///< whose path `shownDirectory` is
     std::string shownDirectory;

@@ -94,6 +94,16 @@ TableSchema TableSchema::of(Layout layout, const ColumnChoice& choice) {
     return schema;
 }
 
+TableSchema TableSchema::withPlainWords() const {
+    TableSchema plain = *this;
+    for (Column& column : plain.columns) {
+        if (column.type.item == ItemType::word) {
+            column.type.item = ItemType::utf8;
+        }
+    }
+    return plain;
+}
+
 std::string TableSchema::identity() const {
     std::string text(layoutWord(layout));
     for (const Column& column : columns) {

@@ -75,6 +75,9 @@ struct TableSchema {
     /// @throws UnknownColumn, also for a name that is asked for twice or when there is none
     [[nodiscard]] static TableSchema of(Layout layout, const ColumnChoice& choice = {});
 
+    /// The same with texts in place of words, for those who want plain columns.
+    [[nodiscard]] TableSchema withPlainWords() const;
+
     /// A text that is the same for equal schemas alone: layout, ids, names and types.
     [[nodiscard]] std::string identity() const;
 };

@@ -83,7 +83,7 @@ private:
 TagsFiller::TagsFiller(const TableSchema& schema, std::vector<ColumnBuilder>& columns,
                        const FillLimits& fillLimits)
     : limits(fillLimits),
-      keys(schema, columns),
+      keys(schema, columns, fillLimits.pathBegin),
       directoryKind(columnNamed(schema, columns, "dir_kind")),
       ordinal(columnNamed(schema, columns, "ordinal")),
       tag(columnNamed(schema, columns, "tag")),

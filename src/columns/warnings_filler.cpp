@@ -76,7 +76,7 @@ private:
 WarningsFiller::WarningsFiller(const TableSchema& schema, std::vector<ColumnBuilder>& columns,
                                const FillLimits& limits)
     : rowsOfId(limits.warningsOfId),
-      keys(schema, columns),
+      keys(schema, columns, limits.pathBegin),
       sequence(columnNamed(schema, columns, "seq")),
       id(columnNamed(schema, columns, "id")),
       severity(columnNamed(schema, columns, "severity")),

@@ -16,6 +16,7 @@
 
 #include "columns/table_cells.h"
 #include "columns/table_schema.h"
+#include "pack/file_packer.h"
 #include "pack/packed_files.h"
 #include "support/tags.h"
 #include "support/tiff_matrix.h"
@@ -144,6 +145,44 @@ TEST_P(TablesReaderTest, TagsHaveWhatImagesDoNotHold) {
     const TableSchema few =
         TableSchema::of(Layout::images, {ColumnChoice::Which::named, {"Make", "Width"}});
     EXPECT_EQ(tagsLeft(files(), few), (Left{{"0", "259 " + unknown + "282 "}, {"1", "257 "}}));
+}
+
+TEST(TablesReading, PathsBeginBehindTheirFolder) {
+    struct Row {
+        std::size_t leftOut;
+        Cells cells;
+    };
+    const Row kRows[] = {
+        {0, {{"file_path", "/root/\xEF\xBF\xBD.tif"}, {"path_bytes", "/root/\xE9.tif"}}},
+        {6, {{"file_path", "\xEF\xBF\xBD.tif"}, {"path_bytes", "\xE9.tif"}}},
+        {7, {{"file_path", ".tif"}}},
+        {100, {{"file_path", ""}}},
+    };
+    ifdsweep::FilePacker packer;
+    packer.begin();
+    ifdsweep::Outcome outcome;
+    outcome.file = "/root/\xE9.tif";
+    const auto file = std::make_shared<const PackedFile>(packer.pack(outcome));
+    for (const Row& row : kRows) {
+        FillLimits limits;
+        limits.pathBegin = row.leftOut;
+        const Read read = readTogether({file}, {schemaOf(Layout::files)}, {}, limits);
+        ASSERT_EQ(read.tables[0].size(), 1U);
+        EXPECT_EQ(fixture::only(read.tables[0][0], {"file_path", "path_bytes"}), row.cells);
+    }
+}
+
+TEST_P(TablesReaderTest, PlainWordsAreTheSameTexts) {
+    for (const Layout layout : {Layout::files, Layout::images, Layout::tags, Layout::warnings}) {
+        const TableSchema schema = schemaOf(layout);
+        const TableSchema plain = schema.withPlainWords();
+        for (std::size_t column = 0; column < schema.columns.size(); ++column) {
+            const ifdsweep::ColumnType type = schema.columns[column].type;
+            EXPECT_EQ(plain.columns[column].type.item,
+                      type.item == ifdsweep::ItemType::word ? ifdsweep::ItemType::utf8 : type.item);
+        }
+        EXPECT_EQ(fixture::cellsOf(files(), plain), fixture::cellsOf(files(), schema));
+    }
 }
 
 TEST_P(TablesReaderTest, WhatIsHeldOfOneFileIsNotOfTheNext) {
