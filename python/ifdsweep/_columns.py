@@ -96,6 +96,14 @@ class Schema(Mapping[str, Column]):
         self._columns = {row[0]: Column(*row) for row in self._schema.columns}
         self.layout: Layout = layout
 
+    def with_plain_words(self) -> "Schema":
+        """The same columns with texts in place of words, for those who want no dictionaries."""
+        plain = Schema.__new__(Schema)
+        plain._schema = self._schema.with_plain_words()
+        plain._columns = {row[0]: Column(*row) for row in plain._schema.columns}
+        plain.layout = self.layout
+        return plain
+
     @property
     def names(self) -> tuple[str, ...]:
         """The names of the columns."""

@@ -4,13 +4,15 @@ from collections.abc import Iterator, Mapping, Sequence
 from typing import Any
 
 from ifdsweep import _core
-from ifdsweep._columns import Batch, ColumnChoice, Layout, Schema, _interpreter, _LateFiles
+from ifdsweep._columns import Batch, Layout, Schema, _interpreter, _LateFiles
 from ifdsweep._scan import planned, scan
 
 
 def several_tables(
+    folder: bytes,
     paths: Sequence[bytes],
-    layouts: Mapping[Layout, ColumnChoice],
+    ids: Sequence[int],
+    schemas: Mapping[Layout, Schema],
     *,
     rest: bool = False,
     batch_rows: int = 65_536,
@@ -20,12 +22,15 @@ def several_tables(
 ) -> Iterator[tuple[Layout, Batch]]:
     """The batches of several tables of files that were found in folders before.
 
-    What is no image by its first bytes has no rows, unless `all_files` is set. A `file_id` is the
-    place of the path. The batches of each layout come in the order of the paths.
+    What is no image by its first bytes has no rows, unless `all_files` is set. The batches of each
+    layout come in the order of the paths. It is who asks for them that reads, or processes of its
+    own.
 
     Args:
+        folder: What all paths begin with, and rows leave out.
         paths: Files, in no folders.
-        layouts: Which tables, and which columns of each; "images" before "tags".
+        ids: One for each path: `file_id` of its rows.
+        schemas: Of the tables; "images" before "tags".
         rest: "tags" has only the entries that the columns of "images" do not hold whole.
         batch_rows: Most rows of a batch.
         batch_bytes: What a batch comes to before its last row, at most.
@@ -33,17 +38,17 @@ def several_tables(
         **arguments: As for `scan`.
     """
     merged: Any = {**(scan.__kwdefaults__ or {}), **arguments, "max_value": max_value}
-    if merged["isolate"] and not merged["all_files"]:
+    chosen: Sequence[bytes] = ()
+    if merged["isolate"]:
         # The program passes over what it finds in folders, not what it is told to read.
-        images = [place for place, path in enumerate(paths) if _may_be_image(path)]
-    else:
-        images = list(range(len(paths)))
-    chosen = [paths[place] for place in images]
+        whole = (folder + path for path in paths)
+        chosen = [path for path in whole if merged["all_files"] or _may_be_image(path)]
     plan = planned(chosen, merged)
-    schemas = {layout: Schema(layout, columns) for layout, columns in layouts.items()}
     reading = _core.several_tables(
         [schema._schema for schema in schemas.values()],
+        folder,
         list(paths),
+        list(ids),
         plan.options,
         None if plan.program is None else _LateFiles(plan),
         _interpreter,
@@ -52,11 +57,12 @@ def several_tables(
         max_value=max_value,
         rest=rest,
     )
-    names = list(schemas)
+    tables = list(schemas.items())
     try:
         while (made := reading.next()) is not None:
             place, batch = made
-            yield names[place], Batch(schemas[names[place]], batch)
+            layout, schema = tables[place]
+            yield layout, Batch(schema, batch)
     finally:
         reading.close()
 

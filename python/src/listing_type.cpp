@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include <fcntl.h>
 #include <sys/stat.h>
 
 #include "files/file_service.h"
@@ -50,6 +51,7 @@ public:
         if (!prefix.ends_with('/')) {
             prefix += '/';
         }
+        root = Descriptor(::open(prefix.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
         struct stat status {};
         if (leftOut.size() > 0 && ::stat(leftOut.c_str(), &status) == 0) {
             files.leaveOut({status.st_dev, status.st_ino});
@@ -81,9 +83,9 @@ private:
             return;
         }
         struct stat status {};
-        if (::stat(file.path.c_str(), &status) != 0) {
+        if (look(file.path, 0, status) != 0) {
             const int error = errno;
-            if (::lstat(file.path.c_str(), &status) != 0) {
+            if (look(file.path, AT_SYMLINK_NOFOLLOW, status) != 0) {
                 addMissing(path, errno, listed);
                 return;
             }
@@ -99,6 +101,13 @@ private:
         listed.changed.push_back(stamp.modified);
         listed.statusChanged.push_back(stamp.changed);
         listed.inodes.push_back(static_cast<std::int64_t>(stamp.inode));
+    }
+
+    /// Asks for a file by its path from the root, which is shorter, where the root is open.
+    [[nodiscard]] int look(const std::string& path, int flags, struct stat& status) const {
+        return root.isOpen() && path.starts_with(prefix)
+                   ? ::fstatat(root.get(), path.c_str() + prefix.size(), &status, flags)
+                   : ::fstatat(AT_FDCWD, path.c_str(), &status, flags);
     }
 
     /// A file that its folder names and that the system tells nothing of: it is gone by now, or
@@ -118,6 +127,7 @@ private:
     const InputChoice choice;
     InputFiles files;
     std::string prefix;
+    Descriptor root;
     std::mutex lock;
 };
 

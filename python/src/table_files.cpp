@@ -48,6 +48,12 @@ FilePointer ThreadFiles::next(Clock::time_point deadline) {
     return file ? std::make_shared<const PackedFile>(std::move(*file)) : nullptr;
 }
 
+FilePointer ReadFiles::next(Clock::time_point /*deadline*/) {
+    std::optional<PackedFile> file = sequence.next();
+    wasEnd = !file;
+    return file ? std::make_shared<const PackedFile>(std::move(*file)) : nullptr;
+}
+
 IteratorFiles::IteratorFiles(nb::object fileIterator,
                              std::shared_ptr<const Interpreter> interpreter)
     : iterator(std::move(fileIterator)), python(std::move(interpreter)) {}

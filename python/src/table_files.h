@@ -15,6 +15,7 @@
 #include "interpreter_lock.h"
 #include "objects.h"
 #include "own_scan.h"
+#include "scan/file_sequence.h"
 
 namespace ifdsweep::python {
 
@@ -52,6 +53,18 @@ public:
 private:
     OwnScan scan;
     Clock::time_point lastLook{};  ///< at signals
+};
+
+/// Files that the thread that asks for them reads.
+class ReadFiles final : public TableFiles {
+public:
+    explicit ReadFiles(ScanOptions options) : sequence(std::move(options)) {}
+
+    [[nodiscard]] FilePointer next(Clock::time_point deadline) override;
+    void stop() noexcept override { sequence.stop(); }
+
+private:
+    FileSequence sequence;
 };
 
 /// Files of an iterator of Python's that has `close`, and `is_ready`, which waits so many seconds

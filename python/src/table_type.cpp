@@ -118,6 +118,13 @@ void addSchema(nb::module_& module) {
         .def_prop_ro("columns", columnRows,
                      nb::sig("def columns(self) -> tuple[tuple[str, str, int, str, str], ...]"),
                      "Name, type, number, meaning and source of each.")
+        .def(
+            "with_plain_words",
+            [](const TableSchema& schema) {
+                return std::make_shared<const TableSchema>(schema.withPlainWords());
+            },
+            nb::sig("def with_plain_words(self) -> TableSchema"),
+            "The same with texts in place of words.")
         .def_prop_ro("identity", &TableSchema::identity,
                      "A text that only equal schemas have in common.")
         .def("capsule", schemaCapsule, nb::sig("def capsule(self) -> object"),
@@ -162,10 +169,11 @@ void addBatch(nb::module_& module) {
 class TablesScan {
 public:
     TablesScan(std::vector<SchemaPointer> tableSchemas, std::vector<std::string> filePaths,
-               std::unique_ptr<TableFiles> tableFiles, const BatchLimits& batchLimits,
-               const FillLimits& fillLimits)
+               std::vector<std::int64_t> fileIds, std::unique_ptr<TableFiles> tableFiles,
+               const BatchLimits& batchLimits, const FillLimits& fillLimits)
         : schemas(std::move(tableSchemas)),
           paths(std::move(filePaths)),
+          ids(std::move(fileIds)),
           files(std::move(tableFiles)),
           reader(
               schemasOf(schemas), [this] { return nextFile(); }, batchLimits, fillLimits) {}
@@ -201,7 +209,7 @@ private:
         return wasClosed ? std::nullopt : reader.next();
     }
 
-    /// The next file, numbered by the place of its path.
+    /// The next file, with the number that its path has.
     std::optional<NumberedFile> nextFile() {
         FilePointer file = files->next(TableFiles::Clock::time_point::max());
         if (!file) {
@@ -211,11 +219,12 @@ private:
         while (place < paths.size() && paths[place] != path) {
             ++place;
         }
-        return NumberedFile{std::move(file), static_cast<std::int64_t>(place++)};
+        return NumberedFile{std::move(file), ids.at(place++)};
     }
 
     const std::vector<SchemaPointer> schemas;
     const std::vector<std::string> paths;
+    const std::vector<std::int64_t> ids;
     const std::unique_ptr<TableFiles> files;
     std::mutex lock;  ///< of the members below
     TablesReader reader;
@@ -223,23 +232,30 @@ private:
     std::atomic<bool> wasClosed{false};
 };
 
-/// @param iterator gives the files; None: threads read them
-std::shared_ptr<TablesScan> tablesScan(std::vector<SchemaPointer> schemas,
-                                       const std::vector<nb::bytes>& paths, ScanOptions options,
+/// @param folder what all paths begin with, and rows leave out
+/// @param paths what follows it
+/// @param ids one for each path: `file_id` of its rows
+/// @param iterator gives the files; None: who asks for rows reads them
+std::shared_ptr<TablesScan> tablesScan(std::vector<SchemaPointer> schemas, const nb::bytes& folder,
+                                       const std::vector<nb::bytes>& paths,
+                                       std::vector<std::int64_t> ids, ScanOptions options,
                                        const nb::object& iterator,
                                        const std::shared_ptr<const Interpreter>& interpreter,
                                        std::size_t batchRows, std::size_t batchBytes,
                                        std::optional<std::uint64_t> maxValue, bool rest) {
+    if (ids.size() != paths.size()) {
+        refuseValue("ids", "expected one for each path");
+    }
     std::vector<std::string> names;
     names.reserve(paths.size());
     for (const nb::bytes& path : paths) {
-        names.emplace_back(path.c_str(), path.size());
+        names.emplace_back(folder.c_str(), folder.size()).append(path.c_str(), path.size());
     }
     std::unique_ptr<TableFiles> files;
     if (iterator.is_none()) {
         options.input.paths = names;
         options.input.foundBefore = true;
-        files = std::make_unique<ThreadFiles>(std::move(options));
+        files = std::make_unique<ReadFiles>(std::move(options));
     } else {
         files = std::make_unique<IteratorFiles>(iterator, interpreter);
     }
@@ -247,8 +263,10 @@ std::shared_ptr<TablesScan> tablesScan(std::vector<SchemaPointer> schemas,
     if (rest) {
         limits.held = std::make_shared<std::vector<bool>>();
     }
-    return std::make_shared<TablesScan>(std::move(schemas), std::move(names), std::move(files),
-                                        BatchLimits{batchRows, batchBytes}, limits);
+    limits.pathBegin = folder.size();
+    return std::make_shared<TablesScan>(std::move(schemas), std::move(names), std::move(ids),
+                                        std::move(files), BatchLimits{batchRows, batchBytes},
+                                        limits);
 }
 
 void addSeveral(nb::module_& module) {
@@ -258,15 +276,17 @@ void addSeveral(nb::module_& module) {
              "The next rows, and the place of their table among the schemas; None at the end.")
         .def("close", &TablesScan::close, "Ends the scan, also for who waits.");
     module.def(
-        "several_tables", tablesScan, nb::arg("schemas"), nb::arg("paths"), nb::arg("options"),
-        nb::arg("iterator").none(), nb::arg("interpreter"), nb::kw_only(), nb::arg("batch_rows"),
-        nb::arg("batch_bytes"), nb::arg("max_value").none(), nb::arg("rest"),
-        nb::sig("def several_tables(schemas: list[TableSchema], paths: list[bytes], options: "
-                "ScanOptions, iterator: object | None, interpreter: Interpreter, *, batch_rows: "
-                "int, batch_bytes: int, max_value: int | None, rest: bool) -> TablesScan"),
-        "Several tables of files that were found in folders before, read once, by threads or an "
-        "iterator. A `file_id` is the place of the path. With `rest`, `tags` has what `images`, "
-        "which stands before, does not hold.");
+        "several_tables", tablesScan, nb::arg("schemas"), nb::arg("folder"), nb::arg("paths"),
+        nb::arg("ids"), nb::arg("options"), nb::arg("iterator").none(), nb::arg("interpreter"),
+        nb::kw_only(), nb::arg("batch_rows"), nb::arg("batch_bytes"), nb::arg("max_value").none(),
+        nb::arg("rest"),
+        nb::sig("def several_tables(schemas: list[TableSchema], folder: bytes, paths: list[bytes], "
+                "ids: list[int], options: ScanOptions, iterator: object | None, interpreter: "
+                "Interpreter, *, batch_rows: int, batch_bytes: int, max_value: int | None, rest: "
+                "bool) -> TablesScan"),
+        "Several tables of files that were found in folders before, read once, by who asks for "
+        "rows or an iterator. The paths are from the folder, and each has its `file_id`. With "
+        "`rest`, `tags` has what `images`, which stands before, does not hold.");
 }
 
 void addScan(nb::module_& module) {

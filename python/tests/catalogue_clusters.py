@@ -33,11 +33,11 @@ def importing(*arguments, **options):
     if read is not None:
         builtins.__import__ = original
 
-        def reading(paths, *arguments, **options):
+        def reading(folder, paths, *arguments, **options):
             time.sleep(float(os.environ.get("READING_SECONDS", 0)))
             if any(os.path.basename(path).startswith(b"killer") for path in paths):
                 os.kill(os.getpid(), signal.SIGKILL)
-            return read(paths, *arguments, **options)
+            return read(folder, paths, *arguments, **options)
 
         reader.several_tables = reading
     return module

@@ -473,6 +473,7 @@ class TestPartitions:
         files = repetitions(300_000, 10_000_000)
         most = 10_000
         monkeypatch.setattr(plan_module, "MOST_FILES", most)
+        monkeypatch.setattr(plan_module, "FEW_FILES", most)
 
         def listed(*_: object) -> Iterator[Found]:
             for begin in range(0, files, 1_000):
@@ -531,8 +532,14 @@ class TestWhatAFileTakes:
         read: list[bytes] = []
 
         def take(
-            options: Options, root: bytes, paths: Sequence[bytes], *, threads: int
+            options: Options,
+            root: bytes,
+            paths: Sequence[bytes],
+            ids: Sequence[int],
+            *,
+            threads: int,
         ) -> Iterator[None]:
+            assert list(ids) == list(range(len(paths)))
             assert (options.isolate, options.timeout, root, threads) == (True, 5.0, b"/root", 1)
             read.extend(paths)
             clock.now += begin + each * len(paths)

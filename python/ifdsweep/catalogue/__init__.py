@@ -9,6 +9,7 @@ Needs pyarrow; `Catalogue.sql` and `ifdsweep-catalogue sql` need DuckDB: `pip in
 'ifdsweep[catalogue]'`.
 """
 
+import ifdsweep.catalogue._memory  # noqa: F401  # before anything else imports pyarrow
 from ifdsweep.catalogue._catalogue import Catalogue
 from ifdsweep.catalogue._errors import (
     CatalogueBusyError,

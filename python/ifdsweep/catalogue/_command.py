@@ -29,12 +29,9 @@ def main(arguments: Sequence[str] | None = None) -> int:
     parser = _parser()
     options = parser.parse_args(arguments)
     try:
-        import pyarrow as pa
-
         from ifdsweep.catalogue import CatalogueBusyError, CatalogueError, TooManyRemovalsError
     except ModuleNotFoundError as error:
         return _complain(f"{error}; pip install 'ifdsweep[catalogue]'", _FAILED)
-    pa.set_memory_pool(pa.system_memory_pool())  # takes least
     try:
         options.action(options)
         sys.stdout.flush()

@@ -1,12 +1,14 @@
 """Partition: one task of an update, which makes one part. Any process on any machine may run it,
 more than once: the first to leave its receipt wins, and what others made is never looked at."""
 
+import functools
 import os
 import time
 import uuid
 from collections.abc import Callable, Collection, Iterator, Mapping
+from concurrent.futures import ThreadPoolExecutor
 from dataclasses import dataclass
-from typing import Any
+from typing import Any, TypeAlias
 
 import numpy as np
 import numpy.typing as npt
@@ -32,7 +34,7 @@ from ifdsweep.catalogue._model import (
 )
 from ifdsweep.catalogue._names import attempt_file_name, part_file_name, receipt_name
 from ifdsweep.catalogue._plan import items_of, read_plan
-from ifdsweep.catalogue._reading import read_tables
+from ifdsweep.catalogue._reading import ranges_of, read_tables
 from ifdsweep.catalogue._steps import reached
 from ifdsweep.catalogue._storage import Storage, storage_of
 from ifdsweep.catalogue._tables import (
@@ -44,6 +46,11 @@ from ifdsweep.catalogue._tables import (
 
 GRAIN_NS = 2_000_000_000
 """A file that changed less than this before it was read may change again without another time."""
+
+_Numbers: TypeAlias = pa.Array | pa.ChunkedArray
+
+_WAITING_BATCHES = 2
+"""Of a range of files, that wait to be written."""
 
 _EACH_TIME = "each time that it was read"
 """How the process ended."""
@@ -106,7 +113,8 @@ def probe_files(
     """Reads some of the files that a partition reads, by their places in its items, and makes
     nothing: whether that takes the process down is what is to be found out."""
     job = _job(storage_of(storage), snapshot, partition)
-    for _ in read_tables(job.options, job.root, job.reads[begin:end], threads=None):
+    paths = job.reads[begin:end]
+    for _ in read_tables(job.options, job.root, paths, range(len(paths)), threads=1):
         pass
 
 
@@ -145,7 +153,7 @@ def _job(storage: Storage, snapshot: int, number: int) -> _Job:
     if partition is None:
         raise CatalogueError(f"{storage.location}: the plan has no partition {number}")
     items = items_of(storage, plan, number)
-    reads = items.filter(pc.field("action") == READ)
+    reads = items.filter(pc.equal(items["action"], READ))
     return _Job(storage, plan, partition, reads, frozenset(items["path"].to_pylist()))
 
 
@@ -164,24 +172,26 @@ def _made(
     paths = sorted([*kept.paths, *reads], key=path_key)
     ids = {path: number << FILE_BITS | place for place, path in enumerate(paths)}
     kept.number(ids)
-    writers = {
-        table: TableWriter(
-            job.storage,
-            attempt_file_name(job.plan.snapshot, number, attempt, table),
-            schema_of(table, job.options),
-            job.options.compression,
-        )
-        for table in TABLES
-    }
     new = _NewRows(job, reads, [ids[path] for path in reads], threads, crashing)
-    try:
-        _write(job, kept, new, writers, ended)
-    except BaseException as error:
-        for writer in writers.values():
-            writer.close(error)
-        raise
-    for writer in writers.values():
-        writer.close()  # waits for what it began to write
+    with ThreadPoolExecutor(1) as long, ThreadPoolExecutor(1) as short:
+        writers = {
+            table: TableWriter(
+                job.storage,
+                attempt_file_name(job.plan.snapshot, number, attempt, table),
+                schema_of(table, job.options),
+                job.options.compression,
+                long if table == "images" else short,
+            )
+            for table in TABLES
+        }
+        try:
+            _write(job, kept, new, writers, ended)
+            for writer in writers.values():
+                writer.close()
+        except BaseException as error:
+            for writer in writers.values():
+                writer.close(error)
+            raise
     tables: dict[str, PartFile] = {
         table: writer.part_file(part_file_name(job.plan.snapshot, number, attempt, table))
         for table, writer in writers.items()
@@ -365,51 +375,75 @@ class _NewRows:
     ) -> None:
         self._job = job
         self._reads = reads
-        self._ids = pa.array(ids, pa.int64())
+        self._ids = np.array(ids, np.int64)
         self._threads = threads
         left_out = frozenset(crashing)
         self._has_row = np.array([path in left_out for path in reads], bool)
         self._read_places = np.flatnonzero(~self._has_row)
         self._crashed_places = np.flatnonzero(self._has_row)
-        self._paths = pa.array([path.decode(errors="replace") for path in reads], pa.utf8())
-        self._path_bytes = pa.array([_unless_utf8(path) for path in reads], pa.binary())
         self._settled_before = time.time_ns() - GRAIN_NS
         self._schemas = {table: schema_of(table, job.options) for table in TABLES}
         self.failed = 0
 
     def rows(self) -> Iterator[tuple[Table, pa.Table]]:
         """Rows of the tables; of each sorted by their ids."""
-        yield from ahead(self._made())
+        crashed = self._crashed()
+        for table, rows in self._made():
+            if table == "files":
+                self.failed += _failed(rows)
+                if crashed.num_rows:
+                    is_before = pc.less(crashed["file_id"], rows["file_id"][-1])
+                    rows = pa.concat_tables([rows, crashed.filter(is_before)]).sort_by("file_id")
+                    crashed = crashed.filter(pc.invert(is_before))
+            yield table, rows
+        if crashed.num_rows:
+            self.failed += crashed.num_rows
+            yield "files", crashed
         others = self._others()
         if others.num_rows:
             yield "others", others
 
     def _made(self) -> Iterator[tuple[Table, pa.Table]]:
-        """The rows of files that are images, and of those that took processes down."""
-        crashed = self._crashed()
-        paths = [self._reads[place] for place in self._read_places]
+        """The rows of the files that are read: of ranges of them, some at a time."""
+        threads = self._threads or len(os.sched_getaffinity(0))
+        ranges = ranges_of(self._job.options, self._read_places, threads)
+        read = functools.partial(self._rows_of, threads=max(1, threads // ranges.at_a_time))
+        yield from ahead(
+            (functools.partial(read, places) for places in ranges.places),
+            at_a_time=ranges.at_a_time,
+            waiting=_WAITING_BATCHES,
+        )
+
+    def _rows_of(
+        self, places: npt.NDArray[np.int64], threads: int
+    ) -> Iterator[tuple[Table, pa.Table]]:
+        """The rows of some of the files, by their places."""
+        paths = [self._reads[place] for place in places]
+        ids = self._ids[places].tolist()
         for table, batch in read_tables(
-            self._job.options, self._job.root, paths, threads=self._threads
+            self._job.options, self._job.root, paths, ids, threads=threads
         ):
-            schema = self._schemas[table]
-            plain = pa.schema(schema.field(name) for name in batch.schema)
-            rows = pa.table(pa.record_batch(batch)).cast(plain)
-            rows = self._finished(rows, table, self._read_places[rows["file_id"].to_numpy()])
-            if table == "files" and crashed.num_rows:
-                is_before = pc.less(crashed["file_id"], rows["file_id"][-1])
-                rows = pa.concat_tables([rows, crashed.filter(is_before)]).sort_by("file_id")
-                crashed = crashed.filter(pc.invert(is_before))
-            yield table, rows
-        if crashed.num_rows:
-            yield "files", crashed
+            rows = pa.record_batch(batch)
+            if table == "files":
+                yield table, self._files(rows)
+            else:
+                yield table, pa.Table.from_arrays(rows.columns, schema=self._schemas[table])
+
+    def _files(self, rows: pa.RecordBatch) -> pa.Table:
+        """Rows of `files` as the catalogue has them."""
+        columns = dict(zip(rows.schema.names, rows.columns, strict=True))
+        self._has_row[np.searchsorted(self._ids, columns["file_id"].to_numpy())] = True
+        columns["root"] = self._root_of(rows.num_rows)
+        columns["settled"] = self._settled(columns["mtime_ns"], columns["ctime_ns"])
+        return pa.table(columns, schema=self._schemas["files"])
 
     def _crashed(self) -> pa.Table:
         """Rows of `files` for those that are not read, since that took processes down."""
         items = self._job.items.take(pa.array(self._crashed_places))
+        schema = self._schemas["files"]
         count = items.num_rows
-        schema = schema_of("files", self._job.options)
-        schema = schema.remove(schema.get_field_index("settled"))
         known: dict[str, Any] = {
+            **self._keys(self._crashed_places),
             **{name: items[name] for name in ("size", "mtime_ns", "ctime_ns", "inode")},
             "mtime": items["mtime_ns"]
             .cast(pa.timestamp("ns", "UTC"))
@@ -418,61 +452,40 @@ class _NewRows:
             "error_id": ["ifdsweep:workerDied"] * count,
             "error_args": [[_EACH_TIME]] * count,
             "error_text": [f"the process that read the file ended: {_EACH_TIME}"] * count,
+            "settled": self._settled(items["mtime_ns"], items["ctime_ns"]),
         }
-        rows = pa.concat_tables(
-            [
-                schema.empty_table(),
-                pa.table(known, schema=pa.schema(schema.field(name) for name in known)),
-            ],
-            promote_options="default",
-        )
-        return self._finished(rows, "files", self._crashed_places)
-
-    def _finished(self, rows: pa.Table, table: Table, numbers: npt.NDArray[np.int64]) -> pa.Table:
-        """The rows as the catalogue has them: ids of the part, paths from the root."""
-        places = pa.array(numbers)
-        columns = {"file_id": self._ids.take(places)}
-        if "file_path" in rows.column_names:
-            columns["file_path"] = self._paths.take(places)
-        if table == "files":
-            self._has_row[numbers] = True
-            self.failed += _failed(rows)
-            columns["path_bytes"] = self._path_bytes.take(places)
-            columns["root"] = pa.array(
-                np.full(rows.num_rows, self._job.partition.root, np.int16), pa.int16()
-            )
-        for name, values in columns.items():
-            place = rows.schema.get_field_index(name)
-            rows = rows.set_column(place, rows.schema.field(place), values)
-        if table == "files":
-            rows = rows.append_column(
-                self._schemas[table].field("settled"),
-                self._settled(rows["mtime_ns"], rows["ctime_ns"]),
-            )
-        return rows
-
-    def _settled(self, changed: pa.ChunkedArray, status: pa.ChunkedArray) -> pa.ChunkedArray:
-        latest = pc.max_element_wise(changed, status, skip_nulls=False)
-        return pc.fill_null(pc.less(latest, self._settled_before), False)
+        rows = pa.table(known, schema=pa.schema(schema.field(name) for name in known))
+        return pa.concat_tables([schema.empty_table(), rows], promote_options="default")
 
     def _others(self) -> pa.Table:
         """Files that no table has a row of: they are no images."""
-        stay = pa.array(~self._has_row)
-        items = self._job.items.filter(stay)
-        number = items.num_rows
+        places = np.flatnonzero(~self._has_row)
+        items = self._job.items.take(pa.array(places))
         started = int(self._job.plan.started * 1e9) - GRAIN_NS
         latest = pc.max_element_wise(items["mtime_ns"], items["ctime_ns"], skip_nulls=False)
-        return pa.table(
-            [
-                self._ids.filter(stay),
-                pa.array(np.full(number, self._job.partition.root, np.int16), pa.int16()),
-                self._paths.filter(stay),
-                self._path_bytes.filter(stay),
-                *(items[name] for name in ("size", "mtime_ns", "ctime_ns", "inode")),
-                pc.less(latest, started),
-            ],
-            schema=OTHERS,
-        )
+        known: dict[str, Any] = {
+            **self._keys(places),
+            **{name: items[name] for name in ("size", "mtime_ns", "ctime_ns", "inode")},
+            "settled": pc.less(latest, started),
+        }
+        return pa.table(known, schema=OTHERS)
+
+    def _keys(self, places: npt.NDArray[np.int64]) -> dict[str, pa.Array]:
+        """What says which files rows are of."""
+        paths = [self._reads[place] for place in places]
+        return {
+            "file_id": pa.array(self._ids[places]),
+            "root": self._root_of(len(paths)),
+            "file_path": pa.array([path.decode(errors="replace") for path in paths], pa.utf8()),
+            "path_bytes": pa.array([_unless_utf8(path) for path in paths], pa.binary()),
+        }
+
+    def _root_of(self, rows: int) -> pa.Array:
+        return pa.array(np.full(rows, self._job.partition.root, np.int16))
+
+    def _settled(self, changed: _Numbers, status: _Numbers) -> _Numbers:
+        latest = pc.max_element_wise(changed, status, skip_nulls=False)
+        return pc.fill_null(pc.less(latest, self._settled_before), False)
 
 
 def _failed(files: pa.Table) -> int:

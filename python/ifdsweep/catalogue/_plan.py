@@ -41,7 +41,7 @@ TARGET_SECONDS = 20.0
 """What a partition takes, about."""
 MOST_FILES = 100_000
 """Of a partition."""
-FEW_FILES = 12_500
+FEW_FILES = 5_000
 """That are not shared out among partitions, so that parts do not become small."""
 _SHARES = 64
 SECONDS_PER_FILE = 0.0002
@@ -174,19 +174,20 @@ def items_of(storage: Storage, plan: Plan, partition: int) -> pa.Table:
     """What a partition does with single files: rows of `ITEMS`, sorted by `path_key`."""
     files, folder = storage.filesystem()
     try:
-        return pq.read_table(
-            f"{folder}/{plan.items}",
-            filesystem=files,
-            schema=ITEMS,
-            filters=pc.field("partition") == partition,
-        )
-    except (OSError, pa.ArrowException) as error:
+        with pq.ParquetFile(f"{folder}/{plan.items}", filesystem=files) as file:
+            groups = [
+                group
+                for group in range(file.num_row_groups)
+                if file.metadata.row_group(group).column(0).statistics.min == partition
+            ]
+            return file.read_row_groups(groups).cast(ITEMS)
+    except (OSError, ValueError, pa.ArrowException) as error:
         raise CatalogueError(f"{storage.location}/{plan.items}: {error}") from error
 
 
 @contextlib.contextmanager
 def _items_writer(storage: Storage, name: str) -> Iterator[pq.ParquetWriter]:
-    """Writes the items of a plan, as they come."""
+    """Writes the items of a plan, as they come; row groups are of one partition each."""
     with (
         storage.writing(name) as file,
         pq.ParquetWriter(file, ITEMS, compression="zstd") as writer,

@@ -5,14 +5,22 @@ import os
 import time
 from collections.abc import Iterator, Sequence
 from dataclasses import replace
+from typing import NamedTuple
+
+import numpy as np
+import numpy.typing as npt
 
 from ifdsweep._columns import Batch, Layout
 from ifdsweep._several import several_tables
 from ifdsweep.catalogue._model import Options
-from ifdsweep.catalogue._tables import layouts_of
+from ifdsweep.catalogue._tables import schemas_of
 
-_BATCH_BYTES = 4 << 20
+_BATCH_BYTES = 2 << 20
 """Of each table, four of which are made at a time."""
+
+_RANGE_FILES = 1_000
+_MOST_RANGES = 4
+"""At a time: each has batches of its own."""
 
 _SAMPLES = (20, 80, 300, 600)
 """How many files are read to know what one takes: the more, the quicker they are read."""
@@ -22,13 +30,17 @@ _MOST_SECONDS = 5.0
 
 
 def read_tables(
-    options: Options, root: bytes, paths: Sequence[bytes], *, threads: int | None
+    options: Options, root: bytes, paths: Sequence[bytes], ids: Sequence[int], *, threads: int
 ) -> Iterator[tuple[Layout, Batch]]:
-    """Batches of all tables of some files, whose paths are from the root."""
-    folder = os.path.join(root, b"")
+    """Batches of all tables of some files, whose paths are from the root, and whose rows have ids.
+
+    Who asks for them reads, or programs in as many processes.
+    """
     return several_tables(
-        [folder + path for path in paths],
-        layouts_of(options),
+        os.path.join(root, b""),
+        paths,
+        ids,
+        schemas_of(options),
         rest=options.tags == "rest",
         batch_rows=16_384,
         batch_bytes=_BATCH_BYTES,
@@ -40,6 +52,23 @@ def read_tables(
         memory=options.memory,
         streams=options.streams,
     )
+
+
+class Ranges(NamedTuple):
+    """Files that are read in ranges, some of these at a time, so that not one thread fills the
+    tables of all."""
+
+    places: list[npt.NDArray[np.int64]]
+    at_a_time: int
+
+
+def ranges_of(options: Options, places: npt.NDArray[np.int64], threads: int) -> Ranges:
+    """Ranges of about the same numbers of files. Programs in processes of their own have one."""
+    at_a_time = 1 if options.isolate else min(threads, _MOST_RANGES)
+    rounds = -(-len(places) // (at_a_time * _RANGE_FILES))
+    count = 1 if options.isolate else rounds * at_a_time
+    cut = np.array_split(places, max(1, count))
+    return Ranges([section for section in cut if len(section)], at_a_time)
 
 
 def seconds_per_file(options: Options, root: bytes, paths: Sequence[bytes]) -> float | None:
@@ -56,7 +85,7 @@ def seconds_per_file(options: Options, root: bytes, paths: Sequence[bytes]) -> f
         sample = list(itertools.islice(chosen, size))
         start = time.monotonic()
         try:
-            for _ in read_tables(isolated, root, sample, threads=1):
+            for _ in read_tables(isolated, root, sample, range(len(sample)), threads=1):
                 pass
         except (OSError, RuntimeError):
             return None

@@ -1,8 +1,10 @@
 """Tables of a catalogue: their schemas, and how Parquet files of them are written."""
 
 import contextlib
+import functools
+import sys
 from collections.abc import Iterator
-from concurrent.futures import Future, ThreadPoolExecutor
+from concurrent.futures import Future, ThreadPoolExecutor, wait
 from contextlib import AbstractContextManager
 from typing import BinaryIO, Literal
 
@@ -40,8 +42,17 @@ OTHERS = pa.schema(
 """Of files that are no images: so that they are not looked at again."""
 
 
-def layouts_of(options: Options) -> dict[Layout, ColumnChoice]:
-    """The tables that reading makes, and their columns."""
+@functools.lru_cache
+def schemas_of(options: Options) -> dict[Layout, Schema]:
+    """The tables that reading makes, with texts in place of words: "images" before "tags"."""
+    return {
+        layout: Schema(layout, columns).with_plain_words()
+        for layout, columns in _layouts_of(options).items()
+    }
+
+
+def _layouts_of(options: Options) -> dict[Layout, ColumnChoice]:
+    """The columns of the tables that reading makes."""
     layouts: dict[Layout, ColumnChoice] = {
         "files": "all",
         "images": _with_keys(options.columns),
@@ -60,11 +71,12 @@ def _with_keys(columns: tuple[str, ...] | Literal["core", "all"]) -> ColumnChoic
     return [*keys, *(name for name in columns if name not in keys)]
 
 
+@functools.lru_cache
 def schema_of(table: Table, options: Options) -> pa.Schema:
     """The schema of a table: that of each of its parts."""
     if table == "others":
         return OTHERS
-    schema = _plain_words(pa.schema(Schema(table, layouts_of(options).get(table, "all"))))
+    schema = _plain_words(pa.schema(Schema(table, _layouts_of(options).get(table, "all"))))
     return schema.append(SETTLED) if table == "files" else schema
 
 
@@ -73,9 +85,24 @@ _GROUP_BYTES = 16 << 20
 
 
 class TableWriter:
-    """Writes one table of a part, in a thread of its own; its file is made with the first row."""
+    """Writes one table of a part, in another thread; its file is made with the first row."""
 
-    def __init__(self, storage: Storage, name: str, schema: pa.Schema, compression: str) -> None:
+    def __init__(
+        self,
+        storage: Storage,
+        name: str,
+        schema: pa.Schema,
+        compression: str,
+        thread: ThreadPoolExecutor,
+    ) -> None:
+        """
+        Args:
+            storage: Where the file will be.
+            name: Its name there.
+            schema: Of the rows.
+            compression: Of the columns.
+            thread: That writes, one thing after the other.
+        """
         self._storage = storage
         self._name = name
         self._schema = schema
@@ -85,8 +112,8 @@ class TableWriter:
         self._waiting_bytes = 0
         self._block: AbstractContextManager[BinaryIO] | None = None
         self._writer: pq.ParquetWriter | None = None
-        self._thread = ThreadPoolExecutor(1)
-        self._writing: Future[None] | None = None
+        self._thread = thread
+        self._begun: list[Future[None]] = []
         self.rows = 0
         self.bytes = 0
 
@@ -97,21 +124,39 @@ class TableWriter:
         self._waiting_bytes += rows.get_total_buffer_size()
         self.rows += rows.num_rows
         if self._waiting_rows >= _GROUP_ROWS or self._waiting_bytes >= _GROUP_BYTES:
+            self._await()
             self._begin_group()
 
-    def _begin_group(self) -> None:
-        """Has the rows written that wait, when those before are."""
-        self._await_group()
-        group = pa.concat_tables(self._waiting)
-        self._waiting = []
-        self._waiting_rows = self._waiting_bytes = 0
-        if group.num_rows:
-            self._writing = self._thread.submit(self._write_group, group)
+    def finish(self) -> None:
+        """Has the rows written that are left, and the file ended; there are no more."""
+        self._begin_group()
+        self._begun.append(self._thread.submit(self._end))
 
-    def _await_group(self) -> None:
-        writing, self._writing = self._writing, None
-        if writing is not None:
-            writing.result()
+    def close(self, error: BaseException | None = None) -> None:
+        """Waits until the file is there; with an error, there is none."""
+        try:
+            if error is None:
+                self._await()
+        finally:
+            for task in self._begun:
+                task.cancel()
+            wait(self._begun)
+            block, self._block = self._block, None
+            failure = error or sys.exception()
+            if block is not None and failure is not None:
+                with contextlib.suppress(type(failure)):
+                    block.__exit__(type(failure), failure, failure.__traceback__)
+
+    def _begin_group(self) -> None:
+        waiting, self._waiting = self._waiting, []
+        if self._waiting_rows:
+            self._begun.append(self._thread.submit(self._write_group, pa.concat_tables(waiting)))
+        self._waiting_rows = self._waiting_bytes = 0
+
+    def _await(self) -> None:
+        for task in self._begun:
+            task.result()
+        self._begun.clear()
 
     def _write_group(self, group: pa.Table) -> None:
         if self._writer is None:
@@ -120,34 +165,12 @@ class TableWriter:
             self._writer = pq.ParquetWriter(self._file, self._schema, compression=self._compression)
         self._writer.write_table(group, row_group_size=group.num_rows)
 
-    def finish(self) -> None:
-        """Has the rows written that are left; there are no more."""
-        if self._waiting:
-            self._begin_group()
-
-    def close(self, error: BaseException | None = None) -> None:
-        """Ends the file, which is there then, but for an error."""
-        try:
-            if error is None:
-                self.finish()
-                self._await_group()
-        except BaseException as failure:
-            self._end(failure)
-            raise
-        self._end(error)
-
-    def _end(self, error: BaseException | None) -> None:
-        self._thread.shutdown(wait=True, cancel_futures=True)
-        writer, self._writer = self._writer, None
-        if writer is None or self._block is None:
-            return
-        if error is None:
-            writer.close()
+    def _end(self) -> None:
+        if self._writer is not None and self._block is not None:
+            self._writer.close()
             self.bytes = self._file.tell()
             self._block.__exit__(None, None, None)
-            return
-        with contextlib.suppress(type(error)):
-            self._block.__exit__(type(error), error, error.__traceback__)
+            self._block = None
 
     def part_file(self, name: str) -> PartFile:
         """What became of it, under the name that it will have."""
