@@ -46,6 +46,14 @@ def directory_html(directory: Directory) -> str:
     return page.text()
 
 
+def table_html(title: str, names: Iterable[str], rows: Iterable[Iterable[str]]) -> str:
+    """A page of a line and a table."""
+    page = _Page()
+    page.line("p", title)
+    page.table(names, rows)
+    return page.text()
+
+
 class _Page:
     """A page that grows until it is full. Texts become markup in `line` and `row` alone."""
 
@@ -70,6 +78,15 @@ class _Page:
         for cell in cells:
             self._parts.append(f'<{element} style="text-align: left">{_escaped(cell)}</{element}>')
         self._parts.append("</tr>")
+
+    def table(self, names: Iterable[str], rows: Iterable[Iterable[str]]) -> None:
+        """Appends a table."""
+        self._parts.append("<table><thead>")
+        self.row("th", *names)
+        self._parts.append("</thead><tbody>")
+        for row in rows:
+            self.row("td", *row)
+        self._parts.append("</tbody></table>")
 
     def messages(self, file: File) -> None:
         """Appends the error and the warnings, if there are any."""

@@ -1,7 +1,9 @@
 """Catalogues: what their tables hold, and that updates keep them up to date."""
 
+import json
 import os
 import pickle
+import time
 from pathlib import Path
 from typing import Any
 
@@ -28,6 +30,7 @@ from ifdsweep.catalogue import (
     CatalogueBusyError,
     CatalogueError,
     TooManyRemovalsError,
+    _partition,
 )
 from ifdsweep.catalogue import _plan as plan_module
 from ifdsweep.catalogue._model import TABLES
@@ -367,6 +370,42 @@ OPERATIONS = st.lists(
 )
 
 
+class TestSettled:
+    """Whether files may change again without other times."""
+
+    SECOND = 1_000_000_000
+
+    @pytest.mark.parametrize(
+        ("changed", "status", "expected"),
+        [
+            (-3600, -3600, True),
+            (-3600, 0, False),
+            (0, -3600, False),
+            (-1, -1, False),
+            (-3, -3, True),
+            (3600, -3600, True),  # a camera's clock, or that of another machine
+            (3600, 3600, True),
+            (3600, 0, False),
+            (1, 1, False),
+            (None, -3600, False),
+        ],
+    )
+    def test_is_told_by_both_times(
+        self,
+        monkeypatch: pytest.MonkeyPatch,
+        changed: int | None,
+        status: int | None,
+        expected: bool,
+    ) -> None:
+        monkeypatch.setattr(_partition, "GRAIN_NS", 2 * self.SECOND)
+        now = time.time_ns()
+
+        def times(seconds: int | None) -> pa.Array:
+            return pa.array([None if seconds is None else now + seconds * self.SECOND], pa.int64())
+
+        assert _partition._settled(times(changed), times(status), now).to_pylist() == [expected]
+
+
 class TestAModel:
     """Whatever happens to the files, a catalogue says what one that is made anew says."""
 
@@ -462,6 +501,38 @@ class TestOpening:
         moved = Catalogue.open(tmp_path / "moved")
         assert digest(moved) == before
         assert moved.update().read == 0
+
+
+class TestShowing:
+    def test_tells_how_much_there_is(self, catalogue: Catalogue) -> None:
+        assert [catalogue.tables[name].rows for name in TABLES] == [5, 5, 5, 0, 1]
+        assert [catalogue.tables[name].parts for name in TABLES] == [1, 1, 1, 0, 1]
+        for name in TABLES:
+            files = (Path(catalogue.location) / name).glob("*")
+            assert catalogue.tables[name].bytes == sum(file.stat().st_size for file in files)
+
+    def test_has_files_that_are_no_images(self, catalogue: Catalogue) -> None:
+        assert catalogue.others.to_table()["file_path"].to_pylist() == ["b.txt"]
+
+    def test_is_a_table_in_notebooks_without_markup_of_names(self, tmp_path: Path) -> None:
+        (tmp_path / "root").mkdir()
+        made = Catalogue.create(tmp_path / "<b>\u202e", tmp_path / "root")
+        page = made._repr_html_()
+        assert page.startswith("<div><p>Catalogue /")
+        assert "&lt;b&gt;" in page
+        assert "<b>" not in page
+        assert "\u202e" not in page
+        assert page.count("<tr>") == 1 + len(TABLES)
+
+
+class TestTheClock:
+    def test_is_doubted_when_snapshots_are_of_the_future(self, catalogue: Catalogue) -> None:
+        path = Path(catalogue.location) / "snapshots/000001.json"
+        snapshot = json.loads(path.read_bytes())
+        path.write_text(json.dumps({**snapshot, "ended": time.time() + 3600}))
+        with pytest.warns(UserWarning, match="snapshot 1 was made in the future") as told:
+            Catalogue.open(catalogue.location).update()
+        assert len(told) == 1
 
 
 class TestCreating:

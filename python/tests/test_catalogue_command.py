@@ -164,6 +164,54 @@ def test_runs_as_jobs(catalogue: Path, root: Path) -> None:
     assert run("plan", catalogue).stdout in ("0\n", "1\n"), "files may not have settled"
 
 
+def test_runs_as_jobs_by_the_plan(catalogue: Path, root: Path) -> None:
+    make_tree(root, {"new.tif": photo("New")})
+    run("plan", catalogue)
+    plan = "catalogue/work/000002/plan.json"
+    made = run("run", "--plan", plan, "--index", "0", "--stride", "1", cwd=catalogue.parent)
+    assert (made.returncode, made.stderr) == (0, "")
+    inside = run("run", "--plan", plan[10:], "--index", "0", "--stride", "1", cwd=catalogue)
+    assert (inside.returncode, inside.stderr) == (0, "")
+    assert run("commit", catalogue).stdout.startswith("3 files: ")
+
+
+def test_tells_programs_of_the_state(catalogue: Path, root: Path) -> None:
+    state = json.loads(run("status", catalogue, "--format", "json").stdout)
+    assert state["catalogue"] == str(catalogue)
+    assert state["roots"] == [str(root)]
+    assert (state["snapshot"], state["snapshots"], state["unlisted"]) == (1, [1], [])
+    assert (state["update"]["files"], state["update"]["read"]) == (2, 2)
+    assert state["tables"]["files"]["rows"] == 2
+    assert state["started"] <= state["ended"] <= time.time()
+
+
+def test_shows_csv_on_a_terminal_without_what_it_acts_on(catalogue: Path) -> None:
+    query = 'select file_path, Make, 1 as "\x1b[5m" from images order by all'
+    plain = run("sql", catalogue, query, "--format", "csv").stdout
+    assert plain.splitlines()[2] == '"b/c\x1b[2J.tif","Two\x1b[31m",1'
+    controller, terminal = os.openpty()
+    command = [sys.executable, "-m", "ifdsweep.catalogue._command", "sql", str(catalogue), query]
+    subprocess.run([*command, "--format", "csv"], stdout=terminal, check=True)
+    os.close(terminal)
+    seen = os.read(controller, 10_000).decode()
+    os.close(controller)
+    assert "\x1b" not in seen
+    assert seen.splitlines()[0] == '"file_path","Make","\\x1b[5m"'
+    assert seen.splitlines()[2] == '"b/c\\x1b[2J.tif","Two\\x1b[31m",1'
+
+
+def test_warns_on_the_error_output(catalogue: Path) -> None:
+    path = catalogue / "snapshots/000001.json"
+    snapshot = json.loads(path.read_bytes())
+    path.write_text(json.dumps({**snapshot, "ended": time.time() + 3600}))
+    made = run("update", catalogue)
+    assert made.returncode == 0
+    assert made.stderr == (
+        f"ifdsweep-catalogue: warning: {catalogue}: by the clock of this machine snapshot 1 was "
+        "made in the future; times of snapshots may be wrong, what is in them is not\n"
+    )
+
+
 @pytest.mark.parametrize(
     ("arguments", "status", "complaint"),
     [
@@ -175,6 +223,12 @@ def test_runs_as_jobs(catalogue: Path, root: Path) -> None:
         (["sql", "catalogue", "select nothing"], 1, 'column "nothing" was not found'),
         (["sql", "catalogue", "insert into files values (1)"], 1, ""),
         (["run", "catalogue", "--index", "2", "--stride", "2"], 1, "index: expected 0 to 1, got 2"),
+        (["run", "--index", "0", "--stride", "1"], 2, "one of the arguments CATALOGUE --plan is "),
+        (
+            ["run", "--plan", "catalogue", "--index", "0", "--stride", "1"],
+            1,
+            "catalogue: a plan is work/NNNNNN/plan.json in a catalogue",
+        ),
         (["vacuum", "catalogue", "--keep", "0"], 1, "keep: expected at least 1, got 0"),
     ],
 )

@@ -34,7 +34,7 @@ from ifdsweep.catalogue._listing import SCHEMA as LISTED
 from ifdsweep.catalogue._listing import Found
 from ifdsweep.catalogue._model import DROP, EMPTY, READ, Part, PartFile, Plan, Receipt, path_key
 from ifdsweep.catalogue._plan import items_of, make_plan
-from ifdsweep.catalogue._storage import FolderStorage, Storage, storage_of
+from ifdsweep.catalogue._storage import Storage, storage_of
 from ifdsweep.catalogue.engines.local import Local
 
 pytestmark = pytest.mark.usefixtures("settled")
@@ -408,7 +408,7 @@ class TestTooManyRemovals:
 
 class TestPartitions:
     def _planned(self, tmp_path: Path, root: Path, **known: Any) -> Plan:
-        storage = FolderStorage(str(tmp_path / "storage"))
+        storage = storage_of(tmp_path / "storage", make=True)
         plan = make_plan(storage, replace(EMPTY, **known), Options(), [str(root)])
         assert plan is not None
         read = items(storage, plan)[READ]
@@ -485,7 +485,7 @@ class TestPartitions:
         held: list[int] = []
         begun = pa.total_allocated_bytes()
         plan = make_plan(
-            FolderStorage(str(tmp_path / "storage")),
+            storage_of(tmp_path / "storage", make=True),
             EMPTY,
             Options(),
             [str(tmp_path)],
@@ -578,7 +578,7 @@ class TestWhatAFileTakes:
         make_tree(tmp_path / "root", {f"{n:02}": photo() for n in range(20)})
         make_tree(tmp_path / "root", {f"{n:02}": b"II*\0\xff" for n in range(20, 40)})
         for known, expected in ((None, [8] * 5), (10.0, [2] * 20)):
-            storage = FolderStorage(str(tmp_path / f"storage-{known}"))
+            storage = storage_of(tmp_path / f"storage-{known}", make=True)
             snapshot = replace(EMPTY, seconds_per_file=known)
             plan = make_plan(storage, snapshot, Options(), [str(tmp_path / "root")])
             assert plan is not None

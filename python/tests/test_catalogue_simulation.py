@@ -18,7 +18,13 @@ from conftest import repetitions
 pytest.importorskip("pyarrow")
 
 from ifdsweep.catalogue import CatalogueError
-from ifdsweep.catalogue._commit import commit, newest_snapshot, read_receipt, receipts
+from ifdsweep.catalogue._commit import (
+    commit,
+    newest_snapshot,
+    read_receipt,
+    receipts,
+    remove_litter,
+)
 from ifdsweep.catalogue._model import (
     Options,
     Part,
@@ -36,7 +42,6 @@ from ifdsweep.catalogue._names import (
     snapshot_name,
 )
 from ifdsweep.catalogue._storage import FolderStorage
-from ifdsweep.catalogue._update import remove_litter
 from ifdsweep.catalogue.engines._dispatch import (
     IN_FLIGHT,
     LATE,
@@ -374,7 +379,7 @@ class TestRun:
         rows = contents(storage)
         assert sorted(rows["files"]) == expected
         assert sorted(rows["images"]) == expected
-        remove_litter(storage)
+        remove_litter(storage, is_alone=True)
         parts = newest_snapshot(storage).parts
         names = {file.name for part in parts for file in part.tables.values()}
         assert set(storage.names("")) == names | {snapshot_name(1)}

@@ -4,19 +4,20 @@ import os
 from collections.abc import Callable, Iterable
 from dataclasses import fields
 from pathlib import Path
-from typing import TYPE_CHECKING, Any, Self
+from typing import TYPE_CHECKING, Any, NamedTuple, Self
 
 import pyarrow as pa
 import pyarrow.compute as pc
 import pyarrow.dataset as ds
 
+from ifdsweep._html import table_html
 from ifdsweep.catalogue._commit import (
     newest_snapshot,
     read_snapshot,
     snapshot_numbers,
     vacuum,
 )
-from ifdsweep.catalogue._errors import CatalogueError
+from ifdsweep.catalogue._errors import CatalogueError, explained
 from ifdsweep.catalogue._model import (
     FORMAT,
     TABLES,
@@ -25,9 +26,11 @@ from ifdsweep.catalogue._model import (
     Snapshot,
     Summary,
     Table,
+    description_from_json,
     from_json,
     to_json,
 )
+from ifdsweep.catalogue._names import is_temporary
 from ifdsweep.catalogue._storage import Storage, storage_of
 from ifdsweep.catalogue._tables import schema_of
 from ifdsweep.catalogue._update import Progress, update
@@ -48,6 +51,16 @@ _FAILURES = pa.schema(
         "error_text": pa.utf8(),
     }
 )
+
+
+class TableState(NamedTuple):
+    """How much there is of a table."""
+
+    rows: int
+    bytes: int
+    """Of its files."""
+    parts: int
+    """Parts that have rows of it."""
 
 
 class Catalogue:
@@ -87,12 +100,15 @@ class Catalogue:
         chosen = _options(options)
         schema_of("images", chosen)  # raises for columns that there are not
         storage = storage_of(path, make=True)
-        if next(iter(storage.names("")), None) is not None:
-            raise CatalogueError(f"{storage.location}: there is something already")
+        with explained(storage.location):
+            if any(not is_temporary(name) for name in storage.names("")):
+                raise CatalogueError(f"{storage.location}: there is something already")
         description = Description(
             FORMAT, tuple(str(Path(root).absolute()) for root in given), chosen
         )
-        if not storage.create(_DESCRIPTION, to_json(description)):
+        with explained(storage.location):
+            is_made = storage.create(_DESCRIPTION, to_json(description))
+        if not is_made:
             raise CatalogueError(f"{storage.location}: there is a catalogue already")
         return cls.open(storage)
 
@@ -105,14 +121,17 @@ class Catalogue:
         """
         storage = storage_of(path)
         try:
-            description = from_json(Description, storage.read(_DESCRIPTION))
+            description = description_from_json(storage.read(_DESCRIPTION))
         except FileNotFoundError:
             raise CatalogueError(f"{storage.location}: there is no catalogue") from None
         except (OSError, ValueError) as error:
             raise CatalogueError(f"{storage.location}/{_DESCRIPTION}: {error}") from error
-        if description.format > FORMAT:
-            raise CatalogueError(f"{storage.location}: a later version of ifdsweep made it")
         return cls(storage, description, newest_snapshot(storage))
+
+    def _repr_html_(self) -> str:
+        """A small table for notebooks: what there is of each table."""
+        rows = [(name, *(f"{n:,}" for n in there)) for name, there in self.tables.items()]
+        return table_html(repr(self)[1:-1], ("table", *TableState._fields), rows)
 
     def __repr__(self) -> str:
         snapshot = self._snapshot
@@ -144,6 +163,16 @@ class Catalogue:
         """All states that are there, the oldest first."""
         return [read_snapshot(self._storage, n) for n in snapshot_numbers(self._storage)]
 
+    @property
+    def tables(self) -> dict[Table, "TableState"]:
+        """How much there is of each table."""
+        return {table: self._state_of(table) for table in TABLES}
+
+    def _state_of(self, table: Table) -> "TableState":
+        stored = [part.tables[table] for part in self._snapshot.parts if table in part.tables]
+        rows, size = sum(file.rows for file in stored), sum(file.bytes for file in stored)
+        return TableState(rows, size, len(stored))
+
     def at(self, snapshot: int) -> Self:
         """The catalogue as it was in a snapshot that is still there."""
         return type(self)(self._storage, self._description, read_snapshot(self._storage, snapshot))
@@ -174,7 +203,7 @@ class Catalogue:
             if engine != "local":
                 raise ValueError(f'engine: expected "local" or an engine, got {engine!r}')
             engine = Local()
-        try:
+        with explained(self.location):
             summary = update(
                 self._storage,
                 self.options,
@@ -184,8 +213,6 @@ class Catalogue:
                 accept_removals=accept_removals,
                 progress=progress,
             )
-        except OSError as error:
-            raise CatalogueError(f"{self.location}: {error}") from error
         self._snapshot = newest_snapshot(self._storage)
         return summary
 
@@ -224,6 +251,11 @@ class Catalogue:
     def warnings(self) -> ds.Dataset:
         """A row for each message."""
         return self.dataset("warnings")
+
+    @property
+    def others(self) -> ds.Dataset:
+        """A row for each file that is no image."""
+        return self.dataset("others")
 
     @property
     def failures(self) -> pa.Table:

@@ -1,13 +1,15 @@
 """The command `ifdsweep-catalogue`."""
 
 import argparse
+import dataclasses
 import json
 import os
 import signal
 import sys
 import time
+import warnings
 from collections.abc import Callable, Iterator, Sequence
-from typing import Any, NoReturn
+from typing import Any, NoReturn, TextIO
 
 from ifdsweep import _core
 
@@ -32,6 +34,7 @@ def main(arguments: Sequence[str] | None = None) -> int:
         from ifdsweep.catalogue import CatalogueBusyError, CatalogueError, TooManyRemovalsError
     except ModuleNotFoundError as error:
         return _complain(f"{error}; pip install 'ifdsweep[catalogue]'", _FAILED)
+    warnings.showwarning = _warn
     try:
         options.action(options)
         sys.stdout.flush()
@@ -41,18 +44,31 @@ def main(arguments: Sequence[str] | None = None) -> int:
         return _complain(f"{error} (--accept-removals)", _REFUSED)
     except (CatalogueError, ModuleNotFoundError, TypeError, ValueError) as error:
         return _complain(error, _FAILED)
-    except Exception as error:
-        if not type(error).__module__.startswith(("duckdb", "_duckdb")):
-            raise
-        return _complain(error, _FAILED)
     except BrokenPipeError:
         os.dup2(os.open(os.devnull, os.O_WRONLY), sys.stdout.fileno())
         return _DONE
     except OSError as error:
         return _complain(error, _FAILED)
+    except Exception as error:
+        if not type(error).__module__.startswith(("duckdb", "_duckdb")):
+            raise
+        return _complain(error, _FAILED)
     except KeyboardInterrupt:
         return _complain("ended; the same command goes on", _INTERRUPTED)
     return _DONE
+
+
+def _warn(
+    message: Warning | str,
+    category: type[Warning],
+    filename: str,
+    lineno: int,
+    file: TextIO | None = None,
+    line: str | None = None,
+) -> None:
+    """Tells users of a warning, as `warnings.showwarning`."""
+    del category, filename, lineno, file, line
+    _complain(f"warning: {message}", _DONE)
 
 
 def _complain(what: object, status: int) -> int:
@@ -91,7 +107,10 @@ def _parser() -> argparse.ArgumentParser:
         "query", metavar="QUERY", help='such as "select Make, count(*) from images group by all"'
     )
     _add_format(sql)
-    _command(commands, "status", _status, "tells what there is, and of the last update")
+    status = _command(commands, "status", _status, "tells what there is, and of the last update")
+    status.add_argument(
+        "--format", choices=["text", "json"], default="text", help="text: for people (default)"
+    )
     failures = _command(
         commands,
         "failures",
@@ -116,9 +135,13 @@ def _command(
     parser: argparse.ArgumentParser = commands.add_parser(
         name, help=summary, description=summary[0].upper() + summary[1:] + ".", allow_abbrev=False
     )
-    parser.add_argument("catalogue", metavar="CATALOGUE", help="the folder of the catalogue")
     parser.set_defaults(action=action)
+    if name != "run":
+        parser.add_argument("catalogue", metavar="CATALOGUE", help=_CATALOGUE)
     return parser
+
+
+_CATALOGUE = "the folder of the catalogue"
 
 
 def _add_create(parser: argparse.ArgumentParser) -> None:
@@ -203,6 +226,11 @@ def _add_jobs(commands: Any) -> None:
         "--accept-removals", action="store_true", help="lets more than a fifth of the files go"
     )
     run = _command(commands, "run", _run, "makes some partitions of a plan: one job of an array")
+    which = run.add_mutually_exclusive_group(required=True)
+    which.add_argument("catalogue", metavar="CATALOGUE", nargs="?", help=_CATALOGUE)
+    which.add_argument(
+        "--plan", metavar="FILE", help="the plan, work/NNNNNN/plan.json of a catalogue"
+    )
     run.add_argument(
         "--index", type=int, required=True, metavar="N", help="which job this is, from 0"
     )
@@ -295,6 +323,9 @@ def _failures(options: argparse.Namespace) -> None:
 
 def _status(options: argparse.Namespace) -> None:
     catalogue = _open(options)
+    if options.format == "json":
+        print(json.dumps(_state(catalogue), indent=2))
+        return
     print(f"catalogue   {shown(catalogue.location)}")
     for root in catalogue.roots:
         print(f"root        {shown(root)}")
@@ -305,10 +336,24 @@ def _status(options: argparse.Namespace) -> None:
     ended = time.strftime("%Y-%m-%d %H:%M:%S", time.localtime(snapshot.ended))
     print(f"snapshot    {snapshot.number} of {ended}; {len(catalogue.snapshots)} are there")
     print(f"last update {_summary_text(snapshot.summary)}")
-    for table in ("files", "images", "tags", "warnings", "others"):
-        stored = [part.tables[table] for part in snapshot.parts if table in part.tables]
-        rows, size = sum(file.rows for file in stored), sum(file.bytes for file in stored)
-        print(f"{table:11} {rows:,} rows, {size:,} bytes in {len(stored):,} parts")
+    for table, there in catalogue.tables.items():
+        print(f"{table:11} {there.rows:,} rows, {there.bytes:,} bytes in {there.parts:,} parts")
+
+
+def _state(catalogue: Any) -> dict[str, Any]:
+    """What `status` tells, for programs."""
+    snapshot = catalogue.snapshot
+    return {
+        "catalogue": catalogue.location,
+        "roots": catalogue.roots,
+        "snapshot": snapshot.number,
+        "started": snapshot.started,
+        "ended": snapshot.ended,
+        "snapshots": [each.number for each in catalogue.snapshots],
+        "update": dataclasses.asdict(snapshot.summary),
+        "unlisted": [dataclasses.asdict(folder) for folder in snapshot.unlisted],
+        "tables": {table: there._asdict() for table, there in catalogue.tables.items()},
+    }
 
 
 def _vacuum(options: argparse.Namespace) -> None:
@@ -331,7 +376,8 @@ def _plan(options: argparse.Namespace) -> None:
 def _run(options: argparse.Namespace) -> None:
     from ifdsweep.catalogue import _jobs
 
-    if _jobs.run(options.catalogue, options.index, options.stride, threads=options.threads):
+    catalogue = options.catalogue or _jobs.catalogue_of(options.plan)
+    if _jobs.run(catalogue, options.index, options.stride, threads=options.threads):
         raise SystemExit(_FAILED)
 
 
@@ -353,7 +399,8 @@ def _show(table: Any, kind: str) -> None:
     elif kind == "csv":
         from pyarrow import csv
 
-        csv.write_csv(_flat(table), sys.stdout.buffer)
+        is_shown = sys.stdout.isatty()
+        csv.write_csv(_flat(table, shown if is_shown else str), sys.stdout.buffer)
     elif kind == "json":
         for row in table.to_pylist():
             print(json.dumps(row, default=_plain))
@@ -361,19 +408,34 @@ def _show(table: Any, kind: str) -> None:
         _print_rows(table)
 
 
-def _flat(table: Any) -> Any:
-    """The table with texts for what CSV cannot hold: JSON of lists and structs, digits of bytes."""
+def _flat(table: Any, changed: Callable[[str], str]) -> Any:
+    """The table with texts for what CSV cannot hold: JSON of lists and structs, digits of bytes.
+
+    Args:
+        table: Of pyarrow.
+        changed: Makes of texts, also of names, what is written.
+    """
     import pyarrow as pa
 
     for place, field in enumerate(table.schema):
-        if pa.types.is_nested(field.type) or pa.types.is_binary(field.type):
-            values = table[place].to_pylist()
-            texts = [None if value is None else _text(value) for value in values]
-            table = table.set_column(place, field.name, pa.array(texts, pa.utf8()))
+        column = table[place]
+        if pa.types.is_nested(field.type) or pa.types.is_binary(field.type) or _is_text(field.type):
+            values = column.to_pylist()
+            texts = [None if value is None else changed(_text(value)) for value in values]
+            column = pa.array(texts, pa.utf8())
+        table = table.set_column(place, changed(field.name), column)
     return table
 
 
+def _is_text(kind: Any) -> bool:
+    import pyarrow as pa
+
+    return bool(pa.types.is_string(kind) or pa.types.is_large_string(kind))
+
+
 def _text(value: object) -> str:
+    if isinstance(value, str):
+        return value
     return value.hex() if isinstance(value, bytes) else json.dumps(value, default=_plain)
 
 

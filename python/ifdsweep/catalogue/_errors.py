@@ -1,5 +1,8 @@
 """What goes wrong with a catalogue, each with a text for its user; the last snapshot stays."""
 
+import contextlib
+from collections.abc import Iterator
+
 
 class CatalogueError(Exception):
     """A catalogue cannot be made, opened, read or brought up to date."""
@@ -11,3 +14,12 @@ class CatalogueBusyError(CatalogueError):
 
 class TooManyRemovalsError(CatalogueError):
     """An update would drop more than a fifth of the files, and was not told that it may."""
+
+
+@contextlib.contextmanager
+def explained(place: str) -> Iterator[None]:
+    """What the system refuses in a block, as a CatalogueError that names the place."""
+    try:
+        yield
+    except OSError as error:
+        raise CatalogueError(f"{place}: {error}") from error

@@ -12,13 +12,14 @@ import pyarrow as pa
 
 from ifdsweep.catalogue._catalogue import Catalogue
 from ifdsweep.catalogue._commit import commit as commit_plan
-from ifdsweep.catalogue._commit import newest_snapshot
+from ifdsweep.catalogue._commit import newest_snapshot, unless_overtaken
 from ifdsweep.catalogue._errors import CatalogueError
 from ifdsweep.catalogue._model import Plan, Receipt, Snapshot
+from ifdsweep.catalogue._names import plan_name, work_number
 from ifdsweep.catalogue._partition import run_partition
-from ifdsweep.catalogue._plan import make_plan, read_plan
+from ifdsweep.catalogue._plan import read_plan
 from ifdsweep.catalogue._storage import Storage, storage_of
-from ifdsweep.catalogue._update import remove_litter
+from ifdsweep.catalogue._update import planned
 
 
 def plan(
@@ -47,14 +48,13 @@ def plan(
     """
     storage = storage_of(location)
     catalogue = Catalogue.open(storage)
-    with storage.lock():
-        snapshot = newest_snapshot(storage)
-        remove_litter(storage)
-        return read_plan(storage, snapshot.number + 1) or make_plan(
+    with storage.lock() as is_alone:
+        return planned(
             storage,
-            snapshot,
+            newest_snapshot(storage),
             catalogue.options,
             catalogue.roots,
+            is_alone=is_alone,
             force=force,
             accept_removals=accept_removals,
             progress=progress,
@@ -110,6 +110,19 @@ def run(
     return 1 if failed else 0
 
 
+def catalogue_of(plan: str) -> str:
+    """The folder of the catalogue that a plan lies in; CatalogueError for what is no plan's name.
+
+    Args:
+        plan: The path of `work/NNNNNN/plan.json`, or its address in an object store.
+    """
+    folder, work, rest = plan.rpartition("work/")
+    number = work_number(work + rest)
+    if number is None or work + rest != plan_name(number):
+        raise CatalogueError(f"{plan}: a plan is work/NNNNNN/plan.json in a catalogue")
+    return folder or "."
+
+
 def commit(location: str | os.PathLike[str] | Storage) -> Snapshot:
     """Makes the snapshot of what the jobs made.
 
@@ -124,7 +137,10 @@ def commit(location: str | os.PathLike[str] | Storage) -> Snapshot:
     Catalogue.open(storage)
     with storage.lock():
         plan = _open_plan(storage)
-        return newest_snapshot(storage) if plan is None else commit_plan(storage, plan)
+        if plan is None:
+            return newest_snapshot(storage)
+        with unless_overtaken(storage, plan):
+            return commit_plan(storage, plan)
 
 
 def _open_plan(storage: Storage) -> Plan | None:

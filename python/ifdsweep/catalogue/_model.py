@@ -17,11 +17,24 @@ str by `os.fsdecode`. Their order is that of their components: `path_key`.
 
 import json
 import math
+import re
 from collections.abc import Mapping
 from contextlib import suppress
 from dataclasses import asdict, dataclass, is_dataclass
 from types import NoneType, UnionType
-from typing import Any, Literal, TypeAlias, TypeVar, Union, get_args, get_origin, get_type_hints
+from typing import (
+    Annotated,
+    Any,
+    Literal,
+    TypeAlias,
+    TypeVar,
+    Union,
+    get_args,
+    get_origin,
+    get_type_hints,
+)
+
+from ifdsweep.catalogue._names import ATTEMPT, ITEMS_NAME, PART_NAME
 
 FORMAT = 1
 """The version of what is on disk."""
@@ -32,6 +45,8 @@ TABLES: tuple[Table, ...] = ("files", "images", "tags", "warnings", "others")
 FILE_BITS = 24
 """`file_id` is the number of the part, so many bits to the left, and the file's place in it."""
 
+PartNumber: TypeAlias = Annotated[int, range(1 << 63 - FILE_BITS)]
+RootNumber: TypeAlias = Annotated[int, range(1 << 15)]
 
 _Kind = TypeVar("_Kind")
 
@@ -78,7 +93,7 @@ class Description:
 class PartFile:
     """A Parquet file of a part: one of its tables."""
 
-    name: str
+    name: Annotated[str, PART_NAME]
     """From the folder of the catalogue."""
     rows: int
     bytes: int
@@ -88,9 +103,9 @@ class PartFile:
 class Part:
     """The rows of the files in a range of paths of one root."""
 
-    number: int
+    number: PartNumber
     """Counted over the life of the catalogue: no two parts of snapshots share one."""
-    root: int
+    root: RootNumber
     first: str
     """The path of its first file, image or not."""
     last: str
@@ -109,7 +124,7 @@ def rows_of(part: Part, table: Table) -> int:
 class Unlisted:
     """A folder that could not be listed: what was known of its files was kept."""
 
-    root: int
+    root: RootNumber
     folder: str
     """"" is the root itself."""
     error: str
@@ -144,7 +159,7 @@ class Snapshot:
     ended: float
     parts: tuple[Part, ...]
     """By root and path."""
-    next_part: int
+    next_part: PartNumber
     summary: Summary
     unlisted: tuple[Unlisted, ...] = ()
     seconds_per_file: float | None = None
@@ -159,9 +174,9 @@ EMPTY = Snapshot(0, 0, 0.0, 0.0, (), 1, Summary())
 class Partition:
     """A range of paths of one root that an update makes anew: one part, whose number it has."""
 
-    number: int
-    root: int
-    old: tuple[int, ...]
+    number: PartNumber
+    root: RootNumber
+    old: tuple[PartNumber, ...]
     """Numbers of the parts of which rows are kept."""
     begin: str
     """First path of the range; of the old parts the partition keeps what is in the range."""
@@ -187,12 +202,12 @@ class Plan:
     options: Options
     roots: tuple[str, ...]
     partitions: tuple[Partition, ...]
-    carried: tuple[int, ...]
+    carried: tuple[PartNumber, ...]
     """Numbers of the parts that go into the snapshot as they are."""
     unlisted: tuple[Unlisted, ...]
     unchanged: int
     removed: int
-    items: str
+    items: Annotated[str, ITEMS_NAME]
     """The name of the file."""
 
 
@@ -206,8 +221,8 @@ DROP = 1
 class Receipt:
     """What a try of a partition made; below 1 kB of JSON but for long paths."""
 
-    partition: int
-    attempt: str
+    partition: PartNumber
+    attempt: Annotated[str, ATTEMPT]
     part: Part | None
     """Names are those that the files have in the tables; None where no file is left."""
     files: int
@@ -225,13 +240,29 @@ def to_json(value: Any) -> bytes:
 
 
 def from_json(kind: type[_Kind], content: bytes) -> _Kind:
-    """The value of a kind; ValueError, which tells what is wrong, for what is none."""
+    """The value of a kind; ValueError, which tells what is wrong, for what is none.
+
+    Members that have a default may be missing; there are no others than those of the kind.
+    """
+    made: _Kind = _built(kind, _parsed(content), kind.__name__)
+    return made
+
+
+def description_from_json(content: bytes) -> Description:
+    """What `catalogue.json` says; ValueError as of `from_json`, or since a later version made it,
+    of which nothing else is looked at."""
+    value = _parsed(content)
+    if isinstance(value, dict) and type(value.get("format")) is int and value["format"] > FORMAT:
+        raise ValueError("a later version of ifdsweep made it")
+    made: Description = _built(Description, value, "Description")
+    return made
+
+
+def _parsed(content: bytes) -> Any:
     try:
-        value = json.loads(content)
+        return json.loads(content)
     except (RecursionError, UnicodeDecodeError) as error:
         raise ValueError(f"no JSON: {error}") from error
-    made: _Kind = _built(kind, value, kind.__name__)
-    return made
 
 
 def _built(kind: Any, value: Any, place: str) -> Any:
@@ -240,31 +271,60 @@ def _built(kind: Any, value: Any, place: str) -> Any:
         return _built_object(kind, value, place)
     origin = get_origin(kind)
     arguments = get_args(kind)
+    if origin is Annotated:
+        made = _built(arguments[0], value, place)
+        if _is_within(arguments[1], made):
+            return made
     if origin is tuple and isinstance(value, list):
         return tuple(_built(arguments[0], item, f"{place}[{n}]") for n, item in enumerate(value))
     if origin is Mapping and isinstance(value, dict):
-        return {key: _built(arguments[1], item, f"{place}.{key}") for key, item in value.items()}
+        keys = [_built(arguments[0], key, f"{place}: a name") for key in value]
+        return {key: _built(arguments[1], value[key], f"{place}.{key}") for key in keys}
     if origin is Literal and value in arguments:
         return value
     if origin in {Union, UnionType}:
         for choice in arguments:
             with suppress(ValueError):
                 return _built(choice, value, place)
-    if kind is float and type(value) in {int, float} and math.isfinite(value):
+    if kind is float and type(value) in {int, float} and _is_time(value):
         return float(value)
-    if kind is int and type(value) is int and abs(value) < 1 << 63:
+    if kind is int and type(value) is int and 0 <= value < 1 << 63:
         return value
-    if kind in {str, bool, NoneType} and type(value) is kind:
+    if kind is str and type(value) is str and _is_path(value):
+        return value
+    if kind in {bool, NoneType} and type(value) is kind:
         return value
     raise ValueError(f"{place}: a value that does not belong there")
+
+
+def _is_within(limit: Any, value: Any) -> bool:
+    """Whether a value is in a range, or a text like a pattern."""
+    if isinstance(limit, re.Pattern):
+        return limit.fullmatch(value) is not None
+    return value in limit
+
+
+def _is_time(value: float) -> bool:
+    """Whether it is a number of seconds that computing with does no harm."""
+    return 0 <= value < 1e12 and math.isfinite(value)
+
+
+def _is_path(value: str) -> bool:
+    """Whether a text could be a path by `os.fsdecode`, as all texts here could."""
+    try:
+        value.encode("utf-8", "surrogateescape")
+    except UnicodeEncodeError:
+        return False
+    return "\0" not in value
 
 
 def _built_object(kind: Any, value: Any, place: str) -> Any:
     if not isinstance(value, dict):
         raise ValueError(f"{place}: a value that does not belong there")
-    types = get_type_hints(kind)
+    types = get_type_hints(kind, include_extras=True)
     if surplus := value.keys() - types.keys():
-        raise ValueError(f"{place}: unknown members: {', '.join(sorted(surplus))}")
+        names = ", ".join(ascii(name)[1:-1] for name in sorted(surplus))
+        raise ValueError(f"{place}: unknown members: {names}")
     given = {name: _built(types[name], item, f"{place}.{name}") for name, item in value.items()}
     try:
         return kind(**given)

@@ -6,7 +6,8 @@ do, it does otherwise: moving is copying and removing, and there are no locks.
 
 import contextlib
 import tempfile
-from collections.abc import Iterator, Mapping
+from collections.abc import Iterator, Mapping, Sequence
+from concurrent.futures import ThreadPoolExecutor
 from contextlib import AbstractContextManager
 from typing import Any, BinaryIO, cast
 
@@ -15,6 +16,8 @@ from obstore.exceptions import AlreadyExistsError, BaseError, NotFoundError
 from obstore.store import from_url
 
 _IN_MEMORY = 16 << 20
+_AT_A_TIME = 16
+"""Requests."""
 
 
 class ObjectStorage:
@@ -75,14 +78,26 @@ class ObjectStorage:
             for found in obstore.list(self._store, folder or None):
                 yield from (item["path"] for item in found)
 
+    def sizes(self, names: Sequence[str]) -> list[int | None]:
+        """As `Storage` says."""
+        with ThreadPoolExecutor(_AT_A_TIME) as pool:
+            return list(pool.map(self._size, names))
+
+    def _size(self, name: str) -> int | None:
+        try:
+            with _as_os_error(name):
+                return obstore.head(self._store, name)["size"]
+        except FileNotFoundError:
+            return None
+
     def remove(self, name: str) -> None:
         """As `Storage` says."""
         with contextlib.suppress(FileNotFoundError), _as_os_error(name):
             obstore.delete(self._store, name)
 
-    def lock(self) -> AbstractContextManager[None]:
+    def lock(self) -> AbstractContextManager[bool]:
         """As `Storage` says: who makes the snapshot first wins."""
-        return contextlib.nullcontext()
+        return contextlib.nullcontext(False)
 
     def filesystem(self) -> tuple[Any, str]:
         """As `Storage` says."""

@@ -381,7 +381,7 @@ class _NewRows:
         self._has_row = np.array([path in left_out for path in reads], bool)
         self._read_places = np.flatnonzero(~self._has_row)
         self._crashed_places = np.flatnonzero(self._has_row)
-        self._settled_before = time.time_ns() - GRAIN_NS
+        self._started = time.time_ns()
         self._schemas = {table: schema_of(table, job.options) for table in TABLES}
         self.failed = 0
 
@@ -434,7 +434,7 @@ class _NewRows:
         columns = dict(zip(rows.schema.names, rows.columns, strict=True))
         self._has_row[np.searchsorted(self._ids, columns["file_id"].to_numpy())] = True
         columns["root"] = self._root_of(rows.num_rows)
-        columns["settled"] = self._settled(columns["mtime_ns"], columns["ctime_ns"])
+        columns["settled"] = _settled(columns["mtime_ns"], columns["ctime_ns"], self._started)
         return pa.table(columns, schema=self._schemas["files"])
 
     def _crashed(self) -> pa.Table:
@@ -452,7 +452,7 @@ class _NewRows:
             "error_id": ["ifdsweep:workerDied"] * count,
             "error_args": [[_EACH_TIME]] * count,
             "error_text": [f"the process that read the file ended: {_EACH_TIME}"] * count,
-            "settled": self._settled(items["mtime_ns"], items["ctime_ns"]),
+            "settled": _settled(items["mtime_ns"], items["ctime_ns"], self._started),
         }
         rows = pa.table(known, schema=pa.schema(schema.field(name) for name in known))
         return pa.concat_tables([schema.empty_table(), rows], promote_options="default")
@@ -461,12 +461,11 @@ class _NewRows:
         """Files that no table has a row of: they are no images."""
         places = np.flatnonzero(~self._has_row)
         items = self._job.items.take(pa.array(places))
-        started = int(self._job.plan.started * 1e9) - GRAIN_NS
-        latest = pc.max_element_wise(items["mtime_ns"], items["ctime_ns"], skip_nulls=False)
+        started = int(self._job.plan.started * 1e9)
         known: dict[str, Any] = {
             **self._keys(places),
             **{name: items[name] for name in ("size", "mtime_ns", "ctime_ns", "inode")},
-            "settled": pc.less(latest, started),
+            "settled": _settled(items["mtime_ns"], items["ctime_ns"], started),
         }
         return pa.table(known, schema=OTHERS)
 
@@ -483,9 +482,15 @@ class _NewRows:
     def _root_of(self, rows: int) -> pa.Array:
         return pa.array(np.full(rows, self._job.partition.root, np.int16))
 
-    def _settled(self, changed: _Numbers, status: _Numbers) -> _Numbers:
-        latest = pc.max_element_wise(changed, status, skip_nulls=False)
-        return pc.fill_null(pc.less(latest, self._settled_before), False)
+
+def _settled(changed: _Numbers, status: _Numbers, started: int) -> _Numbers:
+    """Whether files would have other times if they changed again: these times are none of now, as
+    far as clocks tell. Those of the future are not, either."""
+    before, after = started - GRAIN_NS, time.time_ns() + GRAIN_NS
+    outside = [
+        pc.or_(pc.less(times, before), pc.greater(times, after)) for times in (changed, status)
+    ]
+    return pc.fill_null(pc.and_(*outside), False)
 
 
 def _failed(files: pa.Table) -> int:

@@ -32,7 +32,7 @@ from ifdsweep.catalogue._model import (
     rows_of,
     to_json,
 )
-from ifdsweep.catalogue._names import items_name, plan_name
+from ifdsweep.catalogue._names import again_without, items_name, plan_name, work_number
 from ifdsweep.catalogue._reading import seconds_per_file
 from ifdsweep.catalogue._steps import reached
 from ifdsweep.catalogue._storage import Storage
@@ -81,8 +81,8 @@ def make_plan(
     """Lists the roots, compares with the snapshot, and writes plan and items into the storage.
 
     A file is unchanged if path, size, mtime, ctime and inode are those of its row in `files` or
-    `others`, and the row says that it had settled (`settled`: it was older than the grain of clocks
-    when it was read) and has not a status that asks for another try (timeout, memory, crashed,
+    `others`, and the row says that it had settled (`settled`: had it changed since it was read, its
+    times were others) and has not a status that asks for another try (timeout, memory, crashed,
     unreadable).
 
     Args:
@@ -161,13 +161,26 @@ def read_plan(storage: Storage, snapshot: int) -> Plan | None:
     name = plan_name(snapshot)
     try:
         plan = from_json(Plan, storage.read(name))
+        _check_plan(plan, snapshot)
     except FileNotFoundError:
         return None
     except (OSError, ValueError) as error:
-        raise CatalogueError(f"{storage.location}/{name}: {error}") from error
-    if plan.snapshot != snapshot:
-        raise CatalogueError(f"{storage.location}/{name}: it is for snapshot {plan.snapshot}")
+        raise CatalogueError(
+            f"{storage.location}/{name}: {error}; {again_without(snapshot)}"
+        ) from error
     return plan
+
+
+def _check_plan(plan: Plan, snapshot: int) -> None:
+    if (plan.snapshot, plan.parent) != (snapshot, snapshot - 1):
+        raise ValueError(f"it is for snapshot {plan.snapshot} after {plan.parent}")
+    if work_number(plan.items) != snapshot:
+        raise ValueError("it has items of another plan")
+    numbers = {partition.number for partition in plan.partitions}
+    if len(numbers) < len(plan.partitions):
+        raise ValueError("two partitions have one number")
+    if any(partition.root >= len(plan.roots) for partition in plan.partitions):
+        raise ValueError("a partition is of no root")
 
 
 def items_of(storage: Storage, plan: Plan, partition: int) -> pa.Table:
@@ -182,7 +195,9 @@ def items_of(storage: Storage, plan: Plan, partition: int) -> pa.Table:
             ]
             return file.read_row_groups(groups).cast(ITEMS)
     except (OSError, ValueError, pa.ArrowException) as error:
-        raise CatalogueError(f"{storage.location}/{plan.items}: {error}") from error
+        raise CatalogueError(
+            f"{storage.location}/{plan.items}: {error}; {again_without(plan.snapshot)}"
+        ) from error
 
 
 @contextlib.contextmanager

@@ -1,7 +1,7 @@
 """Named steps of an update, in the order in which they happen: where tests look, or pull the plug.
 
 planned items-written plan-written                              once
-attempt-begun part-written attempt-written receipt-written      for each partition
+attempt-begun attempt-written receipt-written                   for each partition
 parts-moved snapshot-prepared snapshot-written work-removed     once
 """
 

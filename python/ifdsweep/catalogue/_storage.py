@@ -9,13 +9,19 @@ import fcntl
 import os
 import re
 import socket
+import stat
+import time
 import uuid
-from collections.abc import Iterator, Mapping
+from collections.abc import Iterator, Mapping, Sequence
 from contextlib import AbstractContextManager
 from pathlib import Path
 from typing import Any, BinaryIO, Protocol
 
 from ifdsweep.catalogue._errors import CatalogueBusyError, CatalogueError
+from ifdsweep.catalogue._names import claim_name, temporary_name
+
+_CLAIM_SECONDS = 5.0
+"""How long the name of a file may be claimed; who claimed it is gone then."""
 
 
 class Storage(Protocol):
@@ -46,16 +52,24 @@ class Storage(Protocol):
         ...
 
     def names(self, folder: str) -> Iterator[str]:
-        """The names of all files below a folder, from the catalogue's own, in no order."""
+        """The names of all files below a folder, from the catalogue's own, in no order; "" is the
+        catalogue's."""
+        ...
+
+    def sizes(self, names: Sequence[str]) -> list[int | None]:
+        """How many bytes files have; None for one that is not there."""
         ...
 
     def remove(self, name: str) -> None:
         """Removes a file, and folders that are empty then; nothing without such a file."""
         ...
 
-    def lock(self) -> AbstractContextManager[None]:
-        """Held by one update at a time; CatalogueBusyError while another has it. A storage without
-        locks lets all pass: then who makes the snapshot first wins."""
+    def lock(self) -> AbstractContextManager[bool]:
+        """Held by one update at a time; CatalogueBusyError while another has it.
+
+        Gives whether it keeps others out: a storage without locks lets all pass, and who makes the
+        snapshot first wins.
+        """
         ...
 
     def filesystem(self) -> tuple[Any, str]:
@@ -114,7 +128,7 @@ class FolderStorage:
 
     def read(self, name: str) -> bytes:
         """As `Storage` says."""
-        with open(self._path(name), "rb") as file:
+        with open(self._path(name), "rb", opener=_open_regular) as file:
             return file.read()
 
     def create(self, name: str, content: bytes) -> bool:
@@ -140,15 +154,31 @@ class FolderStorage:
     @contextlib.contextmanager
     def _temporary(self, path: str) -> Iterator[tuple[BinaryIO, str]]:
         """A file beside the one that it becomes; gone at the end of the block."""
-        folder = os.path.dirname(path)
-        os.makedirs(folder, exist_ok=True)
-        temporary = os.path.join(folder, f".{uuid.uuid4().hex}.part")
-        with open(temporary, "xb") as file:
+        temporary = os.path.join(os.path.dirname(path), temporary_name(uuid.uuid4().hex))
+        with self._new(temporary) as file:
             try:
                 yield file, temporary
             finally:
                 with contextlib.suppress(FileNotFoundError):
                     os.unlink(temporary)
+
+    def _new(self, path: str) -> BinaryIO:
+        """A new file, in a folder that others may remove as long as it is empty."""
+        for _ in range(100):
+            self._make_folder(os.path.dirname(path))
+            with contextlib.suppress(FileNotFoundError):
+                return open(path, "xb")
+        raise FileNotFoundError(errno.ENOENT, os.strerror(errno.ENOENT), path)
+
+    def _make_folder(self, folder: str) -> None:
+        """Makes a folder, and those above, that last; that of the catalogue is there."""
+        if len(folder) <= len(self.location) or os.path.isdir(folder):
+            return
+        above = os.path.dirname(folder)
+        self._make_folder(above)
+        with contextlib.suppress(FileExistsError, FileNotFoundError):
+            os.mkdir(folder)
+            _sync_folder(above)
 
     def move(self, targets: Mapping[str, str]) -> None:
         """As `Storage` says."""
@@ -162,7 +192,7 @@ class FolderStorage:
     def _move(self, name: str, path: str) -> None:
         if os.path.lexists(path):
             return
-        os.makedirs(os.path.dirname(path), exist_ok=True)
+        self._make_folder(os.path.dirname(path))
         try:
             os.rename(self._path(name), path)
         except FileNotFoundError:
@@ -171,9 +201,12 @@ class FolderStorage:
 
     def names(self, folder: str) -> Iterator[str]:
         """As `Storage` says."""
-        for parent, _, files in os.walk(self._path(folder)):
-            inside = os.path.relpath(parent, self.location)
-            yield from (f"{inside}/{file}" for file in files)
+        for parent, _, files in os.walk(self._path(folder), onerror=_unless_gone):
+            yield from (os.path.relpath(os.path.join(parent, f), self.location) for f in files)
+
+    def sizes(self, names: Sequence[str]) -> list[int | None]:
+        """As `Storage` says."""
+        return [_size(self._path(name)) for name in names]
 
     def remove(self, name: str) -> None:
         """As `Storage` says."""
@@ -190,14 +223,15 @@ class FolderStorage:
                 folder = os.path.dirname(folder)
 
     @contextlib.contextmanager
-    def lock(self) -> Iterator[None]:
+    def lock(self) -> Iterator[bool]:
         """As `Storage` says."""
+        keeps_out = True
         descriptor = os.open(self._path("lock"), os.O_RDWR | os.O_CREAT | os.O_CLOEXEC, 0o666)
         try:
             try:
                 fcntl.flock(descriptor, fcntl.LOCK_EX | fcntl.LOCK_NB)
             except BlockingIOError:
-                holder = os.read(descriptor, 256).decode("ascii", "replace").strip()
+                holder = ascii(os.read(descriptor, 256).decode(errors="replace").strip())[1:-1]
                 raise CatalogueBusyError(
                     f"{self.location}: another update is at work ({holder or 'unknown process'})"
                 ) from None
@@ -205,9 +239,10 @@ class FolderStorage:
                 # A file system without locks: who makes the snapshot first wins.
                 if error.errno not in {errno.ENOLCK, errno.ENOSYS, errno.EOPNOTSUPP}:
                     raise
+                keeps_out = False
             os.ftruncate(descriptor, 0)
             os.pwrite(descriptor, f"process {os.getpid()} on {socket.gethostname()}\n".encode(), 0)
-            yield
+            yield keeps_out
         finally:
             os.close(descriptor)
 
@@ -216,6 +251,27 @@ class FolderStorage:
         from pyarrow.fs import LocalFileSystem
 
         return LocalFileSystem(use_mmap=False), self.location
+
+
+def _open_regular(path: str, flags: int) -> int:
+    """Opens a file without waiting for what a pipe of that name would bring."""
+    descriptor = os.open(path, flags | os.O_NONBLOCK | os.O_CLOEXEC)
+    if stat.S_ISREG(os.fstat(descriptor).st_mode):
+        return descriptor
+    os.close(descriptor)
+    raise OSError(errno.EINVAL, "Not a regular file", path)
+
+
+def _unless_gone(error: OSError) -> None:
+    if not isinstance(error, FileNotFoundError):
+        raise error
+
+
+def _size(path: str) -> int | None:
+    try:
+        return os.stat(path).st_size
+    except FileNotFoundError:
+        return None
 
 
 def _sync(file: BinaryIO) -> None:
@@ -251,16 +307,32 @@ def _link(temporary: str, path: str) -> bool:
 
 
 def _rename_new(temporary: str, path: str) -> bool:
-    """The same where the file system has no links: an empty file takes the name first."""
-    claim = f"{path}.claim"
-    try:
-        os.close(os.open(claim, os.O_WRONLY | os.O_CREAT | os.O_EXCL | os.O_CLOEXEC, 0o666))
-    except FileExistsError:
-        return False
+    """The same where the file system has no links: an empty file keeps others off meanwhile."""
+    claim = claim_name(path)
+    _make_claim(claim)
     try:
         if os.path.lexists(path):
             return False
         os.rename(temporary, path)
     finally:
-        os.unlink(claim)
+        with contextlib.suppress(FileNotFoundError):
+            os.unlink(claim)
     return True
+
+
+def _make_claim(claim: str) -> None:
+    """Waits until a name is nobody's, but not for who was killed meanwhile."""
+    seen = None
+    patience = 0.0
+    while True:
+        with contextlib.suppress(FileExistsError):
+            os.close(os.open(claim, os.O_WRONLY | os.O_CREAT | os.O_EXCL | os.O_CLOEXEC, 0o666))
+            return
+        with contextlib.suppress(FileNotFoundError):
+            status = os.stat(claim)
+            if seen != (status.st_ino, status.st_mtime_ns):
+                seen = status.st_ino, status.st_mtime_ns
+                patience = time.monotonic() + _CLAIM_SECONDS
+            elif time.monotonic() > patience:
+                os.unlink(claim)
+        time.sleep(0.01)

@@ -17,8 +17,8 @@ from ifdsweep.catalogue._model import Options, PartFile, Table
 from ifdsweep.catalogue._storage import Storage
 
 SETTLED = pa.field("settled", pa.bool_(), metadata={b"PARQUET:field_id": b"1000"})
-"""Column behind those of `files`: the file had been at rest for longer than the grain of clocks
-when it was read. Another is read again by the next update."""
+"""Column behind those of `files`: the file would have other times if it changed after it was read.
+Where it might have the same, as far as the grain of clocks tells, an update reads it again."""
 
 OTHERS = pa.schema(
     [
@@ -141,11 +141,18 @@ class TableWriter:
             for task in self._begun:
                 task.cancel()
             wait(self._begun)
-            block, self._block = self._block, None
-            failure = error or sys.exception()
-            if block is not None and failure is not None:
-                with contextlib.suppress(type(failure)):
-                    block.__exit__(type(failure), failure, failure.__traceback__)
+            self._discard(error or sys.exception())
+
+    def _discard(self, failure: BaseException | None) -> None:
+        """Removes the file if it is not there yet."""
+        block, self._block = self._block, None
+        if block is None or failure is None:
+            return
+        if self._writer is not None:
+            with contextlib.suppress(Exception):  # or else it would write when it is gone
+                self._writer.close()
+        with contextlib.suppress(type(failure)):
+            block.__exit__(type(failure), failure, failure.__traceback__)
 
     def _begin_group(self) -> None:
         waiting, self._waiting = self._waiting, []
