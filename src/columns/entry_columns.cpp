@@ -22,6 +22,14 @@ bool areNumbers(const EntryItems& items) {
            items.kind() == ItemKind::reals;
 }
 
+/// Whether a double is the item itself: not so for the largest integers. A quotient is as good as
+/// its rational.
+bool isExact(const EntryItems& items, std::size_t index, double number) {
+    constexpr double kBound = 9223372036854775808.0;  // 2^63
+    return items.kind() != ItemKind::integers ||
+           (number < kBound && items.integer(index) == static_cast<std::int64_t>(number));
+}
+
 bool fits(ItemType type, std::int64_t number) {
     switch (type) {
         case ItemType::int16:
@@ -53,7 +61,7 @@ Taken takeNumber(const EntryValue& value) {
         return Taken::invalid;
     }
     value.column.setNumber(value.row, *number);
-    return Taken::whole;
+    return isExact(value.items, 0, *number) ? Taken::whole : Taken::partly;
 }
 
 Taken takeItem(const EntryValue& value) {
@@ -90,6 +98,9 @@ Taken takeNumbers(const EntryValue& value) {
     for (std::size_t index = 0; index < value.items.size(); ++index) {
         if (const auto number = value.items.number(index)) {
             value.column.items().appendNumber(*number);
+            if (taken == Taken::whole && !isExact(value.items, index, *number)) {
+                taken = Taken::partly;
+            }
         } else {
             value.column.items().appendNull();
             taken = Taken::invalid;
@@ -106,8 +117,9 @@ Taken takeCharacters(const EntryValue& value) {
     if (!areCharacters(value.items)) {
         return Taken::misfit;
     }
-    value.column.setText(value.row, characterText(value.items.bytes()).text);
-    return Taken::whole;
+    const CharacterText characters = characterText(value.items.bytes());
+    value.column.setText(value.row, characters.text);
+    return characters.wasUtf8 ? Taken::whole : Taken::partly;
 }
 
 template <auto decode>
@@ -117,7 +129,7 @@ Taken takeDecoded(const EntryValue& value) {
         return Taken::misfit;
     }
     value.column.setText(value.row, *text);
-    return Taken::whole;
+    return Taken::partly;  // without its character code, or the halves of characters
 }
 
 Taken takeBytes(const EntryValue& value) {
@@ -133,7 +145,7 @@ Taken takeWord(const EntryValue& value) {
         return value.items.size() == 1 ? Taken::nothing : Taken::misfit;
     }
     value.column.setText(value.row, value.name);
-    return Taken::whole;
+    return Taken::partly;  // codes may have a name in common
 }
 
 /// The integer that a text comes to.
@@ -145,7 +157,7 @@ Taken takeParsed(const EntryValue& value) {
     const std::string text = characterText(value.items.bytes()).text;
     if (const auto number = parse(text)) {
         value.column.setInteger(value.row, *number);
-        return Taken::whole;
+        return Taken::partly;  // which is written in several ways
     }
     return isOpenClock(text) ? Taken::nothing : Taken::invalid;
 }

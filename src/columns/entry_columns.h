@@ -18,6 +18,7 @@ namespace ifdsweep {
 /// What became of a value on its way to a column.
 enum class Taken : std::uint8_t {
     whole,
+    partly,     ///< what it stands for or comes to; the value cannot be told from that
     nothing,    ///< the value is empty, or has no name
     misfit,     ///< of another type or count
     invalid,    ///< a denominator is 0, or a date is none

@@ -112,6 +112,7 @@ private:
     void appendUnknown(const PackedEntryRow& entry, FillLimits& room);
     void chooseEntries(const PackedDirectoryRow& directory, const Family& family);
     void setTags(std::size_t row);
+    [[nodiscard]] TagNotes* notesOf(Taken taken) noexcept;
     void hold(const PackedEntryRow& entry);
     [[nodiscard]] Taken setTag(std::size_t row, const PackedEntryRow& entry, std::size_t column);
     [[nodiscard]] std::optional<std::int64_t> sumOf(std::uint16_t tag) const;
@@ -328,30 +329,36 @@ void ImagesFiller::setTags(std::size_t row) {
             defaults.add(entry.tag);
         }
         bool isWhole = false;
-        bool isLess = false;
+        bool isNoted = false;
         for (const std::size_t column : numbers) {
             const Taken taken = setTag(row, entry, column);
             isWhole = isWhole || taken == Taken::whole;
-            isLess = isLess || (taken != Taken::whole && taken != Taken::nothing);
-            switch (taken) {
-                case Taken::misfit:
-                    misfits.add(entry.tag);
-                    break;
-                case Taken::invalid:
-                    invalids.add(entry.tag);
-                    break;
-                case Taken::described:
-                    describeds.add(entry.tag);
-                    break;
-                case Taken::whole:
-                case Taken::nothing:
-                    break;
+            if (TagNotes* const notes = notesOf(taken)) {
+                notes->add(entry.tag);
+                isNoted = true;
             }
         }
-        if (isWhole && !isLess) {
+        if (isWhole && !isNoted) {
             hold(entry);
         }
     });
+}
+
+/// The tags of which the same became; null for what is not told of.
+TagNotes* ImagesFiller::notesOf(Taken taken) noexcept {
+    switch (taken) {
+        case Taken::misfit:
+            return &misfits;
+        case Taken::invalid:
+            return &invalids;
+        case Taken::described:
+            return &describeds;
+        case Taken::whole:
+        case Taken::partly:
+        case Taken::nothing:
+            break;
+    }
+    return nullptr;
 }
 
 /// Tells that columns hold the value of an entry.

@@ -24,7 +24,8 @@ struct FillLimits {
     /// Warnings of one id of a file that have rows of their own; one more row counts the others.
     std::uint64_t warningsOfId = 100;
     /// By the numbers of a file's entries, which of them columns of `images` hold whole: told by
-    /// its filler. That of `tags` makes no rows of these. Null: nothing is told, all have rows.
+    /// its filler. That of `tags`, behind it, makes no rows of these. Null: nothing is told, all
+    /// have rows.
     std::shared_ptr<std::vector<bool>> held{};
     /// Bytes at the front of all paths, such as those of a folder, that rows leave out.
     std::size_t pathBegin = 0;

@@ -147,6 +147,39 @@ TEST_P(TablesReaderTest, TagsHaveWhatImagesDoNotHold) {
     EXPECT_EQ(tagsLeft(files(), few), (Left{{"0", "259 " + unknown + "282 "}, {"1", "257 "}}));
 }
 
+TEST_P(TablesReaderTest, TagsHaveValuesThatTheirColumnsDoNotTellApart) {
+    using enum fixture::FieldType;
+    struct Row {
+        fixture::Entry entry;
+        std::vector<std::string> columns;
+        bool isLeft;
+    };
+    const fixture::Entry time = ascii(306, "2026:11:23 10:00:00\0"sv);
+    const fixture::Entry large = numbers(282, kSLong8, {(std::int64_t{1} << 53) + 1});
+    const Row kRows[] = {
+        {time, {"DateTime"}, false},
+        {time, {"DateTime_parsed"}, true},
+        {time, {"DateTime", "DateTime_parsed"}, false},
+        {ascii(271, "Maker\0"sv), {"Make"}, false},
+        {ascii(271, "M\xC3\xA4ker\0"sv), {"Make"}, false},
+        {ascii(271, "M\xE4ker\0"sv), {"Make"}, true},
+        {shorts(259, {1}), {"Compression_code"}, false},
+        {shorts(259, {1}), {"Compression"}, true},
+        {numbers(282, kRational, {1, 3}), {"XResolution"}, false},
+        {shorts(282, {72}), {"XResolution"}, false},
+        {large, {"XResolution"}, true},
+        {ascii(40091, "t\0i\0\0\0"sv).withType(kByte), {"XPTitle"}, true},
+    };
+    for (const Row& row : kRows) {
+        const Files files{
+            std::make_shared<const PackedFile>(fixture::packed(fileOf({{row.entry}}).bytes))};
+        const TableSchema schema =
+            TableSchema::of(Layout::images, {ColumnChoice::Which::named, row.columns});
+        EXPECT_EQ(tagsLeft(files, schema).size(), row.isLeft ? 1U : 0U)
+            << testing::PrintToString(row.columns) << row.entry.type;
+    }
+}
+
 TEST(TablesReading, PathsBeginBehindTheirFolder) {
     struct Row {
         std::size_t leftOut;
