@@ -56,6 +56,11 @@ def path_key(path: bytes) -> bytes:
     return path.replace(b"/", b"\0")
 
 
+def merged_paths(kept: list[bytes], reads: list[bytes]) -> list[bytes]:
+    """Paths of files that are kept and of others, each sorted by `path_key`, as one such list."""
+    return sorted([*kept, *reads], key=path_key) if kept else reads
+
+
 @dataclass(frozen=True, slots=True)
 class Options:
     """What a catalogue is made with, for good."""

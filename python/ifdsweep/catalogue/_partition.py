@@ -29,6 +29,7 @@ from ifdsweep.catalogue._model import (
     Plan,
     Receipt,
     Table,
+    merged_paths,
     path_key,
     to_json,
 )
@@ -169,7 +170,7 @@ def _made(
     number = job.partition.number
     kept = _Kept(job)
     reads = job.reads
-    paths = sorted([*kept.paths, *reads], key=path_key)
+    paths = merged_paths(kept.paths, reads)
     ids = {path: number << FILE_BITS | place for place, path in enumerate(paths)}
     kept.number(ids)
     new = _NewRows(job, reads, [ids[path] for path in reads], threads, crashing)

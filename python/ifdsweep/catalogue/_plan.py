@@ -28,6 +28,7 @@ from ifdsweep.catalogue._model import (
     Snapshot,
     Unlisted,
     from_json,
+    merged_paths,
     path_key,
     rows_of,
     to_json,
@@ -368,7 +369,7 @@ class _Planner:
     def _sections(self, piece: "_Piece") -> Iterator["_Piece"]:
         """Cuts a piece where a partition would take too long, or have too many files."""
         reads: dict[bytes, int] = dict(_pairs(piece.reads, "path", "size"))
-        paths = sorted([*reads, *piece.kept.to_pylist()], key=path_key)
+        paths = merged_paths(piece.kept.to_pylist(), list(reads))
         if not paths and not piece.drops:
             return
         # The first files are for many to share; a catalogue of many has few parts, which are long.
