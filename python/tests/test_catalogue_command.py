@@ -143,6 +143,23 @@ def test_lists_failures_without_what_a_terminal_acts_on(catalogue: Path, root: P
     assert "b/c\\x1b[2J.tif" in made.stdout
 
 
+def test_tells_of_folders_that_are_not_there(tmp_path: Path, root: Path) -> None:
+    made = run("create", "new", "root", "later\x1b[2J", cwd=tmp_path)
+    complaint = f"ifdsweep-catalogue: warning: {tmp_path}/later\\x1b[2J: "
+    assert (made.returncode, made.stderr) == (0, f"{complaint}there is no such folder now\n")
+    made = run("update", "new", cwd=tmp_path)
+    assert made.returncode == 0
+    assert made.stdout == (
+        "2 files: 2 read, 0 unchanged, 0 removed, 0 failed; 1 folder could not be listed\n"
+    )
+    stays = "No such file or directory; what was known of its files stays\n"
+    assert made.stderr == complaint + stays
+    root.rename(tmp_path / "elsewhere")
+    made = run("update", "new", cwd=tmp_path)
+    assert made.stderr.count(stays) == 2
+    assert run("sql", "new", "select count(*) as n from files", cwd=tmp_path).stdout == "n\n2\n"
+
+
 def test_vacuum_tells_what_it_removes(catalogue: Path, root: Path) -> None:
     make_tree(root, {"a.tif": photo("Three", 9)})
     run("update", catalogue)

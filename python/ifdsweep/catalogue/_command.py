@@ -12,6 +12,7 @@ from collections.abc import Callable, Iterator, Sequence
 from typing import Any, NoReturn, TextIO
 
 from ifdsweep import _core
+from ifdsweep._columns import _counted
 
 _DONE, _FAILED, _USAGE, _BUSY, _REFUSED, _INTERRUPTED = 0, 1, 2, 3, 4, 130
 
@@ -268,7 +269,10 @@ def _create(options: argparse.Namespace) -> None:
     if options.columns is not None:
         words = options.columns.split(",")
         chosen["columns"] = words[0] if words in (["core"], ["all"]) else words
-    Catalogue.create(options.catalogue, options.roots, **chosen)
+    made = Catalogue.create(options.catalogue, options.roots, **chosen)
+    for root in made.roots:
+        if not os.path.isdir(root):
+            _complain(f"warning: {root}: there is no such folder now", _DONE)
 
 
 def _update(options: argparse.Namespace) -> None:
@@ -285,16 +289,31 @@ def _update(options: argparse.Namespace) -> None:
     if is_shown:
         sys.stderr.write("\r\x1b[K")
     print(_summary_text(summary))
+    _tell_unlisted(catalogue)
 
 
 def _summary_text(summary: Any) -> str:
     parts = [
-        f"{summary.files:,} files: {summary.read:,} read, {summary.unchanged:,} unchanged, "
-        f"{summary.removed:,} removed, {summary.failed:,} failed"
+        f"{_counted(summary.files, 'file')}: {summary.read:,} read, "
+        f"{summary.unchanged:,} unchanged, {summary.removed:,} removed, {summary.failed:,} failed"
     ]
     if summary.unlisted:
-        parts.append(f"{summary.unlisted:,} folders could not be listed")
+        parts.append(f"{_counted(summary.unlisted, 'folder')} could not be listed")
     return "; ".join(parts)
+
+
+_MOST_TOLD = 10
+
+
+def _tell_unlisted(catalogue: Any) -> None:
+    """Tells of the folders that could not be listed, on the error output."""
+    folders = catalogue.snapshot.unlisted
+    for folder in folders[:_MOST_TOLD]:
+        path = os.path.join(catalogue.roots[folder.root], folder.folder).rstrip("/")
+        _complain(f"warning: {path}: {folder.error}; what was known of its files stays", _DONE)
+    if len(folders) > _MOST_TOLD:
+        more = len(folders) - _MOST_TOLD
+        _complain(f"warning: {more:,} more folders could not be listed: see failures", _DONE)
 
 
 class _ProgressLine:
@@ -337,7 +356,8 @@ def _status(options: argparse.Namespace) -> None:
     print(f"snapshot    {snapshot.number} of {ended}; {len(catalogue.snapshots)} are there")
     print(f"last update {_summary_text(snapshot.summary)}")
     for table, there in catalogue.tables.items():
-        print(f"{table:11} {there.rows:,} rows, {there.bytes:,} bytes in {there.parts:,} parts")
+        rows, parts = _counted(there.rows, "row"), _counted(there.parts, "part")
+        print(f"{table:11} {rows}, {there.bytes:,} bytes in {parts}")
 
 
 def _state(catalogue: Any) -> dict[str, Any]:
@@ -361,7 +381,7 @@ def _vacuum(options: argparse.Namespace) -> None:
     for name in names:
         print(shown(name))
     what = "would be removed" if options.dry_run else "removed"
-    print(f"ifdsweep-catalogue: {len(names):,} files {what}", file=sys.stderr)
+    _complain(f"{_counted(len(names), 'file')} {what}", _DONE)
 
 
 def _plan(options: argparse.Namespace) -> None:
