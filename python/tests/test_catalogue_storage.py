@@ -10,7 +10,7 @@ import pytest
 
 pytest.importorskip("pyarrow")
 
-from catalogue_trees import make_tree, photo
+from catalogue_trees import make_tree, photo, unprivileged
 
 from ifdsweep.catalogue import Catalogue, CatalogueError, _storage
 from ifdsweep.catalogue._storage import FolderStorage, storage_of
@@ -97,6 +97,26 @@ class TestWithoutLinks:
     def test_a_catalogue_is_what_it_is_with_them(self, catalogue: Catalogue) -> None:
         assert catalogue.images.count_rows() == 1
         assert catalogue.vacuum() == []
+
+
+class TestReadOnly:
+    def test_folders_are_told_and_stay_as_they_are(self) -> None:
+        with unprivileged() as folder:
+            make_tree(folder / "root", {"a.tif": photo()})
+            made = Catalogue.create(folder / "catalogue", folder / "root")
+            made.update()
+            make_tree(folder / "root", {"b.tif": photo()})
+            there = [path for path, _, _ in os.walk(made.location)]
+            for path in there:
+                os.chmod(path, 0o555)
+            with pytest.raises(CatalogueError, match=r"Permission denied: '.*/catalogue/work'"):
+                made.update()
+            assert Catalogue.open(made.location).images.count_rows() == 1
+            with pytest.raises(CatalogueError, match="catalogue/new: Permission denied"):
+                Catalogue.create(folder / "catalogue/new", folder / "root")
+            for path in there:
+                os.chmod(path, 0o755)
+            assert made.update().files == 2
 
 
 class TestVacuum:
