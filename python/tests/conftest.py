@@ -71,8 +71,8 @@ def resident_bytes() -> int:
 def grown_bytes(action: Callable[[], object], times: int) -> int:
     """How many bytes of memory a number of calls leave behind, once the allocators are warm.
 
-    What is lost at each call is lost in each quarter; what an allocator takes now and then, also for
-    threads that other tests left, is not.
+    What is lost at each call is lost in each quarter; what an allocator takes now and then, also
+    for threads that other tests left, is not.
     """
 
     def grown_by(calls: int) -> int:

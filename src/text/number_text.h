@@ -25,6 +25,55 @@ inline char* formatInteger(char* text, std::int64_t value) {
     return std::to_chars(text, text + kNumberRoom, value).ptr;
 }
 
+/// Writes a number of at most six decimals and 15 digits. No other number has the same 15 digits,
+/// so they are the shortest that read back the same.
+/// @param text memory for kNumberRoom characters
+/// @return the end of the text; null, with nothing written, for another number
+inline char* formatDecimal(char* text, double value) {
+    constexpr double kScale = 1e6;
+    constexpr double kLowest = 1e-3;  // a smaller number is shorter with an exponent
+    constexpr double kBound = 1e9;
+    const double magnitude = std::abs(value);
+    if (magnitude < kLowest || magnitude >= kBound) {
+        return nullptr;
+    }
+    const auto isSame = [magnitude](std::uint64_t scaled) {
+        return static_cast<double>(scaled) / kScale == magnitude;
+    };
+    auto decimals = static_cast<std::uint64_t>(magnitude * kScale);  // at most one too few
+    if (!isSame(decimals) && !isSame(++decimals)) {
+        return nullptr;
+    }
+    constexpr std::uint64_t kWhole = 1'000'000;
+    constexpr std::uint64_t kTen = 10;
+    *text = '-';
+    text += std::signbit(value) ? 1 : 0;
+    text = std::to_chars(text, text + kNumberRoom, decimals / kWhole).ptr;
+    *text++ = '.';
+    std::uint64_t place = kWhole / kTen;
+    for (decimals %= kWhole; decimals != 0; place /= kTen) {
+        *text++ = static_cast<char>('0' + decimals / place);
+        decimals %= place;
+    }
+    return text;
+}
+
+/// Writes a finite double that is no small integer, or negative zero: "-0.0", which reads back with
+/// its sign.
+/// @param text memory for kNumberRoom characters
+/// @return the end of the text
+[[gnu::noinline]] inline char* formatFraction(char* text, double value) {
+    if (char* const end = formatDecimal(text, value)) {
+        return end;
+    }
+    char* end = std::to_chars(text, text + kNumberRoom, value).ptr;
+    if (value == 0.0) {
+        *end++ = '.';
+        *end++ = '0';
+    }
+    return end;
+}
+
 /// Writes a finite double; negative zero is "-0.0", which reads back with its sign.
 /// @param text memory for kNumberRoom characters
 /// @return the end of the text
@@ -45,12 +94,7 @@ inline char* formatFinite(char* text, double value) {
             return std::to_chars(text, text + kNumberRoom, static_cast<std::uint64_t>(integer)).ptr;
         }
     }
-    char* end = std::to_chars(text, text + kNumberRoom, value).ptr;
-    if (value == 0.0) {
-        *end++ = '.';
-        *end++ = '0';
-    }
-    return end;
+    return formatFraction(text, value);
 }
 
 /// Most significant digits that a double needs to read back the same.

@@ -1,6 +1,7 @@
 #include "text/number_text.h"
 
 #include <array>
+#include <charconv>
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
@@ -99,6 +100,42 @@ TEST(NumberText, EveryNumberReadsBackTheSame) {
             const std::string text = finite(value);
             ASSERT_LE(text.size(), ifdsweep::kNumberRoom);
             ASSERT_EQ(std::strtod(text.c_str(), nullptr), value) << text;
+        }
+    }
+}
+
+/// The shortest digits of a number with a fraction.
+std::string shortest(double value) {
+    std::array<char, ifdsweep::kNumberRoom> room{};
+    return {room.data(), std::to_chars(room.data(), room.data() + room.size(), value).ptr};
+}
+
+TEST(NumberText, DecimalsAreTheShortestDigits) {
+    std::mt19937_64 random(2);
+    double scale = 1;
+    for (int decimals = 1; decimals <= 8; ++decimals) {
+        scale *= 10;
+        for (int repetition = 0; repetition < 40000; ++repetition) {
+            // Of every magnitude from one digit to eighteen.
+            const std::uint64_t digits = random() >> (4 + repetition % 60);
+            const double value = static_cast<double>(digits) / scale;
+            if (std::trunc(value) == value) {
+                continue;
+            }
+            for (const double number :
+                 {value, -value, std::nextafter(value, 0.0), std::nextafter(value, 1e300)}) {
+                ASSERT_EQ(finite(number), shortest(number));
+            }
+        }
+    }
+}
+
+TEST(NumberText, DecimalsEndWhereAnExponentIsShorter) {
+    for (const double edge : {1e-4, 1e-3, 1e-2, 1e9, 0.0009999999, 999999999.999999, 1e9 + 0.5}) {
+        for (const double number : {edge, std::nextafter(edge, 0.0), std::nextafter(edge, 1e300)}) {
+            if (std::trunc(number) != number) {
+                EXPECT_EQ(finite(number), shortest(number));
+            }
         }
     }
 }
