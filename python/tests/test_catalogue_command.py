@@ -203,9 +203,10 @@ def test_tells_programs_of_the_state(catalogue: Path, root: Path) -> None:
 
 
 def test_shows_csv_on_a_terminal_without_what_it_acts_on(catalogue: Path) -> None:
-    query = 'select file_path, Make, 1 as "\x1b[5m" from images order by all'
+    word = "cast('\x1b[1m' as enum('\x1b[1m'))"
+    query = f'select file_path, Make, {word} as word, 1 as "\x1b[5m" from images order by all'
     plain = run("sql", catalogue, query, "--format", "csv").stdout
-    assert plain.splitlines()[2] == '"b/c\x1b[2J.tif","Two\x1b[31m",1'
+    assert plain.splitlines()[2] == '"b/c\x1b[2J.tif","Two\x1b[31m","\x1b[1m",1'
     controller, terminal = os.openpty()
     command = [sys.executable, "-m", "ifdsweep.catalogue._command", "sql", str(catalogue), query]
     subprocess.run([*command, "--format", "csv"], stdout=terminal, check=True)
@@ -213,8 +214,8 @@ def test_shows_csv_on_a_terminal_without_what_it_acts_on(catalogue: Path) -> Non
     seen = os.read(controller, 10_000).decode()
     os.close(controller)
     assert "\x1b" not in seen
-    assert seen.splitlines()[0] == '"file_path","Make","\\x1b[5m"'
-    assert seen.splitlines()[2] == '"b/c\\x1b[2J.tif","Two\\x1b[31m",1'
+    assert seen.splitlines()[0] == '"file_path","Make","word","\\x1b[5m"'
+    assert seen.splitlines()[2] == '"b/c\\x1b[2J.tif","Two\\x1b[31m","\\x1b[1m",1'
 
 
 def test_warns_on_the_error_output(catalogue: Path) -> None:

@@ -439,7 +439,7 @@ def _flat(table: Any, changed: Callable[[str], str]) -> Any:
 
     for place, field in enumerate(table.schema):
         column = table[place]
-        if pa.types.is_nested(field.type) or pa.types.is_binary(field.type) or _is_text(field.type):
+        if not _is_plain(field.type):
             values = column.to_pylist()
             texts = [None if value is None else changed(_text(value)) for value in values]
             column = pa.array(texts, pa.utf8())
@@ -447,10 +447,11 @@ def _flat(table: Any, changed: Callable[[str], str]) -> Any:
     return table
 
 
-def _is_text(kind: Any) -> bool:
+def _is_plain(kind: Any) -> bool:
+    """Whether values are numbers, truth values or times, which nobody has to change."""
     import pyarrow as pa
 
-    return bool(pa.types.is_string(kind) or pa.types.is_large_string(kind))
+    return bool(pa.types.is_primitive(kind) or pa.types.is_decimal(kind) or pa.types.is_null(kind))
 
 
 def _text(value: object) -> str:
